@@ -1,0 +1,26 @@
+# How libzar.so is compiled and linked: what it promises to those who load it.
+set_target_properties(zar PROPERTIES
+  SOVERSION 1
+  VERSION 1.${PROJECT_VERSION_MINOR}.${PROJECT_VERSION_PATCH}
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON
+  LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/zar.map)
+
+target_include_directories(zar
+  PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+  PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+
+target_compile_options(zar PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+
+# The imports stay undefined: whoever loads the library brings them. Exactly the names of the version script leave it,
+# and a name there that nobody defines is an error.
+target_link_options(zar PRIVATE
+  -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/zar.map
+  -Wl,--no-undefined-version
+  -Wl,--as-needed)
+
+# What is shipped is hardened.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(zar PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
+  target_link_options(zar PRIVATE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
+endif()

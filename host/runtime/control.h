@@ -1,0 +1,133 @@
+// The control side of the stand-in platform runtime: what a test or the host may see and steer. The library never
+// includes this; it knows the runtime only by the imported services.
+//
+// One process has one runtime. All functions are for the one thread that calls the library.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace runtime {
+
+// ---- What is live ---------------------------------------------------------------------------------------------------
+
+// Ids that were issued and not deleted, over all tables, in the order of issue.
+std::vector<uint32_t> live_ids();
+
+struct PoolInfo {
+  std::string name;        // empty for a pool made without a name
+  uint32_t tag = 0;        // 0 for a pool made with a name
+  size_t record_size = 0;  // bytes
+  uint32_t per_chunk = 0;  // records
+  uint32_t flags = 0;
+  size_t live = 0;   // records that are out
+  size_t total = 0;  // records ever given out
+};
+// Every pool, in the order of creation.
+std::vector<PoolInfo> pools();
+// Records that are out, over all pools.
+size_t live_records();
+
+struct BlockCount {
+  size_t blocks = 0;  // live
+  size_t bytes = 0;   // live
+  size_t total = 0;   // ever allocated
+  bool operator==(const BlockCount &) const = default;
+};
+// Named allocation by tag: every tag that was ever used, including those with nothing live.
+std::map<uint32_t, BlockCount> blocks_by_tag();
+size_t live_blocks();
+
+// The interned texts that are live, with their counts.
+std::map<std::string, uint32_t> interned_texts();
+
+// Everything that is live, for a comparison of before and after. Tags and texts with nothing live are left out.
+struct Inventory {
+  size_t ids = 0;
+  size_t records = 0;
+  std::map<uint32_t, size_t> blocks;
+  std::map<std::string, uint32_t> texts;
+  bool empty() const { return ids == 0 && records == 0 && blocks.empty() && texts.empty(); }
+  bool operator==(const Inventory &) const = default;
+};
+Inventory inventory();
+// One line a thing, for messages.
+std::string to_string(const Inventory &inventory);
+
+// ---- Requests -------------------------------------------------------------------------------------------------------
+
+// The services that can refuse a request.
+enum class Service { id_table, id, pool, record, block, duplicate, text, tree_init, tree_insert, queue_entry };
+const char *to_string(Service service);
+
+struct Request {
+  Service service{};
+  uint32_t tag = 0;  // 0 where the service takes none
+  size_t size = 0;   // bytes: of a record, a block, or a text without its terminator
+  std::string text;  // of a duplicate, an interned text, a named pool, an id table
+  bool failed = false;
+};
+// Starts or ends the recording of requests; starting forgets the recorded ones. Off at first.
+void record_requests(bool on);
+const std::vector<Request> &recorded_requests();
+
+// A text given back to the string database while requests are recorded: the text and the tag of the removal.
+struct TextRemoval {
+  std::string text;
+  uint32_t tag = 0;
+};
+const std::vector<TextRemoval> &recorded_text_removals();
+
+// ---- Faults ---------------------------------------------------------------------------------------------------------
+
+enum class Fault { once, from_then_on };
+// The 'nth' fallible request from now on fails (1: the next), of any service or of one. A later call replaces the
+// schedule; each service may have a schedule of its own beside the one for any.
+void fail_request(uint64_t nth, Fault mode = Fault::once);
+void fail_request(Service service, uint64_t nth, Fault mode = Fault::once);
+void clear_faults();
+// Fallible requests so far, whether they failed or not; of any service, or of one.
+uint64_t fallible_requests();
+uint64_t fallible_requests(Service service);
+// Requests that failed because of a schedule.
+uint64_t injected_faults();
+// The next look-up of a live id answers status 0 with a NULL pointer, as a damaged table would.
+void lose_next_pointer();
+// Tree deletions and searches are not fallible requests; the next deletion can be made to fail all the same.
+void fail_next_tree_delete();
+
+// ---- Misuse ---------------------------------------------------------------------------------------------------------
+
+// What callers did that the services do not allow (a record given back twice, a predecessor that is not in the queue, a
+// text removed more often than added, ...), oldest first. Tests assert that it is empty.
+const std::vector<std::string> &complaints();
+void clear_complaints();
+
+// ---- Trace ----------------------------------------------------------------------------------------------------------
+
+struct TraceLine {
+  uint32_t module = 0;
+  uint32_t level = 0;
+  std::string format;  // as the library passed it
+  std::string text;    // formatted
+};
+// The levels that are wanted, a bit for each level (levels 0 to 31). 0 at first: off.
+void want_trace_levels(uint32_t bits);
+uint32_t wanted_trace_levels();
+// Where wanted messages go: all sinks that are set. None at first.
+void trace_to_stderr(bool on);
+// Appends to 'path'; an empty path ends it. False when the file cannot be opened.
+bool trace_to_file(const std::string &path);
+void trace_to(std::function<void(const TraceLine &)> sink);
+
+// ---- Order ------------------------------------------------------------------------------------------------------------
+
+// The elements of a queue, without disturbing anything (for tests and displays).
+std::vector<void *> elements(const void *queue_head);
+
+}  // namespace runtime
