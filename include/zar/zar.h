@@ -54,9 +54,10 @@
  * for no; the verifying ones answer 0 for good and 1 for bad; accessors give a value, and 0 or NULL where there is
  * none.
  *
- * Unless told otherwise: all arguments are checked before anything is done, and each fault is traced, so that one call
- * may trace several; a call refused with 39 has changed nothing; after any other failure all that was acquired is given
- * back. A NULL pointer of which nothing is said is refused: 39, or 0, NULL or no effect, by the type of the result.
+ * Arguments are checked before anything is done. Most operations check all of them and trace each fault, so that one
+ * call may trace several; some end at the first. Unless told otherwise, a call refused with 39 has changed nothing, and
+ * after any other failure all that was acquired is given back. A NULL pointer of which nothing is said is refused: 39,
+ * or 0, NULL or no effect, by the type of the result.
  *
  * An out place ("..._out") is written on success only and must not be NULL, unless told otherwise.
  *
