@@ -1,0 +1,73 @@
+#include "support/trace.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/runtime/control.h"
+#include "platform/engine.h"
+
+namespace rig {
+namespace {
+
+constexpr uint32_t kLevels = 1U << 3 | 1U << 6;
+
+Lines captured;
+Lines history;
+bool comparisons_heard = false;
+
+bool is_comparison(const runtime::TraceLine &line) {
+  return line.format.find(" avl comp, ") != std::string::npos;
+}
+
+void capture(const runtime::TraceLine &line) {
+  EXPECT_EQ(line.module, kel_trace_id) << line.text;
+  if (is_comparison(line) && !comparisons_heard) return;
+  captured.push_back({line.level, line.text});
+  history.push_back(captured.back());
+}
+
+}  // namespace
+
+std::ostream &operator<<(std::ostream &out, const Line &line) {
+  return out << "\n    " << line.level << " | " << line.text;
+}
+
+void start_trace() {
+  captured.clear();
+  history.clear();
+  comparisons_heard = false;
+  runtime::want_trace_levels(kLevels);
+  runtime::trace_to(capture);
+}
+
+Lines &traced() {
+  return captured;
+}
+Lines take_trace() {
+  return std::exchange(captured, {});
+}
+void forget_trace() {
+  captured.clear();
+}
+const Lines &trace_history() {
+  return history;
+}
+
+Lines take_errors() {
+  Lines lines = take_trace();
+  std::erase_if(lines, [](const Line &line) { return line.level != 3; });
+  return lines;
+}
+
+void hear_comparisons(bool on) {
+  comparisons_heard = on;
+}
+
+Quiet::Quiet() : lines_(captured.size()), calls_(calls().size()) {}
+
+Quiet::~Quiet() {
+  captured.resize(std::min(lines_, captured.size()));
+  calls().resize(std::min(calls_, calls().size()));
+}
+
+}  // namespace rig

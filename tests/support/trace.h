@@ -1,0 +1,66 @@
+// The library's trace as a test sees it: lines of level and text, in order.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "support/call_log.h"
+
+namespace rig {
+
+struct Line {
+  uint32_t level = 0;
+  std::string text;
+  bool operator==(const Line &) const = default;
+};
+using Lines = std::vector<Line>;
+std::ostream &operator<<(std::ostream &out, const Line &line);
+
+// A line of level 3 (error) or 6 (info). The text is the message's own, prefix included: some carry the other level's.
+template <typename... Values>
+Line error(const char *format, const Values &...values) {
+  return {3, text(format, values...)};
+}
+template <typename... Values>
+Line info(const char *format, const Values &...values) {
+  return {6, text(format, values...)};
+}
+
+// Begins to capture levels 3 and 6 and forgets what was captured.
+void start_trace();
+// What was captured since the last forget_trace() or take_trace().
+Lines &traced();
+Lines take_trace();
+void forget_trace();
+// Everything since start_trace(), for messages.
+const Lines &trace_history();
+// Of it, the lines of level 3 alone.
+Lines take_errors();
+// The comparators trace addresses at each node that they pass. Their lines are left out unless a test asks for them.
+void hear_comparisons(bool on);
+
+// While one is alive, nothing new is captured or logged.
+class Quiet {
+ public:
+  Quiet();
+  ~Quiet();
+  Quiet(const Quiet &) = delete;
+  Quiet &operator=(const Quiet &) = delete;
+
+ private:
+  size_t lines_;
+  size_t calls_;
+};
+
+}  // namespace rig
+
+// Exactly these lines, in this order, since the last look; they are then forgotten.
+#define EXPECT_TRACED(...) EXPECT_EQ(::rig::take_trace(), (::rig::Lines{__VA_ARGS__}))
+// Exactly these lines of level 3; those of level 6 are forgotten with them.
+#define EXPECT_ERRORS(...) EXPECT_EQ(::rig::take_errors(), (::rig::Lines{__VA_ARGS__}))
+// Exactly these calls of the engine and the callbacks, in this order, since the last look; they are then forgotten.
+#define EXPECT_CALLS(...) EXPECT_EQ(::rig::take_calls(), (std::vector<std::string>{__VA_ARGS__}))
