@@ -94,8 +94,8 @@ uint32_t World::client(const char *name, zar_db *database) {
 uint32_t World::pmap(const char *name, const MapOptions &options) {
   const Quiet quiet;
   uint32_t handle = 0;
-  const zar_map_info map_info = info(name, options);
-  expect_made(zar_create_policy(client_or_one(*this, options), &map_info, &handle));
+  const zar_map_info key = map_info(name, options);
+  expect_made(zar_create_policy(client_or_one(*this, options), &key, &handle));
   return note(Kind::pmap, handle);
 }
 
@@ -109,8 +109,8 @@ uint32_t World::stored_pmap(const char *name, const MapOptions &options) {
 uint32_t World::cmap(const char *name, const MapOptions &options) {
   const Quiet quiet;
   uint32_t handle = 0;
-  const zar_map_info map_info = info(name, options);
-  expect_made(zar_create_class(client_or_one(*this, options), &map_info, options.match_criteria, &handle));
+  const zar_map_info key = map_info(name, options);
+  expect_made(zar_create_class(client_or_one(*this, options), &key, options.match_criteria, &handle));
   return note(Kind::cmap, handle);
 }
 
@@ -124,8 +124,8 @@ uint32_t World::stored_cmap(const char *name, const MapOptions &options) {
 uint32_t World::pmtr_map(const char *name, const MapOptions &options) {
   const Quiet quiet;
   uint32_t handle = 0;
-  const zar_map_info map_info = info(name, options);
-  expect_made(zar_create_pmtr_map(client_or_one(*this, options), &map_info, &handle));
+  const zar_map_info key = map_info(name, options);
+  expect_made(zar_create_pmtr_map(client_or_one(*this, options), &key, &handle));
   return note(Kind::pmtr_map, handle);
 }
 
@@ -192,8 +192,8 @@ uint32_t World::rule(uint32_t event, uint32_t cmap, uint32_t class_num, uint32_t
 uint32_t World::plain_rule(const char *policy, const char *class_name, const MapOptions &options) {
   const Quiet quiet;
   const uint32_t clid = client_or_one(*this, options);
-  const zar_map_info policy_info = info(policy, options);
-  const zar_map_info class_info = info(class_name, options);
+  const zar_map_info policy_info = map_info(policy, options);
+  const zar_map_info class_info = map_info(class_name, options);
   expect_made(zar_add_class_to_stored_policy(clid, &policy_info, nullptr, nullptr, 0, 0, &class_info));
   uint32_t pmap = 0;
   expect_made(zar_retrieve_policy(clid, &policy_info, &pmap));
@@ -245,7 +245,7 @@ uint32_t World::note(Kind kind, uint32_t handle) {
   return handle;
 }
 
-zar_map_info World::info(const char *name, const MapOptions &options) {
+zar_map_info World::map_info(const char *name, const MapOptions &options) {
   return {options.domain, options.type, name, options.hidden};
 }
 

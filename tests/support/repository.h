@@ -21,12 +21,12 @@
 //       World world;
 //       const auto before = world.everything();
 //       uint32_t pmap = 0;
-//       const auto info = world.info("gold");
-//       const uint32_t status = clock.during([&] { return zar_create_policy(world.one, &info, &pmap); });
+//       const auto gold = world.map_info("gold");
+//       const uint32_t status = clock.during([&] { return zar_create_policy(world.one, &gold, &pmap); });
 //       if (!clock.hit()) return;                                     // none is left to fail
 //       EXPECT_EQ(status, clock.failed_in(runtime::Service::record) ? 38 : 37);
 //       EXPECT_EQ(world.everything(), before);
-//       EXPECT_EQ(zar_create_policy(world.one, &info, &pmap), 0);     // the fault is over
+//       EXPECT_EQ(zar_create_policy(world.one, &gold, &pmap), 0);     // the fault is over
 //     });
 //   }
 //
@@ -128,12 +128,14 @@ class World {
 
   // ---- Arguments ------------------------------------------------------------------------------------------------------
 
-  static zar_map_info info(const char *name, const MapOptions &options = {});
+  static zar_map_info map_info(const char *name, const MapOptions &options = {});
   static zar_event_context event_context(uint32_t id);
   // A data block of this world; its value is its name unless given.
   Data &data(const std::string &name);
   Data &data(const std::string &name, const std::string &value);
-  // Contexts over a new data block.
+  // Contexts over a new data block, or over one that is there.
+  static zar_action_context action_context(Data &data) { return rig::action_context(data); }
+  static zar_filter_context filter_context(Data &data) { return rig::filter_context(data); }
   zar_action_context action_context(const std::string &name);
   zar_action_context action_context(const std::string &name, const std::string &value);
   zar_filter_context filter_context(const std::string &name);
