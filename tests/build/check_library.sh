@@ -1,0 +1,77 @@
+#!/bin/sh
+# What libzar.so promises to those who load it, read from the file itself.
+#   check_library.sh exports|imports|dependencies|hardening LIBRARY
+set -eu
+export LC_ALL=C
+what=$1
+library=$2
+here=$(dirname "$0")
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+fail() {
+  echo "$library: $*" >&2
+  exit 1
+}
+
+# The names of a list, without its comments, sorted.
+names() {
+  grep -v '^#' "$1" | sort
+}
+
+undefined() {
+  nm -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' | sort -u
+}
+
+# The two lists are the same, or the difference is shown: '<' is missing, '>' is too much.
+same() {
+  diff "$1" "$2" || fail "$3"
+}
+
+exports() {
+  # Beside the names there is the version itself, as an absolute symbol.
+  nm -D --defined-only --with-symbol-versions "$library" | awk '$2 != "A" { print $3 }' | sort > "$scratch/found"
+  names "$here/exports.txt" > "$scratch/wanted"
+  test -s "$scratch/wanted" || fail "the list of exports is empty"
+  same "$scratch/wanted" "$scratch/found" "exports other names than exports.txt"
+}
+
+imports() {
+  undefined > "$scratch/undefined"
+  names "$here/c_imports.txt" > "$scratch/of_c"
+  names "$here/imports.txt" > "$scratch/wanted"
+  test -s "$scratch/wanted" || fail "the list of imports is empty"
+  comm -23 "$scratch/undefined" "$scratch/of_c" > "$scratch/found"
+  same "$scratch/wanted" "$scratch/found" "imports other names than imports.txt and c_imports.txt"
+}
+
+dependencies() {
+  readelf -dW "$library" > "$scratch/dynamic"
+  grep -q 'SONAME.*\[libzar\.so\.1\]' "$scratch/dynamic" || fail "the soname is not libzar.so.1"
+  if grep -E 'RPATH|RUNPATH' "$scratch/dynamic"; then fail "carries a search path"; fi
+  sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' "$scratch/dynamic" | sort > "$scratch/found"
+  names "$here/needed.txt" > "$scratch/allowed"
+  comm -23 "$scratch/found" "$scratch/allowed" > "$scratch/excess"
+  if test -s "$scratch/excess"; then
+    cat "$scratch/excess"
+    fail "depends on more than the C and C++ runtime"
+  fi
+}
+
+hardening() {
+  readelf -lW "$library" > "$scratch/segments"
+  readelf -dW "$library" > "$scratch/dynamic"
+  undefined > "$scratch/undefined"
+  grep -q GNU_RELRO "$scratch/segments" || fail "no RELRO"
+  grep -Eq 'BIND_NOW|FLAGS_1.*NOW' "$scratch/dynamic" || fail "symbols are bound lazily"
+  if grep -q TEXTREL "$scratch/dynamic"; then fail "has text relocations"; fi
+  grep 'GNU_STACK' "$scratch/segments" | grep -q ' RW ' || fail "the stack is executable"
+  if grep LOAD "$scratch/segments" | grep -q 'RWE'; then fail "a segment is writable and executable"; fi
+  grep -qx __stack_chk_fail "$scratch/undefined" || fail "no stack protector"
+  grep -q '_chk$' "$scratch/undefined" || fail "no fortified function"
+}
+
+case $what in
+  exports | imports | dependencies | hardening) "$what" ;;
+  *) fail "unknown check $what" ;;
+esac
