@@ -12,6 +12,11 @@
 #include <string_view>
 #include <vector>
 
+struct queue_head;
+
+// The shared library hides everything but what is declared here, and the services.
+#pragma GCC visibility push(default)
+
 namespace runtime {
 
 // ---- What is live ---------------------------------------------------------------------------------------------------
@@ -46,13 +51,17 @@ size_t live_blocks();
 // The interned texts that are live, with their counts.
 std::map<std::string, uint32_t> interned_texts();
 
+// Queue entries that had to be allocated since their element stood somewhere else already.
+size_t live_queue_entries();
+
 // Everything that is live, for a comparison of before and after. Tags and texts with nothing live are left out.
 struct Inventory {
   size_t ids = 0;
   size_t records = 0;
   std::map<uint32_t, size_t> blocks;
   std::map<std::string, uint32_t> texts;
-  bool empty() const { return ids == 0 && records == 0 && blocks.empty() && texts.empty(); }
+  size_t queue_entries = 0;  // those that were allocated
+  bool empty() const { return ids == 0 && records == 0 && blocks.empty() && texts.empty() && queue_entries == 0; }
   bool operator==(const Inventory &) const = default;
 };
 Inventory inventory();
@@ -125,9 +134,17 @@ void trace_to_stderr(bool on);
 bool trace_to_file(const std::string &path);
 void trace_to(std::function<void(const TraceLine &)> sink);
 
-// ---- Order ------------------------------------------------------------------------------------------------------------
+// ---- Queues -----------------------------------------------------------------------------------------------------------
 
 // The elements of a queue, without disturbing anything (for tests and displays).
 std::vector<void *> elements(const void *queue_head);
 
+// Empties a queue that is about to be thrown away, so that its elements are free for other queues. Who owns a target list
+// calls this while the elements are still alive, then frees the list. A list that is freed without it leaves its elements
+// marked as queued: they can be queued again all the same, but every entry then has to be allocated, and entries that the
+// list had allocated are lost.
+void abandon(queue_head *queue);
+
 }  // namespace runtime
+
+#pragma GCC visibility pop

@@ -1,0 +1,49 @@
+// What every service shares: the fault clock with the recording of requests, and the list of complaints.
+//
+// A fallible request costs one increment and one branch that is never taken while nobody records or injects anything.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "host/runtime/control.h"
+
+namespace runtime {
+
+inline constexpr size_t kServices = static_cast<size_t>(Service::queue_entry) + 1;
+
+struct Monitor {
+  bool watching = false;  // requests are recorded, or a fault is scheduled
+  bool recording = false;
+  bool lose_next_pointer = false;
+  bool fail_next_tree_delete = false;
+  uint64_t requests[kServices] = {};
+};
+extern constinit Monitor monitor;
+
+// The slow half of refused(): records the request and asks the schedules.
+bool refused_by_watch(Service service, uint32_t tag, size_t size, std::string_view text) noexcept;
+
+// Counts a fallible request. True when a schedule makes it fail: the service then refuses it.
+inline bool refused(Service service, uint32_t tag = 0, size_t size = 0, std::string_view text = {}) noexcept {
+  ++monitor.requests[static_cast<size_t>(service)];
+  return monitor.watching && refused_by_watch(service, tag, size, text);
+}
+
+// The request that was counted last was refused for want of memory.
+void note_out_of_memory() noexcept;
+
+void note_text_removal(std::string_view text, uint32_t tag) noexcept;
+
+// Remembers what a caller did that a service does not allow.
+[[gnu::format(printf, 1, 2)]] void complain(const char *format, ...) noexcept;
+
+// State that is never destroyed, since services may be called until the process is gone.
+template <class State>
+State &immortal() {
+  static State *state = new State;
+  return *state;
+}
+
+}  // namespace runtime

@@ -1,0 +1,10 @@
+// The services as this library defines them. It hides everything by default; their declarations carry no visibility of
+// their own, so they get it here.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#pragma GCC visibility push(default)
+#include "platform/runtime.h"
+#pragma GCC visibility pop

@@ -1,0 +1,58 @@
+// Memory of any size, with a note of eight bytes about each block. Giving back tells whether the block is out.
+//
+// Small blocks come from slabs of one size each, with the note behind the content; the owner of their page says which
+// slab they are of. The rest, and everything in a build for the sanitizers, is a heap block of exactly the size that was
+// asked for, so that a byte past the end is seen; a table keeps their notes. It keeps their addresses disguised, so that a
+// block that its user lost is a leak.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+
+#include "host/runtime/record_store.h"
+#include "host/runtime/slab_store.h"
+
+namespace runtime {
+
+class SizedStore {
+ public:
+  struct Note {
+    uint32_t first;
+    uint32_t second;
+  };
+
+  SizedStore() : SizedStore(std::make_index_sequence<kSmallSizes>()) {}
+
+  // A block with undefined content, aligned to 16 bytes, or NULL.
+  void *take(size_t size, Note note) noexcept;
+  // The note about a block that is out; NULL for anything else.
+  const Note *note_of(const void *block) const noexcept;
+  // Takes back a block that is out.
+  void put_back(void *block) noexcept;
+
+ private:
+  static constexpr size_t kStep = 16, kSmallSizes = 16, kLargestSmall = kStep * kSmallSizes;
+  static constexpr uint32_t kPerSlab = 32;
+
+  template <size_t... index>
+  explicit SizedStore(std::index_sequence<index...>) : small_{SlabStore((index + 1) * kStep, kPerSlab)...} {}
+
+  // The slabs that the page of 'block' belongs to, or NULL.
+  const SlabStore *small_of(const void *block) const noexcept {
+    const SlabStore *owner = SlabStore::owner_of(block);
+    return owner >= small_.data() && owner < small_.data() + small_.size() ? owner : nullptr;
+  }
+  static Note *note_in(const SlabStore &slabs, const void *block) {
+    return reinterpret_cast<Note *>(static_cast<char *>(const_cast<void *>(block)) + slabs.stride() - sizeof(Note));
+  }
+  static uintptr_t disguised(uintptr_t address) { return ~address; }
+  void *take_from_heap(size_t size, Note note) noexcept;
+
+  std::array<SlabStore, kSmallSizes> small_;
+  std::unordered_map<uintptr_t, Note> on_heap_;
+};
+
+}  // namespace runtime

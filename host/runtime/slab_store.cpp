@@ -1,0 +1,93 @@
+#include "host/runtime/slab_store.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+
+namespace runtime {
+
+namespace {
+
+// Addresses only; memory is used as slabs are made. Less is taken where the process may not have so many.
+constexpr uint64_t kMostReserved = uint64_t{16} << 30, kLeastReserved = uint64_t{64} << 20;
+constexpr uint64_t kCommitStep = uint64_t{1} << 20;
+constexpr uint32_t kMostStores = 1 << 16;
+
+void *reserve(uint64_t bytes, int protection) {
+  void *begin = mmap(nullptr, bytes, protection, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  return begin == MAP_FAILED ? nullptr : begin;
+}
+
+uint64_t rounded_up(uint64_t bytes, uint64_t step) {
+  return (bytes + step - 1) / step * step;
+}
+
+}  // namespace
+
+constinit SlabStore::Range SlabStore::range_;
+
+bool SlabStore::in_free_list(const FreeRecord *record) const noexcept {
+  for (const FreeRecord *other = free_; other; other = other->next)
+    if (other == record) return true;
+  return false;
+}
+
+char *SlabStore::take_from_new_slab() noexcept {
+  if (number_ == 0 && !enter_into_range()) return nullptr;
+  size_t wanted = std::min<size_t>(std::max<uint32_t>(per_slab_, 1), kLargestSlab / stride_) * stride_;
+  size_t bytes = rounded_up(std::max(wanted, stride_), kPageSize);
+  char *slab = new_slab(bytes);
+  if (!slab) return nullptr;
+  used_per_slab_ = bytes / stride_ * stride_;
+  fresh_ = slab + stride_;
+  fresh_end_ = slab + used_per_slab_;
+  return slab;
+}
+
+bool SlabStore::enter_into_range() noexcept {
+  // Beyond the largest slab the distance of a record could not be told by its page.
+  if (stride_ > kLargestSlab) return false;
+  if (!range_.begin && !reserve_range()) return false;
+  if (range_.n_stores + 1 == kMostStores) return false;
+  number_ = static_cast<uint16_t>(++range_.n_stores);
+  range_.stores[number_] = this;
+  return true;
+}
+
+bool SlabStore::reserve_range() noexcept {
+  for (uint64_t bytes = kMostReserved; bytes >= kLeastReserved; bytes /= 2) {
+    uint64_t table_bytes = bytes / kPageSize * sizeof(Page), store_bytes = kMostStores * sizeof(SlabStore *);
+    void *begin = reserve(bytes, PROT_NONE);
+    void *tables = reserve(table_bytes + store_bytes, PROT_READ | PROT_WRITE);
+    if (begin && tables) {
+      range_.begin = static_cast<char *>(begin);
+      range_.reserved = bytes;
+      range_.pages = static_cast<Page *>(tables);
+      range_.stores = reinterpret_cast<SlabStore **>(static_cast<char *>(tables) + table_bytes);
+      return true;
+    }
+    if (begin) munmap(begin, bytes);
+    if (tables) munmap(tables, table_bytes + store_bytes);
+  }
+  return false;
+}
+
+bool SlabStore::commit(uint64_t bytes) noexcept {
+  if (bytes <= range_.committed) return true;
+  uint64_t more = std::min(rounded_up(bytes, kCommitStep), range_.reserved);
+  if (bytes > more || mprotect(range_.begin, more, PROT_READ | PROT_WRITE) != 0) return false;
+  range_.committed = more;
+  return true;
+}
+
+char *SlabStore::new_slab(size_t bytes) noexcept {
+  if (!commit(range_.used + bytes)) return nullptr;
+  char *slab = range_.begin + range_.used;
+  Page *pages = range_.pages + range_.used / kPageSize;
+  for (size_t page = 0; page < bytes / kPageSize; ++page)
+    pages[page] = {number_, static_cast<uint16_t>(page)};
+  range_.used += bytes;
+  return slab;
+}
+
+}  // namespace runtime

@@ -1,0 +1,152 @@
+// Memory for records of one size: slabs out of one address range, and an intrusive list of the free records.
+//
+// Taking and giving back must cost less than half of malloc and free, and giving back must still tell whether the record
+// is one of this store that is out. So all slabs of the process lie in one reserved range of addresses, with a table of
+// the page owners beside it: four bytes a page, dense, and hot in the first-level cache. A record is checked with one load
+// from it, one multiplication for the division by the record size, and one look at the record itself:
+//
+// 1. An address outside the used part of the range, or in a page of another store, is foreign.
+// 2. A distance from the start of the slab that is no multiple of the record size is not the start of a record.
+// 3. A record in the free list carries its own address, mixed with a secret, in its second word. Content that looks so by
+//    chance is told apart by a walk over the free list, which only such a record pays for.
+// 4. The rest of the newest slab has never been given out.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+namespace runtime {
+
+class SlabStore {
+ public:
+  // For records of 'size' bytes, which it gets 'per_slab' at a time (more, where that leaves a page unused).
+  constexpr SlabStore(size_t size, uint32_t per_slab)
+      : stride_(stride_for(size)), per_slab_(per_slab), multiple_of_stride_(UINT64_MAX / stride_for(size) + 1) {}
+  SlabStore(const SlabStore &) = delete;
+  SlabStore &operator=(const SlabStore &) = delete;
+
+  // A record with undefined content, or NULL.
+  void *take() noexcept {
+    char *record = reinterpret_cast<char *>(free_);
+    if (record) [[likely]] {
+      free_ = free_->next;
+      reinterpret_cast<FreeRecord *>(record)->mark = 0;
+    } else if (fresh_ != fresh_end_) [[likely]] {
+      record = fresh_;
+      fresh_ += stride_;
+    } else {
+      record = take_from_new_slab();
+      if (!record) return nullptr;
+    }
+    ++taken_;
+    fill(record, kTakenFiller);
+    return record;
+  }
+
+  // Takes 'record' back; false when it is no record of this store that is out.
+  bool give(void *record) noexcept {
+    if (!is_out(record)) [[unlikely]]
+      return false;
+    put_back(record);
+    return true;
+  }
+  // The same for a record that is known to be out.
+  void put_back(void *record) noexcept {
+    fill(record, kGivenFiller);
+    free_ = new (record) FreeRecord{free_, mark_of(record)};
+    ++given_;
+  }
+
+  bool is_out(const void *record) const noexcept {
+    if (!is_place_of_record(record)) [[unlikely]]
+      return false;
+    auto free_record = static_cast<const FreeRecord *>(record);
+    return free_record->mark != mark_of(record) || !in_free_list(free_record);
+  }
+
+  // The store that the page of 'address' belongs to, or NULL.
+  static SlabStore *owner_of(const void *address) noexcept {
+    uint64_t distance = distance_in_range(address);
+    return distance < range_.used ? range_.stores[range_.pages[distance / kPageSize].store] : nullptr;
+  }
+
+  size_t stride() const { return stride_; }
+  size_t live() const { return taken_ - given_; }
+  size_t total() const { return taken_; }
+
+ private:
+  struct FreeRecord {
+    FreeRecord *next;
+    uintptr_t mark;
+  };
+  struct Page {
+    uint16_t store;    // index in 'stores'; 0 is none
+    uint16_t in_slab;  // which page of its slab this is
+  };
+  struct Range {
+    char *begin = nullptr;
+    uint64_t used = 0;       // bytes that slabs have
+    uint64_t committed = 0;  // bytes that may be touched
+    uint64_t reserved = 0;
+    Page *pages = nullptr;
+    SlabStore **stores = nullptr;
+    uint32_t n_stores = 0;
+  };
+
+  static constexpr uint64_t kPageSize = 4096;
+  static constexpr size_t kLargestSlab = size_t{4} << 20;
+  static constexpr unsigned char kTakenFiller = 0xa5, kGivenFiller = 0xdb;
+
+  static constexpr size_t stride_for(size_t size) {
+    return size < sizeof(FreeRecord) ? sizeof(FreeRecord)
+                                     : (size + alignof(FreeRecord) - 1) & ~(alignof(FreeRecord) - 1);
+  }
+  static uint64_t distance_in_range(const void *address) {
+    return reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(range_.begin);
+  }
+  static uintptr_t mark_of(const void *record) { return reinterpret_cast<uintptr_t>(record) ^ 0x9e3779b97f4a7c15u; }
+
+  bool is_place_of_record(const void *record) const noexcept {
+    uint64_t distance = distance_in_range(record);
+    if (distance >= range_.used) return false;
+    Page page = range_.pages[distance / kPageSize];
+    uint64_t in_slab = uint64_t{page.in_slab} * kPageSize + distance % kPageSize;
+    // A multiple of the stride, times the rounded-up inverse of the stride, leaves less than the inverse.
+    return page.store == number_ && in_slab < used_per_slab_ && in_slab * multiple_of_stride_ < multiple_of_stride_ &&
+           !is_fresh(record);
+  }
+  bool is_fresh(const void *record) const {
+    return reinterpret_cast<uintptr_t>(record) - reinterpret_cast<uintptr_t>(fresh_) <
+           reinterpret_cast<uintptr_t>(fresh_end_) - reinterpret_cast<uintptr_t>(fresh_);
+  }
+  bool in_free_list(const FreeRecord *record) const noexcept;
+  char *take_from_new_slab() noexcept;
+  bool enter_into_range() noexcept;
+  static bool reserve_range() noexcept;
+  static bool commit(uint64_t bytes) noexcept;
+  char *new_slab(size_t bytes) noexcept;
+
+  // Content that nobody may rely on is made conspicuous where speed does not matter.
+  void fill([[maybe_unused]] void *record, [[maybe_unused]] unsigned char filler) const {
+#ifndef NDEBUG
+    std::memset(record, filler, stride_);
+#endif
+  }
+
+  static constinit Range range_;
+
+  FreeRecord *free_ = nullptr;
+  char *fresh_ = nullptr;  // never given out, up to 'fresh_end_'
+  char *fresh_end_ = nullptr;
+  size_t taken_ = 0;
+  size_t given_ = 0;
+  size_t stride_;
+  uint32_t per_slab_;
+  uint16_t number_ = 0;  // index in 'stores'; 0 until the first slab
+  uint64_t multiple_of_stride_;
+  size_t used_per_slab_ = 0;  // bytes of a slab that hold whole records
+};
+
+}  // namespace runtime

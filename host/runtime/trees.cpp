@@ -1,0 +1,191 @@
+// Balanced trees of records that carry their own linkage.
+//
+// The balancing is Boost.Intrusive's. The head of a tree is the header that its algorithms want: its parent is the root,
+// its left and right are the first and the last node, and the root's parent is the header. So every linked node has a
+// parent, and a node without one is in no tree.
+//
+// Places are found here, not by Boost: one comparator call a node gives three answers, and the comparators need not be a
+// consistent order. Whatever they answer, a node goes to the end of a path and the balancing looks at the links alone.
+#include <boost/intrusive/avltree_algorithms.hpp>
+
+#include "host/runtime/monitor.h"
+#include "host/runtime/services.h"
+
+using namespace runtime;
+
+namespace {
+
+struct NodeTraits {
+  using node = avl_node;
+  using node_ptr = avl_node *;
+  using const_node_ptr = const avl_node *;
+  using balance = intptr_t;
+
+  static node_ptr get_parent(const_node_ptr node) { return node->parent; }
+  static void set_parent(node_ptr node, node_ptr parent) { node->parent = parent; }
+  static node_ptr get_left(const_node_ptr node) { return node->left; }
+  static void set_left(node_ptr node, node_ptr left) { node->left = left; }
+  static node_ptr get_right(const_node_ptr node) { return node->right; }
+  static void set_right(node_ptr node, node_ptr right) { node->right = right; }
+  static balance get_balance(const_node_ptr node) { return node->balance; }
+  static void set_balance(node_ptr node, balance value) { node->balance = value; }
+  static balance negative() { return -1; }
+  static balance zero() { return 0; }
+  static balance positive() { return 1; }
+};
+using Algorithms = boost::intrusive::avltree_algorithms<NodeTraits>;
+
+enum Order : uint32_t { kBefore = 0, kEqual = 1 };  // anything else is after
+
+bool is_linked(const avl_node *node) {
+  return node->parent != nullptr;
+}
+
+avl_node *first_below(avl_node *node) {
+  while (node->left)
+    node = node->left;
+  return node;
+}
+
+// The root is the only node that is its parent's parent.
+bool is_in(const avl_tree *tree, const avl_node *node) {
+  if (!is_linked(node)) return false;
+  while (node->parent->parent != node)
+    node = node->parent;
+  return node->parent == &tree->top;
+}
+
+// What costs in a descent is waiting for the nodes, so both that may come next are asked for before the comparison.
+struct Children {
+  explicit Children(const avl_node *node) : left(node->left), right(node->right) {
+    __builtin_prefetch(left);
+    __builtin_prefetch(right);
+  }
+  avl_node *on(uint32_t order) const { return order == kBefore ? left : right; }
+
+  avl_node *left;
+  avl_node *right;
+};
+
+avl_node *find(const avl_tree *tree, const void *probe) {
+  avl_compare_fn compare = tree->compare;
+  for (avl_node *node = tree->top.parent; node;) {
+    Children children(node);
+    uint32_t order = compare(probe, node);
+    if (order == kEqual) return node;
+    node = children.on(order);
+  }
+  return nullptr;
+}
+
+avl_node *first_after(const avl_tree *tree, const void *probe) {
+  avl_node *best = nullptr;
+  for (avl_node *node = tree->top.parent; node;) {
+    Children children(node);
+    uint32_t order = tree->compare(probe, node);
+    if (order == kBefore) best = node;
+    node = children.on(order);
+  }
+  return best;
+}
+
+// Where a node goes that equals none of the tree. False when one is equal.
+bool find_place(avl_tree *tree, const avl_node *node, Algorithms::insert_commit_data &place) {
+  place.node = &tree->top;
+  place.link_left = true;
+  for (avl_node *at = tree->top.parent; at;) {
+    Children children(at);
+    uint32_t order = tree->compare(node, at);
+    if (order == kEqual) return false;
+    place.node = at;
+    place.link_left = order == kBefore;
+    at = children.on(order);
+  }
+  return true;
+}
+
+void take_out(avl_tree *tree, avl_node *node) {
+  Algorithms::erase(&tree->top, node);
+  *node = {};
+}
+
+avl_node *node_of(void *record) {
+  return static_cast<avl_node *>(record);
+}
+
+bool usable(const avl_tree *tree, const void *argument, const char *service) {
+  if (tree && tree->compare && argument) [[likely]]
+    return true;
+  complain("%s: tree %p%s, argument %p", service, static_cast<const void *>(tree),
+           tree && !tree->compare ? " (not initialised)" : "", argument);
+  return false;
+}
+
+}  // namespace
+
+uint32_t i_avl_tree_init(avl_tree *tree, avl_compare_fn compare, avl_free_fn free_node) {
+  if (!tree || !compare) {
+    complain("i_avl_tree_init: tree %p%s", static_cast<void *>(tree), compare ? "" : ", no comparator");
+    return 0;
+  }
+  if (refused(Service::tree_init)) return 0;
+  Algorithms::init_header(&tree->top);
+  tree->compare = compare;
+  tree->free_node = free_node;
+  return 1;
+}
+
+uint32_t i_avl_insert(avl_tree *tree, void *record) {
+  if (!usable(tree, record, "i_avl_insert") || refused(Service::tree_insert)) return 0;
+  avl_node *node = node_of(record);
+  Algorithms::insert_commit_data place;
+  if (is_linked(node) || !find_place(tree, node, place)) return 0;
+  Algorithms::insert_unique_commit(&tree->top, node, place);
+  return 1;
+}
+
+void *i_avl_search(avl_tree *tree, const void *probe) {
+  return usable(tree, probe, "i_avl_search") ? find(tree, probe) : nullptr;
+}
+
+uint32_t i_avl_delete(avl_tree *tree, void *probe, void **removed) {
+  if (!usable(tree, probe, "i_avl_delete")) return 0;
+  if (monitor.fail_next_tree_delete) [[unlikely]] {
+    monitor.fail_next_tree_delete = false;
+    return 0;
+  }
+  avl_node *node = is_in(tree, node_of(probe)) ? node_of(probe) : find(tree, probe);
+  if (!node) return 0;
+  take_out(tree, node);
+  if (removed) *removed = node;
+  return 1;
+}
+
+void i_avl_remove(avl_tree *tree, void *) {
+  if (!tree) {
+    complain("i_avl_remove: no tree");
+    return;
+  }
+  // The callback may free the record and take out others, so each turn starts from the tree as it is then.
+  while (tree->top.parent) {
+    avl_node *node = tree->top.left;
+    take_out(tree, node);
+    if (tree->free_node) tree->free_node(node);
+  }
+}
+
+void i_avl_get_first(avl_node *root, void **first) {
+  if (first) *first = root ? first_below(root) : nullptr;
+}
+
+void i_avl_get_next(avl_tree *tree, void *current, void **next) {
+  if (!next) return;
+  *next = nullptr;
+  if (!usable(tree, current, "i_avl_get_next")) return;
+  if (!is_in(tree, node_of(current))) {
+    *next = first_after(tree, current);
+    return;
+  }
+  avl_node *node = Algorithms::next_node(node_of(current));
+  *next = node == &tree->top ? nullptr : node;
+}
