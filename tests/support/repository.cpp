@@ -8,7 +8,7 @@
 namespace rig {
 namespace {
 
-int worlds_made = 0;
+int rigs = 0;
 
 // What a maker makes of a status: a test goes on with handle 0, but it has failed.
 void expect_made(uint32_t status) {
@@ -50,19 +50,24 @@ uint32_t client_or_one(const World &world, const MapOptions &options) {
 
 }  // namespace
 
-int World::made() {
-  return worlds_made;
-}
-
-World::World() {
-  ++worlds_made;
+void start_rig() {
+  ++rigs;
   runtime::clear_faults();
   runtime::clear_complaints();
+  runtime::record_requests(false);
   reset_engine();
   on_policy_removed = nullptr;
   calls().clear();
   printed().clear();
   start_trace();
+}
+
+int rigs_started() {
+  return rigs;
+}
+
+World::World() {
+  start_rig();
   zar_init();
   db = database();
   one = client("one", db);
@@ -384,13 +389,25 @@ std::string World::everything() const {
   return digest() + to_string(runtime::inventory());
 }
 
-void Repository::TearDown() {
+namespace {
+
+void end_test(const std::function<std::string()> &digest) {
   EXPECT_EQ(runtime::complaints(), std::vector<std::string>{}) << "misuse of the runtime";
-  if (!HasFailure()) return;
+  if (!::testing::Test::HasFailure()) return;
   std::cout << "the whole trace of the test:";
   for (const Line &line : trace_history())
     std::cout << line;
-  std::cout << "\nthe repository at its end:\n" << digest();
+  std::cout << "\n" << digest();
+}
+
+}  // namespace
+
+void Repository::TearDown() {
+  end_test([this] { return "the repository at its end:\n" + digest(); });
+}
+
+void BareProcess::TearDown() {
+  end_test([] { return std::string(); });
 }
 
 }  // namespace rig

@@ -51,6 +51,7 @@
 #include "support/call_log.h"
 #include "support/callbacks.h"
 #include "support/faults.h"
+#include "support/requests.h"
 #include "support/scripted_engine.h"
 #include "support/trace.h"
 #include "zar/zar.h"
@@ -70,6 +71,11 @@ struct MapOptions {
   uint32_t clid = 0;            // 0: client one
 };
 
+// Gives a test a fresh surrounding: engine, callbacks, trace and runtime as at the start. A World does it itself.
+void start_rig();
+// How often that was done in this process.
+int rigs_started();
+
 // A repository that was just started, with two clients, and everything to fill and read it.
 class World {
  public:
@@ -77,9 +83,6 @@ class World {
   ~World();
   World(const World &) = delete;
   World &operator=(const World &) = delete;
-
-  // How many there were in this process.
-  static int made();
 
   // Client one owns 'db', which is the default database; client two has no database and so works in the same.
   zar_db *db = nullptr;
@@ -195,6 +198,13 @@ class Repository : public ::testing::Test, public World {
   void TearDown() override;
 };
 
+// The fixture for what comes before: nothing was started yet.
+class BareProcess : public ::testing::Test {
+ protected:
+  BareProcess() { start_rig(); }
+  void TearDown() override;
+};
+
 }  // namespace rig
 
 // The call answers 'status' and changes nothing, neither in the repository nor in what the runtime has given out.
@@ -206,4 +216,4 @@ class Repository : public ::testing::Test, public World {
   } while (false)
 
 #define NEEDS_FRESH_PROCESS() \
-  if (::rig::World::made() > 1) GTEST_SKIP() << "pools live as long as the process: run this test alone"
+  if (::rig::rigs_started() > 1) GTEST_SKIP() << "pools live as long as the process: run this test alone"

@@ -1,0 +1,34 @@
+// What the library asks of the platform runtime, as lines in the order of the requests:
+//   id table 0x3e00023 "ZAR PMAP HANDLE IDs"     pool 0x3e00037 of 152       record 0x3e00037 of 152
+//   id 0x3e00023                                 pool "NAME" of 104          record of 104 (of a named pool)
+//   block 0x3e00004 of 48                        duplicate 0x3e00034 "one"   text 0x3e00038 "gold"
+//   tree init    tree insert    queue entry      (and " failed" behind one that was refused)
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace rig {
+
+// Begins to watch, and forgets what was seen.
+void watch_requests();
+// What was asked since the last look.
+std::vector<std::string> take_requests();
+// The texts that were given back since the last look, as: 0x3e00038 "gold"
+std::vector<std::string> take_text_removals();
+
+// How a pool was made, and how many of its records are out: "152 bytes, 20 per chunk, flags 0x111"; empty: no such pool.
+std::string pool_of(uint32_t tag);
+std::string pool_of(const std::string &name);
+// Records that are out of the pool.
+size_t records_out(uint32_t tag);
+// Live blocks of a tag.
+size_t blocks_out(uint32_t tag);
+
+}  // namespace rig
+
+#define EXPECT_REQUESTS(...) EXPECT_EQ(::rig::take_requests(), (std::vector<std::string>{__VA_ARGS__}))
+#define EXPECT_TEXT_REMOVALS(...) EXPECT_EQ(::rig::take_text_removals(), (std::vector<std::string>{__VA_ARGS__}))
