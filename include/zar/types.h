@@ -13,7 +13,7 @@
 #include <stdint.h>
 
 /** Refuses to compile where 'condition' does not hold.
- *  @param condition an integer constant expression */
+ *  @param condition  An integer constant expression. */
 #ifdef __cplusplus
 #define ZAR_LAYOUT_ASSERT(condition) static_assert(condition, #condition)
 extern "C" {
@@ -22,14 +22,14 @@ extern "C" {
 #endif
 
 /** Refuses to compile where 'type' is not 'bytes' long.
- *  @param type a complete type
- *  @param bytes its promised size */
+ *  @param type   A complete type.
+ *  @param bytes  Its promised size. */
 #define ZAR_LAYOUT_SIZE(type, bytes) ZAR_LAYOUT_ASSERT(sizeof(type) == (bytes))
 
 /** Refuses to compile where 'field' of 'type' does not begin at byte 'at'.
- *  @param type a record type
- *  @param field one of its fields
- *  @param at the promised offset, in bytes */
+ *  @param type   A record type.
+ *  @param field  One of its fields.
+ *  @param at     Its promised offset, in bytes. */
 #define ZAR_LAYOUT_FIELD(type, field, at) ZAR_LAYOUT_ASSERT(offsetof(type, field) == (at))
 
 /**
@@ -40,242 +40,212 @@ extern "C" {
 
 /**
  * @name Containers of the platform, as they lie in records
- *
  * Only the platform's tree and queue services look inside; the library and its callers go through the services. The one
  * exception is 'count' of a queue, which anyone may read.
  * @{
  */
 
-/**
- * The linkage of a record in a keyed tree; the first member of every record that a tree holds.
- *
- * All zeros in a record that was never in a tree.
- */
+/** The linkage of a record in a keyed tree; the first member of every record that a tree holds. All zeros in a record
+ *  that was never in a tree. */
 typedef struct avl_node {
-  struct avl_node *parent; /**< the node above, or NULL */
-  struct avl_node *left;   /**< the subtree of the nodes that sort before this one */
-  struct avl_node *right;  /**< the subtree of the nodes that sort after this one */
-  intptr_t balance;        /**< the tree service's own */
+  struct avl_node *parent; /**< The node above, or NULL. */
+  struct avl_node *left;   /**< The subtree of the nodes that sort before this one. */
+  struct avl_node *right;  /**< The subtree of the nodes that sort after this one. */
+  intptr_t balance;        /**< The tree service's own. */
 } avl_node;
 
 /**
- * Orders a node that is sought or inserted against one that is in the tree.
+ * Orders a node that is sought or inserted against one that is in the tree. The library gives it to the tree service
+ * when it makes a database; the service calls it once for each node that a search, an insertion or a deletion passes.
+ * It must not change the tree.
  *
- * Supplied by the library at the creation of a database and called by the tree service, once for each node that a
- * search, an insert or a deletion passes. It must not change the tree.
+ * @param nascent  The node that is sought or inserted; a probe carries nothing but its key.
+ * @param tree     A node of the tree.
  *
- * @param nascent the node sought or inserted; a probe carries only the key
- * @param tree a node of the tree
- * @retval 0 'nascent' sorts before 'tree'
- * @retval 1 the keys are equal
- * @retval 2 'nascent' sorts after 'tree'
+ * @retval 0  'nascent' sorts before 'tree'.
+ * @retval 1  They are equal.
+ * @retval 2  'nascent' sorts after 'tree'.
  */
 typedef uint32_t (*avl_compare_fn)(const void *nascent, const void *tree);
 
 /**
- * Takes over a node whose whole tree is being emptied.
+ * Hears of a node when its whole tree is emptied. The library gives it to the tree service when it makes a database;
+ * the service calls it once for each node, after it has unlinked the node, so that the record may go.
  *
- * Supplied by the library at the creation of a database and called by the tree service once for each node, after the
- * node was unlinked, so that it may free the record.
- *
- * @param node the unlinked node
+ * @param node  The unlinked node.
  */
 typedef void (*avl_free_fn)(void *node);
 
 /** A keyed tree. */
 typedef struct avl_tree {
-  avl_node top;           /**< 'top.parent', the first word, is the root node, or NULL while the tree is empty */
-  avl_compare_fn compare; /**< the order of the tree */
-  avl_free_fn free_node;  /**< what becomes of the nodes when the tree is emptied */
+  avl_node top;           /**< 'top.parent', the first word, is the root, or NULL while the tree is empty. */
+  avl_compare_fn compare; /**< The order of the tree. */
+  avl_free_fn free_node;  /**< What hears of the nodes when the tree is emptied. */
 } avl_tree;
 
 /** The linkage of a record in a queue; the first word of every record that a queue holds. */
 typedef struct queue_link {
-  void *next; /**< the queue service's own */
+  void *next; /**< The queue service's own. */
 } queue_link;
 
 /** A queue of records. */
 typedef struct queue_head {
-  void *head;     /**< the queue service's own */
-  void *tail;     /**< the queue service's own */
-  uint32_t count; /**< the number of elements */
-  uint32_t limit; /**< the most elements that it takes; 0: no limit */
+  void *head;     /**< The queue service's own. */
+  void *tail;     /**< The queue service's own. */
+  uint32_t count; /**< The number of elements. */
+  uint32_t limit; /**< The most elements that it takes; 0: no limit. */
 } queue_head;
 
-/**
- * A position in a queue; zeroed, it stands before the first element.
- *
- * An element that the cursor has given may be taken out and freed only once the next one has been fetched. Inserting
- * does not disturb a cursor.
- */
+/** A position in a queue; zeroed, it stands before the first element. */
 typedef struct queue_cursor {
-  void *position; /**< the queue service's own */
+  void *position; /**< The queue service's own. */
 } queue_cursor;
 
-/** A counted reference to an interned text of the platform's string database; the service gives the text of it. */
+/** A counted reference to an interned text of the platform's string database, which gives the text for it. */
 typedef struct sdb_block *sdb_ref;
 
-/** A pool of records of one size, the platform's own. */
+/** A pool of records of one size; the platform's own. */
 typedef struct chunk_pool chunk_pool;
 
 /** @} */
 
 /**
  * @name Functions that callers hand in
- *
- * What holds for all of them:
- *
- * - A function is called on the thread of the operation that needs it, inside that operation, and never later.
- * - 'action_data' and 'filter_data' are the words that the caller's context carried, passed through unread. They are
- *   NULL where the caller gave NULL, unless it is said otherwise.
- * - A function may call back into the library. It must leave alone the object that it is called for, and the lists in
- *   which that object stands: the operation around it still holds them. Only #zar_target_policy_removal_fn may do
- *   anything at all.
- * - A function must return; it must not throw an exception or jump out through the library.
+ * The library calls them only inside an operation that needs them, on the thread of that operation. The data word of a
+ * context is passed through unread: it is NULL where the owner gave NULL, unless told otherwise. What a function may
+ * call in its turn is told among the conventions.
  * @{
  */
 
 /**
- * Frees what a context carries: the data of an action or a filter, or the caller's own context block, or both.
+ * Frees what a context carries: the data of an action or filter, the caller's own context block, or both. It is called
+ * in three ways:
  *
- * The library calls it in three ways:
+ * | Call          | When                                                                                            |
+ * |---------------|-------------------------------------------------------------------------------------------------|
+ * | (data, NULL)  | an action loses its last reference, a filter is deleted, or newer data takes the data's place   |
+ * | (NULL, block) | zar_free_client_action_context() and zar_free_client_filter_context(): the data is kept         |
+ * | (data, block) | zar_free_client_filter_params_context()                                                         |
  *
- * | Call | When |
- * |---|---|
- * | (data, NULL) | the last reference of an action is dropped, a filter is deleted, or the data of either is replaced |
- * | (NULL, block) | zar_free_client_action_context and zar_free_client_filter_context: free the block, keep the data |
- * | (data, block) | zar_free_client_filter_params_context: free both |
+ * The library calls it once for the same data and once for the same block, and uses neither afterwards. Every context
+ * needs this function; where it frees nothing, the data stays with its owner.
  *
- * It is called once for the same data and once for the same block; afterwards the library does not use them again. In
- * the first form the action or filter is in the middle of its release or replacement: its handle must not be used.
- *
- * The function is required in every context. Whether it frees anything is its own affair; where it does nothing, the
- * data simply stays with its owner. It must accept NULL data if the owner makes contexts without data.
- *
- * @param data the data to free, or NULL
- * @param context the caller's context block to free, or NULL
+ * @param data     The data to free, or NULL. In the first way it is NULL where the owner gave NULL.
+ * @param context  The context block to free, or NULL.
  */
 typedef void (*zar_free_fn)(void *data, void *context);
 
 /**
- * Runs an action.
+ * Runs an action. The library never calls it: it stores it for the engine, and takes two actions for the same only if
+ * they have the same one. Every action context needs it.
  *
- * The library stores it and compares its address (two actions are the same only if they run the same function); it
- * never calls it. The engine does. Required in every action context.
+ * @param action_data  The action's data.
+ * @param run          The engine's own.
  *
- * @param action_data the action's data
- * @param run the engine's own
- * @return the engine's own
+ * @return The engine's own.
  */
 typedef uint32_t (*zar_action_entry_fn)(void *action_data, void *run);
 
 /**
- * Gives the configuration text of an action.
+ * Gives the configuration text of an action. It is called once for each text that is wanted: by
+ * zar_get_action_nvgen_str() with the argument of that call, and by zar_print_policymap() with 0. An action cannot be
+ * made without it.
  *
- * Called once for each text that is asked for: by zar_get_action_nvgen_str with the argument of that call, and by
- * zar_print_policymap with 0. Required to create an action.
+ * @param action_data  The action's data.
+ * @param argument     Passed through from zar_get_action_nvgen_str(); its meaning is the engine's.
  *
- * @param action_data the action's data
- * @param argument passed through from zar_get_action_nvgen_str; its meaning is the engine's
- * @return the text, a fresh block of the platform's named allocation, or NULL for none. The receiver frees it: the
- *         library after printing it, or the caller of zar_get_action_nvgen_str.
+ * @return A new text from the platform's named allocation, or NULL for none. Who asked frees it: the caller of
+ *         zar_get_action_nvgen_str(), or the library when it has printed it.
  */
 typedef char *(*zar_action_str_fn)(void *action_data, uint32_t argument);
 
 /**
- * Whether the data of a caller's context equals the data of a stored action or filter.
+ * Whether the data of a caller's context equals the data of a stored action or filter. The stored record's function is
+ * called, never that of the caller's context, and only when the free function and the entry (or evaluation) function
+ * were found equal on both sides: both data come from the same owner. A search calls it once for each such candidate up
+ * to the first match; for filters, before it looks at the no-match flag. Neither an action nor a filter can be made
+ * without it.
  *
- * The function of the stored record is called, never that of the caller's context. It is called only after the free
- * functions and the entry (or evaluation) functions of both sides were found equal, so both data come from the same
- * owner; in a search once for each such candidate, up to the first match. A search for a filter asks it before it looks
- * at the no-match flag. Required to create an action or a filter.
+ * It must change neither data, and keep neither.
  *
- * It must not change or keep either data.
+ * @param stored_data  The data of the stored record.
+ * @param new_data     The data of the caller's context.
  *
- * @param stored_data the data of the stored record
- * @param new_data the data of the caller's context
- * @return non-zero if they are equal, else 0
+ * @return Non-zero when they are equal, else 0.
  */
 typedef uint32_t (*zar_compare_fn)(void *stored_data, void *new_data);
 
 /**
- * Tells an action's owner that the action came into force, or went out of force, on targets.
+ * Tells the owner of an action that it came into force, or went out of force, on targets. It is called afterwards: once
+ * for each action of a CONTROL policy-map when the engine has made or deleted the instance of that policy-map on a
+ * target, and when a notification operation is called. A context may do without it; such an action is passed over.
  *
- * Called after the fact: once for each action of a CONTROL policy-map when the engine has made the instance of that
- * policy-map on a target or has deleted it, and as the notification operations (present.h) tell. May be NULL in a
- * context; the action is then passed over.
+ * The list is never NULL and never empty. It lies in the platform's named allocation and holds the callers' own target
+ * records, the same one possibly several times. The library does not free it: it belongs to the side of the handlers.
+ * The function must not free it or take anything out of it inside the call, since the same list serves the following
+ * calls of the operation.
  *
- * The list is never NULL and never empty; it is allocated from the platform's named allocation and holds the callers'
- * own target records, a record possibly more than once. The library never frees it: it belongs to the side of the
- * handlers. It must not be freed, nor its elements taken out, inside the call, since the same list serves the following
- * calls of the same operation.
- *
- * @param removed 0 when the action came into force, 1 when it went out of force
- * @param action_data the action's data
- * @param target_infos the targets concerned: a queue of #zar_target_info
+ * @param removed       0 when the action came into force, 1 when it went out of force.
+ * @param action_data   The action's data.
+ * @param target_infos  The targets concerned: a queue of #zar_target_info.
  */
 typedef void (*zar_action_notify_fn)(uint32_t removed, void *action_data, queue_head *target_infos);
 
 /**
- * Whether an action uses a parameter-map.
+ * Whether an action uses a parameter-map. zar_is_param_map_assoc_with_policy() calls it for one action after another,
+ * until one says yes. A context may do without it; the question then also passes over the actions that follow this one
+ * in its class-action. It must leave all policy-maps as they are.
  *
- * Called by zar_is_param_map_assoc_with_policy, at most once for each action, up to the first that answers yes. May be
- * NULL in a context; the question then also passes over the actions that follow this one in its class-action.
+ * @param action_data  The action's data.
+ * @param param_map    The value that the question was asked with. The library does not look into it, and it may be
+ *                     NULL.
  *
- * @param action_data the action's data
- * @param param_map the value that the question was asked with, opaque to the library, NULL included
- * @return non-zero if the action uses it, else 0
+ * @return Non-zero when the action uses it, else 0.
  */
 typedef uint32_t (*zar_action_param_map_check_fn)(void *action_data, const void *param_map);
 
 /**
- * Evaluates a filter.
+ * Evaluates a filter. The library never calls it: it stores it for the engine, and takes two filters for the same only
+ * if they have the same one. Every filter context needs it.
  *
- * The library stores it and compares its address (two filters are the same only if they are evaluated by the same
- * function); it never calls it. The engine does. Required in every filter context.
+ * @param filter_data  The filter's data.
+ * @param run          The engine's own.
  *
- * @param filter_data the filter's data
- * @param run the engine's own
- * @return the engine's own
+ * @return The engine's own.
  */
 typedef uint32_t (*zar_filter_eval_fn)(void *filter_data, void *run);
 
 /**
- * Gives the configuration text of a filter, without the word "match" or "no-match" before it.
+ * Gives the configuration text of a filter, without the word "match" or "no-match". It is called once for each text
+ * that is wanted: by zar_get_filter_nvgen_str(), zar_get_filter_nvgen_str_internal() and zar_print_classmap(), and by
+ * kel_pmtr_map_get_filter_expr_by_type() for each filter up to the one sought. A filter cannot be made without it.
  *
- * Called once for each text that is asked for: by the two filter text operations, by zar_print_classmap, and by
- * kel_pmtr_map_get_filter_expr_by_type for each filter up to the one sought. Required to create a filter.
+ * @param filter_data  The filter's data.
  *
- * @param filter_data the filter's data
- * @return the text, a fresh block of the platform's named allocation, or NULL for none. The library frees it.
+ * @return A new text from the platform's named allocation, or NULL for none. The library frees it.
  */
 typedef char *(*zar_filter_str_fn)(void *filter_data);
 
 /**
- * Tells a client that one of its policy-maps was taken off a target because the stored policy-map is being deleted.
+ * Tells a client that a target lost a policy-map because the stored policy-map is being deleted. The two deletions of
+ * stored policy-maps call it for the client whose clid they are given, once for each target on which the policy-map was
+ * active; no other deactivation calls it. By then the pair is unlinked and the engine has been asked to delete its
+ * instance, whatever it answered; both handles still resolve. A client may do without it.
  *
- * Called by the two deletions of stored policy-maps, for the client whose clid they were given, once for each target on
- * which the policy-map was active. By then the pair is unlinked, the engine's instance is gone and the handlers were
- * told; both handles are still valid. No other deactivation calls it. It may be NULL: the client then hears nothing.
+ * It may do anything, the deletion of any target included. A target that it deletes is not reported any more; the
+ * remaining ones are.
  *
- * The callback may call any operation, the deletion of any target included. A target that it deletes is not reported
- * again; the remaining ones are.
- *
- * @param target handle of the target
- * @param pmap handle of the policy-map
+ * @param target  The target.
+ * @param pmap    The policy-map.
  */
 typedef void (*zar_target_policy_removal_fn)(uint32_t target, uint32_t pmap);
 
 /**
- * Receives the lines of a listing, as printf would.
+ * Receives a listing, as printf would. The show operations call it once for each line, in order; they refuse a NULL
+ * one. It must leave the maps of the database that is listed, and their rules, as they are.
  *
- * Called once for each line by the show operations, in the order of the listing. The first value is always the line
- * prefix; the values are valid only inside the call. Never NULL: the show operations refuse a NULL printer.
- *
- * The printer must not create, store or delete maps, nor change their rules, while the listing runs.
- *
- * @param format a printf format, which begins with "%s" for the line prefix
- * @param ... the values, the line prefix first
+ * @param format  A format of printf, which begins with "%s" for the line prefix.
+ * @param ...     The values, the line prefix first. Texts among them are good inside the call only.
  */
 typedef void (*zar_printer_fn)(const char *format, ...);
 
@@ -283,87 +253,59 @@ typedef void (*zar_printer_fn)(const char *format, ...);
 
 /**
  * @name Records that callers fill
- *
- * The library reads them inside the call and keeps no pointer to them; #zar_target_info is the exception.
+ * The library reads them during the call and keeps no pointer to them; #zar_target_info alone is kept.
  * @{
  */
 
-/**
- * Names a map.
- *
- * The name, the domain and the domain type together are the key under which a map is stored. The engine's key of a
- * policy instance has the same layout, with 'hidden' 0.
- */
+/** Names a map: name, domain and domain type together are the key that it is stored under. The engine's key of a policy
+ *  instance has the same layout, with 'hidden' 0. */
 typedef struct zar_map_info {
-  const char *domain;   /**< the domain that the map belongs to; not NULL */
-  uint32_t domain_type; /**< 1 (CONTROL: a policy-map of this type holds events) or 2 */
-  const char *map_name; /**< the map's name; not NULL */
-  uint32_t hidden;      /**< read by zar_create_class only: 1 makes the class-map hidden */
+  const char *domain;   /**< The domain that the map belongs to; not NULL. */
+  uint32_t domain_type; /**< 1: CONTROL, a policy-map of this type holds events; 2: the other kind. */
+  const char *map_name; /**< The name of the map; not NULL. */
+  uint32_t hidden;      /**< Read by zar_create_class() only: 1 makes the class-map hidden. */
 } zar_map_info;
 
 /**
- * An action as its owner sees it: data, and what can be done with it.
+ * An action as its owner sees it: data, and what can be done with it. How a context lives is told among the
+ * conventions.
  *
- * The life of a context:
- *
- * 1. The owner fills a block and hands it to zar_create_action, which copies the seven words into the action. From a
- *    success on the data belongs to the action; the block stays the owner's, to use again or to free. A refused
- *    creation takes nothing over.
- * 2. While the action lives, its functions are called with its data, as each of them tells.
- * 3. zar_replace_old_action_hdl may put the data of a newer block in the place of the old data, which is freed once.
- *    The functions stay those of the creation.
- * 4. When the last reference of the action is dropped, 'action_free_fn' is called with the data and NULL. It is the
- *    last call that the action makes.
- *
- * A block that only describes what is sought (zar_retrieve_action, zar_compare_actions, zar_match_action_parameters)
- * needs the first three words; nothing of it is taken over. zar_pmtr_map_create_action takes over the block as well as
- * the data, and says when.
+ * A block that only describes an action to be found or compared with needs its first three words.
  */
 typedef struct zar_action_context {
-  void *action_data;                                       /**< opaque; handed to every function; may be NULL */
-  zar_free_fn action_free_fn;                              /**< required */
-  zar_action_entry_fn action_entry_fn;                     /**< required */
-  zar_action_str_fn action_str_fn;                         /**< required to create an action */
-  zar_compare_fn action_compare_fn;                        /**< required to create an action */
-  zar_action_notify_fn action_notify_fn;                   /**< may be NULL: the owner wants no notifications */
-  zar_action_param_map_check_fn action_param_map_check_fn; /**< may be NULL: the action cannot be asked */
+  void *action_data;                                       /**< Opaque; every function is given it. May be NULL. */
+  zar_free_fn action_free_fn;                              /**< Required. */
+  zar_action_entry_fn action_entry_fn;                     /**< Required. */
+  zar_action_str_fn action_str_fn;                         /**< Required to make an action. */
+  zar_compare_fn action_compare_fn;                        /**< Required to make an action. */
+  zar_action_notify_fn action_notify_fn;                   /**< NULL: the owner wants no notifications. */
+  zar_action_param_map_check_fn action_param_map_check_fn; /**< NULL: the action cannot be asked. */
 } zar_action_context;
 
 /**
- * A filter (match statement) as its owner sees it.
+ * A filter (match statement) as its owner sees it: data, and what can be done with it. How a context lives is told
+ * among the conventions.
  *
- * The life of a context:
- *
- * 1. The owner fills a block and hands it to zar_create_filter, zar_pmtr_create_filter or
- *    zar_pmtr_create_or_add_filter, which copies the five words into the filter. From a success on the data belongs to
- *    the filter; the block stays the owner's. A refused creation takes nothing over.
- * 2. While the filter lives, its functions are called with its data, as each of them tells.
- * 3. zar_replace_old_filter_hdl may put the data of a newer block in the place of the old data, which is freed once.
- *    The functions stay those of the creation.
- * 4. When the filter is deleted, alone or with its class-map, 'filter_free_fn' is called with the data and NULL. It is
- *    the last call that the filter makes.
- *
- * A block that only describes what is sought (zar_retrieve_filter, zar_match_filter_parameters,
- * zar_add_to_internal_cmap_compare) needs the first three words; nothing of it is taken over.
+ * A block that only describes a filter to be found or compared with needs its first three words.
  */
 typedef struct zar_filter_context {
-  void *filter_data;                 /**< opaque; handed to every function; may be NULL */
-  zar_free_fn filter_free_fn;        /**< required */
-  zar_filter_eval_fn filter_eval_fn; /**< required */
-  zar_filter_str_fn filter_str_fn;   /**< required to create a filter */
-  zar_compare_fn filter_compare_fn;  /**< required to create a filter */
+  void *filter_data;                 /**< Opaque; every function is given it. May be NULL. */
+  zar_free_fn filter_free_fn;        /**< Required. */
+  zar_filter_eval_fn filter_eval_fn; /**< Required. */
+  zar_filter_str_fn filter_str_fn;   /**< Required to make a filter. */
+  zar_compare_fn filter_compare_fn;  /**< Required to make a filter. */
 } zar_filter_context;
 
 /**
  * The beginning of the caller's own record of a target.
  *
- * The record stays the caller's. The library keeps the pointer while the target lives, queues the record in the target
- * lists of notifications, and prints 'target_id' in one trace message; it reads and frees nothing else. The record must
- * outlive the target and every target list in which it stands.
+ * The record stays the caller's. While the target lives, the library keeps the pointer, puts the record into the target
+ * lists of notifications and prints 'target_id' in one trace message; it neither reads nor frees more. The record must
+ * outlive the target and every target list that it stands in.
  */
 typedef struct zar_target_info {
-  queue_link link;     /**< for the target lists; the queue service's own */
-  uintptr_t target_id; /**< what the caller calls the target */
+  queue_link link;     /**< For the target lists; the queue service's own. */
+  uintptr_t target_id; /**< What the caller calls the target. */
 } zar_target_info;
 
 /** @} */
