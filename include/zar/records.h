@@ -1,9 +1,6 @@
-/*
+/**
+ * @file
  * The records of the repository, as the engine and the clients read them behind a handle.
- *
- * Every record belongs to the repository from its creation to its deletion. Others may read any field and may write the
- * counters ('executed_count' of an action, the four counts of a filter) and the engine's words of a target's policy
- * context; every other field is written by the library alone.
  */
 #ifndef ZAR_RECORDS_H
 #define ZAR_RECORDS_H
@@ -14,6 +11,17 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup zar_records Records
+ * What the repository holds. Every record belongs to the repository from its creation to its deletion and is zeroed
+ * before it is filled. Others may read any field. They may write the counters ('executed_count' of an action, the four
+ * counts of a filter) and the engine's words of a target's policy context; the library alone writes the rest.
+ *
+ * A numbered list in front of a record tells what always holds between two operations.
+ * @{
+ */
+
+/** @cond */
 typedef struct zar_db zar_db;
 typedef struct zar_client_data zar_client_data;
 typedef struct zar_domain_entry zar_domain_entry;
@@ -32,57 +40,289 @@ typedef struct zar_pmap_target_ref zar_pmap_target_ref;
 typedef struct zar_target_policy_context zar_target_policy_context;
 typedef struct zar_pmtr_map zar_pmtr_map;
 typedef struct zar_pmtr_map_stmt zar_pmtr_map_stmt;
+/** @endcond */
 
-/* One database: four keyed trees. Maps are keyed by their name key, targets by their handle. */
+/**
+ * @name Databases, clients, domains
+ * @{
+ */
+
+/** One database: four keyed trees. Maps stand in them under their name keys, targets under their handles. */
 struct zar_db {
-  avl_tree *pmap_tree;
-  avl_tree *cmap_tree;
-  avl_tree *target_tree;
-  avl_tree *pmtr_map_tree;
+  avl_tree *pmap_tree;     /**< The stored policy-maps (#zar_pmap). */
+  avl_tree *cmap_tree;     /**< The stored class-maps (#zar_cmap), the hidden ones of parameter-maps included. */
+  avl_tree *target_tree;   /**< The targets (#zar_target). */
+  avl_tree *pmtr_map_tree; /**< The stored parameter-maps (#zar_pmtr_map). */
 };
+
+/** One registered client, at index 'clid' - 1 of the client table. */
+struct zar_client_data {
+  uint32_t status;                             /**< 1: active; anything else: inactive. */
+  char *name;                                  /**< Its own copy; NULL when the copy failed at registration. */
+  uint32_t clid;                               /**< The client id. */
+  zar_target_policy_removal_fn removal_vector; /**< What hears of lost policy-maps; NULL: nothing does. */
+  zar_db *database;                            /**< The client's own, or NULL: it works in the default database. */
+};
+
+/** One claimed domain; element of 'zar_domain_list', in the order of the claims. No domain is claimed twice. */
+struct zar_domain_entry {
+  queue_link link;     /**< In 'zar_domain_list'. */
+  char *domain;        /**< Its own copy of the name. */
+  uint32_t owner_clid; /**< The client that claimed it. */
+};
+
+/** @} */
+
+/**
+ * @name Policy-maps and their rules
+ * A CONTROL policy-map holds events, and an event holds class-actions. Any other policy-map holds class-actions
+ * directly.
+ * @{
+ */
+
+/**
+ * A policy-map.
+ *
+ * 1. 'name', 'domain', 'domain_type' and 'hash_str' never change.
+ * 2. The elements of 'rule_list' are all of the kind that 'domain_type' says, and no two events have the same event id.
+ * 3. A class-map stands in 'cmap_refs' at most once; its count is the number of class-actions under the events that use
+ *    it, less those for which there was no memory to count.
+ * 4. A target stands in 'target_refs' at most once, and exactly when the policy-map stands in its 'active_pmaps'.
+ */
+struct zar_pmap {
+  avl_node node;          /**< In the 'pmap_tree' of a database while the policy-map is stored. */
+  uint32_t handle;        /**< Names this record. */
+  sdb_ref name;           /**< The name. */
+  sdb_ref domain;         /**< The domain. */
+  uint32_t domain_type;   /**< 1: CONTROL; 2: the other kind. */
+  uint32_t hidden;        /**< 1 for the built-in policy-map until zar_unhide_policy(), else 0. */
+  char *hash_str;         /**< The name key, at most 99 characters. */
+  queue_head cmap_refs;   /**< The class-maps that the rules under its events use (#zar_pmap_cmap_ref). */
+  queue_head target_refs; /**< The targets on which it is active (#zar_pmap_target_ref), in order of activation. */
+  queue_head rule_list;   /**< Its events (#zar_event_tuple), or class-actions (#zar_class_action), as added. */
+  uint32_t target_count;  /**< 0; nothing counts in it. */
+};
+
+/** What an event is. A caller's event context has the same type; only 'event_id' is read of it. */
+struct zar_event_context {
+  uint32_t event_id;  /**< The number by which the engine knows the event. */
+  sdb_ref event_name; /**< The name, for listings. */
+};
+
+/**
+ * An event of a CONTROL policy-map, with its rules.
+ *
+ * 1. 'pmap' is NULL exactly while the event stands in no rule list.
+ * 2. 'class_actions' is in ascending order of the class numbers; equal numbers stand in order of addition.
+ */
+struct zar_event_tuple {
+  queue_link link;                  /**< In the 'rule_list' of its policy-map. */
+  uint32_t handle;                  /**< Names this record. */
+  zar_pmap *pmap;                   /**< The policy-map that it was added to, or NULL. */
+  uint32_t match_criteria;          /**< How its class-maps are tried: 1 match-all (from the start), 2 match-first. */
+  zar_event_context *event_context; /**< Which event it is; goes with this record. */
+  queue_head class_actions;         /**< Its rules (#zar_class_action), in order of their class numbers. */
+};
+
+/** A rule: a class-map, and what to do when it matches. */
+struct zar_class_action {
+  queue_link link;        /**< In the 'class_actions' of an event, or the 'rule_list' of a policy-map not CONTROL. */
+  uint32_t handle;        /**< Names this record. */
+  uint8_t class_num;      /**< The order key under an event; 0 in a policy-map that is not CONTROL. */
+  uint32_t exec_criteria; /**< How its actions run: 1 run-all, 2 stop-on-failure (the default), 3 stop-on-success. */
+  zar_cmap *cmap;         /**< The class-map. */
+  queue_head actions;     /**< What to do (#zar_action), in order of action numbers unless inserted by place. */
+};
+
+/** A class-map that a policy-map uses; element of 'cmap_refs'. */
+struct zar_pmap_cmap_ref {
+  queue_link link;    /**< In the 'cmap_refs' of the policy-map. */
+  zar_cmap *cmap;     /**< The class-map. */
+  uint32_t ref_count; /**< The number of class-actions under the policy-map's events that use it; never 0. */
+};
+
+/** @} */
+
+/**
+ * @name Class-maps
+ * @{
+ */
+
+/**
+ * A class-map.
+ *
+ * 1. 'name', 'domain', 'domain_type', 'hash_str', 'match_criteria' and 'hidden' never change.
+ * 2. A policy-map stands in 'pmap_refs' at most once, and only when the class-map stands in its 'cmap_refs'. The
+ *    converse holds too, unless there was no memory for the reference.
+ */
+struct zar_cmap {
+  avl_node node;             /**< In the 'cmap_tree' of a database while the class-map is stored. */
+  uint32_t handle;           /**< Names this record. */
+  sdb_ref name;              /**< The name. */
+  sdb_ref domain;            /**< The domain. */
+  uint32_t domain_type;      /**< 1 or 2, as the map info said. */
+  char *hash_str;            /**< The name key, at most 99 characters. */
+  uint32_t match_criteria;   /**< How its filters decide: 1 match-all, 2 match-any, 3 match-none. */
+  uint32_t hidden;           /**< 1: hidden, as the class-maps of parameter-map statements are; else 0. */
+  queue_head pmap_refs;      /**< The policy-maps with rules that use it (#zar_cmap_pmap_ref). */
+  queue_head filters;        /**< Its match statements (#zar_filter), in order of evaluation. */
+  uint32_t filter_type_mask; /**< In parameter-maps: bit n (modulo 32) is set once a filter of type n was added. */
+};
+
+/** A policy-map that uses a class-map; element of 'pmap_refs'. */
+struct zar_cmap_pmap_ref {
+  queue_link link; /**< In the 'pmap_refs' of the class-map. */
+  zar_pmap *pmap;  /**< The policy-map. */
+};
+
+/** @} */
+
+/**
+ * @name Actions and filters
+ * @{
+ */
+
+/**
+ * An action: what a rule does. Rules share it by counting references.
+ *
+ * 1. 'ref_count' is at least 1.
+ * 2. The four functions that are required to make an action are present.
+ */
+struct zar_action {
+  queue_link link;                     /**< In the 'actions' of class-actions, or the 'action_queue' of a statement. */
+  uint32_t handle;                     /**< Names this record. */
+  uint8_t action_num;                  /**< The order key within a rule. */
+  uint16_t precedence;                 /**< A second number, for the engine. */
+  uint32_t ref_count;                  /**< The number of holders: 1 at creation; with the last, the action goes. */
+  uint32_t executed_count;             /**< How often it ran: counted by the engine, shown and cleared here. */
+  void *action_data;                   /**< The owner's data. */
+  zar_free_fn action_free_fn;          /**< Frees the data. */
+  zar_action_entry_fn action_entry_fn; /**< Runs the action. */
+  zar_action_str_fn action_str_fn;     /**< Gives the configuration text. */
+  zar_compare_fn action_compare_fn;    /**< Compares the data with that of another context. */
+  zar_action_notify_fn action_notify_fn;                   /**< Hears of activations, or NULL. */
+  zar_action_param_map_check_fn action_param_map_check_fn; /**< Answers for parameter-maps, or NULL. */
+};
+
+/**
+ * A filter: one match statement of a class-map. The evaluation function stands before the free function, the other way
+ * round than in the caller's context.
+ *
+ * 1. The four functions are present.
+ */
+struct zar_filter {
+  queue_link link;                   /**< In the 'filters' of a class-map. */
+  uint32_t handle;                   /**< Names this record. */
+  void *filter_data;                 /**< The owner's data. */
+  zar_filter_eval_fn filter_eval_fn; /**< Evaluates the filter. */
+  zar_free_fn filter_free_fn;        /**< Frees the data. */
+  zar_filter_str_fn filter_str_fn;   /**< Gives the configuration text. */
+  zar_compare_fn filter_compare_fn;  /**< Compares the data with that of another context. */
+  uint8_t no_match;                  /**< 0: "match"; anything else: "no-match". */
+  uint8_t regex;                     /**< In parameter-maps: whether the text is a regular expression; else 0. */
+  uint8_t pmtr_flag_1;               /**< In parameter-maps: a flag for the engine; else 0. */
+  uint8_t pmtr_flag_2;               /**< In parameter-maps: the filter type; else 0. */
+  uint32_t exec_count; /**< Evaluations. The four counts are the engine's; they are shown and cleared here. */
+  uint32_t hit_count;  /**< Matches. */
+  uint32_t miss_count; /**< Misses. */
+  uint32_t comp_count; /**< Comparisons. */
+};
+
+/** @} */
+
+/**
+ * @name Targets
+ * @{
+ */
+
+/**
+ * An attachment point on which policy-maps are active.
+ *
+ * 1. 'handle' is the key in the tree and never changes.
+ * 2. A policy-map stands in 'active_pmaps' at most once, and exactly when the target stands in its 'target_refs'.
+ */
+struct zar_target {
+  avl_node node;                             /**< In the 'target_tree' of a database until zar_remove_target(). */
+  uint32_t handle;                           /**< Names this record, and is its key. */
+  zar_target_info *target_info;              /**< The caller's own record; a target without one is broken. */
+  queue_head active_pmaps;                   /**< What is active on it (#zar_target_pmap), in order of activation. */
+  queue_head reserved_queue;                 /**< Always empty. */
+  zar_target_policy_context *policy_context; /**< What the engine keeps for it; NULL until asked for. */
+};
+
+/** A policy-map that is active on a target; element of 'active_pmaps'. */
+struct zar_target_pmap {
+  queue_link link; /**< In the 'active_pmaps' of the target. */
+  zar_pmap *pmap;  /**< The policy-map. */
+};
+
+/** A target on which a policy-map is active; element of 'target_refs'. */
+struct zar_pmap_target_ref {
+  queue_link link;    /**< In the 'target_refs' of the policy-map. */
+  zar_target *target; /**< The target. */
+};
+
+/** What the engine keeps for a target. All but 'handle' is the engine's to write. */
+struct zar_target_policy_context {
+  uint32_t handle;     /**< Names this record. */
+  void *ae_context;    /**< The engine's, or NULL; released through the engine when the target is deleted. */
+  void *engine_word_1; /**< The engine's; 0 at first, never read here. */
+  void *engine_word_2; /**< The engine's; 0 at first, never read here. */
+};
+
+/** @} */
+
+/**
+ * @name Parameter-maps
+ * @{
+ */
+
+/**
+ * A parameter-map.
+ *
+ * 1. 'name', 'domain', 'domain_type' and 'hash_str' never change.
+ * 2. 'stmt_queue' is in ascending order of the map-indices; equal ones stand in order of addition.
+ */
+struct zar_pmtr_map {
+  avl_node node;         /**< In the 'pmtr_map_tree' of a database while the parameter-map is stored. */
+  uint32_t handle;       /**< Names this record. */
+  sdb_ref name;          /**< The name. */
+  uint32_t domain_type;  /**< 1 or 2, as the map info said. */
+  sdb_ref domain;        /**< The domain. */
+  char *hash_str;        /**< The name key, at most 99 characters. */
+  queue_head stmt_queue; /**< Its statements (#zar_pmtr_map_stmt), in order of their map-indices. */
+  uint8_t hidden;        /**< 1 where the name begins the engine's built-in template name, until unhidden; else 0. */
+};
+
+/**
+ * A statement of a parameter-map: filters, in a hidden class-map of its own, and actions.
+ *
+ * 1. 'action_queue' is in ascending order of the action numbers; equal ones stand in order of addition.
+ */
+struct zar_pmtr_map_stmt {
+  queue_link link;         /**< In the 'stmt_queue' of its parameter-map. */
+  uint32_t map_index;      /**< The number of the statement. */
+  uint32_t internal_cmap;  /**< Handle of the hidden class-map, which goes with the statement. */
+  queue_head action_queue; /**< What to do (#zar_action), in order of action numbers. */
+};
+
+/** @} */
+/** @} */
+
+/** @cond */
+/* The promised layout. */
 ZAR_LAYOUT_SIZE(zar_db, 32);
 ZAR_LAYOUT_FIELD(zar_db, cmap_tree, 8);
 ZAR_LAYOUT_FIELD(zar_db, target_tree, 16);
 ZAR_LAYOUT_FIELD(zar_db, pmtr_map_tree, 24);
-
-/* One registered client, at index clid - 1 of the client table. */
-struct zar_client_data {
-  uint32_t status; /* 1: active; anything else: inactive */
-  char *name;      /* owned copy; NULL when the copy failed at registration */
-  uint32_t clid;
-  zar_target_policy_removal_fn removal_vector; /* NULL until registered */
-  zar_db *database;                            /* the client's own, or NULL: it works in the default database */
-};
 ZAR_LAYOUT_SIZE(zar_client_data, 40);
 ZAR_LAYOUT_FIELD(zar_client_data, name, 8);
 ZAR_LAYOUT_FIELD(zar_client_data, clid, 16);
 ZAR_LAYOUT_FIELD(zar_client_data, removal_vector, 24);
 ZAR_LAYOUT_FIELD(zar_client_data, database, 32);
-
-/* One claimed domain; element of 'zar_domain_list', in the order of the claims. */
-struct zar_domain_entry {
-  queue_link link;
-  char *domain; /* owned copy */
-  uint32_t owner_clid;
-};
 ZAR_LAYOUT_SIZE(zar_domain_entry, 24);
 ZAR_LAYOUT_FIELD(zar_domain_entry, domain, 8);
 ZAR_LAYOUT_FIELD(zar_domain_entry, owner_clid, 16);
-
-/* A policy-map. */
-struct zar_pmap {
-  avl_node node; /* in 'pmap_tree' of a database while stored */
-  uint32_t handle;
-  sdb_ref name;
-  sdb_ref domain;
-  uint32_t domain_type;   /* 1: CONTROL */
-  uint32_t hidden;        /* 1 for the built-in policy-map until it is unhidden */
-  char *hash_str;         /* the name key "name:domain:type", at most 99 characters */
-  queue_head cmap_refs;   /* zar_pmap_cmap_ref: the class-maps that its rules use */
-  queue_head target_refs; /* zar_pmap_target_ref: the targets on which it is active */
-  queue_head rule_list;   /* CONTROL: zar_event_tuple in order of addition; else zar_class_action */
-  uint32_t target_count;  /* 0 from creation on; nothing counts in it */
-};
 ZAR_LAYOUT_SIZE(zar_pmap, 152);
 ZAR_LAYOUT_FIELD(zar_pmap, handle, 32);
 ZAR_LAYOUT_FIELD(zar_pmap, name, 40);
@@ -94,21 +334,6 @@ ZAR_LAYOUT_FIELD(zar_pmap, cmap_refs, 72);
 ZAR_LAYOUT_FIELD(zar_pmap, target_refs, 96);
 ZAR_LAYOUT_FIELD(zar_pmap, rule_list, 120);
 ZAR_LAYOUT_FIELD(zar_pmap, target_count, 144);
-
-/* A class-map. */
-struct zar_cmap {
-  avl_node node; /* in 'cmap_tree' of a database while stored */
-  uint32_t handle;
-  sdb_ref name;
-  sdb_ref domain;
-  uint32_t domain_type;
-  char *hash_str;            /* the name key */
-  uint32_t match_criteria;   /* 1 match-all, 2 match-any, 3 match-none */
-  uint32_t hidden;           /* 1: the internal class-map of a parameter-map statement */
-  queue_head pmap_refs;      /* zar_cmap_pmap_ref: the policy-maps whose rules use it */
-  queue_head filters;        /* zar_filter in order of evaluation */
-  uint32_t filter_type_mask; /* hidden class-maps: bit n is set when a filter of type n was added */
-};
 ZAR_LAYOUT_SIZE(zar_cmap, 136);
 ZAR_LAYOUT_FIELD(zar_cmap, handle, 32);
 ZAR_LAYOUT_FIELD(zar_cmap, name, 40);
@@ -120,23 +345,6 @@ ZAR_LAYOUT_FIELD(zar_cmap, hidden, 76);
 ZAR_LAYOUT_FIELD(zar_cmap, pmap_refs, 80);
 ZAR_LAYOUT_FIELD(zar_cmap, filters, 104);
 ZAR_LAYOUT_FIELD(zar_cmap, filter_type_mask, 128);
-
-/* An action: what a rule does. Shared by reference count between rules. */
-struct zar_action {
-  queue_link link; /* in the action list of a class-action or of a parameter-map statement */
-  uint32_t handle;
-  uint8_t action_num; /* order key within a rule */
-  uint16_t precedence;
-  uint32_t ref_count;      /* 1 at creation; the record dies when it reaches 0 */
-  uint32_t executed_count; /* counted by the engine, printed and cleared by the show and clear operations */
-  void *action_data;
-  zar_free_fn action_free_fn;
-  zar_action_entry_fn action_entry_fn;
-  zar_action_str_fn action_str_fn;
-  zar_compare_fn action_compare_fn;
-  zar_action_notify_fn action_notify_fn;
-  zar_action_param_map_check_fn action_param_map_check_fn;
-};
 ZAR_LAYOUT_SIZE(zar_action, 80);
 ZAR_LAYOUT_FIELD(zar_action, handle, 8);
 ZAR_LAYOUT_FIELD(zar_action, action_num, 12);
@@ -145,26 +353,6 @@ ZAR_LAYOUT_FIELD(zar_action, ref_count, 16);
 ZAR_LAYOUT_FIELD(zar_action, executed_count, 20);
 ZAR_LAYOUT_FIELD(zar_action, action_data, 24);
 ZAR_LAYOUT_FIELD(zar_action, action_free_fn, 32);
-
-/* A filter: one match statement of a class-map. The evaluation function stands before the free function, the other way
- * round than in the caller's context. */
-struct zar_filter {
-  queue_link link; /* in the filter list of a class-map */
-  uint32_t handle;
-  void *filter_data;
-  zar_filter_eval_fn filter_eval_fn;
-  zar_free_fn filter_free_fn;
-  zar_filter_str_fn filter_str_fn;
-  zar_compare_fn filter_compare_fn;
-  uint8_t no_match;    /* 0: "match"; anything else: "no-match" */
-  uint8_t regex;       /* parameter-map filters: the text is a regular expression */
-  uint8_t pmtr_flag_1; /* parameter-map filters: opaque */
-  uint8_t pmtr_flag_2; /* parameter-map filters: the filter type */
-  uint32_t exec_count; /* the four counts are the engine's; the show and clear operations print and clear them */
-  uint32_t hit_count;
-  uint32_t miss_count;
-  uint32_t comp_count;
-};
 ZAR_LAYOUT_SIZE(zar_filter, 80);
 ZAR_LAYOUT_FIELD(zar_filter, handle, 8);
 ZAR_LAYOUT_FIELD(zar_filter, filter_data, 16);
@@ -174,119 +362,38 @@ ZAR_LAYOUT_FIELD(zar_filter, no_match, 56);
 ZAR_LAYOUT_FIELD(zar_filter, pmtr_flag_2, 59);
 ZAR_LAYOUT_FIELD(zar_filter, exec_count, 60);
 ZAR_LAYOUT_FIELD(zar_filter, comp_count, 72);
-
-/* What an event is. A caller's event context has the same type; only its 'event_id' is read. */
-struct zar_event_context {
-  uint32_t event_id;
-  sdb_ref event_name;
-};
 ZAR_LAYOUT_SIZE(zar_event_context, 16);
 ZAR_LAYOUT_FIELD(zar_event_context, event_name, 8);
-
-/* An event of a CONTROL policy-map with its rules. */
-struct zar_event_tuple {
-  queue_link link; /* in the rule list of its policy-map */
-  uint32_t handle;
-  zar_pmap *pmap;          /* NULL until the event is added to a policy-map */
-  uint32_t match_criteria; /* 1 match-all, 2 match-first */
-  zar_event_context *event_context;
-  queue_head class_actions; /* zar_class_action in class-number order */
-};
 ZAR_LAYOUT_SIZE(zar_event_tuple, 64);
 ZAR_LAYOUT_FIELD(zar_event_tuple, handle, 8);
 ZAR_LAYOUT_FIELD(zar_event_tuple, pmap, 16);
 ZAR_LAYOUT_FIELD(zar_event_tuple, match_criteria, 24);
 ZAR_LAYOUT_FIELD(zar_event_tuple, event_context, 32);
 ZAR_LAYOUT_FIELD(zar_event_tuple, class_actions, 40);
-
-/* A rule: a class-map and what to do when it matches. */
-struct zar_class_action {
-  queue_link link; /* under an event, or in the rule list of a policy-map that is not CONTROL */
-  uint32_t handle;
-  uint8_t class_num;      /* order key under an event */
-  uint32_t exec_criteria; /* 1 run-all, 2 stop-on-failure (the default), 3 stop-on-success */
-  zar_cmap *cmap;
-  queue_head actions; /* zar_action in action-number order */
-};
 ZAR_LAYOUT_SIZE(zar_class_action, 56);
 ZAR_LAYOUT_FIELD(zar_class_action, handle, 8);
 ZAR_LAYOUT_FIELD(zar_class_action, class_num, 12);
 ZAR_LAYOUT_FIELD(zar_class_action, exec_criteria, 16);
 ZAR_LAYOUT_FIELD(zar_class_action, cmap, 24);
 ZAR_LAYOUT_FIELD(zar_class_action, actions, 32);
-
-/* A class-map that a policy-map uses; element of 'cmap_refs'. */
-struct zar_pmap_cmap_ref {
-  queue_link link;
-  zar_cmap *cmap;
-  uint32_t ref_count; /* the rules under the policy-map's events that use the class-map */
-};
 ZAR_LAYOUT_SIZE(zar_pmap_cmap_ref, 24);
 ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, cmap, 8);
 ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, ref_count, 16);
-
-/* A policy-map that uses a class-map; element of 'pmap_refs', at most once for each policy-map. */
-struct zar_cmap_pmap_ref {
-  queue_link link;
-  zar_pmap *pmap;
-};
 ZAR_LAYOUT_SIZE(zar_cmap_pmap_ref, 16);
 ZAR_LAYOUT_FIELD(zar_cmap_pmap_ref, pmap, 8);
-
-/* An attachment point on which policy-maps are active. */
-struct zar_target {
-  avl_node node; /* in 'target_tree' of a database while it is stored there */
-  uint32_t handle;
-  zar_target_info *target_info; /* the caller's; a target without one is refused everywhere */
-  queue_head active_pmaps;      /* zar_target_pmap in order of activation */
-  queue_head reserved_queue;    /* always empty */
-  zar_target_policy_context *policy_context;
-};
 ZAR_LAYOUT_SIZE(zar_target, 104);
 ZAR_LAYOUT_FIELD(zar_target, handle, 32);
 ZAR_LAYOUT_FIELD(zar_target, target_info, 40);
 ZAR_LAYOUT_FIELD(zar_target, active_pmaps, 48);
 ZAR_LAYOUT_FIELD(zar_target, reserved_queue, 72);
 ZAR_LAYOUT_FIELD(zar_target, policy_context, 96);
-
-/* A policy-map that is active on a target; element of 'active_pmaps'. */
-struct zar_target_pmap {
-  queue_link link;
-  zar_pmap *pmap;
-};
 ZAR_LAYOUT_SIZE(zar_target_pmap, 16);
 ZAR_LAYOUT_FIELD(zar_target_pmap, pmap, 8);
-
-/* A target on which a policy-map is active; element of 'target_refs'. */
-struct zar_pmap_target_ref {
-  queue_link link;
-  zar_target *target;
-};
 ZAR_LAYOUT_SIZE(zar_pmap_target_ref, 16);
 ZAR_LAYOUT_FIELD(zar_pmap_target_ref, target, 8);
-
-/* What the engine keeps for a target. All but 'handle' is the engine's to write. */
-struct zar_target_policy_context {
-  uint32_t handle;
-  void *ae_context; /* released through kel_free_all_policy_ae_context when the target is deleted */
-  void *engine_word_1;
-  void *engine_word_2;
-};
 ZAR_LAYOUT_SIZE(zar_target_policy_context, 32);
 ZAR_LAYOUT_FIELD(zar_target_policy_context, ae_context, 8);
 ZAR_LAYOUT_FIELD(zar_target_policy_context, engine_word_2, 24);
-
-/* A parameter-map. */
-struct zar_pmtr_map {
-  avl_node node; /* in 'pmtr_map_tree' of a database while stored */
-  uint32_t handle;
-  sdb_ref name;
-  uint32_t domain_type;
-  sdb_ref domain;
-  char *hash_str;        /* the name key */
-  queue_head stmt_queue; /* zar_pmtr_map_stmt in map-index order */
-  uint8_t hidden;        /* 1 when the name is a leading part of the engine's built-in template name */
-};
 ZAR_LAYOUT_SIZE(zar_pmtr_map, 104);
 ZAR_LAYOUT_FIELD(zar_pmtr_map, handle, 32);
 ZAR_LAYOUT_FIELD(zar_pmtr_map, name, 40);
@@ -295,27 +402,20 @@ ZAR_LAYOUT_FIELD(zar_pmtr_map, domain, 56);
 ZAR_LAYOUT_FIELD(zar_pmtr_map, hash_str, 64);
 ZAR_LAYOUT_FIELD(zar_pmtr_map, stmt_queue, 72);
 ZAR_LAYOUT_FIELD(zar_pmtr_map, hidden, 96);
-
-/* A statement of a parameter-map: filters, in a hidden class-map of its own, and actions. */
-struct zar_pmtr_map_stmt {
-  queue_link link; /* in 'stmt_queue' of its parameter-map */
-  uint32_t map_index;
-  uint32_t internal_cmap;  /* handle of the hidden class-map */
-  queue_head action_queue; /* zar_action in action-number order */
-};
 ZAR_LAYOUT_SIZE(zar_pmtr_map_stmt, 40);
 ZAR_LAYOUT_FIELD(zar_pmtr_map_stmt, map_index, 8);
 ZAR_LAYOUT_FIELD(zar_pmtr_map_stmt, internal_cmap, 12);
 ZAR_LAYOUT_FIELD(zar_pmtr_map_stmt, action_queue, 16);
 
 /* A record of any map kind can be entered into any map tree under its name key, so the fields that the trees and the
- * by-name operations read stand at the same place in all three, and the handle of a target with them. */
+ * by-name operations read stand at the same place in all three. */
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, hash_str) == offsetof(zar_cmap, hash_str));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, hash_str) == offsetof(zar_pmtr_map, hash_str));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, handle) == offsetof(zar_cmap, handle));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, handle) == offsetof(zar_pmtr_map, handle));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, name) == offsetof(zar_cmap, name));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, name) == offsetof(zar_pmtr_map, name));
+/** @endcond */
 
 #ifdef __cplusplus
 }
