@@ -1,0 +1,301 @@
+// The handle table: issue, look-up, release, the cap on live handles, and kinds.
+#include "platform/runtime.h"
+#include "support/repository.h"
+
+using namespace rig;
+
+namespace {
+
+constexpr uint32_t kMostHandles = 65536;
+constexpr uint32_t kHandleTag = 0x3e00023;
+
+// A record of a caller's own.
+uint64_t own_record;
+
+struct HandleTable : Repository {
+  // Handles for the caller's own record until the cap is reached; the last one is given back.
+  static uint32_t fill_up() {
+    uint32_t last = 0;
+    while (const uint32_t handle = zar_handle_alloc(&own_record))
+      last = handle;
+    forget_trace();
+    return last;
+  }
+
+  // How many more handles can be had.
+  static uint32_t room_left() {
+    uint32_t room = 0;
+    while (zar_handle_alloc(&own_record) != 0)
+      ++room;
+    forget_trace();
+    return room;
+  }
+};
+
+struct HandleTableStart : BareProcess {};
+
+TEST_F(HandleTableStart, MakesOneIdTableUnderItsOldName) {
+  watch_requests();
+  EXPECT_NE(zar_handle_table_init(), 0);
+  EXPECT_REQUESTS("id table 0x3e00023 \"ZAR PMAP HANDLE IDs\"");
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTableStart, AnswersTheTableInWhichHandlesAreIssued) {
+  const uint16_t table = zar_handle_table_init();
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  uint32_t status = 9;
+  EXPECT_EQ(id_to_ptr(handle, &status, table), &own_record);
+  EXPECT_EQ(status, 0U);
+}
+
+TEST_F(HandleTableStart, PassesOnThatThereIsNoTable) {
+  runtime::fail_request(runtime::Service::id_table, 1);
+  EXPECT_EQ(zar_handle_table_init(), 0);
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTableStart, ASecondStartMakesAnotherTable) {
+  const uint16_t first = zar_handle_table_init();
+  const uint32_t orphan = zar_handle_alloc(&own_record);
+  const uint16_t second = zar_handle_table_init();
+  EXPECT_NE(first, second);
+  uint32_t status = 9;
+  EXPECT_EQ(id_to_ptr(orphan, &status, first), &own_record) << "the old table is orphaned, not ended";
+}
+
+TEST_F(HandleTable, IssuesAHandleThatNamesTheRecord) {
+  watch_requests();
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  EXPECT_NE(handle, 0U);
+  EXPECT_REQUESTS("id 0x3e00023");
+  EXPECT_EQ(zar_handle_get_context(handle), &own_record);
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, GivesOneRecordSeveralHandles) {
+  const uint32_t first = zar_handle_alloc(&own_record);
+  const uint32_t second = zar_handle_alloc(&own_record);
+  EXPECT_NE(first, second);
+  zar_handle_release(first);
+  EXPECT_EQ(zar_handle_get_context(second), &own_record);
+}
+
+TEST_F(HandleTable, NeverEntersNull) {
+  watch_requests();
+  EXPECT_EQ(zar_handle_alloc(nullptr), 0U);
+  EXPECT_REQUESTS();
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, NeverEntersNullWhenItIsFullEither) {
+  fill_up();
+  EXPECT_EQ(zar_handle_alloc(nullptr), 0U);
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, Holds65536LiveHandles) {
+  for (uint32_t i = 0; i < kMostHandles; ++i)
+    ASSERT_NE(zar_handle_alloc(&own_record), 0U) << "handle number " << i + 1;
+  EXPECT_TRACED();
+  watch_requests();
+  EXPECT_EQ(zar_handle_alloc(&own_record), 0U);
+  EXPECT_REQUESTS();
+  EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"));
+}
+
+TEST_F(HandleTable, HasRoomAgainAfterARelease) {
+  const uint32_t last = fill_up();
+  zar_handle_release(last);
+  EXPECT_NE(zar_handle_alloc(&own_record), 0U);
+  EXPECT_TRACED();
+  EXPECT_EQ(zar_handle_alloc(&own_record), 0U);
+  EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"));
+}
+
+TEST_F(HandleTable, CountsEvenTheHandlesThatThePlatformRefused) {
+  for (int i = 0; i < 3; ++i) {
+    runtime::fail_request(runtime::Service::id, 1);
+    EXPECT_EQ(zar_handle_alloc(&own_record), 0U);
+  }
+  EXPECT_TRACED();
+  EXPECT_EQ(room_left(), kMostHandles - 3);
+}
+
+TEST_F(HandleTable, ReleasesWithoutAWord) {
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  zar_handle_release(handle);
+  EXPECT_FALSE(live(handle));
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, ReleasingHandle0FreesNoRoom) {
+  fill_up();
+  zar_handle_release(0);
+  EXPECT_TRACED();
+  EXPECT_EQ(room_left(), 0U);
+}
+
+TEST_F(HandleTable, ReleasingADeadHandleLowersTheCountAllTheSame) {
+  const uint32_t last = fill_up();
+  zar_handle_release(last);
+  zar_handle_release(last);
+  EXPECT_EQ(room_left(), 2U);
+}
+
+TEST_F(HandleTable, TheCountNeverFallsBelow0) {
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  for (int i = 0; i < 5; ++i)
+    zar_handle_release(handle);
+  EXPECT_EQ(room_left(), kMostHandles);
+}
+
+TEST_F(HandleTable, Handle0IsInvalidAndNoError) {
+  EXPECT_EQ(zar_handle_get_context(0), nullptr);
+  EXPECT_TRACED(info("(info): ZAR Handle provided is invalid\n"));
+}
+
+TEST_F(HandleTable, AReleasedHandleIsDestroyedAlready) {
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  zar_handle_release(handle);
+  EXPECT_EQ(zar_handle_get_context(handle), nullptr);
+  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
+}
+
+TEST_F(HandleTable, AHandleThatWasNeverIssuedIsRefusedInSilence) {
+  EXPECT_EQ(zar_handle_get_context(0xfffffff0), nullptr);
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, ALiveHandleWithoutARecordIsTakenOutOfTheTable) {
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  runtime::lose_next_pointer();
+  EXPECT_EQ(zar_handle_get_context(handle), nullptr);
+  EXPECT_TRACED(error("(ERR): ZAR Found NULL context with handle [0x%x]\n", handle));
+  EXPECT_FALSE(live(handle));
+  EXPECT_EQ(zar_handle_get_context(handle), nullptr);
+  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
+}
+
+TEST_F(HandleTable, AHandleThatWasTakenOutLeavesRoomForAnother) {
+  const uint32_t last = fill_up();
+  runtime::lose_next_pointer();
+  zar_handle_get_context(last);
+  EXPECT_EQ(room_left(), 1U);
+}
+
+TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsTakenOutTwice) {
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  const uint32_t other = zar_handle_alloc(&own_record);
+  zar_handle_release(handle);
+  zar_handle_release(handle);
+  runtime::lose_next_pointer();
+  EXPECT_EQ(zar_handle_get_context(other), nullptr);
+  EXPECT_EQ(room_left(), kMostHandles);
+}
+
+TEST_F(HandleTable, EndsOnceAndTellsWhetherThereWasOne) {
+  const uint32_t handle = zar_handle_alloc(&own_record);
+  EXPECT_NE(zar_handle_table_destroy(), 0U);
+  EXPECT_FALSE(live(handle));
+  EXPECT_EQ(zar_handle_table_destroy(), 0U);
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, TheCountOutlivesTheTable) {
+  fill_up();
+  zar_handle_table_destroy();
+  EXPECT_EQ(zar_handle_alloc(&own_record), 0U);
+  EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"));
+}
+
+TEST_F(HandleTable, ASecondStartBeginsToCountAnew) {
+  fill_up();
+  zar_handle_table_init();
+  EXPECT_EQ(room_left(), kMostHandles);
+}
+
+// ---- Kinds: a handle of the library's own records resolves only as what it was issued for.
+
+struct HandleKinds : Repository {
+  // One handle of each kind.
+  std::map<Kind, uint32_t> one_of_each() {
+    const uint32_t gold = stored_pmap("gold");
+    const uint32_t voice = stored_cmap("voice");
+    const uint32_t started = event_in(gold, 1);
+    const uint32_t first = rule(started, voice);
+    const uint32_t interface = target(gold);
+    const Quiet quiet;
+    return {{Kind::pmap, gold},
+            {Kind::cmap, voice},
+            {Kind::action, action_in(first, "permit")},
+            {Kind::filter, filter_in(voice, "port")},
+            {Kind::event, started},
+            {Kind::rule, first},
+            {Kind::target, interface},
+            {Kind::policy_context, zar_create_policy_context(interface)->handle},
+            {Kind::pmtr_map, stored_pmtr_map("values")}};
+  }
+
+  static Line another_kind(uint32_t handle) {
+    return error("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", handle);
+  }
+};
+
+TEST_F(HandleKinds, AnyKindHasItsContext) {
+  for (const auto &[kind, handle] : one_of_each())
+    EXPECT_NE(zar_handle_get_context(handle), nullptr) << static_cast<int>(kind);
+  EXPECT_TRACED();
+}
+
+TEST_F(HandleKinds, AnotherKindIsTreatedLikeAHandleWithoutContext) {
+  for (const auto &[kind, handle] : one_of_each()) {
+    if (kind == Kind::event) continue;
+    SCOPED_TRACE(static_cast<int>(kind));
+    EXPECT_REFUSED(39, zar_event_set_match_criteria(handle, 2));
+    EXPECT_TRACED(another_kind(handle), error("(ERR): %s: input event class action handle context cannot be NULL",
+                                              "event_set_match_criteria"));
+  }
+}
+
+TEST_F(HandleKinds, StoringTakesMapsOfAnyKindAndNothingElse) {
+  for (const auto &[kind, handle] : one_of_each()) {
+    if (kind == Kind::pmap || kind == Kind::cmap || kind == Kind::pmtr_map) continue;
+    SCOPED_TRACE(static_cast<int>(kind));
+    EXPECT_REFUSED(39, zar_store_policy(one, handle));
+    EXPECT_TRACED(another_kind(handle), error("(ERR): store_policy: Error: invalid pmap handle"));
+    EXPECT_REFUSED(39, zar_store_class(one, handle));
+    EXPECT_TRACED(another_kind(handle), error("(ERR): store_class: Error: invalid cmap handle"));
+  }
+}
+
+TEST_F(HandleKinds, AHandleOfTheCallersOwnIsAcceptedEverywhere) {
+  zar_event_tuple own_event{};
+  own_event.match_criteria = 1;
+  const uint32_t handle = zar_handle_alloc(&own_event);
+  EXPECT_EQ(zar_event_set_match_criteria(handle, 2), 0U);
+  EXPECT_EQ(own_event.match_criteria, 2U);
+  EXPECT_EQ(zar_event_get_match_criteria(handle), 2U);
+}
+
+TEST_F(HandleKinds, TheKindEndsWithTheHandle) {
+  const uint32_t permit = action("permit");
+  zar_handle_release(permit);
+  EXPECT_EQ(zar_event_get_match_criteria(permit), 0U);
+  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", permit),
+                error("(ERR): %s: input event class action handle context cannot be NULL", "event_get_match_criteria"));
+}
+
+TEST_F(HandleKinds, EveryHandleIsIssuedUnderTheOneTag) {
+  watch_requests();
+  one_of_each();
+  int ids = 0;
+  for (const runtime::Request &request : runtime::recorded_requests()) {
+    if (request.service != runtime::Service::id) continue;
+    ++ids;
+    EXPECT_EQ(request.tag, kHandleTag);
+  }
+  EXPECT_EQ(ids, 9);
+}
+
+}  // namespace
