@@ -7,9 +7,7 @@
 
 #include "zar/records.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_lifecycle Lifecycle
@@ -118,7 +116,7 @@ void zar_delete_autoconf_policy(void);
  * @retval 0   It is deleted.
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or zar_verify_map_info() finds fault with 'info'; or what stood under the name is
- *             no policy-map (see below).
+ *             no policy-map (see below); or the removal callback has deleted the policy-map itself.
  * @retval 41  No such policy-map is stored, or the database lacks the tree; nothing has changed.
  *
  * Once the policy-map is out of the tree the deletion goes through: an engine that fails to find or delete an instance
@@ -140,7 +138,8 @@ uint32_t zar_delete_stored_policy_by_name(uint32_t clid, const zar_map_info *inf
  *
  * @retval 0   It is deleted.
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
- * @retval 39  'clid' is out of range, or 'pmap' does not resolve.
+ * @retval 39  'clid' is out of range, or 'pmap' does not resolve; or the removal callback has deleted the policy-map
+ *             itself.
  * @retval 41  The policy-map is not in this database, even if one with an equal key is; nothing has changed.
  *
  * Quirk: the built-in policy-map is taken out of the tree and off all targets, and then only emptied; its handle stays
@@ -710,8 +709,6 @@ uint32_t zar_get_next_filter(uint32_t clid, uint32_t cmap, uint32_t current, uin
 /** @} */
 /** @} */
 
-#ifdef __cplusplus
-}
-#endif
+ZAR_END_EXPORTS
 
 #endif

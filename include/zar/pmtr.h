@@ -7,9 +7,7 @@
 
 #include "zar/records.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_pmtr Parameter-maps
@@ -224,7 +222,8 @@ uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current, uint32_t *pmtr_m
  * @retval 0   'pmtr_map_out' holds the handle.
  * @retval 40  No such parameter-map is stored; 'pmtr_map_out' is 0.
  * @retval 37  The client that acts is inactive, or there is neither an own nor a default database.
- * @retval 39  'name' is NULL or could not be copied, 'domain_type' is neither 1 nor 2, or 'pmtr_map_out' is NULL.
+ * @retval 39  'name' is NULL or could not be copied, 'domain_type' is neither 1 nor 2, 'pmtr_map_out' is NULL, or there
+ *             is no client yet.
  * @retval 41  The database lacks its tree of parameter-maps.
  *
  * On 37, 39 and 41 'pmtr_map_out' is untouched.
@@ -244,8 +243,8 @@ uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t do
  * @retval 0   It is made and stored.
  * @retval 37  It could not be made, as zar_create_pmtr_map() tells; or it is made, but its client has no database.
  * @retval 38  No record.
- * @retval 39  The owner of the domain is out of range, 'pmtr_map_out' or 'name' is NULL or could not be copied, or
- *             'domain_type' is neither 1 nor 2.
+ * @retval 39  'name' is NULL or could not be copied, 'domain_type' is neither 1 nor 2, 'pmtr_map_out' is NULL, or there
+ *             is no client yet.
  * @retval 41  It is made, but could not be stored, as zar_store_pmtr_map() tells.
  *
  * A parameter-map that was made and could not be stored stays, unstored; 'pmtr_map_out' holds its handle, and
@@ -493,8 +492,8 @@ uint32_t zar_internal_cmap_compare(void);
 
 /**
  * Makes an action and puts it into a statement. An action number stands in a statement once: where the number is there
- * already with the same action (zar_compare_actions()), that action takes over the new data and precedence and keeps
- * its handle; where it is there with another one, that one is taken out.
+ * already with the same action (zar_compare_actions()), that action takes over the new data, which frees its old data,
+ * and the precedence, and keeps its handle; where it is there with another one, that one is taken out.
  *
  * @param pmtr_map    The parameter-map.
  * @param map_index   The number of the statement.
@@ -620,8 +619,6 @@ uint32_t zar_pmtr_get_next_action_index(uint32_t clid, uint32_t pmtr_map, uint32
 /** @} */
 /** @} */
 
-#ifdef __cplusplus
-}
-#endif
+ZAR_END_EXPORTS
 
 #endif
