@@ -1,7 +1,7 @@
 # How libzar.so is compiled and linked: what it promises to those who load it.
 set_target_properties(zar PROPERTIES
-  SOVERSION 1
-  VERSION 1.${PROJECT_VERSION_MINOR}.${PROJECT_VERSION_PATCH}
+  SOVERSION ${PROJECT_VERSION_MAJOR}
+  VERSION ${PROJECT_VERSION}
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/zar.map)

@@ -8,9 +8,7 @@
 
 #include "zar/records.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_compose Policy composition
@@ -579,8 +577,6 @@ uint32_t zar_remove_class_from_policy(uint32_t pmap, const zar_event_context *ev
 
 /** @} */
 
-#ifdef __cplusplus
-}
-#endif
+ZAR_END_EXPORTS
 
 #endif

@@ -7,9 +7,7 @@
 
 #include "zar/records.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_core Repository core
@@ -817,8 +815,6 @@ void zar_avl_free_target(void *node);
 
 /** @} */
 
-#ifdef __cplusplus
-}
-#endif
+ZAR_END_EXPORTS
 
 #endif

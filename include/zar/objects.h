@@ -7,9 +7,7 @@
 
 #include "zar/records.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_objects Policy objects
@@ -349,8 +347,6 @@ uint32_t zar_event_get_match_criteria(uint32_t event);
 
 /** @} */
 
-#ifdef __cplusplus
-}
-#endif
+ZAR_END_EXPORTS
 
 #endif

@@ -8,9 +8,7 @@
 
 #include "zar/records.h"
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_present Presentation and integration
@@ -540,8 +538,6 @@ uint32_t kel_is_policy_created(const char *name);
 /** @} */
 /** @} */
 
-#ifdef __cplusplus
-}
-#endif
+ZAR_END_EXPORTS
 
 #endif

@@ -12,6 +12,23 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** Opens the declarations of what the library exports: C linkage, visible however the library is compiled. */
+#ifdef __cplusplus
+#define ZAR_BEGIN_EXPORTS \
+  extern "C" {            \
+  _Pragma("GCC visibility push(default)")
+#else
+#define ZAR_BEGIN_EXPORTS _Pragma("GCC visibility push(default)")
+#endif
+/** Closes them. */
+#ifdef __cplusplus
+#define ZAR_END_EXPORTS         \
+  _Pragma("GCC visibility pop") \
+  }
+#else
+#define ZAR_END_EXPORTS _Pragma("GCC visibility pop")
+#endif
+
 /** Refuses to compile where 'condition' does not hold.
  *  @param condition  An integer constant expression. */
 #ifdef __cplusplus

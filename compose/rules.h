@@ -1,0 +1,45 @@
+// Events, class-actions and references as the other subsystems use them.
+#pragma once
+
+#include "core/checks.h"
+#include "core/queue.h"
+#include "zar/compose.h"
+
+namespace zar {
+
+// A class-action for the class-map, under no event yet and without a class number.
+uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32_t *class_action_out);
+
+// Frees a class-action with its handle, and drops one reference on each of its actions. NULL does nothing.
+void zar_free_class_action(zar_class_action *class_action);
+
+// Counts one more use of the class-map by the policy-map, linking the two when it is the first; counts one use less,
+// unlinking them when it was the last. Nothing is done when either is NULL, and failures are only traced.
+void zar_update_references(zar_pmap *pmap, zar_cmap *cmap);
+void zar_remove_references(zar_pmap *pmap, zar_cmap *cmap);
+
+// Whether the rule list of the policy-map holds events; otherwise it holds class-actions.
+inline bool is_control(const zar_pmap &pmap) {
+  return pmap.domain_type == kControl;
+}
+
+// The highest exec criteria that a rule may be given.
+constexpr uint32_t kLastExecCriteria = 3;
+bool valid_exec_criteria(const char *name, uint32_t exec_criteria);
+
+// The event of a CONTROL policy-map with this id. Events without a context are traced and passed over.
+zar_event_tuple *find_event(const char *name, const zar_pmap &pmap, uint32_t event_id);
+
+// The first rule of an event for this class-map.
+zar_class_action *find_rule(const zar_event_tuple &event, const zar_cmap *cmap);
+
+// Calls 'visit' for each rule under each event of a CONTROL policy-map; other policy-maps have no events.
+template <class Visit>
+void for_each_rule(const zar_pmap &pmap, Visit visit) {
+  if (!is_control(pmap)) return;
+  for (zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list))
+    for (zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
+      visit(rule);
+}
+
+}  // namespace zar

@@ -1,0 +1,105 @@
+#include "core/checks.h"
+
+#include "zar/pmtr.h"
+
+namespace zar {
+
+bool valid_clid(const char *name, uint32_t clid) {
+  return zar_verify_client_id(clid, name) == 0;
+}
+
+// A policy-map or a target without context is an error told at the info level.
+void trace_no_context(const char *name, const zar_pmap *) {
+  TRACE_INFO("(info): %s: Error: input pmap context cannot be NULL", name);
+}
+
+void trace_no_context(const char *name, const zar_cmap *) {
+  TRACE_ERROR("(ERR): %s: input class map handle context cannot be NULL", name);
+}
+
+void trace_no_context(const char *name, const zar_event_tuple *) {
+  TRACE_ERROR("(ERR): %s: input event class action handle context cannot be NULL", name);
+}
+
+void trace_no_context(const char *name, const zar_class_action *) {
+  TRACE_ERROR("(ERR): %s: input class action handle context cannot be NULL", name);
+}
+
+void trace_no_context(const char *name, const zar_target *) {
+  TRACE_INFO("(info): %s: Error: input target context cannot be NULL", name);
+}
+
+void trace_no_context(const char *name, const zar_pmtr_map *) {
+  TRACE_ERROR("(ERR): %s: input pmtr-map handle context cannot be NULL", name);
+}
+
+zar_pmap *require_control_pmap(const char *name, uint32_t handle) {
+  zar_pmap *pmap = require<zar_pmap>(name, handle);
+  if (!pmap || pmap->domain_type == kControl) return pmap;
+  TRACE_ERROR("(ERR): %s: Error: Policy map has to be CONTROL type", name);
+  return nullptr;
+}
+
+zar_target *require_whole_target(const char *name, uint32_t handle) {
+  zar_target *target = require<zar_target>(name, handle);
+  return target && has_target_info(name, *target) ? target : nullptr;
+}
+
+bool has_target_info(const char *name, const zar_target &target) {
+  if (target.target_info) return true;
+  TRACE_ERROR("(ERR): %s: input target info cannot be NULL", name);
+  return false;
+}
+
+bool pmap_place_given(const char *name, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: input policy map handle cannot be NULL", name);
+  return place;
+}
+
+bool cmap_place_given(const char *name, uint32_t clid, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: clid:%d, input class map handle cannot be NULL", name, clid);
+  return place;
+}
+
+bool pmtr_map_place_given(const char *name, uint32_t clid, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: clid:%d, input parameter-map handle cannot be NULL", name, clid);
+  return place;
+}
+
+bool event_place_given(const char *name, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: Error: input event tuple handle cannot be NULL", name);
+  return place;
+}
+
+bool class_action_place_given(const char *name, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: Error: input class action handle cannot be NULL", name);
+  return place;
+}
+
+bool action_place_given(const char *name, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: Error: input action handle cannot be NULL", name);
+  return place;
+}
+
+bool filter_place_given(const char *name, const uint32_t *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: Error: input filter handle cannot be NULL", name);
+  return place;
+}
+
+bool target_place_given(const char *name, const void *place) {
+  if (!place) TRACE_ERROR("(ERR): %s: input target handle cannot be NULL", name);
+  return place;
+}
+
+zar_db *database_of(uint32_t clid, const char *name) {
+  zar_db *database = nullptr;
+  return zar_get_client_database_handle(clid, name, &database, nullptr) ? database : nullptr;
+}
+
+uint32_t subscriber_owner() {
+  uint32_t owner = 0;
+  zar_get_owner_for_domain(kel_parameter_map_subscriber_domain_str, &owner);
+  return owner;
+}
+
+}  // namespace zar

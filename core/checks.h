@@ -1,0 +1,54 @@
+// The argument checks that recur in the operations. Each traces what it refuses under the operation's name, and decides
+// nothing: an operation makes all its checks before it refuses.
+#pragma once
+
+#include "core/handles.h"
+#include "core/status.h"
+#include "core/trace.h"
+
+namespace zar {
+
+// Whether 'clid' is one that was given out.
+bool valid_clid(const char *name, uint32_t clid);
+
+// What is said of a handle without context, for each kind that says it in one way everywhere.
+void trace_no_context(const char *name, const zar_pmap *);
+void trace_no_context(const char *name, const zar_cmap *);
+void trace_no_context(const char *name, const zar_event_tuple *);
+void trace_no_context(const char *name, const zar_class_action *);
+void trace_no_context(const char *name, const zar_target *);
+void trace_no_context(const char *name, const zar_pmtr_map *);
+
+// The record that 'handle' names, traced as the operations on its kind do when there is none.
+template <class Record>
+Record *require(const char *name, uint32_t handle) {
+  Record *record = resolve<Record>(handle);
+  if (!record) [[unlikely]]
+    trace_no_context(name, static_cast<const Record *>(nullptr));
+  return record;
+}
+
+// The policy-map that 'handle' names when it is one of the CONTROL type.
+zar_pmap *require_control_pmap(const char *name, uint32_t handle);
+
+// The target that 'handle' names when it still has its caller's information.
+zar_target *require_whole_target(const char *name, uint32_t handle);
+bool has_target_info(const char *name, const zar_target &target);
+
+// Whether a place for a result was given; each kind of result has its own message.
+bool pmap_place_given(const char *name, const uint32_t *place);
+bool cmap_place_given(const char *name, uint32_t clid, const uint32_t *place);
+bool pmtr_map_place_given(const char *name, uint32_t clid, const uint32_t *place);
+bool event_place_given(const char *name, const uint32_t *place);
+bool class_action_place_given(const char *name, const uint32_t *place);
+bool action_place_given(const char *name, const uint32_t *place);
+bool filter_place_given(const char *name, const uint32_t *place);
+bool target_place_given(const char *name, const void *place);
+
+// The database that the client works in, or NULL.
+zar_db *database_of(uint32_t clid, const char *name);
+
+// The owner of the domain in which parameter-maps and the built-in policy-map live.
+uint32_t subscriber_owner();
+
+}  // namespace zar

@@ -1,0 +1,36 @@
+#include "core/names.h"
+
+namespace zar {
+
+// Built by hand: it stands in front of every look-up by name, where formatting would cost more than the search.
+NameKey::NameKey(const zar_map_info &info) {
+  append(info.map_name);
+  append(":");
+  append(info.domain);
+  append(":");
+  append_number(info.domain_type);
+  text_[length_] = '\0';
+}
+
+void NameKey::append(const char *text) {
+  while (*text && length_ < kSize - 1)
+    text_[length_++] = *text++;
+}
+
+// As a signed decimal number.
+void NameKey::append_number(uint32_t number) {
+  constexpr uint32_t kMostDigits = 11;
+  char digits[kMostDigits + 1];
+  char *digit = digits + kMostDigits;
+  *digit = '\0';
+  bool negative = static_cast<int32_t>(number) < 0;
+  uint32_t rest = negative ? 0 - number : number;
+  do {
+    *--digit = static_cast<char>('0' + rest % 10);
+    rest /= 10;
+  } while (rest != 0);
+  if (negative) *--digit = '-';
+  append(digit);
+}
+
+}  // namespace zar

@@ -1,0 +1,34 @@
+// The name key of maps: the text "name:domain:type" under which a map stands in its tree.
+#pragma once
+
+#include "core/text.h"
+#include "zar/records.h"
+
+namespace zar {
+
+// A name key in a buffer of its own, cut at 99 characters: names that differ only behind the cut share a key.
+class NameKey {
+ public:
+  explicit NameKey(const zar_map_info &info);
+  const char *text() const { return text_; }
+  char *text() { return text_; }
+
+ private:
+  static constexpr uint32_t kSize = 100;
+
+  void append(const char *text);
+  void append_number(uint32_t number);
+
+  char text_[kSize];
+  uint32_t length_ = 0;
+};
+
+// A record that is in no tree and carries only the key under which one is sought.
+template <class Map>
+Map probe_for(NameKey &key) {
+  Map probe{};
+  probe.hash_str = key.text();
+  return probe;
+}
+
+}  // namespace zar

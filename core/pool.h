@@ -1,0 +1,107 @@
+// Pools of records, one for each kind, and owners that give a record back unless it is kept.
+#pragma once
+
+#include <cstring>
+#include <utility>
+
+#include "platform/runtime.h"
+#include "zar/core.h"
+
+namespace zar {
+
+template <class Record>
+class Pooled;
+
+// A pool that is made when it is first needed and never destroyed. One that could not be made is tried again by the next
+// caller that needs it; until then it gives nothing.
+template <class Record>
+class Pool {
+ public:
+  constexpr Pool(uint32_t per_chunk, uint32_t tag) : per_chunk_(per_chunk), tag_(tag) {}
+  // A pool that the platform knows by name instead of by tag.
+  constexpr Pool(uint32_t per_chunk, const char *const *name) : per_chunk_(per_chunk), name_(name) {}
+
+  // Makes the pool if there is none yet; false when that fails.
+  bool ready() { return ready_with_tag(tag_); }
+  // The same for a pool whose tag is chosen by who needs it first.
+  bool ready_with_tag(uint32_t tag) {
+    if (!pool_) pool_ = make(tag);
+    return pool_ != nullptr;
+  }
+
+  // A zeroed record that goes back unless it is kept; empty when there is none.
+  Pooled<Record> take() { return take_with_tag(tag_); }
+  Pooled<Record> take_with_tag(uint32_t tag) {
+    ready_with_tag(tag);
+    return take_if_ready();
+  }
+  // The same for who has asked for the pool before: a pool that could not be made then is not tried again.
+  Pooled<Record> take_if_ready() {
+    void *memory = pool_ ? chunk_malloc(pool_) : nullptr;
+    if (!memory) return {};
+    std::memset(memory, 0, sizeof(Record));
+    return Pooled<Record>(this, static_cast<Record *>(memory));
+  }
+
+  uint32_t give_back(Record *record) { return chunk_free(pool_, record); }
+
+ private:
+  static constexpr uint32_t kFlags = 0x111;
+
+  chunk_pool *make(uint32_t tag) const {
+    if (name_) return chunk_create(*name_, sizeof(Record), per_chunk_, kFlags, 0, 0);
+    return chunk_create_bmalloc(sizeof(Record), per_chunk_, kFlags, 0, tag);
+  }
+
+  chunk_pool *pool_ = nullptr;
+  uint32_t per_chunk_;
+  uint32_t tag_ = 0;
+  const char *const *name_ = nullptr;
+};
+
+template <class Record>
+class Pooled {
+ public:
+  Pooled() = default;
+  Pooled(Pool<Record> *pool, Record *record) : pool_(pool), record_(record) {}
+  Pooled(Pooled &&other) noexcept : pool_(other.pool_), record_(other.keep()) {}
+  Pooled &operator=(Pooled &&other) noexcept {
+    std::swap(pool_, other.pool_);
+    std::swap(record_, other.record_);
+    return *this;
+  }
+  ~Pooled() {
+    if (record_) pool_->give_back(record_);
+  }
+
+  explicit operator bool() const { return record_ != nullptr; }
+  Record *operator->() const { return record_; }
+  Record &operator*() const { return *record_; }
+  Record *get() const { return record_; }
+  Record *keep() { return std::exchange(record_, nullptr); }
+
+ private:
+  Pool<Record> *pool_ = nullptr;
+  Record *record_ = nullptr;
+};
+
+inline constinit Pool<zar_domain_entry> domain_entries{20, 0x3e00035};
+inline constinit Pool<zar_db> databases{20, 0x3e00024};
+inline constinit Pool<zar_client_data> clients{20, 0x3e00025};
+inline constinit Pool<zar_pmap> pmaps{20, 0x3e00037};
+inline constinit Pool<zar_cmap> cmaps{20, 0x3e0003a};
+inline constinit Pool<zar_action> actions{50, 0x3e00044};
+inline constinit Pool<zar_filter> filters{50, 0x3e00041};
+inline constinit Pool<zar_event_tuple> event_tuples{30, 0x3e00043};
+inline constinit Pool<zar_event_context> event_contexts{30, 0x3e0004a};
+inline constinit Pool<zar_class_action> class_actions{30, 0x3e00049};
+inline constinit Pool<zar_pmap_cmap_ref> pmap_cmap_refs{30, 0x3e0003f};
+inline constinit Pool<zar_cmap_pmap_ref> cmap_pmap_refs{30, 0x3e0003e};
+inline constinit Pool<zar_target> targets{50, 0x3e00045};
+inline constinit Pool<zar_target_pmap> target_pmaps{30, 0x3e00047};
+inline constinit Pool<zar_pmap_target_ref> pmap_target_refs{30, 0x3e00048};
+inline constinit Pool<zar_target_policy_context> policy_contexts{30, 0x3e00046};
+inline constinit Pool<zar_pmtr_map> pmtr_maps{20, &zar_db_pmtr_map_chunk_str};
+inline constinit Pool<zar_pmtr_map_stmt> pmtr_map_stmts{20, &zar_db_pmtr_map_stmt_chunk_str};
+
+}  // namespace zar

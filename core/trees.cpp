@@ -1,0 +1,442 @@
+// The keyed trees: comparators, the tree operations, and the callbacks that the trees are made with.
+//
+// Every operation is one template over a description of its tree: which tree of a database it is, what its records are,
+// what a record is known by in messages, and the texts. The texts differ on purpose where they differ: parameter-map
+// records report some failures in the words of class-maps, and one message leaves out an argument that its siblings pass.
+#include "core/trees.h"
+
+#include "core/status.h"
+#include "core/trace.h"
+#include "core/tree.h"
+#include "zar/core.h"
+#include "zar/lifecycle.h"
+
+using namespace zar;
+
+namespace {
+
+// ---- Comparators
+
+constexpr uint32_t kBefore = 0, kEqual = 1, kAfter = 2;
+
+const char *text_or_empty(const char *text) {
+  return text ? text : "";
+}
+
+uint32_t order_of(char nascent, char tree) {
+  return static_cast<unsigned char>(nascent) < static_cast<unsigned char>(tree) ? kBefore : kAfter;
+}
+
+// Over the length of the shorter key: a key that is the beginning of the other equals it.
+uint32_t compare_common_length(const char *nascent, const char *tree) {
+  while (*nascent && *tree) {
+    if (*nascent != *tree) return order_of(*nascent, *tree);
+    ++nascent;
+    ++tree;
+  }
+  return kEqual;
+}
+
+// Over the length of the key in the tree: a sought key that extends it equals it, one that is shorter sorts before it.
+uint32_t compare_tree_length(const char *nascent, const char *tree) {
+  for (; *tree; ++nascent, ++tree)
+    if (*nascent != *tree) return order_of(*nascent, *tree);
+  return kEqual;
+}
+
+// Two messages stand in each comparison of two records. They are wanted or not together, so that a comparison that nobody
+// traces tests the level once.
+template <class Tree>
+uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
+  const auto *nascent = tree::record_of<typename Tree::Record>(nascent_node);
+  const auto *tree = tree::record_of<typename Tree::Record>(tree_node);
+  if (traced(kTraceInfo)) [[unlikely]] {
+    TRACE_INFO(Tree::kCompare, nascent_node, tree_node);
+    if (nascent && tree) TRACE_INFO(Tree::kCompareKeys, or_null(nascent->hash_str), or_null(tree->hash_str));
+  }
+  if (nascent && tree) [[likely]]
+    return Tree::compare_texts(text_or_empty(nascent->hash_str), text_or_empty(tree->hash_str));
+  return !nascent && tree ? kBefore : kAfter;
+}
+
+// ---- What tells the trees apart
+
+struct PmapTree {
+  using Record = zar_pmap;
+  static avl_tree *of(const zar_db &database) { return database.pmap_tree; }
+  static const char *key(const Record &record) { return or_null(record.hash_str); }
+  static constexpr auto compare_texts = compare_common_length;
+  static constexpr bool kDeleteErrorTellsPlace = true;
+  static constexpr char kCompare[] = "(info): PMAP avl comp, nas:0x%p, tree:0x%p";
+  static constexpr char kCompareKeys[] = "(info): PMAP avl comp, nas_str:%s, tree_str:%s";
+  static constexpr char kInsertFailed[] = "(ERR): PMAP avl: insert failed, hash str:%s";
+  static constexpr char kInsertError[] = "(ERR): PMAP avl: insert error, pmap_ptr:0x%p, db:0x%p";
+  static constexpr char kSearchError[] = "(ERR): PMAP avl: search error, pmap_ptr:0x%p, db:0x%p";
+  static constexpr char kDeleteFailed[] = "(ERR): PMAP avl: delete failed, hash str:%s";
+  static constexpr char kDeleteError[] = "(ERR): PMAP avl: delete error, pmap_ptr:0x%p, db:0x%p, result:0x%p";
+  static constexpr char kNoFirst[] = "(info): PMAP avl: get first, no first pmap";
+  static constexpr char kFirstError[] = "(ERR): PMAP avl: get first error, pmap_ptr:0x%p, db:0x%p";
+  static constexpr char kNoNext[] = "(info): PMAP avl: get next, no next pmap";
+  static constexpr char kNextError[] = "(ERR): PMAP avl: get next error, pmap_ptr:0x%p, db:0x%p, next:0x%p";
+  static constexpr char kRemoveError[] = "(ERR): PMAP avl: remove tree: error, database ptr cannot be NULL";
+  static constexpr char kFreeNull[] = "(ERR): PMAP avl: Received NULL in free pmap";
+};
+
+struct CmapTree {
+  using Record = zar_cmap;
+  static avl_tree *of(const zar_db &database) { return database.cmap_tree; }
+  static const char *key(const Record &record) { return or_null(record.hash_str); }
+  static constexpr auto compare_texts = compare_tree_length;
+  static constexpr bool kDeleteErrorTellsPlace = true;
+  static constexpr char kCompare[] = "(info): CMAP avl comp, nas:0x%p, tree:0x%p";
+  static constexpr char kCompareKeys[] = "(info): CMAP avl comp, nas_str:%s, tree_str:%s";
+  static constexpr char kInsertFailed[] = "(ERR): CMAP avl: insert failed, hash str:%s";
+  static constexpr char kInsertError[] = "(ERR): CMAP avl: insert error, cmap_ptr:0x%p, db:0x%p";
+  static constexpr char kSearchError[] = "(ERR): CMAP avl: search error, cmap_ptr:0x%p, db:0x%p";
+  static constexpr char kDeleteFailed[] = "(ERR): CMAP avl: delete failed, hash str:%s";
+  static constexpr char kDeleteError[] = "(ERR): CMAP avl: delete error, cmap_ptr:0x%p, db:0x%p, result:0x%p";
+  static constexpr char kNoFirst[] = "(info): CMAP avl, get first: no first cmap";
+  static constexpr char kFirstError[] = "(ERR): CMAP avl: get first error, cmap_ptr:0x%p, db:0x%p";
+  static constexpr char kNoNext[] = "(info): CMAP avl: get next, no next cmap";
+  static constexpr char kNextError[] = "(ERR): CMAP avl: get next error, cmap_ptr:0x%p, db:0x%p, next:0x%p";
+  static constexpr char kRemoveError[] = "(ERR): CMAP avl: remove tree error, database ptr cannot be NULL";
+  static constexpr char kFreeNull[] = "(ERR): CMAP avl: Received NULL in free cmap";
+};
+
+struct PmtrMapTree {
+  using Record = zar_pmtr_map;
+  static avl_tree *of(const zar_db &database) { return database.pmtr_map_tree; }
+  static const char *key(const Record &record) { return or_null(record.hash_str); }
+  static constexpr auto compare_texts = compare_tree_length;
+  static constexpr bool kDeleteErrorTellsPlace = false;
+  static constexpr char kCompare[] = "(info): PMTR-MAP avl comp, nas:0x%p, tree:0x%p";
+  static constexpr char kCompareKeys[] = "(info): PMTR-MAP avl comp, nas_str:%s, tree_str:%s";
+  static constexpr char kInsertFailed[] = "(ERR): CMAP avl: insert failed, hash str:%s";
+  static constexpr char kInsertError[] = "(ERR): PMTR-MAP avl: insert error, pmtr_map_ptr:0x%p, db:0x%p";
+  static constexpr char kSearchError[] = "(ERR): PMTR-MAP avl: search error, cmap_ptr:0x%p, db:0x%p";
+  static constexpr char kDeleteFailed[] = "(ERR): CMAP avl: delete failed, hash str:%s";
+  static constexpr char kDeleteError[] = "(ERR): PMTR-MAP avl: delete error, cmap_ptr:0x%p, db:0x%p";
+  static constexpr char kNoFirst[] = "(info): PMTR-MAP avl, get first: no first pmtr-map";
+  static constexpr char kFirstError[] = "(ERR): PMTR-MAP avl: get first error, pmtr_map_ptr:0x%p, db:0x%p";
+  static constexpr char kNoNext[] = "(info): PMTR-MAP avl, get next: no next pmtr-map";
+  static constexpr char kNextError[] = "(ERR): PMTR-MAP avl: get next error, pmtr_map_ptr:0x%p, db:0x%p, next:0x%p";
+  static constexpr char kRemoveError[] = "(ERR): PMTR-MAP avl: remove tree error, database ptr cannot be NULL";
+  static constexpr char kFreeNull[] = "(ERR): PMTR-MAP avl: Received NULL in free pmtr-map";
+};
+
+// The target tree goes by two names, so that a trace tells whose database was meant.
+struct TargetTree {
+  using Record = zar_target;
+  static avl_tree *of(const zar_db &database) { return database.target_tree; }
+  static uint32_t key(const Record &record) { return record.handle; }
+  static constexpr bool kDeleteErrorTellsPlace = true;
+  static constexpr char kRemoveError[] = "(ERR): Target avl: remove tree error, database ptr cannot be NULL";
+};
+
+struct ClientTargetTree : TargetTree {
+  static constexpr char kInsertFailed[] = "(ERR): Target avl: insert failed, target hdl:0x%x";
+  static constexpr char kInsertError[] = "(ERR): Target avl: insert error, target_ptr:0x%p, db:0x%p";
+  static constexpr char kSearchFailed[] = "(ERR): Target avl: search (client db) failed, zar target hdl:0x%x";
+  static constexpr char kSearchError[] =
+      "(ERR): Target avl: search (client db) error, target_ptr:0x%p, db:0x%p, result:0x%p";
+  static constexpr char kDeleteFailed[] = "(ERR): Target avl: delete (client db) failed, zar target hdl:0x%x";
+  static constexpr char kDeleteError[] =
+      "(ERR): Target avl: delete (client db) error, target_ptr:0x%p, db:0x%p, result:0x%p";
+};
+
+struct DefaultTargetTree : TargetTree {
+  static constexpr char kInsertFailed[] = "(ERR): Target avl: insert (default db) failed, target hdl:0x%x";
+  static constexpr char kInsertError[] = "(ERR): Target avl: insert (default db)error, target_ptr:0x%p, db:0x%p";
+  static constexpr char kSearchFailed[] = "(ERR): Target avl: search (default db) failed, target hdl:0x%x";
+  static constexpr char kSearchError[] =
+      "(ERR): Target avl: search (default db) error, target_ptr:0x%p, db:0x%p, result:0x%p";
+  static constexpr char kDeleteFailed[] = "(ERR): Target avl: delete (default db) failed, zar target hdl:0x%x";
+  static constexpr char kDeleteError[] =
+      "(ERR): Target avl: delete (default db) error, target_ptr:0x%p, db:0x%p, result:0x%p";
+};
+
+// ---- The operations
+
+// The tree in question, or NULL when there is no database or it lacks the tree.
+template <class Tree>
+avl_tree *tree_of(const zar_db *database) {
+  return database ? Tree::of(*database) : nullptr;
+}
+
+template <class Tree, class Record>
+uint32_t insert(zar_db *database, Record *record) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree || !record) {
+    TRACE_ERROR(Tree::kInsertError, address(record), address(database));
+    return kNo;
+  }
+  if (tree::insert(*tree, record)) return kYes;
+  TRACE_ERROR(Tree::kInsertFailed, Tree::key(*record));
+  return kNo;
+}
+
+// Succeeds whether or not there is such a map: the place tells.
+template <class Tree, class Record>
+uint32_t search_map(zar_db *database, Record *probe, Record **found_out) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree || !probe) {
+    TRACE_ERROR(Tree::kSearchError, address(probe), address(database));
+    return kNo;
+  }
+  *found_out = tree::find(*tree, probe);
+  return kYes;
+}
+
+// Fails when there is no such target.
+template <class Tree>
+uint32_t search_target(zar_db *database, zar_target *probe, zar_target **found_out) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree || !probe || !found_out) {
+    TRACE_ERROR(Tree::kSearchError, address(probe), address(database), address(found_out));
+    return kNo;
+  }
+  *found_out = tree::find(*tree, probe);
+  if (*found_out) return kYes;
+  TRACE_ERROR(Tree::kSearchFailed, Tree::key(*probe));
+  return kNo;
+}
+
+template <class Tree, class Record>
+uint32_t remove(zar_db *database, Record *record, Record **removed_out) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree || !record || !removed_out) {
+    if constexpr (Tree::kDeleteErrorTellsPlace) {
+      TRACE_ERROR(Tree::kDeleteError, address(record), address(database), address(removed_out));
+    } else {
+      TRACE_ERROR(Tree::kDeleteError, address(record), address(database));
+    }
+    return kNo;
+  }
+  if (tree::remove(*tree, record, removed_out)) return kYes;
+  TRACE_ERROR(Tree::kDeleteFailed, Tree::key(*record));
+  return kNo;
+}
+
+template <class Tree, class Record>
+uint32_t get_first(zar_db *database, Record **first_out) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree || !first_out) {
+    TRACE_ERROR(Tree::kFirstError, address(first_out), address(database));
+    return kNo;
+  }
+  *first_out = tree::first<Record>(*tree);
+  if (!*first_out) TRACE_INFO(Tree::kNoFirst);
+  return kYes;
+}
+
+template <class Tree, class Record>
+uint32_t get_next(zar_db *database, Record *current, Record **next_out) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree || !current || !next_out) {
+    TRACE_ERROR(Tree::kNextError, address(current), address(database), address(next_out));
+    return kNo;
+  }
+  *next_out = tree::after(*tree, current);
+  if (!*next_out) TRACE_INFO(Tree::kNoNext);
+  return kYes;
+}
+
+template <class Tree>
+uint32_t remove_all(zar_db *database) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (!tree) {
+    TRACE_ERROR(Tree::kRemoveError);
+    return kNo;
+  }
+  tree::empty(*tree);
+  return kYes;
+}
+
+// Keys that are the beginning of others compare equal to them, so a search may meet another record first; only a walk then
+// tells whether the record is there.
+template <class Record>
+bool contains(avl_tree &tree, const Record *record) {
+  if (tree::find(tree, record) == record) [[likely]]
+    return true;
+  for (Record *other = tree::first<Record>(tree); other; other = tree::after(tree, other))
+    if (other == record) return true;
+  return false;
+}
+
+template <class Tree, class Record>
+bool remove_very(zar_db *database, Record *record) {
+  avl_tree *tree = tree_of<Tree>(database);
+  if (tree && !contains(*tree, record)) {
+    TRACE_ERROR(Tree::kDeleteFailed, Tree::key(*record));
+    return false;
+  }
+  Record *removed = nullptr;
+  return remove<Tree>(database, record, &removed) != kNo;
+}
+
+// A map outlives its place in a tree: emptying the tree frees no map.
+template <class Tree>
+void leave_alone(const void *node) {
+  if (!node) TRACE_ERROR(Tree::kFreeNull);
+}
+
+}  // namespace
+
+bool zar::remove_itself(zar_db *database, zar_pmap *record) {
+  return remove_very<PmapTree>(database, record);
+}
+
+bool zar::remove_itself(zar_db *database, zar_cmap *record) {
+  return remove_very<CmapTree>(database, record);
+}
+
+bool zar::remove_itself(zar_db *database, zar_pmtr_map *record) {
+  return remove_very<PmtrMapTree>(database, record);
+}
+
+uint32_t zar_pmap_compare_string(const void *nascent, const void *tree) {
+  return compare_keys<PmapTree>(nascent, tree);
+}
+
+uint32_t zar_cmap_compare_string(const void *nascent, const void *tree) {
+  return compare_keys<CmapTree>(nascent, tree);
+}
+
+uint32_t zar_pmtr_map_compare_string(const void *nascent, const void *tree) {
+  return compare_keys<PmtrMapTree>(nascent, tree);
+}
+
+uint32_t zar_target_compare_int(const void *nascent_node, const void *tree_node) {
+  TRACE_INFO("(info): Target avl comp, nas:0x%p, tree:0x%p", nascent_node, tree_node);
+  if (!nascent_node || !tree_node) {
+    TRACE_ERROR("(ERR): TARGET avl comp int: null nodes, nascent:0x%p, tree:0x%p", nascent_node, tree_node);
+    return kAfter;
+  }
+  uint32_t nascent = tree::record_of<zar_target>(nascent_node)->handle;
+  uint32_t tree = tree::record_of<zar_target>(tree_node)->handle;
+  TRACE_INFO("(info): Target avl comp, nas val:0x%x, tree val:0x%x", nascent, tree);
+  if (nascent != tree) return nascent > tree ? kAfter : kBefore;
+  TRACE_INFO("(info): Target avl comp, values matched");
+  return kEqual;
+}
+
+uint32_t zar_avl_insert_pmap(zar_db *database, zar_pmap *record) {
+  return insert<PmapTree>(database, record);
+}
+
+uint32_t zar_avl_insert_cmap(zar_db *database, zar_cmap *record) {
+  return insert<CmapTree>(database, record);
+}
+
+uint32_t zar_avl_insert_pmtr_map(zar_db *database, zar_pmtr_map *record) {
+  return insert<PmtrMapTree>(database, record);
+}
+
+uint32_t zar_avl_search_pmap(zar_db *database, zar_pmap *probe, zar_pmap **found_out) {
+  return search_map<PmapTree>(database, probe, found_out);
+}
+
+uint32_t zar_avl_search_cmap(zar_db *database, zar_cmap *probe, zar_cmap **found_out) {
+  return search_map<CmapTree>(database, probe, found_out);
+}
+
+uint32_t zar_avl_search_pmtr_map(zar_db *database, zar_pmtr_map *probe, zar_pmtr_map **found_out) {
+  return search_map<PmtrMapTree>(database, probe, found_out);
+}
+
+uint32_t zar_avl_delete_pmap(zar_db *database, zar_pmap *record, zar_pmap **removed_out) {
+  return remove<PmapTree>(database, record, removed_out);
+}
+
+uint32_t zar_avl_delete_cmap(zar_db *database, zar_cmap *record, zar_cmap **removed_out) {
+  return remove<CmapTree>(database, record, removed_out);
+}
+
+uint32_t zar_avl_delete_pmtr_map(zar_db *database, zar_pmtr_map *record, zar_pmtr_map **removed_out) {
+  return remove<PmtrMapTree>(database, record, removed_out);
+}
+
+uint32_t zar_avl_get_first_pmap(zar_db *database, zar_pmap **first_out) {
+  return get_first<PmapTree>(database, first_out);
+}
+
+uint32_t zar_avl_get_first_cmap(zar_db *database, zar_cmap **first_out) {
+  return get_first<CmapTree>(database, first_out);
+}
+
+uint32_t zar_avl_get_first_pmtr_map(zar_db *database, zar_pmtr_map **first_out) {
+  return get_first<PmtrMapTree>(database, first_out);
+}
+
+uint32_t zar_avl_get_next_pmap(zar_db *database, zar_pmap *current, zar_pmap **next_out) {
+  return get_next<PmapTree>(database, current, next_out);
+}
+
+uint32_t zar_avl_get_next_cmap(zar_db *database, zar_cmap *current, zar_cmap **next_out) {
+  return get_next<CmapTree>(database, current, next_out);
+}
+
+uint32_t zar_avl_get_next_pmtr_map(zar_db *database, zar_pmtr_map *current, zar_pmtr_map **next_out) {
+  return get_next<PmtrMapTree>(database, current, next_out);
+}
+
+uint32_t zar_avl_insert_target_client_db(zar_db *database, zar_target *target) {
+  return insert<ClientTargetTree>(database, target);
+}
+
+uint32_t zar_avl_insert_target_default_db(zar_db *database, zar_target *target) {
+  return insert<DefaultTargetTree>(database, target);
+}
+
+uint32_t zar_avl_search_target_client_db(zar_db *database, zar_target *probe, zar_target **found_out) {
+  return search_target<ClientTargetTree>(database, probe, found_out);
+}
+
+uint32_t zar_avl_search_target_default_db(zar_db *database, zar_target *probe, zar_target **found_out) {
+  return search_target<DefaultTargetTree>(database, probe, found_out);
+}
+
+uint32_t zar_avl_delete_target_client_db(zar_db *database, zar_target *target, zar_target **removed_out) {
+  return remove<ClientTargetTree>(database, target, removed_out);
+}
+
+uint32_t zar_avl_delete_target_default_db(zar_db *database, zar_target *target, zar_target **removed_out) {
+  return remove<DefaultTargetTree>(database, target, removed_out);
+}
+
+uint32_t zar_avl_remove_pmap(zar_db *database) {
+  return remove_all<PmapTree>(database);
+}
+
+uint32_t zar_avl_remove_cmap(zar_db *database) {
+  return remove_all<CmapTree>(database);
+}
+
+uint32_t zar_avl_remove_pmtr_map(zar_db *database) {
+  return remove_all<PmtrMapTree>(database);
+}
+
+uint32_t zar_avl_remove_target(zar_db *database) {
+  return remove_all<TargetTree>(database);
+}
+
+void zar_avl_free_pmap(void *node) {
+  leave_alone<PmapTree>(node);
+}
+
+void zar_avl_free_cmap(void *node) {
+  leave_alone<CmapTree>(node);
+}
+
+void zar_avl_free_pmtr_map(void *node) {
+  leave_alone<PmtrMapTree>(node);
+}
+
+void zar_avl_free_target(void *node) {
+  if (!node) {
+    TRACE_ERROR("(ERR): Target avl: Received NULL in free target");
+    return;
+  }
+  if (zar_delete_target(tree::record_of<zar_target>(node)->handle) != kSuccess)
+    TRACE_ERROR("(ERR): Target avl: delete target:0x%p failed", address(node));
+}

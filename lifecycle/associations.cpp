@@ -1,0 +1,135 @@
+#include "lifecycle/associations.h"
+
+#include "core/checks.h"
+#include "core/pool.h"
+#include "core/queue.h"
+#include "core/text.h"
+#include "zar/present.h"
+
+using namespace zar;
+
+const char *const zar_db_pmap_target_chunk_str = "ZAR DB pmap target ref chunk";
+const char *const zar_db_target_pmap_chunk_str = "ZAR DB target pmap chunk";
+
+namespace {
+
+const char *name_of(const zar_pmap &pmap) {
+  return or_null(text_of(pmap.name));
+}
+
+// What names the pair's instance in the engine, together with the target's handle.
+zar_map_info instance_key(const zar_pmap &pmap) {
+  return {.domain = text_of(pmap.domain), .domain_type = pmap.domain_type, .map_name = text_of(pmap.name), .hidden = 0};
+}
+
+bool link_to_pmap(uint32_t clid, zar_target &target, zar_pmap *pmap) {
+  zar_target_pmap *link = target_pmaps.take().keep();
+  if (!link) {
+    TRACE_ERROR("(ERR): associate target and policy: memory alloc for target pmap ref failed clid:%d", clid);
+    return false;
+  }
+  link->pmap = pmap;
+  append(target.active_pmaps, link);
+  return true;
+}
+
+bool link_to_target(zar_pmap &pmap, zar_target *target) {
+  zar_pmap_target_ref *ref = pmap_target_refs.take().keep();
+  if (!ref) {
+    TRACE_ERROR("(ERR): associate target and policy: memory alloc for target into pmap:%s ref failed", name_of(pmap));
+    return false;
+  }
+  ref->target = target;
+  append(pmap.target_refs, ref);
+  return true;
+}
+
+// Whether there was such a link.
+bool unlink_target(zar_pmap &pmap, const zar_target *target) {
+  auto *ref = find<zar_pmap_target_ref>(pmap.target_refs,
+                                        [target](const zar_pmap_target_ref &other) { return other.target == target; });
+  if (!ref) return false;
+  unlink(pmap.target_refs, ref);
+  pmap_target_refs.give_back(ref);
+  return true;
+}
+
+bool unlink_pmap(zar_target &target, const zar_pmap *pmap) {
+  zar_target_pmap *link = find_active(target, pmap);
+  if (!link) return false;
+  unlink(target.active_pmaps, link);
+  target_pmaps.give_back(link);
+  return true;
+}
+
+void unlink_both_ways(zar_pmap &pmap, zar_target &target) {
+  if (unlink_target(pmap, &target)) {
+    TRACE_INFO("(info): removed target from pmap:%s", name_of(pmap));
+  } else {
+    TRACE_INFO("(info): remove target from pmap, target not found to remove");
+  }
+  if (unlink_pmap(target, &pmap)) {
+    TRACE_INFO("(info): removed pmap from target:%s", name_of(pmap));
+  } else {
+    TRACE_INFO("(info): remove pmap from target: pmap:%s not found to remove from target", name_of(pmap));
+  }
+}
+
+bool delete_instance(const zar_pmap &pmap, uint32_t target) {
+  zar_map_info key = instance_key(pmap);
+  void *instance = nullptr;
+  if (kel_find_policy_instance(&instance, target, &key) != 0) {
+    TRACE_ERROR("(ERR): remove_pmap_from_target: Error: pmap:0x%x could not find policy instance", pmap.handle);
+    return false;
+  }
+  if (kel_delete_policy_instance(instance) != 0) {
+    TRACE_ERROR("(ERR): remove_pmap_from_target: Error: pmap:%s could not delete policy instance", name_of(pmap));
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+zar_target_pmap *zar::find_active(const zar_target &target, const zar_pmap *pmap) {
+  return find<zar_target_pmap>(target.active_pmaps, [pmap](const zar_target_pmap &link) { return link.pmap == pmap; });
+}
+
+uint32_t zar::associate_target_and_policy(uint32_t clid, zar_target *target, zar_pmap *pmap) {
+  if (!target || !pmap || !target->target_info) return kInvalidArgument;
+  if (!link_to_pmap(clid, *target, pmap)) return kNoMemory;
+  if (!link_to_target(*pmap, target)) {
+    disassociate_target_and_policy(pmap, target);
+    return kNoMemory;
+  }
+  TRACE_INFO("(info):  association between target:0x%lu, policy:%s success", target->target_info->target_id,
+             name_of(*pmap));
+
+  // The instance is not kept: it is found again by its key.
+  void *instance = nullptr;
+  zar_map_info key = instance_key(*pmap);
+  if (kel_create_policy_instance(&instance, target->handle, clid, &key) != 0) {
+    disassociate_target_and_policy(pmap, target);
+    TRACE_ERROR("(ERR): Error: Could not create policy instance, target into policy-map:%s", name_of(*pmap));
+    return kFailed;
+  }
+  zar_invoke_action_handler(pmap, target, kYes);
+  return kSuccess;
+}
+
+uint32_t zar::disassociate_target_and_policy(zar_pmap *pmap, zar_target *target) {
+  if (!pmap || !target) return kNo;
+  if (!has_target_info("disassociate_target_and_policy", *target)) return kNo;
+  unlink_both_ways(*pmap, *target);
+  if (!delete_instance(*pmap, target->handle)) return kNo;
+  zar_invoke_action_handler(pmap, target, kNo);
+  return kYes;
+}
+
+void zar::part_for_good(zar_pmap *pmap, zar_target *target) {
+  bool broken = !target->target_info;
+  disassociate_target_and_policy(pmap, target);
+  if (!broken) return;
+  unlink_target(*pmap, target);
+  unlink_pmap(*target, pmap);
+}

@@ -1,0 +1,167 @@
+#include <cstring>
+
+#include "objects/map_family.h"
+
+using namespace zar;
+
+const char *const builtin_autoconf_policy = "BUILTIN_AUTOCONF_POLICY";
+
+const char *const zar_db_pmap_chunk_str = "ZAR DB pmap chunk";
+const char *const zar_db_cmap_chunk_str = "ZAR DB cmap chunk";
+
+namespace {
+
+constexpr uint32_t kFirstDomainType = 1, kLastDomainType = 2;
+constexpr uint32_t kFirstMatchCriteria = 1, kLastMatchCriteria = 3;
+
+struct PolicyMaps {
+  using Record = zar_pmap;
+  static Pool<zar_pmap> &pool() { return pmaps; }
+  static constexpr uint32_t kNameTag = 0x3e00038;
+  static constexpr uint32_t kKeyTag = 0x3e00039;
+  static constexpr auto insert = zar_avl_insert_pmap;
+  static constexpr auto search = zar_avl_search_pmap;
+  static bool place_given(const char *name, uint32_t, const uint32_t *place) { return pmap_place_given(name, place); }
+  static constexpr bool kRetrieveStopsAtFirstFault = false;
+
+  static void trace_no_record(uint32_t clid, const zar_map_info &) {
+    TRACE_ERROR("(ERR): create_policy: memory alloc for pmap failed clid:%d", clid);
+  }
+  static constexpr char kNoHandle[] = "(ERR): create_policy: Could not create id for pmap  clid:%d, name:%s";
+  static constexpr char kNoName[] = "(ERR): create_policy: Could not add map name to SDB  clid:%d, name:%s";
+  static constexpr char kNoDomain[] = "(ERR): create_policy: Could not add domain name to SDB  clid:%d, name:%s";
+  static constexpr char kNoKey[] = "(ERR): create_policy: Could not create hash string  clid:%d, name:%s";
+  static constexpr char kCreated[] = "(info): create_policy: successful, pmap:0x%x";
+
+  static constexpr char kStore[] = "store_policy";
+  static constexpr char kStoreInvalid[] = "(ERR): store_policy: Error: invalid pmap handle";
+  static constexpr char kStoreFailed[] = "(ERR): store_policy: Error: avl insert failed";
+  static void trace_stored(uint32_t handle, const zar_pmap &record) {
+    TRACE_INFO("(info): store_policy: successful, hdl:0x%x, hash string:%s", handle, or_null(record.hash_str));
+  }
+
+  static constexpr char kRetrieve[] = "retrieve_policy";
+  static constexpr char kSearchFailed[] = "(info): retrieve_policy: search failed  clid:%d, name:%s";
+  static constexpr char kNoMatch[] = "(info): retrieve_policy: search failed as there is no match clid:%d, name:%s";
+  static constexpr char kRetrieved[] = "(info): retrieve_policy: successful, pmap:%s";
+};
+
+struct ClassMaps {
+  using Record = zar_cmap;
+  static Pool<zar_cmap> &pool() { return cmaps; }
+  static constexpr uint32_t kNameTag = 0x3e0003b;
+  static constexpr uint32_t kKeyTag = 0x3e0003c;
+  static constexpr auto insert = zar_avl_insert_cmap;
+  static constexpr auto search = zar_avl_search_cmap;
+  static constexpr auto place_given = cmap_place_given;
+  static constexpr bool kRetrieveStopsAtFirstFault = false;
+
+  static void trace_no_record(uint32_t clid, const zar_map_info &info) {
+    TRACE_ERROR("(ERR): create_class: memory alloc for cmap failed clid:%d, name:%s", clid, info.map_name);
+  }
+  static constexpr char kNoHandle[] = "(ERR): create_class: Could not create id for cmap clid:%d, name:%s";
+  static constexpr char kNoName[] = "(ERR): create_class: Could not add map name to SDB  clid:%d, name:%s";
+  static constexpr char kNoDomain[] = "(ERR): create_class: Could not add domain name to SDB  clid:%d, name:%s";
+  static constexpr char kNoKey[] = "(ERR): create_class: Could not create hash string  clid:%d, name:%s";
+  static constexpr char kCreated[] = "(info): create_class: successful, cmap:0x%x";
+
+  static constexpr char kStore[] = "store_class";
+  static constexpr char kStoreInvalid[] = "(ERR): store_class: Error: invalid cmap handle";
+  static constexpr char kStoreFailed[] = "(ERR): store_class: Error: avl insert failed";
+  static void trace_stored(uint32_t, const zar_cmap &) { TRACE_INFO("(info): store_class: successful"); }
+
+  static constexpr char kRetrieve[] = "retrieve_class";
+  static constexpr char kSearchFailed[] = "(info): retrieve_class: search failed  clid:%d, name:%s";
+  static constexpr char kNoMatch[] = "(info): retrieve_class: search failed as there is no match clid:%d, name:%s";
+  static constexpr char kRetrieved[] = "(info): retrieve_class: successful, cmap:%s";
+};
+
+bool has_domain(const zar_map_info &info, const char *caller) {
+  if (info.domain) return true;
+  TRACE_ERROR("(ERR): %s: domain from input map info cannot be NULL", or_blank(caller));
+  return false;
+}
+
+bool has_name(const zar_map_info &info, const char *caller) {
+  if (info.map_name) return true;
+  TRACE_ERROR("(ERR): %s: map name from input map info cannot be NULL", or_blank(caller));
+  return false;
+}
+
+bool has_known_type(const zar_map_info &info, const char *caller) {
+  if (info.domain_type >= kFirstDomainType && info.domain_type <= kLastDomainType) return true;
+  TRACE_ERROR("(ERR): %s: domain type:%d from input map info is invalid expected range: %d - %d", or_blank(caller),
+              info.domain_type, kFirstDomainType, kLastDomainType);
+  return false;
+}
+
+bool valid_match_criteria(const char *name, uint32_t clid, uint32_t criteria) {
+  if (criteria >= kFirstMatchCriteria && criteria <= kLastMatchCriteria) return true;
+  TRACE_ERROR("(ERR): %s: clid:%d, class match criteria:%d is out of range, expected range: %d - %d \n", name, clid,
+              criteria, kFirstMatchCriteria, kLastMatchCriteria);
+  return false;
+}
+
+}  // namespace
+
+uint32_t zar_verify_map_info(const zar_map_info *info, const char *caller) {
+  if (!info) {
+    TRACE_ERROR("(ERR): %s: input map info cannot be NULL", or_blank(caller));
+    return kCheckFailed;
+  }
+  bool valid = has_domain(*info, caller);
+  valid &= has_name(*info, caller);
+  valid &= has_known_type(*info, caller);
+  return valid ? kSuccess : kCheckFailed;
+}
+
+uint32_t zar_create_policy(uint32_t clid, const zar_map_info *info, uint32_t *pmap_out) {
+  static constexpr char kName[] = "create_policy";
+  bool valid = valid_clid(kName, clid);
+  valid &= pmap_place_given(kName, pmap_out);
+  valid &= zar_verify_map_info(info, kName) == kSuccess;
+  if (!valid) return kInvalidArgument;
+
+  return create_map<PolicyMaps>(clid, *info, pmap_out, [info](zar_pmap &pmap) {
+    pmap.hidden = zar_is_autoconf_policy(info->map_name);
+    make_empty(pmap.cmap_refs);
+    make_empty(pmap.target_refs);
+    make_empty(pmap.rule_list);
+  });
+}
+
+uint32_t zar_create_class(uint32_t clid, const zar_map_info *info, uint32_t match_criteria, uint32_t *cmap_out) {
+  static constexpr char kName[] = "create_class";
+  bool valid = valid_clid(kName, clid);
+  valid &= cmap_place_given(kName, clid, cmap_out);
+  valid &= zar_verify_map_info(info, kName) == kSuccess;
+  valid &= valid_match_criteria(kName, clid, match_criteria);
+  if (!valid) return kInvalidArgument;
+
+  return create_map<ClassMaps>(clid, *info, cmap_out, [info, match_criteria](zar_cmap &cmap) {
+    cmap.match_criteria = match_criteria;
+    cmap.hidden = info->hidden == 1;
+    make_empty(cmap.pmap_refs);
+    make_empty(cmap.filters);
+  });
+}
+
+uint32_t zar_is_autoconf_policy(const char *name) {
+  return name && std::strcmp(name, builtin_autoconf_policy) == 0 ? kYes : kNo;
+}
+
+uint32_t zar_store_policy(uint32_t clid, uint32_t pmap) {
+  return store_map<PolicyMaps>(clid, pmap);
+}
+
+uint32_t zar_store_class(uint32_t clid, uint32_t cmap) {
+  return store_map<ClassMaps>(clid, cmap);
+}
+
+uint32_t zar_retrieve_policy(uint32_t clid, const zar_map_info *info, uint32_t *pmap_out) {
+  return retrieve_map<PolicyMaps>(clid, info, pmap_out);
+}
+
+uint32_t zar_retrieve_class(uint32_t clid, const zar_map_info *info, uint32_t *cmap_out) {
+  return retrieve_map<ClassMaps>(clid, info, cmap_out);
+}

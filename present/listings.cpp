@@ -1,0 +1,215 @@
+// The show listings. Every line goes through the caller's printer, whose first value is the caller's line prefix; the
+// library keeps nothing of it. Composed texts are built in buffers of 100 bytes and cut at 99 characters.
+#include <cstdio>
+
+#include "compose/rules.h"
+#include "present/selection.h"
+#include "zar/present.h"
+
+using namespace zar;
+
+namespace {
+
+constexpr size_t kBufferSize = 100;
+constexpr uint32_t kAllClassMapsTag = 0x3e0000a;
+constexpr uint32_t kOneClassMapTag = 0x3e0000b;
+constexpr uint32_t kClassLineTag = 0x3e0000c;
+constexpr uint32_t kEventLineTag = 0x3e0000f;
+
+const char *text_or_empty(const char *text) {
+  return text ? text : "";
+}
+
+bool printer_given(const char *name, zar_printer_fn printer) {
+  if (!printer) TRACE_ERROR("(ERR): %s: input printer cannot be NULL", name);
+  return printer;
+}
+
+// ---- Policy-maps
+
+// Prints policy-maps to one printer. 'verbose' names what each line shows and adds the counts of executions.
+class PolicyMapPrinter {
+ public:
+  PolicyMapPrinter(zar_printer_fn printer, const char *prefix, bool verbose)
+      : print_(printer), prefix_(prefix), verbose_(verbose) {}
+
+  void print(const zar_pmap &pmap) const {
+    const char *name = or_null(text_of(pmap.name));
+    if (verbose_) {
+      print_("%s%s%s", prefix_, "Control_Policy: ", name);
+    } else {
+      print_("%s%s", prefix_, name);
+    }
+    print_events(pmap);
+  }
+
+ private:
+  // Without memory for an event's line the events that remain are left out.
+  void print_events(const zar_pmap &pmap) const {
+    if (!is_control(pmap)) return;
+    for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list)) {
+      if (!print_event_line(event)) return;
+      print_rules(event);
+    }
+  }
+
+  bool print_event_line(const zar_event_tuple &event) const {
+    const char *name = event.event_context ? text_of(event.event_context->event_name) : nullptr;
+    if (!name) return true;
+    OwnedText line = OwnedText::of_size(kBufferSize, kEventLineTag);
+    if (!line) {
+      print_("%sUnable to allocate memory for event_buf\n", prefix_);
+      return false;
+    }
+    std::snprintf(line.get(), kBufferSize, "%s %s %s", "event", name,
+                  or_null(kel_pmap_class_match_get_string_short(event.match_criteria)));
+    if (verbose_) {
+      print_("%s  %-12s%s", prefix_, "Event:", line.get());
+    } else {
+      print_("%s  %s", prefix_, line.get());
+    }
+    return true;
+  }
+
+  // Without memory for a rule's line the rules that remain of the event are left out, with their actions.
+  void print_rules(const zar_event_tuple &event) const {
+    for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions)) {
+      if (!print_rule_line(rule)) return;
+      for (const zar_action &action : Elements<zar_action>(rule.actions))
+        print_action(action);
+    }
+  }
+
+  bool print_rule_line(const zar_class_action &rule) const {
+    if (!rule.cmap) return true;
+    OwnedText line = OwnedText::of_size(kBufferSize, kClassLineTag);
+    if (!line) {
+      print_("%sUnable to allocate memory for cmap_buf\n", prefix_);
+      return false;
+    }
+    std::snprintf(line.get(), kBufferSize, "%d %s %s %s", rule.class_num, "class", or_null(text_of(rule.cmap->name)),
+                  or_null(kel_pmap_action_exec_criteria_get_string_short(rule.exec_criteria)));
+    if (verbose_) {
+      print_("%s    %-12s%s", prefix_, "Class-map:", line.get());
+    } else {
+      print_("%s    %s", prefix_, line.get());
+    }
+    return true;
+  }
+
+  // The line of the precedence repeats the action's text.
+  void print_action(const zar_action &action) const {
+    OwnedText text(action.action_str_fn ? action.action_str_fn(action.action_data, 0) : nullptr);
+    const uint32_t number = action.action_num, precedence = action.precedence;
+    if (text && verbose_) {
+      print_("%s      %-8s%u %s", prefix_, "Action:", number, text.get());
+      print_("%s      %-8s%u %s", prefix_, "Precedence:", precedence, text.get());
+    } else if (text) {
+      print_("%s      %u %s", prefix_, number, text.get());
+    }
+    if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", action.executed_count);
+  }
+
+  zar_printer_fn print_;
+  const char *prefix_;
+  bool verbose_;
+};
+
+// ---- Class-maps
+
+// Prints the table of class-maps: a row for each filter.
+class ClassMapTable {
+ public:
+  ClassMapTable(zar_printer_fn printer, const char *prefix, const char *suffix, bool all)
+      : print_(printer), prefix_(prefix), suffix_(suffix), all_(all) {}
+
+  void print_head() const {
+    print_(kHeadFormat, prefix_, "Class-map", "Action", "Exec", "Hit", "Miss", "Comp", suffix_);
+    print_(kHeadFormat, prefix_, "---------", "------", "----", "---", "----", "----", suffix_);
+  }
+
+  // The maps of one database. A walk over all leaves hidden class-maps out; one that is asked for by name is shown.
+  Status print_database(zar_db *database, const char *name) const {
+    OwnedText cell = OwnedText::of_size(kBufferSize, all_ ? kAllClassMapsTag : kOneClassMapTag);
+    if (!cell) {
+      print_("%sUnable to allocate memory for buf\n", prefix_);
+      return kFailed;
+    }
+    if (all_) {
+      return for_each_map<zar_cmap>(database, [&](const zar_cmap &cmap) {
+        return zar_get_cmap_if_hidden(cmap.handle) ? kSuccess : print_rows(cmap, cell.get());
+      });
+    }
+    const zar_cmap *cmap = first_named<zar_cmap>(database, name);
+    return cmap ? print_rows(*cmap, cell.get()) : kSuccess;
+  }
+
+ private:
+  static constexpr char kHeadFormat[] = "%s%-28s%-29s%6s%5s%6s%6s%s";
+
+  // A filter without a text means that the configuration changed under the walk.
+  Status print_rows(const zar_cmap &cmap, char *cell) const {
+    std::snprintf(cell, kBufferSize, "%s %s", or_null(kel_cmap_match_criteria_get_string_short(cmap.match_criteria)),
+                  or_null(text_of(cmap.name)));
+    for (const zar_filter &filter : Elements<zar_filter>(cmap.filters)) {
+      OwnedText text(zar_get_filter_nvgen_str_internal(&filter));
+      if (!text) {
+        print_changed();
+        return kFailed;
+      }
+      print_row(cell, text.get(), filter);
+    }
+    return kSuccess;
+  }
+
+  // The counts are cut to what their columns hold; the column of the hits is the narrower one.
+  void print_row(const char *cell, const char *filter_text, const zar_filter &filter) const {
+    print_("%s%-27s %-29s %5lu %4lu %5lu %5lu%s", prefix_, cell, filter_text, modulo(filter.exec_count, 10000),
+           modulo(filter.hit_count, 1000), modulo(filter.miss_count, 10000), modulo(filter.comp_count, 10000), suffix_);
+  }
+
+  // The two walks pad the line differently.
+  void print_changed() const {
+    if (all_) {
+      print_("%sRunning config changed, please redo                         \n", prefix_);
+    } else {
+      print_("%sRunning config changed, please redo                                 \n", prefix_);
+    }
+  }
+
+  static unsigned long modulo(uint32_t count, uint32_t limit) { return count % limit; }
+
+  zar_printer_fn print_;
+  const char *prefix_;
+  const char *suffix_;
+  bool all_;
+};
+
+}  // namespace
+
+uint32_t zar_print_policymap(const char *prefix, zar_printer_fn printer, const char *domain, const char *name,
+                             uint32_t all, uint32_t control) {
+  static constexpr char kName[] = "print_policymap";
+  Selection wanted{domain, name, all != 0};
+  bool valid = printer_given(kName, printer);
+  valid &= valid_selection(kName, wanted);
+  if (!valid) return kInvalidArgument;
+
+  PolicyMapPrinter policies(printer, text_or_empty(prefix), control != 0);
+  return for_each_selected<zar_pmap>(kName, wanted, [&policies](const zar_pmap &pmap) {
+    policies.print(pmap);
+    return kSuccess;
+  });
+}
+
+uint32_t zar_print_classmap(const char *prefix, zar_printer_fn printer, const char *suffix, const char *domain,
+                            const char *name, uint32_t all) {
+  static constexpr char kName[] = "print_classmap";
+  bool valid = printer_given(kName, printer);
+  valid &= valid_selection(kName, {domain, name, all != 0});
+  if (!valid) return kInvalidArgument;
+
+  ClassMapTable table(printer, text_or_empty(prefix), text_or_empty(suffix), all != 0);
+  table.print_head();
+  return for_each_database(kName, domain, [&](zar_db *database) { return table.print_database(database, name); });
+}

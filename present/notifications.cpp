@@ -1,0 +1,116 @@
+// What action handlers are told: that an action came into force on targets, or went out of force.
+//
+// A notification carries a list of target information records, made when the first record is put into it. One call uses
+// one list for all its notifications and puts the records in anew before each, so that the n-th notification finds them n
+// times. The list is handed over: the handlers' side frees it, after the call.
+#include "compose/rules.h"
+#include "core/text.h"
+#include "zar/present.h"
+
+using namespace zar;
+
+namespace {
+
+constexpr uint32_t kPmapListTag = 0x3e0000e;
+constexpr uint32_t kTargetListTag = 0x3e0000d;
+
+constexpr uint32_t kAdded = 0, kRemoved = 1;
+
+class TargetList {
+ public:
+  explicit TargetList(uint32_t tag) : tag_(tag) {}
+
+  // False when there is no memory for the list.
+  bool add(zar_target_info *info) {
+    if (!list_) list_ = make();
+    if (list_) append(*list_, info);
+    return list_;
+  }
+  queue_head *get() const { return list_; }
+
+ private:
+  queue_head *make() const {
+    auto *list = allocate<queue_head>(tag_);
+    if (list) make_empty(*list);
+    return list;
+  }
+
+  uint32_t tag_;
+  queue_head *list_ = nullptr;
+};
+
+enum class Collected { none, some, out_of_memory };
+
+// Adds the targets on which the policy-map is active.
+Collected zar_collect_pmap_targets(const zar_pmap &pmap, TargetList &list) {
+  Collected result = Collected::none;
+  for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs)) {
+    if (!ref.target->target_info) continue;
+    if (!list.add(ref.target->target_info)) return Collected::out_of_memory;
+    result = Collected::some;
+  }
+  return result;
+}
+
+// Tells the handlers of the rule's actions that they are out of force where the policy-map is active. False when memory
+// for the list runs out, which ends the whole call.
+bool notify_removal(const zar_class_action &rule, const zar_pmap &pmap, TargetList &list) {
+  for (const zar_action &action : Elements<zar_action>(rule.actions)) {
+    if (!action.action_notify_fn) continue;
+    Collected collected = zar_collect_pmap_targets(pmap, list);
+    if (collected == Collected::out_of_memory) return false;
+    if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.get());
+  }
+  return true;
+}
+
+// Tells the handlers of the rule's actions about one target.
+bool notify_of_target(const zar_class_action &rule, uint32_t removed, zar_target_info *info, TargetList &list) {
+  for (const zar_action &action : Elements<zar_action>(rule.actions)) {
+    if (!action.action_notify_fn) continue;
+    if (!list.add(info)) return false;
+    action.action_notify_fn(removed, action.action_data, list.get());
+  }
+  return true;
+}
+
+}  // namespace
+
+void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle, uint32_t added) {
+  if (action_handle == 0) return;
+  const auto *action = resolve<zar_action>(action_handle);
+  if (!action || !action->action_notify_fn) return;
+  const auto *pmap = require<zar_pmap>("shim_action_added_removed", pmap_handle);
+  if (!pmap) return;
+
+  TargetList list(kPmapListTag);
+  if (zar_collect_pmap_targets(*pmap, list) != Collected::some || !action->action_data) return;
+  action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.get());
+}
+
+void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {
+  if (!pmap || !target || !target->target_info || !is_control(*pmap)) return;
+  TargetList list(kTargetListTag);
+  for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap->rule_list))
+    for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
+      if (!notify_of_target(rule, added ? kAdded : kRemoved, target->target_info, list)) return;
+}
+
+void zar_remove_action_handler_for_event(uint32_t event_handle, uint32_t pmap_handle) {
+  static constexpr char kName[] = "remove_action_handler_for_event";
+  const auto *event = require<zar_event_tuple>(kName, event_handle);
+  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  if (!event || !pmap) return;
+  TargetList list(kPmapListTag);
+  for (const zar_class_action &rule : Elements<zar_class_action>(event->class_actions))
+    if (!notify_removal(rule, *pmap, list)) return;
+}
+
+void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap_handle) {
+  static constexpr char kName[] = "remove_action_handler_for_class";
+  const auto *rule = require<zar_class_action>(kName, class_action);
+  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  if (!rule || !pmap) return;
+  TargetList list(kPmapListTag);
+  notify_removal(*rule, *pmap, list);
+}

@@ -1,0 +1,74 @@
+// The question whether a policy uses a parameter-map, and new data for actions and filters that keep their place.
+#include "compose/rules.h"
+#include "objects/leaves.h"
+#include "present/selection.h"
+#include "zar/pmtr.h"
+#include "zar/present.h"
+
+using namespace zar;
+
+namespace {
+
+constexpr char kAskName[] = "check_param_map";
+
+// An action that cannot be asked ends the questions to its rule: the actions behind it are not asked.
+bool rule_uses(const zar_class_action &rule, const void *param_map) {
+  for (const zar_action &action : Elements<zar_action>(rule.actions)) {
+    if (!action.action_param_map_check_fn) return false;
+    if (action.action_param_map_check_fn(action.action_data, param_map)) return true;
+  }
+  return false;
+}
+
+bool any_rule_uses(const queue_head &rules, const void *param_map) {
+  return find<zar_class_action>(rules, [=](const zar_class_action &rule) { return rule_uses(rule, param_map); });
+}
+
+bool policy_uses(const zar_pmap &pmap, const void *param_map) {
+  if (!is_control(pmap)) return any_rule_uses(pmap.rule_list, param_map);
+  return find<zar_event_tuple>(
+      pmap.rule_list, [=](const zar_event_tuple &event) { return any_rule_uses(event.class_actions, param_map); });
+}
+
+bool database_uses(zar_db *database, const void *param_map) {
+  for (zar_pmap *pmap = first_in(database, static_cast<const zar_pmap *>(nullptr)); pmap;
+       pmap = next_in(database, pmap))
+    if (is_kind(*pmap) && policy_uses(*pmap, param_map)) return true;
+  return false;
+}
+
+}  // namespace
+
+uint32_t zar_is_param_map_assoc_with_policy(const void *param_map) {
+  for (const zar_domain_entry &entry : Elements<zar_domain_entry>(zar_domain_list)) {
+    if (!valid_clid(kAskName, entry.owner_clid)) return kNo;
+    zar_db *database = database_of(entry.owner_clid, kAskName);
+    if (!database) return kNo;
+    if (database_uses(database, param_map)) return kYes;
+  }
+  return kNo;
+}
+
+// Both records are checked, without a name, before either refuses. Only the data is replaced: the functions stay.
+void zar_replace_old_action_hdl(uint32_t action_handle, const zar_action_context *context) {
+  bool valid = zar_verify_action_context(context, nullptr) == kSuccess;
+  zar_action *action = require_action(nullptr, action_handle);
+  if (!action || !valid) return;
+  action->action_free_fn(action->action_data, nullptr);
+  action->action_data = context->action_data;
+}
+
+void zar_replace_old_filter_hdl(uint32_t filter_handle, const zar_filter_context *context) {
+  bool valid = zar_verify_filter_context(context, nullptr) == kSuccess;
+  zar_filter *filter = require_filter(nullptr, filter_handle);
+  if (!filter || !valid) return;
+  filter->filter_free_fn(filter->filter_data, nullptr);
+  filter->filter_data = context->filter_data;
+}
+
+uint32_t kel_is_policy_created(const char *name) {
+  zar_map_info info{
+      .domain = kel_parameter_map_subscriber_domain_str, .domain_type = kControl, .map_name = name, .hidden = 0};
+  uint32_t pmap = 0;
+  return zar_retrieve_policy(subscriber_owner(), &info, &pmap) == kSuccess ? pmap : 0;
+}
