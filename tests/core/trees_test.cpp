@@ -150,7 +150,7 @@ struct PmtrMapTree {
   static Line first_error(const void *place, const void *database) {
     return error("(ERR): PMTR-MAP avl: get first error, pmtr_map_ptr:0x%p, db:0x%p", place, database);
   }
-  static Line no_next() { return info("(info): PMTR-MAP avl: get next, no next pmtr-map"); }
+  static Line no_next() { return info("(info): PMTR-MAP avl, get next: no next pmtr-map"); }
   static Line next_error(const void *current, const void *database, const void *place) {
     return error("(ERR): PMTR-MAP avl: get next error, pmtr_map_ptr:0x%p, db:0x%p, next:0x%p", current, database,
                  place);
@@ -654,6 +654,8 @@ struct TargetFamily {
   const char *delete_failed;
   const char *delete_error;
 };
+
+void PrintTo(const TargetFamily &family, std::ostream *out) { *out << family.name; }
 
 const TargetFamily kClientDb{"ClientDb",
                              zar_avl_insert_target_client_db,
