@@ -1,0 +1,234 @@
+// The control side of the reference engine: what the host and the clients see of it. The library knows the engine only by
+// the names of platform/engine.h.
+//
+// The engine raises events on targets. At a target it walks the CONTROL policy-maps that are active there, in order of
+// activation; in each the event tuple with the event's id; in that the class-actions in class-number order. A class-action
+// whose class-map matches runs its actions. Everything is read from the repository's records as they stand at that
+// moment, so that a change of a policy is in force from the next event on.
+//
+// One process has one engine, and it is for the one thread that calls the library.
+//
+// The life of an event:
+//   1. raise_event (host) or Run::raise (an action) begins a Run: the target's attributes, a depth, no verdict.
+//   2. Each filter's evaluation function is called with the filter's data and the Run. It reads attributes.
+//   3. Each action's entry function is called with the action's data and the Run. It reads and changes attributes, decides,
+//      logs, raises further events on the same target, applies parameter-maps. It answers 0 for success.
+//   4. The Run ends; its outcome goes to the caller.
+//
+// What evaluation and entry functions must not do: change the policies that are active on the target, or their rules; and
+// throw. What they get from the engine (attributes, texts) is valid until the next change of that attribute.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zar/zar.h"
+
+namespace engine {
+
+// ---- Start --------------------------------------------------------------------------------------------------------------
+
+// The name under which the engine is itself a client of the repository.
+inline constexpr const char *kClientName = "kel";
+
+// Registers the engine as a client with a database, and makes its clid 'kel_clid'. Called once, after zar_init and before
+// any other client registers, it makes the engine's database the default one. Answers a status.
+uint32_t start();
+
+// ---- Attributes -----------------------------------------------------------------------------------------------------------
+
+// What filters test and actions change: texts under names, kept for each target. A name is registered once and is a small
+// number from then on, so that an evaluation never compares names.
+using AttributeId = uint32_t;
+
+AttributeId register_attribute(std::string_view name);
+// The name of a registered attribute.
+const std::string &attribute_name(AttributeId attribute);
+// At most this many names can be registered; a further one is refused with kNoAttribute.
+inline constexpr AttributeId kMaxAttributes = 1000;
+inline constexpr AttributeId kNoAttribute = UINT32_MAX;
+
+// 'text' as a decimal number: an optional minus sign and digits, nothing else.
+std::optional<int64_t> parse_number(std::string_view text);
+
+struct Attribute {
+  std::string text;
+  int64_t number = 0;    // the value of 'text' when 'numeric'
+  bool numeric = false;  // 'text' is a decimal number
+  bool present = false;
+};
+
+// The attributes of one target.
+//
+// A slot that was once used keeps its buffer, so that setting an attribute again allocates nothing as long as the text
+// fits in what the slot has held before.
+class Attributes {
+ public:
+  // NULL when the target has no such attribute.
+  const Attribute *find(AttributeId attribute) const noexcept {
+    if (attribute >= slot_of_.size() || slot_of_[attribute] == kNoSlot) return nullptr;
+    const Attribute &slot = slots_[slot_of_[attribute]];
+    return slot.present ? &slot : nullptr;
+  }
+  void set(AttributeId attribute, std::string_view text);
+  // Adds one; an attribute that is absent or no number counts from 0.
+  void count(AttributeId attribute);
+  // False when there was none.
+  bool clear(AttributeId attribute);
+  // The attributes that are present, in the order of their registration.
+  std::vector<AttributeId> present() const;
+
+ private:
+  static constexpr uint16_t kNoSlot = UINT16_MAX;
+
+  Attribute &slot_for(AttributeId attribute);
+
+  std::vector<uint16_t> slot_of_;  // by attribute
+  std::deque<Attribute> slots_;    // a deque: what find() gave out stays where it is
+};
+
+// The attributes of 'target', made on first use; NULL when the handle is not a target's or memory is short. They live as
+// long as the target.
+Attributes *attributes_of(uint32_t target);
+
+// ---- Events -----------------------------------------------------------------------------------------------------------------
+
+enum class Verdict : uint8_t { none, permit, deny };
+
+struct Outcome {
+  uint32_t status = 0;              // 0, or 39: no such target; the rest is then 0
+  Verdict verdict = Verdict::none;  // of the last permit or deny that ran for this very event
+  uint32_t policies = 0;            // active policy-maps that handle the event
+  uint32_t rules = 0;               // class-actions whose class-map matched and whose actions were run
+  uint32_t actions = 0;             // actions run
+  uint32_t failures = 0;            // of these, with another result than 0
+};
+
+// Raises an event on a target.
+Outcome raise_event(uint32_t target, uint32_t event_id);
+
+// Events within events, and parameter-maps within parameter-maps, go this deep and no deeper; and one event of the host
+// leads to this many of both together and no more, so that every event ends.
+inline constexpr unsigned kMaxDepth = 16;
+inline constexpr unsigned kMaxNested = 1000;
+
+// What a subscriber offers to the statements of a parameter-map for one filter type: two client contexts whose compare
+// function, given a statement's filter data and this data, tells whether that filter holds for the subscriber's value.
+// 'plain' is offered to a statement's match filters, 'inverted' to its no-match filters.
+struct OfferedValue {
+  uint32_t filter_type = 0;  // 0 to 4
+  zar_filter_context plain{};
+  zar_filter_context inverted{};
+};
+inline constexpr uint32_t kFilterTypes = 5;
+
+enum class Applied : uint8_t { done, action_failed, no_statement, no_map, too_deep };
+
+// An event under way, as filters and actions see it.
+class Run {
+ public:
+  // What evaluation and entry functions are given as 'run'.
+  static Run &from(void *run) { return *static_cast<Run *>(run); }
+
+  uint32_t target() const;
+  uint32_t event_id() const { return event_id_; }
+  unsigned depth() const { return depth_; }  // 0: raised by the host
+
+  const Attribute *attribute(AttributeId attribute) const noexcept { return attributes_->find(attribute); }
+  void set_attribute(AttributeId attribute, std::string_view text);
+  void count_attribute(AttributeId attribute);
+  bool clear_attribute(AttributeId attribute);
+
+  void decide(Verdict verdict);
+  void log(std::string_view text);
+
+  // Raises another event on the same target; nothing when events are nested too deep or were too many.
+  std::optional<Outcome> raise(uint32_t event_id);
+  // Runs the actions of the first statement, in map-index order, that the offered values match.
+  Applied apply(uint32_t pmtr_map, std::span<const OfferedValue> offered);
+
+ private:
+  friend Outcome raise_event(uint32_t target, uint32_t event_id);
+
+  Run(const zar_target &target, Attributes &attributes, uint32_t event_id, unsigned depth, unsigned &nested_left)
+      : target_(&target), attributes_(&attributes), event_id_(event_id), depth_(depth), nested_left_(&nested_left) {}
+
+  Outcome walk_policies();
+  bool walk_events(const zar_pmap &pmap);
+  void walk_rules(const zar_event_tuple &tuple);
+  bool class_matches(const zar_cmap &cmap);
+  bool filter_holds(zar_filter &filter);
+  void run_rule(const zar_class_action &rule);
+  uint32_t run_action(zar_action &action);
+  bool statement_matches(const zar_pmtr_map_stmt &statement, std::span<const OfferedValue> offered);
+  Applied run_statement(const zar_pmtr_map_stmt &statement);
+  bool take_nested();
+  template <class Change>
+  void change_attribute(AttributeId attribute, Change change);
+
+  const zar_target *target_;
+  Attributes *attributes_;
+  uint32_t event_id_;
+  unsigned depth_;
+  unsigned *nested_left_;  // of the event that the host raised
+  unsigned maps_under_way_ = 0;
+  Outcome outcome_;
+};
+
+// ---- Observation --------------------------------------------------------------------------------------------------------------
+
+// Told of every step of every evaluation, in order. Records are valid during the call only. Without an observer an
+// evaluation pays one test for each step.
+class Observer {
+ public:
+  virtual ~Observer() = default;
+
+  virtual void event_begins(const Run &) {}
+  virtual void event_ends(const Run &, const Outcome &) {}
+  // An action's event or parameter-map was refused, as they were nested too deep or were too many.
+  virtual void nested_too_deep(const Run &) {}
+
+  // A policy-map that is active on the target: with the tuple of the event, or NULL when it does not handle the event.
+  virtual void policy_begins(const zar_pmap &, const zar_event_tuple *) {}
+  virtual void policy_ends(const zar_pmap &) {}
+
+  virtual void filter_evaluated(const zar_filter &, bool /*holds*/) {}
+  // 'decided_by' is the filter with which the outcome was certain; NULL for a class-map without filters.
+  virtual void class_evaluated(const zar_cmap &, bool /*matches*/, const zar_filter * /*decided_by*/) {}
+
+  virtual void rule_begins(const zar_class_action &, bool /*matches*/) {}
+  virtual void action_begins(const zar_action &) {}
+  virtual void action_ends(const zar_action &, uint32_t /*result*/) {}
+  // The exec criteria left the rest of the rule's actions out; 'last' is the action that ended it.
+  virtual void rule_cut_short(const zar_class_action &, const zar_action & /*last*/) {}
+
+  virtual void statement_evaluated(const zar_pmtr_map &, const zar_pmtr_map_stmt &, bool /*matches*/) {}
+
+  // 'before' is NULL when the attribute was absent, 'after' when it is now.
+  virtual void attribute_changed(AttributeId, const std::string * /*before*/, const std::string * /*after*/) {}
+  virtual void decided(Verdict) {}
+  virtual void logged(std::string_view) {}
+};
+
+// The observer of all that follows; NULL for none. It must outlive its use.
+void observe(Observer *observer);
+
+// ---- Target lists ---------------------------------------------------------------------------------------------------------------
+
+// Takes a list that a notification function was handed. The same list may come any number of times.
+void keep_target_list(queue_head *list);
+// Frees the lists that were kept. To be called while no operation of the library is under way.
+void release_target_lists();
+
+// ---- What is live ---------------------------------------------------------------------------------------------------------------
+
+size_t live_instances();
+size_t live_target_states();
+size_t kept_target_lists();
+
+}  // namespace engine

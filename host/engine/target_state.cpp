@@ -1,0 +1,72 @@
+// What the engine keeps for each target, and the lists of targets that notification functions are handed.
+#include <new>
+#include <unordered_set>
+
+#include "engine/records.h"
+#include "platform/engine.h"
+#include "platform/runtime.h"
+#include "runtime/control.h"
+
+namespace engine {
+
+namespace {
+
+size_t live_states = 0;
+
+std::unordered_set<queue_head *> &kept_lists() {
+  static std::unordered_set<queue_head *> lists;
+  return lists;
+}
+
+void free_target_list(queue_head *list) {
+  // The records on the list are the clients' own and stand in other lists too.
+  runtime::abandon(list);
+  bfree_named(list);
+}
+
+}  // namespace
+
+TargetState *state_of(uint32_t target) {
+  // Gives the context that is there already, and refuses the handle of anything but a target.
+  zar_target_policy_context *context = zar_create_policy_context(target);
+  if (!context) return nullptr;
+
+  if (!context->ae_context) {
+    context->ae_context = new (std::nothrow) TargetState;
+    if (context->ae_context) ++live_states;
+  }
+  return static_cast<TargetState *>(context->ae_context);
+}
+
+Attributes *attributes_of(uint32_t target) {
+  TargetState *state = state_of(target);
+  return state ? &state->attributes : nullptr;
+}
+
+size_t live_target_states() {
+  return live_states;
+}
+
+void keep_target_list(queue_head *list) {
+  if (list) kept_lists().insert(list);
+}
+
+void release_target_lists() {
+  for (queue_head *list : kept_lists()) {
+    free_target_list(list);
+  }
+  kept_lists().clear();
+}
+
+size_t kept_target_lists() {
+  return kept_lists().size();
+}
+
+}  // namespace engine
+
+uint32_t kel_free_all_policy_ae_context(void *ae_context) {
+  if (!ae_context) return 1;
+  delete static_cast<engine::TargetState *>(ae_context);
+  --engine::live_states;
+  return 0;
+}
