@@ -1,0 +1,135 @@
+// zar run: runs the scenario of a policy file, or events given on the command line, and shows what happens.
+#include <iostream>
+
+#include "runtime/control.h"
+#include "tool/command.h"
+#include "tool/exit_codes.h"
+#include "tool/listing.h"
+#include "tool/load_file.h"
+#include "tool/narrator.h"
+#include "tool/policy/text.h"
+#include "tool/report.h"
+#include "tool/simulation.h"
+
+namespace tool {
+
+namespace {
+
+// The levels of the library's messages.
+constexpr uint32_t kErrors = 1U << 3;
+constexpr uint32_t kInfos = 1U << 6;
+
+void complain_about_name(std::string_view what, std::string_view name, const std::vector<std::string_view> &known) {
+  const std::string_view near = nearest(name, known);
+  complain(text_of("there is no ", what, " '", name, "'", near.empty() ? "" : text_of("; did you mean '", near, "'?")));
+}
+
+// "NAME@TARGET" as a step of a scenario; nothing, after a message, when it is none of the file's.
+std::optional<Step> parse_event(const std::string &text, const PolicyFile &file) {
+  const size_t at = text.find('@');
+  if (at == std::string::npos) {
+    complain(text_of("'", text, "' is no event: expected NAME@TARGET"));
+    return std::nullopt;
+  }
+  Step step;
+  step.event.value = text.substr(0, at);
+  step.target.value = text.substr(at + 1);
+
+  if (file.event_id(step.event.value) == 0) {
+    complain_about_name("event", step.event.value, {file.events.begin(), file.events.end()});
+    return std::nullopt;
+  }
+  if (!file.find_target(step.target.value)) {
+    std::vector<std::string_view> known;
+    for (const Target &target : file.targets)
+      known.push_back(target.name.value);
+    complain_about_name("target", step.target.value, known);
+    return std::nullopt;
+  }
+  return step;
+}
+
+void show_step(size_t number, const Step &step) {
+  std::cout << "[" << number << "] " << step.event.value << " at " << step.target.value << '\n';
+  for (const Name &attribute : step.clear)
+    std::cout << "  given: no " << attribute.value << '\n';
+  for (const Assignment &given : step.set) {
+    std::cout << "  given: " << given.attribute.value << " " << as_word(given.text) << '\n';
+  }
+}
+
+class RunCommand final : public Command {
+ public:
+  void declare(CLI::App &program) override {
+    app_ = program.add_subcommand("run", "Run the scenario of a policy file");
+    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
+    app_->add_option("--event", events_, "An event to raise instead of the file's scenario; may be given several times")
+        ->type_name("NAME@TARGET")
+        ->allow_extra_args(false);
+    app_->add_option("--trace", trace_, "Show the library's own messages on standard error: error, or info for all")
+        ->type_name("LEVEL")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, uint32_t>{{"error", kErrors}, {"info", kErrors | kInfos}}));
+    app_->footer(
+        "Shows for each event which rules matched and what their actions did, then the\n"
+        "library's listings with counters.\n\n"
+        "Examples:\n"
+        "  zar run examples/broadband.yaml\n"
+        "  zar run policy.yaml --event session-start@line-1 --event session-stop@line-1\n"
+        "  zar run policy.yaml --trace error");
+  }
+
+  int run() override {
+    const std::optional<PolicyFile> file = load_file(path_);
+    if (!file) return kBadFile;
+    const std::optional<std::vector<Step>> given = given_steps(*file);
+    if (!given) return kUsage;
+
+    runtime::want_trace_levels(trace_);
+    runtime::trace_to_stderr(trace_ != 0);
+    Repository repository(*file);
+    if (repository.build()) {
+      raise_all(*file, repository, events_.empty() ? file->scenario : *given);
+      std::cout << listings(*file, repository);
+    }
+    return finish(repository);
+  }
+
+ private:
+  // The events of the command line; nothing when one of them is wrong.
+  std::optional<std::vector<Step>> given_steps(const PolicyFile &file) const {
+    std::vector<Step> steps;
+    bool good = true;
+    for (const std::string &event : events_) {
+      std::optional<Step> step = parse_event(event, file);
+      good = good && step;
+      if (step) steps.push_back(std::move(*step));
+    }
+    return good ? std::optional(std::move(steps)) : std::nullopt;
+  }
+
+  void raise_all(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) const {
+    Narrator narrator(std::cout);
+    engine::observe(&narrator);
+    size_t number = 0;
+    for (const Step &step : steps) {
+      show_step(++number, step);
+      run_step(file, repository, step);
+      // Messages of the library go elsewhere; they should meet the event that they belong to.
+      if (trace_ != 0) std::cout.flush();
+    }
+    engine::observe(nullptr);
+  }
+
+  std::string path_;
+  std::vector<std::string> events_;
+  uint32_t trace_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_run_command() {
+  return std::make_unique<RunCommand>();
+}
+
+}  // namespace tool

@@ -1,0 +1,29 @@
+// What a sub-command is to the main program.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+class Command {
+ public:
+  virtual ~Command() = default;
+
+  // Adds the sub-command with its options. The options' values land in this object.
+  virtual void declare(CLI::App &program) = 0;
+  // Runs it, once the command line was read. Answers an exit code.
+  virtual int run() = 0;
+
+  bool was_asked_for() const { return app_ && app_->parsed(); }
+
+ protected:
+  CLI::App *app_ = nullptr;
+};
+
+std::unique_ptr<Command> make_check_command();
+std::unique_ptr<Command> make_run_command();
+
+}  // namespace tool

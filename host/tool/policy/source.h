@@ -1,0 +1,37 @@
+// The text of a policy file.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/policy/diagnostics.h"
+
+namespace tool {
+
+class Source {
+ public:
+  // A file larger than this is no policy file.
+  static constexpr size_t kMaxSize = 16 * 1024 * 1024;
+
+  Source() = default;
+  Source(std::string name, std::string text);
+
+  // Reads a file, or standard input for "-". What is wrong with it goes to 'diagnostics': a file that cannot be read, is
+  // too large, or is not UTF-8 text.
+  static Source read(const std::string &path, Diagnostics &diagnostics);
+
+  const std::string &name() const { return name_; }
+  const std::string &text() const { return text_; }
+  // A line without its end; empty when there is none.
+  std::string_view line(uint32_t number) const;
+  // The place of a byte of a line, both from 0: columns are characters, of which one may take several bytes.
+  Place place_of(size_t line, size_t byte) const;
+
+ private:
+  std::string name_;
+  std::string text_;
+  std::vector<size_t> line_starts_;
+};
+
+}  // namespace tool

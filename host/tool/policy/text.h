@@ -1,0 +1,32 @@
+// Small helpers for texts.
+#pragma once
+
+#include <initializer_list>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tool {
+
+// The parts, one after the other.
+template <class... Parts>
+std::string text_of(const Parts &...parts) {
+  std::ostringstream out;
+  (out << ... << parts);
+  return std::move(out).str();
+}
+
+// "a, b, c".
+std::string comma_separated(const std::vector<std::string_view> &words);
+
+// 'text' in double quotes; quotes, backslashes and control characters inside are escaped.
+std::string quoted(std::string_view text);
+
+// 'text' as it stands when it is one plain word, else quoted: a word that is set apart from its neighbours by blanks.
+std::string as_word(std::string_view text);
+
+// The candidate that 'word' is most likely a misspelling of, or nothing.
+std::string_view nearest(std::string_view word, const std::vector<std::string_view> &candidates);
+
+}  // namespace tool
