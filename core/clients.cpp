@@ -53,7 +53,7 @@ bool grow_table() {
   TRACE_INFO("(info): Growing the ZAR clients data array");
   uint32_t capacity = zar_allowed_max_clients + kTableStep;
   if (capacity == 0) return false;
-  auto **grown = allocate<zar_client_data *>(kGrownTableTag, capacity);
+  zar_client_data **grown = allocate_table<zar_client_data>(capacity, kGrownTableTag);
   if (!grown) return false;
   for (uint32_t index = 0; index < zar_current_max_clients; ++index)
     grown[index] = zar_clients_info[index];

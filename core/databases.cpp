@@ -65,7 +65,7 @@ void empty_trees(zar_db *database) {
 
 // Not guarded against a second call: everything starts anew and what was there is lost.
 uint16_t zar_init(void) {
-  zar_clients_info = allocate<zar_client_data *>(kClientTableTag, kFirstTableSize);
+  zar_clients_info = allocate_table<zar_client_data>(kFirstTableSize, kClientTableTag);
   if (!zar_clients_info) TRACE_ERROR("(ERR): ZAR malloc for clients data error");
   zar_allowed_max_clients = kFirstTableSize;
   zar_current_max_clients = 0;

@@ -9,6 +9,9 @@
 
 namespace zar {
 
+// What every pool is made with.
+constexpr uint32_t kPoolFlags = 0x111;
+
 template <class Record>
 class Pooled;
 
@@ -46,11 +49,9 @@ class Pool {
   uint32_t give_back(Record *record) { return chunk_free(pool_, record); }
 
  private:
-  static constexpr uint32_t kFlags = 0x111;
-
   chunk_pool *make(uint32_t tag) const {
-    if (name_) return chunk_create(*name_, sizeof(Record), per_chunk_, kFlags, 0, 0);
-    return chunk_create_bmalloc(sizeof(Record), per_chunk_, kFlags, 0, tag);
+    if (name_) return chunk_create(*name_, sizeof(Record), per_chunk_, kPoolFlags, 0, 0);
+    return chunk_create_bmalloc(sizeof(Record), per_chunk_, kPoolFlags, 0, tag);
   }
 
   chunk_pool *pool_ = nullptr;

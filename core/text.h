@@ -70,10 +70,16 @@ class OwnedText {
   char *text_ = nullptr;
 };
 
-// A zeroed 'Record' in named memory, or NULL. It is never freed by the library.
+// A zeroed 'Record' in named memory, or NULL.
 template <class Record>
-Record *allocate(uint32_t tag, size_t count = 1) {
-  return static_cast<Record *>(bcalloc_named(count, sizeof(Record), tag));
+Record *allocate(uint32_t tag) {
+  return static_cast<Record *>(bcalloc_named(1, sizeof(Record), tag));
+}
+
+// 'count' pointers to records, all NULL, in named memory; or NULL.
+template <class Record>
+Record **allocate_table(size_t count, uint32_t tag) {
+  return static_cast<Record **>(bcalloc_named(count, sizeof(void *), tag));
 }
 
 }  // namespace zar

@@ -77,7 +77,7 @@ uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_t
   return status;
 }
 
-// A name that does not fit its buffer is looked for as the empty name.
+// A name that does not fit its buffer is looked for as the empty name, and counts as not found whatever has that one.
 uint32_t kel_is_pmap_created(const char *name) {
   constexpr size_t kNameSize = 100;
   const char *subscriber = kel_parameter_map_subscriber_domain_str;
@@ -91,7 +91,8 @@ uint32_t kel_is_pmap_created(const char *name) {
     return 0;
   }
   char copy[kNameSize] = {};
-  strncpy_s(copy, sizeof copy, name, kNameSize);
+  const bool fits = strncpy_s(copy, sizeof copy, name, kNameSize) == 0;
   uint32_t pmtr_map = 0;
-  return kel_find_subscriber_parameter_map_by_name(copy, type, &pmtr_map) == kNothingFound ? 0 : pmtr_map;
+  const uint32_t status = kel_find_subscriber_parameter_map_by_name(copy, type, &pmtr_map);
+  return fits && status != kNothingFound ? pmtr_map : 0;
 }

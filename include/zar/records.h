@@ -54,6 +54,10 @@ struct zar_db {
   avl_tree *target_tree;   /**< The targets (#zar_target). */
   avl_tree *pmtr_map_tree; /**< The stored parameter-maps (#zar_pmtr_map). */
 };
+ZAR_LAYOUT_SIZE(zar_db, 32);
+ZAR_LAYOUT_FIELD(zar_db, cmap_tree, 8);
+ZAR_LAYOUT_FIELD(zar_db, target_tree, 16);
+ZAR_LAYOUT_FIELD(zar_db, pmtr_map_tree, 24);
 
 /** One registered client, at index 'clid' - 1 of the client table. */
 struct zar_client_data {
@@ -63,6 +67,11 @@ struct zar_client_data {
   zar_target_policy_removal_fn removal_vector; /**< What hears of lost policy-maps; NULL: nothing does. */
   zar_db *database;                            /**< The client's own, or NULL: it works in the default database. */
 };
+ZAR_LAYOUT_SIZE(zar_client_data, 40);
+ZAR_LAYOUT_FIELD(zar_client_data, name, 8);
+ZAR_LAYOUT_FIELD(zar_client_data, clid, 16);
+ZAR_LAYOUT_FIELD(zar_client_data, removal_vector, 24);
+ZAR_LAYOUT_FIELD(zar_client_data, database, 32);
 
 /** One claimed domain; element of 'zar_domain_list', in the order of the claims. No domain is claimed twice. */
 struct zar_domain_entry {
@@ -70,6 +79,9 @@ struct zar_domain_entry {
   char *domain;        /**< Its own copy of the name. */
   uint32_t owner_clid; /**< The client that claimed it. */
 };
+ZAR_LAYOUT_SIZE(zar_domain_entry, 24);
+ZAR_LAYOUT_FIELD(zar_domain_entry, domain, 8);
+ZAR_LAYOUT_FIELD(zar_domain_entry, owner_clid, 16);
 
 /** @} */
 
@@ -102,12 +114,25 @@ struct zar_pmap {
   queue_head rule_list;   /**< Its events (#zar_event_tuple), or class-actions (#zar_class_action), as added. */
   uint32_t target_count;  /**< 0; nothing counts in it. */
 };
+ZAR_LAYOUT_SIZE(zar_pmap, 152);
+ZAR_LAYOUT_FIELD(zar_pmap, handle, 32);
+ZAR_LAYOUT_FIELD(zar_pmap, name, 40);
+ZAR_LAYOUT_FIELD(zar_pmap, domain, 48);
+ZAR_LAYOUT_FIELD(zar_pmap, domain_type, 56);
+ZAR_LAYOUT_FIELD(zar_pmap, hidden, 60);
+ZAR_LAYOUT_FIELD(zar_pmap, hash_str, 64);
+ZAR_LAYOUT_FIELD(zar_pmap, cmap_refs, 72);
+ZAR_LAYOUT_FIELD(zar_pmap, target_refs, 96);
+ZAR_LAYOUT_FIELD(zar_pmap, rule_list, 120);
+ZAR_LAYOUT_FIELD(zar_pmap, target_count, 144);
 
 /** What an event is. A caller's event context has the same type; only 'event_id' is read of it. */
 struct zar_event_context {
   uint32_t event_id;  /**< The number by which the engine knows the event. */
   sdb_ref event_name; /**< The name, for listings. */
 };
+ZAR_LAYOUT_SIZE(zar_event_context, 16);
+ZAR_LAYOUT_FIELD(zar_event_context, event_name, 8);
 
 /**
  * An event of a CONTROL policy-map, with its rules.
@@ -123,6 +148,12 @@ struct zar_event_tuple {
   zar_event_context *event_context; /**< Which event it is; goes with this record. */
   queue_head class_actions;         /**< Its rules (#zar_class_action), in order of their class numbers. */
 };
+ZAR_LAYOUT_SIZE(zar_event_tuple, 64);
+ZAR_LAYOUT_FIELD(zar_event_tuple, handle, 8);
+ZAR_LAYOUT_FIELD(zar_event_tuple, pmap, 16);
+ZAR_LAYOUT_FIELD(zar_event_tuple, match_criteria, 24);
+ZAR_LAYOUT_FIELD(zar_event_tuple, event_context, 32);
+ZAR_LAYOUT_FIELD(zar_event_tuple, class_actions, 40);
 
 /** A rule: a class-map, and what to do when it matches. */
 struct zar_class_action {
@@ -133,6 +164,12 @@ struct zar_class_action {
   zar_cmap *cmap;         /**< The class-map. */
   queue_head actions;     /**< What to do (#zar_action), in order of action numbers unless inserted by place. */
 };
+ZAR_LAYOUT_SIZE(zar_class_action, 56);
+ZAR_LAYOUT_FIELD(zar_class_action, handle, 8);
+ZAR_LAYOUT_FIELD(zar_class_action, class_num, 12);
+ZAR_LAYOUT_FIELD(zar_class_action, exec_criteria, 16);
+ZAR_LAYOUT_FIELD(zar_class_action, cmap, 24);
+ZAR_LAYOUT_FIELD(zar_class_action, actions, 32);
 
 /** A class-map that a policy-map uses; element of 'cmap_refs'. */
 struct zar_pmap_cmap_ref {
@@ -140,6 +177,9 @@ struct zar_pmap_cmap_ref {
   zar_cmap *cmap;     /**< The class-map. */
   uint32_t ref_count; /**< The number of class-actions under the policy-map's events that use it; never 0. */
 };
+ZAR_LAYOUT_SIZE(zar_pmap_cmap_ref, 24);
+ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, cmap, 8);
+ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, ref_count, 16);
 
 /** @} */
 
@@ -168,12 +208,25 @@ struct zar_cmap {
   queue_head filters;        /**< Its match statements (#zar_filter), in order of evaluation. */
   uint32_t filter_type_mask; /**< In parameter-maps: bit n (modulo 32) is set once a filter of type n was added. */
 };
+ZAR_LAYOUT_SIZE(zar_cmap, 136);
+ZAR_LAYOUT_FIELD(zar_cmap, handle, 32);
+ZAR_LAYOUT_FIELD(zar_cmap, name, 40);
+ZAR_LAYOUT_FIELD(zar_cmap, domain, 48);
+ZAR_LAYOUT_FIELD(zar_cmap, domain_type, 56);
+ZAR_LAYOUT_FIELD(zar_cmap, hash_str, 64);
+ZAR_LAYOUT_FIELD(zar_cmap, match_criteria, 72);
+ZAR_LAYOUT_FIELD(zar_cmap, hidden, 76);
+ZAR_LAYOUT_FIELD(zar_cmap, pmap_refs, 80);
+ZAR_LAYOUT_FIELD(zar_cmap, filters, 104);
+ZAR_LAYOUT_FIELD(zar_cmap, filter_type_mask, 128);
 
 /** A policy-map that uses a class-map; element of 'pmap_refs'. */
 struct zar_cmap_pmap_ref {
   queue_link link; /**< In the 'pmap_refs' of the class-map. */
   zar_pmap *pmap;  /**< The policy-map. */
 };
+ZAR_LAYOUT_SIZE(zar_cmap_pmap_ref, 16);
+ZAR_LAYOUT_FIELD(zar_cmap_pmap_ref, pmap, 8);
 
 /** @} */
 
@@ -203,6 +256,19 @@ struct zar_action {
   zar_action_notify_fn action_notify_fn;                   /**< Hears of activations, or NULL. */
   zar_action_param_map_check_fn action_param_map_check_fn; /**< Answers for parameter-maps, or NULL. */
 };
+ZAR_LAYOUT_SIZE(zar_action, 80);
+ZAR_LAYOUT_FIELD(zar_action, handle, 8);
+ZAR_LAYOUT_FIELD(zar_action, action_num, 12);
+ZAR_LAYOUT_FIELD(zar_action, precedence, 14);
+ZAR_LAYOUT_FIELD(zar_action, ref_count, 16);
+ZAR_LAYOUT_FIELD(zar_action, executed_count, 20);
+ZAR_LAYOUT_FIELD(zar_action, action_data, 24);
+ZAR_LAYOUT_FIELD(zar_action, action_free_fn, 32);
+ZAR_LAYOUT_FIELD(zar_action, action_entry_fn, 40);
+ZAR_LAYOUT_FIELD(zar_action, action_str_fn, 48);
+ZAR_LAYOUT_FIELD(zar_action, action_compare_fn, 56);
+ZAR_LAYOUT_FIELD(zar_action, action_notify_fn, 64);
+ZAR_LAYOUT_FIELD(zar_action, action_param_map_check_fn, 72);
 
 /**
  * A filter: one match statement of a class-map. The evaluation function stands before the free function, the other way
@@ -227,6 +293,21 @@ struct zar_filter {
   uint32_t miss_count; /**< Misses. */
   uint32_t comp_count; /**< Comparisons. */
 };
+ZAR_LAYOUT_SIZE(zar_filter, 80);
+ZAR_LAYOUT_FIELD(zar_filter, handle, 8);
+ZAR_LAYOUT_FIELD(zar_filter, filter_data, 16);
+ZAR_LAYOUT_FIELD(zar_filter, filter_eval_fn, 24);
+ZAR_LAYOUT_FIELD(zar_filter, filter_free_fn, 32);
+ZAR_LAYOUT_FIELD(zar_filter, filter_str_fn, 40);
+ZAR_LAYOUT_FIELD(zar_filter, filter_compare_fn, 48);
+ZAR_LAYOUT_FIELD(zar_filter, no_match, 56);
+ZAR_LAYOUT_FIELD(zar_filter, regex, 57);
+ZAR_LAYOUT_FIELD(zar_filter, pmtr_flag_1, 58);
+ZAR_LAYOUT_FIELD(zar_filter, pmtr_flag_2, 59);
+ZAR_LAYOUT_FIELD(zar_filter, exec_count, 60);
+ZAR_LAYOUT_FIELD(zar_filter, hit_count, 64);
+ZAR_LAYOUT_FIELD(zar_filter, miss_count, 68);
+ZAR_LAYOUT_FIELD(zar_filter, comp_count, 72);
 
 /** @} */
 
@@ -249,18 +330,28 @@ struct zar_target {
   queue_head reserved_queue;                 /**< Always empty. */
   zar_target_policy_context *policy_context; /**< What the engine keeps for it; NULL until asked for. */
 };
+ZAR_LAYOUT_SIZE(zar_target, 104);
+ZAR_LAYOUT_FIELD(zar_target, handle, 32);
+ZAR_LAYOUT_FIELD(zar_target, target_info, 40);
+ZAR_LAYOUT_FIELD(zar_target, active_pmaps, 48);
+ZAR_LAYOUT_FIELD(zar_target, reserved_queue, 72);
+ZAR_LAYOUT_FIELD(zar_target, policy_context, 96);
 
 /** A policy-map that is active on a target; element of 'active_pmaps'. */
 struct zar_target_pmap {
   queue_link link; /**< In the 'active_pmaps' of the target. */
   zar_pmap *pmap;  /**< The policy-map. */
 };
+ZAR_LAYOUT_SIZE(zar_target_pmap, 16);
+ZAR_LAYOUT_FIELD(zar_target_pmap, pmap, 8);
 
 /** A target on which a policy-map is active; element of 'target_refs'. */
 struct zar_pmap_target_ref {
   queue_link link;    /**< In the 'target_refs' of the policy-map. */
   zar_target *target; /**< The target. */
 };
+ZAR_LAYOUT_SIZE(zar_pmap_target_ref, 16);
+ZAR_LAYOUT_FIELD(zar_pmap_target_ref, target, 8);
 
 /** What the engine keeps for a target. All but 'handle' is the engine's to write. */
 struct zar_target_policy_context {
@@ -269,6 +360,10 @@ struct zar_target_policy_context {
   void *engine_word_1; /**< The engine's; 0 at first, never read here. */
   void *engine_word_2; /**< The engine's; 0 at first, never read here. */
 };
+ZAR_LAYOUT_SIZE(zar_target_policy_context, 32);
+ZAR_LAYOUT_FIELD(zar_target_policy_context, ae_context, 8);
+ZAR_LAYOUT_FIELD(zar_target_policy_context, engine_word_1, 16);
+ZAR_LAYOUT_FIELD(zar_target_policy_context, engine_word_2, 24);
 
 /** @} */
 
@@ -293,6 +388,14 @@ struct zar_pmtr_map {
   queue_head stmt_queue; /**< Its statements (#zar_pmtr_map_stmt), in order of their map-indices. */
   uint8_t hidden;        /**< 1 where the name begins the engine's built-in template name, until unhidden; else 0. */
 };
+ZAR_LAYOUT_SIZE(zar_pmtr_map, 104);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, handle, 32);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, name, 40);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, domain_type, 48);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, domain, 56);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, hash_str, 64);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, stmt_queue, 72);
+ZAR_LAYOUT_FIELD(zar_pmtr_map, hidden, 96);
 
 /**
  * A statement of a parameter-map: filters, in a hidden class-map of its own, and actions.
@@ -305,107 +408,13 @@ struct zar_pmtr_map_stmt {
   uint32_t internal_cmap;  /**< Handle of the hidden class-map, which goes with the statement. */
   queue_head action_queue; /**< What to do (#zar_action), in order of action numbers. */
 };
-
-/** @} */
-/** @} */
-
-/** @cond */
-/* The promised layout. */
-ZAR_LAYOUT_SIZE(zar_db, 32);
-ZAR_LAYOUT_FIELD(zar_db, cmap_tree, 8);
-ZAR_LAYOUT_FIELD(zar_db, target_tree, 16);
-ZAR_LAYOUT_FIELD(zar_db, pmtr_map_tree, 24);
-ZAR_LAYOUT_SIZE(zar_client_data, 40);
-ZAR_LAYOUT_FIELD(zar_client_data, name, 8);
-ZAR_LAYOUT_FIELD(zar_client_data, clid, 16);
-ZAR_LAYOUT_FIELD(zar_client_data, removal_vector, 24);
-ZAR_LAYOUT_FIELD(zar_client_data, database, 32);
-ZAR_LAYOUT_SIZE(zar_domain_entry, 24);
-ZAR_LAYOUT_FIELD(zar_domain_entry, domain, 8);
-ZAR_LAYOUT_FIELD(zar_domain_entry, owner_clid, 16);
-ZAR_LAYOUT_SIZE(zar_pmap, 152);
-ZAR_LAYOUT_FIELD(zar_pmap, handle, 32);
-ZAR_LAYOUT_FIELD(zar_pmap, name, 40);
-ZAR_LAYOUT_FIELD(zar_pmap, domain, 48);
-ZAR_LAYOUT_FIELD(zar_pmap, domain_type, 56);
-ZAR_LAYOUT_FIELD(zar_pmap, hidden, 60);
-ZAR_LAYOUT_FIELD(zar_pmap, hash_str, 64);
-ZAR_LAYOUT_FIELD(zar_pmap, cmap_refs, 72);
-ZAR_LAYOUT_FIELD(zar_pmap, target_refs, 96);
-ZAR_LAYOUT_FIELD(zar_pmap, rule_list, 120);
-ZAR_LAYOUT_FIELD(zar_pmap, target_count, 144);
-ZAR_LAYOUT_SIZE(zar_cmap, 136);
-ZAR_LAYOUT_FIELD(zar_cmap, handle, 32);
-ZAR_LAYOUT_FIELD(zar_cmap, name, 40);
-ZAR_LAYOUT_FIELD(zar_cmap, domain, 48);
-ZAR_LAYOUT_FIELD(zar_cmap, domain_type, 56);
-ZAR_LAYOUT_FIELD(zar_cmap, hash_str, 64);
-ZAR_LAYOUT_FIELD(zar_cmap, match_criteria, 72);
-ZAR_LAYOUT_FIELD(zar_cmap, hidden, 76);
-ZAR_LAYOUT_FIELD(zar_cmap, pmap_refs, 80);
-ZAR_LAYOUT_FIELD(zar_cmap, filters, 104);
-ZAR_LAYOUT_FIELD(zar_cmap, filter_type_mask, 128);
-ZAR_LAYOUT_SIZE(zar_action, 80);
-ZAR_LAYOUT_FIELD(zar_action, handle, 8);
-ZAR_LAYOUT_FIELD(zar_action, action_num, 12);
-ZAR_LAYOUT_FIELD(zar_action, precedence, 14);
-ZAR_LAYOUT_FIELD(zar_action, ref_count, 16);
-ZAR_LAYOUT_FIELD(zar_action, executed_count, 20);
-ZAR_LAYOUT_FIELD(zar_action, action_data, 24);
-ZAR_LAYOUT_FIELD(zar_action, action_free_fn, 32);
-ZAR_LAYOUT_SIZE(zar_filter, 80);
-ZAR_LAYOUT_FIELD(zar_filter, handle, 8);
-ZAR_LAYOUT_FIELD(zar_filter, filter_data, 16);
-ZAR_LAYOUT_FIELD(zar_filter, filter_eval_fn, 24);
-ZAR_LAYOUT_FIELD(zar_filter, filter_free_fn, 32);
-ZAR_LAYOUT_FIELD(zar_filter, no_match, 56);
-ZAR_LAYOUT_FIELD(zar_filter, pmtr_flag_2, 59);
-ZAR_LAYOUT_FIELD(zar_filter, exec_count, 60);
-ZAR_LAYOUT_FIELD(zar_filter, comp_count, 72);
-ZAR_LAYOUT_SIZE(zar_event_context, 16);
-ZAR_LAYOUT_FIELD(zar_event_context, event_name, 8);
-ZAR_LAYOUT_SIZE(zar_event_tuple, 64);
-ZAR_LAYOUT_FIELD(zar_event_tuple, handle, 8);
-ZAR_LAYOUT_FIELD(zar_event_tuple, pmap, 16);
-ZAR_LAYOUT_FIELD(zar_event_tuple, match_criteria, 24);
-ZAR_LAYOUT_FIELD(zar_event_tuple, event_context, 32);
-ZAR_LAYOUT_FIELD(zar_event_tuple, class_actions, 40);
-ZAR_LAYOUT_SIZE(zar_class_action, 56);
-ZAR_LAYOUT_FIELD(zar_class_action, handle, 8);
-ZAR_LAYOUT_FIELD(zar_class_action, class_num, 12);
-ZAR_LAYOUT_FIELD(zar_class_action, exec_criteria, 16);
-ZAR_LAYOUT_FIELD(zar_class_action, cmap, 24);
-ZAR_LAYOUT_FIELD(zar_class_action, actions, 32);
-ZAR_LAYOUT_SIZE(zar_pmap_cmap_ref, 24);
-ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, cmap, 8);
-ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, ref_count, 16);
-ZAR_LAYOUT_SIZE(zar_cmap_pmap_ref, 16);
-ZAR_LAYOUT_FIELD(zar_cmap_pmap_ref, pmap, 8);
-ZAR_LAYOUT_SIZE(zar_target, 104);
-ZAR_LAYOUT_FIELD(zar_target, handle, 32);
-ZAR_LAYOUT_FIELD(zar_target, target_info, 40);
-ZAR_LAYOUT_FIELD(zar_target, active_pmaps, 48);
-ZAR_LAYOUT_FIELD(zar_target, reserved_queue, 72);
-ZAR_LAYOUT_FIELD(zar_target, policy_context, 96);
-ZAR_LAYOUT_SIZE(zar_target_pmap, 16);
-ZAR_LAYOUT_FIELD(zar_target_pmap, pmap, 8);
-ZAR_LAYOUT_SIZE(zar_pmap_target_ref, 16);
-ZAR_LAYOUT_FIELD(zar_pmap_target_ref, target, 8);
-ZAR_LAYOUT_SIZE(zar_target_policy_context, 32);
-ZAR_LAYOUT_FIELD(zar_target_policy_context, ae_context, 8);
-ZAR_LAYOUT_FIELD(zar_target_policy_context, engine_word_2, 24);
-ZAR_LAYOUT_SIZE(zar_pmtr_map, 104);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, handle, 32);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, name, 40);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, domain_type, 48);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, domain, 56);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, hash_str, 64);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, stmt_queue, 72);
-ZAR_LAYOUT_FIELD(zar_pmtr_map, hidden, 96);
 ZAR_LAYOUT_SIZE(zar_pmtr_map_stmt, 40);
 ZAR_LAYOUT_FIELD(zar_pmtr_map_stmt, map_index, 8);
 ZAR_LAYOUT_FIELD(zar_pmtr_map_stmt, internal_cmap, 12);
 ZAR_LAYOUT_FIELD(zar_pmtr_map_stmt, action_queue, 16);
+
+/** @} */
+/** @} */
 
 /* A record of any map kind can be entered into any map tree under its name key, so the fields that the trees and the
  * by-name operations read stand at the same place in all three. */
@@ -415,7 +424,6 @@ ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, handle) == offsetof(zar_cmap, handle));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, handle) == offsetof(zar_pmtr_map, handle));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, name) == offsetof(zar_cmap, name));
 ZAR_LAYOUT_ASSERT(offsetof(zar_pmap, name) == offsetof(zar_pmtr_map, name));
-/** @endcond */
 
 #ifdef __cplusplus
 }

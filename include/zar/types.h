@@ -4,7 +4,7 @@
  * functions that callers hand in, and the records that callers fill.
  *
  * Everything here is plain data of LP64 layout. Nothing is packed; the sizes and offsets that both sides rely on are
- * asserted at the end, in both languages.
+ * asserted beside each type, in both languages.
  */
 #ifndef ZAR_TYPES_H
 #define ZAR_TYPES_H
@@ -70,6 +70,10 @@ typedef struct avl_node {
   struct avl_node *right;  /**< The subtree of the nodes that sort after this one. */
   intptr_t balance;        /**< The tree service's own. */
 } avl_node;
+ZAR_LAYOUT_SIZE(avl_node, 32);
+ZAR_LAYOUT_FIELD(avl_node, left, 8);
+ZAR_LAYOUT_FIELD(avl_node, right, 16);
+ZAR_LAYOUT_FIELD(avl_node, balance, 24);
 
 /**
  * Orders a node that is sought or inserted against one that is in the tree. The library gives it to the tree service
@@ -99,11 +103,15 @@ typedef struct avl_tree {
   avl_compare_fn compare; /**< The order of the tree. */
   avl_free_fn free_node;  /**< What hears of the nodes when the tree is emptied. */
 } avl_tree;
+ZAR_LAYOUT_SIZE(avl_tree, 48);
+ZAR_LAYOUT_FIELD(avl_tree, compare, 32);
+ZAR_LAYOUT_FIELD(avl_tree, free_node, 40);
 
 /** The linkage of a record in a queue; the first word of every record that a queue holds. */
 typedef struct queue_link {
   void *next; /**< The queue service's own. */
 } queue_link;
+ZAR_LAYOUT_SIZE(queue_link, 8);
 
 /** A queue of records. */
 typedef struct queue_head {
@@ -112,14 +120,20 @@ typedef struct queue_head {
   uint32_t count; /**< The number of elements. */
   uint32_t limit; /**< The most elements that it takes; 0: no limit. */
 } queue_head;
+ZAR_LAYOUT_SIZE(queue_head, 24);
+ZAR_LAYOUT_FIELD(queue_head, tail, 8);
+ZAR_LAYOUT_FIELD(queue_head, count, 16);
+ZAR_LAYOUT_FIELD(queue_head, limit, 20);
 
 /** A position in a queue; zeroed, it stands before the first element. */
 typedef struct queue_cursor {
   void *position; /**< The queue service's own. */
 } queue_cursor;
+ZAR_LAYOUT_SIZE(queue_cursor, 8);
 
 /** A counted reference to an interned text of the platform's string database, which gives the text for it. */
 typedef struct sdb_block *sdb_ref;
+ZAR_LAYOUT_SIZE(sdb_ref, 8);
 
 /** A pool of records of one size; the platform's own. */
 typedef struct chunk_pool chunk_pool;
@@ -282,6 +296,10 @@ typedef struct zar_map_info {
   const char *map_name; /**< The name of the map; not NULL. */
   uint32_t hidden;      /**< Read by zar_create_class() only: 1 makes the class-map hidden. */
 } zar_map_info;
+ZAR_LAYOUT_SIZE(zar_map_info, 32);
+ZAR_LAYOUT_FIELD(zar_map_info, domain_type, 8);
+ZAR_LAYOUT_FIELD(zar_map_info, map_name, 16);
+ZAR_LAYOUT_FIELD(zar_map_info, hidden, 24);
 
 /**
  * An action as its owner sees it: data, and what can be done with it. How a context lives is told among the
@@ -298,6 +316,13 @@ typedef struct zar_action_context {
   zar_action_notify_fn action_notify_fn;                   /**< NULL: the owner wants no notifications. */
   zar_action_param_map_check_fn action_param_map_check_fn; /**< NULL: the action cannot be asked. */
 } zar_action_context;
+ZAR_LAYOUT_SIZE(zar_action_context, 56);
+ZAR_LAYOUT_FIELD(zar_action_context, action_free_fn, 8);
+ZAR_LAYOUT_FIELD(zar_action_context, action_entry_fn, 16);
+ZAR_LAYOUT_FIELD(zar_action_context, action_str_fn, 24);
+ZAR_LAYOUT_FIELD(zar_action_context, action_compare_fn, 32);
+ZAR_LAYOUT_FIELD(zar_action_context, action_notify_fn, 40);
+ZAR_LAYOUT_FIELD(zar_action_context, action_param_map_check_fn, 48);
 
 /**
  * A filter (match statement) as its owner sees it: data, and what can be done with it. How a context lives is told
@@ -312,6 +337,11 @@ typedef struct zar_filter_context {
   zar_filter_str_fn filter_str_fn;   /**< Required to make a filter. */
   zar_compare_fn filter_compare_fn;  /**< Required to make a filter. */
 } zar_filter_context;
+ZAR_LAYOUT_SIZE(zar_filter_context, 40);
+ZAR_LAYOUT_FIELD(zar_filter_context, filter_free_fn, 8);
+ZAR_LAYOUT_FIELD(zar_filter_context, filter_eval_fn, 16);
+ZAR_LAYOUT_FIELD(zar_filter_context, filter_str_fn, 24);
+ZAR_LAYOUT_FIELD(zar_filter_context, filter_compare_fn, 32);
 
 /**
  * The beginning of the caller's own record of a target.
@@ -324,32 +354,11 @@ typedef struct zar_target_info {
   queue_link link;     /**< For the target lists; the queue service's own. */
   uintptr_t target_id; /**< What the caller calls the target. */
 } zar_target_info;
-
-/** @} */
-/** @} */
-
-/** @cond */
-/* The promised layout. */
-ZAR_LAYOUT_SIZE(avl_node, 32);
-ZAR_LAYOUT_SIZE(avl_tree, 48);
-ZAR_LAYOUT_FIELD(avl_tree, compare, 32);
-ZAR_LAYOUT_FIELD(avl_tree, free_node, 40);
-ZAR_LAYOUT_SIZE(queue_link, 8);
-ZAR_LAYOUT_SIZE(queue_head, 24);
-ZAR_LAYOUT_FIELD(queue_head, count, 16);
-ZAR_LAYOUT_SIZE(queue_cursor, 8);
-ZAR_LAYOUT_SIZE(sdb_ref, 8);
-ZAR_LAYOUT_SIZE(zar_map_info, 32);
-ZAR_LAYOUT_FIELD(zar_map_info, domain_type, 8);
-ZAR_LAYOUT_FIELD(zar_map_info, map_name, 16);
-ZAR_LAYOUT_FIELD(zar_map_info, hidden, 24);
-ZAR_LAYOUT_SIZE(zar_action_context, 56);
-ZAR_LAYOUT_FIELD(zar_action_context, action_free_fn, 8);
-ZAR_LAYOUT_SIZE(zar_filter_context, 40);
-ZAR_LAYOUT_FIELD(zar_filter_context, filter_free_fn, 8);
 ZAR_LAYOUT_SIZE(zar_target_info, 16);
 ZAR_LAYOUT_FIELD(zar_target_info, target_id, 8);
-/** @endcond */
+
+/** @} */
+/** @} */
 
 #ifdef __cplusplus
 }
