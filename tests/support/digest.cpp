@@ -14,7 +14,8 @@ class Digest {
  public:
   explicit Digest(const World &world) : world_(world) {
     for (uint32_t handle : runtime::live_ids()) {
-      if (void *record = zar_handle_get_context(handle)) handles_.emplace(record, handle);
+      // A handle can outlive its record; the record that has its place now was issued later.
+      if (void *record = zar_handle_get_context(handle)) handles_[record] = handle;
     }
   }
 
