@@ -57,15 +57,16 @@ Blocks &blocks() {
 // The note about a block: the index of its count, and its size. Sizes beyond 32 bits are asked for by mistake only.
 void *take(size_t size, uint32_t tag) noexcept {
   if (size > UINT32_MAX) return nullptr;
+  auto &[store, counts] = blocks();
   uint32_t index;
   try {
-    index = blocks().counts.index_of(tag);
+    index = counts.index_of(tag);
   } catch (const std::bad_alloc &) {
     return nullptr;
   }
-  void *block = blocks().store.take(size, {index, static_cast<uint32_t>(size)});
+  void *block = store.take(size, {index, static_cast<uint32_t>(size)});
   if (!block) return nullptr;
-  BlockCount &count = blocks().counts.at(index);
+  BlockCount &count = counts.at(index);
   ++count.blocks;
   count.bytes += size;
   ++count.total;
@@ -100,15 +101,16 @@ char *bstrdup_named(const char *text, uint32_t tag) {
 
 void bfree_named(void *memory) {
   if (!memory) return;
-  const SizedStore::Note *note = blocks().store.note_of(memory);
+  auto &[store, counts] = blocks();
+  const SizedStore::Note *note = store.note_of(memory);
   if (!note) {
     complain("%p was freed, which is no block that is out", memory);
     return;
   }
-  BlockCount &count = blocks().counts.at(note->first);
+  BlockCount &count = counts.at(note->first);
   --count.blocks;
   count.bytes -= note->second;
-  blocks().store.put_back(memory);
+  store.put_back(memory);
 }
 
 namespace runtime {

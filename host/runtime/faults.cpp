@@ -119,14 +119,15 @@ void clear_faults() {
 }
 
 uint64_t fallible_requests() {
-  uint64_t sum = 0;
+  uint64_t sum = granted_records();
   for (uint64_t requests : monitor.requests)
     sum += requests;
   return sum;
 }
 
 uint64_t fallible_requests(Service service) {
-  return monitor.requests[static_cast<size_t>(service)];
+  uint64_t counted = monitor.requests[static_cast<size_t>(service)];
+  return service == Service::record ? counted + granted_records() : counted;
 }
 
 uint64_t injected_faults() {

@@ -16,7 +16,9 @@ class HeapStore {
   HeapStore &operator=(const HeapStore &) = delete;
 
   void *take() noexcept;
+  void *take_without_growing() noexcept { return take(); }
   bool give(void *record) noexcept;
+  bool give_without_search(void *record) noexcept { return give(record); }
   bool is_out(const void *record) const noexcept { return out_.count(const_cast<void *>(record)) != 0; }
 
   size_t live() const { return out_.size(); }

@@ -18,7 +18,7 @@ struct Monitor {
   bool recording = false;
   bool lose_next_pointer = false;
   bool fail_next_tree_delete = false;
-  uint64_t requests[kServices] = {};
+  uint64_t requests[kServices] = {};  // of records: only those that were refused
 };
 extern constinit Monitor monitor;
 
@@ -30,6 +30,9 @@ inline bool refused(Service service, uint32_t tag = 0, size_t size = 0, std::str
   ++monitor.requests[static_cast<size_t>(service)];
   return monitor.watching && refused_by_watch(service, tag, size, text);
 }
+
+// Requests for records that were granted, over all pools.
+uint64_t granted_records();
 
 // The request that was counted last was refused for want of memory.
 void note_out_of_memory() noexcept;

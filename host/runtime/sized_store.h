@@ -27,11 +27,28 @@ class SizedStore {
   SizedStore() : SizedStore(std::make_index_sequence<kSmallSizes>()) {}
 
   // A block with undefined content, aligned to 16 bytes, or NULL.
-  void *take(size_t size, Note note) noexcept;
+  void *take(size_t size, Note note) noexcept {
+    if (kRecordsOnHeap || size > kLargestSmall - sizeof(Note)) return take_from_heap(size, note);
+    SlabStore &slabs = small_[(size + sizeof(Note) - 1) / kStep];
+    void *block = slabs.take();
+    if (block) *note_in(slabs, block) = note;
+    return block;
+  }
+
   // The note about a block that is out; NULL for anything else.
-  const Note *note_of(const void *block) const noexcept;
+  const Note *note_of(const void *block) const noexcept {
+    const SlabStore *slabs = small_of(block);
+    if (!slabs) return note_on_heap(block);
+    return slabs->is_out(block) ? note_in(*slabs, block) : nullptr;
+  }
+
   // Takes back a block that is out.
-  void put_back(void *block) noexcept;
+  void put_back(void *block) noexcept {
+    if (SlabStore *slabs = small_of(block))
+      slabs->put_back(block);
+    else
+      give_to_heap(block);
+  }
 
  private:
   static constexpr size_t kStep = 16, kSmallSizes = 16, kLargestSmall = kStep * kSmallSizes;
@@ -45,11 +62,14 @@ class SizedStore {
     const SlabStore *owner = SlabStore::owner_of(block);
     return owner >= small_.data() && owner < small_.data() + small_.size() ? owner : nullptr;
   }
+  SlabStore *small_of(void *block) noexcept { return const_cast<SlabStore *>(std::as_const(*this).small_of(block)); }
   static Note *note_in(const SlabStore &slabs, const void *block) {
     return reinterpret_cast<Note *>(static_cast<char *>(const_cast<void *>(block)) + slabs.stride() - sizeof(Note));
   }
   static uintptr_t disguised(uintptr_t address) { return ~address; }
   void *take_from_heap(size_t size, Note note) noexcept;
+  const Note *note_on_heap(const void *block) const noexcept;
+  void give_to_heap(void *block) noexcept;
 
   std::array<SlabStore, kSmallSizes> small_;
   std::unordered_map<uintptr_t, Note> on_heap_;

@@ -26,22 +26,31 @@ uint64_t rounded_up(uint64_t bytes, uint64_t step) {
 
 constinit SlabStore::Range SlabStore::range_;
 
-bool SlabStore::in_free_list(const FreeRecord *record) const noexcept {
+bool SlabStore::in_free_list(const void *record) const noexcept {
   for (const FreeRecord *other = free_; other; other = other->next)
     if (other == record) return true;
   return false;
 }
 
-char *SlabStore::take_from_new_slab() noexcept {
-  if (number_ == 0 && !enter_into_range()) return nullptr;
+size_t SlabStore::n_free() const noexcept {
+  size_t count = 0;
+  for (const FreeRecord *record = free_; record; record = record->next)
+    ++count;
+  return count;
+}
+
+bool SlabStore::grow() noexcept {
+  if (number_ == 0 && !enter_into_range()) return false;
   size_t wanted = std::min<size_t>(std::max<uint32_t>(per_slab_, 1), kLargestSlab / stride_) * stride_;
-  size_t bytes = rounded_up(std::max(wanted, stride_), kPageSize);
+  size_t bytes = rounded_up(wanted, kPageSize);
   char *slab = new_slab(bytes);
-  if (!slab) return nullptr;
+  if (!slab) return false;
   used_per_slab_ = bytes / stride_ * stride_;
-  fresh_ = slab + stride_;
-  fresh_end_ = slab + used_per_slab_;
-  return slab;
+  n_records_ += bytes / stride_;
+  // From the last to the first, so that they are taken in the order of their addresses.
+  for (char *record = slab + used_per_slab_; record != slab;)
+    put_back(record -= stride_);
+  return true;
 }
 
 bool SlabStore::enter_into_range() noexcept {

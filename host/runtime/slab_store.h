@@ -7,9 +7,11 @@
 //
 // 1. An address outside the used part of the range, or in a page of another store, is foreign.
 // 2. A distance from the start of the slab that is no multiple of the record size is not the start of a record.
-// 3. A record in the free list carries its own address, mixed with a secret, in its second word. Content that looks so by
-//    chance is told apart by a walk over the free list, which only such a record pays for.
-// 4. The rest of the newest slab has never been given out.
+// 3. A record in the free list carries its own address, inverted, in its second word. Content that looks so by chance is
+//    told apart by a walk over the free list, which only such a record pays for.
+//
+// A new slab goes into the free list as a whole, and what is live is counted by a walk when somebody asks: taking and
+// giving back have one path each and keep one count between them.
 #pragma once
 
 #include <cstddef>
@@ -23,23 +25,19 @@ class SlabStore {
  public:
   // For records of 'size' bytes, which it gets 'per_slab' at a time (more, where that leaves a page unused).
   constexpr SlabStore(size_t size, uint32_t per_slab)
-      : stride_(stride_for(size)), per_slab_(per_slab), multiple_of_stride_(UINT64_MAX / stride_for(size) + 1) {}
+      : stride_(stride_for(size)), multiple_of_stride_(UINT64_MAX / stride_for(size) + 1), per_slab_(per_slab) {}
   SlabStore(const SlabStore &) = delete;
   SlabStore &operator=(const SlabStore &) = delete;
 
   // A record with undefined content, or NULL.
-  void *take() noexcept {
-    char *record = reinterpret_cast<char *>(free_);
-    if (record) [[likely]] {
-      free_ = free_->next;
-      reinterpret_cast<FreeRecord *>(record)->mark = 0;
-    } else if (fresh_ != fresh_end_) [[likely]] {
-      record = fresh_;
-      fresh_ += stride_;
-    } else {
-      record = take_from_new_slab();
-      if (!record) return nullptr;
-    }
+  void *take() noexcept { return free_ || grow() ? take_without_growing() : nullptr; }
+  // The same while there is a free record.
+  void *take_without_growing() noexcept {
+    FreeRecord *record = free_;
+    if (!record) [[unlikely]]
+      return nullptr;
+    free_ = record->next;
+    record->mark = 0;
     ++taken_;
     fill(record, kTakenFiller);
     return record;
@@ -47,23 +45,25 @@ class SlabStore {
 
   // Takes 'record' back; false when it is no record of this store that is out.
   bool give(void *record) noexcept {
-    if (!is_out(record)) [[unlikely]]
+    bool out = is_out(record);
+    if (out) put_back(record);
+    return out;
+  }
+  // The same without a search of the free records: false for one that might be there, too.
+  bool give_without_search(void *record) noexcept {
+    if (!is_place_of_record(record) || looks_free(record)) [[unlikely]]
       return false;
     put_back(record);
     return true;
   }
-  // The same for a record that is known to be out.
+  // Takes back a record that is known to be out.
   void put_back(void *record) noexcept {
     fill(record, kGivenFiller);
     free_ = new (record) FreeRecord{free_, mark_of(record)};
-    ++given_;
   }
 
   bool is_out(const void *record) const noexcept {
-    if (!is_place_of_record(record)) [[unlikely]]
-      return false;
-    auto free_record = static_cast<const FreeRecord *>(record);
-    return free_record->mark != mark_of(record) || !in_free_list(free_record);
+    return is_place_of_record(record) && (!looks_free(record) || !in_free_list(record));
   }
 
   // The store that the page of 'address' belongs to, or NULL.
@@ -73,7 +73,7 @@ class SlabStore {
   }
 
   size_t stride() const { return stride_; }
-  size_t live() const { return taken_ - given_; }
+  size_t live() const { return n_records_ - n_free(); }
   size_t total() const { return taken_; }
 
  private:
@@ -106,7 +106,10 @@ class SlabStore {
   static uint64_t distance_in_range(const void *address) {
     return reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(range_.begin);
   }
-  static uintptr_t mark_of(const void *record) { return reinterpret_cast<uintptr_t>(record) ^ 0x9e3779b97f4a7c15u; }
+  static uintptr_t mark_of(const void *record) { return ~reinterpret_cast<uintptr_t>(record); }
+  static bool looks_free(const void *record) {
+    return static_cast<const FreeRecord *>(record)->mark == mark_of(record);
+  }
 
   bool is_place_of_record(const void *record) const noexcept {
     uint64_t distance = distance_in_range(record);
@@ -114,15 +117,11 @@ class SlabStore {
     Page page = range_.pages[distance / kPageSize];
     uint64_t in_slab = uint64_t{page.in_slab} * kPageSize + distance % kPageSize;
     // A multiple of the stride, times the rounded-up inverse of the stride, leaves less than the inverse.
-    return page.store == number_ && in_slab < used_per_slab_ && in_slab * multiple_of_stride_ < multiple_of_stride_ &&
-           !is_fresh(record);
+    return page.store == number_ && in_slab < used_per_slab_ && in_slab * multiple_of_stride_ < multiple_of_stride_;
   }
-  bool is_fresh(const void *record) const {
-    return reinterpret_cast<uintptr_t>(record) - reinterpret_cast<uintptr_t>(fresh_) <
-           reinterpret_cast<uintptr_t>(fresh_end_) - reinterpret_cast<uintptr_t>(fresh_);
-  }
-  bool in_free_list(const FreeRecord *record) const noexcept;
-  char *take_from_new_slab() noexcept;
+  bool in_free_list(const void *record) const noexcept;
+  size_t n_free() const noexcept;
+  bool grow() noexcept;
   bool enter_into_range() noexcept;
   static bool reserve_range() noexcept;
   static bool commit(uint64_t bytes) noexcept;
@@ -138,15 +137,13 @@ class SlabStore {
   static constinit Range range_;
 
   FreeRecord *free_ = nullptr;
-  char *fresh_ = nullptr;  // never given out, up to 'fresh_end_'
-  char *fresh_end_ = nullptr;
   size_t taken_ = 0;
-  size_t given_ = 0;
   size_t stride_;
-  uint32_t per_slab_;
-  uint16_t number_ = 0;  // index in 'stores'; 0 until the first slab
   uint64_t multiple_of_stride_;
   size_t used_per_slab_ = 0;  // bytes of a slab that hold whole records
+  uint16_t number_ = 0;       // index in 'stores'; 0 until the first slab
+  uint32_t per_slab_;
+  size_t n_records_ = 0;  // in all slabs
 };
 
 }  // namespace runtime
