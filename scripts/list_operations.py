@@ -1,0 +1,116 @@
+#!/usr/bin/env python3
+"""Lists the exported operations that take handles, with the arguments in question.
+
+The prototypes of the public headers are the source. A handle is an unsigned 32-bit argument whose name is that of an
+object kind or of a cursor; every other name of such an argument must be known as something else. A name that is in
+neither list is an error, so that a new operation is looked at before it is left out of the tests.
+
+  list_operations.py               a line for each argument: operation and name
+  list_operations.py --include F   writes F, a line ZAR_HANDLE_ARGUMENT(operation, name) for each argument
+  list_operations.py --all         the names of all exported operations
+"""
+import argparse
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# Arguments that name a record.
+HANDLES = {
+    'handle', 'pmap', 'cmap', 'action', 'filter', 'event', 'class_action', 'target', 'pmtr_map',
+    'reference',     # the listed element beside which another is put
+    'current',       # the cursor of a walk
+    'current_pmap',  # the cursor of a walk
+}
+
+# Unsigned 32-bit arguments that name no record.
+OTHERS = {
+    'clid', 'domain_type', 'match_criteria', 'criteria', 'action_num', 'precedence', 'no_match', 'regex', 'flag_1',
+    'flag_2', 'class_num', 'exec_criteria', 'argument', 'all', 'control', 'added', 'map_index', 'slot',
+}
+
+# Arguments that go by the name of a handle and are none.
+NOT_HANDLES = {
+    ('zar_get_next_pmtr_map_index', 'current'),  # a map-index
+}
+
+PROTOTYPE = re.compile(r'(?:^|(?<=[;}]))\s*(?!typedef|static|extern)'
+                       r'[A-Za-z_][\w \t\n]*?[\s*]+((?:zar|kel)_\w+)\s*\(([^()]*)\)\s*;')
+DATA = re.compile(r'\bextern\s[^;()]*?\b(\w+)\s*;')
+HANDLE_TYPE = re.compile(r'^uint32_t\s+(\w+)$')
+
+
+def without_comments(text):
+    """The text of a header without comments, preprocessor lines and macro calls on lines of their own."""
+    text = re.sub(r'/\*.*?\*/', ' ', text, flags=re.S)
+    text = re.sub(r'//[^\n]*', '', text)
+    text = re.sub(r'^[ \t]*#(?:[^\n]*\\\n)*[^\n]*', '', text, flags=re.M)
+    return re.sub(r'^[ \t]*ZAR_\w+[ \t]*$', '', text, flags=re.M)
+
+
+def read_headers(folder):
+    """The operations with their arguments, and the names of the exported data."""
+    operations, data = {}, set()
+    for header in sorted(folder.glob('*.h')):
+        text = without_comments(header.read_text())
+        for name, arguments in PROTOTYPE.findall(text):
+            operations[name] = [' '.join(argument.split()) for argument in arguments.split(',')]
+        data.update(DATA.findall(text))
+    return operations, data
+
+
+def exported_names(version_script):
+    return set(re.findall(r'^\s*(\w+);', version_script.read_text(), flags=re.M))
+
+
+def handle_arguments(operations):
+    """(operation, argument) for each handle, and the names that are in neither list."""
+    found, unknown = [], []
+    for operation, arguments in sorted(operations.items()):
+        for argument in arguments:
+            match = HANDLE_TYPE.match(argument)
+            if not match or (operation, match[1]) in NOT_HANDLES:
+                continue
+            if match[1] in HANDLES:
+                found.append((operation, match[1]))
+            elif match[1] not in OTHERS:
+                unknown.append((operation, match[1]))
+    return found, unknown
+
+
+def load(root=ROOT):
+    """The operations of the headers; ends the program when a prototype was missed."""
+    operations, data = read_headers(root / 'include' / 'zar')
+    exported = exported_names(root / 'cmake' / 'zar.map')
+    missed = exported - data - set(operations)
+    extra = set(operations) - exported
+    if missed or extra:
+        sys.exit(f'headers and version script disagree: no prototype found of {sorted(missed)}, '
+                 f'not exported {sorted(extra)}')
+    return operations
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split('\n')[0])
+    parser.add_argument('--include', metavar='FILE', help='write a file to include instead')
+    parser.add_argument('--all', action='store_true', help='all operations, by name alone')
+    options = parser.parse_args()
+
+    operations = load()
+    if options.all:
+        print('\n'.join(sorted(operations)))
+        return
+    found, unknown = handle_arguments(operations)
+    if unknown:
+        sys.exit('is this a handle or not? ' + ', '.join(f'{argument} of {name}' for name, argument in unknown))
+    if options.include:
+        lines = [f'ZAR_HANDLE_ARGUMENT({operation}, {argument})\n' for operation, argument in found]
+        pathlib.Path(options.include).write_text(''.join(lines))
+    else:
+        for operation, argument in found:
+            print(operation, argument)
+
+
+if __name__ == '__main__':
+    main()

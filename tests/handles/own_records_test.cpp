@@ -1,0 +1,76 @@
+// Records in the caller's own memory, under handles that the caller made for them.
+#include "handles/scene.h"
+#include "platform/runtime.h"
+
+using namespace handles;
+
+namespace {
+
+struct OwnRecords : ::testing::Test, Scene {
+  void TearDown() override { EXPECT_EQ(runtime::complaints(), std::vector<std::string>{}) << "misuse of the runtime"; }
+};
+
+TEST_F(OwnRecords, AClassMapTakesFiltersAndIsRead) {
+  zar_cmap own{};
+  queue_init(&own.filters, 0);
+  queue_init(&own.pmap_refs, 0);
+  own.match_criteria = 2;
+  own.handle = zar_handle_alloc(&own);
+
+  EXPECT_EQ(zar_add_filter_to_class(own.handle, spare.filter), 0U);
+  uint32_t first = 0;
+  EXPECT_EQ(zar_get_filter(one, own.handle, &first), 0U);
+  EXPECT_EQ(first, spare.filter);
+  EXPECT_EQ(zar_get_cmap_match_logical_op(own.handle), 2U);
+  EXPECT_EQ(rig::take_errors(), Lines{});
+  EXPECT_EQ(zar_remove_filter_from_class(own.handle, spare.filter), 0U);
+}
+
+TEST_F(OwnRecords, AnActionStandsInARule) {
+  zar_action own{};
+  own.action_num = 9;
+  own.action_free_fn = rig::free_data;
+  own.action_entry_fn = rig::run_action;
+  own.action_str_fn = rig::action_text;
+  own.action_compare_fn = rig::compare_data;
+  own.handle = zar_handle_alloc(&own);
+
+  EXPECT_EQ(zar_add_action_to_rule(linked.rule, own.handle), 0U);
+  EXPECT_EQ(actions_of(linked.rule), (rig::Handles{linked.action, own.handle}));
+  EXPECT_EQ(zar_get_action_num(own.handle), 9U);
+  EXPECT_EQ(rig::take_errors(), Lines{});
+  EXPECT_EQ(zar_remove_action_from_class_action(linked.rule, own.handle), 0U);
+}
+
+TEST_F(OwnRecords, APolicyMapIsStoredUnderItsOwnKey) {
+  char key[] = "own:d1:1";
+  zar_pmap own{};
+  own.domain_type = 1;
+  own.hash_str = key;
+  queue_init(&own.rule_list, 0);
+  own.handle = zar_handle_alloc(&own);
+
+  EXPECT_EQ(zar_store_policy(one, own.handle), 0U);
+  const zar_map_info name = map_info("own");
+  uint32_t found = 0;
+  EXPECT_EQ(zar_retrieve_policy(one, &name, &found), 0U);
+  EXPECT_EQ(found, own.handle);
+  EXPECT_EQ(zar_add_event(own.handle, spare.event), 0U);
+  EXPECT_EQ(rig::take_errors(), Lines{});
+
+  EXPECT_EQ(zar_delete_event(spare.event), 0U);
+  zar_pmap *removed = nullptr;
+  EXPECT_EQ(zar_avl_delete_pmap(db, &own, &removed), 1U);
+}
+
+// A released handle of the caller's is as dead as any other.
+TEST_F(OwnRecords, AReleasedHandleIsRefused) {
+  zar_cmap own{};
+  own.handle = zar_handle_alloc(&own);
+  zar_handle_release(own.handle);
+  EXPECT_EQ(zar_get_cmap_match_logical_op(own.handle), 0U);
+  EXPECT_TRACED(rig::error("(ERR): ZAR: Handle [0x%x] destroyed already\n", own.handle),
+                rig::error("(ERR): %s: input class map handle context cannot be NULL", " "));
+}
+
+}  // namespace
