@@ -63,6 +63,7 @@ struct Table {
 
 constinit Table tables[kMostTables] = {};
 constinit uint16_t newest_table = 0;
+constinit uint16_t highest_table = 0;
 constinit uint32_t issues = 0;  // of all tables; the order of issue
 
 bool exists(const Table &table) {
@@ -158,6 +159,7 @@ uint16_t id_create_new_table(uint32_t initial, uint32_t growth, const char *name
   table.fresh = 1;
   table.slots[0] = {0, UINT32_MAX, 0};  // the index bits of this id are not 0, so no look-up finds it here
   tables[number] = table;
+  highest_table = std::max(highest_table, number);
   return number;
 }
 
@@ -213,9 +215,9 @@ std::vector<uint32_t> live_ids() {
     uint32_t id;
   };
   std::vector<Issued> live;
-  for (const Table &table : tables)
-    for (uint32_t index = 1; index < table.fresh; ++index)
-      if (const Slot &slot = table.slots[index]; slot.id != 0)
+  for (uint32_t number = 1; number <= highest_table; ++number)
+    for (uint32_t index = 1; index < tables[number].fresh; ++index)
+      if (const Slot &slot = tables[number].slots[index]; slot.id != 0)
         live.push_back({(issues - slot.issue) & ~kAllGenerationsUsed, slot.id});
   std::sort(live.begin(), live.end(), [](const Issued &a, const Issued &b) { return a.age > b.age; });
 

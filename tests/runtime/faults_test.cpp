@@ -17,6 +17,9 @@ struct Requester {
   Service service;
   bool (*make)();
 };
+void PrintTo(const Requester &requester, std::ostream *out) {
+  *out << runtime::to_string(requester.service);
+}
 
 bool request_table() {
   uint16_t table = id_create_new_table(1, 1, "table", 11);
@@ -173,6 +176,12 @@ TEST_F(FaultClockTest, SchedulesOfServicesRunBesideTheOneForAny) {
   EXPECT_FALSE(request_record());
   EXPECT_FALSE(request_id());
   EXPECT_TRUE(request_id());
+}
+
+TEST_F(FaultClockTest, ARequestThatFailsByOneScheduleCountsForTheOtherToo) {
+  runtime::fail_request(1);
+  runtime::fail_request(Service::block, 2);
+  EXPECT_EQ(make(3, request_block), (std::vector<bool>{false, false, true}));
 }
 
 TEST_F(FaultClockTest, ALaterCallReplacesTheSchedule) {
