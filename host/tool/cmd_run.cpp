@@ -19,6 +19,11 @@ namespace {
 constexpr uint32_t kErrors = 1U << 3;
 constexpr uint32_t kInfos = 1U << 6;
 
+uint32_t wanted_levels(const std::string &word) {
+  if (word == "error") return kErrors;
+  return word == "info" ? kErrors | kInfos : 0;
+}
+
 void complain_about_name(std::string_view what, std::string_view name, const std::vector<std::string_view> &known) {
   const std::string_view near = nearest(name, known);
   complain(text_of("there is no ", what, " '", name, "'", near.empty() ? "" : text_of("; did you mean '", near, "'?")));
@@ -68,8 +73,7 @@ class RunCommand final : public Command {
         ->allow_extra_args(false);
     app_->add_option("--trace", trace_, "Show the library's own messages on standard error: error, or info for all")
         ->type_name("LEVEL")
-        ->transform(
-            CLI::CheckedTransformer(std::map<std::string, uint32_t>{{"error", kErrors}, {"info", kErrors | kInfos}}));
+        ->check(CLI::IsMember({"error", "info"}));
     app_->footer(
         "Shows for each event which rules matched and what their actions did, then the\n"
         "library's listings with counters.\n\n"
@@ -85,8 +89,8 @@ class RunCommand final : public Command {
     const std::optional<std::vector<Step>> given = given_steps(*file);
     if (!given) return kUsage;
 
-    runtime::want_trace_levels(trace_);
-    runtime::trace_to_stderr(trace_ != 0);
+    runtime::want_trace_levels(wanted_levels(trace_));
+    runtime::trace_to_stderr(!trace_.empty());
     Repository repository(*file);
     if (repository.build()) {
       raise_all(*file, repository, events_.empty() ? file->scenario : *given);
@@ -116,14 +120,14 @@ class RunCommand final : public Command {
       show_step(++number, step);
       run_step(file, repository, step);
       // Messages of the library go elsewhere; they should meet the event that they belong to.
-      if (trace_ != 0) std::cout.flush();
+      if (!trace_.empty()) std::cout.flush();
     }
     engine::observe(nullptr);
   }
 
   std::string path_;
   std::vector<std::string> events_;
-  uint32_t trace_ = 0;
+  std::string trace_;
 };
 
 }  // namespace

@@ -85,7 +85,8 @@ std::string render(const Diagnostics &diagnostics, const Source &source) {
     render_one(diagnostic, source, out);
   }
   if (diagnostics.count() > Diagnostics::kMostShown) {
-    out += text_of(source.name(), ": ", diagnostics.count() - Diagnostics::kMostShown, " more errors\n");
+    out += text_of(source.name(), ": ", diagnostics.hopeless() ? "at least " : "",
+                   diagnostics.count() - Diagnostics::kMostShown, " more errors\n");
   }
   return out;
 }

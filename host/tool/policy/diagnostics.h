@@ -23,10 +23,13 @@ class Diagnostics {
   size_t count() const { return all_.size(); }
   // Whether there are more than anybody reads: then a suggestion is not worth its search.
   bool too_many() const { return all_.size() >= kMostShown; }
+  // Whether the file is wrong from end to end, so that reading on is no use.
+  bool hopeless() const { return all_.size() >= kHopeless; }
   // In the order of their places.
   std::vector<Diagnostic> sorted() const;
 
   static constexpr size_t kMostShown = 100;
+  static constexpr size_t kHopeless = 1000;
 
  private:
   std::vector<Diagnostic> all_;

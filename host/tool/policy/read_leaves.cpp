@@ -14,7 +14,12 @@ constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();
 constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 
 // A pattern may cost this much memory, so that no pattern takes more than the file that it stands in warrants.
-constexpr int64_t kPatternMemory = 1 << 20;
+constexpr int64_t kPatternMemory = 1 << 18;
+
+// What is no mapping was reported as that already.
+bool is_mapping(const yaml::Node &node) {
+  return node.kind == yaml::Kind::mapping || node.kind == yaml::Kind::null;
+}
 
 struct FilterKey {
   FilterKind kind;
@@ -37,7 +42,7 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
     }
     found = FilterKey{kind, value};
   }
-  if (!found && node.kind == yaml::Kind::mapping) {
+  if (!found && is_mapping(node)) {
     reader.diagnostics().add(node.place, "a filter without a test",
                              "one of the keys equals, prefix, regex, range, present");
   }
@@ -45,6 +50,7 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
 }
 
 void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) {
+  if (!reader.spend_on_patterns(0)) return;
   RE2::Options options;
   options.set_log_errors(false);
   options.set_max_mem(kPatternMemory);
@@ -52,6 +58,12 @@ void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) 
   if (!pattern->ok()) {
     reader.diagnostics().add(node.place, text_of("not a regular expression: ", pattern->error()),
                              "a regular expression in RE2 syntax");
+  }
+  // What could not be compiled may have cost as much as anything that could.
+  constexpr int64_t kFailureCost = 1000;
+  if (!reader.spend_on_patterns(pattern->ok() ? pattern->ProgramSize() : kFailureCost)) {
+    reader.diagnostics().add(node.place, "too much work in the regular expressions up to here",
+                             "fewer or simpler regular expressions");
   }
   filter.pattern = std::move(pattern);
 }
@@ -68,7 +80,7 @@ void read_range(const Reader &reader, const yaml::Node &node, Filter &filter) {
     reader.diagnostics().add(node.place, text_of("an empty range: ", filter.low, " is more than ", filter.high),
                              "min at most max");
   }
-  if (node.kind == yaml::Kind::mapping && !low && !high) {
+  if (is_mapping(node) && !low && !high) {
     reader.diagnostics().add(node.place, "a range without ends", "min, max or both");
   }
 }
@@ -184,7 +196,7 @@ void read_action_mapping(const Reader &reader, const yaml::Node &node, const Fie
   }
   if (argument) {
     read_argument(reader, *argument, action);
-  } else if (node.kind == yaml::Kind::mapping) {
+  } else if (is_mapping(node)) {
     reader.diagnostics().add(node.place, "an action without a verb",
                              "one of set, clear, log, count, permit, deny, raise, apply");
   }

@@ -24,11 +24,8 @@ void read_clients(const Reader &reader, const yaml::Node &node, PolicyFile &file
 void read_domains(const Reader &reader, const yaml::Node &node, PolicyFile &file) {
   reader.named(node, "a domain's name", NameKind::domain, [&](Name name, const yaml::Node &body) {
     Domain domain{.name = std::move(name)};
-    // A domain without anything to say about it is the engine's.
-    if (body.kind != yaml::Kind::null) {
-      const Fields fields(body, "a domain", {"owner"}, reader.diagnostics());
-      if (const yaml::Node *owner = fields.find("owner")) domain.owner = reader.name(*owner, "a client's name");
-    }
+    const Fields fields(body, "a domain", {"owner"}, reader.diagnostics());
+    if (const yaml::Node *owner = fields.find("owner")) domain.owner = reader.name(*owner, "a client's name");
     file.domains.push_back(std::move(domain));
   });
 }
@@ -52,6 +49,11 @@ void read_targets(const Reader &reader, const yaml::Node &node, PolicyFile &file
       target.attributes = read_assignments(reader, *attributes);
     }
     if (const yaml::Node *policies = fields.require("policies")) {
+      const bool is_list = policies->kind == yaml::Kind::sequence || policies->kind == yaml::Kind::null;
+      if (is_list && policies->items.empty()) {
+        reader.diagnostics().add(policies->place, text_of("target '", target.name.value, "' has no policy"),
+                                 "at least one policy-map: no target exists without");
+      }
       reader.list(*policies, "the list of a target's policies", [&](const yaml::Node &item) {
         if (std::optional<Name> policy = reader.name(item, "a policy-map's name")) {
           target.policies.push_back(std::move(*policy));

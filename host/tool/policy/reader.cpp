@@ -46,6 +46,8 @@ Fields::Fields(const yaml::Node &node, std::string_view what, std::initializer_l
                Diagnostics &diagnostics)
     : node_(&node), what_(what), diagnostics_(&diagnostics) {
   const std::vector<std::string_view> vocabulary(keys);
+  // Nothing written is a mapping without entries.
+  if (node.kind == yaml::Kind::null) return;
   if (node.kind != yaml::Kind::mapping) {
     diagnostics.add(node.place, text_of(what, " is ", yaml::name_of(node.kind)),
                     text_of("a mapping with ", keys_text(vocabulary)));
@@ -53,6 +55,7 @@ Fields::Fields(const yaml::Node &node, std::string_view what, std::initializer_l
     return;
   }
   for (const auto &[key, value] : node.entries) {
+    if (diagnostics.hopeless()) return;
     if (key->kind != yaml::Kind::scalar) {
       diagnostics.add(key->place, text_of("a key of ", what, " is ", yaml::name_of(key->kind)), keys_text(vocabulary));
     } else if (std::find(keys.begin(), keys.end(), key->text) == keys.end()) {
@@ -137,11 +140,12 @@ std::vector<std::pair<Name, const yaml::Node *>> Reader::named_entries(const yam
     return good;
   }
   for (const auto &[key, body] : node.entries) {
+    if (diagnostics_->hopeless()) break;
     std::optional<Name> read = name(*key, what, kind);
     if (!read) continue;
     if (const std::optional<Place> earlier = seen.earlier(key->text, key->place)) {
-      diagnostics_->add(key->place, text_of("duplicate ", what, " '", key->text, "'"),
-                        text_of("each name once; the first is in line ", earlier->line));
+      diagnostics_->add(key->place, text_of("duplicate name '", key->text, "'"),
+                        text_of(what, " once; the first is in line ", earlier->line));
     } else {
       good.emplace_back(std::move(*read), body);
     }

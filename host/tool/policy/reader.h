@@ -68,6 +68,12 @@ class Reader {
 
   Diagnostics &diagnostics() const { return *diagnostics_; }
 
+  // Takes the cost of a regular expression off what a file may spend on them; false when that is used up.
+  bool spend_on_patterns(int64_t cost) const {
+    pattern_budget_ -= cost;
+    return pattern_budget_ >= 0;
+  }
+
   // Any single value, as written.
   std::optional<Name> text(const yaml::Node &node, std::string_view what) const;
   std::optional<Name> name(const yaml::Node &node, std::string_view what, NameKind kind = NameKind::map) const;
@@ -85,6 +91,9 @@ class Reader {
   void named(const yaml::Node &node, std::string_view what, NameKind kind, Each each) const;
 
  private:
+  // In instructions of compiled expressions; a second of work.
+  static constexpr int64_t kPatternBudget = 2'000'000;
+
   bool is_kind(const yaml::Node &node, yaml::Kind kind, std::string_view what) const;
   std::optional<size_t> chosen(const yaml::Node &node, std::string_view what,
                                const std::vector<std::string_view> &words) const;
@@ -93,6 +102,7 @@ class Reader {
                                                                  NameKind kind) const;
 
   Diagnostics *diagnostics_;
+  mutable int64_t pattern_budget_ = kPatternBudget;
 };
 
 template <class Meaning>
@@ -110,6 +120,7 @@ template <class Each>
 void Reader::list(const yaml::Node &node, std::string_view what, Each each) const {
   if (node.kind == yaml::Kind::null || !is_kind(node, yaml::Kind::sequence, what)) return;
   for (const yaml::Node *item : node.items) {
+    if (diagnostics_->hopeless()) return;
     each(*item);
   }
 }
@@ -117,6 +128,7 @@ void Reader::list(const yaml::Node &node, std::string_view what, Each each) cons
 template <class Each>
 void Reader::named(const yaml::Node &node, std::string_view what, NameKind kind, Each each) const {
   for (auto &[name, body] : named_entries(node, what, kind)) {
+    if (diagnostics_->hopeless()) return;
     each(std::move(name), *body);
   }
 }

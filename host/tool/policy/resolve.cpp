@@ -14,6 +14,10 @@ namespace {
 // The repository names the hidden class-map of a statement with this, the parameter-map's name and the map-index.
 constexpr std::string_view kHiddenPrefix = "__PMTR__";
 
+// The repository looks through all clients for each new one, and through all domains.
+constexpr size_t kMostClients = 1000;
+constexpr size_t kMostDomains = 1000;
+
 // The repository's handle table holds this many.
 constexpr size_t kMostHandles = 65536;
 
@@ -28,8 +32,7 @@ class Resolver {
     check_policy_maps();
     check_targets();
     check_scenario();
-    check_attribute_count();
-    check_handle_count();
+    check_counts();
   }
 
  private:
@@ -53,6 +56,7 @@ class Resolver {
   void check_policies_of(const Target &target);
   void check_scenario();
   void check_event(const Name &event);
+  void check_counts();
   void check_attribute_count();
   void check_handle_count();
 
@@ -83,6 +87,17 @@ void Resolver::unknown(const Name &name, std::string_view what, const std::vecto
 
 void Resolver::check_client(const std::optional<Name> &name) {
   if (name && !file_->find_client(name->value)) unknown(*name, "client", file_->clients);
+}
+
+void Resolver::check_counts() {
+  const auto check = [&](size_t count, size_t most, std::string_view what) {
+    if (count <= most) return;
+    diagnostics_->add({}, text_of("the file has ", count, " ", what), text_of("at most ", most));
+  };
+  check(file_->clients.size(), kMostClients, "clients");
+  check(file_->domains.size(), kMostDomains, "domains");
+  check_attribute_count();
+  check_handle_count();
 }
 
 void Resolver::check_domains() {
@@ -220,10 +235,6 @@ void Resolver::check_policies_of(const Target &target) {
       diagnostics_->add(policy.place, text_of("policy-map '", policy.value, "' is active already"),
                         "each policy-map once on a target");
     }
-  }
-  if (target.policies.empty()) {
-    diagnostics_->add(target.name.place, text_of("target '", target.name.value, "' has no policy"),
-                      "at least one policy-map: no target exists without");
   }
 }
 

@@ -83,10 +83,22 @@ std::string read_all(std::FILE *file) {
 }  // namespace
 
 Source::Source(std::string name, std::string text) : name_(std::move(name)), text_(std::move(text)) {
+  size_t continuations = 0;
   line_starts_.push_back(0);
   for (size_t at = 0; at < text_.size(); ++at) {
+    if (at % kStride == 0) continuations_.push_back(continuations);
+    if (is_continuation(text_[at])) ++continuations;
     if (text_[at] == '\n') line_starts_.push_back(at + 1);
   }
+  continuations_.resize(text_.size() / kStride + 1, continuations);
+}
+
+size_t Source::continuations_before(size_t offset) const {
+  offset = std::min(offset, text_.size());
+  const size_t stride = offset / kStride;
+  const auto from = text_.begin() + static_cast<std::ptrdiff_t>(stride * kStride);
+  const auto to = text_.begin() + static_cast<std::ptrdiff_t>(offset);
+  return continuations_[stride] + static_cast<size_t>(std::count_if(from, to, is_continuation));
 }
 
 Source Source::read(const std::string &path, Diagnostics &diagnostics) {
@@ -120,9 +132,9 @@ std::string_view Source::line(uint32_t number) const {
 }
 
 Place Source::place_of(size_t line, size_t byte) const {
-  const std::string_view before = this->line(static_cast<uint32_t>(line + 1)).substr(0, byte);
-  const auto continuations = std::count_if(before.begin(), before.end(), is_continuation);
-  return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - static_cast<size_t>(continuations))};
+  const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
+  const size_t continuations = continuations_before(start + byte) - continuations_before(start);
+  return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - continuations)};
 }
 
 }  // namespace tool

@@ -14,7 +14,6 @@ class Source {
   // A file larger than this is no policy file.
   static constexpr size_t kMaxSize = 16 * 1024 * 1024;
 
-  Source() = default;
   Source(std::string name, std::string text);
 
   // Reads a file, or standard input for "-". What is wrong with it goes to 'diagnostics': a file that cannot be read, is
@@ -29,9 +28,14 @@ class Source {
   Place place_of(size_t line, size_t byte) const;
 
  private:
+  size_t continuations_before(size_t offset) const;
+
   std::string name_;
   std::string text_;
   std::vector<size_t> line_starts_;
+  // Continuation bytes before every kStride-th byte of the text, so that finding a column costs the same on any line.
+  static constexpr size_t kStride = 256;
+  std::vector<size_t> continuations_;
 };
 
 }  // namespace tool

@@ -47,7 +47,12 @@ class Builder final : public YAML::EventHandler {
 
   void OnDocumentStart(const YAML::Mark &) override {}
   void OnDocumentEnd() override {}
-  void OnNull(const YAML::Mark &mark, YAML::anchor_t anchor) override { leaf(mark, anchor, Kind::null, ""); }
+  // A value that is left out stands, to the parser, where the text goes on; to the reader, where its key is.
+  void OnNull(const YAML::Mark &mark, YAML::anchor_t anchor) override {
+    const Node *key = open_.empty() ? nullptr : open_.back().key;
+    leaf(mark, anchor, Kind::null, "");
+    if (key) document_->nodes_.back().place = key->place;
+  }
   void OnScalar(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
                 const std::string &value) override {
     refuse_tag(mark, tag);
