@@ -96,8 +96,7 @@ TEST_F(Registration, NeedsAPlaceForTheClid) {
 
 TEST_F(Registration, NeedsTheClientTable) {
   runtime::fail_request(runtime::Service::block, 1);
-  zar_init();
-  forget_trace();
+  World::start_again();
   take_requests();
   EXPECT_EQ(zar_client_register("one", nullptr, &clid), 37U);
   EXPECT_TRACED(error("(ERR): client registration, Malloc must have failed during zar_init"));
@@ -267,7 +266,7 @@ TEST_F(Clients, AreInvalidOutsideTheirRange) {
 }
 
 TEST_F(Clients, AreInvalidBeforeAnyoneRegistered) {
-  zar_init();
+  start_again();
   EXPECT_EQ(zar_verify_client_id(1, "caller"), 1U);
   EXPECT_TRACED(wrong_clid("caller", 1, 0));
 }
@@ -467,7 +466,7 @@ TEST_F(Clients, AreDisplayedWithTheRoomOfTheGrownTable) {
 }
 
 TEST_F(Clients, ThatAreNoneAreDisplayedAsNone) {
-  zar_init();
+  start_again();
   zar_display_clients();
   EXPECT_TRACED(info("(info): Total clients:%d, max entries:%d\n", 0, 10));
 }

@@ -134,7 +134,7 @@ TEST_F(Domains, ThatNobodyClaimedBelongToClient1) {
 }
 
 TEST_F(Domains, ThatNobodyClaimedBelongToClient1EvenWithoutClients) {
-  zar_init();
+  start_again();
   EXPECT_EQ(owner_of("core"), 1U);
 }
 
@@ -165,7 +165,7 @@ TEST_F(Domains, NeedAPlaceForTheOwner) {
 
 TEST_F(Domains, AreForgottenByASecondStart) {
   claim(two, "access");
-  zar_init();
+  start_again();
   EXPECT_EQ(owner_of("access"), 1U);
   EXPECT_EQ(claims(), Claims{});
 }

@@ -56,7 +56,7 @@ struct PlatformCalls : Repository {
 };
 
 TEST_F(PlatformCalls, OfTheStart) {
-  zar_init();
+  start_again();
   EXPECT_EQ(services_called, (Services{"queue limit 0", "id table 256 256 ZAR PMAP HANDLE IDs 0x3e00023"}));
 }
 

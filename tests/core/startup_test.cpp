@@ -51,6 +51,7 @@ TEST_F(StartUp, ASecondStartForgetsClientsAndDomains) {
     zar_client_register(text("client %d", i).c_str(), nullptr, &clid);
   zar_register_domain(1, "access");
   zar_client_data **old_table = zar_clients_info;
+  lost_on_purpose(old_table);
   forget_trace();
 
   watch_requests();
@@ -381,6 +382,7 @@ TEST(StartUpUnderFaults, TheStartIsNeverStopped) {
     EXPECT_EQ(table == 0, no_handles);
     EXPECT_EQ(zar_clients_info == nullptr, no_clients);
     EXPECT_EQ(zar_allowed_max_clients, 10U);
+    lost_on_purpose(zar_clients_info);
     EXPECT_NE(zar_init(), 0);
   });
 }

@@ -655,7 +655,9 @@ struct TargetFamily {
   const char *delete_error;
 };
 
-void PrintTo(const TargetFamily &family, std::ostream *out) { *out << family.name; }
+void PrintTo(const TargetFamily &family, std::ostream *out) {
+  *out << family.name;
+}
 
 const TargetFamily kClientDb{"ClientDb",
                              zar_avl_insert_target_client_db,

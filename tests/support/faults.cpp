@@ -15,6 +15,8 @@ constexpr int kFailed = 1;
 constexpr int kFaultHit = 10;
 // No scenario comes near; a clock that never runs out is a fault of its own.
 constexpr uint64_t kMostFaultPoints = 20000;
+// A scenario that fails in any case would fail at every point.
+constexpr int kMostFailures = 3;
 
 const char *to_text(runtime::Fault mode) {
   return mode == runtime::Fault::once ? "once" : "from then on";
@@ -60,10 +62,15 @@ int run_in_child(const std::function<void(FaultClock &)> &scenario, uint64_t nth
 
 uint32_t run_all(const std::function<void(FaultClock &)> &scenario, runtime::Fault mode) {
   uint32_t points = 0;
+  int failures = 0;
   for (uint64_t nth = 1; nth <= kMostFaultPoints; ++nth) {
     const int outcome = run_in_child(scenario, nth, mode);
     if (outcome == kNoFault) return points;
     ++points;
+    if (outcome != kFaultHit && ++failures > kMostFailures) {
+      ADD_FAILURE() << "the scenario failed too often; the points from " << nth << " on were left out";
+      return points;
+    }
     EXPECT_EQ(outcome, kFaultHit) << "the scenario failed with request " << nth << " failing " << to_text(mode);
   }
   ADD_FAILURE() << "the scenario still meets faults after " << kMostFaultPoints;

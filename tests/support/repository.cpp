@@ -55,6 +55,7 @@ void start_rig() {
   runtime::clear_faults();
   runtime::clear_complaints();
   runtime::record_requests(false);
+  lost_on_purpose(zar_clients_info);  // a further start makes a new table and forgets the old one
   reset_engine();
   on_policy_removed = nullptr;
   calls().clear();
@@ -248,6 +249,12 @@ uint32_t World::statement_action(uint32_t pmtr_map, uint32_t map_index, uint8_t 
 uint32_t World::note(Kind kind, uint32_t handle) {
   if (handle != 0) noted_[handle] = kind;
   return handle;
+}
+
+void World::start_again() {
+  const Quiet quiet;
+  lost_on_purpose(zar_clients_info);
+  zar_init();
 }
 
 zar_map_info World::map_info(const char *name, const MapOptions &options) {

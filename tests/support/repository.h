@@ -34,6 +34,10 @@
 // forget it. Lines of level 3 are error(...), of level 6 info(...); texts are the library's own, prefix included. The lines
 // in which comparators tell the nodes that they pass are left out until hear_comparisons(true).
 //
+// What the library asks of the runtime is watched from watch_requests() on and expected with EXPECT_REQUESTS and
+// EXPECT_TEXT_REMOVALS (requests.h). What it loses on purpose is told to the leak check with lost_on_purpose() or
+// LosesOnPurpose (leaks.h).
+//
 // Each test runs in a process of its own under ctest, because pools live as long as the process. A test whose outcome
 // depends on pools that are not there yet begins with NEEDS_FRESH_PROCESS(), and is skipped in a process that is not fresh.
 #pragma once
@@ -51,6 +55,7 @@
 #include "support/call_log.h"
 #include "support/callbacks.h"
 #include "support/faults.h"
+#include "support/leaks.h"
 #include "support/requests.h"
 #include "support/scripted_engine.h"
 #include "support/trace.h"
@@ -128,6 +133,9 @@ class World {
 
   // Tells the digest of an object that a test made itself and that no other object leads to.
   uint32_t note(Kind kind, uint32_t handle);
+
+  // Starts the library once more, as no host does: clients, domains and handles are forgotten.
+  static void start_again();
 
   // ---- Arguments ------------------------------------------------------------------------------------------------------
 

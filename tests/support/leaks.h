@@ -1,0 +1,44 @@
+// What the library leaves behind on purpose, told to the leak check of sanitizer builds, which would call it a leak. Tests
+// assert such leftovers by the runtime's inventory.
+#pragma once
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define RIG_LEAK_CHECK 1
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define RIG_LEAK_CHECK 1
+#endif
+
+#ifdef RIG_LEAK_CHECK
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace rig {
+
+// 'block', and what hangs on it, is lost from now on. NULL is nothing.
+inline void lost_on_purpose([[maybe_unused]] const void *block) {
+#ifdef RIG_LEAK_CHECK
+  if (block != nullptr) __lsan_ignore_object(block);
+#endif
+}
+
+// What is allocated while one is alive may be lost.
+class LosesOnPurpose {
+ public:
+#ifdef RIG_LEAK_CHECK
+  LosesOnPurpose() {
+    __lsan_disable();
+  }
+  ~LosesOnPurpose() {
+    __lsan_enable();
+  }
+#else
+  LosesOnPurpose() {}
+  ~LosesOnPurpose() {}
+#endif
+  LosesOnPurpose(const LosesOnPurpose &) = delete;
+  LosesOnPurpose &operator=(const LosesOnPurpose &) = delete;
+};
+
+}  // namespace rig
