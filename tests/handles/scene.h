@@ -30,6 +30,7 @@ inline constexpr uint32_t kMapIndex = 5;
 
 struct Scene : rig::World {
   Scene();
+  ~Scene();
 
   // In force: a stored CONTROL policy-map with an event, a rule, an action and a class-map with a filter, active on a
   // target with a policy context; and a stored parameter-map with two statements, of which the first has two actions.
