@@ -1,0 +1,392 @@
+#include <stdlib.h>
+#include <string.h>
+
+#include "check.h"
+#include "platform/runtime.h"
+
+/* A node, as the library's records are: the linkage first. */
+typedef struct Node {
+  avl_node links;
+  int key;
+  int is_entered;
+} Node;
+
+enum { kBefore, kEqual, kAfter };
+enum { kKeys = 5 };
+
+/* What the comparator was asked with that it should not have been. */
+static const void *the_probe;
+static const char *misuse;
+
+static uint32_t compare_keys(const void *nascent, const void *tree) {
+  const Node *left = nascent, *right = tree;
+  if (!left || !right) broken("the comparator was given NULL");
+  if (the_probe && nascent != the_probe) misuse = "the first argument was not the node that was sought or inserted";
+  if (the_probe && !right->is_entered) misuse = "the second argument was not a node of the tree";
+  return left->key < right->key ? kBefore : left->key > right->key ? kAfter : kEqual;
+}
+
+static uint32_t call_all_equal(const void *nascent, const void *tree) {
+  return nascent && tree ? kEqual : kBefore;
+}
+
+static void forget(void *unlinked) {
+  (void)unlinked;
+}
+
+static void start(avl_tree *tree, avl_compare_fn compare) {
+  memset(tree, 0, sizeof *tree);
+  EXPECT(i_avl_tree_init(tree, compare, forget) != 0, "the tree could not be made");
+}
+
+static void enter(avl_tree *tree, Node *entered) {
+  EXPECT(i_avl_insert(tree, entered) != 0, "the key %d was refused, though no node has it", entered->key);
+  entered->is_entered = 1;
+}
+
+static Node *first_of(avl_tree *tree) {
+  static int nothing;
+  void *found = &nothing;
+  i_avl_get_first(tree->top.parent, &found);
+  EXPECT(found != &nothing, "i_avl_get_first did not write its result");
+  return found;
+}
+
+static Node *next_of(avl_tree *tree, Node *current) {
+  static int nothing;
+  void *found = &nothing;
+  i_avl_get_next(tree, current, &found);
+  EXPECT(found != &nothing, "i_avl_get_next did not write its result");
+  return found;
+}
+
+/* A walk sees the keys of 'wanted' whose entry is not 0, in order, and then ends. */
+static void holds(avl_tree *tree, const int *wanted, int n_keys) {
+  Node *seen = first_of(tree);
+  for (int key = 0; key < n_keys; key++) {
+    if (!wanted[key]) continue;
+    EXPECT(seen != NULL, "a walk ends before the key %d", key);
+    EXPECT(seen->key == key, "a walk sees the key %d where %d should be", seen->key, key);
+    seen = next_of(tree, seen);
+  }
+  EXPECT(seen == NULL, "a walk sees the key %d, which should not be there", seen->key);
+}
+
+/* The next order of 'keys'; 0 after the last. */
+static int next_order(int *keys, int n_keys) {
+  int i = n_keys - 1, j = n_keys - 1;
+  while (i > 0 && keys[i - 1] > keys[i])
+    i--;
+  if (i == 0) return 0;
+  while (keys[j] < keys[i - 1])
+    j--;
+  int swapped = keys[j];
+  keys[j] = keys[i - 1];
+  keys[i - 1] = swapped;
+  for (j = n_keys - 1; i < j; i++, j--) {
+    swapped = keys[i];
+    keys[i] = keys[j];
+    keys[j] = swapped;
+  }
+  return 1;
+}
+
+static void enter_in_order(avl_tree *tree, Node *nodes, const int *order) {
+  start(tree, compare_keys);
+  for (int i = 0; i < kKeys; i++) {
+    nodes[i] = (Node){.key = order[i]};
+    enter(tree, &nodes[i]);
+  }
+}
+
+static void init_makes_an_empty_tree(void) {
+  avl_tree tree;
+  start(&tree, compare_keys);
+  EXPECT(first_of(&tree) == NULL, "a walk of a new tree sees a node");
+}
+
+static void insert_keeps_the_order(void) {
+  int order[kKeys] = {0, 1, 2, 3, 4}, wanted[kKeys] = {1, 1, 1, 1, 1};
+  do {
+    avl_tree tree;
+    Node nodes[kKeys];
+    enter_in_order(&tree, nodes, order);
+    holds(&tree, wanted, kKeys);
+  } while (next_order(order, kKeys));
+}
+
+static void insert_refuses_an_equal_key(void) {
+  avl_tree tree;
+  Node one = {.key = 1}, same = {.key = 1};
+  start(&tree, compare_keys);
+  enter(&tree, &one);
+  EXPECT(i_avl_insert(&tree, &same) == 0, "a second node of the same key was entered");
+  EXPECT(first_of(&tree) == &one && !next_of(&tree, &one), "the refusal changed the tree");
+}
+
+static void insert_refuses_a_node_of_a_tree(void) {
+  avl_tree tree, other;
+  Node one = {.key = 1}, two = {.key = 2};
+  start(&tree, compare_keys);
+  start(&other, compare_keys);
+  enter(&tree, &one);
+  enter(&tree, &two);
+  EXPECT(i_avl_insert(&tree, &one) == 0, "a node was entered twice into one tree");
+  EXPECT(i_avl_insert(&other, &two) == 0, "a node was entered into a second tree");
+  holds(&tree, (const int[]){0, 1, 1}, 3);
+  EXPECT(first_of(&other) == NULL, "the second tree holds a node that it refused");
+}
+
+static void comparator_is_asked_rightly(void) {
+  avl_tree tree;
+  Node nodes[kKeys], probe = {.key = 3};
+  void *removed = NULL;
+  start(&tree, compare_keys);
+  for (int i = 0; i < kKeys; i++) {
+    nodes[i] = (Node){.key = i};
+    the_probe = &nodes[i];
+    enter(&tree, &nodes[i]);
+  }
+  the_probe = &probe;
+  i_avl_search(&tree, &probe);
+  i_avl_delete(&tree, &probe, &removed);
+  EXPECT(!misuse, "%s", misuse);
+}
+
+static void search_finds(void) {
+  int order[kKeys] = {0, 1, 2, 3, 4};
+  do {
+    avl_tree tree;
+    Node nodes[kKeys];
+    enter_in_order(&tree, nodes, order);
+    for (int i = 0; i < kKeys; i++) {
+      Node probe = {.key = order[i]};
+      EXPECT(i_avl_search(&tree, &probe) == &nodes[i], "it did not find the key %d", order[i]);
+    }
+  } while (next_order(order, kKeys));
+}
+
+static void search_finds_nothing(void) {
+  avl_tree tree;
+  Node one = {.key = 1}, probe = {.key = 2};
+  start(&tree, compare_keys);
+  EXPECT(i_avl_search(&tree, &probe) == NULL, "it found a node in an empty tree");
+  enter(&tree, &one);
+  EXPECT(i_avl_search(&tree, &probe) == NULL, "it found a node of another key");
+}
+
+/* Every order of five insertions, followed by every order of five deletions by key. */
+static void delete_takes_out(void) {
+  int entries[kKeys] = {0, 1, 2, 3, 4};
+  do {
+    int exits[kKeys] = {0, 1, 2, 3, 4};
+    do {
+      avl_tree tree;
+      Node nodes[kKeys];
+      int wanted[kKeys] = {1, 1, 1, 1, 1};
+      enter_in_order(&tree, nodes, entries);
+      for (int i = 0; i < kKeys; i++) {
+        Node probe = {.key = exits[i]};
+        void *removed = NULL;
+        EXPECT(i_avl_delete(&tree, &probe, &removed) != 0, "it did not find the key %d", exits[i]);
+        EXPECT(removed && ((Node *)removed)->key == exits[i], "it did not name the node that it took out");
+        wanted[exits[i]] = 0;
+        holds(&tree, wanted, kKeys);
+      }
+    } while (next_order(exits, kKeys));
+  } while (next_order(entries, kKeys));
+}
+
+static void delete_reports_the_absent(void) {
+  avl_tree tree;
+  Node one = {.key = 1}, probe = {.key = 2};
+  void *removed = &probe;
+  start(&tree, compare_keys);
+  enter(&tree, &one);
+  EXPECT(i_avl_delete(&tree, &probe, &removed) == 0, "it claims to have taken out a key that was not there");
+  holds(&tree, (const int[]){0, 1}, 2);
+}
+
+/* The keys of maps compare as equal when one begins with the other, so a neighbour may compare equal. */
+static void delete_prefers_the_node_itself(void) {
+  for (int chosen = 0; chosen < kKeys; chosen++) {
+    avl_tree tree;
+    Node nodes[kKeys];
+    int order[kKeys] = {2, 0, 4, 1, 3}, wanted[kKeys] = {1, 1, 1, 1, 1};
+    void *removed = NULL;
+    enter_in_order(&tree, nodes, order);
+    tree.compare = call_all_equal;
+    EXPECT(i_avl_delete(&tree, &nodes[chosen], &removed) != 0, "it did not take out a node of the tree");
+    EXPECT(removed == &nodes[chosen], "it took out a neighbour that compares equal");
+    tree.compare = compare_keys;
+    wanted[order[chosen]] = 0;
+    holds(&tree, wanted, kKeys);
+  }
+}
+
+static void delete_frees_the_node_for_other_trees(void) {
+  avl_tree tree, other;
+  Node one = {.key = 1}, two = {.key = 2};
+  void *removed = NULL;
+  start(&tree, compare_keys);
+  start(&other, compare_keys);
+  enter(&tree, &one);
+  enter(&tree, &two);
+  i_avl_delete(&tree, &one, &removed);
+  enter(&other, &one);
+  holds(&tree, (const int[]){0, 0, 1}, 3);
+  holds(&other, (const int[]){0, 1, 0}, 3);
+  i_avl_delete(&other, &one, &removed);
+  enter(&tree, &one);
+  holds(&tree, (const int[]){0, 1, 1}, 3);
+}
+
+static int n_freed;
+
+static void free_record(void *unlinked) {
+  n_freed++;
+  memset(unlinked, 0xa5, sizeof(Node));
+  free(unlinked);
+}
+
+static void remove_frees_each_once(void) {
+  enum { kMany = 100 };
+  avl_tree tree;
+  Node again = {.key = 1};
+  memset(&tree, 0, sizeof tree);
+  i_avl_tree_init(&tree, compare_keys, free_record);
+  for (int i = 0; i < kMany; i++) {
+    Node *record = calloc(1, sizeof *record);
+    if (!record) abort();
+    record->key = i * 37 % kMany;
+    enter(&tree, record);
+  }
+  i_avl_remove(&tree, &tree);
+  EXPECT(n_freed == kMany, "of %d nodes the free function heard of %d", (int)kMany, n_freed);
+  EXPECT(first_of(&tree) == NULL, "the tree is not empty afterwards");
+  enter(&tree, &again);
+  EXPECT(first_of(&tree) == &again, "the tree cannot be used afterwards");
+}
+
+static void remove_of_an_empty_tree(void) {
+  avl_tree tree;
+  memset(&tree, 0, sizeof tree);
+  i_avl_tree_init(&tree, compare_keys, free_record);
+  i_avl_remove(&tree, &tree);
+  EXPECT(n_freed == 0, "the free function heard of %d nodes", n_freed);
+}
+
+/* A walk goes on from a record that has been taken out, or was never in. */
+static void next_of_an_absent_one(void) {
+  avl_tree tree;
+  Node nodes[3] = {{.key = 2}, {.key = 4}, {.key = 6}};
+  start(&tree, compare_keys);
+  for (int i = 0; i < 3; i++)
+    enter(&tree, &nodes[i]);
+  for (int key = 1; key < 8; key += 2) {
+    Node absent = {.key = key};
+    const Node *wanted = key > 6 ? NULL : &nodes[key / 2], *next = next_of(&tree, &absent);
+    EXPECT(next == wanted, "behind the key %d, which is not there, it gives %d instead of %d", key,
+           next ? next->key : -1, wanted ? wanted->key : -1);
+  }
+}
+
+typedef struct NamedNode {
+  avl_node links;
+  const char *name;
+} NamedNode;
+
+/* As the keys of policy-maps compare: over the length of the shorter one. No order at all, strictly speaking. */
+static uint32_t compare_beginnings(const void *nascent, const void *tree) {
+  const char *left = ((const NamedNode *)nascent)->name, *right = ((const NamedNode *)tree)->name;
+  size_t length = strlen(left) < strlen(right) ? strlen(left) : strlen(right);
+  int difference = strncmp(left, right, length);
+  return difference < 0 ? kBefore : difference > 0 ? kAfter : kEqual;
+}
+
+/* What was entered is seen by a walk, once each. */
+static void sees_all(avl_tree *tree, const NamedNode *nodes, const int *is_entered, int n_nodes) {
+  void *seen = NULL;
+  int n_seen = 0, n_entered = 0;
+  for (int i = 0; i < n_nodes; i++)
+    n_entered += is_entered[i];
+  i_avl_get_first(tree->top.parent, &seen);
+  while (seen && n_seen <= n_entered) {
+    ptrdiff_t at = (NamedNode *)seen - nodes;
+    EXPECT(at >= 0 && at < n_nodes && is_entered[at], "a walk sees a node that is not in the tree");
+    n_seen++;
+    i_avl_get_next(tree, seen, &seen);
+  }
+  EXPECT(n_seen == n_entered, "of %d nodes a walk sees %d", n_entered, n_seen);
+}
+
+static void survives_prefixes(void) {
+  static const char *const names[] = {"b", "ab", "abc", "a", "bcd", "bc", "c", "abd", "ca", "cab"};
+  enum { kNames = sizeof names / sizeof names[0] };
+  for (int turn = 0; turn < kNames; turn++) {
+    avl_tree tree;
+    NamedNode nodes[kNames];
+    int is_entered[kNames] = {0};
+    start(&tree, compare_beginnings);
+    for (int i = 0; i < kNames; i++)
+      nodes[i] = (NamedNode){.name = names[(i + turn) % kNames]};
+    for (int i = 0; i < kNames; i++)
+      is_entered[i] = i_avl_insert(&tree, &nodes[i]) != 0;
+    sees_all(&tree, nodes, is_entered, kNames);
+    for (int i = 0; i < kNames; i++) {
+      void *removed = NULL;
+      if (!is_entered[i]) continue;
+      EXPECT(i_avl_delete(&tree, &nodes[i], &removed) != 0 && removed == &nodes[i], "it lost the node '%s'",
+             nodes[i].name);
+      is_entered[i] = 0;
+      sees_all(&tree, nodes, is_entered, kNames);
+    }
+  }
+}
+
+/* Random insertions and deletions beside an array that tells what should be there. */
+static void agrees_with_a_model(void) {
+  enum { kMany = 200, kSteps = 20000 };
+  static Node nodes[kMany];
+  int present[kMany] = {0};
+  uint32_t random = 12345;
+  avl_tree tree;
+  start(&tree, compare_keys);
+  for (int i = 0; i < kMany; i++)
+    nodes[i].key = i;
+  for (int step = 0; step < kSteps; step++) {
+    random = random * 1664525u + 1013904223u;
+    int key = (int)((random >> 8) % kMany);
+    Node probe = {.key = key};
+    void *removed = NULL;
+    uint32_t done = random >> 31 ? i_avl_insert(&tree, &nodes[key]) : i_avl_delete(&tree, &probe, &removed);
+    int should = random >> 31 ? !present[key] : present[key];
+    EXPECT((done != 0) == should, "step %d, %s the key %d: it answered %u", step, random >> 31 ? "insert" : "delete",
+           key, done);
+    if (done) present[key] = !present[key];
+    EXPECT((i_avl_search(&tree, &probe) == &nodes[key]) == present[key], "step %d: a search errs about the key %d",
+           step, key);
+    if (step % 100 == 0) holds(&tree, present, kMany);
+  }
+  holds(&tree, present, kMany);
+}
+
+static const Promise promises[] = {
+    {"i_avl_tree_init", "answers non-zero and makes an empty tree", init_makes_an_empty_tree},
+    {"i_avl_insert", "keeps the nodes in the order of the comparator", insert_keeps_the_order},
+    {"i_avl_insert", "answers 0 for a key that is present, and changes nothing", insert_refuses_an_equal_key},
+    {"i_avl_insert", "answers 0 for a node that is in a tree already", insert_refuses_a_node_of_a_tree},
+    {"i_avl_insert", "agrees with a simple model over many steps, as search and deletion do", agrees_with_a_model},
+    {"i_avl_search", "finds the node that compares equal", search_finds},
+    {"i_avl_search", "answers NULL when there is none", search_finds_nothing},
+    {"i_avl_search", "gives the comparator the probe first, and then a node of the tree", comparator_is_asked_rightly},
+    {"i_avl_delete", "takes out the node that compares equal, and names it", delete_takes_out},
+    {"i_avl_delete", "answers 0 when there is none, and changes nothing", delete_reports_the_absent},
+    {"i_avl_delete", "takes out the given node itself when it is in the tree", delete_prefers_the_node_itself},
+    {"i_avl_delete", "leaves a node that can be entered again", delete_frees_the_node_for_other_trees},
+    {"i_avl_delete", "loses no node when keys are equal to their beginnings", survives_prefixes},
+    {"i_avl_remove", "calls the free function once for each node, which may go", remove_frees_each_once},
+    {"i_avl_remove", "does nothing about an empty tree", remove_of_an_empty_tree},
+    {"i_avl_get_next", "gives the first node behind one that is not in the tree", next_of_an_absent_one},
+};
+const Group trees = GROUP("trees", promises);
