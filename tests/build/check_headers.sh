@@ -19,8 +19,8 @@ compiles() {
   for header; do
     echo "#include \"$header\""
   done > "$source"
-  # A source without a declaration is not C; and what was included is there to be used.
-  echo 'extern uint32_t (*check)(zar_map_info *); uint32_t (*check)(zar_map_info *);' >> "$source"
+  # A source without a declaration is not C.
+  echo 'typedef int check_declaration;' >> "$source"
   # shellcheck disable=SC2086  # a launcher may precede the compiler
   if ! $compiler -x "$language" -std=$standard -fsyntax-only -Wall -Wextra -Wpedantic -Werror \
       -I "$root/include" -I "$root" "$source"; then
@@ -30,8 +30,8 @@ compiles() {
 }
 
 cd "$root"
-headers=$(cd include && ls zar/*.h)
-headers="$headers $(ls platform/*.h)"
+headers=$(cd include && find zar -name '*.h' | sort)
+headers="$headers $(find platform -name '*.h' | sort)"
 # shellcheck disable=SC2086
 set -- $headers
 test $# -gt 8 || { echo "only $# headers found in $root" >&2; exit 1; }

@@ -83,7 +83,8 @@ class Digest {
     void *record = nullptr;
     if (tree != nullptr) i_avl_get_first(tree->top.parent, &record);
     while (record != nullptr) {
-      line += " " + reach(kind_in_tree(record, kind), record);
+      line += ' ';
+      line += reach(kind_in_tree(record, kind), record);
       i_avl_get_next(tree, record, &record);
     }
     add(line);
@@ -136,8 +137,10 @@ class Digest {
   template <typename Record, typename Each>
   std::string list(const queue_head &queue, Each each) {
     std::string out = "[";
-    for (const void *element : runtime::elements(&queue))
-      out += (out.size() > 1 ? " " : "") + each(*static_cast<const Record *>(element));
+    for (const void *element : runtime::elements(&queue)) {
+      if (out.size() > 1) out += ' ';
+      out += each(*static_cast<const Record *>(element));
+    }
     return out + "]";
   }
 
