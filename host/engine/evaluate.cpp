@@ -94,11 +94,14 @@ bool Run::filter_holds(zar_filter &filter) {
 }
 
 void Run::run_rule(const zar_class_action &rule) {
-  for (zar_action &action : Records<zar_action>(rule.actions)) {
+  const Records<zar_action> actions(rule.actions);
+  for (auto at = actions.begin(); at != actions.end();) {
+    zar_action &action = *at;
+    ++at;
     const bool succeeded = run_action(action) == 0;
     const bool stop = succeeded ? rule.exec_criteria == kStopOnSuccess : rule.exec_criteria == kStopOnFailure;
     if (!stop) continue;
-    if (current_observer) current_observer->rule_cut_short(rule, action);
+    if (current_observer && at != actions.end()) current_observer->rule_cut_short(rule, action);
     return;
   }
 }

@@ -55,7 +55,7 @@ bool Repository::build() {
 }
 
 void Repository::start() {
-  zar_init();
+  expect(zar_init() != 0, "the handle table", "repository");
   expect_success(engine::start(), "the registration", engine::kClientName);
   ++registered_clients_;
   zar_db *database = nullptr;
@@ -74,6 +74,8 @@ void Repository::register_client(const Client &client) {
   expect_success(zar_client_register(client.name.value.c_str(), database, &clid), "the registration",
                  client.name.value);
   ++registered_clients_;
+  // A name that could not be copied is no failure to the library.
+  expect(zar_clients_info[clid - 1]->name != nullptr, "the name", client.name.value);
   clids_.emplace(client.name.value, clid);
 }
 

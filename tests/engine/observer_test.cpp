@@ -97,6 +97,13 @@ TEST_F(Observation, TellsEveryStepOfAnEvent) {
             "event 1 ends after 2 actions\n");
 }
 
+TEST_F(Observation, DoesNotTellOfARuleCutShortByItsLastAction) {
+  const uint32_t gold = policy("gold");
+  rule(event(gold, 1), 1, {&action("good"), &action("bad", 1)});
+  engine::raise_event(target(gold), 1);
+  EXPECT_NE(diary.text.find("action 2 answers 1\npolicy gold ends\n"), std::string::npos) << diary.text;
+}
+
 TEST_F(Observation, TellsChangesOfAttributes) {
   const engine::AttributeId user = engine::register_attribute("user");
   const engine::AttributeId tries = engine::register_attribute("tries");

@@ -19,7 +19,8 @@ struct Excerpt {
 
 Excerpt excerpt_of(std::string_view line, uint32_t column) {
   Excerpt excerpt;
-  const size_t first = column > kWidestExcerpt / 2 ? column - kWidestExcerpt / 2 : 1;
+  const bool fits = line.size() <= kWidestExcerpt || column <= kWidestExcerpt / 2;
+  const size_t first = fits ? 1 : column - kWidestExcerpt / 2;
   size_t character = 0;
   for (const char byte : line) {
     const auto value = static_cast<unsigned char>(byte);

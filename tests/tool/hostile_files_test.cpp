@@ -1,0 +1,132 @@
+// Files that are made to harm: each gets its error, soon.
+#include <chrono>
+
+#include "runner.h"
+
+namespace {
+
+using test::Result;
+using test::run_zar;
+
+std::string repeated(const std::string &text, size_t times) {
+  std::string all;
+  all.reserve(text.size() * times);
+  for (size_t at = 0; at < times; ++at)
+    all += text;
+  return all;
+}
+
+std::string numbered(const std::string &before, const std::string &after, size_t times) {
+  std::string all;
+  for (size_t at = 0; at < times; ++at)
+    all += before + std::to_string(at) + after;
+  return all;
+}
+
+// The first line of what the check says of a file. A check that takes longer than a slow machine with sanitizers may need
+// for a hundred times the work fails.
+std::string first_error(const std::string &text) {
+  const auto start = std::chrono::steady_clock::now();
+  const Result result = run_zar({"check", "-"}, text);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.out, "");
+  return result.err.substr(0, result.err.find('\n'));
+}
+
+constexpr const char *kOneRule = R"(domains: {d: }
+class-maps: {c: }
+policy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: )";
+
+TEST(Hostile, NestingIsBounded) {
+  EXPECT_EQ(first_error("clients: " + repeated("[", 32) + repeated("]", 32)), "<stdin>:1:41: error: nested too deep");
+  EXPECT_EQ(first_error("clients: " + repeated("[", 31) + repeated("]", 31)),
+            "<stdin>:1:10: error: what stands here is a list");
+  for (const char *opening : {"[", "{a: ", "- ", "? ", "[{a: ", "? - "}) {
+    EXPECT_TRUE(first_error(repeated(opening, 100000)).ends_with(" error: nested too deep")) << opening;
+  }
+}
+
+TEST(Hostile, ScalarsAreBounded) {
+  EXPECT_EQ(first_error("clients: " + std::string(4000000, 'x')), "<stdin>:1:10: error: a value of 4000000 bytes");
+  EXPECT_EQ(first_error("clients: \"" + std::string(4000000, 'x') + "\""),
+            "<stdin>:1:10: error: a value of 4000000 bytes");
+  EXPECT_EQ(first_error("? " + std::string(4000000, 'x') + "\n: 1\n"), "<stdin>:1:3: error: a value of 4000000 bytes");
+}
+
+TEST(Hostile, FilesAreBounded) {
+  EXPECT_EQ(first_error(std::string(17 * 1024 * 1024, '#')), "<stdin>: error: is too large");
+}
+
+TEST(Hostile, AliasesDoNotExplode) {
+  std::string bomb = "a0: &a0 [x, x, x, x, x, x, x, x, x]\n";
+  for (int at = 1; at < 12; ++at) {
+    const std::string before = "*a" + std::to_string(at - 1);
+    const std::string name = "a" + std::to_string(at);
+    bomb += name + ": &" + name + " [" + repeated(before + " , ", 8) + before + "]\n";
+  }
+  EXPECT_EQ(first_error(bomb), "<stdin>:7:28: error: aliases that stand for too much");
+  EXPECT_EQ(first_error("clients: &a {x: *a}\n"), "<stdin>:1:17: error: an alias inside of what it stands for");
+}
+
+TEST(Hostile, CountsAreBounded) {
+  EXPECT_EQ(first_error("clients:\n" + numbered("  c", ": {}\n", 100000)),
+            "<stdin>: error: the file has 100000 clients");
+  EXPECT_EQ(first_error("domains: {d: }\nclass-maps:\n" + numbered("  c", ": {}\n", 70000)),
+            "<stdin>: error: the file makes 70000 objects");
+  EXPECT_EQ(first_error("domains: {d: }\npolicy-maps: {p: {events: {}}}\ntargets: {t: {policies: [p], attributes: {" +
+                        numbered("a", ": 1, ", 50000) + "}}}\n"),
+            "<stdin>:3:8933: error: 'a1000' is one attribute too many");
+  EXPECT_EQ(first_error(kOneRule + ("[" + repeated("permit, ", 200000)) + "]}]}}}}\n"),
+            "<stdin>:3:2112: error: action number 256");
+}
+
+TEST(Hostile, ErrorsAreBounded) {
+  const Result result = run_zar({"check", "-"}, "clients: {a: {" + numbered("k", ": 1, ", 200000) + "}}\n");
+  EXPECT_EQ(result.code, 65);
+  EXPECT_TRUE(result.err.ends_with("<stdin>: at least 900 more errors\n")) << result.err.size();
+  EXPECT_LT(result.err.size(), 100000u);
+}
+
+TEST(Hostile, LongLinesTakeNoLonger) {
+  EXPECT_EQ(first_error("clients: {" + numbered("c", ": {}, ", 300000) + "}\n"),
+            "<stdin>: error: the file has 300000 clients");
+}
+
+TEST(Hostile, RegularExpressionsDoNotExplode) {
+  const auto with = [](const std::string &pattern) {
+    return "domains: {d: }\nclass-maps: {c: {filters: [{attribute: a, regex: '" + pattern + "'}]}}\n";
+  };
+  EXPECT_EQ(first_error(with("((a{1000}){1000}){1000}")),
+            "<stdin>:2:50: error: not a regular expression: invalid repetition size: {1000}");
+  EXPECT_EQ(first_error(with("\\pL{900}")),
+            "<stdin>:2:50: error: not a regular expression: pattern too large - compile failed");
+}
+
+TEST(Hostile, ManyRegularExpressionsAreTooMuchWork) {
+  EXPECT_NE(first_error("domains: {d: }\nclass-maps:\n  c:\n    filters:\n" +
+                        numbered("      - {attribute: a, regex: '^[a-z]{1,200}", "$'}\n", 20000))
+                .find("error: too much work in the regular expressions up to here"),
+            std::string::npos);
+}
+
+TEST(Hostile, BytesThatAreNoTextAreFound) {
+  const auto at = [](const std::string &bytes) { return first_error("clients: {a" + bytes + ": {}}\n"); };
+  EXPECT_EQ(at("\xff"), "<stdin>:1:12: error: the byte 0xff is no text");
+  EXPECT_EQ(at("\xc3"), "<stdin>:1:12: error: the byte 0xc3 is no text");
+  EXPECT_EQ(at("\xc0\xaf"), "<stdin>:1:12: error: the byte 0xc0 is no text");
+  EXPECT_EQ(at("\xe0\x80\xaf"), "<stdin>:1:12: error: the byte 0xe0 is no text");
+  EXPECT_EQ(at("\xed\xa0\x80"), "<stdin>:1:12: error: the byte 0xed is no text");
+  EXPECT_EQ(at("\xf4\x90\x80\x80"), "<stdin>:1:12: error: the byte 0xf4 is no text");
+  EXPECT_EQ(at(std::string(1, '\0')), "<stdin>:1:12: error: the byte 0x00 is no text");
+  EXPECT_EQ(at("\x1b[31m"), "<stdin>:1:12: error: the byte 0x1b is no text");
+  EXPECT_EQ(first_error("clients: {}\n# \xf0\x9f\x98\x80 \x80\n"), "<stdin>:2:5: error: the byte 0x80 is no text");
+}
+
+TEST(Hostile, ColumnsAreRightOnLongLinesToo) {
+  // 300 characters of two bytes, then what is wrong.
+  EXPECT_EQ(first_error("clients: {} # " + repeated("\xc3\xa4", 300) + "\x01\n"),
+            "<stdin>:1:315: error: the byte 0x01 is no text");
+}
+
+}  // namespace

@@ -1,0 +1,104 @@
+#include "runner.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace test {
+
+namespace {
+
+// A file without a name: pipes would have to be read while the command writes.
+class Scratch {
+ public:
+  Scratch() : file_(std::tmpfile()) {}
+  ~Scratch() { std::fclose(file_); }
+  Scratch(const Scratch &) = delete;
+  Scratch &operator=(const Scratch &) = delete;
+
+  int descriptor() const { return fileno(file_); }
+  void write(const std::string &text) {
+    std::fwrite(text.data(), 1, text.size(), file_);
+    std::fflush(file_);
+    std::rewind(file_);
+  }
+  std::string read() {
+    std::string text;
+    std::rewind(file_);
+    for (int byte = std::fgetc(file_); byte != EOF; byte = std::fgetc(file_))
+      text += static_cast<char>(byte);
+    return text;
+  }
+
+ private:
+  std::FILE *file_;
+};
+
+[[noreturn]] void become_zar(const std::vector<std::string> &arguments, const Scratch &in, const Scratch &out,
+                             const Scratch &err) {
+  std::vector<char *> argv;
+  std::string name = "zar";
+  argv.push_back(name.data());
+  std::vector<std::string> copies = arguments;
+  for (std::string &argument : copies)
+    argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  dup2(in.descriptor(), STDIN_FILENO);
+  dup2(out.descriptor(), STDOUT_FILENO);
+  dup2(err.descriptor(), STDERR_FILENO);
+  if (chdir(ZAR_SOURCE_DIR) == 0) execv(ZAR_BINARY, argv.data());
+  std::_Exit(127);
+}
+
+std::string read_file(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return std::move(text).str();
+}
+
+}  // namespace
+
+Result run_zar(const std::vector<std::string> &arguments, const std::string &input) {
+  Scratch in;
+  Scratch out;
+  Scratch err;
+  in.write(input);
+  const pid_t child = fork();
+  if (child == 0) become_zar(arguments, in, out, err);
+
+  int status = 0;
+  if (child < 0 || waitpid(child, &status, 0) != child) return {};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out.read(), err.read()};
+}
+
+std::string without_addresses(const std::string &text) {
+  static const std::regex kAddress("0x[0-9a-f]+");
+  return std::regex_replace(text, kAddress, "0x#");
+}
+
+void expect_golden(const std::string &name, const std::string &text) {
+  const std::string path = std::string(ZAR_SOURCE_DIR) + "/tests/tool/golden/" + name;
+  const std::string normalised = without_addresses(text);
+  if (std::getenv("ZAR_UPDATE_GOLDEN")) {
+    std::ofstream(path, std::ios::binary) << normalised;
+    return;
+  }
+  EXPECT_EQ(normalised, read_file(path)) << "differs from " << path;
+}
+
+tool::PolicyFile load_good(const std::string &text) {
+  tool::Diagnostics diagnostics;
+  const tool::Source source("test.yaml", text);
+  std::optional<tool::PolicyFile> file = tool::load(source, diagnostics);
+  EXPECT_TRUE(file.has_value()) << tool::render(diagnostics, source);
+  return file ? std::move(*file) : tool::PolicyFile();
+}
+
+}  // namespace test

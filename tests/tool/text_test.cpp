@@ -1,0 +1,47 @@
+// Quoting and suggestions.
+#include "tool/policy/text.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using tool::as_word;
+using tool::nearest;
+using tool::quoted;
+
+TEST(Quoting, EscapesWhatWouldEndTheQuotesOrTheLine) {
+  EXPECT_EQ(quoted("plain"), "\"plain\"");
+  EXPECT_EQ(quoted("say \"hi\" \\ bye"), "\"say \\\"hi\\\" \\\\ bye\"");
+  EXPECT_EQ(quoted("a\nb\tc\x7f"), "\"a\\nb\\x09c\\x7f\"");
+  EXPECT_EQ(quoted("gr\xc3\xbc\xc3\x9f"), "\"gr\xc3\xbc\xc3\x9f\"");
+}
+
+TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
+  EXPECT_EQ(as_word("gold"), "gold");
+  EXPECT_EQ(as_word("^a.*$"), "^a.*$");
+  EXPECT_EQ(as_word(""), "\"\"");
+  EXPECT_EQ(as_word("two words"), "\"two words\"");
+  EXPECT_EQ(as_word("\"gold\""), "\"\\\"gold\\\"\"");
+}
+
+TEST(Suggestions, FindOneSlipOfTheFingers) {
+  const std::vector<std::string_view> words = {"equals", "prefix", "regex", "range", "present"};
+  EXPECT_EQ(nearest("equal", words), "equals");
+  EXPECT_EQ(nearest("euqals", words), "equals");
+  EXPECT_EQ(nearest("prefixx", words), "prefix");
+  EXPECT_EQ(nearest("rgex", words), "regex");
+  EXPECT_EQ(nearest("rxnge", words), "range");
+}
+
+TEST(Suggestions, AreNotMadeForSomethingElse) {
+  EXPECT_EQ(nearest("colour", {"equals", "prefix"}), "");
+  EXPECT_EQ(nearest("", {"equals"}), "");
+  EXPECT_EQ(nearest("gold", {}), "");
+  EXPECT_EQ(nearest(std::string(1000, 'a'), {std::string_view("a")}), "");
+}
+
+TEST(Suggestions, PreferTheNearest) {
+  EXPECT_EQ(nearest("gold-2", {"gold-11", "gold-1", "silver"}), "gold-1");
+}
+
+}  // namespace
