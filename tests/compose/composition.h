@@ -79,6 +79,22 @@ inline void expect_every_sequence_of_inserts(const OrderedList &list, Handles fo
 }
 
 struct Composition : Repository {
+  Composition() {
+    for (const runtime::PoolInfo &pool : runtime::pools())
+      if (pool.name.empty()) records_before_[pool.tag] = pool.live;
+  }
+  // Ids of one test are not those of the next when both run in one process.
+  void TearDown() override {
+    Repository::TearDown();
+    zar_handle_table_destroy();
+  }
+
+  // Records of a pool that the test has taken and not given back.
+  size_t records_taken(uint32_t tag) const {
+    const auto before = records_before_.find(tag);
+    return records_out(tag) - (before == records_before_.end() ? 0 : before->second);
+  }
+
   // Every way in which a handle can fail to name a record of this kind.
   std::vector<BadHandle> bad_handles(Kind wanted) {
     const uint32_t released = zar_handle_alloc(&own_record_);
@@ -201,6 +217,7 @@ struct Composition : Repository {
     return plain_rule_;
   }
 
+  std::map<uint32_t, size_t> records_before_;
   uint64_t own_record_ = 0;
   uint32_t plain_rule_ = 0;
   std::map<Kind, uint32_t> one_of_each_;

@@ -68,8 +68,8 @@ TEST_F(AddClass, MakesAClassActionOfTheClassMap) {
 TEST_F(AddClass, ToAnEventWithoutAPolicyMapMakesNoReference) {
   rule(free_event, voice);
   EXPECT_EQ(pmap_refs_of(voice), Handles{});
-  EXPECT_EQ(records_out(kPmapRefTag), 0U);
-  EXPECT_EQ(records_out(kCmapRefTag), 0U);
+  EXPECT_EQ(records_taken(kPmapRefTag), 0U);
+  EXPECT_EQ(records_taken(kCmapRefTag), 0U);
 }
 
 TEST_F(AddClass, ToAnEventOfAPolicyMapMakesTheReferencesBeforeItReports) {

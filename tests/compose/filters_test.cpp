@@ -446,7 +446,7 @@ TEST_F(Filters, TakenOutLiveOn) {
   EXPECT_CALLS();
   EXPECT_EQ(filters_of(voice), Handles{});
   EXPECT_TRUE(live(port));
-  EXPECT_EQ(records_out(kFilterTag), 1U);
+  EXPECT_EQ(records_taken(kFilterTag), 1U);
   EXPECT_EQ(zar_add_filter_to_class(voice, port), 0U) << "it can go into a list again";
 }
 

@@ -49,8 +49,8 @@ TEST_F(References, OfTheFirstUseAreMadeOnBothSides) {
   EXPECT_EQ(reference_lines(), references_added(gold, voice));
   EXPECT_EQ(cmap_refs_of(gold), (Counts{{voice, 1}}));
   EXPECT_EQ(pmap_refs_of(voice), Handles{gold});
-  EXPECT_EQ(records_out(kPmapRefTag), 1U);
-  EXPECT_EQ(records_out(kCmapRefTag), 1U);
+  EXPECT_EQ(records_taken(kPmapRefTag), 1U);
+  EXPECT_EQ(records_taken(kCmapRefTag), 1U);
 }
 
 TEST_F(References, AreCountedOnThePolicyMapsSideAlone) {
@@ -62,8 +62,8 @@ TEST_F(References, AreCountedOnThePolicyMapsSideAlone) {
   EXPECT_EQ(reference_lines(), references_counted(gold, voice));
   EXPECT_EQ(cmap_refs_of(gold), (Counts{{voice, 3}}));
   EXPECT_EQ(pmap_refs_of(voice), Handles{gold});
-  EXPECT_EQ(records_out(kPmapRefTag), 1U);
-  EXPECT_EQ(records_out(kCmapRefTag), 1U);
+  EXPECT_EQ(records_taken(kPmapRefTag), 1U);
+  EXPECT_EQ(records_taken(kCmapRefTag), 1U);
 }
 
 TEST_F(References, StandInTheOrderOfTheFirstUse) {
@@ -134,8 +134,8 @@ TEST_F(References, CountTheClassActionsInEveryOrderOfComingAndGoing) {
       }
     } while (std::next_permutation(going.begin(), going.end()));
   } while (std::next_permutation(coming.begin(), coming.end()));
-  EXPECT_EQ(records_out(kPmapRefTag), 0U);
-  EXPECT_EQ(records_out(kCmapRefTag), 0U);
+  EXPECT_EQ(records_taken(kPmapRefTag), 0U);
+  EXPECT_EQ(records_taken(kCmapRefTag), 0U);
 }
 
 // ---- When memory runs out
@@ -247,7 +247,7 @@ TEST_F(References, ThatAClassMapDoesNotHoldAreTracedWhenTheLastGoes) {
   EXPECT_EQ(reference_lines(), not_referred) << "of a list without it";
   EXPECT_EQ(cmap_refs_of(gold), Counts{});
   EXPECT_EQ(pmap_refs_of(voice), Handles{silver});
-  EXPECT_EQ(records_out(kPmapRefTag), 1U);
+  EXPECT_EQ(records_taken(kPmapRefTag), 1U);
 }
 
 TEST(ReferencesUnderFaults, AreGivenBackWhateverWasMissing) {
