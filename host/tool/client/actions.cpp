@@ -155,6 +155,10 @@ void give_back(zar_action_context *block) {
   block->action_free_fn(nullptr, block);
 }
 
+const Action &action_of(const zar_action &record) {
+  return data_of(record.action_data).action;
+}
+
 const void *parameter_map_question(const std::string &name) {
   return name.c_str();
 }

@@ -20,6 +20,9 @@ void give_back(const zar_action_context &context);
 zar_action_context *make_block(const zar_action_context &context);
 void give_back(zar_action_context *block);
 
+// The action behind a record of the repository; it lives as long as the record.
+const Action &action_of(const zar_action &record);
+
 // What the repository is asked with, and asks actions, when it wants to know whether a parameter-map is in use.
 const void *parameter_map_question(const std::string &name);
 

@@ -9,6 +9,23 @@
 
 namespace tool::client {
 
+bool matches(const Filter &filter, const engine::Attribute *value) {
+  if (!value) return false;
+  switch (filter.kind) {
+    case FilterKind::equals:
+      return value->text == filter.text;
+    case FilterKind::prefix:
+      return value->text.starts_with(filter.text);
+    case FilterKind::regex:
+      return RE2::PartialMatch(value->text, *filter.pattern);
+    case FilterKind::range:
+      return value->numeric && value->number >= filter.low && value->number <= filter.high;
+    case FilterKind::present:
+      return true;
+  }
+  return false;
+}
+
 namespace {
 
 size_t live_data = 0;
@@ -28,23 +45,6 @@ struct FilterData : Comparand {
 
 FilterData &data_of(void *filter_data) {
   return *static_cast<FilterData *>(filter_data);
-}
-
-bool matches(const Filter &filter, const engine::Attribute *value) {
-  if (!value) return false;
-  switch (filter.kind) {
-    case FilterKind::equals:
-      return value->text == filter.text;
-    case FilterKind::prefix:
-      return value->text.starts_with(filter.text);
-    case FilterKind::regex:
-      return RE2::PartialMatch(value->text, *filter.pattern);
-    case FilterKind::range:
-      return value->numeric && value->number >= filter.low && value->number <= filter.high;
-    case FilterKind::present:
-      return true;
-  }
-  return false;
 }
 
 // A pattern is as good as its text.
@@ -82,6 +82,14 @@ zar_filter_context context_with(void *filter_data) {
 }
 
 }  // namespace
+
+const Filter &filter_of(const zar_filter &record) {
+  return data_of(record.filter_data).filter;
+}
+
+bool holds(const Filter &filter, const engine::Attribute *value) {
+  return matches(filter, value) != filter.no_match;
+}
 
 zar_filter_context make_filter_context(const Filter &filter) {
   return context_with(new FilterData(filter));

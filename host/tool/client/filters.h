@@ -16,6 +16,14 @@ namespace tool::client {
 zar_filter_context make_filter_context(const Filter &filter);
 void give_back(const zar_filter_context &context);
 
+// The filter behind a record of the repository; it lives as long as the record.
+const Filter &filter_of(const zar_filter &record);
+
+// Whether a value passes the filter's test. NULL is the value of an attribute that is absent, and passes no test.
+bool matches(const Filter &filter, const engine::Attribute *value);
+// The same with no-match taken into account.
+bool holds(const Filter &filter, const engine::Attribute *value);
+
 // What the compare function is handed beside a filter's data: the data of another filter, or a value that a target offers
 // to the statements of a parameter-map.
 struct Comparand {
