@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "runtime/control.h"
+#include "tool/arguments.h"
 #include "tool/command.h"
 #include "tool/exit_codes.h"
 #include "tool/listing.h"
@@ -22,36 +23,6 @@ constexpr uint32_t kInfos = 1U << 6;
 uint32_t wanted_levels(const std::string &word) {
   if (word == "error") return kErrors;
   return word == "info" ? kErrors | kInfos : 0;
-}
-
-void complain_about_name(std::string_view what, std::string_view name, const std::vector<std::string_view> &known) {
-  const std::string_view near = nearest(name, known);
-  complain(text_of("there is no ", what, " '", name, "'", near.empty() ? "" : text_of("; did you mean '", near, "'?")));
-}
-
-// "NAME@TARGET" as a step of a scenario; nothing, after a message, when it is none of the file's.
-std::optional<Step> parse_event(const std::string &text, const PolicyFile &file) {
-  const size_t at = text.find('@');
-  if (at == std::string::npos) {
-    complain(text_of("'", text, "' is no event: expected NAME@TARGET"));
-    return std::nullopt;
-  }
-  Step step;
-  step.event.value = text.substr(0, at);
-  step.target.value = text.substr(at + 1);
-
-  if (file.event_id(step.event.value) == 0) {
-    complain_about_name("event", step.event.value, {file.events.begin(), file.events.end()});
-    return std::nullopt;
-  }
-  if (!file.find_target(step.target.value)) {
-    std::vector<std::string_view> known;
-    for (const Target &target : file.targets)
-      known.push_back(target.name.value);
-    complain_about_name("target", step.target.value, known);
-    return std::nullopt;
-  }
-  return step;
 }
 
 void show_step(size_t number, const Step &step) {

@@ -1,0 +1,102 @@
+// zar explain: raises one event on one target and shows the path to its outcome.
+#include <iostream>
+
+#include "tool/account/account_json.h"
+#include "tool/account/account_text.h"
+#include "tool/account/recorder.h"
+#include "tool/arguments.h"
+#include "tool/command.h"
+#include "tool/exit_codes.h"
+#include "tool/load_file.h"
+#include "tool/report.h"
+#include "tool/simulation.h"
+
+namespace tool {
+
+namespace {
+
+class ExplainCommand final : public Command {
+ public:
+  void declare(CLI::App &program) override {
+    app_ = program.add_subcommand("explain", "Explain what one event does on one target");
+    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
+    app_->add_option("--event", event_, "The event to raise")->type_name("NAME@TARGET")->required();
+    app_->add_option("--set", set_, "An attribute to set before the event; may be given several times")
+        ->type_name("ATTR=VALUE")
+        ->allow_extra_args(false);
+    app_->add_option("--clear", clear_, "An attribute to clear before the event; may be given several times")
+        ->type_name("ATTR")
+        ->allow_extra_args(false);
+    app_->add_option("--level", level_, "How much to show: decision, rules or filters")
+        ->type_name("LEVEL")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"decision", "rules", "filters"}));
+    app_->add_flag("--json", json_, "Write one JSON object");
+    app_->footer(
+        "Shows which policy-maps, rules, classes and filters were tried, what held, what\n"
+        "decided, which actions ran and what they changed; and where nothing matched, the\n"
+        "rule that came nearest and the first filter that stood against it. The target has\n"
+        "its attributes of the file, changed by --clear and then by --set; the scenario of\n"
+        "the file is not run. Each line begins with the place in the file it comes from.\n\n"
+        "Examples:\n"
+        "  zar explain examples/broadband.yaml --event session-start@line-0103\n"
+        "  zar explain policy.yaml --event login@port-1 --set user=guest --clear blocked\n"
+        "  zar explain policy.yaml --event login@port-1 --level filters");
+  }
+
+  int run() override {
+    const std::optional<PolicyFile> file = load_file(path_);
+    if (!file) return kBadFile;
+    const std::optional<Step> step = given_step(*file);
+    if (!step) return kUsage;
+
+    Repository repository(*file);
+    if (repository.build()) explain(*file, repository, *step);
+    return finish(repository);
+  }
+
+ private:
+  std::optional<Step> given_step(const PolicyFile &file) const {
+    std::optional<Step> step = parse_event(event_, file);
+    bool good = step.has_value();
+    Step unused;
+    Step &given = step ? *step : unused;
+    for (const std::string &text : clear_)
+      good &= parse_clear(text, file, given);
+    for (const std::string &text : set_)
+      good &= parse_set(text, file, given);
+    return good ? step : std::nullopt;
+  }
+
+  Level level() const {
+    if (level_ == "decision") return Level::decision;
+    return level_ == "filters" ? Level::filters : Level::rules;
+  }
+
+  void explain(const PolicyFile &file, const Repository &repository, const Step &step) const {
+    const Recorder recorder(file);
+    run_step(file, repository, step);
+    if (json_) {
+      Json object = begin_json("explain");
+      object.update(account_json(recorder.account(), file, step, level()));
+      print_json(std::cout, object);
+    } else {
+      std::cout << account_text(recorder.account(), file, step, level());
+    }
+  }
+
+  std::string path_;
+  std::string event_;
+  std::vector<std::string> set_;
+  std::vector<std::string> clear_;
+  std::string level_ = "rules";
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_explain_command() {
+  return std::make_unique<ExplainCommand>();
+}
+
+}  // namespace tool

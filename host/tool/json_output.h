@@ -1,0 +1,33 @@
+// The one way in which sub-commands write JSON.
+//
+// Each writes one object that begins with 'schema_version' and 'command', keys in the order in which they were added. The
+// shape of each is described by a JSON Schema under share/schema; 'schema_version' grows with every change that a reader
+// could stumble over.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "tool/policy/place.h"
+
+namespace tool {
+
+using Json = nlohmann::ordered_json;
+
+// The object with what every one begins with.
+Json begin_json(std::string_view command);
+
+// Indented, with a line end. What is no UTF-8 in it, which can only come from the command line, is replaced.
+void print_json(std::ostream &out, const Json &object);
+
+// Adds "line" and "column" of a place.
+void add_place(Json &object, Place place);
+
+// A text, or null.
+Json text_or_null(const std::optional<std::string> &text);
+
+}  // namespace tool

@@ -1,0 +1,58 @@
+"""Holds what sub-commands write with --json against the JSON Schemas that are shipped.
+
+Usage: json_schema_test.py ZAR SOURCE_DIR SUB-COMMAND
+"""
+import json
+import pathlib
+import subprocess
+import sys
+
+import jsonschema
+
+PATHS = "tests/tool/policies/paths.yaml"
+EXAMPLES = ["broadband", "guest-network", "interface-qos"]
+
+# The command lines to try for each sub-command, with the exit code of each.
+CASES = {
+    "explain": [
+        (0, ["examples/broadband.yaml", "--event", "session-start@line-0101", "--level", level])
+        for level in ("decision", "rules", "filters")
+    ]
+    + [
+        (0, [PATHS, "--event", event, "--level", level])
+        for event in ("start@t", "apply@t", "apply-empty@t", "loop@t", "hopeless@t", "empty@t", "other@t", "other@u")
+        for level in ("decision", "rules", "filters")
+    ]
+    + [(0, [PATHS, "--event", "apply@t", "--set", "age=\udcff"])],
+}
+
+
+def forbids_anything_else(schema):
+    """Objects with named properties say that there are no others: a misspelt key would pass otherwise."""
+    if isinstance(schema, dict):
+        if "properties" in schema and schema.get("additionalProperties") is not False:
+            return False
+        return all(forbids_anything_else(part) for part in schema.values())
+    if isinstance(schema, list):
+        return all(forbids_anything_else(part) for part in schema)
+    return True
+
+
+def main():
+    zar, source, command = sys.argv[1:]
+    schema = json.loads((pathlib.Path(source) / "share" / "schema" / f"{command}.json").read_text())
+    jsonschema.Draft7Validator.check_schema(schema)
+    assert forbids_anything_else(schema), "an object of the schema takes unknown keys"
+    for code, arguments in CASES[command]:
+        line = [zar, command, *arguments, "--json"]
+        done = subprocess.run(line, cwd=source, capture_output=True)
+        shown = " ".join(repr(word) for word in line)
+        assert done.returncode == code, f"{shown}: exit code {done.returncode}\n{done.stderr.decode()}"
+        # One object and nothing else.
+        found = json.loads(done.stdout.decode("utf-8"))
+        jsonschema.validate(found, schema)
+        assert list(found)[:2] == ["schema_version", "command"], shown
+    print(f"{len(CASES[command])} outputs of zar {command} are as the schema says")
+
+
+main()
