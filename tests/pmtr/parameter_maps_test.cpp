@@ -710,6 +710,16 @@ TEST_F(Deleting, KeepsTheMapThatTheTreeDoesNotGiveBack) {
   EXPECT_CALLS();
 }
 
+TEST_F(Deleting, FreesNothingOfAMapWhoseHandleIsLost) {
+  const uint32_t abc = stored_pmtr_map("abc");
+  at<zar_pmtr_map>(abc)->handle = 0xfffffff0;
+  const runtime::Inventory before = runtime::inventory();
+  EXPECT_EQ(zar_delete_stored_pmtr_map(abc, db), 0U);
+  EXPECT_EQ(take_trace().front(), info("(info): Cannot find context for parameter-map handle %u", 0xfffffff0U));
+  EXPECT_EQ(pmtr_maps_in(db), Handles{});
+  EXPECT_EQ(to_string(runtime::inventory()), to_string(before));
+}
+
 TEST_F(Deleting, GoesOnWhereAClassMapCannotBeDeleted) {
   const uint32_t abc = pmtr_map("abc");
   const uint32_t hidden = statement(abc, 7)->internal_cmap;
