@@ -286,6 +286,35 @@ TEST_F(HandleKinds, TheKindEndsWithTheHandle) {
                 error("(ERR): %s: input event class action handle context cannot be NULL", "event_get_match_criteria"));
 }
 
+TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
+  // Nearly as many handles as can be live, so that those of all kinds stand close together wherever they are kept.
+  constexpr uint32_t kEach = 30000;
+  runtime::want_trace_levels(0);
+  const zar_event_context id = event_context(1);
+  const zar_filter_context port = filter_context("port");
+  Handles events(kEach), filters(kEach);
+  for (uint32_t i = 0; i < kEach; ++i) {
+    ASSERT_EQ(zar_create_event(&id, "event", &events[i]), 0U);
+    ASSERT_EQ(zar_create_filter(&port, &filters[i], 0), 0U);
+  }
+  const auto expect_kinds = [&](uint32_t first, uint32_t step) {
+    for (uint32_t i = first; i < kEach; i += step) {
+      ASSERT_EQ(zar_event_get_match_criteria(events[i]), 1U) << "event " << i;
+      ASSERT_EQ(zar_event_get_match_criteria(filters[i]), 0U) << "filter " << i;
+    }
+  };
+  expect_kinds(0, 1);
+  // Every other pair goes, then every other of the rest.
+  for (const uint32_t step : {2U, 4U, 8U}) {
+    for (uint32_t i = step / 2; i < kEach; i += step) {
+      zar_handle_release(events[i]);
+      zar_handle_release(filters[i]);
+      ASSERT_EQ(zar_event_get_match_criteria(events[i]), 0U) << "event " << i << " is gone";
+    }
+    expect_kinds(0, step);
+  }
+}
+
 TEST_F(HandleKinds, EveryHandleIsIssuedUnderTheOneTag) {
   watch_requests();
   one_of_each();
