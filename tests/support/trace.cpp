@@ -5,6 +5,7 @@
 
 #include "host/runtime/control.h"
 #include "platform/engine.h"
+#include "support/traced_formats.h"
 
 namespace rig {
 namespace {
@@ -24,6 +25,7 @@ bool is_comparison(const runtime::TraceLine &line) {
 void capture(const runtime::TraceLine &line) {
   if (line.module == kNoModule) return;
   EXPECT_EQ(line.module, kel_trace_id) << line.text;
+  note_format(line.format);
   if (is_comparison(line) && !comparisons_heard) return;
   captured.push_back({line.level, line.text});
   history.push_back(captured.back());
