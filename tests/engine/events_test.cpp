@@ -1,9 +1,6 @@
 // Which policies, events, rules and actions an event reaches, in which order, and what comes of it.
+#include "allocations.h"
 #include "engine_fixture.h"
-
-#include <cstdlib>
-#include <new>
-
 #include "platform/engine.h"
 #include "runtime/control.h"
 
@@ -15,25 +12,6 @@ using test::ScriptedAction;
 
 constexpr uint32_t kStart = 1;
 constexpr uint32_t kStop = 2;
-
-size_t allocations = 0;
-
-}  // namespace
-
-// Counts what the engine and everything else in the process takes from the heap.
-void *operator new(size_t size) {
-  ++allocations;
-  if (void *memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void *memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void *memory, size_t) noexcept {
-  std::free(memory);
-}
-
-namespace {
 
 using Events = test::EngineTest;
 
@@ -313,11 +291,11 @@ TEST_F(Events, AllocateNothing) {
   engine::raise_event(at, kStart);
 
   ran.reserve(4096);
-  const size_t allocations_before = allocations;
+  const size_t allocations_before = test::allocations();
   const uint64_t requests_before = runtime::fallible_requests();
   for (int raised = 0; raised < 10; ++raised)
     engine::raise_event(at, kStart);
-  EXPECT_EQ(allocations, allocations_before);
+  EXPECT_EQ(test::allocations(), allocations_before);
   EXPECT_EQ(runtime::fallible_requests(), requests_before);
   EXPECT_EQ(engine::attributes_of(at)->find(count)->number, 11 * 16);
 }
