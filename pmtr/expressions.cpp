@@ -18,9 +18,9 @@ enum class Comparison { differs, matches, out_of_positions };
 // Whether 'expression' begins with all of 'keyword' and goes on behind it.
 Comparison compare(const char *expression, const char *keyword) {
   uint32_t position = 0;
-  for (; keyword[position]; ++position) {
-    if (position == kPositions) return Comparison::out_of_positions;
+  while (keyword[position]) {
     if (expression[position] != keyword[position]) return Comparison::differs;
+    if (++position == kPositions) return Comparison::out_of_positions;
   }
   return expression[position] ? Comparison::matches : Comparison::differs;
 }
