@@ -315,6 +315,37 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
   }
 }
 
+TEST_F(HandleKinds, AreForgottenByASecondStart) {
+  const uint32_t port = filter("port");
+  start_again();
+  zar_event_tuple own_event{};
+  own_event.match_criteria = 2;
+  ASSERT_EQ(zar_handle_alloc(&own_event), port) << "the new table begins with the same number";
+  EXPECT_EQ(zar_event_get_match_criteria(port), 2U);
+}
+
+TEST_F(HandleKinds, AreRatherRefusedThanForgotten) {
+  // Who releases handles that are gone lowers the count of live ones, so that the cap never comes.
+  const uint32_t gone = zar_handle_alloc(&own_record);
+  zar_handle_release(gone);
+  runtime::want_trace_levels(1U << 3);
+  const zar_filter_context port = filter_context("port");
+  Handles filters;
+  uint32_t handle = 0;
+  while (filters.size() < 200000 && zar_create_filter(&port, &handle, 0) == 0) {
+    filters.push_back(handle);
+    zar_handle_release(gone);
+  }
+  EXPECT_EQ(filters.size(), 98304U);
+  EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"),
+                error("(ERR): create_filter: Could not create id for filter"));
+  runtime::want_trace_levels(0);
+  for (const uint32_t filter : filters)
+    ASSERT_EQ(zar_event_get_match_criteria(filter), 0U);
+  zar_handle_release(filters.back());
+  EXPECT_EQ(zar_create_filter(&port, &handle, 0), 0U);
+}
+
 TEST_F(HandleKinds, EveryHandleIsIssuedUnderTheOneTag) {
   watch_requests();
   one_of_each();
