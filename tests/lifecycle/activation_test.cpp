@@ -463,6 +463,16 @@ TEST_F(DeactivatingAny, SurvivesAHandlerThatDeactivatesTheOthers) {
   EXPECT_TRUE(engine().instances().empty());
 }
 
+TEST_F(DeactivatingAny, FailsWhenTheTargetLosesItsInformationMeanwhile) {
+  activate(gold, interface);
+  const uint32_t permit = handler_of(silver, "permit");
+  data_of_action(permit).on_call = [&] { target_in(TargetState::without_info); };
+  EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 37U);
+  EXPECT_EQ(take_trace(), lines(unlinked("silver"), no_target_info("disassociate_target_and_policy")));
+  EXPECT_EQ(active_on(interface), Handles{gold});
+  EXPECT_EQ(targets_of(gold), Handles{interface});
+}
+
 TEST_F(DeactivatingAny, KeepsWhatAHandlerActivatesAtTheEnd) {
   const uint32_t permit = handler_of(silver, "permit");
   data_of_action(permit).on_call = [&] {

@@ -572,6 +572,21 @@ TEST_P(DeletingStoredPolicies, LeavesNoPairBehindWhenTheCallbackActivatesOnce) {
   EXPECT_TRUE(engine().instances().empty());
 }
 
+TEST_P(DeletingStoredPolicies, EndsThoughTheCallbackActivatesEveryTime) {
+  const uint32_t gold = stored_pmap("gold");
+  const Handles targets{target(gold, 1), target(gold, 2), target(gold, 3)};
+  hear_removals(one);
+  on_policy_removed = [&](uint32_t target_handle, uint32_t pmap_handle) {
+    const Quiet quiet;
+    EXPECT_EQ(zar_activate_policy(one, pmap_handle, target_handle), 0U);
+  };
+  EXPECT_EQ(delete_stored(one, gold, "gold"), 0U);
+  EXPECT_FALSE(live(gold));
+  for (const uint32_t each : targets)
+    EXPECT_EQ(active_on(each), Handles{});
+  EXPECT_TRUE(engine().instances().empty());
+}
+
 TEST_P(DeletingStoredPolicies, SurvivesAHandlerThatDeactivatesTheOtherTargets) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
