@@ -1,0 +1,97 @@
+# What `cmake --install` puts where. The three components are also the three Debian packages:
+#   library      what a daemon needs at run time
+#   development  what its developers need: headers, pkg-config and CMake files, documentation
+#   tools        the command, what stands in for a daemon, examples
+include(CMakePackageConfigHelpers)
+
+set(zar_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zar)
+set(zar_host_dir ${CMAKE_INSTALL_LIBDIR}/zar)
+set(zar_example_dir ${CMAKE_INSTALL_DOCDIR}/examples)
+set(zar_generated ${PROJECT_BINARY_DIR}/generated)
+
+# ---- The library ----
+
+install(TARGETS zar EXPORT zarTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
+
+# ---- Development ----
+
+# The folder of the sources holds a link to platform/, so that both trees know its headers as zar/platform/.
+install(DIRECTORY include/zar DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.h" PATTERN platform EXCLUDE)
+install(FILES platform/engine.h platform/runtime.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zar/platform COMPONENT development)
+
+install(TARGETS zarplatformcheck EXPORT zarTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(EXPORT zarTargets NAMESPACE zar:: DESTINATION ${zar_cmake_dir} COMPONENT development)
+
+configure_package_config_file(cmake/zarConfig.cmake.in ${zar_generated}/zarConfig.cmake
+  INSTALL_DESTINATION ${zar_cmake_dir})
+write_basic_package_version_file(${zar_generated}/zarConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${zar_generated}/zarConfig.cmake ${zar_generated}/zarConfigVersion.cmake
+  DESTINATION ${zar_cmake_dir} COMPONENT development)
+
+# Told from the place of the file, so that an installed tree can be moved.
+file(RELATIVE_PATH ZAR_PC_TO_PREFIX
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" ZAR_PC_TO_PREFIX "${ZAR_PC_TO_PREFIX}")
+configure_file(cmake/zar.pc.in ${zar_generated}/zar.pc @ONLY)
+install(FILES ${zar_generated}/zar.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development FILES_MATCHING PATTERN "*.md"
+  PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
+install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+# Made by the target api-docs.
+install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/html DESTINATION ${CMAKE_INSTALL_DOCDIR}/api
+  COMPONENT development OPTIONAL)
+
+# ---- Tools ----
+
+# The libraries of the hosts are for these programs and for tests; they promise no interface.
+set_target_properties(zar-tool zar-platform-check PROPERTIES
+  INSTALL_RPATH "$ORIGIN/../${zar_host_dir};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(zarplatform zarengine PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
+install(TARGETS zar-tool zar-platform-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+install(TARGETS zarplatform zarengine LIBRARY DESTINATION ${zar_host_dir} COMPONENT tools)
+
+install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools
+  PATTERN CMakeLists.txt EXCLUDE PATTERN .clang-format EXCLUDE)
+
+# Schemas and whatever else the command reads or shows.
+if(EXISTS ${PROJECT_SOURCE_DIR}/share)
+  install(DIRECTORY share/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zar COMPONENT tools)
+endif()
+
+function(zar_install_completion file directory name)
+  if(EXISTS ${PROJECT_SOURCE_DIR}/completions/${file})
+    install(FILES completions/${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/${directory} RENAME ${name} COMPONENT tools)
+  endif()
+endfunction()
+zar_install_completion(zar.bash bash-completion/completions zar)
+zar_install_completion(_zar zsh/site-functions _zar)
+
+# ---- Manual pages: docs/man/NAME.SECTION.scd; section 3 is for developers ----
+
+find_program(ZAR_SCDOC scdoc)
+file(GLOB zar_page_sources CONFIGURE_DEPENDS docs/man/*.scd)
+if(NOT ZAR_SCDOC)
+  message(WARNING "scdoc is missing: no manual pages are made")
+  set(zar_page_sources)
+endif()
+set(zar_pages)
+foreach(source ${zar_page_sources})
+  cmake_path(GET source STEM LAST_ONLY page)
+  string(REGEX MATCH "[0-9]$" section ${page})
+  set(made ${PROJECT_BINARY_DIR}/man/${page})
+  add_custom_command(OUTPUT ${made} DEPENDS ${source} VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
+    COMMAND sh -c "\"$1\" < \"$2\" > \"$3\"" sh ${ZAR_SCDOC} ${source} ${made})
+  list(APPEND zar_pages ${made})
+  set(component tools)
+  if(section STREQUAL 3)
+    set(component development)
+  endif()
+  install(FILES ${made} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
+endforeach()
+add_custom_target(man ALL DEPENDS ${zar_pages})

@@ -1,0 +1,45 @@
+# The Debian packages, one for each component of the installation. `cpack` in a build folder makes them; configure with
+# -DCMAKE_INSTALL_PREFIX=/usr to have the library in the multiarch folder.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zar)
+set(CPACK_PACKAGE_VENDOR "The zar developers")
+set(CPACK_PACKAGE_CONTACT "The zar developers <developers@zar.invalid>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL library development tools)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# Whoever links the library learns which package brings it.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+
+# The command finds the libraries of the hosts in its own package.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libzar${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "policy rule repository, the library
+ Keeps the policy objects of a router's subscribers and interfaces in memory.
+ It imports its platform runtime and engine from the daemon that loads it.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzar-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzar${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS zar-tools)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "policy rule repository, for developers
+ Headers, pkg-config and CMake files, the documentation, and the program that
+ checks a platform runtime, to be linked with it.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zar-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libzar${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "policy rule repository, the command
+ The policy simulator zar, the runtime and the engine that stand in for a
+ daemon's, and examples.")
+
+include(CPack)
