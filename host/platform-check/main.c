@@ -1,3 +1,4 @@
+#include <ctype.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -9,7 +10,7 @@
 #include "check.h"
 
 /* A promise that takes longer is broken: none needs more than a moment. */
-enum { kSeconds = 30, kKept = 0, kBroken = 1, kDetailRoom = 256 };
+enum { kSeconds = 10, kKept = 0, kBroken = 1, kDetailRoom = 256 };
 
 static const Group *const groups[] = {&id_tables, &pools, &trees, &queues, &texts, &allocation, &copying, &trace};
 enum { kGroups = sizeof groups / sizeof groups[0] };
@@ -37,12 +38,15 @@ static void describe_end(int status, char *detail) {
   }
 }
 
+/* What a broken service left in a text may be anything; it is shown with a question mark for what cannot be printed. */
 static void read_all(int from, char *to, size_t room) {
   ssize_t length = 0;
   size_t used = 0;
   while (used + 1 < room && (length = read(from, to + used, room - 1 - used)) > 0)
     used += (size_t)length;
   to[used] = '\0';
+  for (char *at = to; *at; at++)
+    *at = isprint((unsigned char)*at) ? *at : '?';
 }
 
 /* Whether the promise is kept; 'detail' receives how it was broken. */
