@@ -1,0 +1,34 @@
+#!/bin/sh
+# The check of the binary interface refuses a library in which something went or changed, and lets additions pass.
+#   abi_gate.sh CHECK_ABI LIBRARY DESCRIPTION
+set -eu
+check=$1 library=$2 description=$3
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+# The library is held against a description of another release, made by an edit that must have taken place.
+described_as() {
+  sed "$1" "$description" > "$scratch/other.abi"
+  if cmp -s "$description" "$scratch/other.abi"; then
+    echo "the edit '$1' does not apply" >&2
+    exit 1
+  fi
+}
+refuses() {
+  described_as "$1"
+  if "$check" "$library" "$scratch/other.abi" > "$scratch/report"; then
+    echo "passed although $2" >&2
+    exit 1
+  fi
+}
+
+refuses "s/name='zar_handle_alloc'/name='zar_handle_obtain'/" "an operation of the other release is gone"
+refuses "s/name='zar_clients_info'/name='zar_clients_table'/" "data of the other release is gone"
+
+# Types are known only where there is debug information.
+if readelf -S "$library" | grep -q '\.debug_info'; then
+  refuses "s/\(class-decl name='zar_pmap' size-in-bits='\)[0-9]*/\18/" "a record has another size"
+fi
+
+described_as "/elf-symbol name='zar_handle_alloc'/d; /function-decl name='zar_handle_alloc'/,/<\/function-decl>/d"
+"$check" "$library" "$scratch/other.abi"

@@ -1,0 +1,26 @@
+#!/bin/sh
+# A host in C++20 is built with find_package from an installation and runs there, linked with the library and loading it.
+# Its platform runtime passes the check that was installed beside the library.
+#   consumer_cpp.sh PREFIX LIBDIR CMAKE C_COMPILER CXX_COMPILER C_FLAGS CXX_FLAGS
+set -eu
+prefix=$1 libdir=$2 cmake=$3
+here=$(cd "$(dirname "$0")/consumer_cpp" && pwd)
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+runs() {
+  output=$("$@") || fail "$1 failed: $output"
+  test "$output" = "all as it should be" || fail "$1 says '$output'"
+}
+
+"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$4" -DCMAKE_CXX_COMPILER="$5" \
+  -DCMAKE_C_FLAGS="$6" -DCMAKE_CXX_FLAGS="$7" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
+"$cmake" --build "$scratch" >> "$scratch/log" || { cat "$scratch/log"; exit 1; }
+
+runs "$scratch/linked"
+runs "$scratch/loading" "$prefix/$libdir/libzar.so.1"
+"$scratch/platform-check" > "$scratch/report" 2>/dev/null || fail "$(cat "$scratch/report")"

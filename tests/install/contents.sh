@@ -1,0 +1,44 @@
+#!/bin/sh
+# An installation holds what its components promise.
+#   contents.sh PREFIX LIBDIR VERSION ROOT
+set -eu
+prefix=$1 libdir=$2 version=$3 root=$4
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+holds() {
+  for file; do test -e "$prefix/$file" || fail "$file is not installed"; done
+}
+
+holds "$libdir/libzar.so" "$libdir/libzar.so.1" "$libdir/libzar.so.$version" "$libdir/libzarplatformcheck.a" \
+  "$libdir/pkgconfig/zar.pc" "$libdir/cmake/zar/zarConfig.cmake" "$libdir/cmake/zar/zarConfigVersion.cmake" \
+  "$libdir/cmake/zar/zarTargets.cmake" "$libdir/zar/libzarplatform.so" "$libdir/zar/libzarengine.so" \
+  bin/zar bin/zar-platform-check share/man/man3/zar.3 \
+  share/doc/zar/embedding.md share/doc/zar/abi.md share/doc/zar/platform.md share/doc/zar/CHANGELOG.md
+
+# Every header and every example of the sources is there, and nothing else stands among the headers.
+for file in "$root"/include/zar/*.h; do holds "include/zar/$(basename "$file")"; done
+for file in "$root"/platform/*.h; do holds "include/zar/platform/$(basename "$file")"; done
+for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c; do
+  holds "share/doc/zar/examples/${file#"$root/examples/"}"
+done
+wanted=$(cd "$root" && ls include/zar/*.h platform/*.h | wc -l)
+found=$(find "$prefix/include" -type f | wc -l)
+test "$wanted" -eq "$found" || fail "$found files among the headers instead of $wanted"
+
+# Nothing leads back to where it was built.
+for file in "$prefix/$libdir/pkgconfig/zar.pc" "$prefix/$libdir"/cmake/zar/*; do
+  if grep -qF "$root" "$file"; then fail "$file names the sources"; fi
+done
+
+# The programs find their libraries without help, also when the whole tree has moved.
+moved=$(mktemp -d)
+trap 'rm -rf "$moved"' EXIT
+cp -a "$prefix" "$moved/elsewhere"
+env -u LD_LIBRARY_PATH "$moved/elsewhere/bin/zar" --version > "$moved/version"
+grep -qx "zar $version" "$moved/version" || fail "the installed command says '$(cat "$moved/version")'"
+env -u LD_LIBRARY_PATH "$moved/elsewhere/bin/zar-platform-check" copying > /dev/null
+test "$(PKG_CONFIG_PATH=$moved/elsewhere/$libdir/pkgconfig pkg-config --modversion zar)" = "$version" ||
+  fail "zar.pc tells another version"

@@ -1,0 +1,19 @@
+#!/bin/sh
+# The guide to the example shows the output that the example has, and the example is as short as the guide says.
+#   embed_guide.sh ROOT
+set -eu
+cd "$1"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+sed -n '/^## What it prints/,/^## What to mind/s/^    //p' docs/embedding.md | diff - examples/embed/expected.txt
+
+lines=$(cat examples/embed/*.c | wc -l)
+test "$lines" -lt 300 || { echo "the example has $lines lines" >&2; exit 1; }
+
+# What the guide quotes of the sources stands there.
+sed -n '/^## The engine/,/^## From start-up/s/^    //p' docs/embedding.md > "$scratch/quoted"
+test -s "$scratch/quoted"
+while read -r line; do
+  grep -qF -- "$line" examples/embed/*.c || { echo "not in the example: $line" >&2; exit 1; }
+done < "$scratch/quoted"

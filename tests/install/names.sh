@@ -1,0 +1,30 @@
+#!/bin/sh
+# The guides and manual pages name only operations and imports that there are, and the guide for porters names all imports.
+#   names.sh ROOT
+set -eu
+export LC_ALL=C
+cd "$1"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+fail() {
+  cat "$scratch/found"
+  echo "$*" >&2
+  exit 1
+}
+names_in() {
+  cat "$@" | grep -oE '\b(zar|kel|id|chunk|i_avl|queue|sdb|bcalloc|bstrdup|bfree|btrace)_[a-z_0-9]*[a-z0-9]\b' | sort -u
+}
+
+names_in include/zar/*.h platform/*.h examples/*/*.[ch] cmake/*.in > "$scratch/known"
+for file in docs/embedding.md docs/platform.md docs/abi.md docs/man/zar.3.scd docs/api/pages/*.dox; do
+  names_in "$file" | grep -vx -e zar_new_operation | comm -13 "$scratch/known" - > "$scratch/found"
+  test ! -s "$scratch/found" || fail "$file names what there is not"
+done
+
+grep -v '^#' tests/build/imports.txt | sort > "$scratch/imports"
+test -s "$scratch/imports" || fail "the list of imports is empty"
+while read -r import; do
+  grep -qw "$import" docs/platform.md || echo "$import"
+done < "$scratch/imports" | grep -v 'get_string_short$' > "$scratch/found" || true
+test ! -s "$scratch/found" || fail "docs/platform.md does not tell about these imports"

@@ -1,0 +1,68 @@
+#!/bin/sh
+# The three Debian packages hold what they should, depend on what they should, and share no file.
+#   packages.sh CPACK CONFIG VERSION LIBDIR
+set -eu
+export LC_ALL=C
+cpack=$1 config=$2 version=$3 libdir=$4
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+architecture=$(dpkg --print-architecture)
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+"$cpack" --config "$config" -G DEB -B "$scratch" > "$scratch/log" 2>&1 || { cat "$scratch/log"; exit 1; }
+test "$(find "$scratch" -maxdepth 1 -name '*.deb' | wc -l)" -eq 3 || fail "not three packages: $(ls "$scratch")"
+
+file_of() {
+  echo "$scratch/$1_${version}_$architecture.deb"
+}
+list() {
+  dpkg-deb --fsys-tarfile "$(file_of "$1")" | tar -t | sed 's|^\./||' | grep -v '/$' | sort
+}
+field() {
+  dpkg-deb -f "$(file_of "$1")" "$2"
+}
+# The package holds each of these, given as patterns of whole paths.
+holds() {
+  package=$1
+  shift
+  for pattern; do
+    grep -qx "$pattern" "$scratch/$package" || { cat "$scratch/$package"; fail "$package holds no $pattern"; }
+  done
+}
+depends() {
+  field "$1" Depends | tr ',' '\n' | sed 's/^ *//' | grep -q "^$2" || fail "$1 depends on '$(field "$1" Depends)', not $2"
+}
+
+for package in libzar1 libzar-dev zar-tools; do
+  list "$package" > "$scratch/$package"
+  test "$(field "$package" Version)" = "$version" || fail "$package has the version $(field "$package" Version)"
+done
+
+# The library alone, ready for a daemon: nothing else in it.
+test "$(cat "$scratch/libzar1")" = "usr/$libdir/libzar.so.1
+usr/$libdir/libzar.so.$version" || { cat "$scratch/libzar1"; fail "libzar1 holds more or less than the library"; }
+depends libzar1 libc6
+dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./shlibs | grep -q '^libzar 1 libzar1' ||
+  fail "libzar1 does not tell which package brings libzar.so.1"
+dpkg-deb --fsys-tarfile "$(file_of libzar1)" | tar -xO "./usr/$libdir/libzar.so.$version" > "$scratch/library"
+if readelf -S "$scratch/library" | grep -q '\.debug_info'; then fail "the packaged library is not stripped"; fi
+
+holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar/platform/runtime.h \
+  usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
+  "usr/$libdir/pkgconfig/zar.pc" "usr/$libdir/cmake/zar/zarConfig.cmake" \
+  "usr/$libdir/cmake/zar/zarConfigVersion.cmake" "usr/$libdir/cmake/zar/zarTargets.cmake" \
+  'usr/share/man/man3/zar\.3' usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md \
+  usr/share/doc/zar/api/html/index.html
+depends libzar-dev "libzar1 (= $version)"
+
+holds zar-tools usr/bin/zar usr/bin/zar-platform-check "usr/$libdir/zar/libzarplatform.so" \
+  "usr/$libdir/zar/libzarengine.so" 'usr/share/doc/zar/examples/[a-z-]*\.yaml' \
+  usr/share/doc/zar/examples/embed/daemon.c
+depends zar-tools "libzar1 (= $version)"
+
+twice=$(cat "$scratch/libzar1" "$scratch/libzar-dev" "$scratch/zar-tools" | sort | uniq -d)
+test -z "$twice" || fail "in two packages: $twice"
