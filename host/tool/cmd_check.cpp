@@ -1,10 +1,8 @@
 // zar check: loads policy files into a scratch repository and reports everything that is wrong with them.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <iostream>
 
+#include "tool/apart.h"
 #include "tool/command.h"
 #include "tool/exit_codes.h"
 #include "tool/load_file.h"
@@ -37,27 +35,6 @@ int check(const std::string &path) {
   return kSuccess;
 }
 
-// A process has one repository in its life, so each of several files gets a process of its own.
-int check_apart(const std::string &path) {
-  std::cout.flush();
-  const pid_t child = fork();
-  if (child < 0) {
-    complain("cannot start a process");
-    return kInternal;
-  }
-  if (child == 0) {
-    const int code = check(path);
-    std::cout.flush();
-    std::_Exit(code);
-  }
-  int status = 0;
-  if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-    complain(text_of(path, ": internal error: the check ended abnormally"));
-    return kInternal;
-  }
-  return WEXITSTATUS(status);
-}
-
 class CheckCommand final : public Command {
  public:
   void declare(CLI::App &program) override {
@@ -75,7 +52,7 @@ class CheckCommand final : public Command {
     if (paths_.size() == 1) return check(paths_[0]);
     int worst = kSuccess;
     for (const std::string &path : paths_)
-      worst = std::max(worst, check_apart(path));
+      worst = std::max(worst, run_apart(path, [&](std::ostream &) { return check(path); }).code);
     return worst;
   }
 

@@ -78,7 +78,7 @@ class ExplainCommand final : public Command {
     run_step(file, repository, step);
     if (json_) {
       Json object = begin_json("explain");
-      object.update(account_json(recorder.account(), file, step, level()));
+      object["explanation"] = account_json(recorder.account(), file, step, level());
       print_json(std::cout, object);
     } else {
       std::cout << account_text(recorder.account(), file, step, level());

@@ -26,5 +26,6 @@ class Command {
 std::unique_ptr<Command> make_check_command();
 std::unique_ptr<Command> make_explain_command();
 std::unique_ptr<Command> make_run_command();
+std::unique_ptr<Command> make_test_command();
 
 }  // namespace tool

@@ -15,6 +15,7 @@ Commands make_commands() {
   commands.push_back(tool::make_check_command());
   commands.push_back(tool::make_explain_command());
   commands.push_back(tool::make_run_command());
+  commands.push_back(tool::make_test_command());
   return commands;
 }
 

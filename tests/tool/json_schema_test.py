@@ -24,6 +24,13 @@ CASES = {
         for level in ("decision", "rules", "filters")
     ]
     + [(0, [PATHS, "--event", "apply@t", "--set", "age=\udcff"])],
+    "test": [
+        (0, ["examples/broadband.yaml", "--min-coverage", "95"]),
+        (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
+        (1, ["tests/tool/policies/failing.yaml"]),
+        (1, [PATHS]),
+        (65, ["examples/broadband.yaml", "/nowhere", "tests/tool/policies/failing.yaml"]),
+    ],
 }
 
 
@@ -40,7 +47,10 @@ def forbids_anything_else(schema):
 
 def main():
     zar, source, command = sys.argv[1:]
-    schema = json.loads((pathlib.Path(source) / "share" / "schema" / f"{command}.json").read_text())
+    folder = pathlib.Path(source).resolve() / "share" / "schema"
+    schema = json.loads((folder / f"{command}.json").read_text())
+    # The schemas refer to each other by their file names.
+    resolver = jsonschema.RefResolver(f"{folder.as_uri()}/{command}.json", schema)
     jsonschema.Draft7Validator.check_schema(schema)
     assert forbids_anything_else(schema), "an object of the schema takes unknown keys"
     for code, arguments in CASES[command]:
@@ -50,7 +60,7 @@ def main():
         assert done.returncode == code, f"{shown}: exit code {done.returncode}\n{done.stderr.decode()}"
         # One object and nothing else.
         found = json.loads(done.stdout.decode("utf-8"))
-        jsonschema.validate(found, schema)
+        jsonschema.Draft7Validator(schema, resolver=resolver).validate(found)
         assert list(found)[:2] == ["schema_version", "command"], shown
     print(f"{len(CASES[command])} outputs of zar {command} are as the schema says")
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "tool/policy/text.h"
-
 namespace tool {
 
 bool PolicyAccount::any_matched() const {
@@ -13,10 +11,6 @@ bool PolicyAccount::any_matched() const {
 bool EventAccount::any_matched() const {
   return std::any_of(policies.begin(), policies.end(),
                      [](const PolicyAccount &policy) { return policy.any_matched(); });
-}
-
-std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule) {
-  return text_of(policy.name.value, "/", event.event.value, "/", rule.number);
 }
 
 namespace {

@@ -78,9 +78,6 @@ struct EventAccount {
   bool any_matched() const;
 };
 
-// "POLICY/EVENT/NUMBER".
-std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);
-
 // A rule that ran, with where it belongs.
 struct RuleRun {
   const PolicyMap *policy;

@@ -7,7 +7,7 @@
 
 namespace tool {
 
-// Calls 'each' with every attribute's name that stands anywhere in the file.
+// Calls 'each' with every attribute's name that stands anywhere in the file but in what tests expect.
 template <class Each>
 void for_each_attribute(const PolicyFile &file, Each each) {
   const auto in_filters = [&](const std::vector<Filter> &filters) {
@@ -42,11 +42,15 @@ void for_each_attribute(const PolicyFile &file, Each each) {
   }
   for (const Target &target : file.targets)
     in_assignments(target.attributes);
-  for (const Step &step : file.scenario) {
+  const auto in_step = [&](const Step &step) {
     in_assignments(step.set);
     for (const Name &attribute : step.clear)
       each(attribute);
-  }
+  };
+  for (const Step &step : file.scenario)
+    in_step(step);
+  for (const Test &test : file.tests)
+    in_step(test.step);
 }
 
 }  // namespace tool

@@ -11,9 +11,10 @@ using Section = void (*)(const Reader &, const yaml::Node &, PolicyFile &);
 PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   PolicyFile file;
   const Reader reader(diagnostics);
-  const Fields fields(root, "a policy file",
-                      {"clients", "domains", "class-maps", "policy-maps", "parameter-maps", "targets", "scenario"},
-                      diagnostics);
+  const Fields fields(
+      root, "a policy file",
+      {"clients", "domains", "class-maps", "policy-maps", "parameter-maps", "targets", "scenario", "tests"},
+      diagnostics);
   const auto section = [&](std::string_view key, Section read) {
     if (const yaml::Node *node = fields.find(key)) read(reader, *node, file);
   };
@@ -24,6 +25,7 @@ PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   section("parameter-maps", read_parameter_maps);
   section("targets", read_targets);
   section("scenario", read_scenario);
+  section("tests", read_tests);
   return file;
 }
 

@@ -13,10 +13,13 @@ void read_policy_maps(const Reader &reader, const yaml::Node &node, PolicyFile &
 void read_parameter_maps(const Reader &reader, const yaml::Node &node, PolicyFile &file);
 void read_targets(const Reader &reader, const yaml::Node &node, PolicyFile &file);
 void read_scenario(const Reader &reader, const yaml::Node &node, PolicyFile &file);
+void read_tests(const Reader &reader, const yaml::Node &node, PolicyFile &file);
 
 std::vector<Filter> read_filters(const Reader &reader, const yaml::Node &node);
 std::vector<Action> read_actions(const Reader &reader, const yaml::Node &node);
 std::vector<Assignment> read_assignments(const Reader &reader, const yaml::Node &node);
+// An event on a target and what is changed before: the keys event, target, set and clear.
+Step read_step(const Reader &reader, const Fields &fields, Place place);
 
 // Checks what the structure alone does not show: that names name something, that the repository will take it all. Fills in
 // the domains that the file leaves out. The file is indexed before and after.

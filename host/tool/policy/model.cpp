@@ -124,6 +124,10 @@ const char *to_string(ActionKind kind) {
   return "";
 }
 
+std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule) {
+  return text_of(policy.name.value, "/", event.event.value, "/", rule.number);
+}
+
 std::string to_string(const Filter &filter) {
   const std::string front = text_of(filter.attribute.value, " ", to_string(filter.kind));
   switch (filter.kind) {

@@ -122,6 +122,29 @@ struct Step {
   std::vector<Name> clear{};      // before the event
 };
 
+// What an attribute should be after an event.
+struct ExpectedValue {
+  Name attribute{};
+  std::optional<std::string> text{};  // nothing: absent
+};
+
+// What a test expects of its event. What is left out may be anything.
+struct Expectation {
+  // The rules that run, in the order in which they begin, those of raised events included: each a POLICY/EVENT/NUMBER, or
+  // the name of the rule's class-map.
+  std::optional<std::vector<Name>> rules{};
+  std::vector<ExpectedValue> attributes{};
+  std::optional<Name> verdict{};           // permit, deny or none
+  std::optional<std::vector<Name>> log{};  // the texts that are logged, in order
+};
+
+// One event on a target as the file has it, and what is expected of it.
+struct Test {
+  Name name{};
+  Step step{};
+  Expectation expect{};
+};
+
 // Names to positions in a list of the file.
 using NameIndex = std::unordered_map<std::string_view, size_t>;
 
@@ -138,6 +161,7 @@ struct PolicyFile {
   std::vector<ParameterMap> parameter_maps{};
   std::vector<Target> targets{};
   std::vector<Step> scenario{};
+  std::vector<Test> tests{};
 
   // The events that policy-maps handle, in the order of their first appearance; the id of an event is its position plus 1.
   std::vector<std::string> events{};
@@ -167,6 +191,9 @@ struct PolicyFile {
 // The words of a policy file.
 const char *to_string(FilterKind kind);
 const char *to_string(ActionKind kind);
+
+// What a rule is called: "POLICY/EVENT/NUMBER".
+std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);
 
 // A filter and an action in one line, as listings and messages show them.
 std::string to_string(const Filter &filter);

@@ -64,11 +64,8 @@ void read_targets(const Reader &reader, const yaml::Node &node, PolicyFile &file
   });
 }
 
-namespace {
-
-Step read_step(const Reader &reader, const yaml::Node &node) {
-  Step step{.place = node.place};
-  const Fields fields(node, "an event of the scenario", {"event", "target", "set", "clear"}, reader.diagnostics());
+Step read_step(const Reader &reader, const Fields &fields, Place place) {
+  Step step{.place = place};
   if (const yaml::Node *event = fields.require("event")) {
     step.event = reader.name(*event, "an event's name").value_or(Name{});
   }
@@ -86,10 +83,11 @@ Step read_step(const Reader &reader, const yaml::Node &node) {
   return step;
 }
 
-}  // namespace
-
 void read_scenario(const Reader &reader, const yaml::Node &node, PolicyFile &file) {
-  reader.list(node, "the scenario", [&](const yaml::Node &item) { file.scenario.push_back(read_step(reader, item)); });
+  reader.list(node, "the scenario", [&](const yaml::Node &item) {
+    const Fields fields(item, "an event of the scenario", {"event", "target", "set", "clear"}, reader.diagnostics());
+    file.scenario.push_back(read_step(reader, fields, item.place));
+  });
 }
 
 }  // namespace tool

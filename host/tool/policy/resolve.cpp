@@ -33,6 +33,7 @@ class Resolver {
     check_policy_maps();
     check_targets();
     check_scenario();
+    check_tests();
     check_counts();
   }
 
@@ -56,6 +57,10 @@ class Resolver {
   void check_targets();
   void check_policies_of(const Target &target);
   void check_scenario();
+  void check_step(const Step &step);
+  void check_tests();
+  void check_expected_rules();
+  void check_expected_attributes();
   void check_event(const Name &event);
   void check_counts();
   void check_attribute_count();
@@ -239,11 +244,64 @@ void Resolver::check_policies_of(const Target &target) {
   }
 }
 
+void Resolver::check_step(const Step &step) {
+  check_event(step.event);
+  if (was_read(step.target) && !file_->find_target(step.target.value)) {
+    unknown(step.target, "target", file_->targets);
+  }
+}
+
 void Resolver::check_scenario() {
-  for (const Step &step : file_->scenario) {
-    check_event(step.event);
-    if (was_read(step.target) && !file_->find_target(step.target.value)) {
-      unknown(step.target, "target", file_->targets);
+  for (const Step &step : file_->scenario)
+    check_step(step);
+}
+
+void Resolver::check_tests() {
+  for (const Test &test : file_->tests)
+    check_step(test.step);
+  if (file_->tests.empty()) return;
+  check_expected_rules();
+  check_expected_attributes();
+}
+
+void Resolver::check_expected_rules() {
+  std::vector<std::string> rules;
+  for (const PolicyMap &policy : file_->policy_maps) {
+    for (const EventRules &event : policy.events) {
+      for (const Rule &rule : event.rules)
+        rules.push_back(rule_name(policy, event, rule));
+    }
+  }
+  std::vector<std::string_view> known(rules.begin(), rules.end());
+  for (const ClassMap &map : file_->class_maps)
+    known.push_back(map.name.value);
+
+  const std::unordered_set<std::string_view> names(known.begin(), known.end());
+  for (const Test &test : file_->tests) {
+    if (!test.expect.rules) continue;
+    for (const Name &rule : *test.expect.rules) {
+      if (names.contains(rule.value)) continue;
+      diagnostics_->add(rule.place, text_of("there is no rule or class-map '", rule.value, "'"),
+                        "POLICY/EVENT/NUMBER, or the name of a class-map of this file",
+                        diagnostics_->too_many() ? "" : nearest(rule.value, known));
+    }
+  }
+}
+
+// What nothing sets and nothing asks for is a misspelt name: an expectation that it be absent could not fail.
+void Resolver::check_expected_attributes() {
+  std::vector<std::string_view> known;
+  std::unordered_set<std::string_view> names;
+  for_each_attribute(*file_, [&](const Name &attribute) {
+    if (names.insert(attribute.value).second) known.push_back(attribute.value);
+  });
+  for (const Test &test : file_->tests) {
+    for (const ExpectedValue &expected : test.expect.attributes) {
+      if (names.contains(expected.attribute.value)) continue;
+      diagnostics_->add(expected.attribute.place,
+                        text_of("nothing in the file speaks of the attribute '", expected.attribute.value, "'"),
+                        "an attribute that a filter, an action or a target has",
+                        diagnostics_->too_many() ? "" : nearest(expected.attribute.value, known));
     }
   }
 }
