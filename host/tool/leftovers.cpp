@@ -38,6 +38,12 @@ std::string shown(const std::string &text) {
   return quoted(text);
 }
 
+template <class Key>
+size_t count_of(const Key &key, const Counts<Key> &counts) {
+  const auto at = counts.find(key);
+  return at == counts.end() ? 0 : at->second;
+}
+
 // A line for each key whose count is not the expected one.
 template <class Key>
 void compare(std::string_view what, const Counts<Key> &expected, const Counts<Key> &found,
@@ -45,12 +51,9 @@ void compare(std::string_view what, const Counts<Key> &expected, const Counts<Ke
   Counts<Key> all = expected;
   all.insert(found.begin(), found.end());
   for (const auto &[key, any] : all) {
-    const auto count_in = [&](const Counts<Key> &counts) {
-      const auto at = counts.find(key);
-      return at == counts.end() ? size_t{0} : at->second;
-    };
-    if (count_in(expected) == count_in(found)) continue;
-    lines.push_back(text_of(what, " ", shown(key), ": ", count_in(found), " left, ", count_in(expected), " expected"));
+    const size_t left = count_of(key, found);
+    const size_t kept = count_of(key, expected);
+    if (left != kept) lines.push_back(text_of(what, " ", shown(key), ": ", left, " left, ", kept, " expected"));
   }
 }
 
