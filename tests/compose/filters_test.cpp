@@ -428,6 +428,16 @@ TEST_F(MatchFilter, CallsTheRecordsCompareFunctionAndAnswers1ForAnythingButZero)
   EXPECT_EQ(zar_match_filter_parameters(all, &sought), 1U);
 }
 
+TEST_F(MatchFilter, IsNoMatchForARecordThatCannotCompare) {
+  add_filter(voice, port);
+  at<zar_filter>(port)->filter_compare_fn = nullptr;
+  const zar_filter_context sought = filter_context("sought", "port");
+  EXPECT_EQ(zar_match_filter_parameters(record, &sought), 0U);
+  uint32_t out = 77;
+  EXPECT_EQ(zar_retrieve_filter(voice, &sought, 1, &out), 0U);
+  EXPECT_EQ(out, 0U);
+}
+
 TEST_F(MatchFilter, IsNoMatchWithoutARecordOrAContext) {
   const zar_filter_context sought = filter_context("sought", "port");
   EXPECT_EQ(zar_match_filter_parameters(nullptr, &sought), 0U);

@@ -436,6 +436,13 @@ TEST_F(MatchAction, CallsTheRecordsCompareFunctionAndAnswers1ForAnythingButZero)
   EXPECT_CALLS();
 }
 
+TEST_F(MatchAction, IsNoMatchForARecordThatCannotCompare) {
+  at<zar_action>(permit)->action_compare_fn = nullptr;
+  const zar_action_context sought = action_context("sought", "permit");
+  EXPECT_EQ(both_match(&sought), 0U);
+  EXPECT_CALLS();
+}
+
 TEST_F(MatchAction, IsNoMatchWithoutARecordOrAContext) {
   const zar_action_context sought = action_context("sought", "permit");
   EXPECT_EQ(both_match(nullptr), 0U);
