@@ -468,8 +468,9 @@ TEST_F(SubscriberPolicy, IsNoneWhereTheSearchFails) {
 }
 
 TEST_F(SubscriberPolicy, IsNoneBeforeThereAreClients) {
-  zar_init();
+  const uint32_t clients = std::exchange(zar_current_max_clients, 0);
   EXPECT_EQ(kel_is_policy_created("gold"), 0U);
+  zar_current_max_clients = clients;
   EXPECT_ERRORS(error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", "retrieve_policy", 1, 0));
 }
 
