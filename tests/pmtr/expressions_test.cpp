@@ -1,4 +1,7 @@
 // Filter expressions of statements, found by the keyword that they begin with.
+#include <algorithm>
+#include <utility>
+
 #include "present/bad_handles.h"
 
 using namespace rig;

@@ -1,4 +1,8 @@
 // Parameter-maps as records: making, storing, finding, walking and deleting them, and their hidden flag.
+#include <algorithm>
+#include <functional>
+#include <utility>
+
 #include "platform/engine.h"
 #include "platform/runtime.h"
 #include "present/bad_handles.h"
@@ -8,8 +12,6 @@ using namespace rig;
 namespace {
 
 constexpr uint32_t kUntouched = 0xabcd;
-constexpr uint32_t kNameTag = 0x3e00032;
-constexpr uint32_t kDomainTag = 0x3e00033;
 constexpr uint32_t kKeyTag = 0x3e0005a;
 constexpr const char *kPool = "ZAR DB pmtr-map chunk";
 

@@ -1,5 +1,6 @@
 // Actions of statements: made, replaced, put in and taken out, found by number and walked.
 #include <algorithm>
+#include <cstdlib>
 
 #include "pmtr/when_traced.h"
 #include "present/bad_handles.h"
@@ -267,8 +268,10 @@ TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBePutIn) {
 
 TEST_F(MakingActions, NeedsAContext) {
   EXPECT_REFUSED(39U, zar_pmtr_map_create_action(abc, 10, 3, 0, nullptr));
+  EXPECT_EQ(take_errors().size(), 1U);
   statement_action(abc, 10, 3, "old");
   EXPECT_REFUSED(39U, zar_pmtr_map_create_action(abc, 10, 3, 0, nullptr));
+  EXPECT_EQ(take_errors().size(), 1U);
   EXPECT_CALLS();
 }
 
@@ -588,7 +591,9 @@ TEST_F(WalkingActions, StopsAtTheFirstFault) {
 TEST_F(WalkingActions, NeedsAPlace) {
   const uint32_t a = statement_action(abc, 10, 1, "a");
   EXPECT_REFUSED(39U, zar_pmtr_get_first_action_index(one, abc, 10, nullptr));
+  EXPECT_EQ(take_errors().size(), 1U);
   EXPECT_REFUSED(39U, zar_pmtr_get_next_action_index(one, abc, 10, a, nullptr));
+  EXPECT_EQ(take_errors().size(), 1U);
 }
 
 TEST_F(WalkingActions, WorksForAClientWithoutADatabaseOfItsOwn) {

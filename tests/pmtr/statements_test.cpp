@@ -1,5 +1,6 @@
 // Statements of parameter-maps: made with their hidden class-maps, filled, replaced, walked and deleted.
 #include <algorithm>
+#include <cstring>
 
 #include "platform/runtime.h"
 #include "pmtr/when_traced.h"
@@ -315,9 +316,12 @@ TEST_F(NewStatement, NeedsAParameterMapAndAFilter) {
     EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(bad.handle, &context, 0, 0, 0, 1, 0, 0));
     EXPECT_EQ(take_trace(), then({kNoOwner}, then(bad.said, {no_map("add_filter_to_pmtr_map")})));
   }
+  forget_trace();
   EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(abc, nullptr, 0, 0, 0, 1, 0, 0));
+  EXPECT_EQ(take_errors().size(), 1U);
   statement(abc, 1);
   EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(abc, nullptr, 0, 0, 0, 1, 1, 0));
+  EXPECT_EQ(take_errors().size(), 1U);
 }
 
 TEST_F(NewStatement, StaysWithoutItsFilterWhenTheContextIsUnusable) {
@@ -698,6 +702,7 @@ TEST_F(ByHand, NeedAParameterMapAndAStatement) {
     EXPECT_EQ(take_trace(), then(bad.said, {no_map("add_pmtr_map_stmt_to_pmtr_map")}));
   }
   EXPECT_REFUSED(39U, zar_add_statement_to_pmtr_map(abc, nullptr));
+  EXPECT_EQ(take_errors().size(), 1U);
 }
 
 // ---- Deletion
@@ -893,7 +898,7 @@ TEST_F(Indexes, NeedAClientAMapAndADatabase) {
 TEST_F(Indexes, NeedAPlace) {
   statement(abc, 5);
   EXPECT_REFUSED(39U, zar_get_first_pmtr_map_index(one, abc, nullptr));
-  forget_trace();
+  EXPECT_EQ(take_errors().size(), 1U);
   EXPECT_REFUSED(39U, zar_get_next_pmtr_map_index(one, abc, 5, nullptr));
   EXPECT_TRACED();
 }

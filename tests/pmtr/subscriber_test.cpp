@@ -1,4 +1,6 @@
 // Parameter-maps of the engine's domain, by their names alone.
+#include <utility>
+
 #include "support/repository.h"
 
 using namespace rig;

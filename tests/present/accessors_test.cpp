@@ -1,4 +1,6 @@
 // Values and configuration texts of objects, the freeing of context blocks, and the hooks of the engine.
+#include <utility>
+
 #include "platform/runtime.h"
 #include "present/bad_handles.h"
 

@@ -1,4 +1,7 @@
 // The listings of policy-maps and class-maps, as the caller's printer gets them.
+#include <algorithm>
+#include <utility>
+
 #include "present/bad_handles.h"
 
 using namespace rig;

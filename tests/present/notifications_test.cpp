@@ -1,4 +1,7 @@
 // What the handlers of actions are told, and with which target lists.
+#include <algorithm>
+#include <utility>
+
 #include "platform/runtime.h"
 #include "present/bad_handles.h"
 

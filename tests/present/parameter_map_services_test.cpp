@@ -1,4 +1,7 @@
 // What parameter-maps need of policies: who uses one, newer data for an action or a filter, a policy-map by its name.
+#include <cstring>
+#include <utility>
+
 #include "present/bad_handles.h"
 
 using namespace rig;
