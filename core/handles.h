@@ -54,7 +54,7 @@ class HeldHandle {
   HeldHandle() = default;
   HeldHandle(const HeldHandle &) = delete;
   HeldHandle &operator=(const HeldHandle &) = delete;
-  ~HeldHandle() { zar_handle_release(handle_); }
+  ~HeldHandle() { give_back(); }
 
   // False when there was no handle to be had.
   template <class Record>
@@ -63,6 +63,7 @@ class HeldHandle {
     return handle_ != 0;
   }
   uint32_t keep() { return std::exchange(handle_, 0); }
+  void give_back() { zar_handle_release(keep()); }
   // Leaves the handle live without its record; no operation resolves it any more.
   void orphan() { kinds::remember(keep(), Kind::orphan); }
 

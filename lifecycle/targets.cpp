@@ -60,6 +60,16 @@ void part_from_policies(zar_target &target) {
   drain<zar_target_pmap>(target.active_pmaps, [&target](zar_target_pmap &link) { part_for_good(link.pmap, &target); });
 }
 
+// Activates the first policy-map on a new target and enters the target into its database; a failure undoes the activation.
+uint32_t activate_and_store(const char *name, uint32_t clid, zar_target &target, zar_pmap *pmap) {
+  if (associate_target_and_policy(clid, &target, pmap) != kSuccess) return kFailed;
+  TargetDatabase database(clid, name);
+  if (database && database.insert(&target)) return kSuccess;
+  if (database) TRACE_ERROR("(ERR): add_target: Error: avl insert failed, hdl:0x%x", target.handle);
+  disassociate_target_and_policy(pmap, &target);
+  return database ? kTreeFailed : kFailed;
+}
+
 }  // namespace
 
 uint32_t zar_verify_target_context(const zar_target *target, const char *caller) {
@@ -116,17 +126,12 @@ uint32_t zar_add_target(uint32_t clid, zar_target_info *target_info, uint32_t pm
   target->target_info = target_info;
   make_empty(target->active_pmaps);
   make_empty(target->reserved_queue);
-  if (associate_target_and_policy(clid, target.get(), pmap) != kSuccess) return kFailed;
-
-  TargetDatabase database(clid, kName);
-  if (!database) {
-    disassociate_target_and_policy(pmap, target.get());
-    return kFailed;
-  }
-  if (!database.insert(target.get())) {
-    TRACE_ERROR("(ERR): add_target: Error: avl insert failed, hdl:0x%x", target->handle);
-    disassociate_target_and_policy(pmap, target.get());
-    return kTreeFailed;
+  uint32_t status = activate_and_store(kName, clid, *target, pmap);
+  if (status != kSuccess) {
+    // A handler that was told of the activation may have activated more on the target; without a handle that is over.
+    handle.give_back();
+    part_from_policies(*target);
+    return status;
   }
   target.keep();
   *target_out = handle.keep();

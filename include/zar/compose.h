@@ -111,9 +111,7 @@ uint32_t zar_retrieve_filter(uint32_t cmap, const zar_filter_context *context, u
  * @param context  The content; only its data and its free and evaluation functions are read; may be NULL.
  *
  * @retval 1  It has.
- * @retval 0  It has not, or an argument is NULL. Nothing is traced.
- *
- * Not checked: that the record has a compare function.
+ * @retval 0  It has not, an argument is NULL, or the record has no compare function. Nothing is traced.
  *
  * Quirk: the no-match byte plays no part.
  */
@@ -375,9 +373,7 @@ uint32_t zar_retrieve_action_num_in_class_action(uint32_t class_action, uint32_t
  * @param context  The content; only its data and its free and entry functions are read; may be NULL.
  *
  * @retval 1  It has.
- * @retval 0  It has not, or an argument is NULL. Nothing is traced.
- *
- * Not checked: that the record has a compare function.
+ * @retval 0  It has not, an argument is NULL, or the record has no compare function. Nothing is traced.
  *
  * Quirk: number and precedence play no part.
  */
@@ -390,9 +386,8 @@ uint32_t zar_match_action_parameters(const zar_action *action, const zar_action_
  * @param context  The content; only its data and its free and entry functions are read; may be NULL.
  *
  * @retval 1  It has the content.
- * @retval 0  It has not, 'action' does not resolve, or 'context' is NULL. Nothing is traced beyond the look-up.
- *
- * Not checked: that the record has a compare function.
+ * @retval 0  It has not, 'action' does not resolve or has no compare function, or 'context' is NULL. Nothing is traced
+ *            beyond the look-up.
  */
 uint32_t zar_compare_actions(uint32_t action, const zar_action_context *context);
 
