@@ -419,7 +419,7 @@ TEST_F(PolicyContexts, AreFoundInSilence) {
   EXPECT_REFUSED(nullptr, zar_retrieve_policy_context(interface));
   EXPECT_TRACED();
   zar_target_policy_context *context = zar_create_policy_context(interface);
-  forget_trace();
+  EXPECT_TRACED(created());
   EXPECT_REFUSED(context, zar_retrieve_policy_context(interface));
   EXPECT_TRACED();
 }
