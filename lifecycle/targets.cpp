@@ -64,10 +64,16 @@ void part_from_policies(zar_target &target) {
 uint32_t activate_and_store(const char *name, uint32_t clid, zar_target &target, zar_pmap *pmap) {
   if (associate_target_and_policy(clid, &target, pmap) != kSuccess) return kFailed;
   TargetDatabase database(clid, name);
-  if (database && database.insert(&target)) return kSuccess;
-  if (database) TRACE_ERROR("(ERR): add_target: Error: avl insert failed, hdl:0x%x", target.handle);
-  disassociate_target_and_policy(pmap, &target);
-  return database ? kTreeFailed : kFailed;
+  if (!database) {
+    disassociate_target_and_policy(pmap, &target);
+    return kFailed;
+  }
+  if (!database.insert(&target)) {
+    TRACE_ERROR("(ERR): add_target: Error: avl insert failed, hdl:0x%x", target.handle);
+    disassociate_target_and_policy(pmap, &target);
+    return kTreeFailed;
+  }
+  return kSuccess;
 }
 
 }  // namespace

@@ -212,8 +212,11 @@ PHRASES = {
             ("the engine's `kel_free_all_policy_ae_context` fails", None),
         '!context': (None, 'the target has a policy context'),
     },
+    'activate_and_store': {
+        '!database.insert(&target)': ('the target tree refuses the target', None),
+    },
     'zar_add_target': {
-        '!database.insert(target.get())': ('the target tree refuses the target', 'nothing was wrong up to here'),
+        'status != kSuccess': (None, 'nothing was wrong up to here'),
     },
     'zar_remove_target': {'database.remove(target_handle)': (None, 'the target tree does not hold the target')},
     'unlink_both_ways': {
