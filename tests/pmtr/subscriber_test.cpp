@@ -396,4 +396,11 @@ TEST_F(AskingByName, KnowsNamesOfUpTo99Characters) {
   EXPECT_REFUSED(0U, kel_is_pmap_created((longest + "x").c_str()));
 }
 
+TEST_F(AskingByName, DoesNotTakeATooLongNameForTheEmptyOne) {
+  const uint32_t nameless = stored_pmtr_map("");
+  EXPECT_EQ(kel_is_pmap_created(""), nameless);
+  EXPECT_EQ(kel_is_pmap_created(std::string(100, 'n').c_str()), 0U);
+  EXPECT_EQ(kel_is_pmap_created(nullptr), 0U);
+}
+
 }  // namespace
