@@ -60,7 +60,9 @@ bool parse_set(const std::string &text, const PolicyFile &file, Step &step) {
   }
   std::string name = text.substr(0, equals);
   if (!is_attribute(name, file)) return false;
-  step.set.push_back({{std::move(name), {}}, text.substr(equals + 1)});
+  Assignment &given = step.set.emplace_back();
+  given.attribute.value = std::move(name);
+  given.text = text.substr(equals + 1);
   return true;
 }
 

@@ -132,5 +132,6 @@
 #include "zar/present.h"
 #include "zar/records.h"
 #include "zar/types.h"
+#include "zar/version.h"
 
 #endif
