@@ -1,5 +1,6 @@
 // Attribute names, and the attributes of a target.
 #include <charconv>
+#include <deque>
 #include <limits>
 #include <unordered_map>
 
@@ -45,18 +46,26 @@ std::optional<int64_t> parse_number(std::string_view text) {
 Attribute &Attributes::slot_for(AttributeId attribute) {
   if (attribute >= slot_of_.size()) slot_of_.resize(attribute + 1, kNoSlot);
   if (slot_of_[attribute] == kNoSlot) {
-    slots_.emplace_back();
+    slots_.push_back(std::make_unique<Attribute>());
     slot_of_[attribute] = static_cast<uint16_t>(slots_.size() - 1);
   }
-  return slots_[slot_of_[attribute]];
+  return *slots_[slot_of_[attribute]];
 }
 
 void Attributes::set(AttributeId attribute, std::string_view text) {
+  const std::optional<int64_t> number = parse_number(text);
   Attribute &slot = slot_for(attribute);
   slot.text.assign(text);
-  const std::optional<int64_t> number = parse_number(text);
   slot.numeric = number.has_value();
   slot.number = number.value_or(0);
+  slot.present = true;
+}
+
+void Attributes::set(AttributeId attribute, const Value &value) {
+  Attribute &slot = slot_for(attribute);
+  slot.text = value.text;
+  slot.numeric = value.number.has_value();
+  slot.number = value.number.value_or(0);
   slot.present = true;
 }
 
@@ -74,7 +83,7 @@ void Attributes::count(AttributeId attribute) {
 
 bool Attributes::clear(AttributeId attribute) {
   if (!find(attribute)) return false;
-  slots_[slot_of_[attribute]].present = false;
+  slots_[slot_of_[attribute]]->present = false;
   return true;
 }
 

@@ -20,7 +20,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -56,6 +56,14 @@ inline constexpr AttributeId kNoAttribute = UINT32_MAX;
 // 'text' as a decimal number: an optional minus sign and digits, nothing else.
 std::optional<int64_t> parse_number(std::string_view text);
 
+// A text whose number is known, for whoever sets the same one again and again.
+struct Value {
+  explicit Value(std::string_view value_text) : text(value_text), number(parse_number(value_text)) {}
+
+  std::string text;
+  std::optional<int64_t> number;
+};
+
 struct Attribute {
   std::string text;
   int64_t number = 0;    // the value of 'text' when 'numeric'
@@ -72,10 +80,11 @@ class Attributes {
   // NULL when the target has no such attribute.
   const Attribute *find(AttributeId attribute) const noexcept {
     if (attribute >= slot_of_.size() || slot_of_[attribute] == kNoSlot) return nullptr;
-    const Attribute &slot = slots_[slot_of_[attribute]];
-    return slot.present ? &slot : nullptr;
+    const Attribute *slot = slots_[slot_of_[attribute]].get();
+    return slot->present ? slot : nullptr;
   }
   void set(AttributeId attribute, std::string_view text);
+  void set(AttributeId attribute, const Value &value);
   // Adds one; an attribute that is absent or no number counts from 0.
   void count(AttributeId attribute);
   // False when there was none.
@@ -88,8 +97,8 @@ class Attributes {
 
   Attribute &slot_for(AttributeId attribute);
 
-  std::vector<uint16_t> slot_of_;  // by attribute
-  std::deque<Attribute> slots_;    // a deque: what find() gave out stays where it is
+  std::vector<uint16_t> slot_of_;                  // by attribute
+  std::vector<std::unique_ptr<Attribute>> slots_;  // blocks of their own: what find() gave out stays where it is
 };
 
 // The attributes of 'target', made on first use; NULL when the handle is not a target's or memory is short. They live as
@@ -141,6 +150,7 @@ class Run {
 
   const Attribute *attribute(AttributeId attribute) const noexcept { return attributes_->find(attribute); }
   void set_attribute(AttributeId attribute, std::string_view text);
+  void set_attribute(AttributeId attribute, const Value &value);
   void count_attribute(AttributeId attribute);
   bool clear_attribute(AttributeId attribute);
 

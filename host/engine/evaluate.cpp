@@ -156,6 +156,10 @@ void Run::set_attribute(AttributeId attribute, std::string_view text) {
   change_attribute(attribute, [&] { attributes_->set(attribute, text); });
 }
 
+void Run::set_attribute(AttributeId attribute, const Value &value) {
+  change_attribute(attribute, [&] { attributes_->set(attribute, value); });
+}
+
 void Run::count_attribute(AttributeId attribute) {
   change_attribute(attribute, [&] { attributes_->count(attribute); });
 }

@@ -57,6 +57,27 @@ TEST(AttributesOfATarget, KnowTheirNumber) {
   EXPECT_FALSE(attributes.find(vlan)->numeric);
 }
 
+TEST(AttributesOfATarget, TakeTextAndNumberFromAValue) {
+  Attributes attributes;
+  const engine::AttributeId vlan = register_attribute("vlan");
+  attributes.set(vlan, engine::Value("-7"));
+  EXPECT_EQ(attributes.find(vlan)->text, "-7");
+  EXPECT_TRUE(attributes.find(vlan)->numeric);
+  EXPECT_EQ(attributes.find(vlan)->number, -7);
+  attributes.set(vlan, engine::Value("none"));
+  EXPECT_EQ(attributes.find(vlan)->text, "none");
+  EXPECT_FALSE(attributes.find(vlan)->numeric);
+}
+
+TEST(AttributesOfATarget, KeepTheirPlaceWhenOthersAreSet) {
+  Attributes attributes;
+  const engine::AttributeId user = register_attribute("user");
+  attributes.set(user, "alice");
+  const engine::Attribute *found = attributes.find(user);
+  for (int other = 0; other < 100; ++other) attributes.set(register_attribute("a-" + std::to_string(other)), "x");
+  EXPECT_EQ(attributes.find(user), found);
+}
+
 TEST(AttributesOfATarget, CanBeEmptyTexts) {
   Attributes attributes;
   const engine::AttributeId note = register_attribute("note");

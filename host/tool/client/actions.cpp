@@ -16,7 +16,7 @@ constexpr uint32_t kDone = 0;
 constexpr uint32_t kFailed = 1;
 
 struct ActionData {
-  ActionData(const Action &of, const PolicyFile &file) : action(of) {
+  ActionData(const Action &of, const PolicyFile &file) : action(of), value(of.text) {
     ++live_data;
     switch (action.kind) {
       case ActionKind::set:
@@ -46,6 +46,7 @@ struct ActionData {
   ActionData &operator=(const ActionData &) = delete;
 
   Action action;
+  engine::Value value;                                   // set
   engine::AttributeId attribute = engine::kNoAttribute;  // set, clear, count
   uint32_t event_id = 0;                                 // raise
   std::vector<engine::AttributeId> map_attributes;       // apply: by filter type
@@ -83,7 +84,7 @@ uint32_t enter(void *action_data, void *run_pointer) {
   engine::Run &run = engine::Run::from(run_pointer);
   switch (data.action.kind) {
     case ActionKind::set:
-      run.set_attribute(data.attribute, data.action.text);
+      run.set_attribute(data.attribute, data.value);
       return kDone;
     case ActionKind::clear:
       return run.clear_attribute(data.attribute) ? kDone : kFailed;
