@@ -25,6 +25,7 @@ class Command {
 
 std::unique_ptr<Command> make_check_command();
 std::unique_ptr<Command> make_explain_command();
+std::unique_ptr<Command> make_lint_command();
 std::unique_ptr<Command> make_run_command();
 std::unique_ptr<Command> make_test_command();
 

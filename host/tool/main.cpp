@@ -14,6 +14,7 @@ Commands make_commands() {
   Commands commands;
   commands.push_back(tool::make_check_command());
   commands.push_back(tool::make_explain_command());
+  commands.push_back(tool::make_lint_command());
   commands.push_back(tool::make_run_command());
   commands.push_back(tool::make_test_command());
   return commands;

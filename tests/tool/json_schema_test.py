@@ -31,6 +31,11 @@ CASES = {
         (1, [PATHS]),
         (65, ["examples/broadband.yaml", "/nowhere", "tests/tool/policies/failing.yaml"]),
     ],
+    "lint": [
+        (1, ["tests/tool/policies/lint.yaml"]),
+        (1, ["examples/broadband.yaml"]),
+        (0, ["examples/guest-network.yaml"]),
+    ],
 }
 
 
