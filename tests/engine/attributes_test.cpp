@@ -74,7 +74,8 @@ TEST(AttributesOfATarget, KeepTheirPlaceWhenOthersAreSet) {
   const engine::AttributeId user = register_attribute("user");
   attributes.set(user, "alice");
   const engine::Attribute *found = attributes.find(user);
-  for (int other = 0; other < 100; ++other) attributes.set(register_attribute("a-" + std::to_string(other)), "x");
+  for (int other = 0; other < 100; ++other)
+    attributes.set(register_attribute("a-" + std::to_string(other)), "x");
   EXPECT_EQ(attributes.find(user), found);
 }
 

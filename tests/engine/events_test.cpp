@@ -58,8 +58,16 @@ TEST_F(Events, PassOverPoliciesThatAreNotControl) {
   const uint32_t at = target(marking);
   activate(gold, at);
 
+  struct Visited final : engine::Observer {
+    std::string names;
+    void policy_begins(const zar_pmap &pmap, const zar_event_tuple *) override {
+      names += zar_get_pmap_name(pmap.handle);
+    }
+  } visited;
+  engine::observe(&visited);
   EXPECT_EQ(engine::raise_event(at, kStart).policies, 1u);
   EXPECT_EQ(ran, "gold");
+  EXPECT_EQ(visited.names, "gold");
 }
 
 TEST_F(Events, ReachTheRulesOfTheirOwnIdOnly) {
