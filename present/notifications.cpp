@@ -81,10 +81,11 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
   const auto *action = resolve<zar_action>(action_handle);
   if (!action || !action->action_notify_fn) return;
   const auto *pmap = require<zar_pmap>("shim_action_added_removed", pmap_handle);
-  if (!pmap) return;
+  // Without data nobody is told, and no list is made that nobody would free.
+  if (!pmap || !action->action_data) return;
 
   TargetList list(kPmapListTag);
-  if (zar_collect_pmap_targets(*pmap, list) != Collected::some || !action->action_data) return;
+  if (zar_collect_pmap_targets(*pmap, list) != Collected::some) return;
   action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.get());
 }
 
