@@ -71,7 +71,8 @@ const Bad kYaml[] = {
      "<stdin>:1:1: error: unknown key 'xyzzy' in a policy file\n"
      "  1 | xyzzy: {}\n"
      "    | ^\n"
-     "  expected: one of the keys clients, domains, class-maps, policy-maps, parameter-maps, targets, scenario, tests\n"},
+     "  expected: one of the keys clients, domains, class-maps, policy-maps, parameter-maps, targets, scenario, "
+     "tests\n"},
     {"DuplicateKey", "clients: {}\nclients: {}\n",
      "<stdin>:2:1: error: duplicate key 'clients' in a policy file\n"
      "  2 | clients: {}\n"
