@@ -24,6 +24,7 @@ class Command {
 };
 
 std::unique_ptr<Command> make_check_command();
+std::unique_ptr<Command> make_diff_command();
 std::unique_ptr<Command> make_explain_command();
 std::unique_ptr<Command> make_lint_command();
 std::unique_ptr<Command> make_run_command();

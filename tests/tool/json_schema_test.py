@@ -31,6 +31,12 @@ CASES = {
         (1, [PATHS]),
         (65, ["examples/broadband.yaml", "/nowhere", "tests/tool/policies/failing.yaml"]),
     ],
+    "diff": [
+        (0, ["examples/broadband.yaml", "examples/broadband.yaml", "--replay", "examples/broadband.yaml"]),
+        (1, ["tests/tool/policies/diff-old.yaml", "tests/tool/policies/diff-new.yaml"]),
+        (1, ["tests/tool/policies/diff-old.yaml", "tests/tool/policies/diff-new.yaml", "--replay", "tests/tool/policies/diff-old.yaml"]),
+        (1, ["examples/broadband.yaml", "examples/guest-network.yaml", "--replay", "examples/broadband.yaml"]),
+    ],
     "lint": [
         (1, ["tests/tool/policies/lint.yaml"]),
         (1, ["examples/broadband.yaml"]),

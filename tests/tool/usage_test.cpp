@@ -11,12 +11,12 @@ TEST(Help, IsPrintedWithTheExitCodes) {
   EXPECT_EQ(result.code, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_NE(result.out.find("65 bad policy file"), std::string::npos);
-  for (const char *command : {"check", "run"})
+  for (const char *command : {"check", "diff", "explain", "lint", "run", "test"})
     EXPECT_NE(result.out.find(command), std::string::npos) << command;
 }
 
 TEST(Help, OfEveryCommandHasExamples) {
-  for (const char *command : {"check", "run"}) {
+  for (const char *command : {"check", "diff", "explain", "lint", "run", "test"}) {
     const Result result = run_zar({command, "--help"});
     EXPECT_EQ(result.code, 0);
     EXPECT_NE(result.out.find("Examples:\n  zar " + std::string(command)), std::string::npos) << result.out;

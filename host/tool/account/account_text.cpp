@@ -152,17 +152,17 @@ void Writer::write(const EventAccount &account, const Step &step) {
   changes_of(account);
 }
 
-// What the step changed before the event stands in the policy file or on the command line.
+// What is changed before the event stands in this file, or somewhere else: on a command line, in another file.
 void Writer::given(const Step &step) {
-  const auto origin = [&](Place place, std::string_view option) {
+  const auto origin = [&](Place place) {
     const Place from = place.line != 0 ? place : step.place;
-    return from.line != 0 ? text_of(file_->path, ":", from.line) : std::string(option);
+    return from.line != 0 ? text_of(file_->path, ":", from.line) : std::string("-");
   };
   for (const Name &attribute : step.clear)
-    lines_.push_back({origin(attribute.place, "--clear"), depth_, text_of("given: no ", attribute.value)});
+    lines_.push_back({origin(attribute.place), depth_, text_of("given: no ", attribute.value)});
   for (const Assignment &set : step.set) {
-    lines_.push_back({origin(set.attribute.place, "--set"), depth_,
-                      text_of("given: ", set.attribute.value, " is ", as_word(set.text))});
+    lines_.push_back(
+        {origin(set.attribute.place), depth_, text_of("given: ", set.attribute.value, " is ", as_word(set.text))});
   }
 }
 
