@@ -9,6 +9,7 @@
 
 #include "platform/runtime.h"
 #include "support/repository.h"
+#include "support/when_traced.h"
 
 namespace rig {
 
@@ -128,12 +129,7 @@ struct Composition : Repository {
 
   // The look-up that follows a message with this beginning finds its handle live and without a record.
   static void lose_record_after(const std::string &beginning) {
-    runtime::trace_to([beginning](const runtime::TraceLine &line) {
-      constexpr uint32_t kRuntimesOwn = 0;
-      if (line.module == kRuntimesOwn || line.format.find(" avl comp, ") != std::string::npos) return;
-      traced().push_back({line.level, line.text});
-      if (line.text.starts_with(beginning)) runtime::lose_next_pointer();
-    });
+    whenever_traced(beginning, [] { runtime::lose_next_pointer(); });
   }
 
   static void lose_event_context(uint32_t event) { at<zar_event_tuple>(event)->event_context = nullptr; }

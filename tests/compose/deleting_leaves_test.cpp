@@ -114,8 +114,7 @@ TEST_F(DeleteFilter, ReportsAfterTheRecordHasGoneBack) {
   };
   bool handle_there_later = true;
   size_t records_there_later = 9;
-  runtime::trace_to([&](const runtime::TraceLine &line) {
-    if (line.text != freed(port).text) return;
+  when_traced(freed(port), [&] {
     handle_there_later = live(port);
     records_there_later = records_taken(kFilterTag);
   });

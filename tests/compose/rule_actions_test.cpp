@@ -661,8 +661,7 @@ TEST_F(ActionReferences, LetGoOfTheDataThenTheHandleThenTheRecord) {
   };
   bool handle_there_later = true;
   size_t records_there_later = 0;
-  runtime::trace_to([&](const runtime::TraceLine &line) {
-    if (line.text != text("(info): action:0x%x chunk freed", permit)) return;
+  when_traced(info("(info): action:0x%x chunk freed", permit), [&] {
     handle_there_later = live(permit);
     records_there_later = records_taken(kActionTag);
   });

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "pmtr/when_traced.h"
 #include "present/bad_handles.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 

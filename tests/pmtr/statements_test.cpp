@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "platform/runtime.h"
-#include "pmtr/when_traced.h"
 #include "present/bad_handles.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/runtime/control.h"
 #include "platform/engine.h"
 #include "support/traced_formats.h"
 
@@ -22,16 +21,17 @@ bool is_comparison(const runtime::TraceLine &line) {
   return line.format.find(" avl comp, ") != std::string::npos;
 }
 
-void capture(const runtime::TraceLine &line) {
-  if (line.module == kNoModule) return;
+}  // namespace
+
+bool capture(const runtime::TraceLine &line) {
+  if (line.module == kNoModule) return false;
   EXPECT_EQ(line.module, kel_trace_id) << line.text;
   note_format(line.format);
-  if (is_comparison(line) && !comparisons_heard) return;
+  if (is_comparison(line) && !comparisons_heard) return false;
   captured.push_back({line.level, line.text});
   history.push_back(captured.back());
+  return true;
 }
-
-}  // namespace
 
 std::ostream &operator<<(std::ostream &out, const Line &line) {
   return out << "\n    " << line.level << " | " << line.text;

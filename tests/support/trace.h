@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/runtime/control.h"
 #include "support/call_log.h"
 
 namespace rig {
@@ -30,6 +31,8 @@ Line info(const char *format, const Values &...values) {
   return {6, text(format, values...)};
 }
 
+// What the runtime calls with each line: keeps it, and tells whether it did. Comparators are heard only on request.
+bool capture(const runtime::TraceLine &line);
 // Begins to capture levels 3 and 6 and forgets what was captured.
 void start_trace();
 // What was captured since the last forget_trace() or take_trace().

@@ -11,12 +11,17 @@
 
 namespace rig {
 
-// Runs 'act' when the library traces 'line' for the 'nth' time from now on. The trace is captured as ever.
+// Runs 'act' whenever the library traces a text with this beginning. The trace is captured as ever.
+inline void whenever_traced(const std::string &beginning, std::function<void()> act) {
+  runtime::trace_to([beginning, act = std::move(act)](const runtime::TraceLine &seen) {
+    if (capture(seen) && traced().back().text.starts_with(beginning)) act();
+  });
+}
+
+// Runs 'act' when the library traces 'line' for the 'nth' time from now on.
 inline void when_traced(const Line &line, std::function<void()> act, int nth = 1) {
   const auto times = std::make_shared<int>(nth);  // the sink is copied for each line
-  runtime::trace_to([line, act = std::move(act), times](const runtime::TraceLine &seen) {
-    if (seen.format.find(" avl comp, ") != std::string::npos) return;
-    traced().push_back({seen.level, seen.text});
+  whenever_traced(line.text, [line, act = std::move(act), times] {
     if (traced().back() == line && --*times == 0) act();
   });
 }
