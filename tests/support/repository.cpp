@@ -80,6 +80,7 @@ World::~World() {
   free_target_lists();
   runtime::want_trace_levels(0);
   runtime::trace_to(nullptr);
+  zar_handle_table_destroy();
 }
 
 zar_db *World::database() {
