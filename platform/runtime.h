@@ -24,13 +24,13 @@ extern "C" {
 /* A new table; 'initial' and 'growth' are sizing hints. Answers its identifier. */
 uint16_t id_create_new_table(uint32_t initial, uint32_t growth, const char *name, uint32_t tag);
 /* A non-zero id for 'pointer', or 0. */
-uint32_t id_get(void *pointer, uint16_t table, uint32_t tag);
+uint32_t id_get(void *pointer, uint16_t table_id, uint32_t tag);
 /* The pointer behind 'id'. '*status' receives 0 (live), 1 (never issued) or 2 (deleted). */
-void *id_to_ptr(uint32_t id, uint32_t *status, uint16_t table);
+void *id_to_ptr(uint32_t id, uint32_t *status, uint16_t table_id);
 /* Ends an id; non-zero when it was live. */
-uint32_t id_delete(uint32_t id, uint16_t table);
+uint32_t id_delete(uint32_t id, uint16_t table_id);
 /* Ends a table with all its ids; non-zero when there was one. */
-uint32_t id_destroy_table(uint16_t table);
+uint32_t id_destroy_table(uint16_t table_id);
 
 /* ---- Pools of equal-sized records ----------------------------------------------------------------------------- */
 
@@ -48,8 +48,8 @@ uint32_t chunk_free(chunk_pool *pool, void *record);
 
 /* Makes 'tree' an empty tree. */
 uint32_t i_avl_tree_init(avl_tree *tree, avl_compare_fn compare, avl_free_fn free_node);
-/* Enters 'node'; 0 when an equal key is present or the node is in a tree already. */
-uint32_t i_avl_insert(avl_tree *tree, void *node);
+/* Enters 'record'; 0 when an equal key is present or the node is in a tree already. */
+uint32_t i_avl_insert(avl_tree *tree, void *record);
 /* The node that compares equal to 'probe', or NULL. */
 void *i_avl_search(avl_tree *tree, const void *probe);
 /* Takes out 'probe' itself when it is a node of the tree, else the node that compares equal, and names it in '*removed'. */

@@ -58,7 +58,7 @@ Blocks &blocks() {
 void *take(size_t size, uint32_t tag) noexcept {
   if (size > UINT32_MAX) return nullptr;
   auto &[store, counts] = blocks();
-  uint32_t index;
+  uint32_t index = 0;
   try {
     index = counts.index_of(tag);
   } catch (const std::bad_alloc &) {
@@ -76,7 +76,7 @@ void *take(size_t size, uint32_t tag) noexcept {
 }  // namespace
 
 void *bcalloc_named(size_t count, size_t size, uint32_t tag) {
-  size_t bytes;
+  size_t bytes = 0;
   bool overflows = __builtin_mul_overflow(count, size, &bytes);
   if (refused(Service::block, tag, overflows ? SIZE_MAX : bytes)) return nullptr;
   void *block = overflows ? nullptr : take(bytes, tag);

@@ -163,10 +163,10 @@ uint16_t id_create_new_table(uint32_t initial, uint32_t growth, const char *name
   return number;
 }
 
-uint32_t id_get(void *pointer, uint16_t number, uint32_t tag) {
-  Table &table = tables[number];
+uint32_t id_get(void *pointer, uint16_t table_id, uint32_t tag) {
+  Table &table = tables[table_id];
   if (!exists(table)) [[unlikely]] {
-    complain("an id was asked of table %u, which does not exist", number);
+    complain("an id was asked of table %u, which does not exist", table_id);
     return 0;
   }
   if (refused(Service::id, tag)) [[unlikely]]
@@ -180,8 +180,8 @@ uint32_t id_get(void *pointer, uint16_t number, uint32_t tag) {
   return id;
 }
 
-void *id_to_ptr(uint32_t id, uint32_t *status, uint16_t number) {
-  const Table &table = tables[number];
+void *id_to_ptr(uint32_t id, uint32_t *status, uint16_t table_id) {
+  const Table &table = tables[table_id];
   const Slot *slot = live_slot(table, id);
   if (!slot) [[unlikely]]
     return report(status, status_of_dead(table, id), nullptr);
@@ -192,15 +192,15 @@ void *id_to_ptr(uint32_t id, uint32_t *status, uint16_t number) {
   return report(status, kLive, slot->pointer());
 }
 
-uint32_t id_delete(uint32_t id, uint16_t number) {
-  Table &table = tables[number];
+uint32_t id_delete(uint32_t id, uint16_t table_id) {
+  Table &table = tables[table_id];
   if (!live_slot(table, id)) return 0;
   leave(table, id & kIndexMask);
   return 1;
 }
 
-uint32_t id_destroy_table(uint16_t number) {
-  Table &table = tables[number];
+uint32_t id_destroy_table(uint16_t table_id) {
+  Table &table = tables[table_id];
   if (!exists(table)) return 0;
   std::free(table.slots);
   table = {};

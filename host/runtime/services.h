@@ -2,8 +2,8 @@
 // their own, so they get it here.
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
+#include <cstddef>
+#include <cstdint>
 
 #pragma GCC visibility push(default)
 #include "platform/runtime.h"

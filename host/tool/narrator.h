@@ -38,7 +38,7 @@ class Narrator final : public engine::Observer {
   void flush_action();
 
   std::ostream *out_;
-  unsigned indent_ = 1;
+  size_t indent_ = 1;
   std::vector<Policy> policies_;
   // The line of the action that has begun. It waits: a change of an attribute belongs to its end, while what else happens
   // inside of the action goes to lines below.

@@ -26,9 +26,9 @@ class Recorder final : public engine::Observer {
   void class_evaluated(const zar_cmap &cmap, bool matches, const zar_filter *decided_by) override;
   void rule_begins(const zar_class_action &rule, bool matches) override;
   void rule_cut_short(const zar_class_action &rule, const zar_action &last) override;
-  void action_begins(const zar_action &action) override;
+  void action_begins(const zar_action &record) override;
   void action_ends(const zar_action &action, uint32_t result) override;
-  void statement_evaluated(const zar_pmtr_map &map, const zar_pmtr_map_stmt &statement, bool matches) override;
+  void statement_evaluated(const zar_pmtr_map &map, const zar_pmtr_map_stmt &record, bool matches) override;
   void attribute_changed(engine::AttributeId attribute, const std::string *before, const std::string *after) override;
   void decided(engine::Verdict verdict) override;
 

@@ -129,7 +129,7 @@ std::string rule_name(const PolicyMap &policy, const EventRules &event, const Ru
 }
 
 std::string to_string(const Filter &filter) {
-  const std::string front = text_of(filter.attribute.value, " ", to_string(filter.kind));
+  std::string front = text_of(filter.attribute.value, " ", to_string(filter.kind));
   switch (filter.kind) {
     case FilterKind::equals:
     case FilterKind::prefix:

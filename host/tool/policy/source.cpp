@@ -115,7 +115,7 @@ Source Source::read(const std::string &path, Diagnostics &diagnostics) {
   if (std::ferror(file.get())) {
     diagnostics.add({}, text_of("cannot be read: ", std::strerror(errno)), "a policy file");
   } else if (source.text_.size() > kMaxSize) {
-    diagnostics.add({}, "is too large", text_of("at most ", kMaxSize / (1024 * 1024), " MiB"));
+    diagnostics.add({}, "is too large", text_of("at most ", kMaxSize >> 20, " MiB"));
   } else {
     check_characters(source, diagnostics);
   }

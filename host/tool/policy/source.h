@@ -12,7 +12,7 @@ namespace tool {
 class Source {
  public:
   // A file larger than this is no policy file.
-  static constexpr size_t kMaxSize = 16 * 1024 * 1024;
+  static constexpr size_t kMaxSize = size_t{16} << 20;
 
   Source(std::string name, std::string text);
 
