@@ -12,6 +12,11 @@ struct Case {
   std::vector<std::string> arguments;
 };
 
+// What the test framework calls a case.
+void PrintTo(const Case &given, std::ostream *out) {
+  *out << given.name;
+}
+
 class Explain : public testing::TestWithParam<Case> {};
 
 TEST_P(Explain, TellsThePath) {

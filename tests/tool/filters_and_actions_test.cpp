@@ -56,6 +56,11 @@ struct FilterCase {
   bool matches_absence;
 };
 
+// What the test framework calls a case.
+void PrintTo(const FilterCase &given, std::ostream *out) {
+  *out << given.filter;
+}
+
 class Filters : public testing::TestWithParam<FilterCase> {};
 
 TEST_P(Filters, MatchWhatTheySay) {

@@ -78,6 +78,11 @@ struct Bad {
   std::string errors;
 };
 
+// What the test framework calls a case.
+void PrintTo(const Bad &bad, std::ostream *out) {
+  *out << bad.name;
+}
+
 class BadTests : public testing::TestWithParam<Bad> {};
 
 TEST_P(BadTests, AreErrorsOfTheFile) {

@@ -34,6 +34,11 @@ struct Wrong {
   std::string message;
 };
 
+// What the test framework calls a case.
+void PrintTo(const Wrong &wrong, std::ostream *out) {
+  *out << wrong.message.substr(0, wrong.message.find('\n'));
+}
+
 class WrongUsage : public testing::TestWithParam<Wrong> {};
 
 TEST_P(WrongUsage, IsToldWithExitCode2) {
