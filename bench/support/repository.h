@@ -1,0 +1,32 @@
+// The library as a daemon has it: started, with the reference engine as the first client and one client that measures.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "zar/zar.h"
+
+namespace bench {
+
+inline constexpr char kDomain[] = "traffic";
+inline constexpr uint32_t kControl = 1;
+
+// Starts the library on first use.
+uint32_t clid();
+
+// Ends the process when a call that a benchmark relies on did not succeed.
+void must(uint32_t status, const char *what);
+
+// Distinct names as operators choose them: a few words, and a number.
+std::vector<std::string> names(uint32_t count, const char *suffix = "");
+
+inline zar_map_info info_of(const char *name) {
+  return {.domain = kDomain, .domain_type = kControl, .map_name = name, .hidden = 0};
+}
+
+// Contexts of an action that does nothing and of a filter that holds; 'text' is their data and their configuration text.
+zar_action_context action_context(const char *text);
+zar_filter_context filter_context(const char *text);
+
+}  // namespace bench
