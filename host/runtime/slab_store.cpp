@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <array>
 
 namespace runtime {
 
@@ -65,7 +66,7 @@ bool SlabStore::enter_into_range() noexcept {
 
 bool SlabStore::reserve_range() noexcept {
   for (uint64_t bytes = kMostReserved; bytes >= kLeastReserved; bytes /= 2) {
-    uint64_t table_bytes = bytes / kPageSize * sizeof(Page), store_bytes = kMostStores * sizeof range_.stores[0];
+    uint64_t table_bytes = bytes / kPageSize * sizeof(Page), store_bytes = sizeof(std::array<SlabStore *, kMostStores>);
     void *begin = reserve(bytes, PROT_NONE);
     void *tables = reserve(table_bytes + store_bytes, PROT_READ | PROT_WRITE);
     if (begin && tables) {
