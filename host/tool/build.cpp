@@ -262,8 +262,11 @@ void Repository::add_action(const PolicyMap &policy, const zar_event_context &ev
 }
 
 void Repository::build_target(const Target &target) {
-  TargetRecord &record = targets_.emplace_back(TargetRecord{{}, &target, clid_of(target.client), 0});
-  record.info.target_id = targets_.size();
+  TargetRecord &record = targets_.emplace_back();
+  record.target_id = targets_.size();
+  record.clid = clid_of(target.client);
+  record.name = target.name.value;
+  record.target = &target;
   bool first = true;
   for (const Name &policy : target.policies) {
     activate(record, policy, first);
@@ -289,7 +292,7 @@ void Repository::activate(TargetRecord &target, const Name &name, bool first) {
   if (first) {
     uint32_t pmap = 0;
     expect_success(zar_retrieve_policy(clid, &info, &pmap), "the look-up", name.value);
-    status = zar_add_target(target.clid, &target.info, pmap, &target.handle);
+    status = zar_add_target(target.clid, &target, pmap, &target.handle);
   } else {
     status = zar_activate_policy_by_name(clid, target.handle, &info);
   }

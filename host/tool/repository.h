@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "tool/client/targets.h"
 #include "tool/policy/model.h"
 #include "zar/zar.h"
 
@@ -41,12 +42,9 @@ class Repository {
   uint32_t owner_of(const std::string &domain) const;
 
  private:
-  // Begins with what the library knows of a target.
-  struct TargetRecord {
-    zar_target_info info;
-    const Target *target;
-    uint32_t clid;
-    uint32_t handle;
+  struct TargetRecord : client::TargetData {
+    const Target *target = nullptr;
+    uint32_t handle = 0;
   };
 
   void start();
