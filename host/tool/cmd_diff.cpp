@@ -9,6 +9,7 @@
 #include "tool/load_file.h"
 #include "tool/policy/text.h"
 #include "tool/report.h"
+#include "tool/terminal.h"
 
 namespace tool {
 
@@ -25,6 +26,12 @@ std::string joined(const std::vector<std::string> &texts) {
 
 const char *name_of_change(const ObjectChange &change) {
   return !change.before ? "added" : !change.after ? "removed" : "changed";
+}
+
+std::string painted_name_of_change(const ObjectChange &change) {
+  using terminal::Tone;
+  const Tone tone = !change.before ? Tone::good : !change.after ? Tone::bad : Tone::changed;
+  return terminal::painted(terminal::Stream::out, tone, name_of_change(change));
 }
 
 // ---- What is different ------------------------------------------------------------------------------------------------------
@@ -52,7 +59,7 @@ std::string text_of_change(const ObjectChange &change, const Files &files) {
     return text_of(file.path, ":", object.place.line);
   };
   const Object &object = change.before ? *change.before : *change.after;
-  std::string text = text_of(name_of_change(change), " ");
+  std::string text = text_of(painted_name_of_change(change), " ");
   if (change.before) text += at(*files.before, *change.before);
   if (change.before && change.after) text += " -> ";
   if (change.after) text += at(*files.after, *change.after);

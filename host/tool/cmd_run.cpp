@@ -2,6 +2,8 @@
 #include <iostream>
 
 #include "runtime/control.h"
+#include "tool/account/account_json.h"
+#include "tool/account/recorder.h"
 #include "tool/arguments.h"
 #include "tool/command.h"
 #include "tool/exit_codes.h"
@@ -9,6 +11,7 @@
 #include "tool/load_file.h"
 #include "tool/narrator.h"
 #include "tool/policy/text.h"
+#include "tool/progress.h"
 #include "tool/report.h"
 #include "tool/simulation.h"
 
@@ -34,6 +37,24 @@ void show_step(size_t number, const Step &step) {
   }
 }
 
+Json counts_json(const engine::Outcome &outcome) {
+  Json object;
+  object["policies"] = outcome.policies;
+  object["rules"] = outcome.rules;
+  object["actions"] = outcome.actions;
+  object["failures"] = outcome.failures;
+  return object;
+}
+
+Json attributes_json(uint32_t target) {
+  Json object = Json::object();
+  const engine::Attributes *attributes = engine::attributes_of(target);
+  if (!attributes) return object;
+  for (const engine::AttributeId attribute : attributes->present())
+    object[engine::attribute_name(attribute)] = attributes->find(attribute)->text;
+  return object;
+}
+
 class RunCommand final : public Command {
  public:
   void declare(CLI::App &program) override {
@@ -45,13 +66,15 @@ class RunCommand final : public Command {
     app_->add_option("--trace", trace_, "Show the library's own messages on standard error: error, or info for all")
         ->type_name("LEVEL")
         ->check(CLI::IsMember({"error", "info"}));
+    app_->add_flag("--json", json_, "Write one JSON object");
     app_->footer(
         "Shows for each event which rules matched and what their actions did, then the\n"
         "library's listings with counters.\n\n"
         "Examples:\n"
         "  zar run examples/broadband.yaml\n"
         "  zar run policy.yaml --event session-start@line-1 --event session-stop@line-1\n"
-        "  zar run policy.yaml --trace error");
+        "  zar run policy.yaml --trace error\n"
+        "  zar run policy.yaml --json");
   }
 
   int run() override {
@@ -64,8 +87,12 @@ class RunCommand final : public Command {
     runtime::trace_to_stderr(!trace_.empty());
     Repository repository(*file);
     if (repository.build()) {
-      raise_all(*file, repository, events_.empty() ? file->scenario : *given);
-      std::cout << listings(*file, repository);
+      const std::vector<Step> &steps = events_.empty() ? file->scenario : *given;
+      if (json_) {
+        write_json(*file, repository, steps);
+      } else {
+        write_text(*file, repository, steps);
+      }
     }
     return finish(repository);
   }
@@ -83,22 +110,47 @@ class RunCommand final : public Command {
     return good ? std::optional(std::move(steps)) : std::nullopt;
   }
 
-  void raise_all(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) const {
+  void write_text(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) const {
     Narrator narrator(std::cout);
     engine::observe(&narrator);
+    Progress progress(steps.size());
     size_t number = 0;
     for (const Step &step : steps) {
       show_step(++number, step);
       run_step(file, repository, step);
+      progress.step();
       // Messages of the library go elsewhere; they should meet the event that they belong to.
       if (!trace_.empty()) std::cout.flush();
     }
     engine::observe(nullptr);
+    std::cout << listings(file, repository);
+  }
+
+  static void write_json(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) {
+    Json head = begin_json("run");
+    head["file"] = file.path;
+    JsonStream stream(std::cout, head, "events");
+    const Recorder recorder(file);
+    Progress progress(steps.size());
+    size_t number = 0;
+    for (const Step &step : steps) {
+      const engine::Outcome outcome = run_step(file, repository, step);
+      Json event;
+      event["number"] = ++number;
+      add_place_or_null(event, step.place);
+      event["counts"] = counts_json(outcome);
+      event["attributes"] = attributes_json(repository.target_handle(step.target.value));
+      event["explanation"] = account_json(recorder.account(), file, step, Level::decision);
+      stream.add(event);
+      progress.step();
+    }
+    stream.end(Json());
   }
 
   std::string path_;
   std::vector<std::string> events_;
   std::string trace_;
+  bool json_ = false;
 };
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "tool/load_file.h"
 #include "tool/policy/text.h"
 #include "tool/report.h"
+#include "tool/terminal.h"
 #include "tool/testing/coverage.h"
 #include "tool/testing/run_tests.h"
 
@@ -42,11 +43,16 @@ Json failure_json(const Failure &failure) {
   return object;
 }
 
+std::string mark_of(bool passed) {
+  using terminal::Tone;
+  return terminal::painted(terminal::Stream::out, passed ? Tone::good : Tone::bad, passed ? "ok    " : "FAIL  ");
+}
+
 void tell_test(const PolicyFile &file, const TestOutcome &outcome, const EventAccount &account, Told &told) {
   const Test &test = *outcome.test;
   const bool passed = outcome.failures.empty();
   ++(passed ? told.passed : told.failed);
-  told.text += text_of(passed ? "ok    " : "FAIL  ", file.path, ":", test.name.place.line, ": ", test.name.value, "\n");
+  told.text += text_of(mark_of(passed), file.path, ":", test.name.place.line, ": ", test.name.value, "\n");
   Json object;
   object["name"] = test.name.value;
   add_place(object, test.name.place);

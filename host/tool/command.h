@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -23,9 +24,15 @@ class Command {
   CLI::App *app_ = nullptr;
 };
 
+// The names of all sub-commands, good as long as the program.
+std::vector<std::string_view> command_names(const CLI::App &program);
+// NULL when there is no such sub-command.
+const CLI::App *find_command(const CLI::App &program, std::string_view name);
+
 std::unique_ptr<Command> make_check_command();
 std::unique_ptr<Command> make_diff_command();
 std::unique_ptr<Command> make_explain_command();
+std::unique_ptr<Command> make_help_command();
 std::unique_ptr<Command> make_lint_command();
 std::unique_ptr<Command> make_run_command();
 std::unique_ptr<Command> make_test_command();

@@ -24,8 +24,25 @@ Json begin_json(std::string_view command);
 // Indented, with a line end. What is no UTF-8 in it, which can only come from the command line, is replaced.
 void print_json(std::ostream &out, const Json &object);
 
+// An object with one long list, written as it comes, so that it takes no more memory than its largest element.
+class JsonStream {
+ public:
+  // Writes the members of 'head', then begins the list.
+  JsonStream(std::ostream &out, const Json &head, std::string_view list);
+  void add(const Json &element);
+  // Ends the list, and the object with the members of 'tail'. To be called once, last.
+  void end(const Json &tail);
+
+ private:
+  std::ostream *out_;
+  bool empty_ = true;
+};
+
 // Adds "line" and "column" of a place.
 void add_place(Json &object, Place place);
+
+// The same, as null where the place is none in a file.
+void add_place_or_null(Json &object, Place place);
 
 // A text, or null.
 Json text_or_null(const std::optional<std::string> &text);

@@ -6,13 +6,18 @@
 
 namespace tool {
 
-std::optional<PolicyFile> load_file(const std::string &path) {
+Loaded load_path(const std::string &path) {
   Diagnostics diagnostics;
-  const Source source = Source::read(path, diagnostics);
+  Source source = Source::read(path, diagnostics);
   std::optional<PolicyFile> file;
   if (diagnostics.empty()) file = load(source, diagnostics);
-  std::cerr << render(diagnostics, source);
-  return file;
+  return {std::move(source), std::move(diagnostics), std::move(file)};
+}
+
+std::optional<PolicyFile> load_file(const std::string &path) {
+  Loaded loaded = load_path(path);
+  std::cerr << render(loaded.diagnostics, loaded.source);
+  return std::move(loaded.file);
 }
 
 }  // namespace tool

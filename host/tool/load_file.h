@@ -1,13 +1,24 @@
-// Loading for sub-commands: what is wrong with a file goes to standard error.
+// Loading for sub-commands.
 #pragma once
 
 #include <optional>
 #include <string>
 
 #include "tool/policy/model.h"
+#include "tool/policy/source.h"
 
 namespace tool {
 
+struct Loaded {
+  Source source;
+  Diagnostics diagnostics;
+  std::optional<PolicyFile> file;  // nothing when anything is wrong
+};
+
+// A file, or standard input for "-", with all that is wrong with it.
+Loaded load_path(const std::string &path);
+
+// The same for those who need the good ones only: what is wrong goes to standard error.
 std::optional<PolicyFile> load_file(const std::string &path);
 
 }  // namespace tool

@@ -1,6 +1,9 @@
 // zar: the policy simulator.
+#include <algorithm>
+#include <cctype>
 #include <iostream>
 
+#include "tool/arguments.h"
 #include "tool/command.h"
 #include "tool/exit_codes.h"
 #include "tool/policy/text.h"
@@ -15,6 +18,7 @@ Commands make_commands() {
   commands.push_back(tool::make_check_command());
   commands.push_back(tool::make_diff_command());
   commands.push_back(tool::make_explain_command());
+  commands.push_back(tool::make_help_command());
   commands.push_back(tool::make_lint_command());
   commands.push_back(tool::make_run_command());
   commands.push_back(tool::make_test_command());
@@ -24,27 +28,52 @@ Commands make_commands() {
 // A misspelt sub-command reads to the parser like any argument too many.
 bool is_unknown_command(const CLI::App &program, const std::string &word) {
   if (word.empty() || word[0] == '-') return false;
-  const std::vector<const CLI::App *> commands = program.get_subcommands({});
-  return std::none_of(commands.begin(), commands.end(), [&](const CLI::App *c) { return c->get_name() == word; });
+  return !tool::find_command(program, word);
 }
 
 int complain_about_command(const CLI::App &program, const std::string &word) {
-  std::vector<std::string_view> names;
-  const std::vector<const CLI::App *> commands = program.get_subcommands({});
-  for (const CLI::App *command : commands)
-    names.push_back(command->get_name());
-  const std::string_view near = tool::nearest(word, names);
-  tool::complain(tool::text_of("there is no command '", word, "'",
-                               near.empty() ? "" : tool::text_of("; did you mean '", near, "'?")));
+  tool::complain_about_name("command", word, tool::command_names(program));
   std::cerr << "Run zar --help for the commands.\n";
   return tool::kUsage;
 }
 
-int complain_about_arguments(const CLI::App &program, const CLI::ParseError &error) {
-  tool::complain(error.what());
-  const std::vector<const CLI::App *> asked_for =
+// The command whose options the command line could give: the sub-command, if there is one.
+const CLI::App &asked_for(const CLI::App &program) {
+  const std::vector<const CLI::App *> parsed =
       program.get_subcommands([](const CLI::App *command) { return command->parsed(); });
-  std::cerr << "Run zar " << (asked_for.empty() ? "" : asked_for[0]->get_name() + " ") << "--help for help.\n";
+  return parsed.empty() ? program : *parsed[0];
+}
+
+// The first argument that looks like an option and is none.
+std::string unknown_option(const CLI::App &command, const std::vector<std::string> &arguments) {
+  for (const std::string &argument : arguments) {
+    if (argument == "--") break;
+    const bool is_option = argument.size() > 1 && argument[0] == '-' && !std::isdigit(argument[1]);
+    const std::string name = argument.substr(0, argument.find('='));
+    if (is_option && !command.get_option_no_throw(name)) return name;
+  }
+  return {};
+}
+
+void complain_about_option(const CLI::App &command, const std::string &name) {
+  std::vector<std::string> names;
+  for (const CLI::Option *option : command.get_options()) {
+    for (const std::string &word : option->get_lnames())
+      names.push_back("--" + word);
+  }
+  tool::complain_about_name("option", name, {names.begin(), names.end()});
+}
+
+int complain_about_arguments(const CLI::App &program, const CLI::ParseError &error,
+                             const std::vector<std::string> &arguments) {
+  const CLI::App &command = asked_for(program);
+  const std::string option = unknown_option(command, arguments);
+  if (option.empty()) {
+    tool::complain(error.what());
+  } else {
+    complain_about_option(command, option);
+  }
+  std::cerr << "Run zar " << (&command == &program ? "" : command.get_name() + " ") << "--help for help.\n";
   return tool::kUsage;
 }
 
@@ -78,7 +107,7 @@ int run_program(int argc, char **argv) {
   } catch (const CLI::Success &help) {
     return written(program.exit(help));
   } catch (const CLI::ParseError &error) {
-    return complain_about_arguments(program, error);
+    return complain_about_arguments(program, error, {argv + 1, argv + argc});
   }
   return written(run(commands));
 }

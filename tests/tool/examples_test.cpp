@@ -52,6 +52,36 @@ TEST(Check, OfSeveralFilesFailsWhenOneIsBad) {
   EXPECT_TRUE(result.err.starts_with("<stdin>:1:10: error: ")) << result.err;
 }
 
+TEST(Check, WritesAnObjectOfAllThatItFinds) {
+  const Result result = run_zar({"check", "-", "--json"}, "clients: {a: {databse: own}}\n");
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.err, "");
+  expect_golden("check/bad.json.out", result.out);
+  const Result several = run_zar({"check", "examples/broadband.yaml", "-", "--json"}, std::string(17 << 20, '#'));
+  EXPECT_EQ(several.code, 65);
+  EXPECT_EQ(several.err, "");
+  expect_golden("check/several.json.out", several.out);
+}
+
+TEST(Run, WritesAnObjectOfAllThatHappens) {
+  const std::vector<std::string> arguments = {
+      "run", "tests/tool/policies/paths.yaml", "--event", "start@t", "--event", "other@t", "--json"};
+  const Result result = run_zar(arguments);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.err, "");
+  expect_golden("run/two-events.json.out", result.out);
+}
+
+TEST(Run, OfNoEventsIsAnObjectToo) {
+  EXPECT_EQ(run_zar({"run", "-", "--json"}, "domains: {d: }\n").out,
+            "{\n"
+            "  \"schema_version\": 1,\n"
+            "  \"command\": \"run\",\n"
+            "  \"file\": \"<stdin>\",\n"
+            "  \"events\": []\n"
+            "}\n");
+}
+
 // Without listings, which are the same as in the whole runs.
 std::string events_of(const Result &result) {
   return result.out.substr(0, result.out.find("\nPolicy-maps"));

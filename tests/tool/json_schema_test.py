@@ -14,6 +14,18 @@ EXAMPLES = ["broadband", "guest-network", "interface-qos"]
 
 # The command lines to try for each sub-command, with the exit code of each.
 CASES = {
+    "check": [
+        (0, ["examples/broadband.yaml"]),
+        (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
+        (65, ["/nowhere"]),
+        (65, ["examples/broadband.yaml", "README.md", "examples"]),
+    ],
+    "run": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
+    + [
+        (0, [PATHS]),
+        (0, ["tests/tool/policies/diff-old.yaml"]),
+        (0, [PATHS, "--event", "start@t", "--event", "hopeless@t", "--event", "loop@t", "--event", "other@u"]),
+    ],
     "explain": [
         (0, ["examples/broadband.yaml", "--event", "session-start@line-0101", "--level", level])
         for level in ("decision", "rules", "filters")

@@ -4,6 +4,7 @@
 
 #include "tool/account/nearest.h"
 #include "tool/policy/text.h"
+#include "tool/terminal.h"
 
 namespace tool {
 
@@ -67,6 +68,21 @@ std::string change_text(const Change &change) {
 }
 
 namespace {
+
+using terminal::Tone;
+
+std::string painted(Tone tone, std::string_view text) {
+  return terminal::painted(terminal::Stream::out, tone, text);
+}
+
+std::string verdict_word(engine::Verdict verdict) {
+  if (verdict == engine::Verdict::none) return to_string(verdict);
+  return painted(verdict == engine::Verdict::permit ? Tone::good : Tone::bad, to_string(verdict));
+}
+
+std::string matched_word(bool matched) {
+  return matched ? painted(Tone::good, "matched") : "did not match";
+}
 
 // Collects lines, and in the end puts their places in a column of their own.
 class Writer {
@@ -132,7 +148,7 @@ std::string Writer::text() const {
   std::string all;
   for (const Line &line : lines_) {
     const std::string gap(width - line.origin.size() + 2 + size_t{2} * line.depth, ' ');
-    all += text_of(line.origin, gap, line.text, "\n");
+    all += text_of(painted(Tone::faint, line.origin), gap, line.text, "\n");
   }
   return all;
 }
@@ -141,7 +157,7 @@ void Writer::write(const EventAccount &account, const Step &step) {
   const std::optional<Decision> decided = decision(account);
   decisive_ = decided ? decided->action : nullptr;
   line(file_->find_target(step.target.value)->name.place,
-       text_of(account.event, " at ", step.target.value, ": ", to_string(account.outcome.verdict)));
+       text_of(account.event, " at ", step.target.value, ": ", verdict_word(account.outcome.verdict)));
   const Deeper deeper(*this);
   given(step);
   if (level_ == Level::decision) {
@@ -211,9 +227,9 @@ void Writer::policy(const PolicyAccount &policy) {
     return line(policy.policy->name.place,
                 text_of("policy-map ", policy.policy->name.value, ": does not handle the event"));
   }
-  line(policy.event->event.place,
-       text_of("policy-map ", policy.policy->name.value, ", event ", policy.event->event.value, " ",
-               to_string(policy.event->match), policy.any_matched() ? "" : ": no rule matched"));
+  line(policy.event->event.place, text_of("policy-map ", policy.policy->name.value, ", event ",
+                                          policy.event->event.value, " ", to_string(policy.event->match),
+                                          policy.any_matched() ? "" : painted(Tone::changed, ": no rule matched")));
   const Deeper deeper(*this);
   for (const RuleAccount &tried : policy.rules)
     rule(policy, tried);
@@ -235,7 +251,7 @@ std::string reason_of(const RuleAccount &rule) {
 void Writer::rule(const PolicyAccount &, const RuleAccount &rule) {
   line(rule.rule->place,
        text_of("rule ", rule.rule->number, ", class-map ", rule.class_map->name.value, " ",
-               to_string(rule.class_map->match), rule.matched ? " matched: " : " did not match: ", reason_of(rule)));
+               to_string(rule.class_map->match), " ", matched_word(rule.matched), ": ", reason_of(rule)));
   const Deeper deeper(*this);
   if (level_ == Level::filters) {
     for (const FilterAccount &asked : rule.filters)
@@ -272,9 +288,9 @@ void Writer::action(const ActionAccount &action) {
   std::string text = text_of("action ", action.action->number, " ", to_string(*action.action));
   for (const Change &change : action.changes)
     text += text_of(", ", change_text(change));
-  if (action.refused) text += ", refused: nested too deep or too often";
-  if (action.failed) text += ", failed";
-  if (&action == decisive_) text += ", which decides";
+  if (action.refused) text += painted(Tone::bad, ", refused: nested too deep or too often");
+  if (action.failed) text += painted(Tone::bad, ", failed");
+  if (&action == decisive_) text += painted(Tone::strong, ", which decides");
   line(action.action->place, std::move(text));
   const Deeper deeper(*this);
   if (action.raised) raised(*action.raised, *action.action);
@@ -282,7 +298,7 @@ void Writer::action(const ActionAccount &action) {
 }
 
 void Writer::raised(const EventAccount &account, const Action &by) {
-  line(by.place, text_of("event ", account.event, ": ", to_string(account.outcome.verdict)));
+  line(by.place, text_of("event ", account.event, ": ", verdict_word(account.outcome.verdict)));
   const Deeper deeper(*this);
   policies_of(account);
 }
@@ -305,9 +321,8 @@ void Writer::applied(const MapAccount &map) {
 void Writer::statement(const MapAccount &map, const StatementAccount &statement) {
   const Shortfall missing = shortfall(statement);
   const std::string reason = missing.first ? text_of(": ", answer_text(*missing.first)) : "";
-  line(statement.statement->place,
-       text_of("parameter-map ", map.map->name.value, ", statement ", statement.statement->index,
-               statement.matched ? " matched" : " did not match", reason));
+  line(statement.statement->place, text_of("parameter-map ", map.map->name.value, ", statement ",
+                                           statement.statement->index, " ", matched_word(statement.matched), reason));
   if (level_ != Level::filters) return;
   const Deeper deeper(*this);
   for (const FilterAccount &asked : statement.filters)

@@ -4,10 +4,18 @@
 
 #include "tool/policy/source.h"
 #include "tool/policy/text.h"
+#include "tool/terminal.h"
 
 namespace tool {
 
 namespace {
+
+using terminal::Tone;
+
+// Diagnostics are messages: they go to standard error.
+std::string painted(Tone tone, std::string_view text) {
+  return terminal::painted(terminal::Stream::err, tone, text);
+}
 
 constexpr size_t kWidestExcerpt = 100;
 
@@ -53,16 +61,18 @@ void render_line(const Diagnostic &diagnostic, const Source &source, std::string
   const Excerpt excerpt = excerpt_of(line, diagnostic.place.column);
   const std::string number = std::to_string(diagnostic.place.line);
   out += text_of("  ", number, " | ", excerpt.text, "\n");
-  out += text_of("  ", std::string(number.size(), ' '), " | ", std::string(excerpt.mark, ' '), "^\n");
+  out += text_of("  ", std::string(number.size(), ' '), " | ", std::string(excerpt.mark, ' '), painted(Tone::good, "^"),
+                 "\n");
 }
 
 void render_one(const Diagnostic &diagnostic, const Source &source, std::string &out) {
-  out += source.name();
-  if (diagnostic.place.line != 0) out += text_of(":", diagnostic.place.line, ":", diagnostic.place.column);
-  out += text_of(": error: ", diagnostic.message, "\n");
+  std::string origin = source.name();
+  if (diagnostic.place.line != 0) origin += text_of(":", diagnostic.place.line, ":", diagnostic.place.column);
+  out += text_of(painted(Tone::strong, origin + ":"), " ", painted(Tone::bad, "error:"), " ", diagnostic.message, "\n");
   render_line(diagnostic, source, out);
   if (!diagnostic.expected.empty()) out += text_of("  expected: ", diagnostic.expected, "\n");
-  if (!diagnostic.suggestion.empty()) out += text_of("  did you mean '", diagnostic.suggestion, "'?\n");
+  if (!diagnostic.suggestion.empty())
+    out += text_of("  did you mean '", painted(Tone::good, diagnostic.suggestion), "'?\n");
 }
 
 }  // namespace

@@ -1,0 +1,98 @@
+#include "terminal_runner.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace test {
+
+namespace {
+
+[[noreturn]] void become_zar(const std::vector<std::string> &arguments, const Terminal::Setup &setup) {
+  std::vector<std::string> words = {"zar"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char *> argv;
+  for (std::string &word : words)
+    argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  unsetenv("NO_COLOR");
+  setenv("TERM", setup.kind.c_str(), 1);
+  for (const std::string &variable : setup.environment) {
+    const size_t equals = variable.find('=');
+    setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
+  }
+  if (setup.output_elsewhere) dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+  if (chdir(ZAR_SOURCE_DIR) == 0) execv(ZAR_BINARY, argv.data());
+  std::_Exit(127);
+}
+
+}  // namespace
+
+Terminal::Terminal(const std::vector<std::string> &arguments, const Setup &setup) {
+  // Wide enough that no line of a test is broken.
+  winsize size{};
+  size.ws_row = 50;
+  size.ws_col = 200;
+  child_ = forkpty(&master_, nullptr, nullptr, &size);
+  if (child_ == 0) become_zar(arguments, setup);
+}
+
+Terminal::~Terminal() {
+  if (master_ >= 0) close(master_);
+  if (child_ > 0) waitpid(child_, nullptr, 0);
+}
+
+void Terminal::type(const std::string &keys) {
+  EXPECT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+}
+
+// False at the end, and when nothing comes for as long as a slow machine with sanitizers may need for anything.
+bool Terminal::read_more() {
+  pollfd wait{master_, POLLIN, 0};
+  if (poll(&wait, 1, 60'000) != 1) return false;
+  char buffer[4096];
+  const ssize_t got = read(master_, buffer, sizeof buffer);
+  if (got <= 0) return false;
+  for (const char character : std::string_view(buffer, static_cast<size_t>(got))) {
+    if (character == '\n' && shown_.ends_with('\r')) shown_.pop_back();
+    shown_ += character;
+  }
+  return true;
+}
+
+std::string Terminal::read_until(const std::string &text) {
+  size_t found = shown_.find(text, seen_);
+  while (found == std::string::npos) {
+    if (!read_more()) {
+      ADD_FAILURE() << "'" << text << "' never came: " << shown_.substr(seen_);
+      return {};
+    }
+    found = shown_.find(text, seen_);
+  }
+  const size_t from = seen_;
+  seen_ = found + text.size();
+  return shown_.substr(from, seen_ - from);
+}
+
+std::string Terminal::read_to_end() {
+  while (read_more()) {
+  }
+  seen_ = shown_.size();
+  return shown_;
+}
+
+int Terminal::code() {
+  read_to_end();
+  int status = 0;
+  const pid_t ended = waitpid(child_, &status, 0);
+  child_ = -1;
+  return ended > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace test
