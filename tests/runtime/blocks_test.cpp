@@ -119,7 +119,7 @@ TEST_F(BlocksTest, EveryBlockStaysWholeWhateverTheOrderOfTakingAndFreeing) {
     bfree_named(which.block);
 }
 
-#ifdef __SANITIZE_ADDRESS__
+#if ZAR_RECORDS_ON_HEAP
 TEST_F(BlocksTest, AByteTooFarIsFoundByTheSanitizer) {
   auto block = static_cast<volatile char *>(bcalloc_named(1, 13, 5));
   EXPECT_DEATH(block[13] = 1, "heap-buffer-overflow");
