@@ -30,6 +30,7 @@ std::vector<std::string_view> command_names(const CLI::App &program);
 const CLI::App *find_command(const CLI::App &program, std::string_view name);
 
 std::unique_ptr<Command> make_check_command();
+std::unique_ptr<Command> make_config_command();
 std::unique_ptr<Command> make_diff_command();
 std::unique_ptr<Command> make_explain_command();
 std::unique_ptr<Command> make_help_command();

@@ -16,6 +16,7 @@ using Commands = std::vector<std::unique_ptr<tool::Command>>;
 Commands make_commands() {
   Commands commands;
   commands.push_back(tool::make_check_command());
+  commands.push_back(tool::make_config_command());
   commands.push_back(tool::make_diff_command());
   commands.push_back(tool::make_explain_command());
   commands.push_back(tool::make_help_command());

@@ -43,6 +43,10 @@ CASES = {
         (1, [PATHS]),
         (65, ["examples/broadband.yaml", "/nowhere", "tests/tool/policies/failing.yaml"]),
     ],
+    "config": [
+        (0, [f"examples/{name}.yaml"]) for name in EXAMPLES
+    ]
+    + [(0, ["tests/tool/policies/config.yaml"]), (0, [PATHS])],
     "diff": [
         (0, ["examples/broadband.yaml", "examples/broadband.yaml", "--replay", "examples/broadband.yaml"]),
         (1, ["tests/tool/policies/diff-old.yaml", "tests/tool/policies/diff-new.yaml"]),

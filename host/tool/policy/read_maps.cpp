@@ -181,9 +181,10 @@ void read_parameter_maps(const Reader &reader, const yaml::Node &node, PolicyFil
         map.statements.push_back(std::move(statement));
       });
     }
-    collect_attributes(reader, map);
     std::stable_sort(map.statements.begin(), map.statements.end(),
                      [](const Statement &a, const Statement &b) { return a.index < b.index; });
+    // In the order of the map-indices, so that the filter types do not depend on how the file orders the statements.
+    collect_attributes(reader, map);
     file.parameter_maps.push_back(std::move(map));
   });
 }

@@ -1,0 +1,72 @@
+// zar config: writes the configuration of a running repository back as a policy file.
+#include <iostream>
+
+#include "tool/command.h"
+#include "tool/exit_codes.h"
+#include "tool/inventory/json.h"
+#include "tool/inventory/running.h"
+#include "tool/load_file.h"
+#include "tool/policy/text.h"
+#include "tool/policy/write.h"
+#include "tool/report.h"
+
+namespace tool {
+
+namespace {
+
+Json json_of_configuration(const PolicyFile &running, const std::string &path) {
+  Json json = begin_json("config");
+  json["file"] = path;
+  json["clients"] = inventory::json_of(running.clients);
+  json["domains"] = inventory::json_of(running.domains);
+  json["class_maps"] = inventory::json_of(running.class_maps);
+  json["parameter_maps"] = inventory::json_of(running.parameter_maps);
+  json["policy_maps"] = inventory::json_of(running.policy_maps);
+  json["targets"] = inventory::json_of(running.targets);
+  return json;
+}
+
+class ConfigCommand final : public Command {
+ public:
+  void declare(CLI::App &program) override {
+    app_ = program.add_subcommand("config", "Write the running configuration as a policy file");
+    app_->add_option("FILE", path_, "The policy file to load; - is standard input")->required();
+    app_->add_flag("--json", json_, "Write one JSON object");
+    app_->footer(
+        "Loads the file into a repository and writes what the repository holds, and nothing\n"
+        "else, as a policy file: clients, domains, class-maps, parameter-maps, policy-maps,\n"
+        "and targets with their attributes and active policies. Loading that text makes an\n"
+        "equal repository, of which this command writes the same text again.\n"
+        "The scenario, the tests and the comments of a file are no part of the repository and\n"
+        "are left out. Class-maps and parameter-maps come in the order of their names,\n"
+        "policy-maps in an order that gives their events the same ids, attributes by name.\n\n"
+        "Examples:\n"
+        "  zar config policy.yaml\n"
+        "  zar config policy.yaml | zar diff policy.yaml -");
+  }
+
+  int run() override {
+    const std::optional<PolicyFile> file = load_file(path_);
+    if (!file) return kBadFile;
+    const std::optional<PolicyFile> running = inventory::read_back(*file);
+    if (!running) return kInternal;
+    if (json_) {
+      print_json(std::cout, json_of_configuration(*running, file->path));
+    } else {
+      std::cout << write_objects(*running);
+    }
+    return kSuccess;
+  }
+
+ private:
+  std::string path_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_config_command() {
+  return std::make_unique<ConfigCommand>();
+}
+
+}  // namespace tool
