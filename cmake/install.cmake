@@ -57,6 +57,15 @@ install(TARGETS zarplatform zarengine LIBRARY DESTINATION ${zar_host_dir} COMPON
 
 install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools
   PATTERN CMakeLists.txt EXCLUDE PATTERN .clang-format EXCLUDE)
+# The policy files tell editors where their schema is, which is somewhere else once both are installed.
+file(RELATIVE_PATH zar_schema_from_examples
+  ${CMAKE_INSTALL_FULL_DOCDIR}/examples ${CMAKE_INSTALL_FULL_DATADIR}/zar/schema/policy.json)
+install(CODE "file(GLOB files \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${zar_example_dir}/*.yaml\")
+foreach(file IN LISTS files)
+  file(READ \"\${file}\" text)
+  string(REPLACE \"../share/schema/policy.json\" \"${zar_schema_from_examples}\" text \"\${text}\")
+  file(WRITE \"\${file}\" \"\${text}\")
+endforeach()" COMPONENT tools)
 
 # Schemas and whatever else the command reads or shows.
 if(EXISTS ${PROJECT_SOURCE_DIR}/share)

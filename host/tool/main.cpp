@@ -22,6 +22,7 @@ Commands make_commands() {
   commands.push_back(tool::make_help_command());
   commands.push_back(tool::make_lint_command());
   commands.push_back(tool::make_run_command());
+  commands.push_back(tool::make_schema_command());
   commands.push_back(tool::make_test_command());
   return commands;
 }
@@ -50,7 +51,7 @@ std::string unknown_option(const CLI::App &command, const std::vector<std::strin
   for (const std::string &argument : arguments) {
     if (argument == "--") break;
     const bool is_option = argument.size() > 1 && argument[0] == '-' && !std::isdigit(argument[1]);
-    const std::string name = argument.substr(0, argument.find('='));
+    std::string name = argument.substr(0, argument.find('='));
     if (is_option && !command.get_option_no_throw(name)) return name;
   }
   return {};

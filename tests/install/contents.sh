@@ -24,6 +24,10 @@ for file in "$root"/platform/*.h; do holds "include/zar/platform/$(basename "$fi
 for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c; do
   holds "share/doc/zar/examples/${file#"$root/examples/"}"
 done
+for file in "$prefix"/share/doc/zar/examples/*.yaml; do
+  schema=$(sed -n 's/^# yaml-language-server: $schema=//p' "$file")
+  test -n "$schema" && test -e "$(dirname "$file")/$schema" || fail "$file does not name its schema"
+done
 wanted=$(cd "$root" && ls include/zar/*.h platform/*.h | wc -l)
 found=$(find "$prefix/include" -type f | wc -l)
 test "$wanted" -eq "$found" || fail "$found files among the headers instead of $wanted"

@@ -48,7 +48,7 @@ Terminal::~Terminal() {
   if (child_ > 0) waitpid(child_, nullptr, 0);
 }
 
-void Terminal::type(const std::string &keys) {
+void Terminal::type(const std::string &keys) const {
   EXPECT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 

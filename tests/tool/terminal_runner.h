@@ -24,7 +24,7 @@ class Terminal {
   Terminal &operator=(const Terminal &) = delete;
 
   // Types keys.
-  void type(const std::string &keys);
+  void type(const std::string &keys) const;
   // Reads until the command has shown this text, after all that was read before; gives what it read. A text that never
   // comes fails the test.
   std::string read_until(const std::string &text);
