@@ -1,0 +1,70 @@
+// The outside of the library in a sequence of calls: the clients with their data and functions, the printer, and the engine.
+// Whatever of it is called leaves a line in one log.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zar/zar.h"
+
+namespace calls {
+
+// printf into a string.
+#if defined(__GNUC__)
+__attribute__((format(printf, 1, 2)))
+#endif
+std::string
+text(const char *format, ...);
+
+std::vector<std::string> &log();
+
+// The data behind an action or a filter. Two are equal when their values are.
+struct Data {
+  uint32_t id = 0;
+  uint8_t value = 0;
+  bool mute = false;  // its string functions answer NULL
+};
+// Its id; 0 of NULL.
+uint32_t id_of(const void *data);
+// What the string functions make of it.
+std::string action_text_of(const Data &data, uint32_t argument);
+std::string filter_text_of(const Data &data);
+
+// The functions of contexts; of two there are twins, since content is the same only when the functions are.
+void free_data(void *data, void *context);
+void free_data_too(void *data, void *context);
+uint32_t run_action(void *data, void *run);
+uint32_t run_action_too(void *data, void *run);
+char *action_text(void *data, uint32_t argument);
+char *filter_text(void *data);
+uint32_t compare_data(void *stored, void *offered);
+void notify(uint32_t removed, void *data, queue_head *target_infos);
+uint32_t check_param_map(void *data, const void *param_map);
+void policy_removed(uint32_t target, uint32_t pmap);
+void print(const char *format, ...);
+
+// The parameter-map that an action of this value uses.
+const void *param_map_of(uint8_t value);
+
+// Ends the target lists that notifications handed over in the last call.
+void end_target_lists();
+
+// What the engine refuses the next time that it is asked.
+enum class Refusal { none, create, find, remove, free_context, parameter_map_type };
+struct Engine {
+  Refusal refusal = Refusal::none;
+  // The target of the last instance that was wanted: a target that is not made after all has no other trace.
+  uint32_t last_target = 0;
+  std::map<std::string, std::string> instances;  // by "target/key"; the entry itself is the instance
+};
+Engine &engine();
+std::string instance_key(const char *name, const char *domain, uint32_t type);
+// The texts for criteria.
+const char *cmap_criteria_text(uint32_t criteria);
+const char *event_criteria_text(uint32_t criteria);
+const char *exec_criteria_text(uint32_t criteria);
+
+}  // namespace calls

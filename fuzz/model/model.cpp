@@ -1,0 +1,603 @@
+#include "fuzz/model/model.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "host/runtime/control.h"
+#include "platform/runtime.h"
+
+namespace model {
+namespace {
+
+constexpr size_t kLongestKey = 99;
+// What is told of NULL and of the words that operations leave alone.
+std::string hex(uint64_t value) {
+  return calls::text("0x%lx", static_cast<unsigned long>(value));
+}
+
+bool begins(const std::string &whole, const std::string &beginning) {
+  return whole.compare(0, beginning.size(), beginning) == 0;
+}
+
+template <typename Type>
+void remove_first(std::vector<Type> &list, const Type &element) {
+  const auto found = std::find(list.begin(), list.end(), element);
+  if (found != list.end()) list.erase(found);
+}
+
+bool before(const Map *left, const Map *right) {
+  return left->key < right->key;
+}
+
+}  // namespace
+
+// ---- Seen
+
+void Seen::fail(const std::string &what) {
+  if (failure_.empty()) failure_ = what;
+}
+
+void Seen::answers(uint64_t value) {
+  if (answer_.value != value) fail("answered " + hex(answer_.value) + ", not " + hex(value));
+}
+
+void Seen::answers_text(const std::optional<std::string> &text) {
+  if (answer_.text == text) return;
+  fail("answered " + answer_.text.value_or("no text") + ", not " + text.value_or("no text"));
+}
+
+void Seen::answers_something(bool something) {
+  if ((answer_.value != 0) != something) fail(something ? "answered nothing" : "answered something");
+}
+
+void Seen::puts(size_t i, uint32_t value) {
+  put_[i] = true;
+  if (arguments_.numbers_out[i] != value)
+    fail(calls::text("argument %zu came out as ", i + 1) + hex(arguments_.numbers_out[i]) + ", not " + hex(value));
+}
+
+void Seen::puts_pointer(size_t i, const void *pointer) {
+  put_[i] = true;
+  if (arguments_.pointers_out[i] != pointer)
+    fail(calls::text("argument %zu came out as %p, not %p", i + 1, arguments_.pointers_out[i], pointer));
+}
+
+uint32_t Seen::fresh(size_t i) {
+  put_[i] = true;
+  const uint32_t handle = arguments_.numbers_out[i];
+  if (handle == 0 || handle == calls::kUntouched) fail(calls::text("argument %zu is no new handle", i + 1));
+  return handle;
+}
+
+void Seen::end() {
+  for (size_t i = 0; i < put_.size(); ++i) {
+    if (put_[i] || !arguments_.given(i)) continue;
+    if (arguments_.numbers_out[i] != 0 && arguments_.numbers_out[i] != calls::kUntouched)
+      fail(calls::text("argument %zu was written: ", i + 1) + hex(arguments_.numbers_out[i]));
+  }
+}
+
+// ---- Objects
+
+Model::Model() = default;
+
+Map *Model::resolve_map(uint32_t handle) const {
+  Object *object = resolve_any(handle);
+  if (object == nullptr) return nullptr;
+  const bool map = object->kind == Kind::pmap || object->kind == Kind::cmap || object->kind == Kind::pmtr_map;
+  return map ? static_cast<Map *>(object) : nullptr;
+}
+
+Object *Model::resolve_any(uint32_t handle) const {
+  const auto found = objects_.find(handle);
+  return found == objects_.end() ? nullptr : found->second.get();
+}
+
+void Model::forget(const Object &object) {
+  objects_.erase(object.handle);
+}
+
+bool valid(const zar_map_info *info) {
+  return info != nullptr && info->domain != nullptr && info->map_name != nullptr &&
+         (info->domain_type == 1 || info->domain_type == 2);
+}
+
+bool usable(const zar_action_context *context) {
+  return context != nullptr && context->action_free_fn != nullptr && context->action_entry_fn != nullptr;
+}
+bool usable(const zar_filter_context *context) {
+  return context != nullptr && context->filter_free_fn != nullptr && context->filter_eval_fn != nullptr;
+}
+bool complete(const zar_action_context *context) {
+  return usable(context) && context->action_str_fn != nullptr && context->action_compare_fn != nullptr;
+}
+bool complete(const zar_filter_context *context) {
+  return usable(context) && context->filter_str_fn != nullptr && context->filter_compare_fn != nullptr;
+}
+
+// ---- Clients, domains, databases
+
+Database *Model::database_of(uint32_t clid) {
+  if (!known(clid) || !clients[clid - 1].active) return nullptr;
+  Database *own = clients[clid - 1].database;
+  return own != nullptr ? own : clients[0].database;
+}
+
+Database *Model::database_at(const zar_db *record) {
+  for (const auto &database : databases)
+    if (database->record == record) return database.get();
+  return nullptr;
+}
+
+uint32_t Model::owner_of(const std::string &domain) const {
+  for (const auto &[claimed, owner] : domains)
+    if (claimed == domain) return owner;
+  return 1;
+}
+
+// ---- Trees
+
+std::string Model::key_of(const zar_map_info &info) {
+  const std::string whole =
+      std::string(info.map_name) + ":" + info.domain + ":" + std::to_string(static_cast<int32_t>(info.domain_type));
+  return whole.substr(0, kLongestKey);
+}
+
+namespace {
+
+// The nodes that a comparison with the key may take for equal.
+std::vector<Map *> equals(const Tree &tree, const std::string &key) {
+  std::vector<Map *> found;
+  for (Map *node : tree.nodes)
+    if (begins(key, node->key) || (tree.symmetric && begins(node->key, key))) found.push_back(node);
+  return found;
+}
+
+// Whether a search for the key surely ends at the one equal node: at its own place or at that of the node before.
+bool surely_met(const Tree &tree, const std::string &key, const Map *only) {
+  if (tree.symmetric) return true;
+  const Map *last = nullptr;
+  for (const Map *node : tree.nodes)
+    if (node->key <= key) last = node;
+  return last == only;
+}
+
+}  // namespace
+
+Map *Model::search(Tree &tree, const std::string &key) {
+  const std::vector<Map *> found = equals(tree, key);
+  if (found.empty()) return nullptr;
+  if (found.size() == 1 && surely_met(tree, key, found.front())) return found.front();
+  const auto answer = asked_.find({&tree, key});
+  return answer == asked_.end() ? found.front() : answer->second;
+}
+
+void Model::ask(Tree &tree, const avl_tree *library_tree, const std::string &key) {
+  const std::vector<Map *> found = equals(tree, key);
+  if (found.empty() || (found.size() == 1 && surely_met(tree, key, found.front()))) return;
+  zar_pmap probe{};
+  std::string text = key;
+  probe.hash_str = text.data();
+  const void *record = i_avl_search(const_cast<avl_tree *>(library_tree), &probe);
+  Map *answer = nullptr;
+  for (Map *node : found)
+    if (node->record == record) answer = node;
+  asked_[{&tree, key}] = answer;
+}
+
+void Model::ask(const std::string &key) {
+  for (const auto &database : databases) {
+    ask(database->pmaps, database->record->pmap_tree, key);
+    ask(database->cmaps, database->record->cmap_tree, key);
+    ask(database->pmtr_maps, database->record->pmtr_map_tree, key);
+  }
+}
+
+bool Model::insert(Tree &tree, Map &map) {
+  if (map.tree != nullptr || search(tree, map.key) != nullptr) return false;
+  tree.nodes.insert(std::upper_bound(tree.nodes.begin(), tree.nodes.end(), &map, before), &map);
+  map.tree = &tree;
+  return true;
+}
+
+void Model::take_out(Map &map) {
+  if (map.tree == nullptr) return;
+  remove_first(map.tree->nodes, &map);
+  map.tree = nullptr;
+}
+
+Map *Model::next(const Tree &tree, const Map &map) {
+  for (Map *node : tree.nodes) {
+    if (node->key <= map.key) continue;
+    // What counts as equal to a map outside the tree does not come after it.
+    if (map.tree != &tree && tree.symmetric && begins(node->key, map.key)) continue;
+    return node;
+  }
+  return nullptr;
+}
+
+Found Model::retrieve(uint32_t clid, const zar_map_info *info, Kind kind) {
+  if (!known(clid) || !valid(info)) return {kInvalid, 0};
+  Database *database = database_of(clid);
+  if (database == nullptr) return {kFailed, 0};
+  const Map *map = search(database->tree(kind), key_of(*info));
+  return {0, map == nullptr ? 0 : map->handle};
+}
+
+// ---- Around a call
+
+void Model::foresee(const calls::Call &call, const Arguments &arguments) {
+  asked_.clear();
+  const calls::Operation &what = calls::operation(call.op);
+  for (size_t i = 0; i < what.count; ++i) {
+    const calls::Param param = what.params[i];
+    if (param == calls::Param::info && valid(arguments.info(i))) ask(key_of(*arguments.info(i)));
+    const Map *map = arguments.handle(i) == 0 ? nullptr : resolve_map(arguments.handle(i));
+    if (map != nullptr) ask(map->key);
+    if (param == calls::Param::name && arguments.given(i))
+      for (uint32_t type : {1U, 2U}) {
+        const zar_map_info info{kSubscriber, type, arguments.text(i), 0};
+        ask(key_of(info));
+      }
+  }
+  const zar_map_info autoconf{kSubscriber, 1, kAutoconf, 0};
+  ask(key_of(autoconf));
+  if (call.op != calls::Op::zar_pmtr_create_or_add_filter) return;
+  if (const PmtrMap *map = resolve<PmtrMap>(arguments.handle(0))) {
+    const std::string name = "__PMTR__" + map->name + std::to_string(static_cast<int32_t>(arguments.number(5)));
+    const zar_map_info hidden{kSubscriber, 1, name.c_str(), 1};
+    ask(key_of(hidden));
+  }
+}
+
+void Model::follow(const calls::Call &call, const Arguments &arguments, Seen &seen) {
+  using Prediction = void (*)(Model &, const Arguments &, Seen &);
+  static constexpr std::array<Prediction, static_cast<size_t>(calls::Op::count)> kPredictions = {
+#define OPERATION(weight, name, ...) predict::name,
+#include "fuzz/calls/operations.inc"
+#undef OPERATION
+  };
+  log.clear();
+  kPredictions[static_cast<size_t>(call.op)](*this, arguments, seen);
+  seen.end();
+}
+
+// ---- What operations are made of
+
+Event *Model::event_of(const Pmap &pmap, uint32_t id) const {
+  for (Event *event : pmap.events)
+    if (event->id == id) return event;
+  return nullptr;
+}
+
+Rule *Model::rule_of(const Event &event, const Cmap &cmap) {
+  for (Rule *rule : event.rules)
+    if (rule->cmap == &cmap) return rule;
+  return nullptr;
+}
+
+void Model::update_references(Pmap &pmap, Cmap &cmap) {
+  const auto found =
+      std::find_if(pmap.cmap_refs.begin(), pmap.cmap_refs.end(), [&](const auto &ref) { return ref.first == &cmap; });
+  if (found != pmap.cmap_refs.end()) {
+    ++found->second;
+  } else {
+    pmap.cmap_refs.emplace_back(&cmap, 1);
+  }
+  if (std::find(cmap.pmap_refs.begin(), cmap.pmap_refs.end(), &pmap) == cmap.pmap_refs.end())
+    cmap.pmap_refs.push_back(&pmap);
+}
+
+void Model::remove_references(Pmap &pmap, Cmap &cmap) {
+  const auto found =
+      std::find_if(pmap.cmap_refs.begin(), pmap.cmap_refs.end(), [&](const auto &ref) { return ref.first == &cmap; });
+  if (found == pmap.cmap_refs.end() || --found->second > 0) return;
+  pmap.cmap_refs.erase(found);
+  remove_first(cmap.pmap_refs, &pmap);
+}
+
+Rule &Model::add_rule(uint32_t handle, Cmap &cmap, uint32_t exec_criteria, Event *event, uint32_t number) {
+  Rule &rule = add<Rule>(handle);
+  rule.cmap = &cmap;
+  rule.exec_criteria = exec_criteria == 0 ? 2 : exec_criteria;
+  rule.event = event;
+  if (event == nullptr || event->pmap == nullptr) ++cmap.uncounted;
+  if (event == nullptr) return rule;
+  rule.number = static_cast<uint8_t>(number);
+  const auto place = std::find_if(event->rules.begin(), event->rules.end(),
+                                  [&](const Rule *present) { return present->number > rule.number; });
+  event->rules.insert(place, &rule);
+  if (event->pmap != nullptr) update_references(*event->pmap, cmap);
+  return rule;
+}
+
+uint32_t Model::newcomer(const queue_head &queue, size_t handle_at, Seen &seen) const {
+  for (const void *element : runtime::elements(&queue)) {
+    const auto handle = *reinterpret_cast<const uint32_t *>(static_cast<const char *>(element) + handle_at);
+    if (!was_seen(handle)) return handle;
+  }
+  seen.fail("nothing new is in the list");
+  return 0;
+}
+
+uint32_t Model::new_event(const Pmap &pmap, Seen &seen) const {
+  return newcomer(static_cast<const zar_pmap *>(pmap.record)->rule_list, offsetof(zar_event_tuple, handle), seen);
+}
+uint32_t Model::new_rule(const Event &event, Seen &seen) const {
+  return newcomer(static_cast<const zar_event_tuple *>(event.record)->class_actions, offsetof(zar_class_action, handle),
+                  seen);
+}
+uint32_t Model::new_rule(const Pmap &pmap, Seen &seen) const {
+  return newcomer(static_cast<const zar_pmap *>(pmap.record)->rule_list, offsetof(zar_class_action, handle), seen);
+}
+uint32_t Model::new_filter(const Cmap &cmap, Seen &seen) const {
+  return newcomer(static_cast<const zar_cmap *>(cmap.record)->filters, offsetof(zar_filter, handle), seen);
+}
+
+void Model::drop_reference(Action &action) {
+  if (--action.refs > 0) return;
+  const zar_action_context &context = action.context;
+  context.action_free_fn == calls::free_data
+      ? log.push_back(calls::text("free %u", calls::id_of(context.action_data)))
+      : log.push_back(calls::text("free too %u", calls::id_of(context.action_data)));
+  forget(action);
+}
+
+namespace {
+
+std::string freed(const zar_filter_context &context) {
+  return calls::text(context.filter_free_fn == calls::free_data ? "free %u" : "free too %u",
+                     calls::id_of(context.filter_data));
+}
+
+}  // namespace
+
+void Model::free_filter(Filter &filter) {
+  log.push_back(freed(filter.context));
+  forget(filter);
+}
+
+void Model::free_rule(Rule &rule) {
+  if (rule.event == nullptr || rule.event->pmap == nullptr) --rule.cmap->uncounted;
+  for (Action *action : rule.actions) {
+    --action->listed;
+    drop_reference(*action);
+  }
+  forget(rule);
+}
+
+void Model::delete_event(Event &event) {
+  if (event.pmap != nullptr) remove_first(event.pmap->events, &event);
+  for (Rule *rule : event.rules) {
+    if (event.pmap != nullptr) remove_references(*event.pmap, *rule->cmap);
+    free_rule(*rule);
+  }
+  forget(event);
+}
+
+void Model::delete_rules_of(Pmap &pmap) {
+  while (!pmap.events.empty())
+    delete_event(*pmap.events.front());
+  for (Rule *rule : std::exchange(pmap.rules, {}))
+    free_rule(*rule);
+}
+
+void Model::delete_autoconf_policy() {
+  const zar_map_info info{kSubscriber, 1, kAutoconf, 0};
+  const Found found = retrieve(owner_of(kSubscriber), &info, Kind::pmap);
+  if (Pmap *pmap = resolve<Pmap>(found.handle)) delete_rules_of(*pmap);
+}
+
+void Model::delete_policy(Pmap &pmap) {
+  if (pmap.name == kAutoconf) {
+    delete_autoconf_policy();
+    delete_rules_of(pmap);
+    return;
+  }
+  delete_rules_of(pmap);
+  while (!pmap.targets.empty())
+    disassociate(pmap, *pmap.targets.front());
+  forget(pmap);
+}
+
+void Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
+  take_out(pmap);
+  while (!pmap.targets.empty()) {
+    Target &target = *pmap.targets.front();
+    disassociate(pmap, target);
+    if (clients[clid - 1].hears_removals)
+      log.push_back(calls::text("removed target:0x%x pmap:0x%x", target.handle, pmap.handle));
+  }
+  delete_policy(pmap);
+}
+
+void Model::free_class(Cmap &cmap) {
+  for (Filter *filter : std::exchange(cmap.filters, {}))
+    free_filter(*filter);
+  forget(cmap);
+}
+
+uint32_t Model::delete_stored_class(uint32_t clid, uint32_t handle) {
+  Cmap *cmap = resolve<Cmap>(handle);
+  if (!known(clid) || cmap == nullptr) return kInvalid;
+  Database *database = database_of(clid);
+  if (database == nullptr) return kFailed;
+  if (!cmap->pmap_refs.empty()) return kInvalid;
+  if (cmap->tree != &database->cmaps) return kTree;
+  take_out(*cmap);
+  free_class(*cmap);
+  return 0;
+}
+
+// ---- Targets
+
+bool Model::refuses(calls::Refusal request) {
+  if (refusal != request) return false;
+  refusal = calls::Refusal::none;
+  return true;
+}
+
+namespace {
+
+std::string place_of(const Target &target, const Pmap &pmap) {
+  return calls::text("0x%x/", target.handle) + calls::instance_key(pmap.name.c_str(), pmap.domain.c_str(), pmap.type);
+}
+
+}  // namespace
+
+uint32_t Model::associate(uint32_t clid, Target &target, Pmap &pmap) {
+  target.active.push_back(&pmap);
+  pmap.targets.push_back(&target);
+  const std::string place = place_of(target, pmap);
+  log.push_back("create " + place + calls::text(" clid:%u", clid));
+  if (refuses(calls::Refusal::create)) {
+    disassociate(pmap, target);
+    return kFailed;
+  }
+  instances_.insert(place);
+  tell_handlers(pmap, target, true);
+  return 0;
+}
+
+bool Model::disassociate(Pmap &pmap, Target &target) {
+  remove_first(pmap.targets, &target);
+  remove_first(target.active, &pmap);
+  const std::string place = place_of(target, pmap);
+  log.push_back("find " + place);
+  if (refuses(calls::Refusal::find) || !instances_.contains(place)) return false;
+  log.push_back("delete " + place);
+  if (refuses(calls::Refusal::remove)) return false;
+  instances_.erase(place);
+  tell_handlers(pmap, target, false);
+  return true;
+}
+
+void Model::tell_handlers(const Pmap &pmap, const Target &target, bool added) {
+  std::string list;
+  for (const Event *event : pmap.events)
+    for (const Rule *rule : event->rules)
+      for (const Action *action : rule->actions) {
+        if (action->context.action_notify_fn == nullptr) continue;
+        list += calls::text(" %lu", static_cast<unsigned long>(target.info->target_id));
+        log.push_back(calls::text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action->context.action_data)) +
+                      list);
+      }
+}
+
+uint32_t Model::delete_target(Target &target) {
+  while (!target.active.empty())
+    disassociate(*target.active.front(), target);
+  Context *context = target.context;
+  const bool stays = context != nullptr && context->used && (log.emplace_back("free the context"), true) &&
+                     refuses(calls::Refusal::free_context);
+  if (target.stored_in != nullptr) target.stored_in->targets.erase(target.handle);
+  forget(target);
+  if (stays) {
+    lost_records += 2;
+    lost_ids += 1;
+    return kFailed;
+  }
+  if (context != nullptr) forget(*context);
+  return 0;
+}
+
+void Model::destroy(Database &database) {
+  for (Kind kind : {Kind::pmap, Kind::cmap, Kind::pmtr_map}) {
+    Tree &tree = database.tree(kind);
+    while (!tree.nodes.empty())
+      take_out(*tree.nodes.front());
+  }
+  while (!database.targets.empty())
+    delete_target(*database.targets.begin()->second);
+}
+
+// ---- Content
+
+bool Model::same(const Filter &filter, const zar_filter_context &context) {
+  if (filter.context.filter_free_fn != context.filter_free_fn ||
+      filter.context.filter_eval_fn != context.filter_eval_fn)
+    return false;
+  const auto *stored = static_cast<const calls::Data *>(filter.context.filter_data);
+  const auto *offered = static_cast<const calls::Data *>(context.filter_data);
+  log.push_back(calls::text("compare %u %u", calls::id_of(stored), calls::id_of(offered)));
+  if (stored == nullptr || offered == nullptr) return stored == offered;
+  return stored->value == offered->value;
+}
+
+bool Model::same(const Action &action, const zar_action_context &context) {
+  if (action.context.action_free_fn != context.action_free_fn ||
+      action.context.action_entry_fn != context.action_entry_fn)
+    return false;
+  const auto *stored = static_cast<const calls::Data *>(action.context.action_data);
+  const auto *offered = static_cast<const calls::Data *>(context.action_data);
+  log.push_back(calls::text("compare %u %u", calls::id_of(stored), calls::id_of(offered)));
+  if (stored == nullptr || offered == nullptr) return stored == offered;
+  return stored->value == offered->value;
+}
+
+Filter *Model::filter_like(const Cmap &cmap, const zar_filter_context &context, uint32_t no_match) {
+  for (Filter *filter : cmap.filters)
+    if (same(*filter, context) && filter->no_match == static_cast<uint8_t>(no_match)) return filter;
+  return nullptr;
+}
+
+void Model::free_context(const zar_action_context &context) {
+  if (context.action_free_fn == nullptr) return;
+  log.push_back(calls::text(
+      context.action_free_fn == calls::free_data ? "free context %u, data 0" : "free too context %u, data 0",
+      calls::id_of(context.action_data)));
+}
+
+std::optional<std::string> Model::text_of(const Action &action, uint32_t argument) {
+  const auto *data = static_cast<const calls::Data *>(action.context.action_data);
+  log.push_back(calls::text("text of %u with %u", calls::id_of(data), argument));
+  if (data == nullptr || data->mute) return {};
+  return calls::action_text_of(*data, argument);
+}
+
+std::optional<std::string> Model::text_of(const Filter &filter) {
+  const auto *data = static_cast<const calls::Data *>(filter.context.filter_data);
+  log.push_back(calls::text("text of %u", calls::id_of(data)));
+  if (data == nullptr || data->mute) return {};
+  return calls::filter_text_of(*data);
+}
+
+// ---- Parameter-maps
+
+Statement *Model::statement_of(PmtrMap &map, uint32_t index) {
+  for (Statement &statement : map.statements)
+    if (statement.index == index) return &statement;
+  return nullptr;
+}
+
+void Model::end_statement(const Statement &statement) {
+  for (Action *action : statement.actions) {
+    --action->listed;
+    drop_reference(*action);
+  }
+  delete_stored_class(owner_of(kSubscriber), statement.cmap);
+}
+
+void Model::delete_statement(PmtrMap &map, uint32_t index) {
+  const auto found = std::find_if(map.statements.begin(), map.statements.end(),
+                                  [&](const Statement &statement) { return statement.index == index; });
+  const Statement statement = *found;
+  map.statements.erase(found);
+  end_statement(statement);
+}
+
+void Model::delete_pmtr_map(PmtrMap &map) {
+  for (const Statement &statement : std::exchange(map.statements, {}))
+    end_statement(statement);
+  ++lost_texts[map.domain];
+  forget(map);
+}
+
+uint32_t Model::find_subscriber_map(const char *name, uint32_t type, uint32_t *handle) {
+  const zar_map_info info{kSubscriber, type, name, 0};
+  const Found found = retrieve(owner_of(kSubscriber), &info, Kind::pmtr_map);
+  *handle = found.handle;
+  return found.status == 0 && found.handle == 0 ? kNothing : found.status;
+}
+
+}  // namespace model

@@ -1,0 +1,348 @@
+// A model of the repository in standard containers. It knows no record, pool or queue: it is what a client may expect from
+// what the headers say, one function an operation. From the library it takes two things alone: the handles of new objects,
+// which nobody can foresee, and which of several keys that count as equal a tree comes to first.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fuzz/calls/operations.h"
+
+namespace model {
+
+using calls::Arguments;
+
+enum class Kind { pmap, cmap, action, filter, event, rule, target, policy_context, pmtr_map };
+
+struct Object {
+  virtual ~Object() = default;
+  Kind kind{};
+  uint32_t handle = 0;
+  void *record = nullptr;  // for comparisons alone
+};
+
+struct Tree;
+
+struct Map : Object {
+  std::string name;
+  std::string domain;
+  uint32_t type = 0;
+  uint32_t hidden = 0;
+  std::string key;
+  Tree *tree = nullptr;
+};
+
+struct Cmap;
+struct Target;
+struct Event;
+struct Rule;
+
+struct Pmap : Map {
+  static constexpr Kind kKind = Kind::pmap;
+  std::vector<std::pair<Cmap *, uint32_t>> cmap_refs;
+  std::vector<Target *> targets;
+  std::vector<Event *> events;  // of a CONTROL policy-map
+  std::vector<Rule *> rules;    // of any other
+  bool control() const { return type == 1; }
+};
+
+struct Filter;
+
+struct Cmap : Map {
+  static constexpr Kind kKind = Kind::cmap;
+  uint32_t match_criteria = 0;
+  uint32_t mask = 0;
+  std::vector<Pmap *> pmap_refs;
+  std::vector<Filter *> filters;
+  int uncounted =
+      0;  // rules that use it without a reference: those of free events and of policy-maps that are not CONTROL
+};
+
+struct Action : Object {
+  static constexpr Kind kKind = Kind::action;
+  zar_action_context context{};
+  uint8_t number = 0;
+  uint16_t precedence = 0;
+  uint32_t refs = 1;
+  uint32_t executed = 0;
+  uint32_t listed = 0;  // lists in which it stands
+};
+
+struct Filter : Object {
+  static constexpr Kind kKind = Kind::filter;
+  zar_filter_context context{};
+  uint8_t no_match = 0;
+  uint8_t regex = 0;
+  uint8_t flag_1 = 0;
+  uint8_t flag_2 = 0;
+  std::array<uint32_t, 4> counts{};  // executions, hits, misses, comparisons
+  bool listed = false;
+};
+
+struct Event : Object {
+  static constexpr Kind kKind = Kind::event;
+  uint32_t id = 0;
+  std::string name;
+  uint32_t criteria = 1;
+  Pmap *pmap = nullptr;
+  std::vector<Rule *> rules;
+};
+
+struct Rule : Object {
+  static constexpr Kind kKind = Kind::rule;
+  uint8_t number = 0;
+  uint32_t exec_criteria = 0;
+  Cmap *cmap = nullptr;
+  Event *event = nullptr;  // none: of a policy-map that is not CONTROL
+  std::vector<Action *> actions;
+};
+
+struct Context : Object {
+  static constexpr Kind kKind = Kind::policy_context;
+  bool used = false;  // the engine has put something into it
+};
+
+struct Database;
+
+struct Target : Object {
+  static constexpr Kind kKind = Kind::target;
+  zar_target_info *info = nullptr;
+  std::vector<Pmap *> active;
+  Context *context = nullptr;
+  Database *stored_in = nullptr;
+};
+
+struct Statement {
+  uint32_t index = 0;
+  uint32_t cmap = 0;  // a handle, since the class-map may go before it
+  std::vector<Action *> actions;
+};
+
+struct PmtrMap : Map {
+  static constexpr Kind kKind = Kind::pmtr_map;
+  std::vector<Statement> statements;
+};
+
+// The maps of a tree in the order of their keys.
+struct Tree {
+  bool symmetric = false;  // the comparison of policy-maps: whichever key is the shorter one, its length counts
+  std::vector<Map *> nodes;
+};
+
+struct Database {
+  zar_db *record = nullptr;
+  Tree pmaps{true, {}};
+  Tree cmaps;
+  Tree pmtr_maps;
+  std::map<uint32_t, Target *> targets;
+  Tree &tree(Kind kind) { return kind == Kind::pmap ? pmaps : kind == Kind::cmap ? cmaps : pmtr_maps; }
+};
+
+struct Client {
+  std::string name;
+  Database *database = nullptr;
+  bool active = true;
+  bool hears_removals = false;
+};
+
+// What a call was seen to do, to be compared with what it should have done.
+class Seen {
+ public:
+  Seen(const Arguments &arguments, const calls::Answer &answer) : arguments_(arguments), answer_(answer) {}
+
+  void answers(uint64_t value);
+  void answers_text(const std::optional<std::string> &text);
+  void answers_something(bool something);
+  // The number that comes into the result place 'i', which is given.
+  void puts(size_t i, uint32_t value);
+  void puts_pointer(size_t i, const void *pointer);
+  // The handle there, which was never seen before.
+  uint32_t fresh(size_t i);
+  uint64_t answer() const { return answer_.value; }
+  void fail(const std::string &what);
+  const std::string &failure() const { return failure_; }
+  // Nothing else was put out.
+  void end();
+
+ private:
+  const Arguments &arguments_;
+  const calls::Answer &answer_;
+  std::array<bool, calls::kMostArguments> put_{};
+  std::string failure_;
+};
+
+// What an operation on a stored map finds by its name.
+struct Found {
+  uint32_t status = 0;
+  uint32_t handle = 0;
+};
+
+class Model {
+ public:
+  Model();
+
+  // ---- Around a call
+
+  // A call that the headers name as the caller's own fault, such as deleting what is still in a list, is not made.
+  bool fair(const calls::Call &call, const Arguments &arguments);
+  // Asks the trees what they come to first wherever the call may depend on it.
+  void foresee(const calls::Call &call, const Arguments &arguments);
+  // What the call does.
+  void follow(const calls::Call &call, const Arguments &arguments, Seen &seen);
+  // What is different in the library; empty when nothing is.
+  std::string difference() const;
+
+  std::vector<std::string> log;  // what the call should have logged
+
+  // ---- Objects
+
+  template <typename Type>
+  Type *resolve(uint32_t handle) const {
+    const auto found = objects_.find(handle);
+    if (found == objects_.end() || found->second->kind != Type::kKind) return nullptr;
+    return static_cast<Type *>(found->second.get());
+  }
+  Map *resolve_map(uint32_t handle) const;
+  Object *resolve_any(uint32_t handle) const;
+  template <typename Type>
+  Type &add(uint32_t handle) {
+    auto made = std::make_unique<Type>();
+    made->kind = Type::kKind;
+    made->handle = handle;
+    made->record = zar_handle_get_context(handle);
+    Type &object = *made;
+    seen_.insert(handle);
+    objects_[handle] = std::move(made);
+    return object;
+  }
+  template <typename Type>
+  Type &add_map(uint32_t handle, const zar_map_info &info) {
+    Type &map = add<Type>(handle);
+    map.name = info.map_name;
+    map.domain = info.domain;
+    map.type = info.domain_type;
+    map.key = key_of(info);
+    return map;
+  }
+  void forget(const Object &object);
+  bool was_seen(uint32_t handle) const { return seen_.contains(handle); }
+  template <typename Type>
+  std::vector<Type *> all() const {
+    std::vector<Type *> found;
+    for (const auto &[handle, object] : objects_)
+      if (object->kind == Type::kKind) found.push_back(static_cast<Type *>(object.get()));
+    return found;
+  }
+
+  // ---- Clients, domains, databases
+
+  bool known(uint32_t clid) const { return clid - 1 < clients.size(); }
+  Database *database_of(uint32_t clid);
+  Database *database_at(const zar_db *record);
+  uint32_t owner_of(const std::string &domain) const;
+
+  // ---- Trees
+
+  static std::string key_of(const zar_map_info &info);
+  Map *search(Tree &tree, const std::string &key);
+  bool insert(Tree &tree, Map &map);
+  static void take_out(Map &map);
+  static Map *first(const Tree &tree) { return tree.nodes.empty() ? nullptr : tree.nodes.front(); }
+  static Map *next(const Tree &tree, const Map &map);
+
+  // ---- What operations are made of
+
+  Found retrieve(uint32_t clid, const zar_map_info *info, Kind kind);
+  // Of the policy-map that holds the event.
+  Event *event_of(const Pmap &pmap, uint32_t id) const;
+  static Rule *rule_of(const Event &event, const Cmap &cmap);
+  static void update_references(Pmap &pmap, Cmap &cmap);
+  static void remove_references(Pmap &pmap, Cmap &cmap);
+  Rule &add_rule(uint32_t handle, Cmap &cmap, uint32_t exec_criteria, Event *event, uint32_t number);
+  // The handle of the object that is in a list of the library and that was never seen before.
+  uint32_t newcomer(const queue_head &queue, size_t handle_at, Seen &seen) const;
+  uint32_t new_event(const Pmap &pmap, Seen &seen) const;
+  uint32_t new_rule(const Event &event, Seen &seen) const;
+  uint32_t new_rule(const Pmap &pmap, Seen &seen) const;
+  uint32_t new_filter(const Cmap &cmap, Seen &seen) const;
+
+  void drop_reference(Action &action);
+  void free_filter(Filter &filter);
+  void free_rule(Rule &rule);
+  void delete_event(Event &event);
+  void delete_rules_of(Pmap &pmap);
+  void delete_autoconf_policy();
+  void delete_policy(Pmap &pmap);
+  void delete_policy_of_tree(uint32_t clid, Pmap &pmap);
+  void free_class(Cmap &cmap);
+  uint32_t delete_stored_class(uint32_t clid, uint32_t handle);
+
+  uint32_t associate(uint32_t clid, Target &target, Pmap &pmap);
+  bool disassociate(Pmap &pmap, Target &target);
+  void tell_handlers(const Pmap &pmap, const Target &target, bool added);
+  uint32_t delete_target(Target &target);
+  void destroy(Database &database);
+
+  // The first statement with the index; none: nullptr.
+  static Statement *statement_of(PmtrMap &map, uint32_t index);
+  void end_statement(const Statement &statement);
+  void delete_statement(PmtrMap &map, uint32_t index);
+  void delete_pmtr_map(PmtrMap &map);
+  uint32_t find_subscriber_map(const char *name, uint32_t type, uint32_t *handle);
+  Filter *filter_like(const Cmap &cmap, const zar_filter_context &context, uint32_t no_match);
+  bool same(const Filter &filter, const zar_filter_context &context);
+  bool same(const Action &action, const zar_action_context &context);
+  void free_context(const zar_action_context &context);
+  std::optional<std::string> text_of(const Action &action, uint32_t argument);
+  std::optional<std::string> text_of(const Filter &filter);
+  bool refuses(calls::Refusal request);
+
+  std::vector<Client> clients;
+  std::vector<std::pair<std::string, uint32_t>> domains;
+  std::vector<std::unique_ptr<Database>> databases;
+  std::array<char, 5> compare_table{};
+  calls::Refusal refusal = calls::Refusal::none;
+
+  // What is left behind as described.
+  uint32_t lost_ids = 0;
+  uint32_t lost_records = 0;
+  std::map<std::string, uint32_t> lost_texts;
+
+ private:
+  void ask(const std::string &key);
+  void ask(Tree &tree, const avl_tree *library_tree, const std::string &key);
+
+  std::map<uint32_t, std::unique_ptr<Object>> objects_;
+  std::set<uint32_t> seen_;
+  std::set<std::string> instances_;
+  std::map<std::pair<const Tree *, std::string>, Map *> asked_;
+};
+
+// ---- What the checks of arguments say
+
+bool valid(const zar_map_info *info);
+// Enough to be compared; enough to be made.
+bool usable(const zar_action_context *context);
+bool usable(const zar_filter_context *context);
+bool complete(const zar_action_context *context);
+bool complete(const zar_filter_context *context);
+
+constexpr uint32_t kFailed = 37, kInvalid = 39, kNothing = 40, kTree = 41;
+inline constexpr const char *kSubscriber = "subscriber";
+inline constexpr const char *kAutoconf = "BUILTIN_AUTOCONF_POLICY";
+
+// The prediction of each operation.
+namespace predict {
+#define OPERATION(weight, name, ...) void name(Model &m, const Arguments &a, Seen &seen);
+#include "fuzz/calls/operations.inc"
+#undef OPERATION
+}  // namespace predict
+
+}  // namespace model

@@ -1,0 +1,325 @@
+#include "fuzz/session.h"
+
+#include <algorithm>
+
+#include "fuzz/partial.h"
+#include "platform/runtime.h"
+#include "tests/support/leaks.h"
+
+namespace fuzz {
+namespace {
+
+using calls::text;
+
+constexpr uint32_t kErrorsAndInfos = 1U << 3 | 1U << 6;
+
+model::Kind kind_of(calls::Param kind) {
+  switch (kind) {
+    case calls::Param::pmap:
+      return model::Kind::pmap;
+    case calls::Param::cmap:
+      return model::Kind::cmap;
+    case calls::Param::action:
+      return model::Kind::action;
+    case calls::Param::filter:
+      return model::Kind::filter;
+    case calls::Param::target:
+      return model::Kind::target;
+    default:
+      return model::Kind::pmtr_map;
+  }
+}
+
+void *record_of(const void *model, calls::Param kind, uint32_t handle) {
+  const model::Object *object = static_cast<const model::Model *>(model)->resolve_any(handle);
+  return object != nullptr && object->kind == kind_of(kind) ? object->record : nullptr;
+}
+
+// Addresses differ from run to run and from build to build.
+std::string without_addresses(const std::string &line) {
+  constexpr size_t kShortest = 9;  // handles are shorter
+  std::string out;
+  for (size_t i = 0; i < line.size();) {
+    if (line.compare(i, 2, "0x") != 0) {
+      out += line[i++];
+      continue;
+    }
+    size_t end = i + 2;
+    while (end < line.size() && (std::isxdigit(static_cast<unsigned char>(line[end])) != 0 || line[end] == 'x'))
+      ++end;
+    if (end - i - 2 >= kShortest) {
+      out += "ADDRESS";
+    } else {
+      out.append(line, i, end - i);
+    }
+    i = end;
+  }
+  return out;
+}
+
+}  // namespace
+
+Session::Session(const Options &options) : options_(options), scene_(*options.alphabet) {
+  const rig::LosesOnPurpose what_lives_as_long_as_the_process;
+  runtime::clear_faults();
+  runtime::clear_complaints();
+  runtime::want_trace_levels(options_.trace ? kErrorsAndInfos : 0);
+  runtime::trace_to([this](const runtime::TraceLine &line) {
+    if (options_.transcript != nullptr) trace_ += text("%u ", line.level) + line.text + '\n';
+  });
+  before_ = runtime::inventory();
+  calls::engine() = {};
+  calls::log().clear();
+  zar_init();
+  zar_init_internal_cmap_compare(0);  // its table outlives every start
+  start_clients();
+}
+
+Session::~Session() {
+  runtime::clear_faults();
+  runtime::want_trace_levels(0);
+  runtime::trace_to(nullptr);
+  calls::end_target_lists();
+  zar_handle_table_destroy();
+  bfree_named(zar_clients_info);
+  zar_clients_info = nullptr;
+}
+
+// Client one owns the default database, two works in it, three has one of its own. One owns the domain of most maps.
+void Session::start_clients() {
+  for (const char *name : {"one", "two", "three"}) {
+    zar_db *database = nullptr;
+    if (*name != 't' || name[1] == 'h') {
+      zar_create_database(&database);
+      scene_.know(database);
+      model_.databases.push_back(std::make_unique<model::Database>());
+      model_.databases.back()->record = database;
+    }
+    uint32_t clid = 0;
+    zar_client_register(name, database, &clid);
+    model_.clients.push_back({name, model_.database_at(database), true, false});
+  }
+  zar_register_domain(1, "d");
+  model_.domains.emplace_back("d", 1);
+}
+
+bool Session::fail(const std::string &what) {
+  if (failure_.empty()) failure_ = what;
+  return false;
+}
+
+void Session::tell(const calls::Arguments &arguments) const {
+  if (options_.told != nullptr) options_.told->push_back(arguments.rendered);
+  if (options_.tell_first) std::fprintf(stderr, "%s\n", arguments.rendered.c_str());
+}
+
+void Session::resolve(const calls::Call &call, calls::Arguments &arguments) {
+  scene_.clients = static_cast<uint32_t>(model_.clients.size());
+  scene_.rendering = options_.told != nullptr || options_.tell_first || options_.transcript != nullptr;
+  scene_.resolve(call, arguments, &model_, record_of);
+  model_.foresee(call, arguments);
+}
+
+bool Session::step(const calls::Call &call) {
+  const rig::LosesOnPurpose what_lives_as_long_as_the_process;
+  calls::Arguments arguments;
+  resolve(call, arguments);
+  if (!model_.fair(call, arguments)) return true;
+  tell(arguments);
+  calls::log().clear();
+  trace_.clear();
+  const calls::Answer answer = calls::operation(call.op).call(arguments);
+  calls::end_target_lists();
+  return follow(call, arguments, answer);
+}
+
+bool Session::follow(const calls::Call &call, const calls::Arguments &arguments, const calls::Answer &answer) {
+  ++steps_;
+  const size_t databases = model_.databases.size();
+  model::Seen seen(arguments, answer);
+  model_.follow(call, arguments, seen);
+  if (model_.databases.size() > databases) scene_.know(model_.databases.back()->record);
+  write_transcript(arguments, answer);
+  if (options_.told != nullptr) options_.told->back() += text(" -> %lu", static_cast<unsigned long>(answer.value));
+  if (!seen.failure().empty()) return fail(seen.failure());
+  if (!compare()) return false;
+  scene_.keep_results(call, arguments);
+  return true;
+}
+
+bool Session::compare() {
+  const auto &made = calls::log();
+  for (size_t i = 0; i < std::max(made.size(), model_.log.size()); ++i) {
+    const std::string was = i < made.size() ? made[i] : "nothing";
+    const std::string expected = i < model_.log.size() ? model_.log[i] : "nothing";
+    if (was != expected)
+      return fail(
+          std::string("call of the client or the engine: \"").append(was).append("\", not \"").append(expected) + "\"");
+  }
+  if (!runtime::complaints().empty()) return fail("misuse of the runtime: " + runtime::complaints().front());
+  if (steps_ % options_.look_every != 0) return true;
+  const std::string difference = model_.difference();
+  return difference.empty() || fail(difference);
+}
+
+void Session::write_transcript(const calls::Arguments &arguments, const calls::Answer &answer) {
+  if (options_.transcript == nullptr) return;
+  std::string lines = arguments.rendered;
+  constexpr uint64_t kLargestNumber = 0xffffffff;
+  lines += answer.value > kLargestNumber ? " -> something" : text(" -> %lu", static_cast<unsigned long>(answer.value));
+  if (answer.text) lines += " \"" + *answer.text + '"';
+  for (uint32_t number : arguments.numbers_out)
+    if (number != 0 && number != calls::kUntouched) lines += text(" out 0x%x", number);
+  lines += '\n';
+  for (const std::string &line : calls::log())
+    lines += "  " + line + '\n';
+  lines += trace_;
+  const std::string shown = without_addresses(lines);
+  std::fwrite(shown.data(), 1, shown.size(), options_.transcript);
+}
+
+// ---- Faults
+
+bool Session::step_with_fault(const calls::Call &call, const FaultPlan &plan) {
+  const rig::LosesOnPurpose what_lives_as_long_as_the_process;
+  for (const uint64_t nth : plan.requests) {
+    const Outcome outcome = attempt(call, nth, plan.mode);
+    if (outcome != Outcome::again) return outcome != Outcome::wrong;
+  }
+  return step(call);
+}
+
+Session::Outcome Session::attempt(const calls::Call &call, uint64_t nth, runtime::Fault mode) {
+  calls::Arguments arguments;
+  resolve(call, arguments);
+  if (!model_.fair(call, arguments)) return Outcome::done;
+  tell(arguments);
+  if (options_.told != nullptr) options_.told->back() += text(", request %lu failing", static_cast<unsigned long>(nth));
+
+  const runtime::Inventory before = runtime::inventory();
+  const uint64_t injected = runtime::injected_faults();
+  const calls::Engine engine_before = calls::engine();
+  calls::log().clear();
+  runtime::record_requests(true);
+  runtime::fail_request(nth, mode);
+  const calls::Answer answer = calls::operation(call.op).call(arguments);
+  runtime::clear_faults();
+  runtime::record_requests(false);
+  calls::end_target_lists();
+
+  // None of its requests was the n-th: it went as ever.
+  if (runtime::injected_faults() == injected) return follow(call, arguments, answer) ? Outcome::done : Outcome::wrong;
+  ++faults_;
+  for (const runtime::Request &request : runtime::recorded_requests())
+    if (request.failed) ++faults_by_service_[request.service];
+  if (!runtime::complaints().empty()) {
+    fail("misuse of the runtime: " + runtime::complaints().front());
+    return Outcome::wrong;
+  }
+  return judge(call, answer, before, engine_before);
+}
+
+Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &answer, const runtime::Inventory &before,
+                                const calls::Engine &engine_before) {
+  const Partial *described = partial_state_of(call.op);
+  static const std::vector<uint64_t> kOtherwise = {37, 38};
+  const auto &answers = described == nullptr ? kOtherwise : described->answers;
+  const bool told = std::find(answers.begin(), answers.end(), answer.value) != answers.end();
+  if (!told && !answer.text) {
+    fail(text("answered %lu although a request failed", static_cast<unsigned long>(answer.value)));
+    return Outcome::wrong;
+  }
+  if (described != nullptr && described->changes) {
+    partial_ = true;
+    return Outcome::partial;
+  }
+  const std::string difference = model_.difference();
+  if (!difference.empty() || !(runtime::inventory() == before)) {
+    fail("after a failed request " + (difference.empty() ? std::string("more is live than before") : difference));
+    return Outcome::wrong;
+  }
+  calls::engine() = engine_before;
+  return Outcome::again;
+}
+
+// ---- The end
+
+bool Session::finish() {
+  return delete_everything() && nothing_leaked();
+}
+
+bool Session::delete_everything() {
+  const rig::LosesOnPurpose what_the_model_counts;
+  calls::engine().refusal = model_.refusal = calls::Refusal::none;
+  std::vector<std::string> wrong;
+  const auto deleted = [&](const char *what, uint32_t status) {
+    if (status != 0) wrong.push_back(text("%s answered %u at the end", what, status));
+  };
+  for (const auto &database : model_.databases) {
+    deleted("zar_destroy_database", zar_destroy_database(database->record));
+    model_.destroy(*database);
+  }
+  for (model::Target *target : model_.all<model::Target>()) {
+    deleted("zar_delete_target", zar_delete_target(target->handle));
+    model_.delete_target(*target);
+  }
+  for (model::Event *event : model_.all<model::Event>()) {
+    deleted("zar_delete_event", zar_delete_event(event->handle));
+    model_.delete_event(*event);
+  }
+  for (model::Pmap *pmap : model_.all<model::Pmap>()) {
+    deleted("zar_delete_policy", zar_delete_policy(pmap->handle));
+    model_.delete_policy(*pmap);
+  }
+  for (model::PmtrMap *map : model_.all<model::PmtrMap>()) {
+    deleted("zar_delete_pmtr_map", zar_delete_pmtr_map(map->handle));
+    model_.delete_pmtr_map(*map);
+  }
+  for (model::Cmap *cmap : model_.all<model::Cmap>()) {
+    deleted("zar_delete_class", zar_delete_class(cmap->handle));
+    model_.free_class(*cmap);
+  }
+  for (model::Filter *filter : model_.all<model::Filter>()) {
+    deleted("zar_delete_filter", zar_delete_filter(filter->handle));
+    model_.free_filter(*filter);
+  }
+  for (model::Action *action : model_.all<model::Action>())
+    for (uint32_t refs = action->refs; refs > 0; --refs) {
+      deleted("zar_delete_action", zar_delete_action(action->handle));
+      model_.drop_reference(*action);
+    }
+  calls::end_target_lists();
+  if (!runtime::complaints().empty()) return fail("misuse of the runtime: " + runtime::complaints().front());
+  return wrong.empty() || fail(wrong.front());
+}
+
+// What is live is what was live before, the clients with their databases and domains, and what is lost as described.
+bool Session::nothing_leaked() {
+  const std::vector<model::Pmap *> builtin = model_.all<model::Pmap>();  // they are emptied, never freed
+  const runtime::Inventory now = runtime::inventory();
+  const auto expect = [&](const char *what, size_t is, size_t should_be) {
+    return is == should_be || fail(text("%zu %s are live at the end, not %zu", is, what, should_be));
+  };
+  const size_t of_clients = model_.clients.size() + model_.domains.size();
+  size_t blocks_before = 0;
+  size_t blocks = 0;
+  for (const auto &[tag, count] : before_.blocks)
+    blocks_before += count;
+  for (const auto &[tag, count] : now.blocks)
+    blocks += count;
+  std::map<std::string, uint32_t> texts = before_.texts;
+  for (const auto &[lost, count] : model_.lost_texts)
+    texts[lost] += count;
+  for (const model::Pmap *pmap : builtin) {
+    ++texts[pmap->name];
+    ++texts[pmap->domain];
+  }
+  return expect("ids", now.ids, before_.ids + model_.lost_ids + builtin.size()) &&
+         expect("records", now.records,
+                before_.records + of_clients + model_.databases.size() + model_.lost_records + builtin.size()) &&
+         expect("blocks", blocks, blocks_before + 1 + of_clients + 4 * model_.databases.size() + builtin.size()) &&
+         expect("queue entries", now.queue_entries, before_.queue_entries) &&
+         (now.texts == texts || fail("other texts are interned at the end than should be"));
+}
+
+}  // namespace fuzz

@@ -1,0 +1,186 @@
+// Random walks over the whole interface beside the model.
+//
+//   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N]
+//   model_walk --session SEED            one session, each call told before it is made
+//   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
+//
+// A part of the walk is rapidcheck's, which generates and shrinks. It makes some thousand steps a second; the bulk of the
+// steps therefore comes from a plain random stream through the same decoder, and what fails there is shrunk with
+// rapidcheck's means.
+#include <rapidcheck.h>
+
+#include <unistd.h>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "fuzz/walk.h"
+
+using fuzz::Options;
+using Calls = std::vector<calls::Call>;
+
+namespace calls {
+
+void showValue(const Call &call, std::ostream &out) {
+  out << operation(call.op).name;
+}
+
+}  // namespace calls
+
+namespace rc {
+
+template <>
+struct Arbitrary<calls::Call> {
+  static Gen<calls::Call> arbitrary() {
+    return gen::map(gen::arbitrary<std::array<uint8_t, calls::kMostBytes + 2>>(),
+                    [](const auto &bytes) { return calls::call_of(bytes); });
+  }
+};
+
+}  // namespace rc
+
+namespace {
+
+struct Settings {
+  uint64_t steps = 1000000;
+  uint64_t seed = 20240229;
+  size_t calls = 400;
+  size_t cases = 1000;
+  std::string trace = "both";
+  std::string transcript;
+  uint64_t session = 0;
+};
+
+uint64_t session_seed = 0;
+
+// A session that ends the process says at least which one it was.
+void on_signal(int signal) {
+  char line[100];
+  const int length =
+      std::snprintf(line, sizeof line, "signal %d in session %llu; see it with --session %llu\n", signal,
+                    static_cast<unsigned long long>(session_seed), static_cast<unsigned long long>(session_seed));
+  if (length > 0) (void)!write(STDERR_FILENO, line, static_cast<size_t>(length));
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+// ---- Shrinking
+
+std::vector<uint8_t> simpler_bytes(uint8_t byte) {
+  std::vector<uint8_t> simpler;
+  if (byte > 0) simpler.push_back(0);
+  if (byte >= 8) simpler.push_back(byte % 8);
+  if (byte > 1) simpler.push_back(byte / 2);
+  return simpler;
+}
+
+rc::Seq<calls::Call> simpler_calls(const calls::Call &call) {
+  std::vector<calls::Call> simpler;
+  for (size_t i = 0; i < calls::bytes_of(call.op); ++i)
+    for (uint8_t byte : simpler_bytes(call.bytes[i])) {
+      simpler.push_back(call);
+      simpler.back().bytes[i] = byte;
+    }
+  return rc::seq::fromContainer(simpler);
+}
+
+// Fewer calls first, then simpler ones.
+Calls shrunk(const Calls &failing, const Options &options) {
+  const auto tree = rc::shrinkable::shrinkRecur(failing, [](const Calls &calls) {
+    return rc::seq::concat(rc::shrink::removeChunks(calls), rc::shrink::eachElement(calls, simpler_calls));
+  });
+  const auto least =
+      rc::shrinkable::findLocalMin(tree, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); });
+  return least.first;
+}
+
+int report(const Calls &failing, const Options &options, uint64_t seed) {
+  std::printf("session %llu goes wrong: %s\n", static_cast<unsigned long long>(seed),
+              fuzz::run(failing, options).c_str());
+  std::printf("the shortest calls that do so:\n%s", fuzz::told(shrunk(failing, options), options).c_str());
+  return 1;
+}
+
+// ---- The two parts of the walk
+
+bool rapidcheck_walk(const Settings &settings, const Options &options, uint64_t &steps) {
+  const std::string parameters = "seed=" + std::to_string(settings.seed) +
+                                 " max_success=" + std::to_string(settings.cases) +
+                                 " max_size=" + std::to_string(settings.calls);
+  setenv("RC_PARAMS", parameters.c_str(), 1);
+  std::printf("rapidcheck: %s\n", parameters.c_str());
+  return rc::check("the library and the model do the same", [&](const Calls &calls) {
+    if (fuzz::run(calls, options, &steps).empty()) return;
+    RC_FAIL("\n" + fuzz::told(calls, options));
+  });
+}
+
+int bulk_walk(const Settings &settings, Options options, uint64_t &steps) {
+  options.look_every = 4;
+  for (uint64_t i = 0; steps < settings.steps; ++i) {
+    session_seed = settings.seed + i;
+    options.trace = settings.trace == "on" || (settings.trace == "both" && i % 8 == 7);
+    const Calls calls = fuzz::random_calls(session_seed, settings.calls);
+    if (!fuzz::run(calls, options, &steps).empty()) {
+      options.look_every = 1;
+      return report(calls, options, session_seed);
+    }
+  }
+  return 0;
+}
+
+int one_session(const Settings &settings, Options options) {
+  options.tell_first = true;
+  options.trace = settings.trace == "on";
+  const Calls calls = fuzz::random_calls(settings.session, settings.calls);
+  const std::string failure = fuzz::run(calls, options);
+  std::printf("%s\n", failure.empty() ? "nothing goes wrong" : failure.c_str());
+  return failure.empty() ? 0 : 1;
+}
+
+int walk(const Settings &settings) {
+  Options options;
+  if (settings.transcript == "-") options.transcript = stdout;
+  if (!settings.transcript.empty() && settings.transcript != "-")
+    options.transcript = std::fopen(settings.transcript.c_str(), "w");
+  if (settings.session != 0) return one_session(settings, options);
+
+  const auto start = std::chrono::steady_clock::now();
+  uint64_t of_rapidcheck = 0;
+  uint64_t steps = 0;
+  const bool telling = options.transcript == nullptr;
+  if (telling && settings.cases > 0 && !rapidcheck_walk(settings, options, of_rapidcheck)) return 1;
+  if (telling)
+    std::printf("bulk: seeds from %llu, trace %s\n", static_cast<unsigned long long>(settings.seed),
+                settings.trace.c_str());
+  if (const int failed = bulk_walk(settings, options, steps)) return failed;
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+  const uint64_t all = steps + of_rapidcheck;
+  std::fprintf(telling ? stdout : stderr, "%llu steps (%llu of rapidcheck) beside the model, %.0f a second\n",
+               static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck),
+               static_cast<double>(all) / seconds.count());
+  return 0;
+}
+
+}  // namespace
+
+int main(int count, char **arguments) {
+  Settings settings;
+  for (int i = 1; i + 1 < count; i += 2) {
+    const std::string name = arguments[i];
+    const std::string value = arguments[i + 1];
+    if (name == "--steps") settings.steps = std::stoull(value);
+    if (name == "--seed") settings.seed = std::stoull(value);
+    if (name == "--calls") settings.calls = std::stoull(value);
+    if (name == "--cases") settings.cases = std::stoull(value);
+    if (name == "--trace") settings.trace = value;
+    if (name == "--transcript") settings.transcript = value;
+    if (name == "--session") settings.session = std::stoull(value);
+  }
+  for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
+    std::signal(signal, on_signal);
+  return walk(settings);
+}
