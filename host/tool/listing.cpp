@@ -31,31 +31,38 @@ __attribute__((format(printf, 1, 2))) void print_line(const char *format, ...) {
   if (collected.empty() || collected.back() != '\n') collected += '\n';
 }
 
-constexpr uint32_t kAll = 1;
-
-void list_database(const std::string &domain, const std::string &heading) {
-  print_line("\nPolicy-maps %s\n", heading.c_str());
-  zar_print_policymap("  ", print_line, domain.c_str(), nullptr, kAll, 0);
-  print_line("\nPolicy-maps %s, with counters\n", heading.c_str());
-  zar_print_policymap("  ", print_line, domain.c_str(), nullptr, kAll, 1);
-  print_line("\nClass-maps %s\n", heading.c_str());
-  zar_print_classmap("  ", print_line, "", domain.c_str(), nullptr, kAll);
+void list_database(const std::string &domain, const std::string &heading, const Listed &listed) {
+  const uint32_t all = listed.name ? 0 : 1;
+  const char *name = listed.name ? listed.name->value.c_str() : nullptr;
+  if (listed.policies) {
+    print_line("\nPolicy-maps %s\n", heading.c_str());
+    zar_print_policymap("  ", print_line, domain.c_str(), name, all, 0);
+    print_line("\nPolicy-maps %s, with counters\n", heading.c_str());
+    zar_print_policymap("  ", print_line, domain.c_str(), name, all, 1);
+  }
+  if (listed.classes) {
+    print_line("\nClass-maps %s\n", heading.c_str());
+    zar_print_classmap("  ", print_line, "", domain.c_str(), name, all);
+  }
 }
 
 }  // namespace
 
 // A listing of a domain shows everything in the database of the domain's owner, so one domain of each database is enough.
-std::string listings(const PolicyFile &file, const Repository &repository) {
+std::string listings(const PolicyFile &file, const Repository &repository, const Listed &listed) {
   collected.clear();
-  std::unordered_set<const zar_db *> listed;
+  std::unordered_set<const zar_db *> done;
   for (const Domain &domain : file.domains) {
+    if (listed.domain && domain.name.value != listed.domain->value) continue;
     zar_db *database = nullptr;
     uint32_t is_default = 0;
     const uint32_t owner = repository.owner_of(domain.name.value);
     if (!zar_get_client_database_handle(owner, "listing", &database, &is_default)) continue;
-    if (!listed.insert(database).second) continue;
-    list_database(domain.name.value, is_default || !domain.owner ? std::string("of the default database")
-                                                                 : text_of("of client ", domain.owner->value));
+    if (!done.insert(database).second) continue;
+    list_database(domain.name.value,
+                  is_default || !domain.owner ? std::string("of the default database")
+                                              : text_of("of client ", domain.owner->value),
+                  listed);
   }
   return std::move(collected);
 }

@@ -7,7 +7,15 @@
 
 namespace tool {
 
+// What a listing is to have.
+struct Listed {
+  bool policies = true;
+  bool classes = true;
+  const Name *name = nullptr;    // NULL: all
+  const Name *domain = nullptr;  // of the one with that name
+};
+
 // The policy-maps, in the short form and with counters, and the class-maps with their counters; of every database once.
-std::string listings(const PolicyFile &file, const Repository &repository);
+std::string listings(const PolicyFile &file, const Repository &repository, const Listed &listed = {});
 
 }  // namespace tool

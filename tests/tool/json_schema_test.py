@@ -36,6 +36,12 @@ CASES = {
         for level in ("decision", "rules", "filters")
     ]
     + [(0, [PATHS, "--event", "apply@t", "--set", "age=\udcff"])],
+    "show": [
+        (0, ["examples/broadband.yaml"]),
+        (0, ["examples/guest-network.yaml", "policy", "guest-login"]),
+        (0, ["tests/tool/policies/config.yaml"]),
+        (0, [PATHS, "parameter-map"]),
+    ],
     "test": [
         (0, ["examples/broadband.yaml", "--min-coverage", "95"]),
         (0, [f"examples/{name}.yaml" for name in EXAMPLES]),

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 
 namespace test {
@@ -40,8 +41,8 @@ class Scratch {
   std::FILE *file_;
 };
 
-[[noreturn]] void become_zar(const std::vector<std::string> &arguments, const Scratch &in, const Scratch &out,
-                             const Scratch &err) {
+// Answers only when there is no such program.
+int become_zar(const std::vector<std::string> &arguments) {
   std::vector<char *> argv;
   std::string name = "zar";
   argv.push_back(name.data());
@@ -49,11 +50,8 @@ class Scratch {
   for (std::string &argument : copies)
     argv.push_back(argument.data());
   argv.push_back(nullptr);
-  dup2(in.descriptor(), STDIN_FILENO);
-  dup2(out.descriptor(), STDOUT_FILENO);
-  dup2(err.descriptor(), STDERR_FILENO);
   if (chdir(ZAR_SOURCE_DIR) == 0) execv(ZAR_BINARY, argv.data());
-  std::_Exit(127);
+  return 127;
 }
 
 std::string read_file(const std::string &path) {
@@ -66,12 +64,23 @@ std::string read_file(const std::string &path) {
 }  // namespace
 
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input) {
+  return run_apart([&] { return become_zar(arguments); }, input);
+}
+
+Result run_apart(const std::function<int()> &work, const std::string &input) {
   Scratch in;
   Scratch out;
   Scratch err;
   in.write(input);
   const pid_t child = fork();
-  if (child == 0) become_zar(arguments, in, out, err);
+  if (child == 0) {
+    dup2(in.descriptor(), STDIN_FILENO);
+    dup2(out.descriptor(), STDOUT_FILENO);
+    dup2(err.descriptor(), STDERR_FILENO);
+    const int code = work();
+    std::cout.flush();
+    std::_Exit(code);
+  }
 
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child) return {};

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ struct Result {
 
 // Runs zar in the root of the project, so that paths in its output are the same everywhere.
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input = "");
+
+// Runs 'work' in a copy of this process, which ends with what it answers.
+Result run_apart(const std::function<int()> &work, const std::string &input = "");
 
 // The text with every number that begins with 0x as 0x#.
 std::string without_addresses(const std::string &text);

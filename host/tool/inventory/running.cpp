@@ -19,6 +19,7 @@ std::optional<PolicyFile> read_back(const PolicyFile &file) {
   std::optional<PolicyFile> running;
   if (repository.build()) running = read_or_complain();
   if (finish(repository) != kSuccess) return std::nullopt;
+  if (running) running->path = file.path;
   return running;
 }
 

@@ -1,0 +1,231 @@
+// zar show: the objects of a repository, for people to read.
+#include <algorithm>
+#include <iostream>
+#include <optional>
+
+#include "tool/arguments.h"
+#include "tool/command.h"
+#include "tool/exit_codes.h"
+#include "tool/inventory/describe.h"
+#include "tool/inventory/json.h"
+#include "tool/inventory/running.h"
+#include "tool/listing.h"
+#include "tool/load_file.h"
+#include "tool/policy/text.h"
+#include "tool/report.h"
+
+namespace tool {
+
+namespace {
+
+using inventory::Relations;
+
+enum class Kind : uint8_t { policy, class_map, target, parameter_map };
+
+struct KindWord {
+  std::string_view word;
+  Kind kind;
+  std::string_view title;
+};
+constexpr KindWord kKinds[] = {{"policy", Kind::policy, "policy-map"},
+                               {"class", Kind::class_map, "class-map"},
+                               {"target", Kind::target, "target"},
+                               {"parameter-map", Kind::parameter_map, "parameter-map"}};
+
+// Calls 'each' with the list of a kind's objects.
+template <class Each>
+void with_objects(const PolicyFile &file, Kind kind, Each each) {
+  switch (kind) {
+    case Kind::policy:
+      return each(file.policy_maps);
+    case Kind::class_map:
+      return each(file.class_maps);
+    case Kind::target:
+      return each(file.targets);
+    case Kind::parameter_map:
+      return each(file.parameter_maps);
+  }
+}
+
+std::string describe(const Target &target, const Relations &) {
+  return inventory::describe(target);
+}
+
+template <class Map>
+std::string describe(const Map &map, const Relations &relations) {
+  return inventory::describe(map, relations);
+}
+
+// ---- JSON -----------------------------------------------------------------------------------------------------------------------
+
+Json database_json(const std::string &owner) {
+  return owner.empty() ? Json(nullptr) : Json(owner);
+}
+
+void add_relations(Json &json, const PolicyMap &policy, const Relations &relations) {
+  json["database"] = database_json(relations.database_of(policy.domain.value));
+  json["used_by"] = relations.targets_of_policy(policy.name.value);
+}
+
+void add_relations(Json &json, const ClassMap &map, const Relations &relations) {
+  json["database"] = database_json(relations.database_of(map.domain.value));
+  json["used_by"] = relations.users_of_class(map.name.value);
+}
+
+void add_relations(Json &json, const ParameterMap &map, const Relations &relations) {
+  // They all lie in the engine's.
+  json["database"] = nullptr;
+  json["used_by"] = relations.users_of_parameter_map(map.name.value);
+}
+
+void add_relations(Json &json, const Target &target, const Relations &relations) {
+  const Client *client = target.client ? relations.file().find_client(target.client->value) : nullptr;
+  json["database"] = client && client->own_database ? Json(client->name.value) : Json(nullptr);
+  json["used_by"] = Json::array();
+}
+
+// ---- The command ------------------------------------------------------------------------------------------------------------------
+
+class ShowCommand final : public Command {
+ public:
+  void declare(CLI::App &program) override {
+    app_ = program.add_subcommand("show", "Show the objects of a repository");
+    app_->add_option("FILE", path_, "The policy file to load; - is standard input")->required();
+    app_->add_option("KIND", kind_,
+                     "What to show in full: policy, class, target or parameter-map; nothing: all, in short");
+    app_->add_option("NAME", name_, "The one to show; nothing: all of the kind");
+    CLI::Option *listing =
+        app_->add_flag("--listing", listing_, "Show the library's own listings, of policies and classes");
+    app_->add_flag("--json", json_, "Write one JSON object, always in full")->excludes(listing);
+    app_->footer(
+        "Loads the file into a repository and shows what the repository holds: each object with\n"
+        "what is in it and who uses it. No event is raised, so all counters of a listing are 0;\n"
+        "zar run shows them after the scenario.\n\n"
+        "Examples:\n"
+        "  zar show policy.yaml\n"
+        "  zar show policy.yaml policy\n"
+        "  zar show policy.yaml class barred\n"
+        "  zar show policy.yaml policy service --listing");
+  }
+
+  int run() override {
+    if (!read_kind()) return kUsage;
+    const std::optional<PolicyFile> file = load_file(path_);
+    if (!file) return kBadFile;
+    if (!is_known_name(*file)) return kUsage;
+    return listing_ ? show_listing(*file) : show_objects(*file);
+  }
+
+ private:
+  bool read_kind() {
+    if (!kind_) return true;
+    for (const KindWord &known : kKinds) {
+      if (kind_ == known.word) chosen_ = &known;
+    }
+    if (!chosen_) {
+      complain_about_name("kind of object", *kind_, {"policy", "class", "target", "parameter-map"});
+    } else if (listing_ && chosen_->kind != Kind::policy && chosen_->kind != Kind::class_map) {
+      complain(text_of("the library has no listing of ", chosen_->title, "s"));
+      return false;
+    }
+    return chosen_ != nullptr;
+  }
+
+  bool is_known_name(const PolicyFile &file) const {
+    if (!name_) return true;
+    std::vector<std::string_view> names;
+    with_objects(file, chosen_->kind, [&](const auto &objects) {
+      for (const auto &object : objects)
+        names.push_back(object.name.value);
+    });
+    if (std::find(names.begin(), names.end(), *name_) != names.end()) return true;
+    complain_about_name(chosen_->title, *name_, names);
+    return false;
+  }
+
+  int show_listing(const PolicyFile &file) const {
+    Listed listed;
+    if (chosen_) {
+      listed.policies = chosen_->kind == Kind::policy;
+      listed.classes = chosen_->kind == Kind::class_map;
+    }
+    if (const PolicyMap *policy = listed.policies && name_ ? file.find_policy_map(*name_) : nullptr) {
+      listed.name = &policy->name;
+      listed.domain = &policy->domain;
+    }
+    if (const ClassMap *map = listed.classes && name_ ? file.find_class_map(*name_) : nullptr) {
+      listed.name = &map->name;
+      listed.domain = &map->domain;
+    }
+    Repository repository(file);
+    std::string text;
+    if (repository.build()) text = listings(file, repository, listed);
+    const int code = finish(repository);
+    if (code == kSuccess) std::cout << text;
+    return code;
+  }
+
+  int show_objects(const PolicyFile &file) const {
+    const std::optional<PolicyFile> running = inventory::read_back(file);
+    if (!running) return kInternal;
+    const Relations relations(*running);
+    if (json_) {
+      print_json(std::cout, json_of(relations));
+    } else {
+      std::cout << (chosen_ ? text_of_kind(relations) : inventory::overview(relations));
+    }
+    return kSuccess;
+  }
+
+  bool is_asked_for(const std::string &name) const { return !name_ || name == *name_; }
+
+  std::string text_of_kind(const Relations &relations) const {
+    std::string text;
+    with_objects(relations.file(), chosen_->kind, [&](const auto &objects) {
+      for (const auto &object : objects) {
+        if (is_asked_for(object.name.value)) text += (text.empty() ? "" : "\n") + describe(object, relations);
+      }
+    });
+    return text;
+  }
+
+  Json json_of(const Relations &relations) const {
+    Json json = begin_json("show");
+    json["file"] = relations.file().path;
+    json["clients"] = inventory::json_of(relations.file().clients);
+    json["domains"] = inventory::json_of(relations.file().domains);
+    json["objects"] = Json::array();
+    for (const KindWord &kind : kKinds) {
+      if (!chosen_ || chosen_->kind == kind.kind) add_kind(json["objects"], kind, relations);
+    }
+    return json;
+  }
+
+  void add_kind(Json &list, const KindWord &kind, const Relations &relations) const {
+    with_objects(relations.file(), kind.kind, [&](const auto &objects) {
+      for (const auto &object : objects) {
+        if (!is_asked_for(object.name.value)) continue;
+        Json json;
+        json["kind"] = kind.title;
+        add_relations(json, object, relations);
+        json["object"] = inventory::json_of(object);
+        list.push_back(std::move(json));
+      }
+    });
+  }
+
+  std::string path_;
+  std::optional<std::string> kind_;
+  std::optional<std::string> name_;
+  bool listing_ = false;
+  bool json_ = false;
+  const KindWord *chosen_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_show_command() {
+  return std::make_unique<ShowCommand>();
+}
+
+}  // namespace tool
