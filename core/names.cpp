@@ -5,16 +5,21 @@ namespace zar {
 // Built by hand: it stands in front of every look-up by name, where formatting would cost more than the search.
 NameKey::NameKey(const zar_map_info &info) {
   append(info.map_name);
-  append(":");
+  append(':');
   append(info.domain);
-  append(":");
+  append(':');
   append_number(info.domain_type);
   text_[length_] = '\0';
 }
 
 void NameKey::append(const char *text) {
-  while (*text && length_ < kSize - 1)
-    text_[length_++] = *text++;
+  size_t fitting = strnlen(text, kSize - 1 - length_);
+  std::memcpy(text_ + length_, text, fitting);
+  length_ += fitting;
+}
+
+void NameKey::append(char character) {
+  if (length_ < kSize - 1) text_[length_++] = character;
 }
 
 // As a signed decimal number.
@@ -31,6 +36,10 @@ void NameKey::append_number(uint32_t number) {
   } while (rest != 0);
   if (negative) *--digit = '-';
   append(digit);
+}
+
+void clear(void *memory, size_t size) {
+  std::memset(memory, 0, size);
 }
 
 }  // namespace zar

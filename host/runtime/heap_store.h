@@ -7,11 +7,13 @@
 #include <cstdint>
 #include <unordered_set>
 
+#include "host/runtime/placement.h"
+
 namespace runtime {
 
 class HeapStore {
  public:
-  HeapStore(size_t size, uint32_t) : size_(size) {}
+  explicit HeapStore(size_t size, uint32_t, Placement = Placement::dense) : size_(size) {}
   HeapStore(const HeapStore &) = delete;
   HeapStore &operator=(const HeapStore &) = delete;
 

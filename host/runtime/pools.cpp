@@ -14,7 +14,7 @@ using namespace runtime;
 
 struct alignas(64) chunk_pool {
   chunk_pool(const char *name_text, uint32_t tag_value, size_t size, uint32_t records, uint32_t flag_bits)
-      : store(size, records),
+      : store(size, records, Placement::by_lines),
         tag(tag_value),
         record_size(size),
         per_chunk(records),

@@ -19,10 +19,6 @@ void *reserve(uint64_t bytes, int protection) {
   return begin == MAP_FAILED ? nullptr : begin;
 }
 
-uint64_t rounded_up(uint64_t bytes, uint64_t step) {
-  return (bytes + step - 1) / step * step;
-}
-
 }  // namespace
 
 constinit SlabStore::Range SlabStore::range_;
@@ -42,21 +38,24 @@ size_t SlabStore::n_free() const noexcept {
 
 bool SlabStore::grow() noexcept {
   if (number_ == 0 && !enter_into_range()) return false;
-  size_t wanted = std::min<size_t>(std::max<uint32_t>(per_slab_, 1), kLargestSlab / stride_) * stride_;
+  size_t most = (kLargestSlab - first_at_) / stride_;
+  size_t wanted = first_at_ + std::min<size_t>(std::max<uint32_t>(per_slab_, 1), most) * stride_;
   size_t bytes = rounded_up(wanted, kPageSize);
   char *slab = new_slab(bytes);
   if (!slab) return false;
-  used_per_slab_ = bytes / stride_ * stride_;
-  n_records_ += bytes / stride_;
+  size_t n_records = (bytes - first_at_) / stride_;
+  used_per_slab_ = n_records * stride_;
+  n_records_ += n_records;
   // From the last to the first, so that they are taken in the order of their addresses.
-  for (char *record = slab + used_per_slab_; record != slab;)
+  char *first = slab + first_at_;
+  for (char *record = first + used_per_slab_; record != first;)
     put_back(record -= stride_);
   return true;
 }
 
 bool SlabStore::enter_into_range() noexcept {
   // Beyond the largest slab the distance of a record could not be told by its page.
-  if (stride_ > kLargestSlab) return false;
+  if (first_at_ + stride_ > kLargestSlab) return false;
   if (!range_.begin && !reserve_range()) return false;
   if (range_.n_stores + 1 == kMostStores) return false;
   number_ = static_cast<uint16_t>(++range_.n_stores);
