@@ -1,0 +1,121 @@
+// One policy-map on many targets: activated on all of them, deactivated everywhere, and the targets deleted in any order.
+// The time is told per target, so that a cost that grows with their number shows. Each target has a second policy-map, with
+// which it was added, as targets have no life without one.
+#include <algorithm>
+#include <chrono>
+#include <random>
+
+#include "by_hand/repository.h"
+#include "support/jobs.h"
+#include "support/repository.h"
+
+namespace {
+
+using bench::must;
+
+class Library {
+ public:
+  explicit Library(uint32_t n_targets) : infos_(n_targets), targets_(n_targets) {
+    first_ = policy("first");
+    second_ = policy("second");
+  }
+  void add_targets() {
+    for (size_t at = 0; at < targets_.size(); ++at)
+      must(zar_add_target(clid_, &infos_[at], first_, &targets_[at]), "zar_add_target");
+  }
+  void activate() {
+    for (uint32_t target : targets_)
+      must(zar_activate_policy(clid_, second_, target), "zar_activate_policy");
+  }
+  void deactivate() { must(zar_deactivate_policy_by_handle_from_all_targets(clid_, second_), "deactivation"); }
+  void shuffle(std::mt19937 &random) { std::shuffle(targets_.begin(), targets_.end(), random); }
+  void delete_targets() {
+    for (uint32_t target : targets_) {
+      zar_target_info *info = nullptr;
+      must(zar_remove_target(clid_, target, &info), "zar_remove_target");
+      must(zar_delete_target(target), "zar_delete_target");
+    }
+  }
+
+ private:
+  uint32_t policy(const char *name) const {
+    zar_map_info info = bench::info_of(name);
+    uint32_t pmap = 0;
+    must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
+    return pmap;
+  }
+
+  uint32_t clid_ = bench::clid();
+  uint32_t first_, second_;
+  std::vector<zar_target_info> infos_;
+  std::vector<uint32_t> targets_;
+};
+
+class ByHand {
+ public:
+  explicit ByHand(uint32_t n_targets) : infos_(n_targets), targets_(n_targets) {
+    first_ = repository_.create_policy(bench::info_of("first by hand"));
+    second_ = repository_.create_policy(bench::info_of("second by hand"));
+  }
+  void add_targets() {
+    for (size_t at = 0; at < targets_.size(); ++at)
+      targets_[at] = repository_.add_target(&infos_[at], first_);
+  }
+  void activate() {
+    for (uint32_t target : targets_)
+      repository_.activate(second_, target);
+  }
+  void deactivate() { repository_.deactivate_everywhere(second_); }
+  void shuffle(std::mt19937 &random) { std::shuffle(targets_.begin(), targets_.end(), random); }
+  void delete_targets() {
+    for (uint32_t target : targets_)
+      repository_.delete_target(target);
+  }
+
+ private:
+  by_hand::Repository repository_;
+  uint32_t first_, second_;
+  std::vector<zar_target_info> infos_;
+  std::vector<uint32_t> targets_;
+};
+
+using Seconds = std::chrono::duration<double>;
+
+// One iteration does a part of the life of all targets; only 'part' is timed.
+template <class Side>
+void measure(benchmark::State &state, uint32_t n_targets, void (Side::*part)()) {
+  Side side(n_targets);
+  std::mt19937 random(1);
+  auto timed = [&](void (Side::*step)()) {
+    auto begin = std::chrono::steady_clock::now();
+    (side.*step)();
+    if (step == part) state.SetIterationTime(Seconds(std::chrono::steady_clock::now() - begin).count() / n_targets);
+  };
+  for (auto _ : state) {
+    side.add_targets();
+    timed(&Side::activate);
+    timed(&Side::deactivate);
+    side.shuffle(random);
+    timed(&Side::delete_targets);
+  }
+}
+
+template <class Side>
+void register_side(const std::string &who, uint32_t n_targets) {
+  auto part = [&](const char *what, void (Side::*step)()) {
+    std::string name = std::string(what) + '/' + who;
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) { measure<Side>(state, n_targets, step); })
+        ->UseManualTime()
+        ->Iterations(3);
+  };
+  part("activate, per target", &Side::activate);
+  part("deactivate everywhere, per target", &Side::deactivate);
+  part("delete target, any order", &Side::delete_targets);
+}
+
+}  // namespace
+
+void bench::register_jobs(uint32_t n_objects) {
+  register_side<Library>(kLibrary, n_objects);
+  register_side<ByHand>("by hand", n_objects);
+}

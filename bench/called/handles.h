@@ -1,0 +1,23 @@
+/* Two ways to name records by 32-bit handles, behind the border of a shared library. */
+#pragma once
+
+#include <cstdint>
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+struct CalledAction;
+
+CalledAction *called_action_new(uint32_t number);
+
+// 18 bits of slot, 14 of generation, and a kind beside each slot.
+uint32_t called_slot_map_add(CalledAction *action);
+void called_slot_map_remove(uint32_t handle);
+uint32_t called_slot_map_action_number(uint32_t handle);
+
+// std::unordered_map from the handle to the record and its kind.
+uint32_t called_hash_map_add(CalledAction *action);
+void called_hash_map_remove(uint32_t handle);
+uint32_t called_hash_map_action_number(uint32_t handle);
+}
+#pragma GCC visibility pop
