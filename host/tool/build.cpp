@@ -1,4 +1,5 @@
 // Building a repository from a policy file.
+#include <algorithm>
 #include <cstdio>
 
 #include "engine/engine.h"
@@ -34,19 +35,19 @@ void expect_success(uint32_t status, std::string_view operation, std::string_vie
 bool Repository::build() {
   torn_down_ = false;
   try {
-    start();
-    for (const Client &client : file_->clients)
-      register_client(client);
-    for (const Domain &domain : file_->domains)
-      register_domain(domain);
-    for (const ClassMap &map : file_->class_maps)
-      build_class(map);
-    for (const ParameterMap &map : file_->parameter_maps)
-      build_parameter_map(map);
-    for (const PolicyMap &policy : file_->policy_maps)
-      build_policy(policy);
-    for (const Target &target : file_->targets)
-      build_target(target);
+    if (!started_) start();
+    for (size_t at = clids_.size(); at < file_->clients.size(); ++at)
+      register_client(file_->clients[at]);
+    for (size_t at = registered_domains_; at < file_->domains.size(); ++at)
+      register_domain(file_->domains[at]);
+    for (size_t at = classes_.size(); at < file_->class_maps.size(); ++at)
+      build_class(file_->class_maps[at]);
+    for (size_t at = parameter_maps_.size(); at < file_->parameter_maps.size(); ++at)
+      build_parameter_map(file_->parameter_maps[at]);
+    for (size_t at = policies_.size(); at < file_->policy_maps.size(); ++at)
+      build_policy(file_->policy_maps[at]);
+    for (size_t at = targets_.size(); at < file_->targets.size(); ++at)
+      build_target(file_->targets[at]);
     return true;
   } catch (const Refused &refused) {
     problems_.push_back(refused.what);
@@ -55,6 +56,7 @@ bool Repository::build() {
 }
 
 void Repository::start() {
+  started_ = true;
   expect(zar_init() != 0, "the handle table", "repository");
   expect_success(engine::start(), "the registration", engine::kClientName);
   ++registered_clients_;
@@ -96,12 +98,16 @@ uint32_t Repository::owner_of(const std::string &domain) const {
   return clid_of_domain({domain, {}});
 }
 
-zar_map_info Repository::info_of(const PolicyMap &policy) const {
+zar_map_info Repository::info_of(const PolicyMap &policy) {
   return {policy.domain.value.c_str(), kControl, policy.name.value.c_str(), 0};
 }
 
-zar_map_info Repository::info_of(const ClassMap &map) const {
+zar_map_info Repository::info_of(const ClassMap &map) {
   return {map.domain.value.c_str(), kControl, map.name.value.c_str(), 0};
+}
+
+zar_map_info Repository::info_of(const BuiltMap &map) {
+  return {map.domain.c_str(), kControl, map.name.c_str(), 0};
 }
 
 void Repository::build_class(const ClassMap &map) {
@@ -114,7 +120,7 @@ void Repository::build_class(const ClassMap &map) {
     zar_delete_class(cmap);
     expect_success(status, "the storing", map.name.value);
   }
-  classes_.push_back(&map);
+  classes_.push_back({map.name.value, map.domain.value, clid});
   for (const Filter &filter : map.filters)
     add_filter(cmap, filter);
 }
@@ -140,7 +146,7 @@ void Repository::build_parameter_map(const ParameterMap &map) {
   // A map that was made and not stored is left to its maker.
   if (status != 0 && pmtr_map != 0) zar_delete_pmtr_map(pmtr_map);
   expect_success(status, "the parameter-map", map.name.value);
-  parameter_maps_.push_back(&map);
+  parameter_maps_.push_back(map.name.value);
 
   for (const Statement &statement : map.statements) {
     for (const Filter &filter : statement.filters)
@@ -214,7 +220,7 @@ void Repository::build_policy(const PolicyMap &policy) {
     zar_delete_policy(pmap);
     expect_success(status, "the storing", policy.name.value);
   }
-  policies_.push_back(&policy);
+  policies_.push_back({policy.name.value, policy.domain.value, clid});
   for (const EventRules &event : policy.events)
     add_event(policy, pmap, event);
 }
@@ -263,17 +269,15 @@ void Repository::add_action(const PolicyMap &policy, const zar_event_context &ev
 
 void Repository::build_target(const Target &target) {
   TargetRecord &record = targets_.emplace_back();
-  record.target_id = targets_.size();
+  record.target_id = ++last_target_id_;
   record.clid = clid_of(target.client);
   record.name = target.name.value;
-  record.target = &target;
   bool first = true;
   for (const Name &policy : target.policies) {
-    activate(record, policy, first);
+    put_policy(record, policy, first);
     first = false;
   }
   target_handles_.emplace(target.name.value, record.handle);
-  targets_by_handle_.emplace(record.handle, &target);
 
   engine::Attributes *attributes = engine::attributes_of(record.handle);
   expect(attributes != nullptr, "the state", target.name.value);
@@ -284,7 +288,7 @@ void Repository::build_target(const Target &target) {
 
 // A target comes into being with its first policy-map; the others are activated on it. The lists of targets that the
 // actions were handed are released at once, so that no more of them are kept than one activation makes.
-void Repository::activate(TargetRecord &target, const Name &name, bool first) {
+void Repository::put_policy(TargetRecord &target, const Name &name, bool first) {
   const PolicyMap &policy = *file_->find_policy_map(name.value);
   const uint32_t clid = clid_of_domain(policy.domain);
   const zar_map_info info = info_of(policy);
@@ -297,16 +301,28 @@ void Repository::activate(TargetRecord &target, const Name &name, bool first) {
     status = zar_activate_policy_by_name(clid, target.handle, &info);
   }
   engine::release_target_lists();
-  expect_success(status, text_of("the activation on target '", target.target->name.value, "'"), name.value);
+  expect_success(status, text_of("the activation on target '", target.name, "'"), name.value);
+}
+
+bool Repository::activate(std::string_view target, const PolicyMap &policy) {
+  try {
+    put_policy(*find_target(target), policy.name, false);
+    return true;
+  } catch (const Refused &refused) {
+    problems_.push_back(refused.what);
+    return false;
+  }
+}
+
+Repository::TargetRecord *Repository::find_target(std::string_view name) {
+  const auto found =
+      std::find_if(targets_.begin(), targets_.end(), [&](const TargetRecord &target) { return target.name == name; });
+  return found == targets_.end() ? nullptr : &*found;
 }
 
 uint32_t Repository::target_handle(std::string_view name) const {
   const auto found = target_handles_.find(name);
   return found == target_handles_.end() ? 0 : found->second;
-}
-
-const std::string &Repository::target_name(uint32_t handle) const {
-  return targets_by_handle_.at(handle)->name.value;
 }
 
 }  // namespace tool

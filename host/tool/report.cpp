@@ -7,8 +7,21 @@
 
 namespace tool {
 
+namespace {
+
+std::string &origin() {
+  static std::string text = "zar";
+  return text;
+}
+
+}  // namespace
+
 void complain(std::string_view text) {
-  std::cerr << "zar: " << text << '\n';
+  std::cerr << origin() << ": " << text << '\n';
+}
+
+void complain_from(std::string from) {
+  origin() = std::move(from);
 }
 
 int finish(Repository &repository) {

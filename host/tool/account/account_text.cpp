@@ -138,7 +138,7 @@ class Writer {
 };
 
 void Writer::line(Place place, std::string text) {
-  lines_.push_back({text_of(file_->path, ":", place.line), depth_, std::move(text)});
+  lines_.push_back({text_of(file_->path_of(place), ":", place.line), depth_, std::move(text)});
 }
 
 std::string Writer::text() const {
@@ -172,7 +172,7 @@ void Writer::write(const EventAccount &account, const Step &step) {
 void Writer::given(const Step &step) {
   const auto origin = [&](Place place) {
     const Place from = place.line != 0 ? place : step.place;
-    return from.line != 0 ? text_of(file_->path, ":", from.line) : std::string("-");
+    return from.line != 0 ? text_of(file_->path_of(from), ":", from.line) : std::string("-");
   };
   for (const Name &attribute : step.clear)
     lines_.push_back({origin(attribute.place), depth_, text_of("given: no ", attribute.value)});

@@ -55,6 +55,7 @@ bool can_be_shown(std::string_view line) {
 }
 
 void render_line(const Diagnostic &diagnostic, const Source &source, std::string &out) {
+  if (diagnostic.place.source != source.number()) return;
   const std::string_view line = source.line(diagnostic.place.line);
   if (line.empty() || !can_be_shown(line)) return;
 

@@ -1,6 +1,9 @@
 #include "tool/policy/load.h"
 
+#include <iterator>
+
 #include "tool/policy/load_parts.h"
+#include "tool/policy/text.h"
 
 namespace tool {
 
@@ -29,7 +32,57 @@ PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   return file;
 }
 
+template <class Object>
+void append(std::vector<Object> &objects, std::vector<Object> &more) {
+  std::move(more.begin(), more.end(), std::back_inserter(objects));
+}
+
+template <class Object, class Find>
+void check_names_are_new(const std::vector<Object> &more, std::string_view what, Find find, Diagnostics &diagnostics) {
+  for (const Object &object : more) {
+    if (!find(object.name.value)) continue;
+    diagnostics.add(object.name.place, text_of("there is a ", what, " '", object.name.value, "' already"),
+                    text_of("a name that no ", what, " has"));
+  }
+}
+
+void check_names_are_new(const PolicyFile &base, const PolicyFile &more, Diagnostics &diagnostics) {
+  using Text = std::string_view;
+  const auto check = [&](const auto &objects, Text what, auto find) {
+    check_names_are_new(objects, what, find, diagnostics);
+  };
+  check(more.clients, "client", [&](Text name) { return base.find_client(name); });
+  check(more.domains, "domain", [&](Text name) { return base.find_domain(name); });
+  check(more.class_maps, "class-map", [&](Text name) { return base.find_class_map(name); });
+  check(more.policy_maps, "policy-map", [&](Text name) { return base.find_policy_map(name); });
+  check(more.parameter_maps, "parameter-map", [&](Text name) { return base.find_parameter_map(name); });
+  check(more.targets, "target", [&](Text name) { return base.find_target(name); });
+}
+
 }  // namespace
+
+std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source, Diagnostics &diagnostics) {
+  const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
+  if (!document) return std::nullopt;
+
+  PolicyFile more = read_sections(document->root(), diagnostics);
+  check_names_are_new(base, more, diagnostics);
+  PolicyFile file = base.copy_of_objects();
+  append(file.clients, more.clients);
+  append(file.domains, more.domains);
+  append(file.class_maps, more.class_maps);
+  append(file.policy_maps, more.policy_maps);
+  append(file.parameter_maps, more.parameter_maps);
+  append(file.targets, more.targets);
+  file.scenario = std::move(more.scenario);
+  file.tests = std::move(more.tests);
+  file.index();
+  resolve(file, diagnostics);
+  file.scenario.clear();
+  file.tests.clear();
+  if (!diagnostics.empty()) return std::nullopt;
+  return file;
+}
 
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
   const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);

@@ -76,14 +76,35 @@ void PolicyFile::index() {
   index_by_name(parameter_maps, parameter_map_index_);
   index_by_name(targets, target_index_);
 
-  events.clear();
+  NameIndex known;
+  for (size_t at = 0; at < events.size(); ++at)
+    known.emplace(events[at], at);
+  std::vector<std::string> found;
   event_index_.clear();
   for (const PolicyMap &policy : policy_maps) {
     for (const EventRules &rules : policy.events) {
-      // The key lies in the policy-map: 'events' may still move its texts.
-      if (event_index_.emplace(rules.event.value, events.size()).second) events.push_back(rules.event.value);
+      // The keys lie in the policy-maps: 'events' may still move its texts.
+      const auto [at, is_new] = known.emplace(rules.event.value, events.size() + found.size());
+      event_index_.emplace(rules.event.value, at->second);
+      if (is_new) found.push_back(rules.event.value);
     }
   }
+  events.insert(events.end(), found.begin(), found.end());
+}
+
+PolicyFile PolicyFile::copy_of_objects() const {
+  PolicyFile copy;
+  copy.path = path;
+  copy.more_paths = more_paths;
+  copy.clients = clients;
+  copy.domains = domains;
+  copy.class_maps = class_maps;
+  copy.policy_maps = policy_maps;
+  copy.parameter_maps = parameter_maps;
+  copy.targets = targets;
+  copy.events = events;
+  copy.index();
+  return copy;
 }
 
 const char *to_string(FilterKind kind) {

@@ -153,7 +153,8 @@ struct PolicyFile {
   PolicyFile(PolicyFile &&) = default;
   PolicyFile &operator=(PolicyFile &&) = default;
 
-  std::string path{};
+  std::string path{};                     // of source 0, which for most files is the only one
+  std::vector<std::string> more_paths{};  // of the sources from 1 on
   std::vector<Client> clients{};
   std::vector<Domain> domains{};
   std::vector<ClassMap> class_maps{};
@@ -164,7 +165,12 @@ struct PolicyFile {
   std::vector<Test> tests{};
 
   // The events that policy-maps handle, in the order of their first appearance; the id of an event is its position plus 1.
+  // An event keeps it when the policy-maps change, also when none is left that handles it.
   std::vector<std::string> events{};
+
+  // The same objects, indexed; without the scenario and the tests.
+  PolicyFile copy_of_objects() const;
+  const std::string &path_of(Place place) const { return place.source == 0 ? path : more_paths[place.source - 1]; }
 
   const Client *find_client(std::string_view name) const;
   const Domain *find_domain(std::string_view name) const;
@@ -175,7 +181,7 @@ struct PolicyFile {
   // 0 when no policy-map handles it.
   uint32_t event_id(std::string_view name) const;
 
-  // Fills the indices and 'events'; to be called once the lists are complete.
+  // Fills the indices and 'events'; to be called whenever the lists are complete.
   void index();
 
  private:

@@ -11,6 +11,7 @@ namespace tool {
 struct Place {
   uint32_t line = 0;
   uint32_t column = 0;
+  uint32_t source = 0;  // the number of the source, where several make one file
 
   auto operator<=>(const Place &) const = default;
 };

@@ -82,7 +82,8 @@ std::string read_all(std::FILE *file) {
 
 }  // namespace
 
-Source::Source(std::string name, std::string text) : name_(std::move(name)), text_(std::move(text)) {
+Source::Source(std::string name, std::string text, uint32_t number)
+    : name_(std::move(name)), text_(std::move(text)), number_(number) {
   size_t continuations = 0;
   line_starts_.push_back(0);
   for (size_t at = 0; at < text_.size(); ++at) {
@@ -101,25 +102,31 @@ size_t Source::continuations_before(size_t offset) const {
   return continuations_[stride] + static_cast<size_t>(std::count_if(from, to, is_continuation));
 }
 
-Source Source::read(const std::string &path, Diagnostics &diagnostics) {
+Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t number) {
   const bool from_stdin = path == "-";
   const std::string name = from_stdin ? "<stdin>" : path;
   const File file(from_stdin ? stdin : std::fopen(path.c_str(), "rb"));
   if (!file) {
     diagnostics.add({}, text_of("cannot be opened: ", std::strerror(errno)), "a policy file");
-    return Source(name, "");
+    return Source(name, "", number);
   }
 
   errno = 0;
-  Source source(name, read_all(file.get()));
+  Source source(name, read_all(file.get()), number);
   if (std::ferror(file.get())) {
     diagnostics.add({}, text_of("cannot be read: ", std::strerror(errno)), "a policy file");
-  } else if (source.text_.size() > kMaxSize) {
-    diagnostics.add({}, "is too large", text_of("at most ", kMaxSize >> 20, " MiB"));
   } else {
-    check_characters(source, diagnostics);
+    source.check(diagnostics);
   }
   return source;
+}
+
+void Source::check(Diagnostics &diagnostics) const {
+  if (text_.size() > kMaxSize) {
+    diagnostics.add({}, "is too large", text_of("at most ", (kMaxSize >> 20), " MiB"));
+  } else {
+    check_characters(*this, diagnostics);
+  }
 }
 
 std::string_view Source::line(uint32_t number) const {
@@ -134,7 +141,7 @@ std::string_view Source::line(uint32_t number) const {
 Place Source::place_of(size_t line, size_t byte) const {
   const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
   const size_t continuations = continuations_before(start + byte) - continuations_before(start);
-  return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - continuations)};
+  return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - continuations), number_};
 }
 
 }  // namespace tool

@@ -14,13 +14,17 @@ class Source {
   // A file larger than this is no policy file.
   static constexpr size_t kMaxSize = size_t{16} << 20;
 
-  Source(std::string name, std::string text);
+  // 'number' is what all places in it carry.
+  Source(std::string name, std::string text, uint32_t number = 0);
 
   // Reads a file, or standard input for "-". What is wrong with it goes to 'diagnostics': a file that cannot be read, is
   // too large, or is not UTF-8 text.
-  static Source read(const std::string &path, Diagnostics &diagnostics);
+  static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
+  // The same checks for a text that is there already.
+  void check(Diagnostics &diagnostics) const;
 
   const std::string &name() const { return name_; }
+  uint32_t number() const { return number_; }
   const std::string &text() const { return text_; }
   // A line without its end; empty when there is none.
   std::string_view line(uint32_t number) const;
@@ -32,6 +36,7 @@ class Source {
 
   std::string name_;
   std::string text_;
+  uint32_t number_;
   std::vector<size_t> line_starts_;
   // Continuation bytes before every kStride-th byte of the text, so that finding a column costs the same on any line.
   static constexpr size_t kStride = 256;
