@@ -33,6 +33,7 @@ std::unique_ptr<Command> make_check_command();
 std::unique_ptr<Command> make_config_command();
 std::unique_ptr<Command> make_diff_command();
 std::unique_ptr<Command> make_explain_command();
+std::unique_ptr<Command> make_graph_command();
 std::unique_ptr<Command> make_help_command();
 std::unique_ptr<Command> make_lint_command();
 std::unique_ptr<Command> make_run_command();

@@ -19,6 +19,7 @@ Commands make_commands() {
   commands.push_back(tool::make_config_command());
   commands.push_back(tool::make_diff_command());
   commands.push_back(tool::make_explain_command());
+  commands.push_back(tool::make_graph_command());
   commands.push_back(tool::make_help_command());
   commands.push_back(tool::make_lint_command());
   commands.push_back(tool::make_run_command());

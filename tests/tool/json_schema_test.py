@@ -59,6 +59,8 @@ CASES = {
         (1, ["tests/tool/policies/diff-old.yaml", "tests/tool/policies/diff-new.yaml", "--replay", "tests/tool/policies/diff-old.yaml"]),
         (1, ["examples/broadband.yaml", "examples/guest-network.yaml", "--replay", "examples/broadband.yaml"]),
     ],
+    "graph": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
+    + [(0, ["tests/tool/policies/config.yaml"]), (0, [PATHS])],
     "lint": [
         (1, ["tests/tool/policies/lint.yaml"]),
         (1, ["examples/broadband.yaml"]),

@@ -83,6 +83,7 @@ TEST_P(Refusals, OfEveryRequestInTurnAreTold) {
 
 INSTANTIATE_TEST_SUITE_P(To, Refusals,
                          testing::Values(Asked{"Config", tool::make_config_command, {"config", "-"}},
+                                         Asked{"Graph", tool::make_graph_command, {"graph", "-"}},
                                          Asked{"Show", tool::make_show_command, {"show", "-"}},
                                          Asked{"ShowOfOne", tool::make_show_command, {"show", "-", "policy", "p1"}}),
                          [](const auto &parameter) { return std::string(parameter.param.name); });

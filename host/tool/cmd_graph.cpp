@@ -1,0 +1,122 @@
+// zar graph: the policies of a repository as a picture, with what the scenario did.
+#include <iostream>
+
+#include "tool/account/recorder.h"
+#include "tool/command.h"
+#include "tool/exit_codes.h"
+#include "tool/graph/dot.h"
+#include "tool/graph/graph.h"
+#include "tool/inventory/running.h"
+#include "tool/json_output.h"
+#include "tool/load_file.h"
+#include "tool/policy/text.h"
+#include "tool/report.h"
+#include "tool/simulation.h"
+
+namespace tool {
+
+namespace {
+
+using graph::Graph;
+
+Json json_of(const graph::Node &node) {
+  Json json;
+  json["id"] = node.id;
+  json["kind"] = to_string(node.kind);
+  json["title"] = node.title;
+  json["lines"] = node.lines;
+  json["policy_map"] = node.group.empty() ? Json(nullptr) : Json(node.group);
+  json["never_hit"] = node.never;
+  return json;
+}
+
+Json json_of(const graph::Edge &edge) {
+  Json json;
+  json["from"] = edge.from;
+  json["to"] = edge.to;
+  json["kind"] = to_string(edge.kind);
+  json["hits"] = edge.hits;
+  json["tries"] = edge.tries ? Json(*edge.tries) : Json(nullptr);
+  return json;
+}
+
+std::string caption_of(const PolicyFile &file) {
+  return text_of(file.path, ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
+                 " of the scenario. On edges: how often; to a rule or statement: matches of tries.");
+}
+
+class GraphCommand final : public Command {
+ public:
+  void declare(CLI::App &program) override {
+    app_ = program.add_subcommand("graph", "Draw the policies and what the scenario did");
+    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
+    app_->add_flag("--json", json_, "Write nodes and edges as one JSON object");
+    app_->footer(
+        "Runs the scenario of the file and writes targets, policy-maps, events, rules, class-maps\n"
+        "and parameter-maps as a graph in the language DOT, with counts on the edges. What the\n"
+        "scenario never hit is grey and dashed. Targets with the same policies are one node.\n\n"
+        "Examples:\n"
+        "  zar graph policy.yaml | dot -Tsvg -o policy.svg\n"
+        "  zar graph policy.yaml --json");
+  }
+
+  int run() override {
+    const std::optional<PolicyFile> file = load_file(path_);
+    if (!file) return kBadFile;
+    const std::optional<Graph> made = make_graph_of(*file);
+    if (!made) return kInternal;
+    if (json_) {
+      write_json(*made, *file);
+    } else {
+      std::cout << to_dot(*made, caption_of(*file));
+    }
+    return kSuccess;
+  }
+
+ private:
+  static std::optional<Graph> make_graph_of(const PolicyFile &file) {
+    Repository repository(file);
+    std::optional<Graph> made;
+    if (repository.build()) {
+      const graph::Hits hits = run_scenario(file, repository);
+      if (const std::optional<PolicyFile> running = inventory::read_or_complain())
+        made = graph::make_graph(*running, hits);
+    }
+    if (finish(repository) != kSuccess) return std::nullopt;
+    return made;
+  }
+
+  static graph::Hits run_scenario(const PolicyFile &file, const Repository &repository) {
+    graph::Hits hits;
+    const Recorder recorder(file);
+    for (const Step &step : file.scenario) {
+      run_step(file, repository, step);
+      hits.add(step.target.value, recorder.account());
+    }
+    return hits;
+  }
+
+  static void write_json(const Graph &made, const PolicyFile &file) {
+    Json json = begin_json("graph");
+    json["file"] = file.path;
+    json["events"] = file.scenario.size();
+    json["nodes"] = Json::array();
+    for (const graph::Node &node : made.nodes)
+      json["nodes"].push_back(json_of(node));
+    json["edges"] = Json::array();
+    for (const graph::Edge &edge : made.edges)
+      json["edges"].push_back(json_of(edge));
+    print_json(std::cout, json);
+  }
+
+  std::string path_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_graph_command() {
+  return std::make_unique<GraphCommand>();
+}
+
+}  // namespace tool

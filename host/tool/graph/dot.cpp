@@ -1,0 +1,131 @@
+#include "tool/graph/dot.h"
+
+#include "tool/policy/text.h"
+
+namespace tool::graph {
+
+namespace {
+
+// Longer texts and lists are cut: a picture is for an overview.
+constexpr size_t kLongestLine = 60;
+constexpr size_t kMostLines = 12;
+
+// As the text of a label of the language's own kind that looks like HTML.
+std::string escaped(std::string_view text) {
+  std::string out;
+  for (const char character : text) {
+    if (character == '&') {
+      out += "&amp;";
+    } else if (character == '<') {
+      out += "&lt;";
+    } else if (character == '>') {
+      out += "&gt;";
+    } else {
+      out += character;
+    }
+  }
+  return out;
+}
+
+std::string cut(std::string_view text) {
+  if (text.size() <= kLongestLine) return std::string(text);
+  size_t end = kLongestLine;
+  // Not inside of a character.
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)
+    --end;
+  return text_of(text.substr(0, end), "...");
+}
+
+const char *look_of(NodeKind kind) {
+  switch (kind) {
+    case NodeKind::targets:
+      return "shape=box, style=filled, fillcolor=\"#dce9f7\"";
+    case NodeKind::policy_map:
+      return "shape=folder, style=filled, fillcolor=\"#fbe5c8\"";
+    case NodeKind::event:
+      return "shape=cds, margin=\"0.2,0.1\", style=filled, fillcolor=\"#fff6cf\"";
+    case NodeKind::rule:
+      return "shape=box, style=\"filled,rounded\", fillcolor=\"#ffffff\"";
+    case NodeKind::class_map:
+      return "shape=box, style=filled, fillcolor=\"#e3f2dc\"";
+    case NodeKind::parameter_map:
+      return "shape=component, style=filled, fillcolor=\"#ece0f5\"";
+    case NodeKind::statement:
+      return "shape=box, style=\"filled,rounded\", fillcolor=\"#f7f1fb\"";
+  }
+  return "";
+}
+
+// Told in words as well, for those who print it or do not see the colour.
+constexpr const char *kNeverLook =
+    "shape=box, style=\"filled,rounded,dashed\", fillcolor=\"#eeeeee\", color=\"#b03030\"";
+
+std::string label_of(const Node &node) {
+  std::string label = text_of("<b>", escaped(node.title), "</b><br align=\"left\"/>");
+  for (size_t at = 0; at < node.lines.size() && at < kMostLines; ++at)
+    label += text_of(escaped(cut(node.lines[at])), "<br align=\"left\"/>");
+  if (node.lines.size() > kMostLines)
+    label += text_of("and ", node.lines.size() - kMostLines, " more<br align=\"left\"/>");
+  if (node.never) label += "<font color=\"#b03030\"><i>never hit</i></font><br align=\"left\"/>";
+  return label;
+}
+
+std::string node_line(const Node &node) {
+  return text_of("  ", quoted(node.id), " [", node.never ? kNeverLook : look_of(node.kind), ", label=<", label_of(node),
+                 ">];\n");
+}
+
+std::string label_of(const Edge &edge) {
+  if (edge.tries) return text_of(edge.hits, " of ", *edge.tries);
+  return std::to_string(edge.hits);
+}
+
+std::string edge_line(const Edge &edge) {
+  std::string line = text_of("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
+  if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
+  line += text_of("label=\"", label_of(edge), "\"");
+  if (edge.hits == 0) line += ", style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"";
+  // Raising leads back to an event, which should not turn the order of the columns round.
+  if (edge.kind == EdgeKind::raises) line += ", constraint=false, color=\"#c07000\", fontcolor=\"#c07000\"";
+  return line + "];\n";
+}
+
+constexpr const char *kHead =
+    "  rankdir=LR; ranksep=0.7; nodesep=0.18; labelloc=t; labeljust=l; fontname=\"Helvetica\"; fontsize=13;\n"
+    "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\", color=\"#707070\"];\n"
+    "  edge [fontname=\"Helvetica\", fontsize=9, color=\"#505050\", arrowsize=0.7];\n";
+
+// Puts the nodes of a kind into one column, in their order from the top. Left to itself, dot would rather avoid a crossing;
+// in boxes around each policy-map it would forget the order.
+std::string column(const Graph &graph, NodeKind kind) {
+  std::string ids;
+  for (const Node &node : graph.nodes) {
+    if (node.kind == kind) ids += text_of(ids.empty() ? "" : " -> ", quoted(node.id));
+  }
+  return ids.empty() ? "" : text_of("  { rank=same; edge [style=invis]; ", ids, "; }\n");
+}
+
+// Class-maps that no rule asks would otherwise stand among the targets.
+std::string class_column(const Graph &graph) {
+  std::string column;
+  for (const Node &node : graph.nodes) {
+    if (node.kind == NodeKind::class_map) column += text_of(" ", quoted(node.id), ";");
+  }
+  return column.empty() ? "" : text_of("  { rank=same;", column, " }\n");
+}
+
+}  // namespace
+
+std::string to_dot(const Graph &graph, const std::string &caption) {
+  std::string dot = text_of("digraph policies {\n", kHead, "  label=<", escaped(caption), "<br align=\"left\"/>>;\n");
+  for (const Node &node : graph.nodes)
+    dot += node_line(node);
+  for (const NodeKind kind : {NodeKind::policy_map, NodeKind::event, NodeKind::rule, NodeKind::statement})
+    dot += column(graph, kind);
+  dot += class_column(graph);
+  for (const Edge &edge : graph.edges)
+    dot += edge_line(edge);
+  return dot + "}\n";
+}
+
+}  // namespace tool::graph
