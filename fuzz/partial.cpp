@@ -52,7 +52,6 @@ const std::vector<Partial> &partial_states() {
       {zar_deactivate_any_policy_for_target, {0, 37}, true, kUntold},
       {zar_deactivate_policy_by_name_from_all_targets, {0}, true, kUntold},
       {zar_deactivate_policy_by_handle_from_all_targets, {0}, true, kUntold},
-      {zar_delete_policy, {0}, true, kUntold},
       {zar_delete_stored_policy, {0}, true, kUntold},
       {zar_delete_stored_policy_by_name, {0}, true, kUntold},
       {zar_delete_target, {0, 37}, true, kUntold},

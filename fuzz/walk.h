@@ -9,7 +9,11 @@
 
 namespace fuzz {
 
-// The calls of one session, from its seed.
+// Calls that build a small repository in which everything is linked: both kinds of policy-maps in force on a target, a
+// class-map with a filter, actions that two rules share, a parameter-map with a statement.
+std::vector<calls::Call> building_calls();
+
+// The calls of one session, from its seed: an odd one begins with the repository above.
 std::vector<calls::Call> random_calls(uint64_t seed, size_t count);
 
 // Makes the calls and deletes everything again; what went wrong, or nothing.

@@ -115,8 +115,17 @@ Call call_of(std::span<const uint8_t> bytes) {
 
 Call Decoder::call() {
   const uint8_t code = byte();
-  Call call{code < kBuildingCodes ? kBuilding[code] : static_cast<Op>(byte() % static_cast<size_t>(Op::count)), {}};
-  for (size_t i = 0; i < bytes_of(call.op); ++i)
+  return with_arguments(code < kBuildingCodes ? kBuilding[code]
+                                              : static_cast<Op>(byte() % static_cast<size_t>(Op::count)));
+}
+
+Call Decoder::call_among(std::span<const Op> operations) {
+  return with_arguments(operations[byte() % operations.size()]);
+}
+
+Call Decoder::with_arguments(Op op) {
+  Call call{op, {}};
+  for (size_t i = 0; i < bytes_of(op); ++i)
     call.bytes[i] = byte();
   return call;
 }

@@ -102,8 +102,12 @@ class Decoder {
   bool done() const { return at_ >= bytes_.size(); }
   uint8_t byte() { return done() ? 0 : bytes_[at_++]; }
   Call call();
+  // The byte for the operation means one of these.
+  Call call_among(std::span<const Op> operations);
 
  private:
+  Call with_arguments(Op op);
+
   std::span<const uint8_t> bytes_;
   size_t at_ = 0;
 };

@@ -65,8 +65,8 @@ bool Model::fair(const calls::Call &call, const Arguments &a) {
     case zar_add_class_action_to_stored_policy:
       return may_enter(resolve<Action>(a.handle(6)), nullptr);
     case zar_add_action_to_stored_policy: {
-      const Action *action = resolve<Action>(a.handle(4));
-      return action == nullptr || action->listed == 0;
+      const Rule *rule = stored_rule(a);
+      return may_enter(resolve<Action>(a.handle(4)), rule == nullptr ? nullptr : &rule->actions);
     }
     case zar_add_action_to_pmtr_map_rule: {
       PmtrMap *map = resolve<PmtrMap>(a.handle(0));

@@ -276,6 +276,16 @@ Rule *Model::rule_of(const Event &event, const Cmap &cmap) {
   return nullptr;
 }
 
+Rule *Model::stored_rule(const Arguments &arguments) {
+  const Found stored_policy = retrieve(arguments.number(0), arguments.info(1), Kind::pmap);
+  const Found stored_class = retrieve(arguments.number(0), arguments.info(3), Kind::cmap);
+  const Pmap *pmap = resolve<Pmap>(stored_policy.handle);
+  const Cmap *cmap = resolve<Cmap>(stored_class.handle);
+  if (pmap == nullptr || !pmap->control() || !arguments.given(2) || cmap == nullptr) return nullptr;
+  const Event *event = event_of(*pmap, arguments.pointer<const zar_event_context>(2)->event_id);
+  return event == nullptr ? nullptr : rule_of(*event, *cmap);
+}
+
 void Model::update_references(Pmap &pmap, Cmap &cmap) {
   const auto found =
       std::find_if(pmap.cmap_refs.begin(), pmap.cmap_refs.end(), [&](const auto &ref) { return ref.first == &cmap; });

@@ -263,6 +263,8 @@ class Model {
   // Of the policy-map that holds the event.
   Event *event_of(const Pmap &pmap, uint32_t id) const;
   static Rule *rule_of(const Event &event, const Cmap &cmap);
+  // Of the policy-map, event and class-map that the arguments of a stored-policy operation name.
+  Rule *stored_rule(const Arguments &arguments);
   static void update_references(Pmap &pmap, Cmap &cmap);
   static void remove_references(Pmap &pmap, Cmap &cmap);
   Rule &add_rule(uint32_t handle, Cmap &cmap, uint32_t exec_criteria, Event *event, uint32_t number);

@@ -359,23 +359,8 @@ void zar_add_class_action_to_stored_policy(Model &m, const Arguments &a, Seen &s
   put_in_order(rule.actions, *action);
 }
 
-namespace {
-
-// The class-action of a stored CONTROL policy-map's event and a stored class-map.
-Rule *stored_rule(Model &m, const Arguments &a) {
-  const Found stored_policy = m.retrieve(a.number(0), a.info(1), Kind::pmap);
-  const Found stored_class = m.retrieve(a.number(0), a.info(3), Kind::cmap);
-  const Pmap *pmap = policy(m, stored_policy.handle, a.given(2));
-  const Cmap *cmap = m.resolve<Cmap>(stored_class.handle);
-  if (pmap == nullptr || !pmap->control() || cmap == nullptr) return nullptr;
-  const Event *event = m.event_of(*pmap, a.pointer<const zar_event_context>(2)->event_id);
-  return event == nullptr ? nullptr : Model::rule_of(*event, *cmap);
-}
-
-}  // namespace
-
 void zar_add_action_to_stored_policy(Model &m, const Arguments &a, Seen &seen) {
-  Rule *rule = stored_rule(m, a);
+  Rule *rule = m.stored_rule(a);
   if (rule == nullptr) return seen.answers(kInvalid);
   Action *action = m.resolve<Action>(a.handle(4));
   if (action == nullptr) return seen.answers(kFailed);
@@ -384,7 +369,7 @@ void zar_add_action_to_stored_policy(Model &m, const Arguments &a, Seen &seen) {
 }
 
 void zar_remove_action_from_stored_policy(Model &m, const Arguments &a, Seen &seen) {
-  Rule *rule = stored_rule(m, a);
+  Rule *rule = m.stored_rule(a);
   Action *action = m.resolve<Action>(a.handle(4));
   seen.answers(rule != nullptr && action != nullptr && unlink(rule->actions, *action) ? 0 : kInvalid);
 }

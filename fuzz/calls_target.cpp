@@ -1,0 +1,15 @@
+// Any sequence of calls, beside the model.
+#include <cstddef>
+#include <cstdint>
+
+#include "fuzz/target.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  fuzz::run_target({}, [&](fuzz::Session &session) {
+    calls::Decoder decoder({data, size});
+    while (!decoder.done())
+      if (!session.step(decoder.call())) return false;
+    return true;
+  });
+  return 0;
+}

@@ -1,0 +1,32 @@
+// Any sequence of calls, beside the model; before each a byte says which of its platform requests fails, if any.
+#include <cstddef>
+#include <cstdint>
+
+#include "fuzz/target.h"
+
+namespace {
+
+// One call in two goes without; of the others a second attempt may fail, too.
+fuzz::FaultPlan plan_of(uint8_t byte) {
+  fuzz::FaultPlan plan;
+  if (byte % 2 == 0) return plan;
+  plan.requests.push_back(1U + byte / 2 % 8);
+  if (byte >= 192) plan.requests.push_back(1U + byte / 8 % 8);
+  plan.mode = byte / 16 % 4 == 3 ? runtime::Fault::from_then_on : runtime::Fault::once;
+  return plan;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  fuzz::run_target({}, [&](fuzz::Session &session) {
+    calls::Decoder decoder({data, size});
+    while (!decoder.done()) {
+      const fuzz::FaultPlan plan = plan_of(decoder.byte());
+      if (!session.step_with_fault(decoder.call(), plan)) return false;
+      if (session.partial()) return false;  // the model follows no further
+    }
+    return true;
+  });
+  return 0;
+}

@@ -1,0 +1,203 @@
+// Every operation with every one of its platform requests failing: in sequences of calls that build repositories, each call
+// is made with its first request failing, in a repository of its own, then with its second, until none is left; once, and
+// from that request on. After each the call must have said so, the repository must be as it was, nothing may have leaked,
+// and the same call must succeed; what operations leave otherwise is told in one table (fuzz/partial.cpp).
+//
+//   faults_every_call [--sequences N] [--seed S] [--pairs yes]
+//
+// With pairs the call that is made once more meets a second fault, at every request in turn.
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fuzz/partial.h"
+#include "fuzz/walk.h"
+
+namespace {
+
+using Calls = std::vector<calls::Call>;
+using runtime::Fault;
+using runtime::Service;
+
+constexpr size_t kCalls = 90;
+constexpr size_t kMostRequests = 400;  // no call makes as many
+
+struct Settings {
+  uint64_t sequences = 60;
+  uint64_t seed = 1;
+  bool pairs = false;
+};
+
+struct Tally {
+  uint64_t points = 0;
+  uint64_t pairs = 0;
+  std::map<Service, uint64_t> by_service;
+  std::set<calls::Op> operations;
+  std::set<calls::Op> partial;
+};
+
+// What the sequences are too short to come to by chance: shared actions, texts and listings, handlers that are told.
+Calls particular_calls() {
+  using enum calls::Op;
+  const std::vector<calls::Call> more = {
+      {zar_add_action_to_rule, {1, 1}},
+      {zar_add_action_to_rule_after_action, {1, 0, 1}},
+      {zar_remove_action_from_class_action, {1, 0}},
+      {zar_add_action_to_rule_before_action, {1, 0, 1}},
+      {zar_remove_action_from_class_action, {1, 0}},
+      {zar_add_action_to_stored_policy, {0, 0, 0, 201, 0, 0, 0}},
+      {zar_remove_action_from_stored_policy, {0, 0, 0, 201, 0, 0, 0}},
+      {zar_create_class, {0, 151, 0, 0, 1}},
+      {zar_create_event, {202, 0, 6}},
+      {zar_add_class_to_event, {6, 1, 0, 4, 6}},
+      {zar_add_event, {0, 6}},
+      {zar_add_class_action_to_stored_policy, {0, 0, 0, 201, 0, 1, 3, 0}},
+      {zar_add_action_to_pmtr_map_rule, {0, 1, 0}},
+      {zar_get_filter_nvgen_str, {0}},
+      {zar_get_filter_nvgen_str_internal, {0}},
+      {zar_get_action_nvgen_str, {0, 1}},
+      {kel_pmtr_map_get_filter_expr_by_type, {0, 1, 1}},
+      {zar_print_policymap, {0, 0, 0, 1, 1}},
+      {zar_print_classmap, {0, 0, 0, 0, 1}},
+      {zar_shim_action_added_removed, {0, 0, 1}},
+      {zar_invoke_action_handler, {0, 0, 1}},
+      {zar_remove_action_handler_for_event, {0, 0}},
+      {zar_remove_action_handler_for_class, {0, 0}},
+      {zar_deactivate_policy_by_name_from_all_targets, {0, 0, 0}},
+      {zar_activate_policy_by_name, {0, 0, 0, 0}},
+      {zar_deactivate_policy_by_name, {0, 0, 0, 0}},
+      {zar_activate_policy, {0, 0, 0}},
+      {zar_deactivate_policy_by_handle_from_all_targets, {0, 0}},
+      {zar_activate_policy, {0, 0, 0}},
+      {zar_deactivate_any_policy_for_target, {0, 0}},
+      {zar_activate_policy, {0, 0, 0}},
+      {zar_remove_target, {0, 0, 0}},
+      {zar_avl_insert_target_client_db, {0, 0}},
+      {zar_remove_target, {0, 0, 0}},
+      {zar_avl_insert_target_default_db, {0, 0}},
+      {zar_remove_target, {0, 0, 0}},
+      {zar_delete_target, {0}},
+      {kel_create_subscriber_parameter_map, {151, 0, 1}},
+      {kel_find_subscriber_parameter_map_by_name, {151, 0, 1}},
+      {kel_is_pmap_created, {151}},
+      {kel_delete_subscriber_parameter_map, {151, 0}},
+      {zar_activate_policy, {0, 0, 1}},
+      {zar_delete_stored_policy, {0, 0}},
+  };
+  Calls all = fuzz::building_calls();
+  all.insert(all.end(), more.begin(), more.end());
+  return all;
+}
+
+enum class Came { to_the_fault, to_none, to_grief };
+
+// The call at 'at' with the plan's faults, after those before it; then all is deleted.
+Came try_plan(const Calls &calls, size_t at, const fuzz::FaultPlan &plan, Tally &tally) {
+  std::vector<std::string> told;
+  fuzz::Options options;
+  options.told = &told;
+  options.look_every = 1000;  // what is looked at is the call with the fault
+  fuzz::Session session(options);
+  for (size_t i = 0; i < at; ++i)
+    if (!session.step(calls[i])) break;
+  if (session.failure().empty() && session.step_with_fault(calls[at], plan) && !session.partial()) session.finish();
+  if (!session.failure().empty()) {
+    for (const std::string &line : told)
+      std::printf("  %s\n", line.c_str());
+    std::printf("  %s\n", session.failure().c_str());
+    return Came::to_grief;
+  }
+  for (const auto &[service, count] : session.faults_by_service())
+    tally.by_service[service] += count;
+  if (session.partial()) tally.partial.insert(calls[at].op);
+  if (session.faults() > 0) tally.operations.insert(calls[at].op);
+  return session.faults() == plan.requests.size() || session.partial() ? Came::to_the_fault : Came::to_none;
+}
+
+bool every_second(const Calls &calls, size_t at, uint64_t first, Tally &tally) {
+  for (uint64_t second = 1; second <= kMostRequests; ++second) {
+    const Came came = try_plan(calls, at, {{first, second}, Fault::once}, tally);
+    if (came != Came::to_the_fault) return came == Came::to_none;
+    ++tally.pairs;
+  }
+  return false;
+}
+
+bool every_request(const Calls &calls, size_t at, Fault mode, const Settings &settings, Tally &tally) {
+  for (uint64_t nth = 1; nth <= kMostRequests; ++nth) {
+    const Came came = try_plan(calls, at, {{nth}, mode}, tally);
+    if (came != Came::to_the_fault) return came == Came::to_none;
+    ++tally.points;
+    const bool partial = fuzz::partial_state_of(calls[at].op) != nullptr;
+    if (settings.pairs && mode == Fault::once && !partial && !every_second(calls, at, nth, tally)) return false;
+  }
+  std::printf("%s meets more requests than any call makes\n", calls::operation(calls[at].op).name);
+  return false;
+}
+
+bool expect(bool holds, const char *what) {
+  if (!holds) std::printf("not so: %s\n", what);
+  return holds;
+}
+
+// Requests of the start-up and of pools that live as long as the process are not among those of calls.
+bool every_service_failed(const Tally &tally) {
+  bool all = true;
+  for (Service service : {Service::id, Service::record, Service::block, Service::duplicate, Service::text,
+                          Service::tree_init, Service::tree_insert, Service::queue_entry}) {
+    const auto found = tally.by_service.find(service);
+    const uint64_t times = found == tally.by_service.end() ? 0 : found->second;
+    std::printf("  %-12s failed %llu times\n", runtime::to_string(service), static_cast<unsigned long long>(times));
+    all = all && times > 0;
+  }
+  return expect(all, "every service that calls use has failed");
+}
+
+bool every_line_used(const Tally &tally) {
+  bool all = true;
+  for (const fuzz::Partial &line : fuzz::partial_states()) {
+    if (tally.operations.contains(line.op)) continue;
+    std::printf("  no request of %s failed\n", calls::operation(line.op).name);
+    all = false;
+  }
+  return expect(all, "each operation in the table of partial states has met a fault");
+}
+
+bool every_call(const Calls &calls, size_t from, const Settings &settings, Tally &tally) {
+  for (size_t at = from; at < calls.size(); ++at)
+    for (Fault mode : {Fault::once, Fault::from_then_on})
+      if (!every_request(calls, at, mode, settings, tally)) return false;
+  return true;
+}
+
+int walk(const Settings &settings) {
+  Tally tally;
+  if (!every_call(particular_calls(), 0, settings, tally)) return 1;
+  // The random sequences begin with the same repository.
+  for (uint64_t i = 0; i < settings.sequences; ++i) {
+    const Calls calls = fuzz::random_calls(2 * (settings.seed + i) + 1, kCalls);
+    if (!every_call(calls, fuzz::building_calls().size(), settings, tally)) return 1;
+  }
+  std::printf("%llu fault points, %llu pairs, in %zu operations; sequences from seed %llu\n",
+              static_cast<unsigned long long>(tally.points), static_cast<unsigned long long>(tally.pairs),
+              tally.operations.size(), static_cast<unsigned long long>(settings.seed));
+  const bool services = every_service_failed(tally);
+  const bool lines = every_line_used(tally);
+  return expect(tally.points > 0, "there are fault points") && services && lines ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int count, char **arguments) {
+  Settings settings;
+  for (int i = 1; i + 1 < count; i += 2) {
+    const std::string name = arguments[i];
+    if (name == "--sequences") settings.sequences = std::stoull(arguments[i + 1]);
+    if (name == "--seed") settings.seed = std::stoull(arguments[i + 1]);
+    if (name == "--pairs") settings.pairs = true;
+  }
+  return walk(settings);
+}
