@@ -39,15 +39,32 @@ class Library {
     zar_retrieve_policy(clid_, &info, &pmap);
     return pmap;
   }
-  void add(const char *name) {
+  // A policy-map that is not stored yet; what there is to store.
+  uint32_t spare(const char *name) const {
     zar_map_info info = bench::info_of(name);
     uint32_t pmap = 0;
     bench::must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
-    bench::must(zar_store_policy(clid_, pmap), "zar_store_policy");
+    return pmap;
+  }
+  // Taken out of the tree under its name, but not deleted.
+  void store_and_delete(const char *name, uint32_t spare) const {
+    Key key(bench::info_of(name));
+    zar_pmap probe{}, *removed = nullptr;
+    probe.hash_str = key.text();
+    bench::must(zar_store_policy(clid_, spare), "zar_store_policy");
+    bench::must(!zar_avl_delete_pmap(database_, &probe, &removed), "zar_avl_delete_pmap");
   }
 
  private:
+  void add(const char *name) const { bench::must(zar_store_policy(clid_, spare(name)), "zar_store_policy"); }
+  static zar_db *database_of(uint32_t clid) {
+    zar_db *database = nullptr;
+    bench::must(!zar_get_client_database_handle(clid, "bench", &database, nullptr), "zar_get_client_database_handle");
+    return database;
+  }
+
   uint32_t clid_ = bench::clid();
+  zar_db *database_ = database_of(clid_);
 };
 
 // A container of the standard library's manner that can be asked with a view.
@@ -62,6 +79,12 @@ class Viewed {
     Key key(bench::info_of(name));
     auto found = map_.find(View(key.text(), key.view().size()));
     return found == map_.end() ? 0 : found->second;
+  }
+  uint32_t spare(const char *) { return ++numbers_; }
+  void store_and_delete(const char *name, uint32_t spare) {
+    Key key(bench::info_of(name));
+    map_.emplace(std::string(key.view()), spare);
+    map_.erase(map_.find(View(key.text(), key.view().size())));
   }
 
  private:
@@ -109,7 +132,8 @@ class GlibTree {
     }
   }
   uint32_t find(const char *name) const {
-    return GPOINTER_TO_UINT(g_tree_lookup(tree_, Key(bench::info_of(name)).text()));
+    Key key(bench::info_of(name));
+    return GPOINTER_TO_UINT(g_tree_lookup(tree_, key.text()));
   }
 
  private:
@@ -174,10 +198,14 @@ class Sought {
 
 struct Subjects {
   explicit Subjects(uint32_t n_objects)
-      : stored(bench::names(n_objects)), present(stored), absent(bench::names(n_objects, "x")) {}
+      : stored(bench::names(n_objects)),
+        present(stored),
+        absent(bench::names(n_objects, "x")),
+        spare(bench::names(std::min(n_objects, 1000U), "y")) {}
   std::vector<std::string> stored;
   Sought present;
   Sought absent;
+  std::vector<std::string> spare;
 };
 
 // One look-up after the other, none waiting for the one before.
@@ -198,12 +226,28 @@ void retrieve_in_turn(benchmark::State &state, const Side &side, const Sought &s
 }
 
 template <class Side>
+void store_and_delete(benchmark::State &state, Side &side, const std::vector<std::string> &names) {
+  static std::vector<uint32_t> spares;  // of this side; a repetition uses those of the one before
+  for (size_t at = spares.size(); at < names.size(); ++at)
+    spares.push_back(side.spare(names[at].c_str()));
+  Random random;
+  const auto count = static_cast<uint32_t>(names.size());
+  for (auto _ : state) {
+    uint32_t any = random.below(count);
+    side.store_and_delete(names[any].c_str(), spares[any]);
+  }
+}
+
+template <class Side>
 void register_side(const std::string &who, const std::shared_ptr<Subjects> &subjects) {
   auto side = std::make_shared<Side>(subjects->stored);
   bench::job("retrieve, hit", who, [=](benchmark::State &state) { retrieve(state, *side, subjects->present); });
   bench::job("retrieve, hit, latency", who,
              [=](benchmark::State &state) { retrieve_in_turn(state, *side, subjects->present); });
   bench::job("retrieve, miss", who, [=](benchmark::State &state) { retrieve(state, *side, subjects->absent); });
+  if constexpr (requires { side->store_and_delete("", 0); })
+    bench::job("store and delete", who,
+               [=](benchmark::State &state) { store_and_delete(state, *side, subjects->spare); });
 }
 
 }  // namespace

@@ -10,9 +10,16 @@ namespace zar {
 constexpr uint32_t kTraceError = 3;  // messages beginning "(ERR): "
 constexpr uint32_t kTraceInfo = 6;   // messages beginning "(info): "
 
+// Benchmarks compile the trace out to see what it costs.
+#ifdef ZAR_NO_TRACE
+constexpr bool traced(uint32_t) {
+  return false;
+}
+#else
 inline bool traced(uint32_t level) {
   return btrace_module_test(kel_trace_id, level) != 0;
 }
+#endif
 
 // What "%p" takes.
 inline const void *address(const void *pointer) {

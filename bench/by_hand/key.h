@@ -1,6 +1,7 @@
 // The key of a map as a good engineer builds it: in a buffer on the stack, without a formatter.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <string_view>
@@ -22,7 +23,7 @@ class Key {
     text_[length_] = '\0';
   }
   std::string_view view() const { return {text_, length_}; }
-  const char *text() const { return text_; }
+  char *text() { return text_; }
 
  private:
   static constexpr size_t kMostCharacters = 99;

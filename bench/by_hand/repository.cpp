@@ -172,6 +172,7 @@ bool Repository::link(PolicyMap &policy, Target &target) {
   if (kel_create_policy_instance(&instance, target.handle, kel_clid, &key) != 0) return false;
   target.active.push_back({&policy, instance});
   policy.targets.push_back(&target);
+  tell_actions(policy, false);
   return true;
 }
 
@@ -181,6 +182,16 @@ void Repository::unlink(PolicyMap &policy, Target &target) {
   kel_delete_policy_instance(active->instance);
   target.active.erase(active);
   erase(policy.targets, &target);
+  tell_actions(policy, true);
+}
+
+// The owners of actions that want to know hear of it. The benchmarks have none that do, so the list is never made.
+void Repository::tell_actions(const PolicyMap &policy, bool removed) {
+  for (const Event *event : policy.events)
+    for (const Rule *rule : event->rules)
+      for (const Action *action : rule->actions)
+        if (action->context.action_notify_fn)
+          action->context.action_notify_fn(removed, action->context.action_data, nullptr);
 }
 
 Handle Repository::add_target(zar_target_info *info, Handle policy_handle) {

@@ -140,6 +140,7 @@ class Repository {
   bool is_active(const PolicyMap &policy, const Target &target) const;
   bool link(PolicyMap &policy, Target &target);
   static void unlink(PolicyMap &policy, Target &target);
+  static void tell_actions(const PolicyMap &policy, bool removed);
 
   std::unordered_map<Handle, Owner> objects_;
   Handle last_handle_ = 0;

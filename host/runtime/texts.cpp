@@ -29,20 +29,33 @@ uint64_t mixed(uint64_t a, uint64_t b) {
   return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
-uint64_t word_at(const char *text, size_t length) {
-  uint64_t word = 0;
-  std::memcpy(&word, text, length);
+template <class Word>
+uint64_t read(const char *text) {
+  Word word = 0;
+  std::memcpy(&word, text, sizeof word);
   return word;
+}
+
+// Up to seven characters as a number. Every character is in it, those in the middle maybe twice: reads of fixed lengths that
+// overlap take less time than one whose length is not known.
+uint64_t short_word(const char *text, size_t length) {
+  if (length >= 4) return read<uint32_t>(text) << 32 | read<uint32_t>(text + length - 4);
+  if (length == 0) return 0;
+  return read<uint8_t>(text) << 16 | read<uint8_t>(text + length / 2) << 8 | read<uint8_t>(text + length - 1);
 }
 
 uint32_t hash_of(std::string_view text) {
   constexpr uint64_t kFirst = 0xa0761d6478bd642fu, kSecond = 0xe7037ed1a0b428dbu;
   uint64_t hash = text.size() ^ kFirst;
   const char *at = text.data();
-  size_t left = text.size();
-  for (; left > 8; at += 8, left -= 8)
-    hash = mixed(word_at(at, 8) ^ kSecond, hash ^ kFirst);
-  hash = mixed(word_at(at, left) ^ kSecond, hash ^ kFirst);
+  if (text.size() >= sizeof(uint64_t)) {
+    const char *last = at + text.size() - sizeof(uint64_t);
+    for (; at < last; at += sizeof(uint64_t))
+      hash = mixed(read<uint64_t>(at) ^ kSecond, hash ^ kFirst);
+    hash = mixed(read<uint64_t>(last) ^ kSecond, hash ^ kFirst);
+  } else {
+    hash = mixed(short_word(at, text.size()) ^ kSecond, hash ^ kFirst);
+  }
   return static_cast<uint32_t>(hash ^ hash >> 32);
 }
 
