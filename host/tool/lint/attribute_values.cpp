@@ -106,7 +106,8 @@ std::string text_of_number(const NumberPrefix &prefix, int64_t number) {
   std::string digits = std::to_string(number);
   const bool negative = digits.starts_with('-');
   if (negative) digits.erase(0, 1);
-  return (negative || prefix.negative ? "-" : "") + std::string(prefix.zeros, '0') + digits;
+  const std::string sign = negative || prefix.negative ? "-" : "";
+  return sign + std::string(prefix.zeros, '0') + digits;
 }
 
 class Search {
