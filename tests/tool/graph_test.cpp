@@ -127,6 +127,27 @@ targets:
   EXPECT_NE(result.out.find("<b>target</b><br align=\"left\"/>t2<br align=\"left\"/>>"), std::string::npos);
 }
 
+// A raise that led to each policy-map would make a picture that grows with the product of both.
+TEST(Graph, GathersRaisesOfAnEventThatSeveralPoliciesHandle) {
+  const Result result = run_zar({"graph", "-"}, R"(
+domains: {d: }
+class-maps: {c: , never: {filters: [{attribute: x, present: true}]}}
+policy-maps:
+  p: {events: {e: {rules: [{number: 1, class: c, actions: [{raise: f}]}, {number: 2, class: never, actions: [{raise: f}]}]}}}
+  q: {events: {f: {rules: []}}}
+  r: {events: {f: {rules: []}}}
+targets: {t: {policies: [p, q]}}
+scenario: [{event: e, target: t}, {event: e, target: t}]
+)");
+  ASSERT_EQ(result.code, 0) << result.err;
+  const std::string hit = R"(, constraint=false, color="#c07000", fontcolor="#c07000"];)";
+  EXPECT_TRUE(has_line(result, R"("rule p/e/1" -> "raised f" [label="2")" + hit)) << result.out;
+  EXPECT_TRUE(has_line(result, R"("raised f" -> "event q/f" [label="2")" + hit)) << result.out;
+  EXPECT_NE(result.out.find(R"("rule p/e/2" -> "raised f" [label="0", style=dashed,)"), std::string::npos);
+  EXPECT_NE(result.out.find(R"("raised f" -> "event r/f" [label="0", style=dashed,)"), std::string::npos);
+  EXPECT_EQ(result.out.find(R"("rule p/e/1" -> "event)"), std::string::npos);
+}
+
 TEST(Graph, CutsWhatIsTooLongForAPicture) {
   std::string filters;
   for (int at = 0; at < 15; ++at)

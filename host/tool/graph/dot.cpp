@@ -52,6 +52,8 @@ const char *look_of(NodeKind kind) {
       return "shape=component, style=filled, fillcolor=\"#ece0f5\"";
     case NodeKind::statement:
       return "shape=box, style=\"filled,rounded\", fillcolor=\"#f7f1fb\"";
+    case NodeKind::raised_event:
+      return "shape=ellipse, color=\"#c07000\", style=filled, fillcolor=\"#fff6cf\"";
   }
   return "";
 }
@@ -86,7 +88,8 @@ std::string edge_line(const Edge &edge) {
   line += text_of("label=\"", label_of(edge), "\"");
   if (edge.hits == 0) line += ", style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"";
   // Raising leads back to an event, which should not turn the order of the columns round.
-  if (edge.kind == EdgeKind::raises) line += ", constraint=false, color=\"#c07000\", fontcolor=\"#c07000\"";
+  if (edge.kind == EdgeKind::raises) line += ", constraint=false";
+  if (edge.kind == EdgeKind::raises && edge.hits != 0) line += ", color=\"#c07000\", fontcolor=\"#c07000\"";
   return line + "];\n";
 }
 

@@ -25,6 +25,8 @@ const char *to_string(NodeKind kind) {
       return "parameter-map";
     case NodeKind::statement:
       return "statement";
+    case NodeKind::raised_event:
+      return "raised-event";
   }
   return "";
 }
@@ -65,7 +67,12 @@ std::vector<std::string> lines_of(const std::vector<Action> &actions) {
 
 class Maker {
  public:
-  Maker(const PolicyFile &file, const Hits &hits) : file_(&file), hits_(&hits) {}
+  Maker(const PolicyFile &file, const Hits &hits) : file_(&file), hits_(&hits) {
+    for (const PolicyMap &policy : file.policy_maps) {
+      for (const EventRules &event : policy.events)
+        handlers_[event.event.value].push_back(policy.name.value);
+    }
+  }
 
   Graph run() {
     add_targets();
@@ -87,11 +94,14 @@ class Maker {
   void add_event(const PolicyMap &policy, const EventRules &event);
   void add_parameter_map(const ParameterMap &map);
   void add_actions(const std::string &from, const std::vector<Action> &actions);
+  void add_raise(const std::string &from, const std::string &event);
   void add_edge(const std::string &from, const std::string &to, EdgeKind kind);
   void mark_what_never_came();
 
   const PolicyFile *file_;
   const Hits *hits_;
+  std::map<std::string, std::vector<std::string>> handlers_;  // of each event: the policy-maps
+  std::set<std::string> raised_;                              // events with a node of their own
   Graph graph_;
 };
 
@@ -167,7 +177,6 @@ void Maker::add_parameter_map(const ParameterMap &map) {
   }
 }
 
-// A raised event comes to every policy-map that handles it; which of them are active is the target's affair.
 void Maker::add_actions(const std::string &from, const std::vector<Action> &actions) {
   std::set<std::string> done;
   for (const Action &action : actions) {
@@ -176,14 +185,22 @@ void Maker::add_actions(const std::string &from, const std::vector<Action> &acti
     if (!leads_on || !done.insert(text_of(to_string(action.kind), " ", subject)).second) continue;
     if (action.kind == ActionKind::apply) {
       add_edge(from, id_of_parameter_map(subject), EdgeKind::applies);
-      continue;
-    }
-    for (const PolicyMap &policy : file_->policy_maps) {
-      const bool handles = std::any_of(policy.events.begin(), policy.events.end(),
-                                       [&](const EventRules &event) { return event.event.value == subject; });
-      if (handles) add_edge(from, id_of_event(policy.name.value, subject), EdgeKind::raises);
+    } else {
+      add_raise(from, subject);
     }
   }
+}
+
+// A raised event comes to every policy-map that handles it; which of them are active is the target's affair.
+void Maker::add_raise(const std::string &from, const std::string &event) {
+  const std::vector<std::string> &handlers = handlers_[event];
+  if (handlers.size() == 1) return add_edge(from, id_of_event(handlers[0], event), EdgeKind::raises);
+  const std::string raised = id_of_raised(event);
+  add_edge(from, raised, EdgeKind::raises);
+  if (!raised_.insert(event).second) return;
+  graph_.nodes.push_back({raised, NodeKind::raised_event, event, {"raised"}});
+  for (const std::string &policy : handlers)
+    add_edge(raised, id_of_event(policy, event), EdgeKind::raises);
 }
 
 // What has no way in is not marked: a class-map is asked by rules, and targets are where events begin.

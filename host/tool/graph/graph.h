@@ -12,7 +12,16 @@
 
 namespace tool::graph {
 
-enum class NodeKind : uint8_t { targets, policy_map, event, rule, class_map, parameter_map, statement };
+enum class NodeKind : uint8_t {
+  targets,
+  policy_map,
+  event,
+  rule,
+  class_map,
+  parameter_map,
+  statement,
+  raised_event,  // where it comes to several policy-maps, so that not every raise leads to each of them
+};
 
 const char *to_string(NodeKind kind);
 
@@ -30,7 +39,7 @@ enum class EdgeKind : uint8_t {
   handles,  // a policy-map to an event: how often it came
   tries,    // an event to a rule, a parameter-map to a statement: matches, out of how many
   asks,     // a rule to its class-map
-  raises,   // a rule or statement to an event
+  raises,   // a rule or statement to an event, or to a raised event and from there to each event
   applies,  // a rule or statement to a parameter-map
 };
 
@@ -66,6 +75,8 @@ class Hits {
 
   void add_policies(const EventAccount &account);
   void add_actions(const std::string &from, const std::vector<ActionAccount> &actions);
+  void add_raised(const std::string &from, const EventAccount &account);
+  void add_applied(const std::string &from, const MapAccount &account);
   void count(const std::string &from, const std::string &to, bool hit);
   const Count &find(const std::string &from, const std::string &to) const;
 

@@ -28,21 +28,31 @@ void Hits::add_policies(const EventAccount &account) {
 
 void Hits::add_actions(const std::string &from, const std::vector<ActionAccount> &actions) {
   for (const ActionAccount &action : actions) {
-    if (action.raised) {
-      for (const PolicyAccount &policy : action.raised->policies) {
-        if (policy.event) count(from, id_of_event(policy.policy->name.value, policy.event->event.value), true);
-      }
-      add_policies(*action.raised);
-    }
-    if (!action.applied) continue;
-    const ParameterMap &map = *action.applied->map;
-    const std::string id = id_of_parameter_map(map.name.value);
-    count(from, id, true);
-    for (const StatementAccount &statement : action.applied->statements) {
-      const std::string to = id_of_statement(inventory::statement_name(map, *statement.statement));
-      count(id, to, statement.matched);
-      if (statement.matched) add_actions(to, action.applied->actions);
-    }
+    if (action.raised) add_raised(from, *action.raised);
+    if (action.applied) add_applied(from, *action.applied);
+  }
+}
+
+void Hits::add_raised(const std::string &from, const EventAccount &account) {
+  const std::string raised = id_of_raised(account.event);
+  count(from, raised, true);
+  for (const PolicyAccount &policy : account.policies) {
+    if (!policy.event) continue;
+    const std::string event = id_of_event(policy.policy->name.value, policy.event->event.value);
+    count(from, event, true);
+    count(raised, event, true);
+  }
+  add_policies(account);
+}
+
+void Hits::add_applied(const std::string &from, const MapAccount &account) {
+  const ParameterMap &map = *account.map;
+  const std::string id = id_of_parameter_map(map.name.value);
+  count(from, id, true);
+  for (const StatementAccount &statement : account.statements) {
+    const std::string to = id_of_statement(inventory::statement_name(map, *statement.statement));
+    count(id, to, statement.matched);
+    if (statement.matched) add_actions(to, account.actions);
   }
 }
 

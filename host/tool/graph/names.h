@@ -19,6 +19,10 @@ inline std::string id_of_event(const std::string &policy, const std::string &eve
   return text_of("event ", policy, "/", event);
 }
 
+inline std::string id_of_raised(const std::string &event) {
+  return "raised " + event;
+}
+
 inline std::string id_of_rule(const std::string &name) {
   return "rule " + name;
 }
