@@ -68,10 +68,8 @@ class ExplainCommand final : public Command {
     return good ? step : std::nullopt;
   }
 
-  Level level() const {
-    if (level_ == "decision") return Level::decision;
-    return level_ == "filters" ? Level::filters : Level::rules;
-  }
+  // The parser takes no other word.
+  Level level() const { return parse_level(level_).value_or(Level::rules); }
 
   void explain(const PolicyFile &file, const Repository &repository, const Step &step) const {
     const Recorder recorder(file);

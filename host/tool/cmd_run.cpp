@@ -1,7 +1,6 @@
 // zar run: runs the scenario of a policy file, or events given on the command line, and shows what happens.
 #include <iostream>
 
-#include "runtime/control.h"
 #include "tool/account/account_json.h"
 #include "tool/account/recorder.h"
 #include "tool/arguments.h"
@@ -14,19 +13,11 @@
 #include "tool/progress.h"
 #include "tool/report.h"
 #include "tool/simulation.h"
+#include "tool/trace_levels.h"
 
 namespace tool {
 
 namespace {
-
-// The levels of the library's messages.
-constexpr uint32_t kErrors = 1U << 3;
-constexpr uint32_t kInfos = 1U << 6;
-
-uint32_t wanted_levels(const std::string &word) {
-  if (word == "error") return kErrors;
-  return word == "info" ? kErrors | kInfos : 0;
-}
 
 void show_step(size_t number, const Step &step) {
   std::cout << "[" << number << "] " << step.event.value << " at " << step.target.value << '\n';
@@ -83,8 +74,7 @@ class RunCommand final : public Command {
     const std::optional<std::vector<Step>> given = given_steps(*file);
     if (!given) return kUsage;
 
-    runtime::want_trace_levels(wanted_levels(trace_));
-    runtime::trace_to_stderr(!trace_.empty());
+    show_trace(trace_);
     Repository repository(*file);
     if (repository.build()) {
       const std::vector<Step> &steps = events_.empty() ? file->scenario : *given;

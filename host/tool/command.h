@@ -38,6 +38,7 @@ std::unique_ptr<Command> make_help_command();
 std::unique_ptr<Command> make_lint_command();
 std::unique_ptr<Command> make_run_command();
 std::unique_ptr<Command> make_schema_command();
+std::unique_ptr<Command> make_shell_command();
 std::unique_ptr<Command> make_show_command();
 std::unique_ptr<Command> make_test_command();
 

@@ -24,6 +24,7 @@ Commands make_commands() {
   commands.push_back(tool::make_lint_command());
   commands.push_back(tool::make_run_command());
   commands.push_back(tool::make_schema_command());
+  commands.push_back(tool::make_shell_command());
   commands.push_back(tool::make_show_command());
   commands.push_back(tool::make_test_command());
   return commands;

@@ -106,10 +106,10 @@ class Repository {
   uint32_t clid_of_domain(const Name &domain) const;
 
   void deactivate_all();
-  void delete_policy(const BuiltMap &policy);
-  void delete_class(const BuiltMap &map);
-  void delete_parameter_map(const std::string &name);
-  void delete_target(const TargetRecord &target);
+  void take_down_policy(const BuiltMap &policy);
+  void take_down_class(const BuiltMap &map);
+  void take_down_parameter_map(const std::string &name);
+  void take_down_target(const TargetRecord &target);
   void destroy_databases();
   void note_failure(uint32_t status, std::string_view operation, std::string_view object);
 

@@ -21,13 +21,13 @@ void Repository::tear_down() {
 
   deactivate_all();
   for (const BuiltMap &policy : policies_)
-    delete_policy(policy);
+    take_down_policy(policy);
   for (const BuiltMap &map : classes_)
-    delete_class(map);
+    take_down_class(map);
   for (const std::string &map : parameter_maps_)
-    delete_parameter_map(map);
+    take_down_parameter_map(map);
   for (const TargetRecord &target : targets_)
-    delete_target(target);
+    take_down_target(target);
   destroy_databases();
 
   const Permanent permanent = {registered_clients_, registered_domains_, databases_.size(), deleted_parameter_maps_};
@@ -53,19 +53,19 @@ bool Repository::deactivate(std::string_view target, const PolicyMap &policy) {
 }
 
 // The handlers of actions are told on which targets they go out of force.
-void Repository::delete_policy(const BuiltMap &policy) {
+void Repository::take_down_policy(const BuiltMap &policy) {
   const zar_map_info info = info_of(policy);
   note_failure(zar_delete_stored_policy_by_name(policy.clid, &info), "the deletion", policy.name);
   engine::release_target_lists();
 }
 
-void Repository::delete_class(const BuiltMap &map) {
+void Repository::take_down_class(const BuiltMap &map) {
   const zar_map_info info = info_of(map);
   note_failure(zar_delete_stored_class_by_name(map.clid, &info), "the deletion", map.name);
 }
 
 // By now no policy is left that could use it.
-void Repository::delete_parameter_map(const std::string &name) {
+void Repository::take_down_parameter_map(const std::string &name) {
   if (zar_is_param_map_assoc_with_policy(client::parameter_map_question(name)) != 0) {
     problems_.push_back(text_of("parameter-map '", name, "' is still in use"));
   }
@@ -76,7 +76,7 @@ void Repository::delete_parameter_map(const std::string &name) {
   if (status == 0) ++deleted_parameter_maps_;
 }
 
-void Repository::delete_target(const TargetRecord &target) {
+void Repository::take_down_target(const TargetRecord &target) {
   if (target.handle == 0) return;
   zar_target_info *info = nullptr;
   note_failure(zar_remove_target(target.clid, target.handle, &info), "the removal", target.name);
@@ -105,19 +105,19 @@ auto take_out(Objects &objects, IsNamed is_named) {
 
 bool Repository::delete_policy(std::string_view name) {
   const size_t before = problems_.size();
-  delete_policy(take_out(policies_, [&](const BuiltMap &map) { return map.name == name; }));
+  take_down_policy(take_out(policies_, [&](const BuiltMap &map) { return map.name == name; }));
   return problems_.size() == before;
 }
 
 bool Repository::delete_class(std::string_view name) {
   const size_t before = problems_.size();
-  delete_class(take_out(classes_, [&](const BuiltMap &map) { return map.name == name; }));
+  take_down_class(take_out(classes_, [&](const BuiltMap &map) { return map.name == name; }));
   return problems_.size() == before;
 }
 
 bool Repository::delete_parameter_map(std::string_view name) {
   const size_t before = problems_.size();
-  delete_parameter_map(take_out(parameter_maps_, [&](const std::string &map) { return map == name; }));
+  take_down_parameter_map(take_out(parameter_maps_, [&](const std::string &map) { return map == name; }));
   return problems_.size() == before;
 }
 
@@ -125,7 +125,7 @@ bool Repository::delete_target(std::string_view name) {
   const size_t before = problems_.size();
   const auto found =
       std::find_if(targets_.begin(), targets_.end(), [&](const TargetRecord &target) { return target.name == name; });
-  delete_target(*found);
+  take_down_target(*found);
   target_handles_.erase(found->name);
   targets_.erase(found);
   return problems_.size() == before;

@@ -354,6 +354,12 @@ void Writer::missing(const Shortfall &shortfall, std::string_view what, Place pl
 
 }  // namespace
 
+std::optional<Level> parse_level(std::string_view word) {
+  if (word == "decision") return Level::decision;
+  if (word == "rules") return Level::rules;
+  return word == "filters" ? std::optional(Level::filters) : std::nullopt;
+}
+
 std::string account_text(const EventAccount &account, const PolicyFile &file, const Step &step, Level level) {
   Writer writer(file, level);
   writer.write(account, step);

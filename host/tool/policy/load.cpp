@@ -59,6 +59,14 @@ void check_names_are_new(const PolicyFile &base, const PolicyFile &more, Diagnos
   check(more.targets, "target", [&](Text name) { return base.find_target(name); });
 }
 
+// A map that names no domain belongs to the only one of its own source, however many the others have.
+template <class Map>
+void fill_domains(std::vector<Map> &maps, const Domain &only) {
+  for (Map &map : maps) {
+    if (map.domain.place.line == 0) map.domain = {only.name.value, map.name.place};
+  }
+}
+
 }  // namespace
 
 std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source, Diagnostics &diagnostics) {
@@ -67,6 +75,12 @@ std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source
 
   PolicyFile more = read_sections(document->root(), diagnostics);
   check_names_are_new(base, more, diagnostics);
+  // With names that stand for two things nothing else could be told.
+  if (!diagnostics.empty()) return std::nullopt;
+  if (more.domains.size() == 1) {
+    fill_domains(more.class_maps, more.domains[0]);
+    fill_domains(more.policy_maps, more.domains[0]);
+  }
   PolicyFile file = base.copy_of_objects();
   append(file.clients, more.clients);
   append(file.domains, more.domains);

@@ -1,0 +1,34 @@
+// Lines from a person at a terminal: edited, remembered, completed.
+#pragma once
+
+#include <histedit.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "tool/shell/completion.h"
+
+namespace tool::shell {
+
+class Editor {
+ public:
+  using Complete = std::function<Completion(const std::string &before)>;
+
+  explicit Editor(Complete complete);
+  ~Editor();
+  Editor(const Editor &) = delete;
+  Editor &operator=(const Editor &) = delete;
+
+  // The next line without its end; nothing at the end of the input.
+  std::optional<std::string> read();
+
+ private:
+  static unsigned char complete_word(EditLine *line, int key);
+
+  Complete complete_;
+  EditLine *line_;
+  History *history_;
+};
+
+}  // namespace tool::shell

@@ -1,0 +1,245 @@
+#include "tool/shell/session.h"
+
+#include <algorithm>
+#include <iostream>
+#include <unordered_set>
+
+#include "tool/arguments.h"
+#include "tool/policy/attributes.h"
+#include "tool/policy/load.h"
+#include "tool/policy/load_parts.h"
+#include "tool/policy/text.h"
+#include "tool/report.h"
+
+namespace tool::shell {
+
+namespace {
+
+// What is typed has the number 0 among the sources.
+constexpr const char *kTyped = "<stdin>";
+
+template <class Each>
+void with_objects(const PolicyFile &file, Kind kind, Each each) {
+  switch (kind) {
+    case Kind::client:
+      return each(file.clients);
+    case Kind::domain:
+      return each(file.domains);
+    case Kind::class_map:
+      return each(file.class_maps);
+    case Kind::parameter_map:
+      return each(file.parameter_maps);
+    case Kind::policy:
+      return each(file.policy_maps);
+    case Kind::target:
+      return each(file.targets);
+  }
+}
+
+size_t count_of_all(const PolicyFile &file) {
+  size_t count = file.scenario.size() + file.tests.size();
+  for (const KindWord &kind : kKinds)
+    with_objects(file, kind.kind, [&](const auto &objects) { count += objects.size(); });
+  return count;
+}
+
+template <class Object>
+void erase_named(std::vector<Object> &objects, std::string_view name) {
+  std::erase_if(objects, [&](const Object &object) { return object.name.value == name; });
+}
+
+void erase_name(std::vector<Name> &names, std::string_view name) {
+  std::erase_if(names, [&](const Name &each) { return each.value == name; });
+}
+
+// A policy-map that goes is taken off its targets.
+PolicyFile without(const PolicyFile &file, Kind kind, std::string_view name) {
+  PolicyFile rest = file.copy_of_objects();
+  if (kind == Kind::class_map) erase_named(rest.class_maps, name);
+  if (kind == Kind::parameter_map) erase_named(rest.parameter_maps, name);
+  if (kind == Kind::target) erase_named(rest.targets, name);
+  if (kind == Kind::policy) {
+    erase_named(rest.policy_maps, name);
+    for (Target &target : rest.targets)
+      erase_name(target.policies, name);
+  }
+  rest.index();
+  return rest;
+}
+
+Target &target_of(PolicyFile &file, std::string_view name) {
+  return *std::find_if(file.targets.begin(), file.targets.end(),
+                       [&](const Target &target) { return target.name.value == name; });
+}
+
+bool is_active(const Target &target, std::string_view policy) {
+  return std::any_of(target.policies.begin(), target.policies.end(),
+                     [&](const Name &active) { return active.value == policy; });
+}
+
+}  // namespace
+
+const KindWord *find_kind(std::string_view word) {
+  const auto *const found =
+      std::find_if(std::begin(kKinds), std::end(kKinds), [&](const KindWord &kind) { return kind.word == word; });
+  return found == std::end(kKinds) ? nullptr : found;
+}
+
+Session::Session() : repository_(file_) {
+  file_.path = kTyped;
+}
+
+std::vector<std::string_view> Session::names_of(Kind kind) const {
+  std::vector<std::string_view> names;
+  with_objects(file_, kind, [&](const auto &objects) {
+    for (const auto &object : objects)
+      names.push_back(object.name.value);
+  });
+  return names;
+}
+
+std::vector<std::string_view> Session::attribute_names() const {
+  std::vector<std::string_view> names;
+  std::unordered_set<std::string_view> seen;
+  for_each_attribute(file_, [&](const Name &attribute) {
+    if (seen.insert(attribute.value).second) names.push_back(attribute.value);
+  });
+  return names;
+}
+
+std::vector<std::string_view> Session::event_names() const {
+  std::vector<std::string_view> names;
+  for (const std::string &event : file_.events) {
+    if (file_.event_id(event) != 0) names.push_back(event);
+  }
+  return names;
+}
+
+bool Session::is_known(const KindWord &kind, std::string_view name) const {
+  const std::vector<std::string_view> names = names_of(kind.kind);
+  if (std::find(names.begin(), names.end(), name) != names.end()) return true;
+  complain_about_name(kind.word, name, names);
+  return false;
+}
+
+bool Session::built(bool good) {
+  for (const std::string &problem : repository_.take_problems())
+    complain(problem);
+  return good;
+}
+
+// Clients and domains that are registered stay so, and with them in the file.
+void Session::keep_built() {
+  const Repository::Extent extent = repository_.extent();
+  file_.clients.resize(repository_.registered_clients());
+  file_.domains.resize(repository_.registered_domains());
+  file_.class_maps.resize(extent.classes);
+  file_.parameter_maps.resize(extent.parameter_maps);
+  file_.policy_maps.resize(extent.policies);
+  file_.targets.resize(extent.targets);
+  file_.index();
+}
+
+bool Session::add(const Source &source, Diagnostics &diagnostics, const KindWord *only) {
+  std::optional<PolicyFile> larger;
+  if (diagnostics.empty()) larger = load_more(file_, source, diagnostics);
+  std::cerr << render(diagnostics, source);
+  if (!larger) return false;
+  if (only && count_of_all(*larger) != count_of_all(file_) + 1) {
+    complain(text_of("more than one ", only->word, " stands behind the name"));
+    return false;
+  }
+  const Repository::Extent before = repository_.extent();
+  file_ = std::move(*larger);
+  if (built(repository_.build())) return true;
+  repository_.shrink_to(before);
+  built(false);
+  keep_built();
+  return false;
+}
+
+bool Session::load(const std::string &path) {
+  const auto number = static_cast<uint32_t>(file_.more_paths.size() + 1);
+  Diagnostics diagnostics;
+  const Source source = Source::read(path, diagnostics, number);
+  file_.more_paths.push_back(source.name());
+  if (add(source, diagnostics, nullptr)) return true;
+  file_.more_paths.resize(number - 1);
+  return false;
+}
+
+bool Session::create(const KindWord &kind, std::string_view name, std::string_view body, size_t line) {
+  const Source source(kTyped,
+                      text_of(std::string(line - 1, '\n'), "{", kind.section, ": {", quoted(name), ": ", body, "}}"));
+  Diagnostics diagnostics;
+  source.check(diagnostics);
+  return add(source, diagnostics, &kind);
+}
+
+bool Session::is_needed(const PolicyFile &without) {
+  PolicyFile rest = without.copy_of_objects();
+  Diagnostics diagnostics;
+  resolve(rest, diagnostics);
+  for (const Diagnostic &diagnostic : diagnostics.sorted())
+    complain(text_of(file_.path_of(diagnostic.place), ":", diagnostic.place.line, " needs it: ", diagnostic.message));
+  return !diagnostics.empty();
+}
+
+bool Session::remove(const KindWord &kind, std::string_view name) {
+  if (!is_known(kind, name)) return false;
+  PolicyFile rest = without(file_, kind.kind, name);
+  if (is_needed(rest)) return false;
+  // The name may lie in the file that goes.
+  const std::string gone(name);
+  const auto take_away = [&] {
+    switch (kind.kind) {
+      case Kind::class_map:
+        return repository_.delete_class(gone);
+      case Kind::parameter_map:
+        return repository_.delete_parameter_map(gone);
+      case Kind::policy:
+        return repository_.delete_policy(gone);
+      case Kind::target:
+        return repository_.delete_target(gone);
+      case Kind::client:
+      case Kind::domain:
+        break;
+    }
+    return false;
+  };
+  const bool good = built(take_away());
+  file_ = std::move(rest);
+  return good;
+}
+
+bool Session::activate(std::string_view policy, std::string_view target) {
+  if (!is_known(*find_kind("policy"), policy) || !is_known(*find_kind("target"), target)) return false;
+  Target &of = target_of(file_, target);
+  if (is_active(of, policy)) {
+    complain(text_of("policy '", policy, "' is active on target '", target, "' already"));
+    return false;
+  }
+  const PolicyMap &map = *file_.find_policy_map(policy);
+  if (!built(repository_.activate(target, map))) return false;
+  of.policies.push_back(map.name);
+  return true;
+}
+
+bool Session::deactivate(std::string_view policy, std::string_view target) {
+  if (!is_known(*find_kind("policy"), policy) || !is_known(*find_kind("target"), target)) return false;
+  Target &of = target_of(file_, target);
+  if (!is_active(of, policy)) {
+    complain(text_of("policy '", policy, "' is not active on target '", target, "'"));
+    return false;
+  }
+  const bool good = built(repository_.deactivate(target, *file_.find_policy_map(policy)));
+  // Whatever the engine answered, the pair is no more.
+  erase_name(of.policies, policy);
+  return good;
+}
+
+int Session::end() {
+  return finish(repository_);
+}
+
+}  // namespace tool::shell
