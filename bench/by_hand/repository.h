@@ -94,30 +94,30 @@ class Repository {
   Handle create_filter(const zar_filter_context &context, bool inverted);
   Handle create_event(uint32_t id, const char *name);
 
-  bool store_policy(Handle policy);
-  bool store_class(Handle class_map);
+  bool store_policy(Handle handle);
+  bool store_class(Handle handle);
   Handle retrieve_policy(const zar_map_info &info) const;
   Handle retrieve_class(const zar_map_info &info) const;
 
-  bool add_filter(Handle class_map, Handle filter);
-  bool add_event(Handle policy, Handle event);
-  Handle add_rule(Handle event, Handle class_map, uint8_t number);
-  bool add_action(Handle rule, Handle action);
+  bool add_filter(Handle class_handle, Handle filter_handle);
+  bool add_event(Handle policy_handle, Handle event_handle);
+  Handle add_rule(Handle event_handle, Handle class_handle, uint8_t number);
+  bool add_action(Handle rule_handle, Handle action_handle);
 
-  Handle add_target(zar_target_info *info, Handle policy);
-  bool activate(Handle policy, Handle target);
-  bool deactivate_everywhere(Handle policy);
+  Handle add_target(zar_target_info *info, Handle policy_handle);
+  bool activate(Handle policy_handle, Handle target_handle);
+  bool deactivate_everywhere(Handle handle);
 
-  bool delete_policy(Handle policy);
-  bool delete_class(Handle class_map);
-  bool delete_action(Handle action);
-  bool delete_filter(Handle filter);
-  bool delete_event(Handle event);
-  bool delete_target(Handle target);
+  bool delete_policy(Handle handle);
+  bool delete_class(Handle handle);
+  bool delete_action(Handle handle);
+  bool delete_filter(Handle handle);
+  bool delete_event(Handle handle);
+  bool delete_target(Handle handle);
 
   // What the accessors of each kind begin with.
   template <class Object>
-  Object *get(Handle handle) const {
+  Object *get(Handle handle) {
     const auto found = objects_.find(handle);
     if (found == objects_.end()) return nullptr;
     const auto *owner = std::get_if<std::unique_ptr<Object>>(&found->second);
