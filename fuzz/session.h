@@ -40,6 +40,8 @@ class Session {
   // The same with a fallible request of the call failing. The call then says so, and the repository is as it was, but for
   // what partial.h tells; made once more, with the next request of the plan failing or at last with none, it goes as ever.
   bool step_with_fault(const calls::Call &call, const FaultPlan &plan);
+  // Compares the whole repository with the model.
+  bool look();
   // Deletes all that is left, and looks for what should be gone.
   bool finish();
 

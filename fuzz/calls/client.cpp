@@ -13,7 +13,7 @@ namespace calls {
 namespace {
 
 constexpr uint32_t kTextTag = 0x7e570002;
-constexpr size_t kMostCharacters = 1000;
+constexpr size_t kMostCharacters = 32768;
 
 std::vector<queue_head *> target_lists;
 

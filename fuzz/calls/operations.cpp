@@ -91,14 +91,14 @@ constexpr std::array<Op, kBuildingCodes> building_operations() {
 constexpr std::array<Op, kBuildingCodes> kBuilding = building_operations();
 static_assert(kBuilding.back() == Op::host_counts_an_execution);
 
-constexpr size_t bytes_of(Param param) {
-  return param == info ? 2 : param == nothing || param == printer || param == buffer ? 0 : 1;
-}
-
 }  // namespace
 
 const Operation &operation(Op op) {
   return kOperations[static_cast<size_t>(op)];
+}
+
+size_t bytes_of(Param param) {
+  return param == info ? 2 : param == nothing ? 0 : 1;
 }
 
 size_t bytes_of(Op op) {
@@ -268,12 +268,12 @@ void Scene::resolve_one(Arguments &arguments, size_t i, Param param, uint8_t byt
     case removal:
       return pointer_argument(byte < 200 ? policy_removed : nullptr, "removal");
     case printer:
-      return pointer_argument(print, "printer");
+      return pointer_argument(byte < 248 ? print : nullptr, "printer");
     case param_map:
       return pointer_argument(param_map_of(byte % 4), text("parameter-map %u", byte % 4U));
     case buffer:
       buffer_ = {};
-      return pointer_argument(buffer_.data(), "buffer");
+      return pointer_argument(byte < 248 ? buffer_.data() : nullptr, "buffer");
     case nothing:
       return pointer_argument(static_cast<void *>(nullptr), "");
     default:

@@ -115,6 +115,7 @@ class Decoder {
 Call call_of(std::span<const uint8_t> bytes);
 // How many bytes the arguments take.
 size_t bytes_of(Op op);
+size_t bytes_of(Param param);
 
 // What an operation answered, in one shape: a number or pointer, or a text.
 struct Answer {

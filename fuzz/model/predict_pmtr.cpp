@@ -167,7 +167,7 @@ void kel_pmtr_map_get_filter_expr_by_type(Model &m, const Arguments &a, Seen &se
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
   const Statement *statement = map == nullptr ? nullptr : Model::statement_of(*map, static_cast<uint8_t>(a.number(1)));
   const Cmap *cmap = statement == nullptr ? nullptr : m.resolve<Cmap>(statement->cmap);
-  if (cmap == nullptr) return seen.answers(kInvalid);
+  if (cmap == nullptr || !a.given(3)) return seen.answers(kInvalid);
   for (const Filter *filter : cmap->filters) {
     const std::string expression = m.text_of(*filter).value_or("");
     if (!a.given(2)) continue;

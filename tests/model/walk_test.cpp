@@ -1,6 +1,6 @@
 // Random walks over the whole interface beside the model.
 //
-//   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N]
+//   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
 //   model_walk --session SEED            one session, each call told before it is made
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
 //
