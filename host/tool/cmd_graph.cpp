@@ -41,6 +41,7 @@ Json json_of(const graph::Edge &edge) {
 }
 
 std::string caption_of(const PolicyFile &file) {
+  if (file.scenario.empty()) return text_of(file.path, ", without a scenario");
   return text_of(file.path, ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
                  " of the scenario. On edges: how often; to a rule or statement: matches of tries.");
 }
@@ -54,7 +55,8 @@ class GraphCommand final : public Command {
     app_->footer(
         "Runs the scenario of the file and writes targets, policy-maps, events, rules, class-maps\n"
         "and parameter-maps as a graph in the language DOT, with counts on the edges. What the\n"
-        "scenario never hit is grey and dashed. Targets with the same policies are one node.\n\n"
+        "scenario never hit is grey and dashed; without a scenario there are no counts. Targets with\n"
+        "the same policies are one node.\n\n"
         "Examples:\n"
         "  zar graph policy.yaml | dot -Tsvg -o policy.svg\n"
         "  zar graph policy.yaml --json");
@@ -80,7 +82,7 @@ class GraphCommand final : public Command {
     if (repository.build()) {
       const graph::Hits hits = run_scenario(file, repository);
       if (const std::optional<PolicyFile> running = inventory::read_or_complain())
-        made = graph::make_graph(*running, hits);
+        made = graph::make_graph(*running, hits, file.scenario.size());
     }
     if (finish(repository) != kSuccess) return std::nullopt;
     return made;

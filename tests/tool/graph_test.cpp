@@ -77,21 +77,21 @@ TEST(Graph, CountsWhatTheScenarioDid) {
   ASSERT_EQ(result.code, 0) << result.err;
   for (const char *edge : {
            // Events that the scenario raises, on both targets.
-           R"("target t1" -> "policy-map p" [label="3"];)",
-           R"("policy-map p" -> "event p/e" [label="3"];)",
+           R"("target t1" -> "policy-map p" [label="3", color="#505050", fontcolor="#505050"];)",
+           R"("policy-map p" -> "event p/e" [label="3", color="#505050", fontcolor="#505050"];)",
            // Rule 1 took one, so that rule 2 was tried twice.
-           R"("event p/e" -> "rule p/e/1" [label="1 of 3"];)",
-           R"("event p/e" -> "rule p/e/2" [label="2 of 2"];)",
-           R"("rule p/e/2" -> "parameter-map m" [label="2"];)",
-           R"("parameter-map m" -> "statement m/1" [label="1 of 2"];)",
-           R"("parameter-map m" -> "statement m/2" [label="1 of 1"];)",
+           R"("event p/e" -> "rule p/e/1" [label="1 of 3", color="#505050", fontcolor="#505050"];)",
+           R"("event p/e" -> "rule p/e/2" [label="2 of 2", color="#505050", fontcolor="#505050"];)",
+           R"("rule p/e/2" -> "parameter-map m" [label="2", color="#505050", fontcolor="#505050"];)",
+           R"("parameter-map m" -> "statement m/1" [label="1 of 2", color="#505050", fontcolor="#505050"];)",
+           R"("parameter-map m" -> "statement m/2" [label="1 of 1", color="#505050", fontcolor="#505050"];)",
            // Twice by rule 1, once by the statement.
-           R"("policy-map p" -> "event p/after" [label="3"];)",
-           R"("event p/after" -> "rule p/after/1" [label="3 of 3"];)",
+           R"("policy-map p" -> "event p/after" [label="3", color="#505050", fontcolor="#505050"];)",
+           R"("event p/after" -> "rule p/after/1" [label="3 of 3", color="#505050", fontcolor="#505050"];)",
        })
     EXPECT_TRUE(has_line(result, edge)) << edge << "\n" << result.out;
-  EXPECT_NE(result.out.find(R"("rule p/e/1" -> "event p/after" [label="2",)"), std::string::npos);
-  EXPECT_NE(result.out.find(R"("statement m/1" -> "event p/after" [label="1",)"), std::string::npos);
+  EXPECT_NE(result.out.find(R"("rule p/e/1" -> "event p/after" [constraint=false, label="2",)"), std::string::npos);
+  EXPECT_NE(result.out.find(R"("statement m/1" -> "event p/after" [constraint=false, label="1",)"), std::string::npos);
   EXPECT_NE(result.out.find(R"("event p/e" -> "rule p/e/3" [label="0 of 0", style=dashed,)"), std::string::npos);
 }
 
@@ -110,6 +110,15 @@ std::vector<std::string> never_hit(const std::string &dot) {
 TEST(Graph, MarksWhatWasNeverHit) {
   EXPECT_EQ(never_hit(run_zar({"graph", "-"}, kCounted).out),
             (std::vector<std::string>{R"(  "rule p/e/3")", R"(  "event p/silent")", R"(  "parameter-map unused")"}));
+}
+
+TEST(Graph, OfAFileWithoutAScenarioHasNoCounts) {
+  const Result result = run_zar({"graph", "tests/tool/policies/paths.yaml"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_NE(result.out.find("paths.yaml, without a scenario<br"), std::string::npos);
+  EXPECT_EQ(never_hit(result.out), std::vector<std::string>());
+  EXPECT_EQ(result.out.find(" -> \"event p/start\" [label"), std::string::npos);
+  EXPECT_EQ(result.out.find("dashed"), std::string::npos);
 }
 
 TEST(Graph, DrawsTargetsWithTheSamePoliciesAsOne) {
@@ -140,12 +149,22 @@ targets: {t: {policies: [p, q]}}
 scenario: [{event: e, target: t}, {event: e, target: t}]
 )");
   ASSERT_EQ(result.code, 0) << result.err;
-  const std::string hit = R"(, constraint=false, color="#c07000", fontcolor="#c07000"];)";
-  EXPECT_TRUE(has_line(result, R"("rule p/e/1" -> "raised f" [label="2")" + hit)) << result.out;
-  EXPECT_TRUE(has_line(result, R"("raised f" -> "event q/f" [label="2")" + hit)) << result.out;
-  EXPECT_NE(result.out.find(R"("rule p/e/2" -> "raised f" [label="0", style=dashed,)"), std::string::npos);
-  EXPECT_NE(result.out.find(R"("raised f" -> "event r/f" [label="0", style=dashed,)"), std::string::npos);
+  const std::string hit = R"(, color="#c07000", fontcolor="#c07000"];)";
+  EXPECT_TRUE(has_line(result, R"("rule p/e/1" -> "raised f" [constraint=false, label="2")" + hit)) << result.out;
+  EXPECT_TRUE(has_line(result, R"("raised f" -> "event q/f" [constraint=false, label="2")" + hit)) << result.out;
+  EXPECT_NE(result.out.find(R"("rule p/e/2" -> "raised f" [constraint=false, label="0", style=dashed,)"),
+            std::string::npos);
+  EXPECT_NE(result.out.find(R"("raised f" -> "event r/f" [constraint=false, label="0", style=dashed,)"),
+            std::string::npos);
   EXPECT_EQ(result.out.find(R"("rule p/e/1" -> "event)"), std::string::npos);
+}
+
+TEST(Graph, LeavesNothingForDotToSubstitute) {
+  const Result result = run_zar({"graph", "-"}, R"(
+domains: {d: }
+class-maps: {c: {filters: [{attribute: a, equals: '\N'}]}}
+)");
+  EXPECT_NE(result.out.find("a equals \"&#92;&#92;N\"<br"), std::string::npos) << result.out;
 }
 
 TEST(Graph, CutsWhatIsTooLongForAPicture) {

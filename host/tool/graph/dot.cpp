@@ -1,5 +1,7 @@
 #include "tool/graph/dot.h"
 
+#include <unordered_set>
+
 #include "tool/policy/text.h"
 
 namespace tool::graph {
@@ -20,6 +22,9 @@ std::string escaped(std::string_view text) {
       out += "&lt;";
     } else if (character == '>') {
       out += "&gt;";
+    } else if (character == '\\') {
+      // Followed by a letter it would stand for the name of the node, or another thing of dot's.
+      out += "&#92;";
     } else {
       out += character;
     }
@@ -82,21 +87,21 @@ std::string label_of(const Edge &edge) {
   return std::to_string(edge.hits);
 }
 
-std::string edge_line(const Edge &edge) {
+std::string edge_line(const Edge &edge, bool counted) {
   std::string line = text_of("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
   if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
-  line += text_of("label=\"", label_of(edge), "\"");
-  if (edge.hits == 0) line += ", style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"";
   // Raising leads back to an event, which should not turn the order of the columns round.
-  if (edge.kind == EdgeKind::raises) line += ", constraint=false";
-  if (edge.kind == EdgeKind::raises && edge.hits != 0) line += ", color=\"#c07000\", fontcolor=\"#c07000\"";
-  return line + "];\n";
+  if (edge.kind == EdgeKind::raises) line += "constraint=false, ";
+  if (counted) line += text_of("label=\"", label_of(edge), "\", ");
+  if (counted && edge.hits == 0) return line + "style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"];\n";
+  const std::string_view color = edge.kind == EdgeKind::raises ? "#c07000" : "#505050";
+  return text_of(line, "color=\"", color, "\", fontcolor=\"", color, "\"];\n");
 }
 
 constexpr const char *kHead =
     "  rankdir=LR; ranksep=0.7; nodesep=0.18; labelloc=t; labeljust=l; fontname=\"Helvetica\"; fontsize=13;\n"
     "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\", color=\"#707070\"];\n"
-    "  edge [fontname=\"Helvetica\", fontsize=9, color=\"#505050\", arrowsize=0.7];\n";
+    "  edge [fontname=\"Helvetica\", fontsize=9, arrowsize=0.7];\n";
 
 // Puts the nodes of a kind into one column, in their order from the top. Left to itself, dot would rather avoid a crossing;
 // in boxes around each policy-map it would forget the order.
@@ -108,13 +113,17 @@ std::string column(const Graph &graph, NodeKind kind) {
   return ids.empty() ? "" : text_of("  { rank=same; edge [style=invis]; ", ids, "; }\n");
 }
 
-// Class-maps that no rule asks would otherwise stand among the targets.
-std::string class_column(const Graph &graph) {
-  std::string column;
+// What nobody uses would otherwise stand among the targets.
+std::string last_column(const Graph &graph) {
+  std::unordered_set<std::string_view> used;
+  for (const Edge &edge : graph.edges)
+    used.insert(edge.to);
+  std::string ids;
   for (const Node &node : graph.nodes) {
-    if (node.kind == NodeKind::class_map) column += text_of(" ", quoted(node.id), ";");
+    const bool is_unused_map = node.kind == NodeKind::parameter_map && !used.contains(node.id);
+    if (node.kind == NodeKind::class_map || is_unused_map) ids += text_of(" ", quoted(node.id), ";");
   }
-  return column.empty() ? "" : text_of("  { rank=same;", column, " }\n");
+  return ids.empty() ? "" : text_of("  { rank=same;", ids, " }\n");
 }
 
 }  // namespace
@@ -125,9 +134,9 @@ std::string to_dot(const Graph &graph, const std::string &caption) {
     dot += node_line(node);
   for (const NodeKind kind : {NodeKind::policy_map, NodeKind::event, NodeKind::rule, NodeKind::statement})
     dot += column(graph, kind);
-  dot += class_column(graph);
+  dot += last_column(graph);
   for (const Edge &edge : graph.edges)
-    dot += edge_line(edge);
+    dot += edge_line(edge, graph.counted);
   return dot + "}\n";
 }
 

@@ -67,7 +67,8 @@ std::vector<std::string> lines_of(const std::vector<Action> &actions) {
 
 class Maker {
  public:
-  Maker(const PolicyFile &file, const Hits &hits) : file_(&file), hits_(&hits) {
+  Maker(const PolicyFile &file, const Hits &hits, size_t events) : file_(&file), hits_(&hits) {
+    graph_.counted = events != 0;
     for (const PolicyMap &policy : file.policy_maps) {
       for (const EventRules &event : policy.events)
         handlers_[event.event.value].push_back(policy.name.value);
@@ -84,7 +85,7 @@ class Maker {
     }
     for (const ParameterMap &map : file_->parameter_maps)
       add_parameter_map(map);
-    mark_what_never_came();
+    if (graph_.counted) mark_what_never_came();
     return std::move(graph_);
   }
 
@@ -102,7 +103,7 @@ class Maker {
   const Hits *hits_;
   std::map<std::string, std::vector<std::string>> handlers_;  // of each event: the policy-maps
   std::set<std::string> raised_;                              // events with a node of their own
-  Graph graph_;
+  Graph graph_{};
 };
 
 void Maker::add_edge(const std::string &from, const std::string &to, EdgeKind kind) {
@@ -218,8 +219,8 @@ void Maker::mark_what_never_came() {
 
 }  // namespace
 
-Graph make_graph(const PolicyFile &file, const Hits &hits) {
-  return Maker(file, hits).run();
+Graph make_graph(const PolicyFile &file, const Hits &hits, size_t events) {
+  return Maker(file, hits, events).run();
 }
 
 }  // namespace tool::graph

@@ -54,6 +54,7 @@ struct Edge {
 };
 
 struct Graph {
+  bool counted = true;  // false: there was no scenario, and all counts are 0 for that reason
   std::vector<Node> nodes;
   std::vector<Edge> edges;
 };
@@ -83,7 +84,7 @@ class Hits {
   std::map<std::pair<std::string, std::string>, Count> counts_;
 };
 
-// Targets on which the same policy-maps are active, in the same order, are one node.
-Graph make_graph(const PolicyFile &file, const Hits &hits);
+// 'events' is the number of the scenario's. Targets on which the same policy-maps are active, in the same order, are one node.
+Graph make_graph(const PolicyFile &file, const Hits &hits, size_t events);
 
 }  // namespace tool::graph
