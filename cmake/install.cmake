@@ -67,18 +67,10 @@ foreach(file IN LISTS files)
   file(WRITE \"\${file}\" \"\${text}\")
 endforeach()" COMPONENT tools)
 
-# Schemas and whatever else the command reads or shows.
-if(EXISTS ${PROJECT_SOURCE_DIR}/share)
-  install(DIRECTORY share/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zar COMPONENT tools)
-endif()
-
-function(zar_install_completion file directory name)
-  if(EXISTS ${PROJECT_SOURCE_DIR}/completions/${file})
-    install(FILES completions/${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/${directory} RENAME ${name} COMPONENT tools)
-  endif()
-endfunction()
-zar_install_completion(zar.bash bash-completion/completions zar)
-zar_install_completion(_zar zsh/site-functions _zar)
+install(DIRECTORY share/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/zar COMPONENT tools)
+install(FILES share/completions/zar.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zar COMPONENT tools)
+install(FILES share/completions/_zar DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
 
 # ---- Manual pages: docs/man/NAME.SECTION.scd; section 3 is for developers ----
 

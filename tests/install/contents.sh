@@ -15,7 +15,9 @@ holds() {
 holds "$libdir/libzar.so" "$libdir/libzar.so.1" "$libdir/libzar.so.$version" "$libdir/libzarplatformcheck.a" \
   "$libdir/pkgconfig/zar.pc" "$libdir/cmake/zar/zarConfig.cmake" "$libdir/cmake/zar/zarConfigVersion.cmake" \
   "$libdir/cmake/zar/zarTargets.cmake" "$libdir/zar/libzarplatform.so" "$libdir/zar/libzarengine.so" \
-  bin/zar bin/zar-platform-check share/man/man3/zar.3 \
+  bin/zar bin/zar-platform-check share/man/man1/zar.1 share/man/man3/zar.3 \
+  share/man/man5/zar-policy.5 share/zar/schema/policy.json share/bash-completion/completions/zar \
+  share/zsh/vendor-completions/_zar \
   share/doc/zar/embedding.md share/doc/zar/abi.md share/doc/zar/platform.md share/doc/zar/CHANGELOG.md
 
 # Every header and every example of the sources is there, and nothing else stands among the headers.

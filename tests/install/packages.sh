@@ -61,7 +61,8 @@ depends libzar-dev "libzar1 (= $version)"
 
 holds zar-tools usr/bin/zar usr/bin/zar-platform-check "usr/$libdir/zar/libzarplatform.so" \
   "usr/$libdir/zar/libzarengine.so" 'usr/share/doc/zar/examples/[a-z-]*\.yaml' \
-  usr/share/doc/zar/examples/embed/daemon.c
+  usr/share/doc/zar/examples/embed/daemon.c 'usr/share/man/man1/zar\.1' 'usr/share/man/man5/zar-policy\.5' \
+  usr/share/zar/schema/policy.json usr/share/bash-completion/completions/zar usr/share/zsh/vendor-completions/_zar
 depends zar-tools "libzar1 (= $version)"
 
 twice=$(cat "$scratch/libzar1" "$scratch/libzar-dev" "$scratch/zar-tools" | sort | uniq -d)
