@@ -80,7 +80,7 @@ void drop_from_cmap(zar_pmap *pmap, zar_cmap *cmap) {
 }  // namespace
 
 void zar::zar_update_references(zar_pmap *pmap, zar_cmap *cmap) {
-  if (!pmap || !cmap) return;
+  if (!cmap) return;
   TRACE_INFO("(info): Updating references between pmap:0x%x, cmap:0x%x", pmap->handle, cmap->handle);
   if (!count_in_pmap(pmap, cmap)) return;
   if (!note_in_cmap(pmap, cmap)) return;
@@ -88,7 +88,7 @@ void zar::zar_update_references(zar_pmap *pmap, zar_cmap *cmap) {
 }
 
 void zar::zar_remove_references(zar_pmap *pmap, zar_cmap *cmap) {
-  if (!pmap || !cmap) return;
+  if (!cmap) return;
   TRACE_INFO("(info): removing references between pmap:0x%x, cmap:0x%x", pmap->handle, cmap->handle);
   zar_pmap_cmap_ref *ref = find_cmap(*pmap, cmap);
   if (!ref) {

@@ -8,7 +8,7 @@ NameKey::NameKey(const zar_map_info &info) {
   append(':');
   append(info.domain);
   append(':');
-  append_number(info.domain_type);
+  append(static_cast<char>('0' + info.domain_type));  // whoever makes a key has verified that it is one digit
   text_[length_] = '\0';
 }
 
@@ -20,22 +20,6 @@ void NameKey::append(const char *text) {
 
 void NameKey::append(char character) {
   if (length_ < kSize - 1) text_[length_++] = character;
-}
-
-// As a signed decimal number.
-void NameKey::append_number(uint32_t number) {
-  constexpr uint32_t kMostDigits = 11;
-  char digits[kMostDigits + 1];
-  char *digit = digits + kMostDigits;
-  *digit = '\0';
-  bool negative = static_cast<int32_t>(number) < 0;
-  uint32_t rest = negative ? 0 - number : number;
-  do {
-    *--digit = static_cast<char>('0' + rest % 10);
-    rest /= 10;
-  } while (rest != 0);
-  if (negative) *--digit = '-';
-  append(digit);
 }
 
 void clear(void *memory, size_t size) {

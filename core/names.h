@@ -9,8 +9,8 @@ namespace zar {
 // A name key in a buffer of its own, cut at 99 characters: names that differ only behind the cut share a key.
 class NameKey {
  public:
+  // Of a map info that was verified.
   explicit NameKey(const zar_map_info &info);
-  const char *text() const { return text_; }
   char *text() { return text_; }
 
  private:
@@ -18,7 +18,6 @@ class NameKey {
 
   void append(const char *text);
   void append(char character);
-  void append_number(uint32_t number);
 
   char text_[kSize];
   size_t length_ = 0;

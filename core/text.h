@@ -47,11 +47,6 @@ class OwnedText {
  public:
   OwnedText() = default;
   explicit OwnedText(char *text) : text_(text) {}
-  OwnedText(OwnedText &&other) noexcept : text_(other.keep()) {}
-  OwnedText &operator=(OwnedText &&other) noexcept {
-    std::swap(text_, other.text_);
-    return *this;
-  }
   ~OwnedText() {
     if (text_) bfree_named(text_);
   }

@@ -74,8 +74,7 @@ uint32_t compare_tree_length(const char *nascent, const char *tree) {
 
 // Out of the way of the comparisons, which nearly always go untraced.
 template <class Tree>
-[[gnu::noinline, gnu::cold]] void trace_comparison(const typename Tree::Record *nascent,
-                                                   const typename Tree::Record *tree) {
+[[gnu::noinline, gnu::cold]] void trace_keys(const typename Tree::Record *nascent, const typename Tree::Record *tree) {
   TRACE_INFO(Tree::kCompare, address(nascent), address(tree));
   if (nascent && tree) TRACE_INFO(Tree::kCompareKeys, or_null(nascent->hash_str), or_null(tree->hash_str));
 }
@@ -87,13 +86,13 @@ uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
   const auto *nascent = tree::record_of<typename Tree::Record>(nascent_node);
   const auto *tree = tree::record_of<typename Tree::Record>(tree_node);
   if (traced(kTraceInfo)) [[unlikely]]
-    trace_comparison<Tree>(nascent, tree);
+    trace_keys<Tree>(nascent, tree);
   if (nascent && tree) [[likely]]
     return Tree::compare_texts(text_or_empty(nascent->hash_str), text_or_empty(tree->hash_str));
   return !nascent && tree ? kBefore : kAfter;
 }
 
-[[gnu::noinline, gnu::cold]] void trace_comparison(const zar_target *nascent, const zar_target *tree) {
+[[gnu::noinline, gnu::cold]] void trace_targets(const zar_target *nascent, const zar_target *tree) {
   TRACE_INFO("(info): Target avl comp, nas:0x%p, tree:0x%p", address(nascent), address(tree));
   if (!nascent || !tree) return;
   TRACE_INFO("(info): Target avl comp, nas val:0x%x, tree val:0x%x", nascent->handle, tree->handle);
@@ -351,7 +350,7 @@ uint32_t zar_target_compare_int(const void *nascent_node, const void *tree_node)
   const auto *nascent = tree::record_of<zar_target>(nascent_node);
   const auto *tree = tree::record_of<zar_target>(tree_node);
   if (traced(kTraceInfo)) [[unlikely]]
-    trace_comparison(nascent, tree);
+    trace_targets(nascent, tree);
   if (!nascent || !tree) {
     TRACE_ERROR("(ERR): TARGET avl comp int: null nodes, nascent:0x%p, tree:0x%p", nascent_node, tree_node);
     return kAfter;

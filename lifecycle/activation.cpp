@@ -64,10 +64,10 @@ uint32_t zar_activate_policy_by_name(uint32_t clid, uint32_t target, const zar_m
 uint32_t zar_deactivate_policy_by_name(uint32_t clid, uint32_t target_handle, const zar_map_info *info) {
   static constexpr char kName[] = "deactivate_policy_by_name";
   uint32_t pmap_handle = 0;
-  bool valid = zar_retrieve_policy(clid, info, &pmap_handle) == kSuccess;
+  zar_retrieve_policy(clid, info, &pmap_handle);  // a refused one leaves 0, which names no policy-map
   zar_target *target = require_whole_target(kName, target_handle);
   auto *pmap = require<zar_pmap>(kName, pmap_handle);
-  if (!pmap || !target || !valid) return kInvalidArgument;
+  if (!pmap || !target) return kInvalidArgument;
 
   // A policy-map that was not active has no instance in the engine, so it fails here.
   if (disassociate_target_and_policy(pmap, target) == kNo) return kFailed;
@@ -97,9 +97,9 @@ uint32_t zar_deactivate_any_policy_for_target(uint32_t clid, uint32_t target_han
 uint32_t zar_deactivate_policy_by_name_from_all_targets(uint32_t clid, const zar_map_info *info) {
   static constexpr char kName[] = "deactivate_policy_by_name_from_all_targets";
   uint32_t pmap_handle = 0;
-  bool valid = zar_retrieve_policy(clid, info, &pmap_handle) == kSuccess;
+  zar_retrieve_policy(clid, info, &pmap_handle);  // a refused one leaves 0, which names no policy-map
   auto *pmap = require<zar_pmap>(kName, pmap_handle);
-  if (!pmap || !valid) return kInvalidArgument;
+  if (!pmap) return kInvalidArgument;
   deactivate_everywhere(*pmap);
   TRACE_INFO("(info): %s: policy:%s is removed from all targets", kName, info->map_name);
   return kSuccess;

@@ -96,7 +96,6 @@ zar_target_pmap *zar::find_active(const zar_target &target, const zar_pmap *pmap
 }
 
 uint32_t zar::associate_target_and_policy(uint32_t clid, zar_target *target, zar_pmap *pmap) {
-  if (!target || !pmap || !target->target_info) return kInvalidArgument;
   if (!link_to_pmap(clid, *target, pmap)) return kNoMemory;
   if (!link_to_target(*pmap, target)) {
     disassociate_target_and_policy(pmap, target);
@@ -118,7 +117,6 @@ uint32_t zar::associate_target_and_policy(uint32_t clid, zar_target *target, zar
 }
 
 uint32_t zar::disassociate_target_and_policy(zar_pmap *pmap, zar_target *target) {
-  if (!pmap || !target) return kNo;
   if (!has_target_info("disassociate_target_and_policy", *target)) return kNo;
   unlink_both_ways(*pmap, *target);
   if (!delete_instance(*pmap, target->handle)) return kNo;

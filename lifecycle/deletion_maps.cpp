@@ -47,7 +47,7 @@ void part_from_targets(zar_pmap &pmap) {
 // Takes a policy-map that is out of its tree off its targets and tells the client of each. The callback may do anything,
 // the deletion of other targets and of this policy-map included.
 void take_off_targets(uint32_t clid, zar_pmap &pmap) {
-  const zar_client_data *client = client_entry(clid);
+  const zar_client_data &client = *client_entry(clid);
   const uint32_t pmap_handle = pmap.handle;
   uint32_t visits = pmap.target_refs.count;
   for (; visits > 0 && is_live<zar_pmap>(pmap_handle); --visits) {
@@ -55,7 +55,7 @@ void take_off_targets(uint32_t clid, zar_pmap &pmap) {
     if (!ref) return;
     uint32_t target_handle = ref->target->handle;
     part_for_good(&pmap, ref->target);
-    if (client && client->removal_vector) client->removal_vector(target_handle, pmap_handle);
+    if (client.removal_vector) client.removal_vector(target_handle, pmap_handle);
   }
 }
 

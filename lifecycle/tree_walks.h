@@ -16,7 +16,9 @@ namespace zar {
 template <class Walk>
 bool may_walk(const char *name, uint32_t clid, const uint32_t *handle_out) {
   bool valid = valid_clid(name, clid);
-  if (!valid && Walk::kStopsAtFirstFault) return false;
+  if constexpr (Walk::kStopsAtFirstFault) {
+    if (!valid) return false;
+  }
   return Walk::place_given(name, clid, handle_out) && valid;
 }
 

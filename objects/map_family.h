@@ -105,10 +105,12 @@ uint32_t store_map(uint32_t clid, uint32_t handle) {
 
 template <class Kind>
 bool may_retrieve(uint32_t clid, const zar_map_info *info, const uint32_t *handle_out) {
+  if constexpr (Kind::kRetrieveStopsAtFirstFault) {
+    return valid_clid(Kind::kRetrieve, clid) && Kind::place_given(Kind::kRetrieve, clid, handle_out) &&
+           zar_verify_map_info(info, Kind::kRetrieve) == kSuccess;
+  }
   bool valid = valid_clid(Kind::kRetrieve, clid);
-  if (!valid && Kind::kRetrieveStopsAtFirstFault) return false;
   valid &= Kind::place_given(Kind::kRetrieve, clid, handle_out);
-  if (!valid && Kind::kRetrieveStopsAtFirstFault) return false;
   return zar_verify_map_info(info, Kind::kRetrieve) == kSuccess && valid;
 }
 

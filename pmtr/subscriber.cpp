@@ -67,7 +67,7 @@ uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_t
   if (!database) return kFailed;
   uint32_t pmtr_map = 0;
   uint32_t status = kel_find_subscriber_parameter_map_by_name(name, domain_type, &pmtr_map);
-  if (status != kSuccess || pmtr_map == 0) {
+  if (status != kSuccess) {
     TRACE_ERROR("(ERR): Could not find pmtr-map: %s", name);
     return kInvalidArgument;
   }

@@ -10,19 +10,23 @@ namespace zar {
 // The maps of a database in key order, as the operations on its trees give them.
 inline zar_pmap *first_in(zar_db *database, const zar_pmap *) {
   zar_pmap *record = nullptr;
-  return zar_avl_get_first_pmap(database, &record) ? record : nullptr;
+  zar_avl_get_first_pmap(database, &record);
+  return record;
 }
 inline zar_cmap *first_in(zar_db *database, const zar_cmap *) {
   zar_cmap *record = nullptr;
-  return zar_avl_get_first_cmap(database, &record) ? record : nullptr;
+  zar_avl_get_first_cmap(database, &record);
+  return record;
 }
 inline zar_pmap *next_in(zar_db *database, zar_pmap *current) {
   zar_pmap *record = nullptr;
-  return zar_avl_get_next_pmap(database, current, &record) ? record : nullptr;
+  zar_avl_get_next_pmap(database, current, &record);
+  return record;
 }
 inline zar_cmap *next_in(zar_db *database, zar_cmap *current) {
   zar_cmap *record = nullptr;
-  return zar_avl_get_next_cmap(database, current, &record) ? record : nullptr;
+  zar_avl_get_next_cmap(database, current, &record);
+  return record;
 }
 
 // Hands each map of this kind to 'visit' until that answers something else than success. Maps of another kind that were

@@ -79,12 +79,17 @@ PHRASES = {
     'zar_register_domain': {'!entry->domain': ('no memory is left', 'nothing was wrong up to here')},
     'compare_keys': {
         'traced(kTraceInfo)': ('for each node of the tree that a search passes', None),
+    },
+    'trace_keys': {
         'nascent && tree': ('for each node of the tree that a search passes, when both records are there', None),
     },
     'zar_target_compare_int': {
-        '': ('for each node of the tree that a search passes', None),
-        '!nascent_node || !tree_node': ('a record is missing', 'both records are there'),
-        'nascent != tree': (None, 'the handles are equal'),
+        'traced(kTraceInfo)': ('for each node of the tree that a search passes', None),
+        '!nascent || !tree': ('a record is missing', None),
+    },
+    'trace_targets': {
+        '!nascent || !tree': (None, 'both records are there'),
+        'nascent->handle == tree->handle': ('the handles are equal', None),
     },
     'insert': {
         '!tree || !record': (NULL_TREE + ', or the record is NULL', None),
@@ -311,7 +316,7 @@ PHRASES = {
                                'it is created; whether it could be stored or not'),
     },
     'kel_delete_subscriber_parameter_map': {
-        'status != kSuccess || pmtr_map == 0': ('no parameter-map with this name is found',
+        'status != kSuccess': ('no parameter-map with this name is found',
                                                 'it is found; whether it could be deleted or not'),
     },
 }

@@ -105,6 +105,7 @@ TEST_F(DeleteFilter, FreesTheDataTheHandleAndTheRecord) {
 }
 
 TEST_F(DeleteFilter, ReportsAfterTheRecordHasGoneBack) {
+  NEEDS_TRACE();
   const uint32_t port = filter("port");
   bool handle_there = false;
   size_t records_there = 0;
@@ -339,6 +340,7 @@ TEST_F(DeleteEvent, LeavesTheOthersInTheirOrderWhicheverGo) {
 // ---- Faults
 
 TEST(DeletingUnderFaults, GivesBackWhateverWasMade) {
+  NEEDS_TRACE();
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t gold = world.pmap("gold");

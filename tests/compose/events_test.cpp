@@ -212,6 +212,7 @@ TEST_F(AddClass, WithoutAHandleGivesTheRecordBack) {
 }
 
 TEST_F(AddClass, FailsWhenTheNewHandleIsLost) {
+  NEEDS_TRACE();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
   const Lines lines = take_trace();

@@ -653,6 +653,7 @@ TEST_F(ActionReferences, AreDroppedOneByOneAndTheLastFrees) {
 }
 
 TEST_F(ActionReferences, LetGoOfTheDataThenTheHandleThenTheRecord) {
+  NEEDS_TRACE();
   bool handle_there = false;
   size_t records_there = 0;
   data_of_action(permit).on_call = [&] {

@@ -88,6 +88,14 @@ struct StoredPolicies : Composition {
   }
 };
 
+TEST_F(StoredPolicies, NeedTheClassMapToTheEnd) {
+  NEEDS_TRACE();
+  when_traced(retrieved(plain, voice), [&] { zar_handle_release(voice); });
+  EXPECT_EQ(add_class(plain_info, nullptr, voice_info, 3, 200), 39U);
+  EXPECT_ERRORS(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", voice), no_cmap(kAddClass));
+  EXPECT_EQ(plain_rules_of(plain), Handles{});
+}
+
 // ---- A class in a stored policy-map that is not CONTROL
 
 struct PlainPolicy : StoredPolicies {};
@@ -282,6 +290,7 @@ TEST_F(ControlPolicy, TracesEveryFaultOfMapsEventAndCriteria) {
 
 TEST_F(ControlPolicy, IsFoundInTheDefaultDatabaseByAClientWithoutItsOwn) {
   EXPECT_EQ(zar_add_class_to_stored_policy(two, &gold_info, &at_start, "start", 0, 1, &voice_info), 0U);
+  NEEDS_TRACE();
   EXPECT_EQ(traced()[0], info("(info): %s: using default database", "retrieve_policy"));
   EXPECT_EQ(cmap_refs_of(gold), (Counts{{voice, 1}}));
 }
@@ -314,6 +323,7 @@ TEST_F(ControlPolicy, KeepsNothingOfAnEventThatCannotBeMade) {
 }
 
 TEST_F(ControlPolicy, KeepsAnEventThatWasMadeAndCouldNotBeAdded) {
+  NEEDS_TRACE();
   const zar_pmap *policy = at<zar_pmap>(gold);
   lose_record_after("(info): create_event: successful");
   EXPECT_EQ(add_class(gold_info, &at_start, voice_info), 37U);
@@ -540,6 +550,7 @@ TEST_F(AddClassAction, PassesOnThatAClassActionCannotBeMade) {
 }
 
 TEST_F(AddClassAction, KeepsAClassActionWhoseActionCouldNotBeAdded) {
+  NEEDS_TRACE();
   const uint32_t started = event_in(gold, 7);
   lose_record_after("(info): add_class_to_event: added class");
   EXPECT_EQ(add_class_action(gold_info, &at_start, voice, permit), 37U);
@@ -844,6 +855,7 @@ bool failed_for_references(const FaultClock &clock) {
 }
 
 TEST(StoredPoliciesUnderFaults, AClassOfAControlPolicyMapIsAddedOrOnlyTheEventStays) {
+  NEEDS_TRACE();
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t gold = world.stored_pmap("gold");
@@ -912,6 +924,7 @@ TEST(StoredPoliciesUnderFaults, AClassWithItsActionIsAddedOrNothingIsLeft) {
 
 // A whole policy by name, each step of which may find that an earlier one failed.
 TEST(StoredPoliciesUnderFaults, AWholePolicyGoesWithoutATrace) {
+  NEEDS_TRACE();
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t gold = world.stored_pmap("gold");

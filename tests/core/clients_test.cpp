@@ -445,6 +445,7 @@ TEST_F(Clients, AreDisplayedInTheirOrder) {
 TEST_F(Clients, OfAnyStatusBut0AreDisplayedAsActive) {
   zar_clients_info[1]->status = 2;
   zar_display_clients();
+  NEEDS_TRACE();
   EXPECT_EQ(traced()[5], info("(info): Client status:%s\n", "Active"));
 }
 
@@ -454,6 +455,7 @@ TEST_F(Clients, WithoutANameAreDisplayedWithABlank) {
   zar_client_register("three", nullptr, &clid);
   forget_trace();
   zar_display_clients();
+  NEEDS_TRACE();
   EXPECT_EQ(traced().back(), info("(info): Client name:%s\n", " "));
 }
 
@@ -461,6 +463,7 @@ TEST_F(Clients, AreDisplayedWithTheRoomOfTheGrownTable) {
   for (int i = 3; i <= 11; ++i)
     client(text("client %d", i).c_str());
   zar_display_clients();
+  NEEDS_TRACE();
   EXPECT_EQ(traced().size(), 1U + 11 * 3);
   EXPECT_EQ(traced().front(), info("(info): Total clients:%d, max entries:%d\n", 11, 20));
 }

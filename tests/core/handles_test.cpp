@@ -337,6 +337,7 @@ TEST_F(HandleKinds, AreRatherRefusedThanForgotten) {
     zar_handle_release(gone);
   }
   EXPECT_EQ(filters.size(), 98304U);
+  NEEDS_TRACE();
   EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"),
                 error("(ERR): create_filter: Could not create id for filter"));
   runtime::want_trace_levels(0);

@@ -219,6 +219,7 @@ TEST_F(ActivatingByName, OfAnActivePolicySucceeds) {
 
 TEST_F(ActivatingByName, AnswersEveryFailedLookUpWith39) {
   EXPECT_REFUSED(39U, zar_activate_policy_by_name(0, interface, &gold_info));
+  NEEDS_TRACE();
   EXPECT_TRACED(lookup_refused(0));
   EXPECT_REFUSED(39U, zar_activate_policy_by_name(one, interface, nullptr));
   EXPECT_TRACED(no_map_info("retrieve_policy"));
@@ -251,6 +252,7 @@ TEST_F(ActivatingByName, RefusesARecordOfAnotherKind) {
 }
 
 TEST_F(ActivatingByName, HandsFailuresOn) {
+  NEEDS_TRACE();
   for (const TargetState state : {TargetState::unknown, TargetState::without_info}) {
     const uint32_t where = target_in(state);
     EXPECT_REFUSED(39U, zar_activate_policy_by_name(one, where, &gold_info));

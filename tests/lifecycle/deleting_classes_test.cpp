@@ -312,16 +312,27 @@ TEST_F(DeletingClassesByHandle, FailWithoutATree) {
   const uint32_t voice = stored_cmap("voice");
   avl_tree *tree = std::exchange(db->cmap_tree, nullptr);
   EXPECT_EQ(zar_delete_stored_class(one, voice), 41U);
+  NEEDS_TRACE();
   ASSERT_FALSE(traced().empty());
   EXPECT_EQ(traced().back(), error("(ERR): %s: Error: avl delete failed", "delete_stored_class"));
   db->cmap_tree = tree;
   EXPECT_EQ(cmaps_in(db), Handles{voice});
 }
 
+TEST_F(DeletingClassesByHandle, FindTheRecordBehindOneWhoseKeyItExtends) {
+  // The third one turns the tree, so that the search for the long key meets the short one first.
+  const uint32_t longer = stored_cmap("voice:d1", {.domain = "1x"});
+  const uint32_t shorter = stored_cmap("voice"), least = stored_cmap("audio");
+  EXPECT_EQ(zar_delete_stored_class(one, longer), 0U);
+  EXPECT_FALSE(live(longer));
+  EXPECT_EQ(cmaps_in(db), (Handles{least, shorter}));
+}
+
 TEST_F(DeletingClassesByHandle, TakeThatVeryRecord) {
   const uint32_t voice = stored_cmap("voice");
   const uint32_t twin = cmap("voice");
   EXPECT_REFUSED(41U, zar_delete_stored_class(one, twin));
+  NEEDS_TRACE();
   EXPECT_EQ(traced().back(), error("(ERR): %s: Error: avl delete failed", "delete_stored_class"));
   EXPECT_EQ(cmaps_in(db), Handles{voice});
 }
@@ -391,6 +402,7 @@ TEST_F(DeletingClassesByName, FailWhenTheSearchFails) {
   const zar_map_info info = map_info("voice");
   avl_tree *tree = std::exchange(db->cmap_tree, nullptr);
   EXPECT_EQ(zar_delete_stored_class_by_name(one, &info), 41U);
+  NEEDS_TRACE();
   ASSERT_FALSE(traced().empty());
   EXPECT_EQ(traced().back(), error("(ERR): %s: clid:%d class:%s search failed", kName, 1, "voice"));
   db->cmap_tree = tree;

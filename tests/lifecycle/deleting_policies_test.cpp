@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "lifecycle/lines.h"
+#include "platform/runtime.h"
 
 using namespace rig;
 
@@ -147,6 +148,7 @@ TEST_F(DeletingPolicies, AreDeactivatedWhenTheirEventsAreGone) {
   // No handler is told of the deactivation, and neither is the client.
   EXPECT_CALLS("free permit", instance_sought(first, kGold), instance_deleted(first, kGold),
                instance_sought(second, kGold), instance_deleted(second, kGold));
+  NEEDS_TRACE();
   Lines trace = take_trace();
   const auto events_end = std::find(trace.begin(), trace.end(), removed_event(start));
   ASSERT_NE(events_end, trace.end());
@@ -377,6 +379,7 @@ TEST_P(DeletingStoredPolicies, FailsWithoutATree) {
   const uint32_t gold = stored_pmap("gold");
   avl_tree *tree = std::exchange(db->pmap_tree, nullptr);
   EXPECT_EQ(delete_stored(one, gold, "gold"), 41U);
+  NEEDS_TRACE();
   ASSERT_FALSE(traced().empty());
   EXPECT_EQ(traced().back(), avl_delete_failed());
   EXPECT_EQ(take_errors().size(), 2U);
@@ -403,6 +406,7 @@ TEST_P(DeletingStoredPolicies, TellsTheClientOfEachTargetOnceItIsOff) {
   EXPECT_CALLS(instance_sought(first, kGold), instance_deleted(first, kGold), "notify removed permit [7]",
                removal(first, gold), instance_sought(second, kGold), instance_deleted(second, kGold),
                "notify removed permit [8]", removal(second, gold), "free permit");
+  NEEDS_TRACE();
   Lines trace = take_trace();
   ASSERT_GT(trace.size(), 6U);
   EXPECT_EQ(Lines(trace.begin(), trace.begin() + 6), lines(own_database(operation()), unlinked("gold"),
@@ -444,6 +448,7 @@ TEST_P(DeletingStoredPolicies, DropsATargetThatHasLostItsInformation) {
   zar_target_info *target_info = std::exchange(at<zar_target>(broken)->target_info, nullptr);
   hear_removals(one);
   EXPECT_EQ(delete_stored(one, gold, "gold"), 0U);
+  NEEDS_TRACE();
   const Lines errors = take_errors();
   EXPECT_FALSE(errors.empty());
   for (const Line &line : errors)
@@ -693,6 +698,7 @@ TEST_F(DeletingPoliciesByHandle, TakeThatVeryRecord) {
   target(twin);
   hear_removals(one);
   EXPECT_REFUSED(41U, zar_delete_stored_policy(one, twin));
+  NEEDS_TRACE();
   EXPECT_EQ(traced().back(), error("(ERR): %s: Error: avl delete failed", "delete_stored_policy"));
   EXPECT_CALLS();
   EXPECT_EQ(pmaps_in(db), Handles{gold});
@@ -706,6 +712,13 @@ TEST_F(DeletingPoliciesByHandle, TakeThatVeryRecordAmongKeysThatCompareEqual) {
   EXPECT_REFUSED(41U, zar_delete_stored_policy(one, shorter));
   EXPECT_EQ(zar_delete_stored_policy(one, second), 0U);
   EXPECT_EQ(pmaps_in(db), Handles{first});
+}
+
+TEST_F(DeletingPolicies, MayHaveLostTheirKeys) {
+  const uint32_t gold = pmap("gold");
+  bfree_named(std::exchange(at<zar_pmap>(gold)->hash_str, nullptr));
+  EXPECT_EQ(zar_delete_policy(gold), 0U);
+  EXPECT_FALSE(live(gold));
 }
 
 TEST_F(DeletingPoliciesByHandle, LookInNoOtherDatabase) {
@@ -830,6 +843,16 @@ TEST_F(BuiltIn, IsEmptiedOutsideTheTreeToo) {
   EXPECT_CALLS();
   EXPECT_EQ(events_of(built_in), Handles{});
   EXPECT_EQ(active_on(interface), Handles{built_in});
+}
+
+TEST_F(BuiltIn, MayLoseItsHandleWhileItIsEmptied) {
+  const uint32_t built_in = stored_pmap(kBuiltIn, kSubscriber);
+  const uint32_t voice = cmap("voice");
+  action_in(rule(event_in(built_in, 1), voice), "permit");
+  data_of_action(actions_of(rules_of(events_of(built_in)[0])[0])[0]).on_call = [&] { zar_handle_release(built_in); };
+  EXPECT_EQ(zar_delete_policy(built_in), 0U);
+  EXPECT_ERRORS(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", built_in));
+  EXPECT_CALLS("free permit");
 }
 
 TEST_F(BuiltIn, InAnyDomainEmptiesBothItselfAndTheStoredOne) {

@@ -92,6 +92,7 @@ TEST_F(AddingTargets, WorksInTheDatabaseOfTheClient) {
 TEST_F(AddingTargets, PrintsTheIdInDecimal) {
   const uint32_t gold = pmap("gold");
   EXPECT_EQ(zar_add_target(one, target_info(0xffffffffffff), gold, &out), 0U);
+  NEEDS_TRACE();
   ASSERT_FALSE(traced().empty());
   EXPECT_EQ(traced().front().text, "(info):  association between target:0x281474976710655, policy:gold success");
 }
@@ -495,6 +496,7 @@ TEST_F(RemovingTargets, ChecksTheClientFirstAndRefusesLast) {
 TEST_F(RemovingTargets, NeedsAPlaceForTheInformation) {
   const uint32_t interface = target(pmap("gold"));
   EXPECT_REFUSED(39U, zar_remove_target(one, interface, nullptr));
+  NEEDS_TRACE();
   const Lines errors = take_errors();
   ASSERT_EQ(errors.size(), 1U);
   EXPECT_NE(errors[0].text.find("(ERR): remove_target: "), std::string::npos) << errors[0];

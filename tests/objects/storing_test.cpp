@@ -308,6 +308,7 @@ TYPED_TEST(Storing, CannotBeSearchedWithoutATree) {
   zar_clients_info[0]->database = &treeless;
   EXPECT_EQ(TypeParam::retrieve(this->one, &gold, &handle), 41U);
   EXPECT_EQ(handle, kUntouched);
+  NEEDS_TRACE();
   ASSERT_EQ(traced().size(), 3U);
   EXPECT_EQ(traced()[0], own_database(TypeParam::kRetrieve));
   EXPECT_EQ(traced()[1].level, 3U);

@@ -165,6 +165,7 @@ TEST_F(CompareTable, TakesAFailedSearchForAFailedType) {
   EXPECT_FALSE(fails(cmap, &good));
   EXPECT_TRUE(fails(cmap, nullptr));
   EXPECT_TRUE(fails(cmap, &unusable));
+  NEEDS_TRACE();
   for (const BadHandle &bad : bad_handles(*this, Kind::cmap)) {
     EXPECT_TRUE(fails(bad.handle, &good)) << bad.what;
     EXPECT_EQ(take_errors().back(),

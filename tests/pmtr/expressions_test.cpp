@@ -238,7 +238,7 @@ TEST_F(Expressions, NeedTheClassMapOfTheStatement) {
 TEST_F(Expressions, NeedAPlace) {
   statement_of_texts(10, {"device phone"});
   EXPECT_REFUSED(39U, kel_pmtr_map_get_filter_expr_by_type(abc, 10, "device", nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
 }
 
 TEST(ExpressionsUnderFaults, LeaveNothingBehind) {

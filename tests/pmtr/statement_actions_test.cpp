@@ -152,6 +152,16 @@ TEST_F(MakingActions, GivesNewDataToTheSameAction) {
   }
 }
 
+TEST_F(MakingActions, NeedsTheSameActionToTheEnd) {
+  NEEDS_TRACE();
+  const uint32_t action = statement_action(abc, 10, 3, "old");
+  zar_action_context same = action_context("newer", "old");
+  when_traced(info("(info): same action number: %d, same action.Replacing action in pmtr-map", 3),
+              [&] { zar_handle_release(action); });
+  make(3, 9, same);
+  EXPECT_EQ(take_errors().front(), error("(ERR): ZAR: Handle [0x%x] destroyed already\n", action));
+}
+
 TEST_F(MakingActions, GivesNewDataToTheSameActionOfAContextWithLess) {
   const uint32_t action = statement_action(abc, 10, 3, "old");
   zar_action_context same = action_context("newer", "old");
@@ -245,6 +255,7 @@ TEST_F(MakingActions, DeletesTheActionWhereThereIsNoStatement) {
   EXPECT_EQ(make(3, 0, context, 11), 1U);
   EXPECT_EQ(everything(), before);
   EXPECT_CALLS("free log");
+  NEEDS_TRACE();
   const Lines lines = take_trace();
   ASSERT_EQ(lines.size(), 7U);
   EXPECT_TRUE(lines[0].text.starts_with("(info): create_action: successful, action:0x")) << lines[0];
@@ -259,6 +270,7 @@ TEST_F(MakingActions, DeletesTheActionWhereThereIsNoStatement) {
 }
 
 TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBePutIn) {
+  NEEDS_TRACE();
   when_traced(info("(info): Created action with index: %d", 3), [&] { zar_handle_release(abc); });
   EXPECT_EQ(make(3, 0, context), 1U);
   EXPECT_CALLS("free log");
@@ -268,10 +280,10 @@ TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBePutIn) {
 
 TEST_F(MakingActions, NeedsAContext) {
   EXPECT_REFUSED(39U, zar_pmtr_map_create_action(abc, 10, 3, 0, nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
   statement_action(abc, 10, 3, "old");
   EXPECT_REFUSED(39U, zar_pmtr_map_create_action(abc, 10, 3, 0, nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
   EXPECT_CALLS();
 }
 
@@ -591,9 +603,9 @@ TEST_F(WalkingActions, StopsAtTheFirstFault) {
 TEST_F(WalkingActions, NeedsAPlace) {
   const uint32_t a = statement_action(abc, 10, 1, "a");
   EXPECT_REFUSED(39U, zar_pmtr_get_first_action_index(one, abc, 10, nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
   EXPECT_REFUSED(39U, zar_pmtr_get_next_action_index(one, abc, 10, a, nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
 }
 
 TEST_F(WalkingActions, WorksForAClientWithoutADatabaseOfItsOwn) {

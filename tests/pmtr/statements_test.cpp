@@ -206,6 +206,7 @@ TEST_F(NewStatement, BelongsToTheOwnerOfTheDomain) {
   }
   EXPECT_EQ(add(10, "expression"), 0U);
   const Line owner = info("(info): domain:%s, owner  client:%d", "subscriber", 3);
+  NEEDS_TRACE();
   const Lines lines = take_trace();
   EXPECT_EQ(lines[0], owner);
   EXPECT_EQ(lines[1], owner);
@@ -224,6 +225,7 @@ TEST_F(NewStatement, StandsAmongTheOthersByItsIndex) {
 TEST_F(NewStatement, IsTracedAsInsertedBehindAnother) {
   statement(abc, 5);
   add(7, "expression");
+  NEEDS_TRACE();
   const Lines lines = take_trace();
   const Lines expected = put_behind(statement_of(abc, 7), 7);
   EXPECT_NE(std::search(lines.begin(), lines.end(), expected.begin(), expected.end()), lines.end());
@@ -270,6 +272,7 @@ TEST_F(NewStatement, NeedsAClassMap) {
 TEST_F(NewStatement, NeedsAClassMapOfAFreeName) {
   const uint32_t squatter = stored_cmap("__PMTR__abc10", {.domain = "subscriber"});
   EXPECT_REFUSED(39U, add(10, "expression"));
+  NEEDS_TRACE();
   const Lines lines = take_trace();
   const Lines expected = {error("(ERR): CMAP avl: insert failed, hash str:%s", "__PMTR__abc10:subscriber:1"),
                           error("(ERR): store_class: Error: avl insert failed"),
@@ -286,6 +289,7 @@ TEST_F(NewStatement, NeedsAnActiveOwner) {
 }
 
 TEST_F(NewStatement, NeedsItsMapToTheEnd) {
+  NEEDS_TRACE();
   const runtime::Inventory before = runtime::inventory();
   when_traced(info("(info): Created pmtr_internal_classmap: %s", "__PMTR__abc10"), [&] { zar_handle_release(abc); });
   EXPECT_EQ(add(10, "expression"), 37U);
@@ -298,6 +302,7 @@ TEST_F(NewStatement, NeedsItsMapToTheEnd) {
 }
 
 TEST_F(NewStatement, NeedsItsClassMapToTheEnd) {
+  NEEDS_TRACE();
   when_traced(info("(info): Created pmtr_internal_classmap: %s", "__PMTR__abc10"),
               [&] { zar_handle_release(cmaps_in(db).front()); });
   EXPECT_EQ(add(10, "expression"), 37U);
@@ -318,10 +323,10 @@ TEST_F(NewStatement, NeedsAParameterMapAndAFilter) {
   }
   forget_trace();
   EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(abc, nullptr, 0, 0, 0, 1, 0, 0));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
   statement(abc, 1);
   EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(abc, nullptr, 0, 0, 0, 1, 1, 0));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
 }
 
 TEST_F(NewStatement, StaysWithoutItsFilterWhenTheContextIsUnusable) {
@@ -337,6 +342,7 @@ TEST_F(NewStatement, StaysWithoutItsFilterWhenNoneCanBeMade) {
   zar_filter_context context = filter_context("expression");
   context.filter_str_fn = nullptr;
   EXPECT_EQ(add(10, context, {.type = 2}), 0U);
+  NEEDS_TRACE();
   EXPECT_EQ(take_trace().back(),
             error("(ERR): %s: Error: filter parse fn, filter compare hdl fn from input filter context cannot be NULL",
                   "create_filter"));
@@ -454,6 +460,7 @@ TEST_F(MoreFilters, AreNotSoughtWithAnUnusableContext) {
 }
 
 TEST_F(MoreFilters, AreDeletedAgainWhenTheyCannotBeAdded) {
+  NEEDS_TRACE();
   statement(abc, 10, "first");
   const uint32_t cmap = hidden_cmap(10);
   const runtime::Inventory before = runtime::inventory();
@@ -469,6 +476,7 @@ TEST_F(MoreFilters, AreDeletedAgainWhenTheyCannotBeAdded) {
 }
 
 TEST_F(MoreFilters, TellOfTheDeletionOfTheOneThatCouldNotBeAdded) {
+  NEEDS_TRACE();
   statement(abc, 10, "first");
   when_traced(info("(info): Created filter for internal class"), [] { runtime::lose_next_pointer(); });
   add(10, "second");
@@ -483,6 +491,7 @@ TEST_F(MoreFilters, NeedTheClassMapOfTheStatement) {
   statement(abc, 10, "first");
   const uint32_t cmap = hidden_cmap(10);
   zar_handle_release(cmap);
+  NEEDS_TRACE();
   for (const bool usable : {true, false}) {
     zar_filter_context context = filter_context("second");
     if (!usable) context.filter_free_fn = nullptr;
@@ -546,6 +555,7 @@ TEST_F(Replacement, AsksForWhatItNeedsInOrder) {
 }
 
 TEST_F(Replacement, FreesItsDuplicatesOnceTheStatementIsQueued) {
+  NEEDS_TRACE();
   statement(abc, 10);
   size_t held = 99;
   when_traced(info("(info): Queued statement for map index: %d at pmtr-map", 10),
@@ -586,6 +596,7 @@ TEST_F(Replacement, ThatFailsHasDeletedTheStatementAllTheSame) {
       {Service::tree_insert, 1, 39, error("(ERR): Failure creating pmtr_internal_classmap: %s", "__PMTR__abc10")},
   };
   const std::string empty = everything();
+  NEEDS_TRACE();
   for (const auto &each : cases) {
     statement(abc, 10, "old");
     runtime::fail_request(each.service, each.nth);
@@ -598,6 +609,7 @@ TEST_F(Replacement, ThatFailsHasDeletedTheStatementAllTheSame) {
 }
 
 TEST_F(Replacement, GoesOnWhereTheOldStatementCannotBeDeleted) {
+  NEEDS_TRACE();
   statement(abc, 10, "old");
   when_traced(
       kNoOwner, [] { runtime::lose_next_pointer(); }, 2);
@@ -611,6 +623,7 @@ TEST_F(Replacement, GoesOnWhereTheOldStatementCannotBeDeleted) {
 }
 
 TEST_F(Replacement, NeedsItsMapToTheEnd) {
+  NEEDS_TRACE();
   const std::string abc_alone = to_string(runtime::inventory());
   statement(abc, 10, "old");
   when_traced(info("(info): Created pmtr_internal_classmap: %s", "__PMTR__abc10"), [&] { zar_handle_release(abc); });
@@ -702,7 +715,7 @@ TEST_F(ByHand, NeedAParameterMapAndAStatement) {
     EXPECT_EQ(take_trace(), then(bad.said, {no_map("add_pmtr_map_stmt_to_pmtr_map")}));
   }
   EXPECT_REFUSED(39U, zar_add_statement_to_pmtr_map(abc, nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
 }
 
 // ---- Deletion
@@ -744,6 +757,7 @@ TEST_F(Deletion, DropsOneReferenceOnASharedAction) {
   const uint32_t shared = statement_action(abc, 10, 1, "shared");
   zar_increment_action(at<zar_action>(shared));
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 10), 0U);
+  NEEDS_TRACE();
   const Lines lines = take_trace();
   EXPECT_EQ(lines[1], info("(info): %s: Freeing action:0x%x", "delete_pmtr_map_statement", shared));
   EXPECT_EQ(lines[2], info("(info): action:0x%x reference count:%d", shared, 1));
@@ -808,6 +822,7 @@ TEST_F(DeletionByStatement, TakesFiltersActionsAndClassMapAlong) {
   EXPECT_EQ(zar_pmtr_delete_filter_by_stmt(taken), 0U);
   Lines expected = then(action_freed(action), class_deleted(cmap, old_filters, 10));
   expected.push_back(statement_removed(taken));
+  NEEDS_TRACE();
   Lines lines = take_trace();
   EXPECT_EQ(std::erase(lines, kNoOwner), 1U) << "the owner of the class-map is looked up";
   EXPECT_EQ(lines, expected);
@@ -898,7 +913,7 @@ TEST_F(Indexes, NeedAClientAMapAndADatabase) {
 TEST_F(Indexes, NeedAPlace) {
   statement(abc, 5);
   EXPECT_REFUSED(39U, zar_get_first_pmtr_map_index(one, abc, nullptr));
-  EXPECT_EQ(take_errors().size(), 1U);
+  EXPECT_ONE_ERROR();
   EXPECT_REFUSED(39U, zar_get_next_pmtr_map_index(one, abc, 5, nullptr));
   EXPECT_TRACED();
 }

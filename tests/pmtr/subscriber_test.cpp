@@ -82,6 +82,7 @@ TEST_F(FindingByName, ActsForTheOwnerOfTheDomain) {
   const uint32_t abc = stored_pmtr_map("abc", {.domain = "subscriber", .clid = three});
   EXPECT_EQ(find("abc"), 0U);
   EXPECT_EQ(place, abc);
+  NEEDS_TRACE();
   EXPECT_EQ(take_trace().front(), info("(info): domain:%s, owner  client:%d", "subscriber", 3));
   EXPECT_EQ(find("ours"), 40U);
 }
@@ -89,6 +90,7 @@ TEST_F(FindingByName, ActsForTheOwnerOfTheDomain) {
 TEST_F(FindingByName, TakesAFailedSearchForAFoundMap) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(37U, find("abc"));
+  NEEDS_TRACE();
   EXPECT_TRACED(kNoOwner, inactive("retrieve_pmtr_map"), info("(info): found pmtr-map: %s", "abc"));
   zar_clients_info[0]->status = 1;
 
@@ -167,6 +169,7 @@ TEST_F(MakingByName, WorksOnDuplicatesThatItFrees) {
 TEST_F(MakingByName, ActsForTheOwnerOfTheDomain) {
   give_the_domain_to_three();
   EXPECT_EQ(make("abc"), 0U);
+  NEEDS_TRACE();
   EXPECT_EQ(take_trace().front(), info("(info): domain:%s, owner  client:%d", "subscriber", 3));
   EXPECT_EQ(pmtr_maps_in(theirs), Handles{place});
   EXPECT_EQ(pmtr_maps_in(db), Handles{});
@@ -290,6 +293,7 @@ TEST_F(DeletingByName, RefusesANameThatIsNotStored) {
 TEST_F(DeletingByName, TakesAFailedSearchForNothingFound) {
   stored_pmtr_map("abc");
   EXPECT_REFUSED(39U, kel_delete_subscriber_parameter_map("abc", 3));
+  NEEDS_TRACE();
   EXPECT_EQ(take_trace().back(), error("(ERR): Could not find pmtr-map: %s", "abc"));
   avl_tree *tree = std::exchange(db->pmtr_map_tree, nullptr);
   EXPECT_EQ(kel_delete_subscriber_parameter_map("abc", 1), 39U);
@@ -313,6 +317,7 @@ TEST_F(DeletingByName, PassesOnThatTheTreeRefused) {
   stored_pmtr_map("abc");
   runtime::fail_next_tree_delete();
   EXPECT_REFUSED(41U, kel_delete_subscriber_parameter_map("abc", 1));
+  NEEDS_TRACE();
   const Lines lines = take_trace();
   EXPECT_EQ(lines.back(), info("(info): Deleted pmtr-map: %s", "abc")) << "whatever the status is";
 }

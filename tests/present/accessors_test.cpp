@@ -359,6 +359,7 @@ TEST_F(ContextBlocks, OfActionsAreFreedWithoutTheirData) {
   EXPECT_EQ(freed.data, nullptr);
   EXPECT_EQ(freed.context, &context);
   EXPECT_EQ(freed.calls, 1);
+  NEEDS_TRACE();
   EXPECT_EQ(freed.lines, 1U) << "the message comes first";
   EXPECT_TRACED(info("(info): free_client_context: freeing client action context:0x%p", &context));
 }
@@ -369,6 +370,7 @@ TEST_F(ContextBlocks, OfFiltersAreFreedWithoutTheirData) {
   EXPECT_EQ(freed.data, nullptr);
   EXPECT_EQ(freed.context, &context);
   EXPECT_EQ(freed.calls, 1);
+  NEEDS_TRACE();
   EXPECT_EQ(freed.lines, 1U);
   EXPECT_TRACED(info("(info): free_client_context: freeing client filter context:0x%p", &context));
 }
@@ -379,6 +381,7 @@ TEST_F(ContextBlocks, OfFiltersCanBeFreedWithTheirData) {
   EXPECT_EQ(freed.data, &payload);
   EXPECT_EQ(freed.context, &context);
   EXPECT_EQ(freed.calls, 1);
+  NEEDS_TRACE();
   EXPECT_EQ(freed.lines, 1U);
   EXPECT_TRACED(info("(info): free_client_context: freeing client filter params and context:0x%p", &context));
 }

@@ -242,11 +242,11 @@ TEST_F(Counters, NeedADomainAndAName) {
   counted_policy("gold");
   for (const Clear &command : kCommands) {
     EXPECT_REFUSED(39U, command.clear(nullptr, "gold", 0));
-    EXPECT_EQ(take_errors().size(), 1U);
+    EXPECT_ONE_ERROR();
     EXPECT_REFUSED(39U, command.clear(nullptr, nullptr, 1));
-    EXPECT_EQ(take_errors().size(), 1U);
+    EXPECT_ONE_ERROR();
     EXPECT_REFUSED(39U, command.clear("d1", nullptr, 0));
-    EXPECT_EQ(take_errors().size(), 1U);
+    EXPECT_ONE_ERROR();
   }
 }
 

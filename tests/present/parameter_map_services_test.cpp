@@ -462,6 +462,7 @@ TEST_F(SubscriberPolicy, IsNoneWhereTheSearchFails) {
   stored_pmap("gold", kOfSubscribers);
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(0U, kel_is_policy_created("gold"));
+  NEEDS_TRACE();
   EXPECT_TRACED(kNoOwner, error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", "retrieve_policy", 1));
   zar_clients_info[0]->status = 1;
   avl_tree *tree = std::exchange(db->pmap_tree, nullptr);

@@ -18,8 +18,17 @@ struct Line {
   std::string text;
   bool operator==(const Line &) const = default;
 };
-using Lines = std::vector<Line>;
 std::ostream &operator<<(std::ostream &out, const Line &line);
+
+// Whether this run goes without a trace: with ZAR_TESTS_UNTRACED in the environment no level is on, and everything else
+// must be as ever.
+bool untraced();
+
+// Lines in order. In a run without a trace, lines are as expected when there are none.
+struct Lines : std::vector<Line> {
+  using std::vector<Line>::vector;
+  bool operator==(const Lines &other) const;
+};
 
 // A line of level 3 (error) or 6 (info). The text is the message's own, prefix included: some carry the other level's.
 template <typename... Values>
@@ -61,9 +70,14 @@ class Quiet {
 
 }  // namespace rig
 
+// For a test whose subject is the trace itself, or that steps in where a line is traced.
+#define NEEDS_TRACE() \
+  if (::rig::untraced()) GTEST_SKIP() << "the trace is its subject"
 // Exactly these lines, in this order, since the last look; they are then forgotten.
 #define EXPECT_TRACED(...) EXPECT_EQ(::rig::take_trace(), (::rig::Lines{__VA_ARGS__}))
 // Exactly these lines of level 3; those of level 6 are forgotten with them.
 #define EXPECT_ERRORS(...) EXPECT_EQ(::rig::take_errors(), (::rig::Lines{__VA_ARGS__}))
+// One line of level 3, whatever it says; it is then forgotten.
+#define EXPECT_ONE_ERROR() EXPECT_EQ(::rig::take_errors().size(), ::rig::untraced() ? 0U : 1U)
 // Exactly these calls of the engine and the callbacks, in this order, since the last look; they are then forgotten.
 #define EXPECT_CALLS(...) EXPECT_EQ(::rig::take_calls(), (std::vector<std::string>{__VA_ARGS__}))
