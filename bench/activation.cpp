@@ -27,6 +27,7 @@ class Library {
     for (uint32_t target : targets_)
       must(zar_activate_policy(clid_, second_, target), "zar_activate_policy");
   }
+  // NOLINTNEXTLINE(readability-make-member-function-const): all steps are of one type
   void deactivate() { must(zar_deactivate_policy_by_handle_from_all_targets(clid_, second_), "deactivation"); }
   void shuffle(std::mt19937 &random) { std::shuffle(targets_.begin(), targets_.end(), random); }
   void delete_targets() {

@@ -17,33 +17,33 @@ class Library {
  public:
   explicit Library(uint32_t n_objects) {
     for (const std::string &name : bench::names(n_objects))
-      must(zar_store_policy(clid_, policy(name.c_str())), "zar_store_policy");
+      must(zar_store_policy(clid_, new_policy(name.c_str())), "zar_store_policy");
   }
-  void policy() { must(zar_delete_policy(policy(kName)), "zar_delete_policy"); }
+  void policy() const { must(zar_delete_policy(new_policy(kName)), "zar_delete_policy"); }
   void stored_policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
-    must(zar_store_policy(clid_, policy(name)), "zar_store_policy");
+    must(zar_store_policy(clid_, new_policy(name)), "zar_store_policy");
     must(zar_delete_stored_policy_by_name(clid_, &info), "zar_delete_stored_policy_by_name");
   }
-  void class_map() {
+  void class_map() const {
     zar_map_info info = bench::info_of(kName);
     uint32_t cmap = 0;
     must(zar_create_class(clid_, &info, 1, &cmap), "zar_create_class");
     must(zar_delete_class(cmap), "zar_delete_class");
   }
-  void action() {
+  void action() const {
     zar_action_context context = bench::action_context("count");
     uint32_t action = 0;
     must(zar_create_action(&context, 1, 0, &action), "zar_create_action");
     must(zar_delete_action(action), "zar_delete_action");
   }
-  void filter() {
+  void filter() const {
     zar_filter_context context = bench::filter_context("state");
     uint32_t filter = 0;
     must(zar_create_filter(&context, &filter, 0), "zar_create_filter");
     must(zar_delete_filter(filter), "zar_delete_filter");
   }
-  void event() {
+  void event() const {
     zar_event_context context{.event_id = 1, .event_name = nullptr};
     uint32_t event = 0;
     must(zar_create_event(&context, "session-start", &event), "zar_create_event");
@@ -51,7 +51,7 @@ class Library {
   }
 
  private:
-  uint32_t policy(const char *name) const {
+  uint32_t new_policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
     uint32_t pmap = 0;
     must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
@@ -86,7 +86,7 @@ template <class Side>
 void register_side(const std::string &who, uint32_t n_objects) {
   auto side = std::make_shared<Side>(n_objects);
   auto others = std::make_shared<std::vector<std::string>>(bench::names(n_objects, "x"));
-  auto repeated = [&](const char *what, void (Side::*make)()) {
+  auto repeated = [&](const char *what, auto make) {
     bench::job(what, who, [side, make](benchmark::State &state) {
       for (auto _ : state)
         (side.get()->*make)();

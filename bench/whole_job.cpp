@@ -49,59 +49,59 @@ uint64_t checksum = 0, n_lines = 0;
 
 class Library {
  public:
-  uint32_t policy(const char *name) {
+  uint32_t policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
     uint32_t pmap = 0;
     must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
     must(zar_store_policy(clid_, pmap), "zar_store_policy");
     return pmap;
   }
-  uint32_t class_map(const char *name) {
+  uint32_t class_map(const char *name) const {
     zar_map_info info = bench::info_of(name);
     uint32_t cmap = 0;
     must(zar_create_class(clid_, &info, kMatchAny, &cmap), "zar_create_class");
     must(zar_store_class(clid_, cmap), "zar_store_class");
     return cmap;
   }
-  uint32_t filter(uint32_t cmap, const char *text) {
+  uint32_t filter(uint32_t cmap, const char *text) const {
     zar_filter_context context = bench::filter_context(text);
     uint32_t filter = 0;
     must(zar_create_filter(&context, &filter, 0), "zar_create_filter");
     must(zar_add_filter_to_class(cmap, filter), "zar_add_filter_to_class");
     return filter;
   }
-  uint32_t event(uint32_t pmap, uint32_t id, const char *name) {
+  uint32_t event(uint32_t pmap, uint32_t id, const char *name) const {
     zar_event_context context{.event_id = id, .event_name = nullptr};
     uint32_t event = 0;
     must(zar_create_event(&context, name, &event), "zar_create_event");
     must(zar_add_event(pmap, event), "zar_add_event");
     return event;
   }
-  uint32_t rule(uint32_t event, uint32_t cmap, uint8_t number) {
+  uint32_t rule(uint32_t event, uint32_t cmap, uint8_t number) const {
     uint32_t rule = 0;
     must(zar_add_class_to_event(event, cmap, 0, number, &rule), "zar_add_class_to_event");
     return rule;
   }
-  uint32_t action(uint32_t rule, uint8_t number, const char *text) {
+  uint32_t action(uint32_t rule, uint8_t number, const char *text) const {
     zar_action_context context = bench::action_context(text);
     uint32_t action = 0;
     must(zar_create_action(&context, number, 0, &action), "zar_create_action");
     must(zar_add_action_to_rule(rule, action), "zar_add_action_to_rule");
     return action;
   }
-  uint32_t target(zar_target_info *info, uint32_t first, uint32_t second) {
+  uint32_t target(zar_target_info *info, uint32_t first, uint32_t second) const {
     uint32_t target = 0;
     must(zar_add_target(clid_, info, first, &target), "zar_add_target");
     must(zar_activate_policy(clid_, second, target), "zar_activate_policy");
     return target;
   }
-  uint32_t find_policy(const char *name) {
+  uint32_t find_policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
     uint32_t pmap = 0;
     must(zar_retrieve_policy(clid_, &info, &pmap), "zar_retrieve_policy");
     return pmap;
   }
-  uint32_t find_class(const char *name) {
+  uint32_t find_class(const char *name) const {
     zar_map_info info = bench::info_of(name);
     uint32_t cmap = 0;
     must(zar_retrieve_class(clid_, &info, &cmap), "zar_retrieve_class");
@@ -120,16 +120,16 @@ class Library {
     must(zar_print_policymap("", print, bench::kDomain, nullptr, 1, 1), "zar_print_policymap");
     must(zar_print_classmap("", print, "", bench::kDomain, nullptr, 1), "zar_print_classmap");
   }
-  void delete_target(uint32_t target) {
+  void delete_target(uint32_t target) const {
     zar_target_info *info = nullptr;
     must(zar_remove_target(clid_, target, &info), "zar_remove_target");
     must(zar_delete_target(target), "zar_delete_target");
   }
-  void delete_policy(const char *name) {
+  void delete_policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
     must(zar_delete_stored_policy_by_name(clid_, &info), "zar_delete_stored_policy_by_name");
   }
-  void delete_class(const char *name) {
+  void delete_class(const char *name) const {
     zar_map_info info = bench::info_of(name);
     must(zar_delete_stored_class_by_name(clid_, &info), "zar_delete_stored_class_by_name");
   }
@@ -246,7 +246,7 @@ class Job {
       for (const char *name : classes)
         found_ += side_.find_class(name) != 0;
     }
-    must(found_ == kLookups * (kPolicies + kClasses) ? 0 : 1, "the look-ups");
+    must(found_ == size_t{kLookups} * (kPolicies + kClasses) ? 0 : 1, "the look-ups");
   }
   void resolve() {
     size_t live = 0;
