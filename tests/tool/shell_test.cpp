@@ -213,6 +213,7 @@ TEST(InteractiveSession, CallsEarlierLinesBack) {
   // Two lines up.
   terminal.type("\x1b[A\x1b[A\n");
   terminal.read_until("ends the session\n");
+  terminal.read_until(kPrompt);
   terminal.type("\x04");
   EXPECT_EQ(terminal.code(), 0);
 }
@@ -234,14 +235,26 @@ TEST(InteractiveSession, GoesOnAfterAFailure) {
 TEST(InteractiveSession, GivesALineUpOnCtrlCAndEndsOnCtrlD) {
   Terminal terminal({"shell"}, plain());
   terminal.read_until(kPrompt);
-  terminal.type("half a line");
-  terminal.read_until("half a line");
-  terminal.type("\x03");
+  terminal.type("half a line\x03");
   terminal.read_until(kPrompt);
   terminal.type("help quit\n");
   terminal.read_until("ends the session\n");
   terminal.read_until(kPrompt);
   terminal.type("\x04");
+  EXPECT_EQ(terminal.code(), 0);
+}
+
+TEST(InteractiveSession, IsSuspendedAndContinuedWithItsLine) {
+  Terminal terminal({"shell"}, plain());
+  terminal.read_until(kPrompt);
+  terminal.type("help \x1a");
+  EXPECT_TRUE(terminal.is_stopped());
+  terminal.resume();
+  terminal.read_until("zar> help ");
+  terminal.type("quit\n");
+  terminal.read_until("ends the session\n");
+  terminal.read_until(kPrompt);
+  terminal.type("quit\n");
   EXPECT_EQ(terminal.code(), 0);
 }
 

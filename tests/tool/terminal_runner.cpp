@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 
 namespace test {
@@ -85,6 +86,15 @@ std::string Terminal::read_to_end() {
   }
   seen_ = shown_.size();
   return shown_;
+}
+
+bool Terminal::is_stopped() const {
+  int status = 0;
+  return waitpid(child_, &status, WUNTRACED) == child_ && WIFSTOPPED(status);
+}
+
+void Terminal::resume() const {
+  kill(child_, SIGCONT);
 }
 
 int Terminal::code() {

@@ -30,6 +30,10 @@ class Terminal {
   std::string read_until(const std::string &text);
   // Reads to the end; gives all that was shown since the start, line ends as in files.
   std::string read_to_end();
+  // Waits until it stops or ends.
+  bool is_stopped() const;
+  // Continues what has stopped.
+  void resume() const;
   // Waits for the end and gives the exit code, -1 when a signal ended it.
   int code();
 

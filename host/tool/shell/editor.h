@@ -24,11 +24,15 @@ class Editor {
   std::optional<std::string> read();
 
  private:
+  static Editor &of(EditLine *line);
   static unsigned char complete_word(EditLine *line, int key);
+  static unsigned char give_up_line(EditLine *line, int key);
+  static unsigned char suspend(EditLine *line, int key);
 
   Complete complete_;
   EditLine *line_;
   History *history_;
+  bool given_up_ = false;
 };
 
 }  // namespace tool::shell
