@@ -164,17 +164,22 @@ bool surely_met(const Tree &tree, const std::string &key, const Map *only) {
 
 }  // namespace
 
+bool Model::open_to_the_tree(const Tree &tree, const std::string &key) {
+  const std::vector<Map *> found = equals(tree, key);
+  return !found.empty() && (found.size() > 1 || !surely_met(tree, key, found.front()));
+}
+
 Map *Model::search(Tree &tree, const std::string &key) {
   const std::vector<Map *> found = equals(tree, key);
   if (found.empty()) return nullptr;
-  if (found.size() == 1 && surely_met(tree, key, found.front())) return found.front();
+  if (!open_to_the_tree(tree, key)) return found.front();
   const auto answer = asked_.find({&tree, key});
   return answer == asked_.end() ? found.front() : answer->second;
 }
 
 void Model::ask(Tree &tree, const avl_tree *library_tree, const std::string &key) {
+  if (!open_to_the_tree(tree, key)) return;
   const std::vector<Map *> found = equals(tree, key);
-  if (found.empty() || (found.size() == 1 && surely_met(tree, key, found.front()))) return;
   zar_pmap probe{};
   std::string text = key;
   probe.hash_str = text.data();
@@ -195,9 +200,13 @@ void Model::ask(const std::string &key) {
 
 bool Model::insert(Tree &tree, Map &map) {
   if (map.tree != nullptr || search(tree, map.key) != nullptr) return false;
+  enter(tree, map);
+  return true;
+}
+
+void Model::enter(Tree &tree, Map &map) {
   tree.nodes.insert(std::upper_bound(tree.nodes.begin(), tree.nodes.end(), &map, before), &map);
   map.tree = &tree;
-  return true;
 }
 
 void Model::take_out(Map &map) {

@@ -252,7 +252,10 @@ class Model {
 
   static std::string key_of(const zar_map_info &info);
   Map *search(Tree &tree, const std::string &key);
+  // Whether it depends on the shape of the tree what a search comes to.
+  static bool open_to_the_tree(const Tree &tree, const std::string &key);
   bool insert(Tree &tree, Map &map);
+  static void enter(Tree &tree, Map &map);
   static void take_out(Map &map);
   static Map *first(const Tree &tree) { return tree.nodes.empty() ? nullptr : tree.nodes.front(); }
   static Map *next(const Tree &tree, const Map &map);

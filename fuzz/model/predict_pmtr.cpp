@@ -75,7 +75,12 @@ Statement *add_statement(Model &m, PmtrMap &map, uint32_t index, Seen &seen) {
   const std::string name = "__PMTR__" + map.name + std::to_string(static_cast<int32_t>(index));
   const zar_map_info info{kSubscriber, 1, name.c_str(), 1};
   Database *database = m.database_of(m.owner_of(kSubscriber));
-  if (database == nullptr || m.search(database->cmaps, Model::key_of(info)) != nullptr) return nullptr;
+  if (database == nullptr) return nullptr;
+  // The class-map of a replaced statement has left the tree since it was asked.
+  const std::string key = Model::key_of(info);
+  const bool refused = Model::open_to_the_tree(database->cmaps, key) ? seen.answer() == kInvalid
+                                                                     : m.search(database->cmaps, key) != nullptr;
+  if (refused) return nullptr;
   uint32_t handle = 0;
   for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
     const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
@@ -85,7 +90,7 @@ Statement *add_statement(Model &m, PmtrMap &map, uint32_t index, Seen &seen) {
   Cmap &cmap = m.add_map<Cmap>(handle, info);
   cmap.hidden = 1;
   cmap.match_criteria = 1;
-  m.insert(database->cmaps, cmap);
+  m.enter(database->cmaps, cmap);
   const auto place = std::find_if(map.statements.begin(), map.statements.end(),
                                   [&](const Statement &present) { return present.index > index; });
   return &*map.statements.insert(place, {index, handle, {}});
