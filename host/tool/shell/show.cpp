@@ -42,8 +42,11 @@ std::optional<PolicyFile> read(const Session &session) {
     if (running->find_target(target.name.value)) continue;
     Target idle{.name = target.name, .client = target.client};
     const engine::Attributes *attributes = engine::attributes_of(session.repository().target_handle(target.name.value));
-    for (const engine::AttributeId attribute : attributes->present())
-      idle.attributes.push_back({{engine::attribute_name(attribute), {}}, attributes->find(attribute)->text});
+    for (const engine::AttributeId attribute : attributes->present()) {
+      Assignment &assignment = idle.attributes.emplace_back();
+      assignment.attribute.value = engine::attribute_name(attribute);
+      assignment.text = attributes->find(attribute)->text;
+    }
     running->targets.push_back(std::move(idle));
   }
   running->index();
