@@ -10,7 +10,8 @@ target_include_directories(zar
   PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
   PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 
-target_compile_options(zar PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+# Its operations call each other directly: nobody may put others in their place.
+target_compile_options(zar PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-semantic-interposition)
 
 # The imports stay undefined: whoever loads the library brings them. Exactly the names of the version script leave it,
 # and a name there that nobody defines is an error.
@@ -19,7 +20,8 @@ target_link_options(zar PRIVATE
   -Wl,--no-undefined-version
   -Wl,--as-needed)
 
-# What is shipped is hardened.
+# What is shipped is optimised and hardened.
+optimise_as_shipped(zar)
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   target_compile_options(zar PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
   target_link_options(zar PRIVATE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)

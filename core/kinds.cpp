@@ -1,82 +1,113 @@
 #include "core/kinds.h"
 
+#include <algorithm>
+
 namespace zar::kinds {
 
 namespace {
 
-constexpr uint32_t kSlotBits = 17;
-constexpr uint32_t kSlots = 1u << kSlotBits;
-constexpr uint32_t kMaxUsed = kSlots / 4 * 3;
+constexpr uint32_t kHomes = 1u << 17;
+constexpr uint32_t kMostHandles = kHomes / 4 * 3;
 
-struct Slot {
-  uint32_t handle;  // 0: empty
-  Kind kind;
+struct Cell {
+  uint32_t handle;  // 0: nobody lives here
+  uint32_t kind : 8;
+  uint32_t next : 24;  // the cell of the next handle of the same home, or the next spare cell; 0: none
 };
+static_assert(sizeof(Cell) == 8, "eight cells share a cache line, and none lies in two");
 
-Slot slots[kSlots];
+// The homes, and behind them a cell for each handle whose home is taken.
+Cell cells[kHomes + kMostHandles];
 uint32_t used;
+uint32_t first_spare;  // a cell behind the homes that was given back; 0: none
+uint32_t n_fresh;      // so many of the cells behind the homes were ever taken
 
-// Multiplication spreads both counters and values that differ in their high bits only.
-uint32_t home_of(uint32_t handle) {
-  return handle * 0x9e3779b1u >> (32 - kSlotBits);
-}
-uint32_t after(uint32_t slot) {
-  return (slot + 1) & (kSlots - 1);
-}
-
-// The slot that holds 'handle', or the empty one that ends its cluster.
-uint32_t find(uint32_t handle) {
-  uint32_t slot = home_of(handle);
-  while (slots[slot].handle != handle && slots[slot].handle != 0)
-    slot = after(slot);
-  return slot;
+// Handles that were issued one after the other nearly always differ in their low bits, and so live side by side: what is
+// made together is looked up together. The multiplication spreads those that differ in their high bits only.
+Cell &home_of(uint32_t handle) {
+  return cells[(handle + (handle >> 16) * 0x9e37u) & (kHomes - 1)];
 }
 
-// Whether the entry in 'slot' may move back to 'gap': its home does not lie behind the gap.
-bool may_fill(uint32_t gap, uint32_t slot) {
-  uint32_t distance_from_home = (slot - home_of(slots[slot].handle)) & (kSlots - 1);
-  uint32_t distance_from_gap = (slot - gap) & (kSlots - 1);
-  return distance_from_home >= distance_from_gap;
+// Where 'handle' lives or, when it lives nowhere, the last cell of its home.
+struct Place {
+  Cell *cell;
+  Cell *before;
+};
+Place place_of(uint32_t handle) {
+  Place place{&home_of(handle), nullptr};
+  while (place.cell->handle != handle && place.cell->next != 0)
+    place = {&cells[place.cell->next], place.cell};
+  return place;
 }
 
-// Empties 'gap' and closes the cluster behind it, so that no search ends early.
-void remove(uint32_t gap) {
-  for (uint32_t slot = after(gap); slots[slot].handle != 0; slot = after(slot)) {
-    if (!may_fill(gap, slot)) continue;
-    slots[gap] = slots[slot];
-    gap = slot;
+uint32_t take_cell() {
+  const uint32_t cell = first_spare;
+  if (cell == 0) return kHomes + n_fresh++;
+  first_spare = cells[cell].next;
+  return cell;
+}
+
+void give_cell(uint32_t cell) {
+  cells[cell] = {.handle = 0, .kind = 0, .next = first_spare & 0xffffff};
+  first_spare = cell;
+}
+
+// The last cell of a home itself or, when somebody lives there, one behind it.
+Cell &empty_cell_at(Cell &last) {
+  if (last.handle == 0) return last;
+  const uint32_t cell = take_cell();
+  cells[cell] = {};
+  last.next = cell & 0xffffff;
+  return cells[cell];
+}
+
+// One with others behind it gives its place to the next of them: the home is empty only when it is so altogether.
+void empty(Place place) {
+  const uint32_t next = place.cell->next;
+  if (next != 0) {
+    *place.cell = cells[next];
+    give_cell(next);
+  } else if (place.before) {
+    give_cell(place.before->next);
+    place.before->next = 0;
+  } else {
+    *place.cell = {};
   }
-  slots[gap] = {};
-  --used;
 }
 
 }  // namespace
 
 Kind of(uint32_t handle) {
-  return slots[find(handle)].kind;
+  const Cell &cell = *place_of(handle).cell;
+  return cell.handle == handle ? static_cast<Kind>(cell.kind) : Kind::none;
 }
 
 bool has_room() {
-  return used < kMaxUsed;
+  return used < kMostHandles;
 }
 
 void remember(uint32_t handle, Kind kind) {
   if (kind == Kind::none) return forget(handle);
-  Slot &slot = slots[find(handle)];
-  if (slot.handle == 0) ++used;
-  slot = {handle, kind};
+  Cell *cell = place_of(handle).cell;
+  if (cell->handle != handle) {
+    cell = &empty_cell_at(*cell);
+    cell->handle = handle;
+    ++used;
+  }
+  cell->kind = static_cast<uint8_t>(kind);
 }
 
 void forget(uint32_t handle) {
-  uint32_t slot = find(handle);
-  if (slots[slot].handle != 0) remove(slot);
+  const Place place = place_of(handle);
+  if (place.cell->handle != handle) return;
+  empty(place);
+  --used;
 }
 
 void forget_all() {
   if (used == 0) return;
-  for (Slot &slot : slots)
-    slot = {};
-  used = 0;
+  std::fill_n(cells, kHomes + n_fresh, Cell{});
+  used = first_spare = n_fresh = 0;
 }
 
 }  // namespace zar::kinds

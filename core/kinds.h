@@ -4,10 +4,10 @@
 // an operation a handle of another kind must not have its record read as something else, so the library remembers beside
 // the id table which kind it issued each handle for. A handle that a caller made for a record of its own has no kind.
 //
-// The kinds stand in an open-addressing hash table, keyed by the handle: one cache line for a look-up, no memory beyond
-// the table. It has twice the room that the cap on live handles needs, so its clusters stay short. Callers that release
-// handles which they never got can lower the count of live handles below their number; the table then refuses a new one
-// when it is three quarters full, as if the cap had been reached, rather than forget a kind.
+// The kinds stand in a hash table, keyed by the handle: one cache line for a look-up, no memory beyond the table. It has
+// room for more than the cap on live handles needs. Callers that release handles which they never got can lower the count
+// of live handles below their number; the table then refuses a new one when it is full, as if the cap had been reached,
+// rather than forget a kind.
 #pragma once
 
 #include <cstdint>

@@ -22,8 +22,4 @@ void NameKey::append(char character) {
   if (length_ < kSize - 1) text_[length_++] = character;
 }
 
-void clear(void *memory, size_t size) {
-  std::memset(memory, 0, size);
-}
-
 }  // namespace zar

@@ -1,6 +1,7 @@
 // The name key of maps: the text "name:domain:type" under which a map stands in its tree.
 #pragma once
 
+#include "core/memory.h"
 #include "core/text.h"
 #include "zar/records.h"
 
@@ -22,10 +23,6 @@ class NameKey {
   char text_[kSize];
   size_t length_ = 0;
 };
-
-// Zeros 'size' bytes. Where the size is known, g++ makes a string instruction of it that takes as long as two nodes of a
-// tree; the C library's own way is faster.
-void clear(void *memory, size_t size);
 
 // A record that is in no tree and carries only the key under which one is sought.
 template <class Map>

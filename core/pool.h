@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "core/memory.h"
 #include "platform/runtime.h"
 #include "zar/core.h"
 
@@ -42,7 +43,10 @@ class Pool {
   Pooled<Record> take_if_ready() {
     void *memory = pool_ ? chunk_malloc(pool_) : nullptr;
     if (!memory) return {};
-    std::memset(memory, 0, sizeof(Record));
+    if constexpr (sizeof(Record) > 128)
+      clear(memory, sizeof(Record));
+    else
+      std::memset(memory, 0, sizeof(Record));
     return Pooled<Record>(this, static_cast<Record *>(memory));
   }
 

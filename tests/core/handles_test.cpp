@@ -1,4 +1,6 @@
 // The handle table: issue, look-up, release, the cap on live handles, and kinds.
+#include <random>
+
 #include "platform/runtime.h"
 #include "support/repository.h"
 
@@ -313,6 +315,36 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
     }
     expect_kinds(0, step);
   }
+}
+
+TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAnew) {
+  constexpr uint32_t kLive = 60000, kChanges = 200000;
+  runtime::want_trace_levels(0);
+  const zar_event_context id = event_context(1);
+  zar_filter_context port = filter_context("port");
+  port.filter_free_fn = [](void *, void *) {};
+  struct Leaf {
+    uint32_t handle;
+    bool is_event;
+  };
+  const auto leaf = [&](bool is_event) {
+    Leaf made{0, is_event};
+    EXPECT_EQ(is_event ? zar_create_event(&id, "event", &made.handle) : zar_create_filter(&port, &made.handle, 0), 0U);
+    return made;
+  };
+  std::vector<Leaf> leaves;
+  while (leaves.size() < kLive)
+    leaves.push_back(leaf(leaves.size() % 2 == 0));
+  std::minstd_rand random(1);
+  for (uint32_t change = 0; change < kChanges; ++change) {
+    Leaf &changed = leaves[random() % kLive];
+    const uint32_t gone = changed.handle;
+    ASSERT_EQ(changed.is_event ? zar_delete_event(gone) : zar_delete_filter(gone), 0U) << "change " << change;
+    changed = leaf(random() % 2 == 0);
+    ASSERT_EQ(zar_event_get_match_criteria(gone), 0U) << "change " << change;
+  }
+  for (const Leaf &each : leaves)
+    ASSERT_EQ(zar_event_get_match_criteria(each.handle), each.is_event ? 1U : 0U) << "handle " << each.handle;
 }
 
 TEST_F(HandleKinds, AreForgottenByASecondStart) {
