@@ -4,6 +4,7 @@
 // policy-map that uses it once, without a number. The first use makes both entries, the last takes both away. When
 // memory runs out between the two, the pair stays one-sided; nobody is told but the trace.
 #include "compose/rules.h"
+#include "core/debug/ledger.h"
 #include "core/pool.h"
 
 using namespace zar;
@@ -35,6 +36,7 @@ bool count_in_pmap(zar_pmap *pmap, zar_cmap *cmap) {
   if (!ref) {
     TRACE_ERROR("(ERR): update reference: memory alloc for pmap:0x%p cmap:0x%p ref failed", address(pmap),
                 address(cmap));
+    debug::note_lost_reference(pmap);
     return false;
   }
   ref->cmap = cmap;
@@ -54,6 +56,7 @@ bool note_in_cmap(zar_pmap *pmap, zar_cmap *cmap) {
   if (!ref) {
     TRACE_ERROR("(ERR): update reference: memory alloc for pmap:0x%p in cmap:0x%p ref failed", address(pmap),
                 address(cmap));
+    debug::note_lost_reference(pmap);
     return false;
   }
   ref->pmap = pmap;

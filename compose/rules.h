@@ -37,7 +37,7 @@ zar_class_action *find_rule(const zar_event_tuple &event, const zar_cmap *cmap);
 template <class Visit>
 void for_each_rule(const zar_pmap &pmap, Visit visit) {
   if (!is_control(pmap)) return;
-  for (zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list))
+  for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list))
     for (zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
       visit(rule);
 }

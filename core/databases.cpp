@@ -1,3 +1,4 @@
+#include "core/debug/ledger.h"
 #include "core/handles.h"
 #include "core/pool.h"
 #include "core/queue.h"
@@ -89,6 +90,7 @@ uint32_t zar_create_database(zar_db **out) {
   }
   if (!make_trees(*database)) return kNoMemory;
   *out = database;
+  debug::note_database(database);
   TRACE_INFO("(info): Database created, hdl:0x%p", address(database));
   return kSuccess;
 }

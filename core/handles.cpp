@@ -1,5 +1,6 @@
 #include "core/handles.h"
 
+#include "core/debug/ledger.h"
 #include "core/trace.h"
 
 using namespace zar;
@@ -20,6 +21,7 @@ void count_one_less() {
 
 void drop(uint32_t handle) {
   kinds::forget(handle);
+  debug::note_released(handle);
   id_delete(handle, table_id);
   count_one_less();
 }
@@ -42,10 +44,12 @@ uint16_t zar_handle_table_init(void) {
   limit_units = 1;
   live_count = 0;
   kinds::forget_all();
+  debug::forget_all();
   return table_id;
 }
 
 uint32_t zar_handle_table_destroy(void) {
+  debug::forget_all();
   return id_destroy_table(table_id);
 }
 
@@ -87,7 +91,10 @@ uint32_t issue_handle(void *record, Kind kind) {
   uint32_t handle = id_get(record, table_id, kTableTag);
   // A refused id is counted too: the count is of attempts that the cap let through.
   ++live_count;
-  if (handle != 0) kinds::remember(handle, kind);
+  if (handle != 0) {
+    kinds::remember(handle, kind);
+    debug::note_issued(handle, record, kind);
+  }
   return handle;
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "core/debug/ledger.h"
 #include "core/memory.h"
 #include "platform/runtime.h"
 #include "zar/core.h"
@@ -50,7 +51,10 @@ class Pool {
     return Pooled<Record>(this, static_cast<Record *>(memory));
   }
 
-  uint32_t give_back(Record *record) { return chunk_free(pool_, record); }
+  uint32_t give_back(Record *record) {
+    debug::note_given_back(record);
+    return chunk_free(pool_, record);
+  }
 
  private:
   chunk_pool *make(uint32_t tag) const {

@@ -43,7 +43,7 @@ bool target_info_given(const char *name, const zar_target_info *info) {
 }
 
 // False when the engine does not let go of what it keeps there; the context then stays.
-bool free_policy_context(zar_target &target) {
+bool free_policy_context(const zar_target &target) {
   zar_target_policy_context *context = target.policy_context;
   if (!context) return true;
   TRACE_INFO("(info): %s: remove policy context:0x%p", "free_policy", address(context));

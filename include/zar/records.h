@@ -47,7 +47,12 @@ typedef struct zar_pmtr_map_stmt zar_pmtr_map_stmt;
  * @{
  */
 
-/** One database: four keyed trees. Maps stand in them under their name keys, targets under their handles. */
+/**
+ * One database: four keyed trees. Maps stand in them under their name keys, targets under their handles.
+ *
+ * 1. A record stands in one tree at most, and there once; it lives.
+ * 2. 'target_tree' is in ascending order of the handles.
+ */
 struct zar_db {
   avl_tree *pmap_tree;     /**< The stored policy-maps (#zar_pmap). */
   avl_tree *cmap_tree;     /**< The stored class-maps (#zar_cmap), the hidden ones of parameter-maps included. */
@@ -59,7 +64,11 @@ ZAR_LAYOUT_FIELD(zar_db, cmap_tree, 8);
 ZAR_LAYOUT_FIELD(zar_db, target_tree, 16);
 ZAR_LAYOUT_FIELD(zar_db, pmtr_map_tree, 24);
 
-/** One registered client, at index 'clid' - 1 of the client table. */
+/**
+ * One registered client.
+ *
+ * 1. It stands at index 'clid' - 1 of the client table, which has room for all clients.
+ */
 struct zar_client_data {
   uint32_t status;                             /**< 1: active; anything else: inactive. */
   char *name;                                  /**< Its own copy; NULL when the copy failed at registration. */
@@ -73,7 +82,11 @@ ZAR_LAYOUT_FIELD(zar_client_data, clid, 16);
 ZAR_LAYOUT_FIELD(zar_client_data, removal_vector, 24);
 ZAR_LAYOUT_FIELD(zar_client_data, database, 32);
 
-/** One claimed domain; element of 'zar_domain_list', in the order of the claims. No domain is claimed twice. */
+/**
+ * One claimed domain; element of 'zar_domain_list', in the order of the claims.
+ *
+ * 1. No domain is claimed twice.
+ */
 struct zar_domain_entry {
   queue_link link;     /**< In 'zar_domain_list'. */
   char *domain;        /**< Its own copy of the name. */
@@ -95,8 +108,9 @@ ZAR_LAYOUT_FIELD(zar_domain_entry, owner_clid, 16);
 /**
  * A policy-map.
  *
- * 1. 'name', 'domain', 'domain_type' and 'hash_str' never change.
- * 2. The elements of 'rule_list' are all of the kind that 'domain_type' says, and no two events have the same event id.
+ * 1. 'handle', 'name', 'domain', 'domain_type' and 'hash_str' never change.
+ * 2. The elements of 'rule_list' are all of the kind that 'domain_type' says, in order of addition, and no two events
+ *    have the same event id.
  * 3. A class-map stands in 'cmap_refs' at most once; its count is the number of class-actions under the events that use
  *    it, less those for which there was no memory to count.
  * 4. A target stands in 'target_refs' at most once, and exactly when the policy-map stands in its 'active_pmaps'.
@@ -137,7 +151,7 @@ ZAR_LAYOUT_FIELD(zar_event_context, event_name, 8);
 /**
  * An event of a CONTROL policy-map, with its rules.
  *
- * 1. 'pmap' is NULL exactly while the event stands in no rule list.
+ * 1. 'pmap' is NULL exactly while the event stands in no rule list, and it stands in one at most.
  * 2. 'class_actions' is in ascending order of the class numbers; equal numbers stand in order of addition.
  */
 struct zar_event_tuple {
@@ -155,7 +169,13 @@ ZAR_LAYOUT_FIELD(zar_event_tuple, match_criteria, 24);
 ZAR_LAYOUT_FIELD(zar_event_tuple, event_context, 32);
 ZAR_LAYOUT_FIELD(zar_event_tuple, class_actions, 40);
 
-/** A rule: a class-map, and what to do when it matches. */
+/**
+ * A rule: a class-map, and what to do when it matches.
+ *
+ * 1. It stands in one list at most.
+ * 2. The elements of 'actions' live.
+ * 3. Under an event of a policy-map, 'cmap' lives, unless there was no memory to count the use.
+ */
 struct zar_class_action {
   queue_link link;        /**< In the 'class_actions' of an event, or the 'rule_list' of a policy-map not CONTROL. */
   uint32_t handle;        /**< Names this record. */
@@ -191,9 +211,10 @@ ZAR_LAYOUT_FIELD(zar_pmap_cmap_ref, ref_count, 16);
 /**
  * A class-map.
  *
- * 1. 'name', 'domain', 'domain_type', 'hash_str', 'match_criteria' and 'hidden' never change.
+ * 1. 'handle', 'name', 'domain', 'domain_type', 'hash_str', 'match_criteria' and 'hidden' never change.
  * 2. A policy-map stands in 'pmap_refs' at most once, and only when the class-map stands in its 'cmap_refs'. The
  *    converse holds too, unless there was no memory for the reference.
+ * 3. The elements of 'filters' live.
  */
 struct zar_cmap {
   avl_node node;             /**< In the 'cmap_tree' of a database while the class-map is stored. */
@@ -238,7 +259,7 @@ ZAR_LAYOUT_FIELD(zar_cmap_pmap_ref, pmap, 8);
 /**
  * An action: what a rule does. Rules share it by counting references.
  *
- * 1. 'ref_count' is at least 1.
+ * 1. 'ref_count' is at least 1, and not less than the number of places in lists where the action stands.
  * 2. The four functions that are required to make an action are present.
  */
 struct zar_action {
@@ -321,6 +342,7 @@ ZAR_LAYOUT_FIELD(zar_filter, comp_count, 72);
  *
  * 1. 'handle' is the key in the tree and never changes.
  * 2. A policy-map stands in 'active_pmaps' at most once, and exactly when the target stands in its 'target_refs'.
+ * 3. 'reserved_queue' is empty.
  */
 struct zar_target {
   avl_node node;                             /**< In the 'target_tree' of a database until zar_remove_target(). */
@@ -375,7 +397,7 @@ ZAR_LAYOUT_FIELD(zar_target_policy_context, engine_word_2, 24);
 /**
  * A parameter-map.
  *
- * 1. 'name', 'domain', 'domain_type' and 'hash_str' never change.
+ * 1. 'handle', 'name', 'domain', 'domain_type' and 'hash_str' never change.
  * 2. 'stmt_queue' is in ascending order of the map-indices; equal ones stand in order of addition.
  */
 struct zar_pmtr_map {
@@ -400,7 +422,7 @@ ZAR_LAYOUT_FIELD(zar_pmtr_map, hidden, 96);
 /**
  * A statement of a parameter-map: filters, in a hidden class-map of its own, and actions.
  *
- * 1. 'action_queue' is in ascending order of the action numbers; equal ones stand in order of addition.
+ * 1. 'action_queue' is in ascending order of the action numbers; equal ones stand in order of addition. They live.
  */
 struct zar_pmtr_map_stmt {
   queue_link link;         /**< In the 'stmt_queue' of its parameter-map. */

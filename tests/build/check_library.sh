@@ -1,11 +1,13 @@
 #!/bin/sh
 # What libzar.so promises to those who load it, read from the file itself.
-#   check_library.sh exports|imports|dependencies|hardening LIBRARY
+#   check_library.sh exports|imports|dependencies|hardening LIBRARY [LIST]
+# LIST names what this build may take from the C runtime beside c_imports.txt.
 set -eu
 export LC_ALL=C
 what=$1
 library=$2
 here=$(dirname "$0")
+more_of_c=${3:-c_imports.txt}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
@@ -38,7 +40,8 @@ exports() {
 
 imports() {
   undefined > "$scratch/undefined"
-  names "$here/c_imports.txt" > "$scratch/of_c"
+  names "$here/c_imports.txt" > "$scratch/of_c_always"
+  names "$here/$more_of_c" | sort -u - "$scratch/of_c_always" > "$scratch/of_c"
   names "$here/imports.txt" > "$scratch/wanted"
   test -s "$scratch/wanted" || fail "the list of imports is empty"
   comm -23 "$scratch/undefined" "$scratch/of_c" > "$scratch/found"

@@ -95,6 +95,7 @@ TEST_F(VerifyAction, AcceptsARecordWithTheFourFunctionsThatRulesNeed) {
 }
 
 TEST_F(VerifyAction, NamesEveryFunctionThatIsMissing) {
+  breaks_invariants("its functions are taken from a record");
   zar_action *record = at<zar_action>(action("permit"));
   const zar_action whole = *record;
   for (unsigned missing = 1; missing < 16; ++missing) {
@@ -110,6 +111,7 @@ TEST_F(VerifyAction, RefusesNull) {
 }
 
 TEST_F(VerifyAction, PrintsABlankForACallerWithoutAName) {
+  breaks_invariants("its functions are taken from a record");
   EXPECT_EQ(zar_verify_action_content(nullptr, nullptr), 1U);
   EXPECT_TRACED(no_action(" "));
   zar_action *record = at<zar_action>(action("permit"));
@@ -180,6 +182,7 @@ TEST_F(RuleActions, OutOfOrderAreWalkedAsTheyStand) {
 }
 
 TEST_F(RuleActions, AddedKeepTheirCount) {
+  breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t permit = action_in(voice, "permit");
   EXPECT_EQ(zar_add_action_to_rule(video, permit), 0U);
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 1U);
@@ -189,6 +192,7 @@ TEST_F(RuleActions, AddedKeepTheirCount) {
 }
 
 TEST_F(RuleActions, AddedTwiceStandTwice) {
+  breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t permit = action_in(voice, "permit");
   EXPECT_EQ(zar_add_action_to_rule(voice, permit), 0U);
   EXPECT_EQ(take_trace(), added(permit, voice));
@@ -255,6 +259,7 @@ TEST_F(RuleActions, TraceBothBadHandlesTheRuleFirst) {
 }
 
 TEST_F(RuleActions, WithoutAFunctionAreRefusedWithALineForEachThatIsMissing) {
+  breaks_invariants("its functions are taken from a record");
   const uint32_t listed = action_in(voice, "listed");
   const uint32_t permit = action_in(voice, "permit");
   zar_action *record = at<zar_action>(permit);
@@ -359,6 +364,7 @@ TEST_F(RuleActions, AreInsertedAtAListedReferenceWhoseHandleIsGone) {
 }
 
 TEST_F(RuleActions, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
+  breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t twice = action_in(voice, "twice");
   const uint32_t once = action_in(voice, "once");
   add_action(voice, twice);
@@ -437,6 +443,7 @@ TEST_F(MatchAction, CallsTheRecordsCompareFunctionAndAnswers1ForAnythingButZero)
 }
 
 TEST_F(MatchAction, IsNoMatchForARecordThatCannotCompare) {
+  breaks_invariants("its functions are taken from a record");
   at<zar_action>(permit)->action_compare_fn = nullptr;
   const zar_action_context sought = action_context("sought", "permit");
   EXPECT_EQ(both_match(&sought), 0U);

@@ -514,6 +514,7 @@ TEST_F(AddClassAction, NeedsAnAction) {
 }
 
 TEST_F(AddClassAction, NeedsAnActionWithItsFunctions) {
+  breaks_invariants("its functions are taken from a record");
   event_in(gold, 7);
   at<zar_action>(permit)->action_str_fn = nullptr;
   EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, permit));
@@ -650,6 +651,7 @@ TEST_F(ActionByName, ThatIsNoneFailsTheAddingWith37AndTheRemovalWith39) {
 }
 
 TEST_F(ActionByName, WithoutItsFunctionsFailsTheAddingWith37AndTheRemovalWith39) {
+  breaks_invariants("its functions are taken from a record");
   add_action(rule(started, voice), permit);
   at<zar_action>(permit)->action_entry_fn = nullptr;
   at<zar_action>(permit)->action_compare_fn = nullptr;

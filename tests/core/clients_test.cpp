@@ -425,10 +425,21 @@ TEST_F(Clients, AreFollowedFromAValidAndActiveOneOnly) {
 }
 
 TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {
+  breaks_invariants("an entry gets the id of another");
   client("three", database());
   zar_clients_info[2]->clid = 30;
   EXPECT_EQ(zar_get_next_client_with_database(one), 30U);
   EXPECT_TRACED(info("(info): get next client, sending:%d", 30));
+}
+
+TEST_F(Clients, AreNotSoughtBehindTheLastOne) {
+  // What is left behind the entries in use is nobody's.
+  zar_client_data nobody{};
+  nobody.clid = 3;
+  nobody.database = db;
+  zar_clients_info[2] = &nobody;
+  EXPECT_EQ(zar_get_next_client_with_database(one), 0U);
+  zar_clients_info[2] = nullptr;
 }
 
 // ---- The display

@@ -194,6 +194,7 @@ TEST_F(DeletingPolicies, AreDeletedWhateverTheEngineSays) {
 }
 
 TEST_F(DeletingPolicies, StayInTheTreeOfWhichNothingIsAsked) {
+  breaks_invariants("what stands in a tree is deleted");
   const uint32_t gold = stored_pmap("gold");
   const void *record = at<zar_pmap>(gold);
   EXPECT_EQ(zar_delete_policy(gold), 0U);

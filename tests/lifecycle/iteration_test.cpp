@@ -637,6 +637,7 @@ TEST_F(RuleWalks, GoInTheOrderOfTheClassNumbers) {
 using ActionWalks = ListWalks<ActionWalk>;
 
 TEST_F(ActionWalks, TakeTheFirstOfTwoOccurrencesForTheCurrentOne) {
+  breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t shared = add(1), other = add(1);
   add_action(holder, shared);
   ASSERT_EQ(actions_of(holder), (Handles{shared, other, shared}));

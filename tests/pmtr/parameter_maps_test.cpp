@@ -718,6 +718,7 @@ TEST_F(Deleting, KeepsTheMapThatTheTreeDoesNotGiveBack) {
 }
 
 TEST_F(Deleting, FreesNothingOfAMapWhoseHandleIsLost) {
+  breaks_invariants("a parameter-map loses its handle");
   const uint32_t abc = stored_pmtr_map("abc");
   at<zar_pmtr_map>(abc)->handle = 0xfffffff0;
   const runtime::Inventory before = runtime::inventory();

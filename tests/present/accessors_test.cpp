@@ -189,6 +189,7 @@ TEST_F(Accessors, NameTheCriteriaOfAClassMap) {
 }
 
 TEST_F(Accessors, GiveOtherCriteriaRawAndUnnamed) {
+  breaks_invariants("the criteria of a class-map are changed");
   const uint32_t voice = cmap("voice");
   for (const uint32_t criteria : {0U, 4U, 0xffffffffU}) {
     at<zar_cmap>(voice)->match_criteria = criteria;
@@ -242,6 +243,7 @@ TEST_F(ConfigurationTexts, OfAnActionMayBeNone) {
 }
 
 TEST_F(ConfigurationTexts, OfAnActionWithoutFunctionAreNone) {
+  breaks_invariants("its functions are taken from a record");
   const uint32_t log = action("log");
   at<zar_action>(log)->action_str_fn = nullptr;
   EXPECT_EQ(zar_get_action_nvgen_str(log, 1), nullptr);

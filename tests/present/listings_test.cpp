@@ -33,6 +33,7 @@ struct Listings : Repository {
   }
   // Makes two claims of one domain, which registration would refuse.
   static void claim_twice(const char *domain, uint32_t clid) {
+    breaks_invariants("one client claims a domain twice");
     const std::string other(std::string(domain).size(), '#');
     claim(other.c_str(), clid);
     auto *entry = static_cast<zar_domain_entry *>(runtime::elements(&zar_domain_list).back());
@@ -171,6 +172,7 @@ TEST_F(PolicyListing, LeavesOutTheLineOfAnEventWithoutContextOrName) {
 }
 
 TEST_F(PolicyListing, LeavesOutTheLineOfAnActionWithoutTextFunction) {
+  breaks_invariants("its functions are taken from a record");
   const uint32_t gold = stored_pmap("gold");
   const uint32_t voice = rule(event_in(gold, 1, "start"), cmap("voice"), 1, 1);
   const uint32_t log = action_in(voice, "log");
@@ -180,6 +182,7 @@ TEST_F(PolicyListing, LeavesOutTheLineOfAnActionWithoutTextFunction) {
 }
 
 TEST_F(PolicyListing, LeavesOutTheLineOfAClassActionWithoutClassMap) {
+  breaks_invariants("a rule loses its class-map");
   const uint32_t gold = stored_pmap("gold");
   const uint32_t voice = rule(event_in(gold, 1, "start"), cmap("voice"), 1, 1);
   action_in(voice, "log");
@@ -566,6 +569,7 @@ TEST_F(ClassListing, OfAllPrintsWhatHasLostItsHandle) {
 }
 
 TEST_F(ClassListing, FindsNothingUnderTheNameThatAClassMapHasLost) {
+  breaks_invariants("a class-map loses its name");
   const uint32_t voice = small_class("voice");
   const sdb_ref name = std::exchange(at<zar_cmap>(voice)->name, nullptr);
   print("voice");

@@ -78,6 +78,9 @@ struct MapOptions {
 
 // Gives a test a fresh surrounding: engine, callbacks, trace and runtime as at the start. A World does it itself.
 void start_rig();
+// For a test that damages records on purpose, or that leaves out what callers owe: a debug build, which checks what
+// always holds, does not look at the rest of the test. 'what' tells the reader how it is broken.
+void breaks_invariants(const char *what);
 // How often that was done in this process.
 int rigs_started();
 

@@ -1,0 +1,341 @@
+// A debug build ends the process when an operation leaves behind what can never be, and when it is called from a second
+// thread. Each test damages one record and makes a call that has nothing to do with it.
+#include <thread>
+
+#include "core/queue.h"
+#include "support/repository.h"
+
+using namespace rig;
+
+namespace {
+
+struct Invariants : Repository {
+  // The end of the process, and what is said of it. What is damaged here stays so to the end of the test.
+  template <typename Call>
+  static void expect_end_of(Call call, const std::string &sentence) {
+    EXPECT_DEATH(call(), sentence);
+    breaks_invariants("a record is damaged");
+  }
+  static void expect_end(const std::string &sentence) {
+    expect_end_of([] { zar_handle_get_context(0); }, "zar: zar_handle_get_context left invariant " + sentence);
+  }
+  static void expect_no_end() { EXPECT_EQ(zar_handle_get_context(0), nullptr); }
+
+  template <typename Record>
+  static Record *first_of(const queue_head &queue) {
+    return zar::first<Record>(queue);
+  }
+  // A rule of class number 1 under an event of 'policy', and its class-map 'voice'.
+  uint32_t policy = stored_pmap("policy");
+  uint32_t start = event_in(policy, 7);
+  uint32_t voice = stored_cmap("voice");
+  uint32_t first_rule = rule(start, voice, 1);
+};
+
+TEST_F(Invariants, HoldInARepositoryThatNobodyDamaged) {
+  filter_in(voice, "f");
+  action_in(first_rule, "a");
+  target(policy);
+  const uint32_t values = stored_pmtr_map("values");
+  statement(values, 1);
+  statement_action(values, 1, 1, "b");
+  expect_no_end();
+}
+
+TEST_F(Invariants, AreLeftToTestsThatBreakThem) {
+  breaks_invariants("a class-map changes its criteria");
+  at<zar_cmap>(voice)->match_criteria = 3;
+  expect_no_end();
+}
+
+TEST_F(Invariants, TellWhichOperationLeftThemBroken) {
+  at<zar_cmap>(voice)->match_criteria = 3;
+  expect_end_of([&] { zar_get_cmap_if_hidden(voice); },
+                "zar: zar_get_cmap_if_hidden left invariant 1 of zar_cmap broken");
+}
+
+TEST_F(Invariants, TellThatAnOperationBeforeMayHaveLeftThemBroken) {
+  // Many records are not looked at after each operation.
+  for (int i = 0; i < 400; ++i)
+    event_in(policy, 100 + static_cast<uint32_t>(i));
+  at<zar_cmap>(voice)->match_criteria = 3;
+  const auto call_often = [] {
+    for (int i = 0; i < 100; ++i)
+      zar_handle_get_context(0);
+  };
+  EXPECT_DEATH(call_often(),
+               "0x[0-9a-f]+, or what it is, has changed \\(or one of the [0-9]+ operations before it did\\)");
+}
+
+TEST_F(Invariants, AreCheckedWhereverARecordStands) {
+  // Neither in a tree nor in another record.
+  const uint32_t loose = pmap("loose");
+  at<zar_pmap>(loose)->domain_type = 2;
+  expect_end("1 of zar_pmap broken: what names 0x[0-9a-f]+, or what it is, has changed");
+}
+
+TEST_F(Invariants, AreNotAskedOfCallersOwnRecords) {
+  zar_action own = *at<zar_action>(action("a"));
+  own.link = {};
+  own.ref_count = 0;
+  const uint32_t handle = zar_handle_alloc(&own);
+  add_action(first_rule, handle);
+  expect_no_end();
+  zar_remove_action_from_class_action(first_rule, handle);
+}
+
+TEST_F(Invariants, OfClientsArePlacesByTheirIds) {
+  zar_clients_info[1]->clid = 30;
+  expect_end("1 of zar_client_data broken: entry 1 is of the client 30");
+  zar_clients_info[1]->clid = 2;
+}
+
+TEST_F(Invariants, OfClientsAreNoMoreThanTheTableHolds) {
+  zar_allowed_max_clients = 1;
+  expect_end("1 of zar_client_data broken: there are 2 clients in a table for 1");
+  zar_allowed_max_clients = 10;
+}
+
+TEST_F(Invariants, OfDomainsAreNoTwoClaimsOfOne) {
+  zar_register_domain(1, "d1");
+  zar_register_domain(1, "d2");
+  char *claimed = first_of<zar_domain_entry>(zar_domain_list)->domain;
+  claimed[1] = '2';
+  expect_end("1 of zar_domain_entry broken: the domain 'd2' is claimed twice");
+  claimed[1] = '1';
+}
+
+TEST_F(Invariants, OfDatabasesAreRecordsThatLive) {
+  expect_end_of([&] { zar_delete_policy(policy); },
+                "zar_delete_policy left invariant 1 of zar_db broken: "
+                "'pmap_tree' holds a record that is gone");
+}
+
+TEST_F(Invariants, OfDatabasesAreRecordsInOneTree) {
+  database()->cmap_tree->top.parent = &at<zar_pmap>(policy)->node;
+  expect_end("1 of zar_db broken: 0x[0-9a-f]+ stands in 'cmap_tree' and in another place");
+}
+
+TEST_F(Invariants, OfDatabasesAreTargetsInOrderOfTheirHandles) {
+  target(policy, 1);
+  target(policy, 2);
+  target(policy, 3);
+  avl_node *root = db->target_tree->top.parent;
+  std::swap(root->left, root->right);
+  expect_end("2 of zar_db broken: 0x[0-9a-f]+ stands behind 0x[0-9a-f]+ in 'target_tree'");
+}
+
+TEST_F(Invariants, OfListsAreCountsOfTheirElements) {
+  ++at<zar_pmap>(policy)->rule_list.count;
+  expect_end("2 of zar_pmap broken: 'rule_list' of 0x[0-9a-f]+ does not hold the 2 elements that it counts");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreEventsInARuleListOfEvents) {
+  at<zar_pmap>(policy)->rule_list.head = at<zar_class_action>(first_rule);
+  expect_end("2 of zar_pmap broken: 'rule_list' of 0x[0-9a-f]+ holds 0x[0-9a-f]+, a record of another kind");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreEventsInOrderOfAddition) {
+  event_in(policy, 8);
+  auto *list = &at<zar_pmap>(policy)->rule_list;
+  auto *moved = zar::take_first<zar_event_tuple>(*list);
+  zar::append(*list, moved);
+  expect_end("2 of zar_pmap broken: 0x[0-9a-f]+ stands in 'rule_list' of 0x[0-9a-f]+ behind what was added later");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreDifferentIdsOfTheirEvents) {
+  at<zar_event_tuple>(event_in(policy, 8))->event_context->event_id = 7;
+  expect_end("2 of zar_pmap broken: two events of 0x[0-9a-f]+ have the id 7");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreAsManyReferencesAsUses) {
+  ++first_of<zar_pmap_cmap_ref>(at<zar_pmap>(policy)->cmap_refs)->ref_count;
+  expect_end("3 of zar_pmap broken: 0x[0-9a-f]+ counts 2 uses of the class-map 0x[0-9a-f]+, and there are 1");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreReferencesToAllThatIsUsed) {
+  auto *list = &at<zar_pmap>(policy)->cmap_refs;
+  zar::take_first<zar_pmap_cmap_ref>(*list);
+  expect_end("3 of zar_pmap broken: 0x[0-9a-f]+ does not count its uses of the class-map 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreReferencesToEachClassMapOnce) {
+  rule(start, stored_cmap("two"), 2);
+  const uint32_t third = stored_cmap("three");
+  rule(start, third, 3);
+  const auto &list = at<zar_pmap>(policy)->cmap_refs;
+  first_of<zar_pmap_cmap_ref>(list)->cmap = at<zar_cmap>(third);
+  first_of<zar_pmap_cmap_ref>(list)->ref_count = 1;
+  expect_end("3 of zar_pmap broken: 0x[0-9a-f]+ stands twice in 'cmap_refs' of 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreTargetsNamedOnce) {
+  target(policy, 1);
+  const uint32_t second = target(policy, 2);
+  first_of<zar_pmap_target_ref>(at<zar_pmap>(policy)->target_refs)->target = at<zar_target>(second);
+  expect_end("4 of zar_pmap broken: 0x[0-9a-f]+ stands twice in 'target_refs' of 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfEventsAreThePolicyMapsThatHoldThem) {
+  at<zar_event_tuple>(start)->pmap = nullptr;
+  expect_end("1 of zar_event_tuple broken: 0x[0-9a-f]+ stands in 'rule_list' of 0x[0-9a-f]+ and does not name it");
+}
+
+TEST_F(Invariants, OfEventsAreNoPolicyMapsThatDoNotHoldThem) {
+  at<zar_event_tuple>(event(9))->pmap = at<zar_pmap>(policy);
+  expect_end("1 of zar_event_tuple broken: 0x[0-9a-f]+ names a policy-map in whose 'rule_list' it does not stand");
+}
+
+TEST_F(Invariants, OfEventsAreOneListThatHoldsThem) {
+  const uint32_t other = pmap("other");
+  zar::append(at<zar_pmap>(other)->rule_list, at<zar_event_tuple>(start));
+  expect_end("1 of zar_event_tuple broken: 0x[0-9a-f]+ stands in 'rule_list' of 0x[0-9a-f]+ and in another place");
+}
+
+TEST_F(Invariants, OfEventsAreRulesInOrderOfTheirClassNumbers) {
+  rule(start, voice, 2);
+  at<zar_class_action>(first_rule)->class_num = 3;
+  expect_end("2 of zar_event_tuple broken: class number 2 stands behind 3 in the event 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfEventsAreEqualClassNumbersInOrderOfAddition) {
+  rule(start, voice, 1);
+  auto *list = &at<zar_event_tuple>(start)->class_actions;
+  auto *moved = zar::take_first<zar_class_action>(*list);
+  zar::append(*list, moved);
+  expect_end("2 of zar_event_tuple broken: 0x[0-9a-f]+ stands in front of 0x[0-9a-f]+, which was added first");
+}
+
+TEST_F(Invariants, OfRulesAreOneListThatHoldsThem) {
+  zar::append(at<zar_event_tuple>(event(9))->class_actions, at<zar_class_action>(first_rule));
+  expect_end("1 of zar_class_action broken: 0x[0-9a-f]+ stands in 'class_actions' of 0x[0-9a-f]+ and in another place");
+}
+
+TEST_F(Invariants, OfRulesAreActionsThatLive) {
+  const uint32_t action = action_in(first_rule, "a");
+  expect_end_of([&] { zar_delete_action(action); },
+                "2 of zar_class_action broken: 'actions' of 0x[0-9a-f]+ holds a record that is gone");
+}
+
+TEST_F(Invariants, OfRulesAreClassMapsThatLive) {
+  auto *used = at<zar_cmap>(voice);
+  zar::take_first<zar_pmap_cmap_ref>(at<zar_pmap>(policy)->cmap_refs);
+  zar::take_first<zar_cmap_pmap_ref>(used->pmap_refs);
+  expect_end_of([&] { zar_delete_stored_class(1, voice); },
+                "3 of zar_class_action broken: the class-map of 0x[0-9a-f]+, which "
+                "0x[0-9a-f]+ uses, is gone");
+}
+
+TEST_F(Invariants, OfClassMapsAreTheirNames) {
+  at<zar_cmap>(voice)->hash_str = nullptr;
+  expect_end("1 of zar_cmap broken: what names 0x[0-9a-f]+, or what it is, has changed");
+}
+
+TEST_F(Invariants, OfClassMapsAreReferencesFromThoseWhoUseThem) {
+  zar::take_first<zar_cmap_pmap_ref>(at<zar_cmap>(voice)->pmap_refs);
+  expect_end(
+      "2 of zar_cmap broken: 0x[0-9a-f]+ has the class-map 0x[0-9a-f]+ in 'cmap_refs' and is not in its 'pmap_refs'");
+}
+
+TEST_F(Invariants, OfClassMapsAreNoReferencesFromThoseWhoDoNotUseThem) {
+  first_of<zar_cmap_pmap_ref>(at<zar_cmap>(voice)->pmap_refs)->pmap = at<zar_pmap>(pmap("other"));
+  expect_end("2 of zar_cmap broken: 0x[0-9a-f]+ is in 'pmap_refs' of 0x[0-9a-f]+ and does not use it");
+}
+
+TEST_F(Invariants, OfClassMapsAreReferencesToEachPolicyMapOnce) {
+  const uint32_t other = pmap("other");
+  rule(event_in(other, 1), voice);
+  first_of<zar_cmap_pmap_ref>(at<zar_cmap>(voice)->pmap_refs)->pmap = at<zar_pmap>(other);
+  expect_end("2 of zar_cmap broken: 0x[0-9a-f]+ stands twice in 'pmap_refs' of 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfClassMapsAreFiltersThatLive) {
+  const uint32_t filter = filter_in(voice, "f");
+  expect_end_of([&] { zar_delete_filter(filter); },
+                "3 of zar_cmap broken: 'filters' of 0x[0-9a-f]+ holds a record that is gone");
+}
+
+TEST_F(Invariants, OfReferencesThatCouldNotBeHadAreLessThanUses) {
+  const uint32_t other = stored_cmap("two");
+  runtime::fail_request(runtime::Service::record, 2);
+  uint32_t out = 0;
+  zar_add_class_to_event(start, other, 0, 2, &out);
+  runtime::clear_faults();
+  EXPECT_EQ(cmap_refs_of(policy).size(), 1U);
+  expect_no_end();
+}
+
+TEST_F(Invariants, OfActionsAreAtLeastOneReference) {
+  at<zar_action>(action("a"))->ref_count = 0;
+  expect_end("1 of zar_action broken: 0x[0-9a-f]+ counts 0 references and stands in 0 lists");
+}
+
+TEST_F(Invariants, OfActionsAreReferencesForAllListsThatHoldThem) {
+  const uint32_t shared = action_in(first_rule, "a");
+  expect_end_of([&] { zar_add_action_to_rule(first_rule, shared); },
+                "1 of zar_action broken: 0x[0-9a-f]+ counts 1 references and "
+                "stands in 2 lists");
+}
+
+TEST_F(Invariants, OfActionsAreTheirFunctions) {
+  at<zar_action>(action("a"))->action_str_fn = nullptr;
+  expect_end("2 of zar_action broken: a function of 0x[0-9a-f]+ that is required is missing");
+}
+
+TEST_F(Invariants, OfFiltersAreTheirFunctions) {
+  at<zar_filter>(filter("f"))->filter_eval_fn = nullptr;
+  expect_end("1 of zar_filter broken: a function of 0x[0-9a-f]+ is missing");
+}
+
+TEST_F(Invariants, OfTargetsAreTheirHandles) {
+  at<zar_target>(target(policy))->handle = 77;
+  expect_end("1 of zar_target broken: the key of 0x[0-9a-f]+ has become 0x4d");
+}
+
+TEST_F(Invariants, OfTargetsAreWhatIsActiveOnThem) {
+  zar::take_first<zar_target_pmap>(at<zar_target>(target(policy))->active_pmaps);
+  expect_end(
+      "2 of zar_target broken: 0x[0-9a-f]+ has the target 0x[0-9a-f]+ in 'target_refs' and is not in its "
+      "'active_pmaps'");
+}
+
+TEST_F(Invariants, OfTargetsAreThoseWhoAreActiveOnThem) {
+  target(policy);
+  zar::take_first<zar_pmap_target_ref>(at<zar_pmap>(policy)->target_refs);
+  expect_end("2 of zar_target broken: 0x[0-9a-f]+ is in 'active_pmaps' of 0x[0-9a-f]+ and has it not in 'target_refs'");
+}
+
+TEST_F(Invariants, OfTargetsAreEmptyReservedQueues) {
+  at<zar_target>(target(policy))->reserved_queue.count = 1;
+  expect_end("3 of zar_target broken: 'reserved_queue' of 0x[0-9a-f]+ is not empty");
+}
+
+TEST_F(Invariants, OfParameterMapsAreTheirNames) {
+  at<zar_pmtr_map>(pmtr_map("values"))->domain_type = 2;
+  expect_end("1 of zar_pmtr_map broken: what names 0x[0-9a-f]+, or what it is, has changed");
+}
+
+TEST_F(Invariants, OfParameterMapsAreStatementsInOrder) {
+  const uint32_t values = pmtr_map("values");
+  statement(values, 1);
+  statement(values, 2);
+  statement_of(values, 1)->map_index = 5;
+  expect_end("2 of zar_pmtr_map broken: map-index 2 stands behind 5 in 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfStatementsAreActionsInOrder) {
+  const uint32_t values = pmtr_map("values");
+  statement(values, 1);
+  const uint32_t action = statement_action(values, 1, 1, "a");
+  statement_action(values, 1, 2, "b");
+  at<zar_action>(action)->action_num = 3;
+  expect_end("1 of zar_pmtr_map_stmt broken: action number 2 stands behind 3 in statement 1 of 0x[0-9a-f]+");
+}
+
+TEST_F(Invariants, OfCallsAreOneThread) {
+  const auto call_from_elsewhere = [] { std::thread([] { zar_handle_get_context(0); }).join(); };
+  EXPECT_DEATH(call_from_elsewhere(),
+               "zar: zar_handle_get_context was called from another thread than the first operation");
+}
+
+}  // namespace
