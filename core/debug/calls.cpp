@@ -23,9 +23,10 @@ namespace zar::debug {
 
 namespace {
 
-// Up to so many records there is a pass after every operation; above, one for this many records in the repository.
+// Up to so many records there is a pass after every operation. What is above makes passes rarer: one more operation goes
+// by without a pass for this many records.
 constexpr uint32_t kAlwaysChecked = 256;
-constexpr uint32_t kRecordsAnOperation = 32;
+constexpr uint32_t kRecordsAnOperation = 8;
 constexpr int kStandardError = 2;
 
 bool wanted;
@@ -48,7 +49,7 @@ const char *name_of_operation() {
 
 bool pass_is_due() {
   uint32_t live = live_count();
-  return live <= kAlwaysChecked || unchecked_calls >= live / kRecordsAnOperation;
+  return live <= kAlwaysChecked || unchecked_calls > (live - kAlwaysChecked) / kRecordsAnOperation;
 }
 
 void check() {

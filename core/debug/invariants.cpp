@@ -38,15 +38,10 @@ Record &record_of(const Note &note) {
   return *static_cast<Record *>(note.record);
 }
 
-// The record is orphaned: its handle outlived it.
-bool is_orphan(const Note &note) {
-  return kinds::of(note.handle) != note.kind;
-}
-
 template <class Visit>
 void for_each_live(Visit visit) {
   for (uint32_t place = 0; place < live_count(); ++place)
-    if (Note &note = live(place); !is_orphan(note)) visit(note);
+    visit(live(place));
 }
 template <class Record, class Visit>
 void for_each_live_record(Visit visit) {
