@@ -39,9 +39,16 @@ string(REGEX REPLACE "/$" "" ZAR_PC_TO_PREFIX "${ZAR_PC_TO_PREFIX}")
 configure_file(cmake/zar.pc.in ${zar_generated}/zar.pc @ONLY)
 install(FILES ${zar_generated}/zar.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development FILES_MATCHING PATTERN "*.md"
-  PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
 install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+# The page that leads to the documents lies among them once they are installed.
+set(zar_readme ${zar_generated}/README.md)
+file(READ README.md zar_readme_text)
+string(REPLACE "](docs/" "](" zar_readme_text "${zar_readme_text}")
+file(WRITE ${zar_readme} "${zar_readme_text}")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
+install(FILES ${zar_readme} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 # Made by the target api-docs.
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/html DESTINATION ${CMAKE_INSTALL_DOCDIR}/api
   COMPONENT development OPTIONAL)

@@ -11,6 +11,11 @@ set(CPACK_COMPONENTS_ALL library development tools)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake)
+set(CPACK_ZAR_SOURCE_DIR ${PROJECT_SOURCE_DIR})
+
+# Each package has a summary of its own, the first line of its description.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 # Whoever links the library learns which package brings it.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
@@ -22,24 +27,25 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libzar${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
-set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "policy rule repository, the library
- Keeps the policy objects of a router's subscribers and interfaces in memory.
- It imports its platform runtime and engine from the daemon that loads it.")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "policy rule repository (library)
+Keeps the policy objects of a router's subscribers and interfaces in memory.
+It imports its platform runtime and engine from the daemon that loads it.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzar-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzar${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS zar-tools)
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "policy rule repository, for developers
- Headers, pkg-config and CMake files, the documentation, and the program that
- checks a platform runtime, to be linked with it.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "policy rule repository (development files)
+Headers, pkg-config and CMake files, the documentation, and the program that
+checks a platform runtime, to be linked with it.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zar-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libzar${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "policy rule repository, the command
- The policy simulator zar, the runtime and the engine that stand in for a
- daemon's, and examples.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "policy rule repository (command)
+The policy simulator zar, the runtime and the engine that stand in for a
+daemon's, and examples.")
 
 include(CPack)

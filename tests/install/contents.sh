@@ -15,10 +15,11 @@ holds() {
 holds "$libdir/libzar.so" "$libdir/libzar.so.1" "$libdir/libzar.so.$version" "$libdir/libzarplatformcheck.a" \
   "$libdir/pkgconfig/zar.pc" "$libdir/cmake/zar/zarConfig.cmake" "$libdir/cmake/zar/zarConfigVersion.cmake" \
   "$libdir/cmake/zar/zarTargets.cmake" "$libdir/zar/libzarplatform.so" "$libdir/zar/libzarengine.so" \
-  bin/zar bin/zar-platform-check share/man/man1/zar.1 share/man/man3/zar.3 \
+  bin/zar bin/zar-platform-check share/man/man1/zar.1 share/man/man1/zar-platform-check.1 share/man/man3/zar.3 \
   share/man/man5/zar-policy.5 share/zar/schema/policy.json share/bash-completion/completions/zar \
   share/zsh/vendor-completions/_zar \
-  share/doc/zar/embedding.md share/doc/zar/abi.md share/doc/zar/platform.md share/doc/zar/CHANGELOG.md
+  share/doc/zar/README.md share/doc/zar/embedding.md share/doc/zar/abi.md share/doc/zar/platform.md \
+  share/doc/zar/CHANGELOG.md
 
 # Every header and every example of the sources is there, and nothing else stands among the headers.
 for file in "$root"/include/zar/*.h; do holds "include/zar/$(basename "$file")"; done
@@ -33,6 +34,12 @@ done
 wanted=$(cd "$root" && ls include/zar/*.h platform/*.h | wc -l)
 found=$(find "$prefix/include" -type f | wc -l)
 test "$wanted" -eq "$found" || fail "$found files among the headers instead of $wanted"
+
+# The documents lead to each other and to their pictures.
+astray=$(cd "$prefix/share/doc/zar" && grep -oE '\]\([^):#]+' ./*.md | sed 's/:](/ /' | while read -r page link; do
+  test -e "$link" || echo "$page leads to $link"
+done)
+test -z "$astray" || fail "$astray"
 
 # Nothing leads back to where it was built.
 for file in "$prefix/$libdir/pkgconfig/zar.pc" "$prefix/$libdir"/cmake/zar/*; do

@@ -40,14 +40,19 @@ depends() {
 for package in libzar1 libzar-dev zar-tools; do
   list "$package" > "$scratch/$package"
   test "$(field "$package" Version)" = "$version" || fail "$package has the version $(field "$package" Version)"
+  holds "$package" "usr/share/doc/$package/copyright" "usr/share/doc/$package/changelog.gz"
+  field "$package" Description | head -n 1 | grep -q '^policy rule repository (' ||
+    fail "$package is summed up as '$(field "$package" Description | head -n 1)'"
 done
 
-# The library alone, ready for a daemon: nothing else in it.
-test "$(cat "$scratch/libzar1")" = "usr/$libdir/libzar.so.1
+# The library alone, ready for a daemon: nothing else in it but what every package tells about itself.
+test "$(grep -v '^usr/share/doc/libzar1/' "$scratch/libzar1")" = "usr/$libdir/libzar.so.1
 usr/$libdir/libzar.so.$version" || { cat "$scratch/libzar1"; fail "libzar1 holds more or less than the library"; }
 depends libzar1 libc6
 dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./shlibs | grep -q '^libzar 1 libzar1' ||
   fail "libzar1 does not tell which package brings libzar.so.1"
+dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./triggers | grep -qx 'activate-noawait ldconfig' ||
+  fail "libzar1 does not have the loader's cache renewed"
 dpkg-deb --fsys-tarfile "$(file_of libzar1)" | tar -xO "./usr/$libdir/libzar.so.$version" > "$scratch/library"
 if readelf -S "$scratch/library" | grep -q '\.debug_info'; then fail "the packaged library is not stripped"; fi
 
@@ -55,13 +60,15 @@ holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar
   usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
   "usr/$libdir/pkgconfig/zar.pc" "usr/$libdir/cmake/zar/zarConfig.cmake" \
   "usr/$libdir/cmake/zar/zarConfigVersion.cmake" "usr/$libdir/cmake/zar/zarTargets.cmake" \
-  'usr/share/man/man3/zar\.3' usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md \
+  'usr/share/man/man3/zar\.3\.gz' usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md \
+  usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md usr/share/doc/zar/performance/names.svg \
   usr/share/doc/zar/api/html/index.html
 depends libzar-dev "libzar1 (= $version)"
 
 holds zar-tools usr/bin/zar usr/bin/zar-platform-check "usr/$libdir/zar/libzarplatform.so" \
   "usr/$libdir/zar/libzarengine.so" 'usr/share/doc/zar/examples/[a-z-]*\.yaml' \
-  usr/share/doc/zar/examples/embed/daemon.c 'usr/share/man/man1/zar\.1' 'usr/share/man/man5/zar-policy\.5' \
+  usr/share/doc/zar/examples/embed/daemon.c 'usr/share/man/man1/zar\.1\.gz' \
+  'usr/share/man/man1/zar-platform-check\.1\.gz' 'usr/share/man/man5/zar-policy\.5\.gz' \
   usr/share/zar/schema/policy.json usr/share/bash-completion/completions/zar usr/share/zsh/vendor-completions/_zar
 depends zar-tools "libzar1 (= $version)"
 

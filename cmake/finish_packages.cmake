@@ -1,0 +1,14 @@
+# Brings the trees that become Debian packages into the form that Debian wants: cpack runs it before it packs them. Each
+# package tells about its changes and its copyright, and manual pages are compressed.
+find_program(gzip gzip REQUIRED)
+
+foreach(component ${CPACK_COMPONENTS_ALL})
+  string(TOUPPER ${component} COMPONENT)
+  set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component}${CPACK_PACKAGING_INSTALL_PREFIX})
+  set(documents ${root}/share/doc/${CPACK_DEBIAN_${COMPONENT}_PACKAGE_NAME})
+  file(COPY ${CPACK_ZAR_SOURCE_DIR}/cmake/copyright DESTINATION ${documents})
+  file(COPY_FILE ${CPACK_ZAR_SOURCE_DIR}/CHANGELOG.md ${documents}/changelog)
+  file(GLOB pages ${root}/share/man/man?/*.[1-9])
+  # Without a name and a time, the same files make the same packages.
+  execute_process(COMMAND ${gzip} -9 -n ${documents}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
