@@ -100,6 +100,7 @@ class CheckCommand final : public Command {
   }
 
   int run() override {
+    if (!name_stdin_once(paths_)) return kUsage;
     Json files = Json::array();
     const int code = paths_.size() == 1 ? run_one(files) : run_several(files);
     if (json_) {

@@ -259,6 +259,7 @@ class DiffCommand final : public Command {
   }
 
   int run() override {
+    if (!name_stdin_once({before_, after_, scenario_})) return kUsage;
     const std::optional<PolicyFile> before = load_file(before_);
     const std::optional<PolicyFile> after = load_file(after_);
     std::optional<PolicyFile> scenario;

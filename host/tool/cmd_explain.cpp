@@ -30,7 +30,7 @@ class ExplainCommand final : public Command {
     app_->add_option("--level", level_, "How much to show: decision, rules or filters")
         ->type_name("LEVEL")
         ->capture_default_str()
-        ->check(CLI::IsMember({"decision", "rules", "filters"}));
+        ->check(one_of({"decision", "rules", "filters"}));
     app_->add_flag("--json", json_, "Write one JSON object");
     app_->footer(
         "Shows which policy-maps, rules, classes and filters were tried, what held, what\n"

@@ -1,8 +1,10 @@
-// zar run: runs the scenario of a policy file, or events given on the command line, and shows what happens.
+// zar run: runs the scenarios of policy files, or events given on the command line, and shows what happens.
+#include <algorithm>
 #include <iostream>
 
 #include "tool/account/account_json.h"
 #include "tool/account/recorder.h"
+#include "tool/apart.h"
 #include "tool/arguments.h"
 #include "tool/command.h"
 #include "tool/exit_codes.h"
@@ -46,48 +48,113 @@ Json attributes_json(uint32_t target) {
   return object;
 }
 
+// A good file, and the events to raise on it.
+struct Prepared {
+  PolicyFile file;
+  std::vector<Step> given;  // on the command line; none: those of the scenario
+
+  const std::vector<Step> &steps() const { return given.empty() ? file.scenario : given; }
+};
+
 class RunCommand final : public Command {
  public:
   void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("run", "Run the scenario of a policy file");
-    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
-    app_->add_option("--event", events_, "An event to raise instead of the file's scenario; may be given several times")
+    app_ = program.add_subcommand("run", "Run the scenario of policy files");
+    app_->add_option("FILE", paths_, "Policy files; - is standard input")->required();
+    app_->add_option("--event", events_, "An event to raise instead of a file's scenario; may be given several times")
         ->type_name("NAME@TARGET")
         ->allow_extra_args(false);
     app_->add_option("--trace", trace_, "Show the library's own messages on standard error: error, or info for all")
         ->type_name("LEVEL")
-        ->check(CLI::IsMember({"error", "info"}));
+        ->check(one_of({"error", "info"}));
     app_->add_flag("--json", json_, "Write one JSON object");
     app_->footer(
         "Shows for each event which rules matched and what their actions did, then the\n"
-        "library's listings with counters.\n\n"
+        "library's listings with counters. Of several files each has a repository of its own.\n\n"
         "Examples:\n"
         "  zar run examples/broadband.yaml\n"
         "  zar run policy.yaml --event session-start@line-1 --event session-stop@line-1\n"
         "  zar run policy.yaml --trace error\n"
+        "  zar run examples/*.yaml\n"
         "  zar run policy.yaml --json");
   }
 
   int run() override {
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
-    const std::optional<std::vector<Step>> given = given_steps(*file);
-    if (!given) return kUsage;
-
+    if (!name_stdin_once(paths_)) return kUsage;
     show_trace(trace_);
-    Repository repository(*file);
+    return paths_.size() == 1 ? run_one() : run_several();
+  }
+
+ private:
+  int run_one() const {
+    std::optional<Prepared> prepared;
+    int code = prepare(paths_[0], prepared);
+    if (code == kUsage) return code;
+    std::optional<JsonStream> files = begin_files();
+    if (prepared) code = play(*prepared, files);
+    end_files(files, prepared ? Json::array() : Json::array({paths_[0]}));
+    return code;
+  }
+
+  int run_several() const {
+    int worst = kSuccess;
+    Json bad_files = Json::array();
+    std::optional<JsonStream> files = begin_files();
+    for (const std::string &path : paths_) {
+      const Apart apart = run_apart(path, [&](std::ostream &answer) {
+        std::optional<Prepared> prepared;
+        const int code = prepare(path, prepared);
+        if (!prepared) return code;
+        // The parent does not see what is written, only that it is.
+        answer << "played";
+        if (!json_) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
+        return play(*prepared, files);
+      });
+      worst = std::max(worst, apart.code);
+      if (apart.answer.empty()) {
+        bad_files.push_back(path);
+      } else if (files) {
+        files->note_element();
+      }
+    }
+    end_files(files, std::move(bad_files));
+    return worst;
+  }
+
+  std::optional<JsonStream> begin_files() const {
+    if (!json_) return std::nullopt;
+    return JsonStream(std::cout, begin_json("run"), "files");
+  }
+
+  static void end_files(std::optional<JsonStream> &files, Json bad_files) {
+    if (!files) return;
+    Json tail;
+    tail["bad_files"] = std::move(bad_files);
+    files->end(tail);
+  }
+
+  // Answers an exit code, and 'prepared' if it is a good one.
+  int prepare(const std::string &path, std::optional<Prepared> &prepared) const {
+    std::optional<PolicyFile> file = load_file(path);
+    if (!file) return kBadFile;
+    std::optional<std::vector<Step>> given = given_steps(*file);
+    if (!given) return kUsage;
+    prepared.emplace(Prepared{std::move(*file), std::move(*given)});
+    return kSuccess;
+  }
+
+  int play(const Prepared &prepared, std::optional<JsonStream> &files) const {
+    Repository repository(prepared.file);
     if (repository.build()) {
-      const std::vector<Step> &steps = events_.empty() ? file->scenario : *given;
-      if (json_) {
-        write_json(*file, repository, steps);
+      if (files) {
+        write_json(prepared, repository, *files);
       } else {
-        write_text(*file, repository, steps);
+        write_text(prepared, repository);
       }
     }
     return finish(repository);
   }
 
- private:
   // The events of the command line; nothing when one of them is wrong.
   std::optional<std::vector<Step>> given_steps(const PolicyFile &file) const {
     std::vector<Step> steps;
@@ -100,30 +167,31 @@ class RunCommand final : public Command {
     return good ? std::optional(std::move(steps)) : std::nullopt;
   }
 
-  void write_text(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) const {
+  void write_text(const Prepared &prepared, const Repository &repository) const {
     Narrator narrator(std::cout);
     engine::observe(&narrator);
-    Progress progress(steps.size());
+    Progress progress(prepared.steps().size());
     size_t number = 0;
-    for (const Step &step : steps) {
+    for (const Step &step : prepared.steps()) {
       show_step(++number, step);
-      run_step(file, repository, step);
+      run_step(prepared.file, repository, step);
       progress.step();
       // Messages of the library go elsewhere; they should meet the event that they belong to.
       if (!trace_.empty()) std::cout.flush();
     }
     engine::observe(nullptr);
-    std::cout << listings(file, repository);
+    std::cout << listings(prepared.file, repository);
   }
 
-  static void write_json(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) {
-    Json head = begin_json("run");
+  static void write_json(const Prepared &prepared, const Repository &repository, JsonStream &files) {
+    const PolicyFile &file = prepared.file;
+    Json head;
     head["file"] = file.path;
-    JsonStream stream(std::cout, head, "events");
+    JsonStream stream(std::cout, head, "events", files.begin_element());
     const Recorder recorder(file);
-    Progress progress(steps.size());
+    Progress progress(prepared.steps().size());
     size_t number = 0;
-    for (const Step &step : steps) {
+    for (const Step &step : prepared.steps()) {
       const engine::Outcome outcome = run_step(file, repository, step);
       Json event;
       event["number"] = ++number;
@@ -137,7 +205,7 @@ class RunCommand final : public Command {
     stream.end(Json());
   }
 
-  std::string path_;
+  std::vector<std::string> paths_;
   std::vector<std::string> events_;
   std::string trace_;
   bool json_ = false;

@@ -72,7 +72,7 @@ void tell_test(const PolicyFile &file, const TestOutcome &outcome, const EventAc
 
 void tell_part(const PolicyFile &file, const std::string &name, const std::string &verb, const Coverage::Part &part,
                std::string &summary, std::string &missed, Json &json) {
-  summary += text_of("  ", part.covered, " of ", part.total, " ", name, " ", verb, "\n");
+  if (part.total > 0) summary += text_of("  ", part.covered, " of ", part.total, " ", name, " ", verb, "\n");
   Json object;
   object["covered"] = part.covered;
   object["total"] = part.total;
@@ -129,23 +129,22 @@ class TestCommand final : public Command {
         "  zar test examples/*.yaml --min-coverage 80");
   }
 
-  int run() override { return paths_.size() == 1 ? run_one() : run_several(); }
+  int run() override {
+    if (!name_stdin_once(paths_)) return kUsage;
+    return paths_.size() == 1 ? run_one() : run_several();
+  }
 
  private:
   int run_one() const {
     Told told;
     const int code = test(paths_[0], told);
-    if (code == kBadFile || code == kInternal) return code;
-    if (!json_) {
+    if (code == kBadFile || code == kInternal) {
+      if (json_) write_json(0, 0, Json::array({paths_[0]}), Json::array());
+    } else if (json_) {
+      write_json(told.passed, told.failed, Json::array(), Json::array({std::move(told.json)}));
+    } else {
       std::cout << told.text;
-      return code;
     }
-    Json object = begin_json("test");
-    object["passed"] = told.passed;
-    object["failed"] = told.failed;
-    object["bad_files"] = Json::array();
-    object["files"] = Json::array({std::move(told.json)});
-    print_json(std::cout, object);
     return code;
   }
 
@@ -169,16 +168,20 @@ class TestCommand final : public Command {
       files.push_back(std::move(told["json"]));
     }
     if (json_) {
-      Json object = begin_json("test");
-      object["passed"] = passed;
-      object["failed"] = failed;
-      object["bad_files"] = std::move(bad_files);
-      object["files"] = std::move(files);
-      print_json(std::cout, object);
+      write_json(passed, failed, std::move(bad_files), std::move(files));
     } else {
       std::cout << text_of("all files: ", passed, " passed, ", failed, " failed\n");
     }
     return worst;
+  }
+
+  static void write_json(size_t passed, size_t failed, Json bad_files, Json files) {
+    Json object = begin_json("test");
+    object["passed"] = passed;
+    object["failed"] = failed;
+    object["bad_files"] = std::move(bad_files);
+    object["files"] = std::move(files);
+    print_json(std::cout, object);
   }
 
   int answer_for(const std::string &path, std::ostream &answer) const {

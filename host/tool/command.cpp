@@ -2,7 +2,21 @@
 
 #include <algorithm>
 
+#include "tool/policy/text.h"
+
 namespace tool {
+
+CLI::Validator one_of(std::vector<std::string> words) {
+  std::string described = "{" + comma_separated({words.begin(), words.end()}) + "}";
+  const auto check = [words = std::move(words)](const std::string &word) -> std::string {
+    if (std::find(words.begin(), words.end(), word) != words.end()) return {};
+    const std::vector<std::string_view> known(words.begin(), words.end());
+    const std::string_view near = nearest(word, known);
+    return text_of("'", word, "' is none of ", comma_separated(known),
+                   near.empty() ? "" : text_of("; did you mean '", near, "'?"));
+  };
+  return {check, std::move(described)};
+}
 
 std::vector<std::string_view> command_names(const CLI::App &program) {
   std::vector<std::string_view> names;

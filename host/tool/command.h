@@ -24,6 +24,9 @@ class Command {
   CLI::App *app_ = nullptr;
 };
 
+// Takes one of these words; of another one the word is told that was probably meant.
+CLI::Validator one_of(std::vector<std::string> words);
+
 // The names of all sub-commands, good as long as the program.
 std::vector<std::string_view> command_names(const CLI::App &program);
 // NULL when there is no such sub-command.

@@ -11,21 +11,26 @@ std::string dumped(const Json &value) {
   return value.dump(kIndent, ' ', false, Json::error_handler_t::replace);
 }
 
+std::string indent(size_t depth) {
+  return std::string(depth * kIndent, ' ');
+}
+
 // As 'depth' levels inside of something else. A line end inside of a text is escaped, so each one here is the layout's.
 std::string dumped_inside(const Json &value, size_t depth) {
-  const std::string indent(depth * kIndent, ' ');
-  std::string text = indent;
+  std::string text = indent(depth);
   for (const char character : dumped(value)) {
     text += character;
-    if (character == '\n') text += indent;
+    if (character == '\n') text += indent(depth);
   }
   return text;
 }
 
-// The members of an object with what goes around it left out.
-std::string members_of(const Json &object) {
-  const std::string text = dumped(object);
-  return object.empty() ? "" : text.substr(1, text.size() - 3);
+// The members of an object at this depth with what goes around them left out.
+std::string members_of(const Json &object, size_t depth) {
+  if (object.empty()) return {};
+  const std::string text = dumped_inside(object, depth);
+  const size_t first = text.find('\n');
+  return text.substr(first, text.rfind('\n') - first);
 }
 
 }  // namespace
@@ -41,18 +46,26 @@ void print_json(std::ostream &out, const Json &object) {
   out << dumped(object) << '\n';
 }
 
-JsonStream::JsonStream(std::ostream &out, const Json &head, std::string_view list) : out_(&out) {
-  *out_ << '{' << members_of(head) << ",\n" << std::string(kIndent, ' ') << Json(list) << ": [";
+JsonStream::JsonStream(std::ostream &out, const Json &head, std::string_view list, size_t depth)
+    : out_(&out), depth_(depth) {
+  *out_ << indent(depth_) << '{' << members_of(head, depth_) << ",\n" << indent(depth_ + 1) << Json(list) << ": [";
 }
 
 void JsonStream::add(const Json &element) {
-  *out_ << (empty_ ? "\n" : ",\n") << dumped_inside(element, 2);
+  const size_t depth = begin_element();
+  *out_ << dumped_inside(element, depth);
+}
+
+size_t JsonStream::begin_element() {
+  *out_ << (empty_ ? "\n" : ",\n");
   empty_ = false;
+  return depth_ + 2;
 }
 
 void JsonStream::end(const Json &tail) {
-  if (!empty_) *out_ << '\n' << std::string(kIndent, ' ');
-  *out_ << ']' << (tail.empty() ? "" : ",") << members_of(tail) << "\n}\n";
+  if (!empty_) *out_ << '\n' << indent(depth_ + 1);
+  *out_ << ']' << (tail.empty() ? "" : ",") << members_of(tail, depth_) << '\n' << indent(depth_) << '}';
+  if (depth_ == 0) *out_ << '\n';
 }
 
 void add_place(Json &object, Place place) {

@@ -1,8 +1,10 @@
 #include "tool/load_file.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include "tool/policy/load.h"
+#include "tool/report.h"
 
 namespace tool {
 
@@ -18,6 +20,12 @@ std::optional<PolicyFile> load_file(const std::string &path) {
   Loaded loaded = load_path(path);
   std::cerr << render(loaded.diagnostics, loaded.source);
   return std::move(loaded.file);
+}
+
+bool name_stdin_once(const std::vector<std::string> &paths) {
+  if (std::count(paths.begin(), paths.end(), "-") <= 1) return true;
+  complain("standard input can be only one of the files");
+  return false;
 }
 
 }  // namespace tool

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tool/policy/model.h"
 #include "tool/policy/source.h"
@@ -20,5 +21,8 @@ Loaded load_path(const std::string &path);
 
 // The same for those who need the good ones only: what is wrong goes to standard error.
 std::optional<PolicyFile> load_file(const std::string &path);
+
+// Whether standard input, which can be read but once, stands at most once among the paths. Complains when it does not.
+bool name_stdin_once(const std::vector<std::string> &paths);
 
 }  // namespace tool

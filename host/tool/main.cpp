@@ -42,6 +42,12 @@ int complain_about_command(const CLI::App &program, const std::string &word) {
   return tool::kUsage;
 }
 
+int complain_about_missing_command() {
+  tool::complain("a command is missing");
+  std::cerr << "Run zar --help for the commands.\n";
+  return tool::kUsage;
+}
+
 // The command whose options the command line could give: the sub-command, if there is one.
 const CLI::App &asked_for(const CLI::App &program) {
   const std::vector<const CLI::App *> parsed =
@@ -49,13 +55,16 @@ const CLI::App &asked_for(const CLI::App &program) {
   return parsed.empty() ? program : *parsed[0];
 }
 
+bool looks_like_option(const std::string &argument) {
+  return argument.size() > 1 && argument[0] == '-' && !std::isdigit(argument[1]);
+}
+
 // The first argument that looks like an option and is none.
 std::string unknown_option(const CLI::App &command, const std::vector<std::string> &arguments) {
   for (const std::string &argument : arguments) {
     if (argument == "--") break;
-    const bool is_option = argument.size() > 1 && argument[0] == '-' && !std::isdigit(argument[1]);
     std::string name = argument.substr(0, argument.find('='));
-    if (is_option && !command.get_option_no_throw(name)) return name;
+    if (looks_like_option(argument) && !command.get_option_no_throw(name)) return name;
   }
   return {};
 }
@@ -73,10 +82,12 @@ int complain_about_arguments(const CLI::App &program, const CLI::ParseError &err
                              const std::vector<std::string> &arguments) {
   const CLI::App &command = asked_for(program);
   const std::string option = unknown_option(command, arguments);
-  if (option.empty()) {
-    tool::complain(error.what());
-  } else {
+  if (!option.empty()) {
     complain_about_option(command, option);
+  } else if (&command != &program && looks_like_option(arguments[0])) {
+    tool::complain(tool::text_of("options stand behind the command: zar ", command.get_name(), " ", arguments[0]));
+  } else {
+    tool::complain(error.what());
   }
   std::cerr << "Run zar " << (&command == &program ? "" : command.get_name() + " ") << "--help for help.\n";
   return tool::kUsage;
@@ -101,12 +112,17 @@ int run_program(int argc, char **argv) {
   CLI::App program("Knows what a policy will do before it runs on a router.", "zar");
   program.set_version_flag("--version", "zar " ZAR_VERSION);
   program.require_subcommand(1);
-  program.footer("Exit codes: 0 good, 1 the answer is no, 2 wrong usage, 65 bad policy file, 70 internal error.");
+  program.footer(
+      "Exit codes: 0 good, 1 the answer is no, 2 wrong usage, 65 bad policy file, 70 internal error.\n\n"
+      "Examples:\n"
+      "  zar run examples/broadband.yaml\n"
+      "  zar help run");
   const Commands commands = make_commands();
   for (const auto &command : commands)
     command->declare(program);
 
-  if (argc > 1 && is_unknown_command(program, argv[1])) return complain_about_command(program, argv[1]);
+  if (argc == 1) return complain_about_missing_command();
+  if (is_unknown_command(program, argv[1])) return complain_about_command(program, argv[1]);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success &help) {

@@ -77,9 +77,43 @@ TEST(Run, OfNoEventsIsAnObjectToo) {
             "{\n"
             "  \"schema_version\": 1,\n"
             "  \"command\": \"run\",\n"
-            "  \"file\": \"<stdin>\",\n"
-            "  \"events\": []\n"
+            "  \"files\": [\n"
+            "    {\n"
+            "      \"file\": \"<stdin>\",\n"
+            "      \"events\": []\n"
+            "    }\n"
+            "  ],\n"
+            "  \"bad_files\": []\n"
             "}\n");
+}
+
+TEST(Run, TakesSeveralFilesEachByItself) {
+  const std::string text = "domains: {d: }\n";
+  const Result result = run_zar({"run", "examples/broadband.yaml", "-", "examples/interface-qos.yaml"}, text);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, "file examples/broadband.yaml\n\n" + run_zar({"run", "examples/broadband.yaml"}).out +
+                            "\nfile -\n\n" + run_zar({"run", "-"}, text).out +
+                            "\nfile examples/interface-qos.yaml\n\n" +
+                            run_zar({"run", "examples/interface-qos.yaml"}).out);
+}
+
+TEST(Run, GoesOnBehindABadFile) {
+  const Result result = run_zar({"run", "/nowhere", "-", "--json"}, "domains: {d: }\n");
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.err, "/nowhere: error: cannot be opened: No such file or directory\n  expected: a policy file\n");
+  EXPECT_NE(result.out.find("\"files\": [\n    {\n      \"file\": \"<stdin>\",\n"), std::string::npos) << result.out;
+  EXPECT_TRUE(result.out.ends_with("  \"bad_files\": [\n    \"/nowhere\"\n  ]\n}\n")) << result.out;
+}
+
+TEST(Files, CanOnlyOnceBeStandardInput) {
+  const std::vector<std::vector<std::string>> lines = {
+      {"check", "-", "-"}, {"diff", "-", "-"}, {"run", "-", "-"}, {"test", "-", "examples/broadband.yaml", "-"}};
+  for (const std::vector<std::string> &line : lines) {
+    const Result result = run_zar(line, "domains: {d: }\n");
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.err, "zar: standard input can be only one of the files\n");
+  }
 }
 
 // Without listings, which are the same as in the whole runs.

@@ -25,6 +25,9 @@ CASES = {
         (0, [PATHS]),
         (0, ["tests/tool/policies/diff-old.yaml"]),
         (0, [PATHS, "--event", "start@t", "--event", "hopeless@t", "--event", "loop@t", "--event", "other@u"]),
+        (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
+        (65, ["/nowhere"]),
+        (65, ["examples/broadband.yaml", "/nowhere", PATHS]),
     ],
     "explain": [
         (0, ["examples/broadband.yaml", "--event", "session-start@line-0101", "--level", level])
@@ -48,6 +51,7 @@ CASES = {
         (1, ["tests/tool/policies/failing.yaml"]),
         (1, [PATHS]),
         (65, ["examples/broadband.yaml", "/nowhere", "tests/tool/policies/failing.yaml"]),
+        (65, ["/nowhere"]),
     ],
     "config": [
         (0, [f"examples/{name}.yaml"]) for name in EXAMPLES

@@ -28,6 +28,7 @@ TEST(Help, IsPrintedWithTheExitCodes) {
   EXPECT_EQ(result.code, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_NE(result.out.find("65 bad policy file"), std::string::npos);
+  EXPECT_NE(result.out.find("Examples:\n  zar run "), std::string::npos);
   EXPECT_GE(commands().size(), 7u) << result.out;
 }
 
@@ -77,7 +78,9 @@ TEST_P(WrongUsage, IsToldWithExitCode2) {
 INSTANTIATE_TEST_SUITE_P(
     All, WrongUsage,
     testing::Values(
-        Wrong{{}, "zar: A subcommand is required\nRun zar --help for help.\n"},
+        Wrong{{}, "zar: a command is missing\nRun zar --help for the commands.\n"},
+        Wrong{{"--json", "check", "f"},
+              "zar: options stand behind the command: zar check --json\nRun zar check --help for help.\n"},
         Wrong{{"rnu"}, "zar: there is no command 'rnu'; did you mean 'run'?\nRun zar --help for the commands.\n"},
         Wrong{{"xyzzy"}, "zar: there is no command 'xyzzy'\nRun zar --help for the commands.\n"},
         Wrong{{"run"}, "zar: FILE is required\nRun zar run --help for help.\n"},
@@ -94,7 +97,10 @@ INSTANTIATE_TEST_SUITE_P(
               "zar: --min-coverage: Value 101 not in range 0 to 100\nRun zar test --help for help.\n"},
         Wrong{{"help", "rnu"}, "zar: there is no command 'rnu'; did you mean 'run'?\n"},
         Wrong{{"run", "f", "--trace", "loud"},
-              "zar: --trace: loud not in {error,info}\nRun zar run --help for help.\n"},
+              "zar: --trace: 'loud' is none of error, info\nRun zar run --help for help.\n"},
+        Wrong{{"explain", "f", "--event", "e@t", "--level", "filter"},
+              "zar: --level: 'filter' is none of decision, rules, filters; did you mean 'filters'?\n"
+              "Run zar explain --help for help.\n"},
         Wrong{{"run", "examples/broadband.yaml", "--event", "session-start"},
               "zar: 'session-start' is no event: expected NAME@TARGET\n"},
         Wrong{{"run", "examples/broadband.yaml", "--event", "session-strt@line-0101"},
