@@ -129,6 +129,7 @@ struct DifferentEvent {
 
 struct Replayed {
   std::vector<DifferentEvent> different;
+  size_t impossible = 0;  // events that can be raised on neither side, and so decide nothing
   Decided first_before{};
   Decided first_after{};
   diff::Explanation before{};  // of the first difference
@@ -192,6 +193,7 @@ std::string indented(const std::string &text) {
 std::string text_of_replay(const Replayed &replayed, const PolicyFile &scenario, const Files &files) {
   constexpr size_t kMostShown = 20;
   std::string text = text_of(replayed.different.size(), " of ", scenario.scenario.size(), " events differ\n");
+  if (replayed.impossible > 0) text += text_of("  ", replayed.impossible, " can be raised on neither side\n");
   if (replayed.different.empty()) return text;
   for (const char *aspect : kAspects) {
     if (const size_t many = count_of(replayed, aspect)) text += text_of("  ", many, " in ", aspect, "\n");
@@ -215,6 +217,7 @@ Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario) {
   json["scenario"] = scenario.path;
   json["events"] = scenario.scenario.size();
   json["differing"] = replayed.different.size();
+  json["impossible"] = replayed.impossible;
   for (const char *aspect : kAspects)
     json["counts"][aspect] = count_of(replayed, aspect);
   json["differences"] = Json::array();
@@ -289,6 +292,8 @@ class DiffCommand final : public Command {
 
     Replayed replayed;
     for (size_t at = 0; at < steps.size(); ++at) {
+      const bool possible = (*before)[at].impossible.empty() || (*after)[at].impossible.empty();
+      if (!possible) ++replayed.impossible;
       std::vector<std::string> aspects = aspects_of((*before)[at], (*after)[at]);
       if (!aspects.empty()) replayed.different.push_back({at, std::move(aspects)});
     }

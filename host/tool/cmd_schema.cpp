@@ -3,6 +3,7 @@
 
 #include "tool/command.h"
 #include "tool/exit_codes.h"
+#include "tool/json_output.h"
 #include "tool/policy_schema.h"
 
 namespace tool {
@@ -13,6 +14,7 @@ class SchemaCommand final : public Command {
  public:
   void declare(CLI::App &program) override {
     app_ = program.add_subcommand("schema", "Show the JSON Schema of policy files");
+    app_->add_flag("--json", json_, "Write one JSON object that holds the schema");
     app_->footer(
         "Editors use the schema (draft-07) to complete and check policy files while they are\n"
         "written. It tells the structure; names that name nothing are found by zar check.\n\n"
@@ -22,9 +24,18 @@ class SchemaCommand final : public Command {
   }
 
   int run() override {
-    std::cout << kPolicySchema;
+    if (!json_) {
+      std::cout << kPolicySchema;
+      return kSuccess;
+    }
+    Json object = begin_json("schema");
+    object["schema"] = Json::parse(kPolicySchema);
+    print_json(std::cout, object);
     return kSuccess;
   }
+
+ private:
+  bool json_ = false;
 };
 
 }  // namespace

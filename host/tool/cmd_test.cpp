@@ -52,7 +52,7 @@ void tell_test(const PolicyFile &file, const TestOutcome &outcome, const EventAc
   const Test &test = *outcome.test;
   const bool passed = outcome.failures.empty();
   ++(passed ? told.passed : told.failed);
-  told.text += text_of(mark_of(passed), file.path, ":", test.name.place.line, ": ", test.name.value, "\n");
+  told.text += text_of(mark_of(passed), file.path, ":", test.name.place.line, ": ", harmless(test.name.value), "\n");
   Json object;
   object["name"] = test.name.value;
   add_place(object, test.name.place);

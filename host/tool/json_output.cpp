@@ -71,6 +71,7 @@ void JsonStream::end(const Json &tail) {
 void add_place(Json &object, Place place) {
   object["line"] = place.line;
   object["column"] = place.column;
+  if (place.source != 0) object["source"] = place.source;
 }
 
 void add_place_or_null(Json &object, Place place) {

@@ -43,7 +43,7 @@ class JsonStream {
   bool empty_ = true;
 };
 
-// Adds "line" and "column" of a place.
+// Adds "line" and "column" of a place, and the number of its "source" where that is not the first.
 void add_place(Json &object, Place place);
 
 // The same, as null where the place is none in a file.

@@ -17,7 +17,7 @@ std::string &origin() {
 }  // namespace
 
 void complain(std::string_view text) {
-  std::cerr << origin() << ": " << text << '\n';
+  std::cerr << harmless(text_of(origin(), ": ", text)) << '\n';
 }
 
 void complain_from(std::string from) {

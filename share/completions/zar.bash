@@ -24,8 +24,8 @@ _zar() {
       help) words='' ;;
       lint) words='--json' ;;
       run) words='--event --trace --json' ;;
-      schema) words='' ;;
-      shell) words='' ;;
+      schema) words='--json' ;;
+      shell) words='--json' ;;
       show) words='--listing --json' ;;
       test) words='--min-coverage --json' ;;
       *) return ;;

@@ -35,6 +35,16 @@ const Bad kYaml[] = {
      "  1 | # nothing\n"
      "    | ^\n"
      "  expected: a mapping with clients, domains, class-maps, policy-maps, ...\n"},
+    {"NothingInADocument", "---\n# nothing\n...\n",
+     "<stdin>:1:1: error: the file is empty\n"
+     "  1 | ---\n"
+     "    | ^\n"
+     "  expected: a mapping with clients, domains, class-maps, policy-maps, ...\n"},
+    {"Null", "~\n",
+     "<stdin>:1:1: error: the file is empty\n"
+     "  1 | ~\n"
+     "    | ^\n"
+     "  expected: a mapping with clients, domains, class-maps, policy-maps, ...\n"},
     {"TwoDocuments", "--- {}\n--- {}\n",
      "<stdin>:2:1: error: a second document in the file\n"
      "  2 | --- {}\n"

@@ -49,6 +49,13 @@ TEST(Diff, ExplainsAnEventThatIsNotThereOnOneSide) {
       result.out.ends_with("in examples/guest-network.yaml\n  no policy-map handles the event session-start\n"));
 }
 
+TEST(Diff, TellsOfEventsThatNeitherSideKnows) {
+  const Result result = run_zar(
+      {"diff", "examples/broadband.yaml", "examples/broadband.yaml", "--replay", "examples/guest-network.yaml"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.out, "0 added, 0 removed, 0 changed\n0 of 8 events differ\n  8 can be raised on neither side\n");
+}
+
 TEST(Diff, FindsNothingBetweenAFileAndItself) {
   for (const char *name : {"broadband", "guest-network", "interface-qos"}) {
     const std::string path = std::string("examples/") + name + ".yaml";

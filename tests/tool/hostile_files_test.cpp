@@ -119,7 +119,31 @@ TEST(Hostile, BytesThatAreNoTextAreFound) {
   EXPECT_EQ(at("\xf4\x90\x80\x80"), "<stdin>:1:12: error: the byte 0xf4 is no text");
   EXPECT_EQ(at(std::string(1, '\0')), "<stdin>:1:12: error: the byte 0x00 is no text");
   EXPECT_EQ(at("\x1b[31m"), "<stdin>:1:12: error: the byte 0x1b is no text");
+  EXPECT_EQ(at("\xc2\x9b"), "<stdin>:1:12: error: the byte 0xc2 is no text");
   EXPECT_EQ(first_error("clients: {}\n# \xf0\x9f\x98\x80 \x80\n"), "<stdin>:2:5: error: the byte 0x80 is no text");
+}
+
+TEST(Hostile, BytesThatAreNoTextAreNotShown) {
+  for (const char *bytes : {"\xff", "\xc2\x9b", "\x1b[31m"}) {
+    const Result result = run_zar({"check", "-"}, "clients: {a" + std::string(bytes) + ": {}}\n");
+    EXPECT_EQ(result.err.find(bytes), std::string::npos) << result.err;
+  }
+}
+
+// A double-quoted scalar can hold any character.
+TEST(Hostile, NothingOfAFileIsObeyedByATerminal) {
+  const std::string bad = run_zar({"check", "-"}, "domains: {\"\\e[2J\\x9b\": }\n\"\\e[2J\\x9b\": 1\n").err;
+  const std::string failed = run_zar({"test", "-"}, R"(domains: {d: }
+class-maps: {c: {filters: [{attribute: x, equals: &evil "\e[2J\x9b"}]}}
+policy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: [{log: *evil}, {set: {y: *evil}}]}]}}}}
+targets: {t: {policies: [p]}}
+tests: [{name: *evil , event: e, target: t, set: {x: *evil}, expect: {verdict: deny, log: []}}]
+)")
+                                 .out;
+  EXPECT_NE(bad.find("\\x1b[2J"), std::string::npos) << bad;
+  EXPECT_TRUE(failed.starts_with("FAIL  <stdin>:2: \\x1b[2J\\xc2\\x9b\n")) << failed;
+  for (const char *control : {"\x1b", "\xc2\x9b"})
+    EXPECT_EQ((bad + failed).find(control), std::string::npos) << bad << failed;
 }
 
 TEST(Hostile, ColumnsAreRightOnLongLinesToo) {

@@ -12,7 +12,7 @@ import jsonschema
 PATHS = "tests/tool/policies/paths.yaml"
 EXAMPLES = ["broadband", "guest-network", "interface-qos"]
 
-# The command lines to try for each sub-command, with the exit code of each.
+# The command lines to try for each sub-command, with the exit code of each and perhaps what is given to it.
 CASES = {
     "check": [
         (0, ["examples/broadband.yaml"]),
@@ -65,6 +65,14 @@ CASES = {
     ],
     "graph": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
     + [(0, ["tests/tool/policies/config.yaml"]), (0, [PATHS])],
+    "schema": [(0, [])],
+    "shell": [
+        (0, [], "create domain d\ncreate class a\nexit\n"),
+        (0, [], "load examples/broadband.yaml\nraise session-start@line-0103\nexplain volume-update@line-0102 filters\nshow\n"),
+        (65, ["examples/broadband.yaml"], "raise session-start@line-0103\nraise nothing@line-0103\nquit\n"),
+        (65, ["examples/broadband.yaml"], "create policy p {events: {e: {rules: [{number: 1, class: always, actions: [deny]}]}}}\n"
+         "create target t {client: access, policies: [p]}\nraise e@t\nshow target t\nload nothing\n"),
+    ],
     "lint": [
         (1, ["tests/tool/policies/lint.yaml"]),
         (1, ["examples/broadband.yaml"]),
@@ -92,9 +100,9 @@ def main():
     resolver = jsonschema.RefResolver(f"{folder.as_uri()}/{command}.json", schema)
     jsonschema.Draft7Validator.check_schema(schema)
     assert forbids_anything_else(schema), "an object of the schema takes unknown keys"
-    for code, arguments in CASES[command]:
+    for code, arguments, *given in CASES[command]:
         line = [zar, command, *arguments, "--json"]
-        done = subprocess.run(line, cwd=source, capture_output=True)
+        done = subprocess.run(line, cwd=source, capture_output=True, input="".join(given).encode())
         shown = " ".join(repr(word) for word in line)
         assert done.returncode == code, f"{shown}: exit code {done.returncode}\n{done.stderr.decode()}"
         # One object and nothing else.

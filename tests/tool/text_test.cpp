@@ -13,6 +13,7 @@ TEST(Quoting, EscapesWhatWouldEndTheQuotesOrTheLine) {
   EXPECT_EQ(quoted("plain"), "\"plain\"");
   EXPECT_EQ(quoted("say \"hi\" \\ bye"), "\"say \\\"hi\\\" \\\\ bye\"");
   EXPECT_EQ(quoted("a\nb\tc\x7f"), "\"a\\nb\\x09c\\x7f\"");
+  EXPECT_EQ(quoted("\xc2\x80\xc2\x9b\xc2\xa0"), "\"\\xc2\\x80\\xc2\\x9b\xc2\xa0\"");
   EXPECT_EQ(quoted("gr\xc3\xbc\xc3\x9f"), "\"gr\xc3\xbc\xc3\x9f\"");
 }
 
@@ -21,7 +22,15 @@ TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
   EXPECT_EQ(as_word("^a.*$"), "^a.*$");
   EXPECT_EQ(as_word(""), "\"\"");
   EXPECT_EQ(as_word("two words"), "\"two words\"");
+  EXPECT_EQ(as_word("\x1b[m"), "\"\\x1b[m\"");
+  EXPECT_EQ(as_word("a\xc2\x9b"), "\"a\\xc2\\x9b\"");
   EXPECT_EQ(as_word("\"gold\""), "\"\\\"gold\\\"\"");
+}
+
+TEST(Messages, HoldNothingThatATerminalObeys) {
+  EXPECT_EQ(tool::harmless("plain \"text\" with \\ in it"), "plain \"text\" with \\ in it");
+  EXPECT_EQ(tool::harmless("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\xc2\\x9bm and \\x07");
+  EXPECT_EQ(tool::harmless("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\xc2");
 }
 
 TEST(Suggestions, FindOneSlipOfTheFingers) {

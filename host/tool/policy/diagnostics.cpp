@@ -46,18 +46,11 @@ Excerpt excerpt_of(std::string_view line, uint32_t column) {
   return excerpt;
 }
 
-// A line that is no text is not shown: its bytes would reach the terminal.
-bool can_be_shown(std::string_view line) {
-  return std::all_of(line.begin(), line.end(), [](char byte) {
-    const auto value = static_cast<unsigned char>(byte);
-    return value >= 0x20 || value == '\t';
-  });
-}
-
 void render_line(const Diagnostic &diagnostic, const Source &source, std::string &out) {
   if (diagnostic.place.source != source.number()) return;
   const std::string_view line = source.line(diagnostic.place.line);
-  if (line.empty() || !can_be_shown(line)) return;
+  // The bytes of a line that is no text are not for a terminal.
+  if (line.empty() || !is_text(line)) return;
 
   const Excerpt excerpt = excerpt_of(line, diagnostic.place.column);
   const std::string number = std::to_string(diagnostic.place.line);
@@ -67,13 +60,14 @@ void render_line(const Diagnostic &diagnostic, const Source &source, std::string
 }
 
 void render_one(const Diagnostic &diagnostic, const Source &source, std::string &out) {
-  std::string origin = source.name();
+  std::string origin = harmless(source.name());
   if (diagnostic.place.line != 0) origin += text_of(":", diagnostic.place.line, ":", diagnostic.place.column);
-  out += text_of(painted(Tone::strong, origin + ":"), " ", painted(Tone::bad, "error:"), " ", diagnostic.message, "\n");
+  out += text_of(painted(Tone::strong, origin + ":"), " ", painted(Tone::bad, "error:"), " ",
+                 harmless(diagnostic.message), "\n");
   render_line(diagnostic, source, out);
-  if (!diagnostic.expected.empty()) out += text_of("  expected: ", diagnostic.expected, "\n");
+  if (!diagnostic.expected.empty()) out += text_of("  expected: ", harmless(diagnostic.expected), "\n");
   if (!diagnostic.suggestion.empty())
-    out += text_of("  did you mean '", painted(Tone::good, diagnostic.suggestion), "'?\n");
+    out += text_of("  did you mean '", painted(Tone::good, harmless(diagnostic.suggestion)), "'?\n");
 }
 
 }  // namespace

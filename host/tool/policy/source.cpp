@@ -36,8 +36,9 @@ size_t character_length(std::string_view text) {
   if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
   if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation)) return 0;
 
-  // Overlong forms, surrogates, and what lies beyond the last character.
+  // Control characters again, overlong forms, surrogates, and what lies beyond the last character.
   const auto second = static_cast<unsigned char>(text[1]);
+  if (lead == 0xc2 && second < 0xa0) return 0;
   if (lead == 0xe0 && second < 0xa0) return 0;
   if (lead == 0xed && second > 0x9f) return 0;
   if (lead == 0xf0 && second < 0x90) return 0;
@@ -81,6 +82,15 @@ std::string read_all(std::FILE *file) {
 }
 
 }  // namespace
+
+bool is_text(std::string_view text) {
+  while (!text.empty()) {
+    const size_t length = character_length(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
 
 Source::Source(std::string name, std::string text, uint32_t number)
     : name_(std::move(name)), text_(std::move(text)), number_(number) {

@@ -9,6 +9,9 @@
 
 namespace tool {
 
+// Whether this is UTF-8 without control characters that a text file has no use for.
+bool is_text(std::string_view text);
+
 class Source {
  public:
   // A file larger than this is no policy file.

@@ -14,33 +14,67 @@ std::string comma_separated(const std::vector<std::string_view> &words) {
   return all;
 }
 
-std::string quoted(std::string_view text) {
+namespace {
+
+// The bytes of the control character that the text begins with; 0 where it begins with another one.
+size_t control_length(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  if (lead < 0x20 || lead == 0x7f) return 1;
+  // The second set of control characters, of which terminals know some, too.
+  const bool second_set = lead == 0xc2 && text.size() > 1 && static_cast<unsigned char>(text[1]) - 0x80U < 0x20;
+  return second_set ? 2 : 0;
+}
+
+// Takes a control character, if there is one, from the text.
+bool escape_control(std::string_view &text, std::string &out) {
   constexpr char kHex[] = "0123456789abcdef";
-  std::string out = "\"";
-  for (const char character : text) {
+  const size_t length = control_length(text);
+  for (const char character : text.substr(0, length)) {
     const auto byte = static_cast<unsigned char>(character);
-    if (character == '"' || character == '\\') {
-      out += '\\';
-      out += character;
-    } else if (character == '\n') {
+    out += "\\x";
+    out += kHex[byte >> 4];
+    out += kHex[byte & 0xf];
+  }
+  text.remove_prefix(length);
+  return length > 0;
+}
+
+}  // namespace
+
+std::string quoted(std::string_view text) {
+  std::string out = "\"";
+  while (!text.empty()) {
+    const char character = text[0];
+    if (character == '\n') {
       out += "\\n";
-    } else if (byte < 0x20 || byte == 0x7f) {
-      out += "\\x";
-      out += kHex[byte >> 4];
-      out += kHex[byte & 0xf];
+    } else if (escape_control(text, out)) {
+      continue;
     } else {
+      if (character == '"' || character == '\\') out += '\\';
       out += character;
     }
+    text.remove_prefix(1);
   }
   return out + '"';
 }
 
 std::string as_word(std::string_view text) {
-  const auto is_plain = [](char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    return byte > 0x20 && byte != 0x7f && character != '"' && character != '\\';
-  };
-  return !text.empty() && std::all_of(text.begin(), text.end(), is_plain) ? std::string(text) : quoted(text);
+  bool is_plain = !text.empty();
+  for (size_t at = 0; at < text.size() && is_plain; ++at) {
+    const char character = text[at];
+    is_plain = character != ' ' && character != '"' && character != '\\' && control_length(text.substr(at)) == 0;
+  }
+  return is_plain ? std::string(text) : quoted(text);
+}
+
+std::string harmless(std::string_view text) {
+  std::string out;
+  while (!text.empty()) {
+    if (escape_control(text, out)) continue;
+    out += text[0];
+    text.remove_prefix(1);
+  }
+  return out;
 }
 
 namespace {

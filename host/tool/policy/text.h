@@ -26,6 +26,9 @@ std::string quoted(std::string_view text);
 // 'text' as it stands when it is one plain word, else quoted: a word that is set apart from its neighbours by blanks.
 std::string as_word(std::string_view text);
 
+// The text with control characters escaped: what came from outside, on its way to a terminal.
+std::string harmless(std::string_view text);
+
 // The candidate that 'word' is most likely a misspelling of, or nothing.
 std::string_view nearest(std::string_view word, const std::vector<std::string_view> &candidates);
 

@@ -179,7 +179,7 @@ std::optional<Document> parse(const Source &source, Diagnostics &diagnostics) {
   try {
     YAML::Parser parser(text);
     Builder builder(source, document);
-    if (!parser.HandleNextDocument(builder)) {
+    if (!parser.HandleNextDocument(builder) || document.root().kind == Kind::null) {
       diagnostics.add({1, 1}, "the file is empty", "a mapping with clients, domains, class-maps, policy-maps, ...");
       return std::nullopt;
     }

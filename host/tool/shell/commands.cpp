@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "runtime/control.h"
+#include "tool/account/account_json.h"
 #include "tool/account/account_text.h"
 #include "tool/account/recorder.h"
 #include "tool/apart.h"
@@ -92,6 +93,12 @@ std::optional<Step> read_step(const Session &session, const Line &line, size_t f
 Result raise(Session &session, const Line &line, size_t) {
   const std::optional<Step> step = read_step(session, line, 2);
   if (!step) return Result::failed;
+  if (Json *explanation = session.explanation()) {
+    const Recorder recorder(session.file());
+    run_step(session.file(), session.repository(), *step);
+    *explanation = account_json(recorder.account(), session.file(), *step, Level::rules);
+    return Result::done;
+  }
   std::cout << step->event.value << " at " << step->target.value << '\n';
   Narrator narrator(std::cout);
   engine::observe(&narrator);
@@ -118,11 +125,20 @@ Result explain(Session &session, const Line &line, size_t) {
   const Apart apart = run_apart("explain", [&](std::ostream &answer) {
     const Recorder recorder(session.file());
     run_step(session.file(), session.repository(), *step);
-    answer << account_text(recorder.account(), session.file(), *step, level);
+    if (session.explanation()) {
+      print_json(answer, account_json(recorder.account(), session.file(), *step, level));
+    } else {
+      answer << account_text(recorder.account(), session.file(), *step, level);
+    }
     return static_cast<int>(kSuccess);
   });
-  std::cout << apart.answer;
-  return result_of(apart.code == kSuccess);
+  if (apart.code != kSuccess) return Result::failed;
+  if (session.explanation()) {
+    *session.explanation() = Json::parse(apart.answer);
+  } else {
+    std::cout << apart.answer;
+  }
+  return Result::done;
 }
 
 engine::Attributes *attributes_of(const Session &session, const std::string &target) {
@@ -231,6 +247,7 @@ std::span<const Command> commands() {
        2,
        {map_kind, name_of_kind},
        remove},
+      {"exit", "", "ends the session, as quit does", 0, 0, {}, quit},
       {"explain",
        "EVENT@TARGET [LEVEL] [ATTRIBUTE=VALUE ...]",
        "tells what the event would do, and why; LEVEL is decision, rules or filters; nothing is changed",

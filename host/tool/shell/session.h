@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tool/json_output.h"
 #include "tool/policy/model.h"
 #include "tool/policy/source.h"
 #include "tool/repository.h"
@@ -53,6 +54,10 @@ class Session {
 
   bool is_known(const KindWord &kind, std::string_view name) const;
 
+  // Where commands that tell what an event does put that instead of printing it; NULL while they print.
+  void explain_to(Json *explanation) { explanation_ = explanation; }
+  Json *explanation() const { return explanation_; }
+
   // Takes the repository down. Answers an exit code.
   int end();
 
@@ -64,6 +69,7 @@ class Session {
 
   PolicyFile file_;
   Repository repository_;
+  Json *explanation_ = nullptr;
 };
 
 }  // namespace tool::shell
