@@ -8,6 +8,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 
 
 def output(*line):
@@ -47,10 +48,19 @@ def of_bash(path):
 
     def completions(*words):
         script = 'source "$1"; shift; COMP_WORDS=(zar "$@"); COMP_CWORD=$#; _zar; printf "%s\\n" "${COMPREPLY[@]}"'
-        return set(output("bash", "-c", script, "bash", str(path), *words).split())
+        return set(output("bash", "-c", script, "bash", str(path), *words).splitlines()) - {""}
 
     commands = {word for word in completions("") if not word.startswith("-")}
     assert completions("help", "") == commands, "bash: help completes other commands"
+    # Bash gives '=' as a word of its own.
+    for words in (["explain", "--level"], ["explain", "--level", "="]):
+        assert completions(*words, "f") == {"filters"}, f"bash: {words} completes {completions(*words, 'f')}"
+    assert completions("show", "--json", "a.yaml", "po") == {"policy"}, "bash: show completes no kinds behind an option"
+    with tempfile.TemporaryDirectory() as folder:
+        for name in ("gold and silver.yaml", "notes.txt", "more.d"):
+            (pathlib.Path(folder) / name).touch()
+        found = completions("run", folder + "/")
+        assert found == {f"{folder}/gold and silver.yaml"}, f"bash: run completes {found}"
     return {"": completions("-")} | {command: completions(command, "-") for command in commands}
 
 
@@ -59,7 +69,7 @@ def of_zsh(path):
 
     def options(part):
         named = {name for group in re.findall(r"\{(-[a-z,-]+)\}", part) for name in group.split(",")}
-        return named | set(re.findall(r"['\"](?:\([^)]*\)|\*)?(--[a-z-]+)\[", part))
+        return named | set(re.findall(r"['\"](?:\([^)]*\)|\*)?(--[a-z-]+)=?\[", part))
 
     listed = re.findall(r"^  '([a-z]+):", text, re.MULTILINE)
     top, rest = text.split("\nlocal command=")
