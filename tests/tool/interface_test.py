@@ -1,4 +1,4 @@
-"""Holds what tells of the command line against each other: --help, the manual page, completion in bash and in zsh.
+"""Holds what tells of the command line against each other: --help, the manual page, completion in bash and in zsh, README.
 
 Usage: interface_test.py ZAR SOURCE_DIR
 
@@ -83,6 +83,17 @@ def of_zsh(path):
     return found
 
 
+def check_readme(root, commands):
+    """Its table has every command that does something, and its sample is a part of what the command prints."""
+    text = (root / "README.md").read_text()
+    listed = re.findall(r"^\| `zar ([a-z]+)", text, re.MULTILINE)
+    assert sorted(listed) == sorted(commands - {"help"}), f"README.md lists {listed}"
+    sample = re.search(r"^```\n(\[[0-9]+\] .*?)^```", text, re.MULTILINE | re.DOTALL)[1]
+    printed = (root / "tests/tool/golden/broadband.out").read_text()
+    for part in sample.split("...\n"):
+        assert part in printed, f"README.md shows what is not printed:\n{part}"
+
+
 def main():
     zar, source = sys.argv[1:]
     root = pathlib.Path(source)
@@ -97,6 +108,7 @@ def main():
         for command in sorted(helped.keys() | found.keys()):
             expected, there = helped.get(command), found.get(command)
             assert there == expected, f"{name}, 'zar {command}': {there}, --help says {expected}"
+    check_readme(root, helped.keys() - {""})
     print(f"{len(helped) - 1} sub-commands with {sum(map(len, helped.values()))} options in four places")
 
 
