@@ -6,6 +6,15 @@ check=$1 library=$2 description=$3
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
+# Where nobody described the interface the check says so and is skipped, as this test is.
+status=0
+"$check" "$library" "$scratch/none.abi" 2> "$scratch/report" || status=$?
+test "$status" -eq 77 && grep -q "^check-abi: skipped: there is no $scratch/none.abi" "$scratch/report" || {
+  echo "without a description the check ends with $status and says '$(cat "$scratch/report")'" >&2
+  exit 1
+}
+test -e "$description" || exit 77
+
 # The library is held against a description of another release, made by an edit that must have taken place.
 described_as() {
   sed "$1" "$description" > "$scratch/other.abi"
