@@ -91,7 +91,7 @@ class RunCommand final : public Command {
     int code = prepare(paths_[0], prepared);
     if (code == kUsage) return code;
     std::optional<JsonStream> files = begin_files();
-    if (prepared) code = play(*prepared, files);
+    if (prepared) code = play(*prepared, files ? &*files : nullptr);
     end_files(files, prepared ? Json::array() : Json::array({paths_[0]}));
     return code;
   }
@@ -108,7 +108,7 @@ class RunCommand final : public Command {
         // The parent does not see what is written, only that it is.
         answer << "played";
         if (!json_) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
-        return play(*prepared, files);
+        return play(*prepared, files ? &*files : nullptr);
       });
       worst = std::max(worst, apart.code);
       if (apart.answer.empty()) {
@@ -143,7 +143,7 @@ class RunCommand final : public Command {
     return kSuccess;
   }
 
-  int play(const Prepared &prepared, std::optional<JsonStream> &files) const {
+  int play(const Prepared &prepared, JsonStream *files) const {
     Repository repository(prepared.file);
     if (repository.build()) {
       if (files) {
