@@ -22,7 +22,7 @@ constexpr uint32_t kMatchAll = 1, kMatchFirst = 2;
 
 // What a parameter-map's filter has beyond the others; the library only stores it.
 struct FilterFlags {
-  uint8_t no_match = 0;
+  uint8_t no_match;
   uint8_t regex = 0;
   uint8_t pmtr_1 = 0;
   uint8_t pmtr_2 = 0;
