@@ -180,7 +180,8 @@ class RunCommand final : public Command {
       if (!trace_.empty()) std::cout.flush();
     }
     engine::observe(nullptr);
-    std::cout << listings(prepared.file, repository);
+    const std::string lists = listings(prepared.file, repository);
+    if (!lists.empty()) std::cout << '\n' << lists;
   }
 
   static void write_json(const Prepared &prepared, const Repository &repository, JsonStream &files) {

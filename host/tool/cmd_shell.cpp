@@ -12,6 +12,7 @@
 #include "tool/shell/commands.h"
 #include "tool/shell/completion.h"
 #include "tool/shell/editor.h"
+#include "tool/trace_levels.h"
 
 namespace tool {
 
@@ -95,6 +96,8 @@ class ShellCommand final : public Command {
     if (code == kSuccess && !path_.empty() && !session.load(path_)) code = kBadFile;
     if (code == kSuccess) code = converse(session);
     complain_from("zar");
+    // What a session takes down at its end is not what somebody wanted to see, and would hide why it ended.
+    show_trace({});
     const int end = session.end();
     return end != kSuccess ? end : code;
   }

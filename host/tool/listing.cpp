@@ -31,17 +31,22 @@ __attribute__((format(printf, 1, 2))) void print_line(const char *format, ...) {
   if (collected.empty() || collected.back() != '\n') collected += '\n';
 }
 
+// Lists stand apart from each other by an empty line.
+void print_heading(const std::string &heading) {
+  print_line("%s%s\n", collected.empty() ? "" : "\n", heading.c_str());
+}
+
 void list_database(const std::string &domain, const std::string &heading, const Listed &listed) {
   const uint32_t all = listed.name ? 0 : 1;
   const char *name = listed.name ? listed.name->value.c_str() : nullptr;
   if (listed.policies) {
-    print_line("\nPolicy-maps %s\n", heading.c_str());
+    print_heading("Policy-maps " + heading);
     zar_print_policymap("  ", print_line, domain.c_str(), name, all, 0);
-    print_line("\nPolicy-maps %s, with counters\n", heading.c_str());
+    print_heading("Policy-maps " + heading + ", with counters");
     zar_print_policymap("  ", print_line, domain.c_str(), name, all, 1);
   }
   if (listed.classes) {
-    print_line("\nClass-maps %s\n", heading.c_str());
+    print_heading("Class-maps " + heading);
     zar_print_classmap("  ", print_line, "", domain.c_str(), name, all);
   }
 }

@@ -75,7 +75,7 @@ TEST(Show, GivesTheLibrarysListings) {
 
   const Result classes = run_zar({"show", "examples/interface-qos.yaml", "class", "bulk", "--listing"});
   EXPECT_EQ(classes.out,
-            "\nClass-maps of the default database\n"
+            "Class-maps of the default database\n"
             "  Class-map                   Action                         Exec  Hit  Miss  Comp\n"
             "  ---------                   ------                         ----  ---  ----  ----\n"
             "  match-any bulk              match application equals backup     0    0     0     0\n"
