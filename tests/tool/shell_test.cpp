@@ -1,4 +1,6 @@
 // zar shell: sessions from a pipe, whole, and at a terminal.
+#include <nlohmann/json.hpp>
+
 #include "runner.h"
 #include "terminal_runner.h"
 #include "tool/shell/words.h"
@@ -84,9 +86,24 @@ TEST(PipedSession, ExplainsWithoutChangingAnything) {
 TEST(PipedSession, ShowsTheLibrarysMessagesWhenAsked) {
   const Result result = run_zar({"shell", kBroadband}, "trace on\ndelete class volume-used-up\n");
   EXPECT_EQ(result.code, 65);
+  EXPECT_TRUE(result.err.ends_with("<stdin>:2: the session ends at this command\n")) << result.err;
   const Result traced = run_zar({"shell", kBroadband}, "trace on\ndeactivate service line-0101\ntrace off\n");
   EXPECT_NE(traced.err.find("service"), std::string::npos) << traced.err;
   EXPECT_EQ(run_zar({"shell", kBroadband}, "trace error\ntrace off\ndeactivate service line-0101\n").err, "");
+}
+
+TEST(PipedSession, WritesWhatComesOfEachCommandAsJson) {
+  const Result result = run_zar({"shell", kBroadband, "--json"},
+                                "show class barred\n\nexplain session-stop@line-0102 decision\nquit now\n");
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.err, "<stdin>:4: expected: quit\n<stdin>:4: the session ends at this command\n");
+  const auto json = nlohmann::json::parse(result.out);
+  ASSERT_EQ(json["commands"].size(), 4u);
+  EXPECT_EQ(json["commands"][0]["output"], run_zar({"show", kBroadband, "class", "barred"}).out);
+  EXPECT_EQ(json["commands"][2]["explanation"]["rules_run"][0]["rule"], "service/session-stop/10");
+  EXPECT_EQ(json["commands"][2]["explanation"]["rules_run"][0]["source"], 1);
+  EXPECT_EQ(json["commands"][3]["done"], false);
+  EXPECT_EQ(json["sources"], nlohmann::json::array({kBroadband}));
 }
 
 struct Failing {
