@@ -86,11 +86,13 @@ Told check(const std::string &path) {
 
 class CheckCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("check", "Check policy files");
-    app_->add_option("FILE", paths_, "Policy files; - is standard input")->required();
-    app_->add_flag("--json", json_, "Write one JSON object, errors included");
-    app_->footer(
+  const char *name() const override { return "check"; }
+  const char *summary() const override { return "Check policy files"; }
+
+  void declare(Options &options) override {
+    options.required_arguments("FILE", paths_, "Policy files; - is standard input");
+    options.flag("--json", json_, "Write one JSON object, errors included");
+    options.epilogue(
         "Loads each file into a scratch repository and reports all errors at once.\n"
         "Exit code 0: all files are good; 65: at least one is not.\n\n"
         "Examples:\n"

@@ -28,11 +28,13 @@ Json json_of_configuration(const PolicyFile &running, const std::string &path) {
 
 class ConfigCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("config", "Write the running configuration as a policy file");
-    app_->add_option("FILE", path_, "The policy file to load; - is standard input")->required();
-    app_->add_flag("--json", json_, "Write one JSON object");
-    app_->footer(
+  const char *name() const override { return "config"; }
+  const char *summary() const override { return "Write the running configuration as a policy file"; }
+
+  void declare(Options &options) override {
+    options.required_argument("FILE", path_, "The policy file to load; - is standard input");
+    options.flag("--json", json_, "Write one JSON object");
+    options.epilogue(
         "Loads the file into a repository and writes what the repository holds, and nothing\n"
         "else, as a policy file: clients, domains, class-maps, parameter-maps, policy-maps,\n"
         "and targets with their attributes and active policies. Loading that text makes an\n"

@@ -243,15 +243,16 @@ Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario) {
 
 class DiffCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("diff", "Compare two policy files");
-    app_->add_option("OLD", before_, "A policy file")->required();
-    app_->add_option("NEW", after_, "The policy file to compare it with")->required();
-    app_->add_option("--replay", scenario_,
-                     "Replay the scenario of this policy file on both and compare what they decide")
-        ->type_name("FILE");
-    app_->add_flag("--json", json_, "Write one JSON object");
-    app_->footer(
+  const char *name() const override { return "diff"; }
+  const char *summary() const override { return "Compare two policy files"; }
+
+  void declare(Options &options) override {
+    options.required_argument("OLD", before_, "A policy file");
+    options.required_argument("NEW", after_, "The policy file to compare it with");
+    options.option("--replay", "FILE", scenario_,
+                   "Replay the scenario of this policy file on both and compare what they decide");
+    options.flag("--json", json_, "Write one JSON object");
+    options.epilogue(
         "Tells which objects were added, removed and changed. With --replay also which events\n"
         "of a scenario are decided differently, with the first difference explained on both\n"
         "sides. Each event changes the attributes that later events find, on each side by itself.\n"

@@ -17,22 +17,18 @@ namespace {
 
 class ExplainCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("explain", "Explain what one event does on one target");
-    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
-    app_->add_option("--event", event_, "The event to raise")->type_name("NAME@TARGET")->required();
-    app_->add_option("--set", set_, "An attribute to set before the event; may be given several times")
-        ->type_name("ATTR=VALUE")
-        ->allow_extra_args(false);
-    app_->add_option("--clear", clear_, "An attribute to clear before the event; may be given several times")
-        ->type_name("ATTR")
-        ->allow_extra_args(false);
-    app_->add_option("--level", level_, "How much to show: decision, rules or filters")
-        ->type_name("LEVEL")
-        ->capture_default_str()
-        ->check(one_of({"decision", "rules", "filters"}));
-    app_->add_flag("--json", json_, "Write one JSON object");
-    app_->footer(
+  const char *name() const override { return "explain"; }
+  const char *summary() const override { return "Explain what one event does on one target"; }
+
+  void declare(Options &options) override {
+    options.required_argument("FILE", path_, "The policy file; - is standard input");
+    options.required_option("--event", "NAME@TARGET", event_, "The event to raise");
+    options.options("--set", "ATTR=VALUE", set_, "An attribute to set before the event; may be given several times");
+    options.options("--clear", "ATTR", clear_, "An attribute to clear before the event; may be given several times");
+    options.choice("--level", "LEVEL", level_, {"decision", "rules", "filters"},
+                   "How much to show: decision, rules or filters");
+    options.flag("--json", json_, "Write one JSON object");
+    options.epilogue(
         "Shows which policy-maps, rules, classes and filters were tried, what held, what\n"
         "decided, which actions ran and what they changed; and where nothing matched, the\n"
         "rule that came nearest and the first filter that stood against it. The target has\n"

@@ -48,11 +48,13 @@ std::string caption_of(const PolicyFile &file) {
 
 class GraphCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("graph", "Draw the policies and what the scenario did");
-    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
-    app_->add_flag("--json", json_, "Write nodes and edges as one JSON object");
-    app_->footer(
+  const char *name() const override { return "graph"; }
+  const char *summary() const override { return "Draw the policies and what the scenario did"; }
+
+  void declare(Options &options) override {
+    options.required_argument("FILE", path_, "The policy file; - is standard input");
+    options.flag("--json", json_, "Write nodes and edges as one JSON object");
+    options.epilogue(
         "Runs the scenario of the file and writes targets, policy-maps, events, rules, class-maps\n"
         "and parameter-maps as a graph in the language DOT, with counts on the edges. What the\n"
         "scenario never hit is grey and dashed; without a scenario there are no counts. Targets with\n"

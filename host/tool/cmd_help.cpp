@@ -2,8 +2,8 @@
 #include <iostream>
 
 #include "tool/arguments.h"
-#include "tool/command.h"
 #include "tool/exit_codes.h"
+#include "tool/program.h"
 
 namespace tool {
 
@@ -11,11 +11,14 @@ namespace {
 
 class HelpCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    program_ = &program;
-    app_ = program.add_subcommand("help", "Show the help of a command");
-    app_->add_option("COMMAND", name_, "The command; without one, all of them are listed");
-    app_->footer(
+  explicit HelpCommand(const Program &program) : program_(program) {}
+
+  const char *name() const override { return "help"; }
+  const char *summary() const override { return "Show the help of a command"; }
+
+  void declare(Options &options) override {
+    options.argument("COMMAND", name_, "The command; without one, all of them are listed");
+    options.epilogue(
         "Shows the same as COMMAND --help.\n\n"
         "Examples:\n"
         "  zar help\n"
@@ -23,28 +26,24 @@ class HelpCommand final : public Command {
   }
 
   int run() override {
-    if (name_.empty()) {
-      std::cout << program_->get_formatter()->make_help(program_, program_->get_name(), CLI::AppFormatMode::Normal);
-      return kSuccess;
-    }
-    const CLI::App *command = find_command(*program_, name_);
-    if (!command) {
-      complain_about_name("command", name_, command_names(*program_));
+    const std::optional<std::string> help = name_ ? program_.help_of(*name_) : program_.help();
+    if (!help) {
+      complain_about_name("command", *name_, program_.command_names());
       return kUsage;
     }
-    std::cout << command->help(program_->get_name());
+    std::cout << *help;
     return kSuccess;
   }
 
  private:
-  const CLI::App *program_ = nullptr;
-  std::string name_;
+  const Program &program_;
+  std::optional<std::string> name_;
 };
 
 }  // namespace
 
-std::unique_ptr<Command> make_help_command() {
-  return std::make_unique<HelpCommand>();
+std::unique_ptr<Command> make_help_command(const Program &program) {
+  return std::make_unique<HelpCommand>(program);
 }
 
 }  // namespace tool

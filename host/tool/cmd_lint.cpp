@@ -65,11 +65,13 @@ Json json_of_finding(const Finding &finding) {
 
 class LintCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("lint", "Find rules that never run and objects that nothing uses");
-    app_->add_option("FILE", path_, "The policy file; - is standard input")->required();
-    app_->add_flag("--json", json_, "Write one JSON object");
-    app_->footer(
+  const char *name() const override { return "lint"; }
+  const char *summary() const override { return "Find rules that never run and objects that nothing uses"; }
+
+  void declare(Options &options) override {
+    options.required_argument("FILE", path_, "The policy file; - is standard input");
+    options.flag("--json", json_, "Write one JSON object");
+    options.epilogue(
         "Tells only what is proven: rules that earlier rules of a match-first event leave\n"
         "nothing to, class-maps that can never match, statements that are never reached, unused\n"
         "class-maps and parameter-maps, policy-maps that are active nowhere, and events that\n"

@@ -58,17 +58,17 @@ struct Prepared {
 
 class RunCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("run", "Run the scenario of policy files");
-    app_->add_option("FILE", paths_, "Policy files; - is standard input")->required();
-    app_->add_option("--event", events_, "An event to raise instead of a file's scenario; may be given several times")
-        ->type_name("NAME@TARGET")
-        ->allow_extra_args(false);
-    app_->add_option("--trace", trace_, "Show the library's own messages on standard error: error, or info for all")
-        ->type_name("LEVEL")
-        ->check(one_of({"error", "info"}));
-    app_->add_flag("--json", json_, "Write one JSON object");
-    app_->footer(
+  const char *name() const override { return "run"; }
+  const char *summary() const override { return "Run the scenario of policy files"; }
+
+  void declare(Options &options) override {
+    options.required_arguments("FILE", paths_, "Policy files; - is standard input");
+    options.options("--event", "NAME@TARGET", events_,
+                    "An event to raise instead of a file's scenario; may be given several times");
+    options.choice("--trace", "LEVEL", trace_, {"error", "info"},
+                   "Show the library's own messages on standard error: error, or info for all");
+    options.flag("--json", json_, "Write one JSON object");
+    options.epilogue(
         "Shows for each event which rules matched and what their actions did, then the\n"
         "library's listings with counters. Of several files each has a repository of its own.\n\n"
         "Examples:\n"

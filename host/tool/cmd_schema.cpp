@@ -12,10 +12,12 @@ namespace {
 
 class SchemaCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("schema", "Show the JSON Schema of policy files");
-    app_->add_flag("--json", json_, "Write one JSON object that holds the schema");
-    app_->footer(
+  const char *name() const override { return "schema"; }
+  const char *summary() const override { return "Show the JSON Schema of policy files"; }
+
+  void declare(Options &options) override {
+    options.flag("--json", json_, "Write one JSON object that holds the schema");
+    options.epilogue(
         "Editors use the schema (draft-07) to complete and check policy files while they are\n"
         "written. It tells the structure; names that name nothing are found by zar check.\n\n"
         "Examples:\n"

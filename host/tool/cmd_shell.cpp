@@ -69,11 +69,13 @@ int follow(Session &session, JsonStream *commands) {
 
 class ShellCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("shell", "Work on a live repository");
-    app_->add_option("FILE", path_, "A policy file to begin with");
-    app_->add_flag("--json", json_, "Write one JSON object: what comes of each command");
-    app_->footer(
+  const char *name() const override { return "shell"; }
+  const char *summary() const override { return "Work on a live repository"; }
+
+  void declare(Options &options) override {
+    options.argument("FILE", path_, "A policy file to begin with");
+    options.flag("--json", json_, "Write one JSON object: what comes of each command");
+    options.epilogue(
         "Reads commands: load, create, delete, activate, deactivate, raise, explain, set, unset,\n"
         "show, clear, trace, quit; help tells about each. At a terminal lines can be edited,\n"
         "called back, and completed with TAB, and a command that fails ends nothing. From a pipe\n"
@@ -93,7 +95,7 @@ class ShellCommand final : public Command {
     }
     Session session;
     int code = session.begin() ? kSuccess : kInternal;
-    if (code == kSuccess && !path_.empty() && !session.load(path_)) code = kBadFile;
+    if (code == kSuccess && path_ && !session.load(*path_)) code = kBadFile;
     if (code == kSuccess) code = converse(session);
     complain_from("zar");
     // What a session takes down at its end is not what somebody wanted to see, and would hide why it ended.
@@ -112,7 +114,7 @@ class ShellCommand final : public Command {
 
   int follow_in_json(Session &session) const {
     Json head = begin_json("shell");
-    head["file"] = path_.empty() ? Json(nullptr) : Json(path_);
+    head["file"] = path_ ? Json(*path_) : Json(nullptr);
     JsonStream commands(std::cout, head, "commands");
     const int code = follow(session, &commands);
     Json tail;
@@ -121,7 +123,7 @@ class ShellCommand final : public Command {
     return code;
   }
 
-  std::string path_;
+  std::optional<std::string> path_;
   bool json_ = false;
 };
 

@@ -88,16 +88,18 @@ void add_relations(Json &json, const Target &target, const Relations &relations)
 
 class ShowCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("show", "Show the objects of a repository");
-    app_->add_option("FILE", path_, "The policy file to load; - is standard input")->required();
-    app_->add_option("KIND", kind_,
+  const char *name() const override { return "show"; }
+  const char *summary() const override { return "Show the objects of a repository"; }
+
+  void declare(Options &options) override {
+    options.required_argument("FILE", path_, "The policy file to load; - is standard input");
+    options.argument("KIND", kind_,
                      "What to show in full: policy, class, target or parameter-map; nothing: all, in short");
-    app_->add_option("NAME", name_, "The one to show; nothing: all of the kind");
-    CLI::Option *listing =
-        app_->add_flag("--listing", listing_, "Show the library's own listings, of policies and classes");
-    app_->add_flag("--json", json_, "Write one JSON object, always in full")->excludes(listing);
-    app_->footer(
+    options.argument("NAME", name_, "The one to show; nothing: all of the kind");
+    options.flag("--listing", listing_, "Show the library's own listings, of policies and classes");
+    options.flag("--json", json_, "Write one JSON object, always in full");
+    options.exclude("--json", "--listing");
+    options.epilogue(
         "Loads the file into a repository and shows what the repository holds: each object with\n"
         "what is in it and who uses it. No event is raised, so all counters of a listing are 0;\n"
         "zar run shows them after the scenario.\n\n"

@@ -111,14 +111,14 @@ uint32_t tell_coverage(const PolicyFile &file, const Coverage &coverage, Told &t
 
 class TestCommand final : public Command {
  public:
-  void declare(CLI::App &program) override {
-    app_ = program.add_subcommand("test", "Run the tests of policy files");
-    app_->add_option("FILE", paths_, "Policy files; - is standard input")->required();
-    app_->add_option("--min-coverage", min_coverage_, "Fail when a file's tests cover less than this many percent")
-        ->type_name("PERCENT")
-        ->check(CLI::Range(0U, 100U));
-    app_->add_flag("--json", json_, "Write one JSON object");
-    app_->footer(
+  const char *name() const override { return "test"; }
+  const char *summary() const override { return "Run the tests of policy files"; }
+
+  void declare(Options &options) override {
+    options.required_arguments("FILE", paths_, "Policy files; - is standard input");
+    options.percentage("--min-coverage", min_coverage_, "Fail when a file's tests cover less than this many percent");
+    options.flag("--json", json_, "Write one JSON object");
+    options.epilogue(
         "Each test of the section 'tests' raises one event on a target as the file has it and\n"
         "compares what happens with what it expects: the rules that run, attributes afterwards,\n"
         "the verdict, the texts that are logged. Every failure is explained. Coverage counts\n"
