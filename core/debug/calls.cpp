@@ -6,8 +6,9 @@
 // against the invariants. A pass takes as long as there are records, so in a large repository it comes after every so
 // many operations, and the time that it takes is a fixed share of the whole.
 //
-// ZAR_CHECKS=off in the environment turns the checks off, as long as it stands there: for tests that damage records on
-// purpose.
+// Checked is what is called while ZAR_CHECKS=on stands in the environment, as it does for the tests: a daemon that leaves
+// out what callers owe, such as taking a map out of its tree before it is deleted, has to get the described answers of
+// any build.
 #include <dlfcn.h>
 #include <pthread.h>
 
@@ -64,7 +65,7 @@ void check() {
 void begin(const void *function) {
   operation = function;
   const char *wish = std::getenv("ZAR_CHECKS");
-  wanted = !wish || std::strcmp(wish, "off") != 0;
+  wanted = wish && std::strcmp(wish, "on") == 0;
   if (!called) caller = pthread_self();
   called = true;
 }
