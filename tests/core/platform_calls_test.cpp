@@ -88,4 +88,20 @@ TEST_F(PlatformCalls, OfANewEventMakeBothPoolsAndAQueue) {
             (Services{"pool 64 30 0x111 0 0x3e00043", "pool 16 30 0x111 0 0x3e0004a", "queue limit 0"}));
 }
 
+TEST_F(PlatformCalls, OfANewRuleMakeAQueue) {
+  const uint32_t start = event(1), voice = cmap("voice");
+  rule(start, voice, 1);
+  services_called.clear();
+  rule(start, voice, 2);
+  EXPECT_EQ(services_called, Services{"queue limit 0"});
+}
+
+TEST_F(PlatformCalls, OfANewStatementMakeItsQueueAndThoseOfItsClassMap) {
+  const uint32_t values = pmtr_map("values");
+  statement(values, 1);
+  services_called.clear();
+  statement(values, 2);
+  EXPECT_EQ(services_called, (Services{"queue limit 0", "queue limit 0", "queue limit 0"}));
+}
+
 }  // namespace
