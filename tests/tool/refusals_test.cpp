@@ -5,7 +5,7 @@
 
 #include "runner.h"
 #include "runtime/control.h"
-#include "tool/command.h"
+#include "tool/program.h"
 
 namespace {
 
@@ -44,13 +44,15 @@ constexpr int kNotRefused = 99;
 // Runs the command with the nth request of the runtime failing; code kNotRefused when there was no such request.
 Result run_with_refusal(const Asked &asked, uint64_t nth) {
   const auto work = [&] {
-    CLI::App program("", "zar");
-    const std::unique_ptr<tool::Command> command = asked.make();
-    command->declare(program);
-    // The parser takes arguments from the back.
-    program.parse(std::vector<std::string>(asked.arguments.rbegin(), asked.arguments.rend()));
+    tool::Program program("zar", "", "", "");
+    program.add(asked.make());
+    std::vector<std::string> words = asked.arguments;
+    words.insert(words.begin(), "zar");
+    std::vector<char *> argv;
+    for (std::string &word : words)
+      argv.push_back(word.data());
     if (nth != kNever) runtime::fail_request(nth);
-    const int code = command->run();
+    const int code = program.run(static_cast<int>(argv.size()), argv.data());
     return nth != kNever && runtime::injected_faults() == 0 ? kNotRefused : code;
   };
   return test::run_apart(work, kEverything);
