@@ -162,12 +162,12 @@ uint32_t i_avl_tree_init(avl_tree *tree, avl_compare_fn compare, avl_free_fn fre
 /**
  * Enters a record.
  *
- * @param tree  The tree.
- * @param node  The record.
+ * @param tree    The tree.
+ * @param record  The record.
  *
  * @return Non-zero on success; 0 when an equal key is present or the record is in a tree already, whichever that is.
  */
-uint32_t i_avl_insert(avl_tree *tree, void *node);
+uint32_t i_avl_insert(avl_tree *tree, void *record);
 
 /**
  * Finds a record.
