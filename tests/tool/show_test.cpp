@@ -94,6 +94,11 @@ struct Wrong {
   std::string message;
 };
 
+// What the test framework calls a case.
+void PrintTo(const Wrong &wrong, std::ostream *out) {
+  *out << wrong.name;
+}
+
 class WrongShow : public testing::TestWithParam<Wrong> {};
 
 TEST_P(WrongShow, IsToldWithExitCode2) {
