@@ -1,7 +1,6 @@
 // The name key of maps: the text "name:domain:type" under which a map stands in its tree.
 #pragma once
 
-#include "core/memory.h"
 #include "core/text.h"
 #include "zar/records.h"
 
@@ -27,8 +26,7 @@ class NameKey {
 // A record that is in no tree and carries only the key under which one is sought.
 template <class Map>
 Map probe_for(NameKey &key) {
-  Map probe;
-  clear(&probe, sizeof probe);
+  Map probe{};
   probe.hash_str = key.text();
   return probe;
 }

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "core/debug/ledger.h"
-#include "core/memory.h"
 #include "platform/runtime.h"
 #include "zar/core.h"
 
@@ -44,10 +43,7 @@ class Pool {
   Pooled<Record> take_if_ready() {
     void *memory = pool_ ? chunk_malloc(pool_) : nullptr;
     if (!memory) return {};
-    if constexpr (sizeof(Record) > 128)
-      clear(memory, sizeof(Record));
-    else
-      std::memset(memory, 0, sizeof(Record));
+    std::memset(memory, 0, sizeof(Record));
     return Pooled<Record>(this, static_cast<Record *>(memory));
   }
 
