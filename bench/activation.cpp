@@ -16,8 +16,8 @@ using bench::must;
 class Library {
  public:
   explicit Library(uint32_t n_targets) : infos_(n_targets), targets_(n_targets) {
-    first_ = policy("first");
-    second_ = policy("second");
+    first_ = bench::new_policy(clid_, "first");
+    second_ = bench::new_policy(clid_, "second");
   }
   void add_targets() {
     for (size_t at = 0; at < targets_.size(); ++at)
@@ -39,13 +39,6 @@ class Library {
   }
 
  private:
-  uint32_t policy(const char *name) const {
-    zar_map_info info = bench::info_of(name);
-    uint32_t pmap = 0;
-    must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
-    return pmap;
-  }
-
   uint32_t clid_ = bench::clid();
   uint32_t first_, second_;
   std::vector<zar_target_info> infos_;

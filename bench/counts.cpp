@@ -14,15 +14,12 @@ int main(int count, char **arguments) {
   const auto n_objects = static_cast<uint32_t>(std::strtoul(arguments[1], nullptr, 10));
   const auto n_retrievals = static_cast<uint32_t>(std::strtoul(arguments[2], nullptr, 10));
   const std::vector<std::string> names = bench::names(n_objects);
-  uint32_t pmap = 0;
-  for (const std::string &name : names) {
-    zar_map_info info = bench::info_of(name.c_str());
-    bench::must(zar_create_policy(bench::clid(), &info, &pmap), "zar_create_policy");
-    bench::must(zar_store_policy(bench::clid(), pmap), "zar_store_policy");
-  }
+  for (const std::string &name : names)
+    bench::must(zar_store_policy(bench::clid(), bench::new_policy(bench::clid(), name.c_str())), "zar_store_policy");
   bench::Random random;
   for (uint32_t number = 0; number < n_retrievals; ++number) {
     zar_map_info info = bench::info_of(names[random.below(n_objects)].c_str());
+    uint32_t pmap = 0;
     bench::must(zar_retrieve_policy(bench::clid(), &info, &pmap), "zar_retrieve_policy");
   }
   return 0;

@@ -1,17 +1,13 @@
 // Events on a target in the reference engine: 4 policy-maps with 4 rules each, whose class-maps have 4 filters each. All
 // filters hold and each rule has an action, so that nothing ends early. With the count of allocations per event.
-#include <cstdlib>
-#include <new>
-
 #include "host/engine/engine.h"
 #include "support/jobs.h"
 #include "support/repository.h"
+#include "tests/engine/allocations.h"
 
 namespace {
 
 using bench::must;
-
-uint64_t n_allocations = 0;
 
 constexpr uint32_t kEvent = 7, kMatchAll = 1, kRunAll = 1;
 constexpr uint32_t kPolicies = 4, kRules = 4, kFilters = 4;
@@ -36,10 +32,9 @@ class Target {
  private:
   uint32_t policy(uint32_t number) const {
     std::string name = "policy-" + std::to_string(number);
-    zar_map_info info = bench::info_of(name.c_str());
     zar_event_context context{.event_id = kEvent, .event_name = nullptr};
-    uint32_t pmap = 0, event = 0;
-    must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
+    const uint32_t pmap = bench::new_policy(clid_, name.c_str());
+    uint32_t event = 0;
     must(zar_create_event(&context, "authorise", &event), "zar_create_event");
     must(zar_add_event(pmap, event), "zar_add_event");
     for (uint32_t rule = 1; rule <= kRules; ++rule)
@@ -76,28 +71,15 @@ class Target {
 
 void raise_events(benchmark::State &state, const Target &target) {
   if (target.raise().actions != kPolicies * kRules) state.SkipWithError("not all rules ran");
-  uint64_t before = n_allocations;
+  const size_t before = test::allocations();
   for (auto _ : state)  // NOLINT(clang-analyzer-deadcode.DeadStores): that is how it is counted
     benchmark::DoNotOptimize(target.raise());
   state.counters["allocations per event"] =
-      static_cast<double>(n_allocations - before) / static_cast<double>(state.iterations());
+      static_cast<double>(test::allocations() - before) / static_cast<double>(state.iterations());
   state.SetItemsProcessed(state.iterations());
 }
 
 }  // namespace
-
-// Every allocation of C++ in this process, those of the runtime and the engine included.
-void *operator new(size_t size) {
-  ++n_allocations;
-  if (void *memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void *memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void *memory, size_t) noexcept {
-  std::free(memory);
-}
 
 void bench::register_jobs(uint32_t) {
   auto target = std::make_shared<Target>();

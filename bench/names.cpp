@@ -40,12 +40,7 @@ class Library {
     return pmap;
   }
   // A policy-map that is not stored yet; what there is to store.
-  uint32_t spare(const char *name) const {
-    zar_map_info info = bench::info_of(name);
-    uint32_t pmap = 0;
-    bench::must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
-    return pmap;
-  }
+  uint32_t spare(const char *name) const { return bench::new_policy(clid_, name); }
   // Taken out of the tree under its name, but not deleted.
   void store_and_delete(const char *name, uint32_t spare) const {
     Key key(bench::info_of(name));

@@ -17,12 +17,12 @@ class Library {
  public:
   explicit Library(uint32_t n_objects) {
     for (const std::string &name : bench::names(n_objects))
-      must(zar_store_policy(clid_, new_policy(name.c_str())), "zar_store_policy");
+      must(zar_store_policy(clid_, bench::new_policy(clid_, name.c_str())), "zar_store_policy");
   }
-  void policy() const { must(zar_delete_policy(new_policy(kName)), "zar_delete_policy"); }
+  void policy() const { must(zar_delete_policy(bench::new_policy(clid_, kName)), "zar_delete_policy"); }
   void stored_policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
-    must(zar_store_policy(clid_, new_policy(name)), "zar_store_policy");
+    must(zar_store_policy(clid_, bench::new_policy(clid_, name)), "zar_store_policy");
     must(zar_delete_stored_policy_by_name(clid_, &info), "zar_delete_stored_policy_by_name");
   }
   void class_map() const {
@@ -51,13 +51,6 @@ class Library {
   }
 
  private:
-  uint32_t new_policy(const char *name) const {
-    zar_map_info info = bench::info_of(name);
-    uint32_t pmap = 0;
-    must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
-    return pmap;
-  }
-
   uint32_t clid_ = bench::clid();
 };
 

@@ -50,9 +50,7 @@ uint64_t checksum = 0, n_lines = 0;
 class Library {
  public:
   uint32_t policy(const char *name) const {
-    zar_map_info info = bench::info_of(name);
-    uint32_t pmap = 0;
-    must(zar_create_policy(clid_, &info, &pmap), "zar_create_policy");
+    const uint32_t pmap = bench::new_policy(clid_, name);
     must(zar_store_policy(clid_, pmap), "zar_store_policy");
     return pmap;
   }

@@ -25,6 +25,14 @@ inline zar_map_info info_of(const char *name) {
   return {.domain = kDomain, .domain_type = kControl, .map_name = name, .hidden = 0};
 }
 
+// A policy-map that is not stored. Inline, as it is measured.
+inline uint32_t new_policy(uint32_t clid, const char *name) {
+  zar_map_info info = info_of(name);
+  uint32_t pmap = 0;
+  must(zar_create_policy(clid, &info, &pmap), "zar_create_policy");
+  return pmap;
+}
+
 // Contexts of an action that does nothing and of a filter that holds; 'text' is their data and their configuration text.
 zar_action_context action_context(const char *text);
 zar_filter_context filter_context(const char *text);
