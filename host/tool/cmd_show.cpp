@@ -20,41 +20,15 @@ namespace {
 
 using inventory::Relations;
 
-enum class Kind : uint8_t { policy, class_map, target, parameter_map };
-
 struct KindWord {
   std::string_view word;
-  Kind kind;
+  ObjectKind kind;
   std::string_view title;
 };
-constexpr KindWord kKinds[] = {{"policy", Kind::policy, "policy-map"},
-                               {"class", Kind::class_map, "class-map"},
-                               {"target", Kind::target, "target"},
-                               {"parameter-map", Kind::parameter_map, "parameter-map"}};
-
-// Calls 'each' with the list of a kind's objects.
-template <class Each>
-void with_objects(const PolicyFile &file, Kind kind, Each each) {
-  switch (kind) {
-    case Kind::policy:
-      return each(file.policy_maps);
-    case Kind::class_map:
-      return each(file.class_maps);
-    case Kind::target:
-      return each(file.targets);
-    case Kind::parameter_map:
-      return each(file.parameter_maps);
-  }
-}
-
-std::string describe(const Target &target, const Relations &) {
-  return inventory::describe(target);
-}
-
-template <class Map>
-std::string describe(const Map &map, const Relations &relations) {
-  return inventory::describe(map, relations);
-}
+constexpr KindWord kKinds[] = {{"policy", ObjectKind::policy, "policy-map"},
+                               {"class", ObjectKind::class_map, "class-map"},
+                               {"target", ObjectKind::target, "target"},
+                               {"parameter-map", ObjectKind::parameter_map, "parameter-map"}};
 
 // ---- JSON -----------------------------------------------------------------------------------------------------------------------
 
@@ -126,7 +100,7 @@ class ShowCommand final : public Command {
     }
     if (!chosen_) {
       complain_about_name("kind of object", *kind_, {"policy", "class", "target", "parameter-map"});
-    } else if (listing_ && chosen_->kind != Kind::policy && chosen_->kind != Kind::class_map) {
+    } else if (listing_ && chosen_->kind != ObjectKind::policy && chosen_->kind != ObjectKind::class_map) {
       complain(text_of("the library has no listing of ", chosen_->title, "s"));
       return false;
     }
@@ -135,11 +109,7 @@ class ShowCommand final : public Command {
 
   bool is_known_name(const PolicyFile &file) const {
     if (!name_) return true;
-    std::vector<std::string_view> names;
-    with_objects(file, chosen_->kind, [&](const auto &objects) {
-      for (const auto &object : objects)
-        names.push_back(object.name.value);
-    });
+    const std::vector<std::string_view> names = names_of(file, chosen_->kind);
     if (std::find(names.begin(), names.end(), *name_) != names.end()) return true;
     complain_about_name(chosen_->title, *name_, names);
     return false;
@@ -148,8 +118,8 @@ class ShowCommand final : public Command {
   int show_listing(const PolicyFile &file) const {
     Listed listed;
     if (chosen_) {
-      listed.policies = chosen_->kind == Kind::policy;
-      listed.classes = chosen_->kind == Kind::class_map;
+      listed.policies = chosen_->kind == ObjectKind::policy;
+      listed.classes = chosen_->kind == ObjectKind::class_map;
     }
     if (const PolicyMap *policy = listed.policies && name_ ? file.find_policy_map(*name_) : nullptr) {
       listed.name = &policy->name;
@@ -174,21 +144,9 @@ class ShowCommand final : public Command {
     if (json_) {
       print_json(std::cout, json_of(relations));
     } else {
-      std::cout << (chosen_ ? text_of_kind(relations) : inventory::overview(relations));
+      std::cout << (chosen_ ? inventory::describe(relations, chosen_->kind, name_) : inventory::overview(relations));
     }
     return kSuccess;
-  }
-
-  bool is_asked_for(const std::string &name) const { return !name_ || name == *name_; }
-
-  std::string text_of_kind(const Relations &relations) const {
-    std::string text;
-    with_objects(relations.file(), chosen_->kind, [&](const auto &objects) {
-      for (const auto &object : objects) {
-        if (is_asked_for(object.name.value)) text += (text.empty() ? "" : "\n") + describe(object, relations);
-      }
-    });
-    return text;
   }
 
   Json json_of(const Relations &relations) const {
@@ -204,9 +162,9 @@ class ShowCommand final : public Command {
   }
 
   void add_kind(Json &list, const KindWord &kind, const Relations &relations) const {
-    with_objects(relations.file(), kind.kind, [&](const auto &objects) {
+    with_shown_objects(relations.file(), kind.kind, [&](const auto &objects) {
       for (const auto &object : objects) {
-        if (!is_asked_for(object.name.value)) continue;
+        if (name_ && object.name.value != *name_) continue;
         Json json;
         json["kind"] = kind.title;
         add_relations(json, object, relations);

@@ -45,9 +45,7 @@ std::string rule_lines(const Rule &rule, const PolicyFile &file) {
                  ", ", to_string(rule.execute), "\n", action_lines(rule.actions, "      "));
 }
 
-}  // namespace
-
-std::string describe(const PolicyMap &policy, const Relations &relations) {
+std::string text_of_object(const PolicyMap &policy, const Relations &relations) {
   std::string text = text_of("policy-map ", policy.name.value, "\n  domain: ", policy.domain.value,
                              "\n  database: ", database_text(relations, policy.domain.value),
                              "\n  active on: ", joined(relations.targets_of_policy(policy.name.value)), "\n");
@@ -59,14 +57,14 @@ std::string describe(const PolicyMap &policy, const Relations &relations) {
   return text;
 }
 
-std::string describe(const ClassMap &map, const Relations &relations) {
+std::string text_of_object(const ClassMap &map, const Relations &relations) {
   return text_of("class-map ", map.name.value, " ", to_string(map.match), "\n  domain: ", map.domain.value,
                  "\n  database: ", database_text(relations, map.domain.value),
                  "\n  used by: ", joined(relations.users_of_class(map.name.value)), "\n",
                  filter_lines(map.filters, "  "));
 }
 
-std::string describe(const ParameterMap &map, const Relations &relations) {
+std::string text_of_object(const ParameterMap &map, const Relations &relations) {
   std::string text = text_of("parameter-map ", map.name.value,
                              "\n  applied by: ", joined(relations.users_of_parameter_map(map.name.value)), "\n");
   for (const Statement &statement : map.statements) {
@@ -76,12 +74,24 @@ std::string describe(const ParameterMap &map, const Relations &relations) {
   return text;
 }
 
-std::string describe(const Target &target) {
+std::string text_of_object(const Target &target, const Relations &) {
   std::string text = text_of("target ", target.name.value, "\n  client: ", client_text(target.client), "\n");
   for (const Assignment &assignment : target.attributes)
     text += text_of("  attribute ", assignment.attribute.value, ": ", as_word(assignment.text), "\n");
   for (size_t at = 0; at < target.policies.size(); ++at)
     text += text_of("  policy-map ", at + 1, ": ", target.policies[at].value, "\n");
+  return text;
+}
+
+}  // namespace
+
+std::string describe(const Relations &relations, ObjectKind kind, const std::optional<std::string> &name) {
+  std::string text;
+  with_shown_objects(relations.file(), kind, [&](const auto &objects) {
+    for (const auto &object : objects) {
+      if (!name || object.name.value == *name) text += (text.empty() ? "" : "\n") + text_of_object(object, relations);
+    }
+  });
   return text;
 }
 

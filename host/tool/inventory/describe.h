@@ -1,17 +1,16 @@
 // Objects of the repository as a person reads them.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "tool/inventory/relations.h"
+#include "tool/policy/kinds.h"
 
 namespace tool::inventory {
 
-// One object with all that it holds and who uses it, a block of lines.
-std::string describe(const PolicyMap &policy, const Relations &relations);
-std::string describe(const ClassMap &map, const Relations &relations);
-std::string describe(const ParameterMap &map, const Relations &relations);
-std::string describe(const Target &target);
+// The objects of a kind, or the one with the name: each with all that it holds and who uses it, a block of lines.
+std::string describe(const Relations &relations, ObjectKind kind, const std::optional<std::string> &name);
 
 // All objects, a line each, in a table for each kind.
 std::string overview(const Relations &relations);

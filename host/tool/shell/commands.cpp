@@ -69,14 +69,14 @@ Result deactivate(Session &session, const Line &line, size_t) {
   return result_of(session.deactivate(line.words[1], line.words[2]));
 }
 
-Result show_objects(Session &session, const Line &line, size_t) {
+Result show(Session &session, const Line &line, size_t) {
   if (line.words.size() == 1) return result_of(show_overview(session));
   if (line.words[1] == "config") return result_of(show_configuration());
   if (line.words[1] == "listing") return result_of(show_listing(session));
   const KindWord *kind = known_kind(line.words[1], map_kinds());
   if (!kind) return Result::failed;
-  if (line.words.size() == 2) return result_of(show_kind(session, kind->kind));
-  return result_of(session.is_known(*kind, line.words[2]) && show_one(session, kind->kind, line.words[2]));
+  if (line.words.size() == 2) return result_of(show_objects(session, kind->kind, {}));
+  return result_of(session.is_known(*kind, line.words[2]) && show_objects(session, kind->kind, line.words[2]));
 }
 
 // ---- What happens -------------------------------------------------------------------------------------------------------------
@@ -272,7 +272,7 @@ std::span<const Command> commands() {
        0,
        2,
        {shown_kind, name_of_kind},
-       show_objects},
+       show},
       {"trace", "on|error|info|off", "shows the library's own messages on standard error", 1, 1, {trace_level}, trace},
       {"unset", "TARGET ATTRIBUTE ...", "takes attributes from a target", 2, kMany, {target, attribute}, unset},
   };

@@ -24,7 +24,7 @@ Words copies(const Texts &texts, std::string_view suffix = {}) {
 Words events_at_targets(const Session &session, const std::string &word) {
   const size_t at = word.find('@');
   if (at == std::string::npos) return copies(session.event_names(), "@");
-  Words words = copies(session.names_of(Kind::target));
+  Words words = copies(names_of(session.file(), ObjectKind::target));
   for (std::string &target : words)
     target.insert(0, word, 0, at + 1);
   return words;
@@ -65,7 +65,7 @@ Words command_names() {
 
 Words names_of_kind(const Session &session, const std::string &word) {
   const KindWord *kind = find_kind(word);
-  return kind ? copies(session.names_of(kind->kind)) : Words();
+  return kind ? copies(names_of(session.file(), kind->kind)) : Words();
 }
 
 Words what_can_stand(const Session &session, Completes what, const std::string &before, const std::string &word) {
@@ -85,9 +85,9 @@ Words what_can_stand(const Session &session, Completes what, const std::string &
     case Completes::name_of_kind:
       return names_of_kind(session, before);
     case Completes::policy:
-      return copies(session.names_of(Kind::policy));
+      return copies(names_of(session.file(), ObjectKind::policy));
     case Completes::target:
-      return copies(session.names_of(Kind::target));
+      return copies(names_of(session.file(), ObjectKind::target));
     case Completes::event_at_target:
       return events_at_targets(session, word);
     case Completes::attribute:

@@ -18,24 +18,6 @@ namespace {
 // What is typed has the number 0 among the sources.
 constexpr const char *kTyped = "<stdin>";
 
-template <class Each>
-void with_objects(const PolicyFile &file, Kind kind, Each each) {
-  switch (kind) {
-    case Kind::client:
-      return each(file.clients);
-    case Kind::domain:
-      return each(file.domains);
-    case Kind::class_map:
-      return each(file.class_maps);
-    case Kind::parameter_map:
-      return each(file.parameter_maps);
-    case Kind::policy:
-      return each(file.policy_maps);
-    case Kind::target:
-      return each(file.targets);
-  }
-}
-
 size_t count_of_all(const PolicyFile &file) {
   size_t count = file.scenario.size() + file.tests.size();
   for (const KindWord &kind : kKinds)
@@ -53,12 +35,12 @@ void erase_name(std::vector<Name> &names, std::string_view name) {
 }
 
 // A policy-map that goes is taken off its targets.
-PolicyFile without(const PolicyFile &file, Kind kind, std::string_view name) {
+PolicyFile without(const PolicyFile &file, ObjectKind kind, std::string_view name) {
   PolicyFile rest = file.copy_of_objects();
-  if (kind == Kind::class_map) erase_named(rest.class_maps, name);
-  if (kind == Kind::parameter_map) erase_named(rest.parameter_maps, name);
-  if (kind == Kind::target) erase_named(rest.targets, name);
-  if (kind == Kind::policy) {
+  if (kind == ObjectKind::class_map) erase_named(rest.class_maps, name);
+  if (kind == ObjectKind::parameter_map) erase_named(rest.parameter_maps, name);
+  if (kind == ObjectKind::target) erase_named(rest.targets, name);
+  if (kind == ObjectKind::policy) {
     erase_named(rest.policy_maps, name);
     for (Target &target : rest.targets)
       erase_name(target.policies, name);
@@ -89,15 +71,6 @@ Session::Session() : repository_(file_) {
   file_.path = kTyped;
 }
 
-std::vector<std::string_view> Session::names_of(Kind kind) const {
-  std::vector<std::string_view> names;
-  with_objects(file_, kind, [&](const auto &objects) {
-    for (const auto &object : objects)
-      names.push_back(object.name.value);
-  });
-  return names;
-}
-
 std::vector<std::string_view> Session::attribute_names() const {
   std::vector<std::string_view> names;
   std::unordered_set<std::string_view> seen;
@@ -116,7 +89,7 @@ std::vector<std::string_view> Session::event_names() const {
 }
 
 bool Session::is_known(const KindWord &kind, std::string_view name) const {
-  const std::vector<std::string_view> names = names_of(kind.kind);
+  const std::vector<std::string_view> names = names_of(file_, kind.kind);
   if (std::find(names.begin(), names.end(), name) != names.end()) return true;
   complain_about_name(kind.word, name, names);
   return false;
@@ -193,16 +166,16 @@ bool Session::remove(const KindWord &kind, std::string_view name) {
   const std::string gone(name);
   const auto take_away = [&] {
     switch (kind.kind) {
-      case Kind::class_map:
+      case ObjectKind::class_map:
         return repository_.delete_class(gone);
-      case Kind::parameter_map:
+      case ObjectKind::parameter_map:
         return repository_.delete_parameter_map(gone);
-      case Kind::policy:
+      case ObjectKind::policy:
         return repository_.delete_policy(gone);
-      case Kind::target:
+      case ObjectKind::target:
         return repository_.delete_target(gone);
-      case Kind::client:
-      case Kind::domain:
+      case ObjectKind::client:
+      case ObjectKind::domain:
         break;
     }
     return false;

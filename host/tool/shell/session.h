@@ -10,24 +10,22 @@
 #include <vector>
 
 #include "tool/json_output.h"
-#include "tool/policy/model.h"
+#include "tool/policy/kinds.h"
 #include "tool/policy/source.h"
 #include "tool/repository.h"
 
 namespace tool::shell {
 
-enum class Kind : uint8_t { client, domain, class_map, parameter_map, policy, target };
-
 struct KindWord {
   std::string_view word;
-  Kind kind;
+  ObjectKind kind;
   std::string_view section;  // of a policy file
 };
 // What can be created; and of these, from the third on, what can be deleted and shown.
 inline constexpr KindWord kKinds[] = {
-    {"client", Kind::client, "clients"},      {"domain", Kind::domain, "domains"},
-    {"class", Kind::class_map, "class-maps"}, {"parameter-map", Kind::parameter_map, "parameter-maps"},
-    {"policy", Kind::policy, "policy-maps"},  {"target", Kind::target, "targets"}};
+    {"client", ObjectKind::client, "clients"},      {"domain", ObjectKind::domain, "domains"},
+    {"class", ObjectKind::class_map, "class-maps"}, {"parameter-map", ObjectKind::parameter_map, "parameter-maps"},
+    {"policy", ObjectKind::policy, "policy-maps"},  {"target", ObjectKind::target, "targets"}};
 inline constexpr size_t kFirstMap = 2;
 // NULL when there is no such kind.
 const KindWord *find_kind(std::string_view word);
@@ -39,7 +37,6 @@ class Session {
 
   const PolicyFile &file() const { return file_; }
   const Repository &repository() const { return repository_; }
-  std::vector<std::string_view> names_of(Kind kind) const;
   std::vector<std::string_view> attribute_names() const;
   // The events that a policy-map handles.
   std::vector<std::string_view> event_names() const;

@@ -12,28 +12,6 @@ namespace tool::shell {
 
 namespace {
 
-using inventory::Relations;
-
-std::string describe(const Target &target, const Relations &) {
-  return inventory::describe(target);
-}
-
-template <class Map>
-std::string describe(const Map &map, const Relations &relations) {
-  return inventory::describe(map, relations);
-}
-
-// Those with the name, or all for an empty one.
-template <class Object>
-void show_named(const std::vector<Object> &objects, const Relations &relations, std::string_view name) {
-  bool first = true;
-  for (const Object &object : objects) {
-    if (!name.empty() && object.name.value != name) continue;
-    std::cout << (first ? "" : "\n") << describe(object, relations);
-    first = false;
-  }
-}
-
 // The repository as it stands. It does not find a target on which no policy-map is active; those are added.
 std::optional<PolicyFile> read(const Session &session) {
   std::optional<PolicyFile> running = inventory::read_or_complain();
@@ -55,24 +33,15 @@ std::optional<PolicyFile> read(const Session &session) {
 
 }  // namespace
 
-bool show_one(const Session &session, Kind kind, std::string_view name) {
+bool show_objects(const Session &session, ObjectKind kind, const std::optional<std::string> &name) {
   const std::optional<PolicyFile> running = read(session);
-  if (!running) return false;
-  const Relations relations(*running);
-  if (kind == Kind::class_map) show_named(running->class_maps, relations, name);
-  if (kind == Kind::parameter_map) show_named(running->parameter_maps, relations, name);
-  if (kind == Kind::policy) show_named(running->policy_maps, relations, name);
-  if (kind == Kind::target) show_named(running->targets, relations, name);
-  return true;
-}
-
-bool show_kind(const Session &session, Kind kind) {
-  return show_one(session, kind, {});
+  if (running) std::cout << inventory::describe(inventory::Relations(*running), kind, name);
+  return running.has_value();
 }
 
 bool show_overview(const Session &session) {
   const std::optional<PolicyFile> running = read(session);
-  if (running) std::cout << inventory::overview(Relations(*running));
+  if (running) std::cout << inventory::overview(inventory::Relations(*running));
   return running.has_value();
 }
 

@@ -1,7 +1,8 @@
 // What a session shows of its repository.
 #pragma once
 
-#include <string_view>
+#include <optional>
+#include <string>
 
 #include "tool/shell/session.h"
 
@@ -9,8 +10,8 @@ namespace tool::shell {
 
 // False when the repository cannot be read.
 bool show_overview(const Session &session);
-bool show_kind(const Session &session, Kind kind);
-bool show_one(const Session &session, Kind kind, std::string_view name);
+// Those of a kind, or the one with the name.
+bool show_objects(const Session &session, ObjectKind kind, const std::optional<std::string> &name);
 // All objects as a policy file.
 bool show_configuration();
 // The library's own listings, with counters.
