@@ -354,6 +354,27 @@ TEST_F(RetrieveFilter, CallsTheListedFiltersCompareFunction) {
   EXPECT_CALLS();
 }
 
+TEST_F(RetrieveFilter, LetsTheCompareFunctionLookUp) {
+  const uint32_t stored = stored_cmap("stored");
+  const uint32_t host = filter_in(voice, "host");
+  const uint32_t port = filter_in(voice, "port");
+  const zar_filter_context inner = filter_context("inner", "host");
+  const zar_filter_context outer = filter_context("outer", "port");
+  uint32_t inner_out = 77;
+  uint32_t cmap_out = 77;
+  data_of_filter(host).on_call = [&, entered = false]() mutable {
+    if (std::exchange(entered, true)) return;
+    EXPECT_EQ(zar_retrieve_filter(voice, &inner, 0, &inner_out), 0U);
+    const zar_map_info info = map_info("stored");
+    EXPECT_EQ(zar_retrieve_class(one, &info, &cmap_out), 0U);
+  };
+  EXPECT_REFUSED(0, zar_retrieve_filter(voice, &outer, 0, &out));
+  EXPECT_EQ(out, port);
+  EXPECT_EQ(inner_out, host);
+  EXPECT_EQ(cmap_out, stored);
+  EXPECT_CALLS("compare host outer", "compare host inner", "compare port outer");
+}
+
 TEST_F(RetrieveFilter, NeedsAClassMap) {
   const zar_filter_context sought = filter_context("sought");
   expect_each_refused(39, Kind::cmap, {no_cmap("retrieve_filter")},

@@ -530,6 +530,27 @@ TEST_F(RetrieveAction, CallsTheListedActionsCompareFunction) {
   EXPECT_CALLS();
 }
 
+TEST_F(RetrieveAction, LetsTheCompareFunctionLookUp) {
+  const uint32_t stored = stored_pmap("stored");
+  const uint32_t permit = action_in(voice, "permit");
+  const uint32_t drop = action_in(voice, "drop");
+  const zar_action_context inner = action_context("inner", "permit");
+  const zar_action_context outer = action_context("outer", "drop");
+  uint32_t inner_out = 77;
+  uint32_t pmap_out = 77;
+  data_of_action(permit).on_call = [&, entered = false]() mutable {
+    if (std::exchange(entered, true)) return;
+    EXPECT_EQ(zar_retrieve_action(voice, &inner, &inner_out), 0U);
+    const zar_map_info info = map_info("stored");
+    EXPECT_EQ(zar_retrieve_policy(one, &info, &pmap_out), 0U);
+  };
+  EXPECT_REFUSED(0, zar_retrieve_action(voice, &outer, &out));
+  EXPECT_EQ(out, drop);
+  EXPECT_EQ(inner_out, permit);
+  EXPECT_EQ(pmap_out, stored);
+  EXPECT_CALLS("compare permit outer", "compare permit inner", "compare drop outer");
+}
+
 TEST_F(RetrieveAction, NeedsARule) {
   const zar_action_context sought = action_context("sought");
   expect_each_refused(39, Kind::rule, {no_rule("retrieve_action")},
