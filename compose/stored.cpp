@@ -59,41 +59,33 @@ zar_event_tuple *find_or_add_event(const char *name, zar_pmap &pmap, const zar_e
   return resolve<zar_event_tuple>(handle);
 }
 
-// The rule for the named class under the given event of the named policy-map. Success without a rule is the answer for a
-// policy-map that is not CONTROL; nothing is traced of it.
-uint32_t get_matching_class_action_tuple(uint32_t clid, const zar_map_info *policy, const zar_event_context *event,
-                                         const zar_map_info *class_info, zar_class_action **rule_out) {
+// The rule for the named class under the given event of the named policy-map, or NULL. A policy-map that is not CONTROL
+// has none, of which nothing is traced.
+zar_class_action *stored_rule(uint32_t clid, const zar_map_info *policy, const zar_event_context *event,
+                              const zar_map_info *class_info) {
   static constexpr char kName[] = "get_matching_class_action_tuple";
   StoredPair found;
-  if (!look_up(clid, policy, class_info, found)) return kInvalidArgument;
+  if (!look_up(clid, policy, class_info, found)) return nullptr;
   zar_pmap *pmap = require_pmap_to_add_to(kName, found.pmap, event);
   auto *cmap = require<zar_cmap>(kName, found.cmap);
-  if (!pmap || !cmap) return kInvalidArgument;
-  if (!is_control(*pmap)) return kSuccess;
+  if (!pmap || !cmap || !is_control(*pmap)) return nullptr;
 
   uint32_t id = event->event_id;
   const zar_event_tuple *tuple = find_event(kName, *pmap, id);
   if (!tuple) {
     TRACE_ERROR("(ERR): %s: Error: no matching event:%d found in policy:%s", kName, id, policy->map_name);
-    return kInvalidArgument;
+    return nullptr;
   }
   TRACE_INFO("(info): %s: event:%d  present in pmap:0x%x", kName, id, found.pmap);
-  *rule_out = find_rule(*tuple, cmap);
-  if (!*rule_out) {
+  zar_class_action *rule = find_rule(*tuple, cmap);
+  if (!rule) {
     TRACE_ERROR("(ERR): %s: Error: no matching class-map:%s found in policy:%s", kName, class_info->map_name,
                 policy->map_name);
-    return kInvalidArgument;
+    return nullptr;
   }
   TRACE_INFO("(info): %s: class found under event event:%d in pmap:0x%x, class-action tuple:0x%p", kName, id,
-             found.pmap, address(*rule_out));
-  return kSuccess;
-}
-
-// The same as a record, or NULL.
-zar_class_action *stored_rule(uint32_t clid, const zar_map_info *policy, const zar_event_context *event,
-                              const zar_map_info *class_info) {
-  zar_class_action *rule = nullptr;
-  return get_matching_class_action_tuple(clid, policy, event, class_info, &rule) == kSuccess ? rule : nullptr;
+             found.pmap, address(rule));
+  return rule;
 }
 
 }  // namespace
