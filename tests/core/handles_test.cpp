@@ -347,6 +347,32 @@ TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAnew) {
     ASSERT_EQ(zar_event_get_match_criteria(each.handle), each.is_event ? 1U : 0U) << "handle " << each.handle;
 }
 
+// Handles of several generations share homes in the table of kinds. What the first start leaves there, or a round does not
+// give back, would use up its room.
+TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAnew) {
+  constexpr size_t kLive = 60000, kRounds = 12;
+  runtime::want_trace_levels(0);
+  zar_filter_context port = filter_context("port");
+  port.filter_free_fn = [](void *, void *) {};
+  Handles filters;
+  const auto fill_up = [&] {
+    while (filters.size() < kLive)
+      ASSERT_EQ(zar_create_filter(&port, &filters.emplace_back(), 0), 0U);
+  };
+  for (int start = 0; start < 2; ++start) {
+    if (start > 0) start_again();
+    filters.clear();
+    std::minstd_rand random(1);
+    for (size_t round = 0; round < kRounds; ++round) {
+      fill_up();
+      std::erase_if(filters, [&](uint32_t filter) { return random() % 2 == 0 && zar_delete_filter(filter) == 0; });
+    }
+  }
+  for (const uint32_t filter : filters)
+    ASSERT_EQ(zar_delete_filter(filter), 0U);
+  EXPECT_EQ(zar_create_filter(&port, &filters.emplace_back(), 0), 0U);
+}
+
 TEST_F(HandleKinds, AreForgottenByASecondStart) {
   const uint32_t port = filter("port");
   start_again();

@@ -322,6 +322,27 @@ TEST_F(AddingTargets, UndoesWhatAHandlerActivatedWhenTheTargetCannotBeStored) {
   EXPECT_TRUE(activated);
 }
 
+TEST_F(AddingTargets, AcceptsNoPolicyAnyMoreWhileTheTargetIsUndone) {
+  const uint32_t gold = pmap("gold"), silver = pmap("silver"), bronze = pmap("bronze");
+  const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
+  const uint32_t drop = action_in(rule(event_in(silver, 1), cmap("video")), "drop");
+  uint32_t target = 0;
+  std::vector<uint32_t> answers;
+  data_of_action(permit).on_call = [&] {
+    if (target != 0) return;
+    target = targets_of(gold).at(0);
+    const Quiet quiet;
+    EXPECT_EQ(zar_activate_policy(one, silver, target), 0U);
+  };
+  data_of_action(drop).on_call = [&] {
+    const Quiet quiet;
+    answers.push_back(zar_activate_policy(one, bronze, target));
+  };
+  runtime::fail_request(runtime::Service::tree_insert, 1);
+  expect_undone(41, one, gold);
+  EXPECT_EQ(answers, (std::vector<uint32_t>{0, 39})) << "when silver was activated, and when it was taken off again";
+}
+
 // ---- Policy contexts
 
 struct PolicyContexts : Lifecycle {

@@ -469,6 +469,16 @@ TEST_P(EachRemoval, EndsWithoutMemoryForTheList) {
   EXPECT_TRACED();
 }
 
+TEST_F(Removal, OfAnEventTriesNoOtherRuleWithoutMemoryForTheList) {
+  action_in(voice, "a", 1);
+  action_in(rule(start, cmap("other"), 2), "b", 1);
+  const uint64_t faults_before = runtime::injected_faults();
+  runtime::fail_request(runtime::Service::block, 1);
+  zar_remove_action_handler_for_event(start, gold);
+  EXPECT_EQ(runtime::injected_faults(), faults_before + 1);
+  EXPECT_CALLS();
+}
+
 TEST_F(Removal, OfAClassActionIsServedForAPolicyThatIsNotControl) {
   const MapOptions plain = {.type = 2};
   const uint32_t silver = stored_pmap("silver", plain);
