@@ -180,9 +180,6 @@ PHRASES = {
     },
     'has_events': {'is_control(pmap)': (None, NOT_CONTROL)},
     'require_pmap_to_add_to': {'!pmap || !is_control(*pmap) || event': (None, NO_EVENT_GIVEN)},
-    'get_matching_class_action_tuple': {
-        '!*rule_out': ('the event has no class-action for this class-map', 'nothing was wrong up to here'),
-    },
     'zar_remove_action_from_stored_policy': {'!listed': ('the class-action does not list the action', None)},
     'zar_remove_class_from_policy': {
         'valid && !event': (NO_EVENT_GIVEN, None),
