@@ -51,7 +51,7 @@ in_root() {
     ln -s pts/ptmx "$1/dev/ptmx"
     ln -s /proc/self/fd "$1/dev/fd"
     for stream in 0:stdin 1:stdout 2:stderr; do ln -s "/proc/self/fd/${stream%:*}" "$1/dev/${stream#*:}"; done
-    exec env -i LANG=C chroot "$1" su --login "$2" -c "export LANG=C; $3"' sh "$1" "$2" "$3"
+    exec env -i LANG=C PATH=/usr/sbin:/usr/bin:/sbin:/bin chroot "$1" su --login "$2" -c "export LANG=C; $3"' sh "$1" "$2" "$3"
 }
 
 # Removes roots, unless something is still mounted in one: removing would reach through it.
