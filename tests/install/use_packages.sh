@@ -23,7 +23,7 @@ files() {
 
 # What they depend on, and what their users have, is there before them, so that only they come and go.
 apt-get update -qq
-install man-db bash-completion pkg-config cmake make g++
+install man-db bash-completion zsh pkg-config cmake make g++
 dependencies=$(apt-get install --simulate --no-install-recommends "$packages"/*.deb |
   awk '/^Inst/ && !/^Inst (libzar|zar-)/ { print $2 }')
 # shellcheck disable=SC2086 # the list is words
@@ -44,6 +44,7 @@ for page in zar zar-platform-check zar-policy '3 zar'; do
 done
 bash -c '. /usr/share/bash-completion/bash_completion && _completion_loader zar && complete -p zar' ||
   fail "bash does not complete zar"
+zsh -f -c 'autoload -Uz compinit && compinit -D -u && (( $+_comps[zar] ))' || fail "zsh does not complete zar"
 for example in /usr/share/doc/zar/examples/*.yaml; do
   zar check "$example" && zar run "$example" >"$scratch/output" && zar test "$example" >"$scratch/output" ||
     fail "$example does not work"
