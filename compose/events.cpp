@@ -128,7 +128,7 @@ uint32_t zar_add_event(uint32_t pmap_handle, uint32_t event_handle) {
 
 uint32_t zar_retrieve_event(uint32_t pmap_handle, const zar_event_context *context, uint32_t *event_out) {
   static constexpr char kName[] = "retrieve_event";
-  zar_pmap *pmap = require_control_pmap(kName, pmap_handle);
+  const zar_pmap *pmap = require_control_pmap(kName, pmap_handle);
   bool place_given = event_place_given(kName, event_out);
   if (!context) {
     TRACE_ERROR("(ERR): %s: Error: Event context input cannot be NULL", kName);
@@ -150,8 +150,8 @@ uint32_t zar_retrieve_event(uint32_t pmap_handle, const zar_event_context *conte
 uint32_t zar_retrieve_class_action(uint32_t pmap_handle, uint32_t event_handle, uint32_t cmap_handle,
                                    uint32_t *class_action_out) {
   static constexpr char kName[] = "retrieve_class_action";
-  auto *pmap = require<zar_pmap>(kName, pmap_handle);
-  auto *cmap = require<zar_cmap>(kName, cmap_handle);
+  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  const auto *cmap = require<zar_cmap>(kName, cmap_handle);
   if (!class_action_place_given(kName, class_action_out)) return kInvalidArgument;
   if (!pmap || !cmap) return kInvalidArgument;
   // A policy-map without events succeeds without an answer: the place keeps what it held.

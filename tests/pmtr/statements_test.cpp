@@ -611,8 +611,8 @@ TEST_F(Replacement, ThatFailsHasDeletedTheStatementAllTheSame) {
 TEST_F(Replacement, GoesOnWhereTheOldStatementCannotBeDeleted) {
   NEEDS_TRACE();
   statement(abc, 10, "old");
-  when_traced(
-      kNoOwner, [] { runtime::lose_next_pointer(); }, 2);
+  const auto lose_it = [] { runtime::lose_next_pointer(); };
+  when_traced(kNoOwner, lose_it, 2);
   add(10, "new", {.replace = 1});
   const Lines lines = take_trace();
   const Lines expected = {error("(ERR): ZAR Found NULL context with handle [0x%x]\n", abc),
