@@ -38,8 +38,10 @@ bool has_events(const char *name, const zar_pmap &pmap) {
 // A rule of a policy-map without events: it gets no class number, may repeat a class-map, and counts no reference.
 uint32_t append_rule(zar_pmap &pmap, uint32_t cmap, uint32_t exec_criteria) {
   uint32_t handle = 0;
-  if (create_class_action_tuple(cmap, exec_criteria, &handle) != kSuccess) return kFailed;
-  append(pmap.rule_list, resolve<zar_class_action>(handle));
+  Pooled<zar_class_action> rule;
+  if (create_class_action_tuple(cmap, exec_criteria, &handle, rule) != kSuccess) return kFailed;
+  if (!resolve<zar_class_action>(handle)) return kFailed;
+  append(pmap.rule_list, rule.keep());
   return kSuccess;
 }
 

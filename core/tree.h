@@ -15,27 +15,28 @@ Record *find(avl_tree &tree, const Record *probe) {
   return static_cast<Record *>(i_avl_search(&tree, probe));
 }
 
-// Takes out 'record', or the record that compares equal to it, and names what was taken out in 'removed'.
+// A place for a record as the platform takes it: it writes to the caller's own.
 template <class Record>
-bool remove(avl_tree &tree, Record *record, Record **removed) {
-  void *taken = record;
-  bool done = i_avl_delete(&tree, record, &taken) != 0;
-  *removed = static_cast<Record *>(taken);
-  return done;
+void **place(Record **record_out) {
+  return reinterpret_cast<void **>(record_out);
+}
+
+// Takes out 'record', or the record that compares equal to it, and names what was taken out in 'removed_out'; 'record'
+// where nothing was.
+template <class Record>
+bool remove(avl_tree &tree, Record *record, Record **removed_out) {
+  *removed_out = record;
+  return i_avl_delete(&tree, record, place(removed_out)) != 0;
 }
 
 template <class Record>
-Record *first(avl_tree &tree) {
-  void *record = nullptr;
-  i_avl_get_first(tree.top.parent, &record);
-  return static_cast<Record *>(record);
+void first(avl_tree &tree, Record **first_out) {
+  i_avl_get_first(tree.top.parent, place(first_out));
 }
 
 template <class Record>
-Record *after(avl_tree &tree, Record *current) {
-  void *record = nullptr;
-  i_avl_get_next(&tree, current, &record);
-  return static_cast<Record *>(record);
+void after(avl_tree &tree, Record *current, Record **next_out) {
+  i_avl_get_next(&tree, current, place(next_out));
 }
 
 inline void empty(avl_tree &tree) {

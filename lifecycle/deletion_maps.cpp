@@ -45,12 +45,14 @@ void part_from_targets(zar_pmap &pmap) {
 }
 
 // Takes a policy-map that is out of its tree off its targets and tells the client of each. The callback may do anything,
-// the deletion of other targets and of this policy-map included.
+// the deletion of other targets and of this policy-map included; a record of the caller's own is there as long as the
+// caller's operation.
 void take_off_targets(uint32_t clid, zar_pmap &pmap) {
   const zar_client_data &client = *client_entry(clid);
   const uint32_t pmap_handle = pmap.handle;
+  const bool own_record = !is_live<zar_pmap>(pmap_handle);
   uint32_t visits = pmap.target_refs.count;
-  for (; visits > 0 && is_live<zar_pmap>(pmap_handle); --visits) {
+  for (; visits > 0 && (own_record || is_live<zar_pmap>(pmap_handle)); --visits) {
     const auto *ref = first<zar_pmap_target_ref>(pmap.target_refs);
     if (!ref) return;
     uint32_t target_handle = ref->target->handle;
