@@ -235,6 +235,16 @@ TEST_F(ActionData, IsReplacedButTheFunctionsStay) {
   EXPECT_TRACED();
 }
 
+TEST_F(ActionData, IsTheOldUntilItWasFreed) {
+  const uint32_t log = action("old");
+  Data &old_data = data_of_action(log);
+  const zar_action_context newer = action_context("newer");
+  old_data.on_call = [&] { EXPECT_EQ(&data_of_action(log), &old_data); };
+  zar_replace_old_action_hdl(log, &newer);
+  EXPECT_CALLS("free old");
+  EXPECT_EQ(data_of_action(log).name, "newer");
+}
+
 TEST_F(ActionData, MayBecomeNone) {
   const uint32_t log = action("log");
   zar_action_context context = action_context("newer");
@@ -360,6 +370,16 @@ struct FilterDataStays : FilterData {
   }
 };
 
+TEST_F(FilterData, IsTheOldUntilItWasFreed) {
+  const uint32_t dscp = filter("old");
+  Data &old_data = data_of_filter(dscp);
+  const zar_filter_context newer = filter_context("newer");
+  old_data.on_call = [&] { EXPECT_EQ(&data_of_filter(dscp), &old_data); };
+  zar_replace_old_filter_hdl(dscp, &newer);
+  EXPECT_CALLS("free old");
+  EXPECT_EQ(data_of_filter(dscp).name, "newer");
+}
+
 TEST_F(FilterDataStays, WithoutAUsableContext) {
   const uint32_t dscp = filter("dscp");
   try_replace(dscp, nullptr);
@@ -453,6 +473,15 @@ TEST_F(SubscriberPolicy, IsSoughtForTheOwnerOfTheDomain) {
   EXPECT_TRACED(info("(info): domain:%s, owner  client:%d", "subscriber", 3),
                 info("(info): %s: using client specific database", "retrieve_policy"),
                 info("(info): retrieve_policy: successful, pmap:%s", "theirs:subscriber:1"));
+}
+
+TEST_F(SubscriberPolicy, IsWhateverStandsUnderTheKey) {
+  const uint32_t voice = cmap("voice", kOfSubscribers);
+  {
+    const Quiet quiet;
+    ASSERT_EQ(zar_store_policy(one, voice), 0U);
+  }
+  EXPECT_REFUSED(voice, kel_is_policy_created("voice"));
 }
 
 TEST_F(SubscriberPolicy, IsNoneWithoutAName) {
