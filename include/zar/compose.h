@@ -160,8 +160,8 @@ uint32_t zar_remove_filter_from_class(uint32_t cmap, uint32_t filter);
  * @retval 38  No record.
  * @retval 39  'event' or 'cmap' does not resolve, 'exec_criteria' is 4 or more, or 'class_action_out' is NULL.
  *
- * A failure leaves nothing behind, but for one: where the platform does not lead from the new handle to the record,
- * 'class_action_out' holds that handle, which means nothing, and the record stays allocated.
+ * A failure leaves nothing behind. Where the platform does not lead from the new handle to the record,
+ * 'class_action_out' holds that handle all the same; it means nothing.
  *
  * Not checked: whether the event has a class-action for this class-map already; and, while the event stands in no
  * policy-map, that the class-map outlives the class-action.

@@ -63,7 +63,7 @@ uint32_t zar_delete_filter(uint32_t filter);
  * @retval 39  'event' does not resolve. That covers the handle of a class-action, which a walk over a policy-map that
  *             is not CONTROL gives in the place of an event.
  *
- * While its actions are freed, the event still resolves, but has no event context any more.
+ * While its actions are freed, the event does not resolve any more and has no event context.
  *
  * The handlers of its actions are not told; zar_remove_action_handler_for_event() tells them while the event still
  * exists.
@@ -119,7 +119,7 @@ void zar_delete_autoconf_policy(void);
  * @retval 0   It is deleted.
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or zar_verify_map_info() finds fault with 'info'; or what stood under the name is
- *             no policy-map (see below); or the removal callback has deleted the policy-map itself.
+ *             no policy-map (see below); or the removal callback has deleted the policy-map itself, which it must not.
  * @retval 41  No such policy-map is stored, or the database lacks the tree; nothing has changed.
  *
  * Once the policy-map is out of the tree the deletion goes through: an engine that fails to find or delete an instance
@@ -142,7 +142,7 @@ uint32_t zar_delete_stored_policy_by_name(uint32_t clid, const zar_map_info *inf
  * @retval 0   It is deleted.
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or 'pmap' does not resolve; or the removal callback has deleted the policy-map
- *             itself.
+ *             itself, which it must not.
  * @retval 41  The policy-map is not in this database, even if one with an equal key is; nothing has changed.
  *
  * Quirk: the built-in policy-map is taken out of the tree and off all targets, and then only emptied; its handle stays
@@ -307,7 +307,7 @@ uint32_t zar_remove_target(uint32_t clid, uint32_t target, zar_target_info **tar
  *
  * @retval 0   It is deleted.
  * @retval 37  The engine refused to release the policy context (see below).
- * @retval 39  'target' does not resolve or is broken.
+ * @retval 39  'target' does not resolve, is broken, or is being deleted.
  *
  * On 37 the policy-maps are deactivated and the handle has ended, but the records of the target and of its policy
  * context stay allocated, and nothing can reach the target any more. The engine still knows the policy context, whose

@@ -75,7 +75,8 @@ uint32_t zar_create_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t *
  *
  * A failure leaves the database and the parameter-map as they were.
  *
- * Quirk: any of the three kinds of maps is accepted, as by zar_store_policy().
+ * Quirk: any of the three kinds of maps is accepted, as by zar_store_policy(). Only zar_avl_delete_pmtr_map() takes one
+ * of another kind out again: kel_delete_subscriber_parameter_map() leaves it where it is.
  */
 uint32_t zar_store_pmtr_map(uint32_t clid, uint32_t pmtr_map);
 
@@ -102,8 +103,7 @@ uint32_t zar_retrieve_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t
 /**
  * @name Deleting parameter-maps
  * With a parameter-map go its statements: each action of a statement loses one reference, and the hidden class-map is
- * deleted with its filters. To the callbacks that run meanwhile, the parameter-map is one that cannot be deleted: what
- * would delete it answers as for a handle that does not resolve.
+ * deleted with its filters. For the callbacks that run meanwhile the parameter-map does not resolve any more.
  *
  * Quirk: of the interned texts only the name is given back. The reference to the domain stays in the string database.
  * @{
@@ -264,7 +264,7 @@ uint32_t kel_create_subscriber_parameter_map(const char *name, uint32_t domain_t
  * @retval 37  There is no client yet, the client that acts is inactive, or there is neither an own nor a default
  *             database.
  * @retval 39  'name' is NULL; or no such parameter-map was found, for whatever reason; or what stands under the name is
- *             none.
+ *             none, and stays.
  * @retval 41  The tree refused the deletion; nothing has changed.
  */
 uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_type);
@@ -337,7 +337,7 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
  * Ownership: the statement is the parameter-map's.
  *
  * @retval 0   It is in the parameter-map.
- * @retval 39  'pmtr_map' does not resolve, or 'statement' is NULL.
+ * @retval 39  'pmtr_map' does not resolve, or 'statement' is NULL or is being deleted.
  *
  * Not checked: whether the statement is in a parameter-map already, whether its fields are filled, whether there is
  * another of its map-index, and where its memory comes from: it ends in the pool of the statements.
@@ -346,7 +346,8 @@ uint32_t zar_add_statement_to_pmtr_map(uint32_t pmtr_map, zar_pmtr_map_stmt *sta
 
 /**
  * Deletes a statement of a parameter-map, with all its filters and its hidden class-map; each of its actions loses one
- * reference. Despite the name, it is not for a single filter.
+ * reference. For the callbacks that run meanwhile there is no such statement any more. Despite the name, it is not for
+ * a single filter.
  *
  * @param pmtr_map   The parameter-map.
  * @param map_index  The number of the statement.
@@ -368,7 +369,7 @@ uint32_t zar_pmtr_delete_filter(uint32_t pmtr_map, uint32_t map_index);
  * Ownership: the record is gone.
  *
  * @retval 0   The statement is deleted.
- * @retval 39  'statement' is NULL.
+ * @retval 39  'statement' is NULL, or is being deleted.
  *
  * Not checked: whether the statement is still in a parameter-map, whose list is then left dangling.
  */

@@ -496,7 +496,7 @@ void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap);
 uint32_t zar_is_param_map_assoc_with_policy(const void *param_map);
 
 /**
- * Gives an action the data of a newer context: frees its old data through its free function and stores the new data.
+ * Gives an action the data of a newer context, and frees its old data through its free function.
  * Its functions, handle, number and place stay.
  *
  * @param action   The action.
@@ -514,8 +514,8 @@ uint32_t zar_is_param_map_assoc_with_policy(const void *param_map);
 void zar_replace_old_action_hdl(uint32_t action, const zar_action_context *context);
 
 /**
- * Gives a filter the data of a newer context: frees its old data through its free function and stores the new data. Its
- * functions, handle, flags and place stay.
+ * Gives a filter the data of a newer context, and frees its old data through its free function. Its functions, handle,
+ * flags and place stay.
  *
  * @param filter   The filter.
  * @param context  The newer context; it needs its free and evaluation functions.
@@ -536,8 +536,7 @@ void zar_replace_old_filter_hdl(uint32_t filter, const zar_filter_context *conte
  *
  * @param name  The name.
  *
- * @return The policy-map, or 0: none is stored, 'name' is NULL, the owner is out of range or inactive, or it has no
- *         database to work in.
+ * @return The policy-map, or 0: none is stored, 'name' is NULL, or the search failed, for whatever reason.
  *
  * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
  */

@@ -161,10 +161,10 @@ typedef struct chunk_pool chunk_pool;
  * The library calls it once for the same data and once for the same block, and uses neither afterwards. Every context
  * needs this function; where it frees nothing, the data stays with its owner.
  *
- * In the first way the object still resolves during the call and still holds the data. The function therefore calls no
- * operation that hands the data to one of the object's functions.
+ * In the first way the library no longer uses the data when it makes the call: an object that is being deleted does not
+ * resolve any more, and one that took newer data over holds that already.
  *
- * @param data     The data to free, or NULL. In the first way it is NULL where the owner gave NULL.
+ * @param data     The data to free, or NULL. In the first and the third way it is NULL where the owner gave NULL.
  * @param context  The context block to free, or NULL.
  */
 typedef void (*zar_free_fn)(void *data, void *context);

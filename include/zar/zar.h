@@ -82,7 +82,7 @@
  * 4. zar_replace_old_action_hdl() and zar_replace_old_filter_hdl() free the old data through the stored free function
  *    and take the new context's data; the stored functions, the handle and the place in lists stay.
  * 5. The free function is called with (data, 0), once for each data, when a filter is deleted or an action loses its
- *    last reference; then the handle ends, then the record goes.
+ *    last reference; then the handle is released, then the record goes.
  * 6. A context block from the heap is freed by its maker, or by its own free function through
  *    zar_free_client_action_context() or zar_free_client_filter_context(), called with (0, block), or
  *    zar_free_client_filter_params_context(), called with (data, block). zar_pmtr_map_create_action() takes the block
@@ -97,7 +97,7 @@
  * their turn. It may take out, delete, add, store, activate and deactivate what it likes, but it deletes neither the
  * object that it is called for nor what holds that object: the rule, event, class-map, statement or map in which it
  * stands. A notification also leaves the target alone, the removal callback the policy-map, and a printer all that the
- * line is about. Of an object whose free function is called, the rest of the deletion is the library's.
+ * line is about.
  *
  * Whatever callbacks do within this rule, the operation that called them reads nothing that was freed, calls no
  * function for it and leaves no link to it:
@@ -106,10 +106,10 @@
  *    before its turn is not visited. One that was put in meanwhile may be visited or not; which of the two does not
  *    depend on where in memory it lies.
  * 2. A search gives no element that a compare function has taken out; it goes on to those behind it.
- * 3. An event whose actions are being freed has no event context any more: it has no id and no name, and it cannot be
- *    added to a policy-map.
- * 4. To the operations that would delete it again, a statement or parameter-map whose contents are being freed is not
- *    there.
+ * 3. An object whose contents or data are being freed is not there any more. Its handle does not resolve, except by
+ *    zar_handle_get_context(), and is released last; a statement is not found. So nothing can delete it again, add it
+ *    to something, or read it.
+ * 4. A target that is being deleted resolves until its policy-maps are deactivated, but is not deleted again.
  * 5. What a handler activates on a target while all is deactivated there stays active.
  * 6. A policy-map that the removal callback stores again is in no tree when the deletion returns.
  *

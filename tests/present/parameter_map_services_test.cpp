@@ -235,16 +235,6 @@ TEST_F(ActionData, IsReplacedButTheFunctionsStay) {
   EXPECT_TRACED();
 }
 
-TEST_F(ActionData, IsTheOldUntilItWasFreed) {
-  const uint32_t log = action("old");
-  Data &old_data = data_of_action(log);
-  const zar_action_context newer = action_context("newer");
-  old_data.on_call = [&] { EXPECT_EQ(&data_of_action(log), &old_data); };
-  zar_replace_old_action_hdl(log, &newer);
-  EXPECT_CALLS("free old");
-  EXPECT_EQ(data_of_action(log).name, "newer");
-}
-
 TEST_F(ActionData, MayBecomeNone) {
   const uint32_t log = action("log");
   zar_action_context context = action_context("newer");
@@ -369,16 +359,6 @@ struct FilterDataStays : FilterData {
     EXPECT_CALLS();
   }
 };
-
-TEST_F(FilterData, IsTheOldUntilItWasFreed) {
-  const uint32_t dscp = filter("old");
-  Data &old_data = data_of_filter(dscp);
-  const zar_filter_context newer = filter_context("newer");
-  old_data.on_call = [&] { EXPECT_EQ(&data_of_filter(dscp), &old_data); };
-  zar_replace_old_filter_hdl(dscp, &newer);
-  EXPECT_CALLS("free old");
-  EXPECT_EQ(data_of_filter(dscp).name, "newer");
-}
 
 TEST_F(FilterDataStays, WithoutAUsableContext) {
   const uint32_t dscp = filter("dscp");
