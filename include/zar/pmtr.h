@@ -231,6 +231,8 @@ uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current, uint32_t *pmtr_m
  *
  * Quirk: only 40 is held for "not found". A search that failed is traced as one that found the map, and its status is
  * passed on.
+ *
+ * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
  */
 uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out);
 
@@ -277,6 +279,8 @@ uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_t
  *
  * @return The handle, or 0: no such parameter-map was found, for whatever reason; the engine has no type for the
  *         domain; or the name has 100 characters or more.
+ *
+ * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
  */
 uint32_t kel_is_pmap_created(const char *name);
 

@@ -116,6 +116,17 @@ TEST_F(FindingByName, TakesAFailedSearchForAFoundMap) {
   EXPECT_EQ(place, kUntouched);
 }
 
+TEST_F(FindingByName, GivesWhateverStandsUnderTheKey) {
+  const uint32_t policy = pmap("abc", {.domain = "subscriber"});
+  {
+    const Quiet quiet;
+    ASSERT_EQ(zar_store_pmtr_map(one, policy), 0U);
+  }
+  EXPECT_REFUSED(0U, find("abc"));
+  EXPECT_EQ(place, policy);
+  EXPECT_EQ(kel_is_pmap_created("abc"), policy);
+}
+
 TEST_F(FindingByName, NeedsAName) {
   EXPECT_REFUSED(39U, find(nullptr));
   EXPECT_EQ(place, kUntouched);
