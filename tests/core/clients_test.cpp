@@ -446,6 +446,15 @@ TEST_F(Clients, AreFollowedFromAValidAndActiveOneOnly) {
   EXPECT_TRACED(error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", " ", 1));
 }
 
+TEST_F(Clients, ThatAreMissingAreNotFollowed) {
+  client("three", database());
+  zar_client_data *second = zar_clients_info[1];
+  zar_clients_info[1] = nullptr;
+  EXPECT_EQ(zar_get_next_client_with_database(two), 0U);
+  EXPECT_TRACED(error("(ERR): %s: clid:%d, Client entry is in ZAR is NULL", " ", 2));
+  zar_clients_info[1] = second;
+}
+
 TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {
   breaks_invariants("an entry gets the id of another");
   client("three", database());
