@@ -28,6 +28,7 @@ enum class Kind : uint8_t {
   policy_context,
   pmtr_map,
   orphan,  // a handle that outlived its record: no operation may resolve it
+  ending,  // of a record whose contents are being freed: no operation may resolve it any more
 };
 
 // Which kind the handles of 'Record' have.
