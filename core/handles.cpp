@@ -123,8 +123,7 @@ void *resolve_as_any_map(uint32_t handle) {
 
 // A caller's own handle has no kind yet; where there is no room to remember one, it resolves until it is released.
 void retire(uint32_t handle) {
-  if (handle == 0) return;
-  if (kinds::of(handle) != Kind::none || kinds::has_room()) kinds::remember(handle, Kind::ending);
+  if (handle != 0) kinds::retire(handle);
 }
 
 }  // namespace zar

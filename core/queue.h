@@ -43,20 +43,21 @@ inline void make_empty(queue_head &queue) {
 }
 
 // The first place of 'element', or the number of elements when it has none.
-inline uint32_t place_of(const queue_head &queue, const void *element) {
+inline int32_t place_of(const queue_head &queue, const void *element) {
+  const auto count = static_cast<int32_t>(queue.count);
   queue_cursor cursor{};
-  uint32_t place = 0;
-  while (place < queue.count && queue_get_next(&queue, &cursor) != element)
+  int32_t place = 0;
+  while (place < count && queue_get_next(&queue, &cursor) != element)
     ++place;
   return place;
 }
 
-inline void note_insertion(const queue_head &queue, uint32_t place) {
+inline void note_insertion(const queue_head &queue, int32_t place) {
   QueueWalk::for_each([&queue, place](QueueWalk &walk) {
     if (walk.is_over(queue)) walk.note_insertion(place);
   });
 }
-inline void note_removal(const queue_head &queue, uint32_t place) {
+inline void note_removal(const queue_head &queue, int32_t place) {
   QueueWalk::for_each([&queue, place](QueueWalk &walk) {
     if (walk.is_over(queue)) walk.note_removal(place);
   });
@@ -85,8 +86,7 @@ template <class Record>
 void unlink(queue_head &queue, Record *element) {
   if (!is_walked(queue)) [[likely]]
     return queue_unqueue(&queue, element);
-  const uint32_t place = place_of(queue, element);
-  if (place == queue.count) return;
+  const int32_t place = place_of(queue, element);
   queue_unqueue(&queue, element);
   note_removal(queue, place);
 }

@@ -50,47 +50,58 @@ class UnderWay {
 // A place is the number of elements before an element. One element may have several places in a queue.
 class QueueWalk : public UnderWay<QueueWalk> {
  public:
-  explicit QueueWalk(const queue_head &queue) : queue_(&queue), end_(queue.count) {}
+  explicit QueueWalk(const queue_head &queue)
+      : queue_(&queue), end_(static_cast<int32_t>(queue.count)), ahead_(static_cast<int32_t>(queue.count)) {}
 
   // The next element, or NULL behind the last.
   void *next() {
-    if (passed_ == end_) return current_ = nullptr;
-    ++passed_;
-    return current_ = queue_get_next(queue_, &cursor_);
+    if (--ahead_ >= 0) [[likely]]
+      return current_ = queue_get_next(queue_, &cursor_);
+    ahead_ = 0;
+    return current_ = nullptr;
   }
-  // Whether the element that was given last still stands where it stood then.
+  // Whether the element that was given last was not taken out of its place since then.
   bool stays() const { return current_ != nullptr; }
 
   bool is_over(const queue_head &queue) const { return queue_ == &queue; }
-  void note_insertion(uint32_t place) {
-    if (place < passed_) ++passed_;
-    if (place < end_) ++end_;
-  }
-  void note_removal(uint32_t place);
+  void note_insertion(int32_t place);
+  void note_removal(int32_t place);
   // The memory with the queue in it is given back.
   void note_freed(const char *begin, const char *end) {
     const char *queue = reinterpret_cast<const char *>(queue_);
     if (queue < begin || queue >= end) return;
     queue_ = nullptr;
     current_ = nullptr;
-    passed_ = end_ = 0;
+    end_ = ahead_ = 0;
   }
 
  private:
+  // The places up to the current one, that one included.
+  int32_t passed() const { return end_ - ahead_; }
+
   const queue_head *queue_;
   queue_cursor cursor_{};
   void *current_ = nullptr;
-  uint32_t passed_ = 0;  // the places up to the current one, that one included
-  uint32_t end_;         // the places up to the last one that is visited
+  int32_t end_;    // the places up to the last one that is visited
+  int32_t ahead_;  // those of them that were not visited yet
 };
+
+inline void QueueWalk::note_insertion(int32_t place) {
+  if (place >= end_) return;
+  if (place >= passed()) ++ahead_;
+  ++end_;
+}
 
 // A cursor is trusted only as far as the platform promises: it survives insertions, and the removal of an element that it
 // has passed. So it is set anew, from the head, when anything is taken out.
-inline void QueueWalk::note_removal(uint32_t place) {
-  if (place < end_) --end_;
-  if (place < passed_ && --passed_ == place) current_ = nullptr;
+inline void QueueWalk::note_removal(int32_t place) {
+  if (place + 1 == passed()) current_ = nullptr;
+  if (place < end_) {
+    if (place >= passed()) --ahead_;
+    --end_;
+  }
   cursor_ = {};
-  for (uint32_t passed = 0; passed < passed_; ++passed)
+  for (int32_t at = 0; at < passed(); ++at)
     queue_get_next(queue_, &cursor_);
 }
 

@@ -31,8 +31,9 @@ bool policy_uses(const zar_pmap &pmap, const void *param_map) {
 }
 
 bool database_uses(zar_db *database, const void *param_map) {
-  for (const zar_pmap &pmap : StoredMaps<zar_pmap>(database))
-    if (policy_uses(pmap, param_map)) return true;
+  StoredMaps<zar_pmap> policies(database);
+  while (const zar_pmap *pmap = policies.next())
+    if (policy_uses(*pmap, param_map)) return true;
   return false;
 }
 

@@ -41,37 +41,22 @@ inline zar_cmap *next_in(zar_db *database, zar_cmap *current) {
 template <class Map>
 class StoredMaps {
  public:
-  explicit StoredMaps(zar_db *database)
-      : database_(database), walk_(tree_of(*database, static_cast<const Map *>(nullptr))) {}
+  explicit StoredMaps(zar_db *database) : database_(database), walk_(tree_of(*database, kNone)) {
+    walk_.move_to(first_in(database, kNone));
+  }
 
-  class Iterator {
-   public:
-    Iterator(StoredMaps &maps, Map *current) : maps_(&maps), current_(current) {}
-    Map &operator*() const { return *current_; }
-    Iterator &operator++() {
-      current_ = maps_->next();
-      return *this;
-    }
-    bool operator!=(decltype(nullptr)) const { return current_ != nullptr; }
-
-   private:
-    StoredMaps *maps_;
-    Map *current_;
-  };
-
-  Iterator begin() { return Iterator(*this, of_kind(first_in(database_, static_cast<const Map *>(nullptr)))); }
-  decltype(nullptr) end() const { return nullptr; }
-
- private:
-  Map *current() const { return static_cast<Map *>(walk_.record()); }
-  Map *next() { return of_kind(walk_.moved() ? current() : next_in(database_, current())); }
-  // The first map of the kind from 'map' on, on which the walk then stands.
-  Map *of_kind(Map *map) {
+  // The next map, or NULL behind the last.
+  Map *next() {
+    auto *map = static_cast<Map *>(walk_.record());
+    if (!walk_.moved()) map = next_in(database_, map);
     while (map && !is_kind(*map))
       map = next_in(database_, map);
     walk_.stand_on(map);
     return map;
   }
+
+ private:
+  static constexpr const Map *kNone = nullptr;
 
   zar_db *database_;
   TreeWalk walk_;
@@ -80,17 +65,19 @@ class StoredMaps {
 // Hands each map of this kind to 'visit' until that answers something else than success.
 template <class Map, class Visit>
 Status for_each_map(zar_db *database, Visit visit) {
-  for (Map &map : StoredMaps<Map>(database))
-    if (Status status = visit(map); status != kSuccess) return status;
+  StoredMaps<Map> maps(database);
+  while (Map *map = maps.next())
+    if (Status status = visit(*map); status != kSuccess) return status;
   return kSuccess;
 }
 
 // The first map of this kind with this name, or NULL.
 template <class Map>
 Map *first_named(zar_db *database, const char *name) {
-  for (Map &map : StoredMaps<Map>(database)) {
-    const char *text = text_of(map.name);
-    if (text && std::strcmp(text, name) == 0) return &map;
+  StoredMaps<Map> maps(database);
+  while (Map *map = maps.next()) {
+    const char *text = text_of(map->name);
+    if (text && std::strcmp(text, name) == 0) return map;
   }
   return nullptr;
 }
