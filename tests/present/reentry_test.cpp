@@ -1,7 +1,5 @@
 // Handlers, text functions and printers that take out and delete what is being walked.
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -217,30 +215,18 @@ TEST_P(Listing, AsksTheActionsThatAQuestionLeaves) {
 
 // ---- Listings of databases
 
-std::function<void(const std::string &line)> on_line;
-void acting_printer(const char *format, ...) {
-  va_list values;
-  va_start(values, format);
-  char line[256];
-  std::vsnprintf(line, sizeof line, format, values);
-  va_end(values);
-  printed().push_back({format, line});
-  if (on_line) on_line(line);
-}
-
 struct ListingDatabases : TwoByTwo {
   const uint32_t iron = stored_pmap("iron"), silver = stored_pmap("silver");
-  ~ListingDatabases() override { on_line = nullptr; }
 
   // Runs when the n-th line, from 1, is printed.
   static void at_line(size_t number, const std::function<void()> &act) {
-    on_line = [=](const std::string &) {
+    on_printed = [=] {
       if (printed().size() != number) return;
       const Quiet quiet;
       act();
     };
   }
-  static uint32_t print_policies() { return zar_print_policymap("", acting_printer, "d1", nullptr, 1, 0); }
+  static uint32_t print_policies() { return zar_print_policymap("", capture_printer, "d1", nullptr, 1, 0); }
 };
 
 TEST_F(ListingDatabases, PassOverAPolicyThatATextFunctionDeletes) {
@@ -274,7 +260,7 @@ TEST_F(ListingDatabases, GoOnBehindThePolicyThatThePrinterDeletesWhateverItShows
     EXPECT_EQ(shown.size(), number + lines);
     EXPECT_EQ(shown[number], "gold");
     EXPECT_EQ(shown.back(), "zinc");
-    on_line = nullptr;
+    on_printed = nullptr;
   }
   EXPECT_TRUE(live(last));
 }
@@ -337,7 +323,6 @@ struct ListingClasses : TwoByTwo {
     filter_in(beta, "of beta");
     filter_in(gamma, "of gamma");
   }
-  ~ListingClasses() override { on_line = nullptr; }
 
   void drop_filter(uint32_t filter) const {
     EXPECT_EQ(zar_remove_filter_from_class(alpha, filter), 0U);
@@ -345,7 +330,7 @@ struct ListingClasses : TwoByTwo {
   }
   // The texts of the rows.
   static Strings print(const char *name) {
-    EXPECT_EQ(zar_print_classmap("", acting_printer, "", "d1", name, name == nullptr ? 1 : 0), 0U);
+    EXPECT_EQ(zar_print_classmap("", capture_printer, "", "d1", name, name == nullptr ? 1 : 0), 0U);
     Strings out = take_printed();
     out.erase(out.begin(), out.begin() + 2);
     for (std::string &row : out) {
@@ -367,7 +352,7 @@ TEST_F(ListingClasses, PassOverAClassThatATextFunctionDeletes) {
 }
 
 TEST_F(ListingClasses, GoOnBehindTheClassThatThePrinterDeletes) {
-  on_line = [this](const std::string &) {
+  on_printed = [this] {
     if (printed().size() != 3) return;
     const Quiet quiet;
     EXPECT_EQ(zar_delete_stored_class(one, alpha), 0U);

@@ -59,6 +59,8 @@ struct Printed {
   std::string text;
 };
 void capture_printer(const char *format, ...);
+// Runs inside capture_printer, after the line was kept.
+extern std::function<void()> on_printed;
 std::vector<Printed> &printed();
 // The formatted lines so far; they are then forgotten.
 std::vector<std::string> take_printed();
