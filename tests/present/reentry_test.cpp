@@ -220,7 +220,7 @@ struct ListingDatabases : TwoByTwo {
 
   // Runs when the n-th line, from 1, is printed.
   static void at_line(size_t number, const std::function<void()> &act) {
-    on_printed = [=] {
+    on_printed = [=](const std::string &) {
       if (printed().size() != number) return;
       const Quiet quiet;
       act();
@@ -352,7 +352,7 @@ TEST_F(ListingClasses, PassOverAClassThatATextFunctionDeletes) {
 }
 
 TEST_F(ListingClasses, GoOnBehindTheClassThatThePrinterDeletes) {
-  on_printed = [this] {
+  on_printed = [this](const std::string &) {
     if (printed().size() != 3) return;
     const Quiet quiet;
     EXPECT_EQ(zar_delete_stored_class(one, alpha), 0U);

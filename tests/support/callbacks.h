@@ -53,14 +53,13 @@ zar_filter_context filter_context(Data &data);
 // The target lists that notifications handed over; the library leaves them to the handlers. Frees and forgets them.
 void free_target_lists();
 
-// A printer that keeps what it is given.
+// A printer that keeps what it is given. Runs 'on_printed' inside each call, after the line was kept.
+extern std::function<void(const std::string &line)> on_printed;
 struct Printed {
   std::string format;
   std::string text;
 };
 void capture_printer(const char *format, ...);
-// Runs inside capture_printer, after the line was kept.
-extern std::function<void()> on_printed;
 std::vector<Printed> &printed();
 // The formatted lines so far; they are then forgotten.
 std::vector<std::string> take_printed();
