@@ -68,7 +68,7 @@ class Workshop:
     def _configure(self, kind):
         kind_of_build, flags = KINDS[kind]
         self._must(self.programs.run(
-            ['cmake', '-G', 'Ninja', '-S', self.sources, '-B', self.place / kind, '-DBUILD_TESTING=OFF', '-DZAR_UNIT_TESTS=OFF',
+            ['cmake', '-G', 'Ninja', '-S', self.sources, '-B', self.place / kind, '-DBUILD_TESTING=OFF', '-DZAR_HOST=OFF',
              f'-DCMAKE_BUILD_TYPE={kind_of_build}', '-DCMAKE_CXX_COMPILER=g++', f'-DCMAKE_CXX_FLAGS={flags}',
              '-DCMAKE_CXX_FLAGS_DEBUG=']))
         self._must(self._make(kind))

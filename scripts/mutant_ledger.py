@@ -39,13 +39,16 @@ class Ledger:
             entry.update(rests_on=self.tests.all)
         self.verdicts[mutant.name] = entry
         if not self.file:
+            # What was cut off must not begin the next line.
+            cut_off = self.path.exists() and not self.path.read_text().endswith('\n')
             self.file = self.path.open('a')
+            self.file.write('\n' if cut_off else '')
         self.file.write(json.dumps(entry) + '\n')
         self.file.flush()
 
 
 def read(path):
-    """The entries of a ledger. The last line may have been cut off when its run was killed."""
+    """The entries of a ledger. A line may have been cut off when its run was killed."""
     if not path.exists():
         return
     for line in path.read_text().split('\n'):

@@ -19,7 +19,7 @@ NOT_ASKED = {
     'install': 'test what is installed',
     'docs': 'test documents',
     'mutation': 'test scripts/mutate',
-    'tool': 'test the command; they take as long as all others and notice nothing that those do not',
+    'tool': 'test the command and reach the library through it alone',
 }
 # They break invariants on purpose and see that a debug build ends; in other builds they fail.
 OF_DEBUG_BUILDS = {'core_invariants'}
@@ -80,6 +80,10 @@ def name_of(test):
     return f"{pathlib.Path(test['command'][0]).name}:{chosen[0][len(FILTER):]}" if chosen else test['name']
 
 
+def is_of_debug_builds(test):
+    return pathlib.Path(test.program).name in OF_DEBUG_BUILDS
+
+
 def digest_of(paths):
     digest = hashlib.sha256()
     for path in paths:
@@ -93,6 +97,7 @@ class Digests:
     def __init__(self, root, build, tests):
         # The library that stands in is what differs; everything else that programs load is the same for all mutants.
         beside = sorted(path for path in (build / 'lib').glob('*.so*') if not path.name.startswith('libzar.so'))
+        # Sources are in the programs already; lists of survivors and the like are no inputs of these tests.
         read = sorted(path for folder in ('tests', 'fuzz', 'examples', 'share') for path in (root / folder).rglob('*')
                       if path.is_file() and path.suffix not in ('.cpp', '.h', '.txt'))
         common = digest_of(beside + read)
@@ -107,7 +112,7 @@ class Suite:
 
     def __init__(self, programs, tests, checks):
         self.programs, self.checks = programs, checks
-        self.tests = {test.name: test for test in tests if checks or pathlib.Path(test.program).name not in OF_DEBUG_BUILDS}
+        self.tests = {test.name: test for test in tests if checks or not is_of_debug_builds(test)}
         self.seconds, self.together, self.skipped, self.failed = {}, set(), [], []
         self.noticed_near = collections.defaultdict(dict)
 
