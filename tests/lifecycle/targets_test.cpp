@@ -300,6 +300,26 @@ TEST_F(AddingTargets, NeedsRoomInTheTree) {
   }
 }
 
+TEST_F(AddingTargets, TellsOfTheEndOfItsPolicyWhileItsHandleIsLive) {
+  const uint32_t gold = pmap("gold");
+  uint32_t target = 0;
+  std::vector<bool> was_live;
+  data_of_action(action_in(rule(event_in(gold, 1), cmap("voice")), "permit")).on_call = [&] {
+    if (target == 0) target = targets_of(gold).at(0);
+    was_live.push_back(live(target));
+  };
+  runtime::fail_request(runtime::Service::tree_insert, 1);
+  expect_undone(41, one, gold);
+  EXPECT_EQ(was_live, (std::vector<bool>{true, true})) << "when the tree has no room";
+
+  target = 0;
+  was_live.clear();
+  zar_clients_info[0]->database = nullptr;
+  expect_undone(37, two, gold);
+  EXPECT_EQ(was_live, (std::vector<bool>{true, true})) << "when there is no database";
+  zar_clients_info[0]->database = db;
+}
+
 TEST_F(AddingTargets, FailsWithoutATree) {
   const uint32_t gold = pmap("gold");
   avl_tree *tree = std::exchange(db->target_tree, nullptr);
