@@ -7,12 +7,12 @@
 namespace model {
 namespace {
 
-bool contains(const std::vector<Action *> &list, const Action &action) {
+bool contains(const List<Action *> &list, const Action &action) {
   return std::find(list.begin(), list.end(), &action) != list.end();
 }
 
 // One more list may hold the action when one more reference than lists is there.
-bool may_enter(const Action *action, const std::vector<Action *> *list) {
+bool may_enter(const Action *action, const List<Action *> *list) {
   return action == nullptr || (action->listed < action->refs && (list == nullptr || !contains(*list, *action)));
 }
 
@@ -26,9 +26,8 @@ bool may_go(const Cmap *cmap) {
 }
 
 bool may_go(const Model &m, const PmtrMap *map) {
-  return map == nullptr || std::all_of(map->statements.begin(), map->statements.end(), [&](const Statement &statement) {
-           return may_go(m.resolve<Cmap>(statement.cmap));
-         });
+  return map == nullptr || std::all_of(map->statements.begin(), map->statements.end(),
+                                       [&](const auto &statement) { return may_go(m.resolve<Cmap>(statement->cmap)); });
 }
 
 constexpr size_t kMostDatabases = 6;
@@ -69,8 +68,8 @@ bool Model::fair(const calls::Call &call, const Arguments &a) {
       return may_enter(resolve<Action>(a.handle(4)), rule == nullptr ? nullptr : &rule->actions);
     }
     case zar_add_action_to_pmtr_map_rule: {
-      PmtrMap *map = resolve<PmtrMap>(a.handle(0));
-      const Statement *statement = map == nullptr ? nullptr : statement_of(*map, a.number(1));
+      const PmtrMap *map = resolve<PmtrMap>(a.handle(0));
+      const auto statement = map == nullptr ? nullptr : statement_of(*map, a.number(1));
       return may_enter(resolve<Action>(a.handle(2)), statement == nullptr ? nullptr : &statement->actions);
     }
     case zar_delete_action:

@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "fuzz/calls/operations.h"
+#include "fuzz/model/list.h"
 
 namespace model {
 
@@ -47,9 +50,9 @@ struct Rule;
 struct Pmap : Map {
   static constexpr Kind kKind = Kind::pmap;
   std::vector<std::pair<Cmap *, uint32_t>> cmap_refs;
-  std::vector<Target *> targets;
-  std::vector<Event *> events;  // of a CONTROL policy-map
-  std::vector<Rule *> rules;    // of any other
+  List<Target *> targets;
+  List<Event *> events;  // of a CONTROL policy-map
+  List<Rule *> rules;    // of any other
   bool control() const { return type == 1; }
 };
 
@@ -60,7 +63,7 @@ struct Cmap : Map {
   uint32_t match_criteria = 0;
   uint32_t mask = 0;
   std::vector<Pmap *> pmap_refs;
-  std::vector<Filter *> filters;
+  List<Filter *> filters;
   int uncounted =
       0;  // rules that use it without a reference: those of free events and of policy-maps that are not CONTROL
 };
@@ -92,7 +95,7 @@ struct Event : Object {
   std::string name;
   uint32_t criteria = 1;
   Pmap *pmap = nullptr;
-  std::vector<Rule *> rules;
+  List<Rule *> rules;
 };
 
 struct Rule : Object {
@@ -101,7 +104,7 @@ struct Rule : Object {
   uint32_t exec_criteria = 0;
   Cmap *cmap = nullptr;
   Event *event = nullptr;  // none: of a policy-map that is not CONTROL
-  std::vector<Action *> actions;
+  List<Action *> actions;
 };
 
 struct Context : Object {
@@ -114,7 +117,7 @@ struct Database;
 struct Target : Object {
   static constexpr Kind kKind = Kind::target;
   zar_target_info *info = nullptr;
-  std::vector<Pmap *> active;
+  List<Pmap *> active;
   Context *context = nullptr;
   Database *stored_in = nullptr;
 };
@@ -122,12 +125,12 @@ struct Target : Object {
 struct Statement {
   uint32_t index = 0;
   uint32_t cmap = 0;  // a handle, since the class-map may go before it
-  std::vector<Action *> actions;
+  List<Action *> actions;
 };
 
 struct PmtrMap : Map {
   static constexpr Kind kKind = Kind::pmtr_map;
-  std::vector<Statement> statements;
+  List<std::shared_ptr<Statement>> statements;
 };
 
 // The maps of a tree in the order of their keys.
@@ -152,29 +155,36 @@ struct Client {
   bool hears_removals = false;
 };
 
-// What a call was seen to do, to be compared with what it should have done.
+// What a call should answer and put out, to be compared with what it was seen to do. Most of it is said before the call
+// has come to its end.
 class Seen {
  public:
-  Seen(const Arguments &arguments, const calls::Answer &answer) : arguments_(arguments), answer_(answer) {}
+  explicit Seen(const Arguments &arguments) : arguments_(arguments) {}
 
-  void answers(uint64_t value);
-  void answers_text(const std::optional<std::string> &text);
-  void answers_something(bool something);
+  void answers(uint64_t value) { answers_ = value; }
+  void answers_text(std::optional<std::string> text) { answers_text_ = std::move(text); }
   // The number that comes into the result place 'i', which is given.
-  void puts(size_t i, uint32_t value);
-  void puts_pointer(size_t i, const void *pointer);
-  // The handle there, which was never seen before.
+  void puts(size_t i, uint32_t value) { puts_[i] = value; }
+  void puts_pointer(size_t i, const void *pointer) { pointers_[i] = pointer; }
+  // Once the call is over: the handle there, which was never seen before.
   uint32_t fresh(size_t i);
-  uint64_t answer() const { return answer_.value; }
+  // Once the call is over.
+  uint64_t answer() const { return answer_->value; }
+  void ends(const calls::Answer &answer) { answer_ = &answer; }
+  // Compares, and looks whether nothing else was put out.
+  void judge();
   void fail(const std::string &what);
   const std::string &failure() const { return failure_; }
-  // Nothing else was put out.
-  void end();
 
  private:
+  void judge_places();
+
   const Arguments &arguments_;
-  const calls::Answer &answer_;
-  std::array<bool, calls::kMostArguments> put_{};
+  const calls::Answer *answer_ = nullptr;
+  std::optional<uint64_t> answers_;
+  std::optional<std::optional<std::string>> answers_text_;
+  std::array<std::optional<uint32_t>, calls::kMostArguments> puts_;
+  std::array<std::optional<const void *>, calls::kMostArguments> pointers_;
   std::string failure_;
 };
 
@@ -199,7 +209,29 @@ class Model {
   // What is different in the library; empty when nothing is.
   std::string difference() const;
 
-  std::vector<std::string> log;  // what the call should have logged
+  // ---- Calls of clients and of the engine
+
+  std::vector<std::string> log;       // what the call should have logged
+  std::function<void()> when_called;  // what happens while one of them is called, before it returns
+  void called(std::string line) {
+    log.push_back(std::move(line));
+    if (when_called) when_called();
+  }
+  // What an operation under way stands on while it calls a client: the client may do anything but delete it.
+  class Busy {
+   public:
+    Busy(Model &model, std::initializer_list<const void *> things) : model_(model), count_(things.size()) {
+      model_.busy_.insert(model_.busy_.end(), things);
+    }
+    ~Busy() { model_.busy_.resize(model_.busy_.size() - count_); }
+    Busy(const Busy &) = delete;
+    Busy &operator=(const Busy &) = delete;
+
+   private:
+    Model &model_;
+    size_t count_;
+  };
+  bool busy(const void *thing) const { return std::find(busy_.begin(), busy_.end(), thing) != busy_.end(); }
 
   // ---- Objects
 
@@ -280,6 +312,8 @@ class Model {
 
   void drop_reference(Action &action);
   void free_filter(Filter &filter);
+  void replace_data(Action &action, const zar_action_context &context);
+  void replace_data(Filter &filter, const zar_filter_context &context);
   void free_rule(Rule &rule);
   void delete_event(Event &event);
   void delete_rules_of(Pmap &pmap);
@@ -291,19 +325,20 @@ class Model {
 
   uint32_t associate(uint32_t clid, Target &target, Pmap &pmap);
   bool disassociate(Pmap &pmap, Target &target);
-  void tell_handlers(const Pmap &pmap, const Target &target, bool added);
+  void tell_handlers(Pmap &pmap, const Target &target, bool added);
   uint32_t delete_target(Target &target);
   void destroy(Database &database);
 
   // The first statement with the index; none: nullptr.
-  static Statement *statement_of(PmtrMap &map, uint32_t index);
-  void end_statement(const Statement &statement);
+  static std::shared_ptr<Statement> statement_of(const PmtrMap &map, uint32_t index);
+  void end_statement(Statement &statement);
   void delete_statement(PmtrMap &map, uint32_t index);
   void delete_pmtr_map(PmtrMap &map);
   uint32_t find_subscriber_map(const char *name, uint32_t type, uint32_t *handle);
-  Filter *filter_like(const Cmap &cmap, const zar_filter_context &context, uint32_t no_match);
+  Filter *filter_like(Cmap &cmap, const zar_filter_context &context, uint32_t no_match);
   bool same(const Filter &filter, const zar_filter_context &context);
   bool same(const Action &action, const zar_action_context &context);
+  bool compare(const Object &object, const void *stored, const void *offered);
   void free_context(const zar_action_context &context);
   std::optional<std::string> text_of(const Action &action, uint32_t argument);
   std::optional<std::string> text_of(const Filter &filter);
@@ -314,6 +349,9 @@ class Model {
   std::vector<std::unique_ptr<Database>> databases;
   std::array<char, 5> compare_table{};
   calls::Refusal refusal = calls::Refusal::none;
+
+  // What the trees came to first, of several keys that count as equal.
+  std::map<std::pair<const Tree *, std::string>, Map *> asked;
 
   // What is left behind as described.
   uint32_t lost_ids = 0;
@@ -327,7 +365,7 @@ class Model {
   std::map<uint32_t, std::unique_ptr<Object>> objects_;
   std::set<uint32_t> seen_;
   std::set<std::string> instances_;
-  std::map<std::pair<const Tree *, std::string>, Map *> asked_;
+  std::vector<const void *> busy_;
 };
 
 // ---- What the checks of arguments say

@@ -76,10 +76,10 @@ void zar_verify_target_context(Model &m, const Arguments &a, Seen &seen) {
 void zar_create_policy_context(Model &m, const Arguments &a, Seen &seen) {
   Target *target = m.resolve<Target>(a.handle(0));
   if (target == nullptr) return seen.answers(0);
-  seen.answers_something(true);
   if (target->context == nullptr && seen.answer() != 0)
     target->context = &m.add<Context>(reinterpret_cast<const zar_target_policy_context *>(seen.answer())->handle);
-  seen.answers(reinterpret_cast<uintptr_t>(target->context == nullptr ? nullptr : target->context->record));
+  if (target->context == nullptr) return seen.fail("answered nothing");
+  seen.answers(reinterpret_cast<uintptr_t>(target->context->record));
 }
 
 void zar_retrieve_policy_context(Model &m, const Arguments &a, Seen &seen) {
@@ -238,12 +238,12 @@ void zar_get_next_active_policy_on_target(Model &m, const Arguments &a, Seen &se
 namespace {
 
 template <typename Type>
-uint32_t first_of(const std::vector<Type *> &list) {
+uint32_t first_of(const List<Type *> &list) {
   return list.empty() ? 0 : list.front()->handle;
 }
 
 template <typename Type>
-uint32_t after(const std::vector<Type *> &list, uint32_t current) {
+uint32_t after(const List<Type *> &list, uint32_t current) {
   for (size_t i = 0; i + 1 < list.size(); ++i)
     if (list[i]->handle == current) return list[i + 1]->handle;
   return 0;

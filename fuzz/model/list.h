@@ -1,0 +1,96 @@
+// A list that may change in any way while walks over it are under way.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace model {
+
+template <typename Element>
+class Walk;
+
+// 'Element' is a pointer of some kind.
+template <typename Element>
+class List {
+ public:
+  List() = default;
+  List(const List &) = delete;
+  List &operator=(const List &) = delete;
+
+  auto begin() const { return elements_.begin(); }
+  auto end() const { return elements_.end(); }
+  size_t size() const { return elements_.size(); }
+  bool empty() const { return elements_.empty(); }
+  const Element &front() const { return elements_.front(); }
+  const Element &operator[](size_t i) const { return elements_[i]; }
+  using Place = typename std::vector<Element>::const_iterator;
+
+  void push_back(Element element) { insert(end(), std::move(element)); }
+  // Before the place.
+  void insert(Place place, Element element) {
+    const auto at = static_cast<size_t>(place - begin());
+    elements_.insert(place, std::move(element));
+    for (Walk<Element> *walk : walks_)
+      walk->inserted(at);
+  }
+  void erase(Place place) {
+    const auto at = static_cast<size_t>(place - begin());
+    elements_.erase(place);
+    for (Walk<Element> *walk : walks_)
+      walk->erased(at);
+  }
+  // The first place of the element; nothing when it is absent.
+  void remove(const Element &element) {
+    const Place found = std::find(begin(), end(), element);
+    if (found != end()) erase(found);
+  }
+  Element take_first() {
+    Element first = front();
+    erase(begin());
+    return first;
+  }
+
+ private:
+  friend class Walk<Element>;
+
+  std::vector<Element> elements_;
+  std::vector<Walk<Element> *> walks_;
+};
+
+// Meets each element that stands in the list from the beginning of the walk to its end, once. Of what is put in meanwhile
+// it meets what comes to stand behind the element that it met last.
+template <typename Element>
+class Walk {
+ public:
+  explicit Walk(List<Element> &list) : list_(list) { list_.walks_.push_back(this); }
+  ~Walk() { std::erase(list_.walks_, this); }
+  Walk(const Walk &) = delete;
+  Walk &operator=(const Walk &) = delete;
+
+  // The next element; none: an empty pointer.
+  Element next() {
+    stands_ = upcoming_ < list_.size();
+    return stands_ ? list_[upcoming_++] : Element{};
+  }
+  // Whether the element that was met last has not been taken out since.
+  bool stands() const { return stands_; }
+
+ private:
+  friend class List<Element>;
+
+  void inserted(size_t at) {
+    if (at < upcoming_) ++upcoming_;
+  }
+  void erased(size_t at) {
+    if (at >= upcoming_) return;
+    --upcoming_;
+    if (at == upcoming_) stands_ = false;
+  }
+
+  List<Element> &list_;
+  size_t upcoming_ = 0;
+  bool stands_ = false;
+};
+
+}  // namespace model
