@@ -1,0 +1,69 @@
+#!/bin/sh
+# Installs the Debian packages on a system that has nothing of them, uses what they bring as its users do, and purges them.
+# It installs and removes packages of the system: it is for a system made for this.
+#   use_packages.sh FOLDER         FOLDER holds the three .deb files
+set -eu
+export LC_ALL=C DEBIAN_FRONTEND=noninteractive
+packages=$(cd "$1" && pwd)
+sources=$(cd "$(dirname "$0")/../.." && pwd)
+version=$(head -n 1 "$sources/VERSION")
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+install() { apt-get install -y -qq --no-install-recommends "$@" >"$scratch/apt" 2>&1 || { cat "$scratch/apt"; fail "cannot install $*"; }; }
+# Every file but what the package system and its hooks write for themselves.
+files() {
+  find / -xdev \( -path /tmp -o -path /proc -o -path /sys -o -path /dev -o -path /root -o -path /home -o -path /var/cache \
+    -o -path /var/log -o -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o -print | sort
+}
+
+# What they depend on, and what their users have, is there before them, so that only they come and go.
+apt-get update -qq
+install man-db bash-completion pkg-config cmake make g++
+dependencies=$(apt-get install --simulate --no-install-recommends "$packages"/*.deb |
+  awk '/^Inst/ && !/^Inst (libzar|zar-)/ { print $2 }')
+# shellcheck disable=SC2086 # the list is words
+install $dependencies
+files >"$scratch/before"
+
+cd "$packages"
+install ./*.deb
+cd "$scratch"
+
+# ---- The command, its pages, its completions and its examples ----
+
+test "$(zar --version)" = "zar $version" || fail "zar --version says '$(zar --version)'"
+for page in zar zar-platform-check zar-policy '3 zar'; do
+  # shellcheck disable=SC2086 # a section and a name
+  man $page >"$scratch/page" || fail "there is no page $page"
+  grep -q zar "$scratch/page" || fail "the page $page says nothing"
+done
+bash -c '. /usr/share/bash-completion/bash_completion && _completion_loader zar && complete -p zar' ||
+  fail "bash does not complete zar"
+for example in /usr/share/doc/zar/examples/*.yaml; do
+  zar check "$example" && zar run "$example" >"$scratch/output" && zar test "$example" >"$scratch/output" ||
+    fail "$example does not work"
+done
+zar-platform-check >"$scratch/report" || fail "the stand-in runtime fails its check: $(cat "$scratch/report")"
+
+# ---- The library: the daemon of the examples with pkg-config, a host in C++ with find_package ----
+
+examples=/usr/share/doc/zar/examples/embed
+# shellcheck disable=SC2046 # the flags are words
+cc -std=c11 "$examples/daemon.c" "$examples/runtime.c" $(pkg-config --cflags --libs zar) -o daemon
+./daemon >output || fail "the daemon of the examples fails"
+diff -u "$sources/examples/embed/expected.txt" output
+"$sources/tests/install/consumer_cpp.sh" /usr "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH 2>/dev/null || cc -print-multiarch)" \
+  cmake cc c++ "" ""
+
+# ---- Nothing stays ----
+
+apt-get purge -y -qq libzar1 libzar-dev zar-tools >"$scratch/apt" 2>&1 || { cat "$scratch/apt"; fail "cannot purge the packages"; }
+files >"$scratch/after"
+diff -u "$scratch/before" "$scratch/after" || fail "a purge leaves files, or takes some with it"
+if dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-)'; then fail "packages are left"; fi
+echo "the packages were installed, used and purged"
