@@ -33,7 +33,7 @@ model::Kind kind_of(calls::Param kind) {
 }
 
 void *record_of(const void *model, calls::Param kind, uint32_t handle) {
-  const model::Object *object = static_cast<const model::Model *>(model)->resolve_any(handle);
+  const model::Object *object = static_cast<const model::Model *>(model)->any_behind(handle);
   return object != nullptr && object->kind == kind_of(kind) ? object->record : nullptr;
 }
 

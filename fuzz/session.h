@@ -2,6 +2,7 @@
 // deleted again.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <map>

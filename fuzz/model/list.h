@@ -1,8 +1,9 @@
-// A list that may change in any way while walks over it are under way.
+// A list that may change in any way, or go, while walks over it are under way.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace model {
@@ -14,17 +15,22 @@ class Walk;
 template <typename Element>
 class List {
  public:
+  using Place = typename std::vector<Element>::const_iterator;
+
   List() = default;
+  ~List() {
+    for (Walk<Element> *walk : walks_)
+      walk->list_ = nullptr;
+  }
   List(const List &) = delete;
   List &operator=(const List &) = delete;
 
-  auto begin() const { return elements_.begin(); }
-  auto end() const { return elements_.end(); }
+  Place begin() const { return elements_.begin(); }
+  Place end() const { return elements_.end(); }
   size_t size() const { return elements_.size(); }
   bool empty() const { return elements_.empty(); }
   const Element &front() const { return elements_.front(); }
   const Element &operator[](size_t i) const { return elements_[i]; }
-  using Place = typename std::vector<Element>::const_iterator;
 
   void push_back(Element element) { insert(end(), std::move(element)); }
   // Before the place.
@@ -59,37 +65,42 @@ class List {
 };
 
 // Meets each element that stands in the list from the beginning of the walk to its end, once. Of what is put in meanwhile
-// it meets what comes to stand behind the element that it met last.
+// it meets what comes to stand behind the element that it met last and before one that stood there at the beginning.
 template <typename Element>
 class Walk {
  public:
-  explicit Walk(List<Element> &list) : list_(list) { list_.walks_.push_back(this); }
-  ~Walk() { std::erase(list_.walks_, this); }
+  explicit Walk(List<Element> &list) : list_(&list), end_(list.size()) { list.walks_.push_back(this); }
+  ~Walk() {
+    if (list_ != nullptr) std::erase(list_->walks_, this);
+  }
   Walk(const Walk &) = delete;
   Walk &operator=(const Walk &) = delete;
 
   // The next element; none: an empty pointer.
   Element next() {
-    stands_ = upcoming_ < list_.size();
-    return stands_ ? list_[upcoming_++] : Element{};
+    stands_ = list_ != nullptr && passed_ < end_;
+    return stands_ ? (*list_)[passed_++] : Element{};
   }
   // Whether the element that was met last has not been taken out since.
-  bool stands() const { return stands_; }
+  bool stands() const { return stands_ && list_ != nullptr; }
 
  private:
   friend class List<Element>;
 
   void inserted(size_t at) {
-    if (at < upcoming_) ++upcoming_;
+    if (at < passed_) ++passed_;
+    if (at < end_) ++end_;
   }
   void erased(size_t at) {
-    if (at >= upcoming_) return;
-    --upcoming_;
-    if (at == upcoming_) stands_ = false;
+    if (at < end_) --end_;
+    if (at >= passed_) return;
+    --passed_;
+    if (at == passed_) stands_ = false;
   }
 
-  List<Element> &list_;
-  size_t upcoming_ = 0;
+  List<Element> *list_;
+  size_t passed_ = 0;
+  size_t end_;  // how many places it visits in all
   bool stands_ = false;
 };
 

@@ -69,16 +69,21 @@ void Seen::judge_places() {
 
 Model::Model() = default;
 
-Map *Model::resolve_map(uint32_t handle) const {
-  Object *object = resolve_any(handle);
+Object *Model::any_behind(uint32_t handle) const {
+  const auto found = objects_.find(handle);
+  return found == objects_.end() || found->second->life == Life::nameless ? nullptr : found->second.get();
+}
+
+Map *Model::map_behind(uint32_t handle) const {
+  Object *object = any_behind(handle);
   if (object == nullptr) return nullptr;
   const bool map = object->kind == Kind::pmap || object->kind == Kind::cmap || object->kind == Kind::pmtr_map;
   return map ? static_cast<Map *>(object) : nullptr;
 }
 
-Object *Model::resolve_any(uint32_t handle) const {
-  const auto found = objects_.find(handle);
-  return found == objects_.end() ? nullptr : found->second.get();
+Map *Model::resolve_map(uint32_t handle) const {
+  Map *map = map_behind(handle);
+  return map == nullptr || map->life != Life::live ? nullptr : map;
 }
 
 void Model::forget(const Object &object) {
@@ -187,7 +192,7 @@ void Model::ask(const std::string &key) {
 }
 
 bool Model::insert(Tree &tree, Map &map) {
-  if (map.tree != nullptr || search(tree, map.key) != nullptr) return false;
+  if (map.life != Life::live || map.tree != nullptr || search(tree, map.key) != nullptr) return false;
   enter(tree, map);
   return true;
 }
@@ -199,8 +204,34 @@ void Model::enter(Tree &tree, Map &map) {
 
 void Model::take_out(Map &map) {
   if (map.tree == nullptr) return;
-  remove_first(map.tree->nodes, &map);
-  map.tree = nullptr;
+  Tree &tree = *std::exchange(map.tree, nullptr);
+  remove_first(tree.nodes, &map);
+  for (TreeWalk *walk : tree.walks)
+    walk->taken_out(map);
+}
+
+void Model::empty(Tree &tree) {
+  for (TreeWalk *walk : tree.walks)
+    walk->emptied();
+  for (Map *map : std::exchange(tree.nodes, {}))
+    map->tree = nullptr;
+}
+
+Map *TreeWalk::next() {
+  if (!std::exchange(begun_, true)) return at_ = Model::first(tree_);
+  if (!std::exchange(moved_, false) && at_ != nullptr) at_ = Model::next(tree_, *at_);
+  return at_;
+}
+
+void TreeWalk::taken_out(const Map &map) {
+  if (at_ != &map) return;
+  at_ = Model::next(tree_, map);
+  moved_ = true;
+}
+
+void TreeWalk::emptied() {
+  at_ = nullptr;
+  begun_ = true;
 }
 
 Map *Model::next(const Tree &tree, const Map &map) {
@@ -228,7 +259,7 @@ void Model::foresee(const calls::Call &call, const Arguments &arguments) {
   for (size_t i = 0; i < what.count; ++i) {
     const calls::Param param = what.params[i];
     if (param == calls::Param::info && valid(arguments.info(i))) ask(key_of(*arguments.info(i)));
-    const Map *map = arguments.handle(i) == 0 ? nullptr : resolve_map(arguments.handle(i));
+    const Map *map = arguments.handle(i) == 0 ? nullptr : map_behind(arguments.handle(i));
     if (map != nullptr) ask(map->key);
     if (param == calls::Param::name && arguments.given(i))
       for (uint32_t type : {1U, 2U}) {
@@ -354,31 +385,35 @@ std::string freed(const zar_action_context &context) {
 void Model::drop_reference(Action &action) {
   if (--action.refs > 0) return;
   const Busy busy(*this, {&action});
+  action.life = Life::ending;
   called(freed(action.context));
   forget(action);
 }
 
 void Model::free_filter(Filter &filter) {
   const Busy busy(*this, {&filter});
-  filter.listed = true;  // nobody puts it into a list any more
+  filter.life = Life::ending;
   called(freed(filter.context));
   forget(filter);
 }
 
 void Model::replace_data(Action &action, const zar_action_context &context) {
   const Busy busy(*this, {&action});
-  called(freed(action.context));
+  const std::string line = freed(action.context);
   action.context.action_data = context.action_data;
+  called(line);
 }
 
 void Model::replace_data(Filter &filter, const zar_filter_context &context) {
   const Busy busy(*this, {&filter});
-  called(freed(filter.context));
+  const std::string line = freed(filter.context);
   filter.context.filter_data = context.filter_data;
+  called(line);
 }
 
 void Model::free_rule(Rule &rule) {
   const Busy busy(*this, {&rule});
+  rule.life = Life::ending;
   if (rule.event == nullptr || rule.event->pmap == nullptr) --rule.cmap->uncounted;
   while (!rule.actions.empty()) {
     Action &action = *rule.actions.take_first();
@@ -390,6 +425,7 @@ void Model::free_rule(Rule &rule) {
 
 void Model::delete_event(Event &event) {
   const Busy busy(*this, {&event, event.pmap});
+  event.life = Life::ending;
   if (event.pmap != nullptr) event.pmap->events.remove(&event);
   while (!event.rules.empty()) {
     Rule &rule = *event.rules.take_first();
@@ -401,8 +437,8 @@ void Model::delete_event(Event &event) {
 
 void Model::delete_rules_of(Pmap &pmap) {
   const Busy busy(*this, {&pmap});
-  while (!pmap.events.empty())
-    delete_event(*pmap.events.front());
+  for (Walk events(pmap.events); Event *event = events.next();)
+    delete_event(*event);
   while (!pmap.rules.empty())
     free_rule(*pmap.rules.take_first());
 }
@@ -420,27 +456,32 @@ void Model::delete_policy(Pmap &pmap) {
     delete_rules_of(pmap);
     return;
   }
+  pmap.life = Life::ending;
   delete_rules_of(pmap);
-  while (!pmap.targets.empty())
-    disassociate(pmap, *pmap.targets.front());
+  for (Walk targets(pmap.targets); Target *target = targets.next();)
+    disassociate(pmap, *target);
   forget(pmap);
 }
 
-void Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
-  const Busy busy(*this, {&pmap});
+// The client that hears of removals may store the policy-map again, or delete it.
+uint32_t Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
+  const uint32_t handle = pmap.handle;
   take_out(pmap);
-  while (!pmap.targets.empty()) {
-    Target &target = *pmap.targets.front();
-    const uint32_t handle = target.handle;
-    disassociate(pmap, target);
-    if (clients[clid - 1].hears_removals) called(calls::text("removed target:0x%x pmap:0x%x", handle, pmap.handle));
+  for (Walk targets(pmap.targets); Target *target = targets.next();) {
+    const uint32_t target_handle = target->handle;
+    disassociate(pmap, *target);
+    if (clients[clid - 1].hears_removals)
+      called(calls::text("removed target:0x%x pmap:0x%x", target_handle, handle));
   }
+  if (resolve<Pmap>(handle) == nullptr) return kInvalid;
   take_out(pmap);
   delete_policy(pmap);
+  return 0;
 }
 
 void Model::free_class(Cmap &cmap) {
   const Busy busy(*this, {&cmap});
+  cmap.life = Life::ending;
   while (!cmap.filters.empty())
     free_filter(*cmap.filters.take_first());
   forget(cmap);
@@ -504,25 +545,28 @@ bool Model::disassociate(Pmap &pmap, Target &target) {
 }
 
 void Model::tell_handlers(Pmap &pmap, const Target &target, bool added) {
+  const auto id = static_cast<unsigned long>(target.info->target_id);
   std::string list;
-  for (Walk events(pmap.events); Event *event = events.next();) {
-    const Busy event_busy(*this, {event});
-    for (Walk rules(event->rules); Rule *rule = rules.next();) {
-      const Busy rule_busy(*this, {rule});
+  for (Walk events(pmap.events); Event *event = events.next();)
+    for (Walk rules(event->rules); Rule *rule = rules.next();)
       for (Walk actions(rule->actions); const Action *action = actions.next();) {
         if (action->context.action_notify_fn == nullptr) continue;
-        const Busy action_busy(*this, {action});
-        list += calls::text(" %lu", static_cast<unsigned long>(target.info->target_id));
+        const Busy busy(*this, {action});
+        list += calls::text(" %lu", id);
         called(calls::text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action->context.action_data)) + list);
       }
-    }
-  }
 }
 
+// A handler that hears of a deactivation may activate another policy-map on the target; once that has no handle any more,
+// nobody can.
 uint32_t Model::delete_target(Target &target) {
   const Busy busy(*this, {&target});
-  while (!target.active.empty())
-    disassociate(*target.active.front(), target);
+  target.being_deleted = true;
+  for (Walk active(target.active); Pmap *pmap = active.next();)
+    disassociate(*pmap, target);
+  target.life = Life::nameless;
+  for (Walk active(target.active); Pmap *pmap = active.next();)
+    disassociate(*pmap, target);
   Context *context = target.context;
   const bool stays = context != nullptr && context->used && (called("free the context"), true) &&
                      refuses(calls::Refusal::free_context);
@@ -538,10 +582,6 @@ uint32_t Model::delete_target(Target &target) {
 }
 
 void Model::destroy(Database &database) {
-  const auto empty = [](Tree &tree) {
-    while (!tree.nodes.empty())
-      take_out(*tree.nodes.front());
-  };
   empty(database.pmaps);
   empty(database.cmaps);
   while (!database.targets.empty())
@@ -573,7 +613,6 @@ bool Model::compare(const Object &object, const void *stored, const void *offere
 }
 
 Filter *Model::filter_like(Cmap &cmap, const zar_filter_context &context, uint32_t no_match) {
-  const Busy busy(*this, {&cmap});
   for (Walk filters(cmap.filters); Filter *filter = filters.next();)
     if (same(*filter, context) && filters.stands() && filter->no_match == static_cast<uint8_t>(no_match)) return filter;
   return nullptr;
@@ -606,31 +645,36 @@ std::optional<std::string> Model::text_of(const Filter &filter) {
 
 std::shared_ptr<Statement> Model::statement_of(const PmtrMap &map, uint32_t index) {
   for (const auto &statement : map.statements)
-    if (statement->index == index) return statement;
+    if (statement->index == index && !statement->ending) return statement;
   return nullptr;
 }
 
-void Model::end_statement(Statement &statement) {
+void Model::end_statement(Statement &statement, uint32_t owner) {
   const Busy busy(*this, {&statement});
+  statement.ending = true;
   while (!statement.actions.empty()) {
     Action &action = *statement.actions.take_first();
     --action.listed;
     drop_reference(action);
   }
-  delete_stored_class(owner_of(kSubscriber), statement.cmap);
+  delete_stored_class(owner, statement.cmap);
 }
 
+// It stands in the list until its contents are freed.
 void Model::delete_statement(PmtrMap &map, uint32_t index) {
   const Busy busy(*this, {&map});
   const std::shared_ptr<Statement> statement = statement_of(map, index);
+  end_statement(*statement, owner_of(kSubscriber));
   map.statements.remove(statement);
-  end_statement(*statement);
 }
 
 void Model::delete_pmtr_map(PmtrMap &map) {
   const Busy busy(*this, {&map});
-  while (!map.statements.empty())
-    end_statement(*map.statements.take_first());
+  map.life = Life::ending;
+  while (!map.statements.empty()) {
+    const std::shared_ptr<Statement> statement = map.statements.take_first();
+    end_statement(*statement, owner_of(kSubscriber));
+  }
   ++lost_texts[map.domain];
   forget(map);
 }

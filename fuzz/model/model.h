@@ -3,6 +3,7 @@
 // which nobody can foresee, and which of several keys that count as equal a tree comes to first.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -24,9 +25,13 @@ using calls::Arguments;
 
 enum class Kind { pmap, cmap, action, filter, event, rule, target, policy_context, pmtr_map };
 
+// An object that is being freed has a handle that no operation takes any more; then, for a while, a record without one.
+enum class Life { live, ending, nameless };
+
 struct Object {
   virtual ~Object() = default;
   Kind kind{};
+  Life life = Life::live;
   uint32_t handle = 0;
   void *record = nullptr;  // for comparisons alone
 };
@@ -120,9 +125,11 @@ struct Target : Object {
   List<Pmap *> active;
   Context *context = nullptr;
   Database *stored_in = nullptr;
+  bool being_deleted = false;
 };
 
 struct Statement {
+  bool ending = false;
   uint32_t index = 0;
   uint32_t cmap = 0;  // a handle, since the class-map may go before it
   List<Action *> actions;
@@ -134,14 +141,36 @@ struct PmtrMap : Map {
 };
 
 // The maps of a tree in the order of their keys.
+class TreeWalk;
+
 struct Tree {
   bool symmetric = false;  // the comparison of policy-maps: whichever key is the shorter one, its length counts
   std::vector<Map *> nodes;
+  std::vector<TreeWalk *> walks;
+};
+
+// Meets the maps of a tree. When the one that it met last is taken out, it goes on with what then stands behind it.
+class TreeWalk {
+ public:
+  explicit TreeWalk(Tree &tree) : tree_(tree) { tree.walks.push_back(this); }
+  ~TreeWalk() { std::erase(tree_.walks, this); }
+  TreeWalk(const TreeWalk &) = delete;
+  TreeWalk &operator=(const TreeWalk &) = delete;
+
+  Map *next();
+  void taken_out(const Map &map);
+  void emptied();
+
+ private:
+  Tree &tree_;
+  Map *at_ = nullptr;
+  bool begun_ = false;
+  bool moved_ = false;  // 'at_' was not met yet
 };
 
 struct Database {
   zar_db *record = nullptr;
-  Tree pmaps{true, {}};
+  Tree pmaps{true, {}, {}};
   Tree cmaps;
   Tree pmtr_maps;
   std::map<uint32_t, Target *> targets;
@@ -202,6 +231,8 @@ class Model {
 
   // A call that the headers name as the caller's own fault, such as deleting what is still in a list, is not made.
   bool fair(const calls::Call &call, const Arguments &arguments);
+  // Whether the call leaves alone what is busy.
+  bool leaves_alone(const calls::Call &call, const Arguments &arguments);
   // Asks the trees what they come to first wherever the call may depend on it.
   void foresee(const calls::Call &call, const Arguments &arguments);
   // What the call does.
@@ -217,7 +248,8 @@ class Model {
     log.push_back(std::move(line));
     if (when_called) when_called();
   }
-  // What an operation under way stands on while it calls a client: the client may do anything but delete it.
+  // What a client is called for, or what an operation under way stands on while it calls one: the client may do anything
+  // but delete it, or what holds it.
   class Busy {
    public:
     Busy(Model &model, std::initializer_list<const void *> things) : model_(model), count_(things.size()) {
@@ -231,18 +263,34 @@ class Model {
     Model &model_;
     size_t count_;
   };
-  bool busy(const void *thing) const { return std::find(busy_.begin(), busy_.end(), thing) != busy_.end(); }
+  bool is_busy(const void *thing) const {
+    return thing != nullptr && std::find(busy_.begin(), busy_.end(), thing) != busy_.end();
+  }
+
+  bool busy(const Rule &rule) const;
+  bool busy(const Event &event) const;
+  bool busy(const Pmap &pmap) const;
+  bool busy(const Cmap &cmap) const;
+  bool busy(const Statement &statement) const;
+  bool busy(const PmtrMap &map) const;
 
   // ---- Objects
 
+  // What an operation finds that is given the handle.
   template <typename Type>
   Type *resolve(uint32_t handle) const {
-    const auto found = objects_.find(handle);
-    if (found == objects_.end() || found->second->kind != Type::kKind) return nullptr;
-    return static_cast<Type *>(found->second.get());
+    Type *object = behind<Type>(handle);
+    return object == nullptr || object->life != Life::live ? nullptr : object;
   }
   Map *resolve_map(uint32_t handle) const;
-  Object *resolve_any(uint32_t handle) const;
+  // What an operation finds that is given the record.
+  template <typename Type>
+  Type *behind(uint32_t handle) const {
+    Object *object = any_behind(handle);
+    return object == nullptr || object->kind != Type::kKind ? nullptr : static_cast<Type *>(object);
+  }
+  Map *map_behind(uint32_t handle) const;
+  Object *any_behind(uint32_t handle) const;
   template <typename Type>
   Type &add(uint32_t handle) {
     auto made = std::make_unique<Type>();
@@ -289,6 +337,7 @@ class Model {
   bool insert(Tree &tree, Map &map);
   static void enter(Tree &tree, Map &map);
   static void take_out(Map &map);
+  static void empty(Tree &tree);
   static Map *first(const Tree &tree) { return tree.nodes.empty() ? nullptr : tree.nodes.front(); }
   static Map *next(const Tree &tree, const Map &map);
 
@@ -319,7 +368,7 @@ class Model {
   void delete_rules_of(Pmap &pmap);
   void delete_autoconf_policy();
   void delete_policy(Pmap &pmap);
-  void delete_policy_of_tree(uint32_t clid, Pmap &pmap);
+  uint32_t delete_policy_of_tree(uint32_t clid, Pmap &pmap);
   void free_class(Cmap &cmap);
   uint32_t delete_stored_class(uint32_t clid, uint32_t handle);
 
@@ -331,7 +380,7 @@ class Model {
 
   // The first statement with the index; none: nullptr.
   static std::shared_ptr<Statement> statement_of(const PmtrMap &map, uint32_t index);
-  void end_statement(Statement &statement);
+  void end_statement(Statement &statement, uint32_t owner);
   void delete_statement(PmtrMap &map, uint32_t index);
   void delete_pmtr_map(PmtrMap &map);
   uint32_t find_subscriber_map(const char *name, uint32_t type, uint32_t *handle);

@@ -125,7 +125,7 @@ void zar_retrieve_filter(Model &m, const Arguments &a, Seen &seen) {
 }
 
 void zar_match_filter_parameters(Model &m, const Arguments &a, Seen &seen) {
-  const Filter *filter = m.resolve<Filter>(a.handle(0));
+  const Filter *filter = m.behind<Filter>(a.handle(0));
   const auto *context = a.pointer<const zar_filter_context>(1);
   seen.answers(filter != nullptr && context != nullptr && m.same(*filter, *context) ? 1 : 0);
 }
@@ -204,7 +204,7 @@ void zar_get_cmap_from_class_action(Model &m, const Arguments &a, Seen &seen) {
 // ---- Actions in rules
 
 void zar_verify_action_content(Model &m, const Arguments &a, Seen &seen) {
-  seen.answers(m.resolve<Action>(a.handle(0)) == nullptr ? 1 : 0);
+  seen.answers(m.behind<Action>(a.handle(0)) == nullptr ? 1 : 0);
 }
 
 namespace {
@@ -270,7 +270,6 @@ void zar_retrieve_action(Model &m, const Arguments &a, Seen &seen) {
   const auto *context = a.pointer<const zar_action_context>(1);
   if (rule == nullptr || !usable(context) || !a.given(2)) return seen.answers(kInvalid);
   seen.answers(0);
-  const Model::Busy busy(m, {rule});
   for (Walk actions(rule->actions); const Action *action = actions.next();)
     if (m.same(*action, *context) && actions.stands()) return seen.puts(2, action->handle);
   seen.puts(2, 0);
@@ -286,23 +285,25 @@ void zar_retrieve_action_num_in_class_action(Model &m, const Arguments &a, Seen 
 }
 
 void zar_match_action_parameters(Model &m, const Arguments &a, Seen &seen) {
-  const Action *action = m.resolve<Action>(a.handle(0));
+  const Action *action = m.behind<Action>(a.handle(0));
   const auto *context = a.pointer<const zar_action_context>(1);
   seen.answers(action != nullptr && context != nullptr && m.same(*action, *context) ? 1 : 0);
 }
 
 void zar_compare_actions(Model &m, const Arguments &a, Seen &seen) {
-  zar_match_action_parameters(m, a, seen);
+  const Action *action = m.resolve<Action>(a.handle(0));
+  const auto *context = a.pointer<const zar_action_context>(1);
+  seen.answers(action != nullptr && context != nullptr && m.same(*action, *context) ? 1 : 0);
 }
 
 void zar_increment_action(Model &m, const Arguments &a, Seen &seen) {
-  Action *action = m.resolve<Action>(a.handle(0));
+  Action *action = m.behind<Action>(a.handle(0));
   if (action != nullptr) ++action->refs;
   seen.answers(action == nullptr ? 0 : 1);
 }
 
 void zar_free_action(Model &m, const Arguments &a, Seen &seen) {
-  Action *action = m.resolve<Action>(a.handle(0));
+  Action *action = m.behind<Action>(a.handle(0));
   seen.answers(action == nullptr ? 0 : 1);
   if (action != nullptr) m.drop_reference(*action);
 }
@@ -389,7 +390,6 @@ void zar_remove_class_from_policy(Model &m, const Arguments &a, Seen &seen) {
   Rule &rule = **found;
   event->rules.erase(found);
   Model::remove_references(*pmap, *cmap);
-  const Model::Busy busy(m, {pmap, event});
   m.free_rule(rule);
 }
 
@@ -417,15 +417,17 @@ void zar_delete_event(Model &m, const Arguments &a, Seen &seen) {
 
 namespace {
 
-// The action of the statement that was never seen before.
+// The action that was never seen before, of the statements with the index.
 Action &new_action(Model &m, const PmtrMap &map, uint32_t index, Seen &seen) {
-  const auto *statements = &static_cast<const zar_pmtr_map *>(map.record)->stmt_queue;
-  for (const void *element : runtime::elements(statements)) {
+  for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
     const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
-    if (record->map_index == index)
-      return m.add<Action>(m.newcomer(record->action_queue, offsetof(zar_action, handle), seen));
+    if (record->map_index != index) continue;
+    for (const void *action : runtime::elements(&record->action_queue)) {
+      const uint32_t handle = static_cast<const zar_action *>(action)->handle;
+      if (!m.was_seen(handle)) return m.add<Action>(handle);
+    }
   }
-  seen.fail("the statement is gone");
+  seen.fail("the statement has no new action");
   return m.add<Action>(0);
 }
 
@@ -440,7 +442,7 @@ bool refreshed(Model &m, PmtrMap &map, const Arguments &a, const zar_action_cont
   const std::shared_ptr<Statement> statement = Model::statement_of(map, a.number(1));
   Action *action = statement == nullptr ? nullptr : with_number(*statement, static_cast<uint8_t>(a.number(2)));
   if (action == nullptr) return false;
-  const Model::Busy busy(m, {&map, statement.get(), action});
+  const Model::Busy busy(m, {action, statement.get()});
   if (m.same(*action, context)) {
     action->precedence = static_cast<uint16_t>(a.number(3));
     if (usable(&context)) m.replace_data(*action, context);

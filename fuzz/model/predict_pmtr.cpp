@@ -112,7 +112,6 @@ void zar_pmtr_create_or_add_filter(Model &m, const Arguments &a, Seen &seen) {
   const auto *context = a.pointer<const zar_filter_context>(1);
   if (map == nullptr || context == nullptr) return seen.answers(kInvalid);
   const uint32_t index = a.number(5);
-  const Model::Busy busy(m, {map});
   std::shared_ptr<Statement> statement = Model::statement_of(*map, index);
   if (statement != nullptr && a.given(6)) {
     m.delete_statement(*map, index);
@@ -125,7 +124,7 @@ void zar_pmtr_create_or_add_filter(Model &m, const Arguments &a, Seen &seen) {
   if (cmap == nullptr) return seen.answers(kFailed);
   seen.answers(0);
   if (!usable(context)) return;
-  const Model::Busy statement_busy(m, {statement.get(), cmap});
+  const Model::Busy busy(m, {cmap});
   if (Filter *present = m.filter_like(*cmap, *context, a.number(2))) return m.replace_data(*present, *context);
   if (!complete(context)) return;
   Filter &filter = m.add<Filter>(m.new_filter(*cmap, seen));
@@ -179,7 +178,6 @@ void kel_pmtr_map_get_filter_expr_by_type(Model &m, const Arguments &a, Seen &se
   const auto statement = map == nullptr ? nullptr : Model::statement_of(*map, static_cast<uint8_t>(a.number(1)));
   Cmap *cmap = statement == nullptr ? nullptr : m.resolve<Cmap>(statement->cmap);
   if (cmap == nullptr || !a.given(3)) return seen.answers(kInvalid);
-  const Model::Busy busy(m, {map, statement.get(), cmap});
   for (Walk filters(cmap->filters); const Filter *filter = filters.next();) {
     const std::string expression = m.text_of(*filter).value_or("");
     if (!a.given(2)) continue;

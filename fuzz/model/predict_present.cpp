@@ -109,7 +109,8 @@ void zar_get_filter_nvgen_str(Model &m, const Arguments &a, Seen &seen) {
 }
 
 void zar_get_filter_nvgen_str_internal(Model &m, const Arguments &a, Seen &seen) {
-  zar_get_filter_nvgen_str(m, a, seen);
+  const Filter *filter = m.behind<Filter>(a.handle(0));
+  seen.answers_text(filter == nullptr ? Text() : configuration(m, *filter));
 }
 
 // ---- Callers' contexts
@@ -154,10 +155,9 @@ std::string cell(const std::string &whole) {
 // Visits each map of the kind in the databases of the domain's owners: all, or in each database the first of the name. Ends
 // with the status that 'visit' gives when it is not 0.
 template <typename Type, typename Visit>
-uint32_t visit_selected(Model &m, Tree &tree, const char *name, bool all, Visit visit) {
-  for (Map *map = Model::first(tree); map != nullptr; map = Model::next(tree, *map)) {
+uint32_t visit_selected(Tree &tree, const char *name, bool all, Visit visit) {
+  for (TreeWalk maps(tree); Map *map = maps.next();) {
     if (map->kind != Type::kKind || (!all && map->name != name)) continue;
-    const Model::Busy busy(m, {map});
     if (const uint32_t status = visit(static_cast<Type &>(*map)); status != 0 || !all) return status;
   }
   return 0;
@@ -165,11 +165,11 @@ uint32_t visit_selected(Model &m, Tree &tree, const char *name, bool all, Visit 
 
 template <typename Type, typename Visit>
 uint32_t for_each_selected(Model &m, const std::string &domain, const char *name, bool all, Visit visit) {
-  for (size_t i = 0; i < m.domains.size(); ++i) {
+  for (size_t i = 0, claims = m.domains.size(); i < claims; ++i) {
     if (m.domains[i].first != domain) continue;
     Database *database = m.database_of(m.domains[i].second);
     if (database == nullptr) return kFailed;
-    if (const uint32_t status = visit_selected<Type>(m, database->tree(Type::kKind), name, all, visit)) return status;
+    if (const uint32_t status = visit_selected<Type>(database->tree(Type::kKind), name, all, visit)) return status;
   }
   return 0;
 }
@@ -188,32 +188,40 @@ class Listing {
   std::string suffix_;
 };
 
+// The printer may delete what a line shows; a text function may not delete what holds its action.
 void list_action(Model &m, Listing &out, const Action &action, bool verbose) {
-  const Model::Busy busy(m, {&action});
-  if (const Text content = m.text_of(action, 0)) {
-    if (verbose) {
-      out.line(text("      %-8s%u %s", "Action:", action.number, content->c_str()));
-      out.line(text("      %-8s%u %s", "Precedence:", action.precedence, content->c_str()));
-    } else {
-      out.line(text("      %u %s", action.number, content->c_str()));
-    }
+  const uint32_t number = action.number;
+  const uint32_t precedence = action.precedence;
+  const Text content = m.text_of(action, 0);
+  const uint32_t executed = action.executed;
+  if (content && verbose) {
+    out.line(text("      %-8s%u %s", "Action:", number, content->c_str()));
+    out.line(text("      %-8s%u %s", "Precedence:", precedence, content->c_str()));
+  } else if (content) {
+    out.line(text("      %u %s", number, content->c_str()));
   }
-  if (verbose) out.line(text("      %-10s%u", "Executed:", action.executed));
+  if (verbose) out.line(text("      %-10s%u", "Executed:", executed));
 }
 
-void list_events(Model &m, Listing &out, Pmap &pmap, bool verbose) {
-  for (Walk events(pmap.events); Event *event = events.next();) {
-    const Model::Busy event_busy(m, {event});
+void list_rules(Model &m, Listing &out, Walk<Rule *> &rules, bool verbose) {
+  while (Rule *rule = rules.next()) {
+    Walk actions(rule->actions);
+    const std::string class_line =
+        cell(text("%u class ", rule->number) + rule->cmap->name + " " + calls::exec_criteria_text(rule->exec_criteria));
+    out.line(verbose ? text("    %-12s", "Class-map:") + class_line : "    " + class_line);
+    while (const Action *action = actions.next())
+      list_action(m, out, *action, verbose);
+  }
+}
+
+void list_policy(Model &m, Listing &out, Pmap &pmap, bool verbose) {
+  Walk events(pmap.events);
+  out.line((verbose ? "Control_Policy: " : "") + pmap.name);
+  while (Event *event = events.next()) {
+    Walk rules(event->rules);
     const std::string head = cell("event " + event->name + " " + calls::event_criteria_text(event->criteria));
     out.line(verbose ? text("  %-12s", "Event:") + head : "  " + head);
-    for (Walk rules(event->rules); Rule *rule = rules.next();) {
-      const Model::Busy rule_busy(m, {rule});
-      const std::string class_line = cell(text("%u class ", rule->number) + rule->cmap->name + " " +
-                                          calls::exec_criteria_text(rule->exec_criteria));
-      out.line(verbose ? text("    %-12s", "Class-map:") + class_line : "    " + class_line);
-      for (Walk actions(rule->actions); const Action *action = actions.next();)
-        list_action(m, out, *action, verbose);
-    }
+    list_rules(m, out, rules, verbose);
   }
 }
 
@@ -221,7 +229,6 @@ void list_events(Model &m, Listing &out, Pmap &pmap, bool verbose) {
 bool list_filters(Model &m, Listing &out, Cmap &cmap) {
   const std::string name = cell(std::string(calls::cmap_criteria_text(cmap.match_criteria)) + " " + cmap.name);
   for (Walk filters(cmap.filters); const Filter *filter = filters.next();) {
-    const Model::Busy busy(m, {filter});
     const Text content = configuration(m, *filter);
     if (!content) return false;
     const auto &counts = filter->counts;
@@ -239,8 +246,7 @@ void zar_print_policymap(Model &m, const Arguments &a, Seen &seen) {
   if (!a.given(1) || !a.given(2) || (!a.given(3) && !all)) return seen.answers(kInvalid);
   Listing out(m, a.text(0));
   seen.answers(for_each_selected<Pmap>(m, a.text(2), a.text(3), all, [&](Pmap &pmap) {
-    out.line((control ? "Control_Policy: " : "") + pmap.name);
-    list_events(m, out, pmap, control);
+    list_policy(m, out, pmap, control);
     return 0U;
   }));
 }
@@ -271,7 +277,7 @@ void clear_counts(const Pmap &pmap) {
 }  // namespace
 
 void zar_clear_pmap_counters(Model &m, const Arguments &a, Seen &) {
-  if (const Pmap *pmap = m.resolve<Pmap>(a.handle(0))) clear_counts(*pmap);
+  if (const Pmap *pmap = m.behind<Pmap>(a.handle(0))) clear_counts(*pmap);
 }
 
 void zar_clear_policymap(Model &m, const Arguments &a, Seen &seen) {
@@ -308,16 +314,19 @@ std::string notification(const Action &action, bool added) {
   return text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action.context.action_data));
 }
 
-// One list serves all actions: the targets come to its end for each of them.
-void tell_of_removal(Model &m, Rule &rule, const Pmap &pmap, std::string &list) {
-  const Model::Busy busy(m, {&rule, &pmap});
+// One list serves all actions: the targets come to its end for each of them. False when a handler has deleted the
+// policy-map.
+bool tell_of_removal(Model &m, Rule &rule, uint32_t pmap_handle, std::string &list) {
   for (Walk actions(rule.actions); const Action *action = actions.next();) {
+    const Pmap *pmap = m.behind<Pmap>(pmap_handle);
+    if (pmap == nullptr) return false;
     if (action->context.action_notify_fn == nullptr) continue;
-    const Model::Busy action_busy(m, {action});
-    const std::string ids = target_ids(pmap);
+    const Model::Busy busy(m, {action});
+    const std::string ids = target_ids(*pmap);
     list += ids;
     if (!ids.empty()) m.called(notification(*action, false) + list);
   }
+  return true;
 }
 
 }  // namespace
@@ -327,13 +336,13 @@ void zar_shim_action_added_removed(Model &m, const Arguments &a, Seen &) {
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (action == nullptr || pmap == nullptr || pmap->targets.empty()) return;
   if (action->context.action_notify_fn == nullptr || action->context.action_data == nullptr) return;
-  const Model::Busy busy(m, {action, pmap});
+  const Model::Busy busy(m, {action});
   m.called(notification(*action, a.given(2)) + target_ids(*pmap));
 }
 
 void zar_invoke_action_handler(Model &m, const Arguments &a, Seen &) {
-  Pmap *pmap = m.resolve<Pmap>(a.handle(0));
-  const Target *target = m.resolve<Target>(a.handle(1));
+  Pmap *pmap = m.behind<Pmap>(a.handle(0));
+  const Target *target = m.behind<Target>(a.handle(1));
   if (pmap == nullptr || target == nullptr) return;
   const Model::Busy busy(m, {pmap, target});
   m.tell_handlers(*pmap, *target, a.given(2));
@@ -343,10 +352,9 @@ void zar_remove_action_handler_for_event(Model &m, const Arguments &a, Seen &) {
   Event *event = m.resolve<Event>(a.handle(0));
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (event == nullptr || pmap == nullptr) return;
-  const Model::Busy busy(m, {event});
   std::string list;
   for (Walk rules(event->rules); Rule *rule = rules.next();)
-    tell_of_removal(m, *rule, *pmap, list);
+    if (!tell_of_removal(m, *rule, pmap->handle, list)) return;
 }
 
 void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
@@ -354,7 +362,7 @@ void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (rule == nullptr || pmap == nullptr) return;
   std::string list;
-  tell_of_removal(m, *rule, *pmap, list);
+  tell_of_removal(m, *rule, pmap->handle, list);
 }
 
 // ---- Services around parameter-maps
@@ -362,7 +370,6 @@ void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
 namespace {
 
 bool uses(Model &m, Rule &rule, const void *param_map) {
-  const Model::Busy busy(m, {&rule});
   for (Walk actions(rule.actions); const Action *action = actions.next();) {
     if (action->context.action_param_map_check_fn == nullptr) return false;
     const Model::Busy action_busy(m, {action});
@@ -380,10 +387,8 @@ bool any_uses(Model &m, List<Rule *> &list, const void *param_map) {
 }
 
 bool uses(Model &m, Pmap &pmap, const void *param_map) {
-  for (Walk events(pmap.events); Event *event = events.next();) {
-    const Model::Busy busy(m, {event});
+  for (Walk events(pmap.events); Event *event = events.next();)
     if (any_uses(m, event->rules, param_map)) return true;
-  }
   return any_uses(m, pmap.rules, param_map);
 }
 
@@ -391,11 +396,11 @@ bool uses(Model &m, Pmap &pmap, const void *param_map) {
 
 void zar_is_param_map_assoc_with_policy(Model &m, const Arguments &a, Seen &seen) {
   seen.answers(0);
-  for (size_t i = 0; i < m.domains.size(); ++i) {
+  for (size_t i = 0, claims = m.domains.size(); i < claims; ++i) {
     Database *database = m.database_of(m.domains[i].second);
     if (database == nullptr) return;
     const uint32_t found = visit_selected<Pmap>(
-        m, database->pmaps, "", true, [&](Pmap &pmap) { return uses(m, pmap, a.pointer<const void>(0)) ? 1U : 0U; });
+        database->pmaps, "", true, [&](Pmap &pmap) { return uses(m, pmap, a.pointer<const void>(0)) ? 1U : 0U; });
     if (found != 0) return seen.answers(1);
   }
 }

@@ -1,6 +1,7 @@
 // Random walks over the whole interface beside the model.
 //
 //   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
+//   model_walk --reentry yes ...         and clients whose functions call the library back
 //   model_walk --session SEED            one session, each call told before it is made
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
 //
@@ -52,6 +53,7 @@ struct Settings {
   std::string trace = "both";
   std::string transcript;
   uint64_t session = 0;
+  bool reentry = false;
 };
 
 uint64_t session_seed = 0;
@@ -69,6 +71,10 @@ void on_signal(int signal) {
 
 // ---- Shrinking
 
+Calls calls_of(const Settings &settings, uint64_t seed) {
+  return settings.reentry ? fuzz::reentrant_calls(seed, settings.calls) : fuzz::random_calls(seed, settings.calls);
+}
+
 std::vector<uint8_t> simpler_bytes(uint8_t byte) {
   std::vector<uint8_t> simpler;
   if (byte > 0) simpler.push_back(0);
@@ -84,6 +90,10 @@ rc::Seq<calls::Call> simpler_calls(const calls::Call &call) {
       simpler.push_back(call);
       simpler.back().bytes[i] = byte;
     }
+  for (uint8_t place = 0; place < call.within; ++place) {
+    simpler.push_back(call);
+    simpler.back().within = place;
+  }
   return rc::seq::fromContainer(simpler);
 }
 
@@ -106,7 +116,7 @@ int report(const Calls &failing, const Options &options, uint64_t seed) {
 
 // ---- The two parts of the walk
 
-bool rapidcheck_walk(const Settings &settings, const Options &options, uint64_t &steps) {
+bool rapidcheck_walk(const Settings &settings, const Options &options, fuzz::Steps &steps) {
   const std::string parameters = "seed=" + std::to_string(settings.seed) +
                                  " max_success=" + std::to_string(settings.cases) +
                                  " max_size=" + std::to_string(settings.calls);
@@ -118,12 +128,12 @@ bool rapidcheck_walk(const Settings &settings, const Options &options, uint64_t 
   });
 }
 
-int bulk_walk(const Settings &settings, Options options, uint64_t &steps) {
+int bulk_walk(const Settings &settings, Options options, fuzz::Steps &steps) {
   options.look_every = 4;
-  for (uint64_t i = 0; steps < settings.steps; ++i) {
+  for (uint64_t i = 0; steps.all < settings.steps; ++i) {
     session_seed = settings.seed + i;
     options.trace = settings.trace == "on" || (settings.trace == "both" && i % 8 == 7);
-    const Calls calls = fuzz::random_calls(session_seed, settings.calls);
+    const Calls calls = calls_of(settings, session_seed);
     if (!fuzz::run(calls, options, &steps).empty()) {
       options.look_every = 1;
       return report(calls, options, session_seed);
@@ -135,10 +145,22 @@ int bulk_walk(const Settings &settings, Options options, uint64_t &steps) {
 int one_session(const Settings &settings, Options options) {
   options.tell_first = true;
   options.trace = settings.trace == "on";
-  const Calls calls = fuzz::random_calls(settings.session, settings.calls);
+  const Calls calls = calls_of(settings, settings.session);
   const std::string failure = fuzz::run(calls, options);
   std::printf("%s\n", failure.empty() ? "nothing goes wrong" : failure.c_str());
   return failure.empty() ? 0 : 1;
+}
+
+// A walk of which no call was made within others of each depth shows nothing.
+int report_depths(const fuzz::Steps &steps) {
+  std::printf("within functions of clients, one to three deep:");
+  bool all = true;
+  for (const uint64_t within : steps.within) {
+    std::printf(" %llu", static_cast<unsigned long long>(within));
+    all = all && within > 0;
+  }
+  std::printf("\n");
+  return all ? 0 : 1;
 }
 
 int walk(const Settings &settings) {
@@ -149,8 +171,8 @@ int walk(const Settings &settings) {
   if (settings.session != 0) return one_session(settings, options);
 
   const auto start = std::chrono::steady_clock::now();
-  uint64_t of_rapidcheck = 0;
-  uint64_t steps = 0;
+  fuzz::Steps of_rapidcheck;
+  fuzz::Steps steps;
   const bool telling = options.transcript == nullptr;
   if (telling && settings.cases > 0 && !rapidcheck_walk(settings, options, of_rapidcheck)) return 1;
   if (telling)
@@ -158,11 +180,11 @@ int walk(const Settings &settings) {
                 settings.trace.c_str());
   if (const int failed = bulk_walk(settings, options, steps)) return failed;
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  const uint64_t all = steps + of_rapidcheck;
+  const uint64_t all = steps.all + of_rapidcheck.all;
   std::fprintf(telling ? stdout : stderr, "%llu steps (%llu of rapidcheck) beside the model, %.0f a second\n",
-               static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck),
+               static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck.all),
                static_cast<double>(all) / seconds.count());
-  return 0;
+  return settings.reentry ? report_depths(steps) : 0;
 }
 
 }  // namespace
@@ -178,6 +200,7 @@ int main(int count, char **arguments) {
     if (name == "--cases") settings.cases = std::stoull(value);
     if (name == "--trace") settings.trace = value;
     if (name == "--transcript") settings.transcript = value;
+    if (name == "--reentry") settings.reentry = value == "yes";
     if (name == "--session") settings.session = std::stoull(value);
   }
   for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
