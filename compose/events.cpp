@@ -74,6 +74,7 @@ uint32_t zar::create_class_action_tuple(uint32_t cmap_handle, uint32_t exec_crit
 }
 
 void zar::zar_free_class_action(zar_class_action *class_action) {
+  retire(class_action->handle);
   while (zar_action *action = take_first<zar_action>(class_action->actions))
     zar_free_action(action);
   TRACE_INFO("(info): class-action:0x%x freed", class_action->handle);

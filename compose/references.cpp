@@ -107,3 +107,13 @@ void zar::zar_remove_references(zar_pmap *pmap, zar_cmap *cmap) {
     TRACE_INFO("(info): remove reference: no need to remove pmap:0x%p from cmap:0x%p", address(pmap), address(cmap));
   }
 }
+
+void zar::drop_references(zar_pmap &pmap) {
+  while (auto *ref = take_first<zar_pmap_cmap_ref>(pmap.cmap_refs)) {
+    if (zar_cmap_pmap_ref *answer = find_pmap(*ref->cmap, &pmap)) {
+      unlink(ref->cmap->pmap_refs, answer);
+      cmap_pmap_refs.give_back(answer);
+    }
+    pmap_cmap_refs.give_back(ref);
+  }
+}

@@ -18,6 +18,9 @@ void zar_free_class_action(zar_class_action *class_action);
 void zar_update_references(zar_pmap *pmap, zar_cmap *cmap);
 void zar_remove_references(zar_pmap *pmap, zar_cmap *cmap);
 
+// Unlinks what the policy-map still counts as used when it goes. Only an event that is being deleted leaves something.
+void drop_references(zar_pmap &pmap);
+
 // Whether the rule list of the policy-map holds events; otherwise it holds class-actions.
 inline bool is_control(const zar_pmap &pmap) {
   return pmap.domain_type == kControl;

@@ -97,6 +97,14 @@ void remember(uint32_t handle, Kind kind) {
   cell->kind = static_cast<uint8_t>(kind);
 }
 
+void retire(uint32_t handle) {
+  Cell &cell = *place_of(handle).cell;
+  if (cell.handle == handle)
+    cell.kind = static_cast<uint8_t>(Kind::ending);
+  else if (has_room())
+    remember(handle, Kind::ending);
+}
+
 void forget(uint32_t handle) {
   const Place place = place_of(handle);
   if (place.cell->handle != handle) return;

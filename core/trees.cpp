@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/kinds.h"
 #include "core/status.h"
 #include "core/trace.h"
 #include "core/tree.h"
@@ -210,7 +211,9 @@ uint32_t insert(zar_db *database, Record *record) {
     TRACE_ERROR(Tree::kInsertError, address(record), address(database));
     return kNo;
   }
-  if (tree::insert(*tree, record)) return kYes;
+  // A record that is about to go must not be found again.
+  const bool stays = kinds::of(record->handle) != Kind::ending;
+  if (stays && tree::insert(*tree, record)) return kYes;
   TRACE_ERROR(Tree::kInsertFailed, Tree::key(*record));
   return kNo;
 }

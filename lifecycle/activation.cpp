@@ -30,8 +30,8 @@ struct ActivePolicyPlaces {
 };
 
 void deactivate_everywhere(zar_pmap &pmap) {
-  drain<zar_pmap_target_ref>(pmap.target_refs,
-                             [&pmap](zar_pmap_target_ref &ref) { disassociate_target_and_policy(&pmap, ref.target); });
+  for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs))
+    disassociate_target_and_policy(&pmap, ref.target);
 }
 
 }  // namespace
@@ -86,9 +86,8 @@ uint32_t zar_deactivate_any_policy_for_target(uint32_t clid, uint32_t target_han
   if (!target || !valid) return kInvalidArgument;
 
   bool all_deactivated = true;
-  drain<zar_target_pmap>(target->active_pmaps, [target, &all_deactivated](zar_target_pmap &link) {
+  for (const zar_target_pmap &link : Elements<zar_target_pmap>(target->active_pmaps))
     all_deactivated &= disassociate_target_and_policy(link.pmap, target) != kNo;
-  });
   if (!all_deactivated) return kFailed;
   TRACE_INFO("(info): %s: success, deactivated all policies on target", kName);
   return kSuccess;

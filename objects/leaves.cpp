@@ -184,6 +184,7 @@ zar_filter *zar::require_filter(const char *name, uint32_t handle) {
 
 void zar::zar_free_filter(zar_filter *filter) {
   uint32_t handle = filter->handle;
+  retire(handle);
   if (filter->filter_free_fn) filter->filter_free_fn(filter->filter_data, nullptr);
   zar_handle_release(handle);
   filters.give_back(filter);

@@ -81,6 +81,7 @@ void zar_release_pmtr_map(uint32_t handle, const char *name) {
     TRACE_INFO("(info): Cannot find context for parameter-map handle %u", handle);
     return;
   }
+  retire(handle);
   free_statements(*map, name);
   zar_handle_release(handle);
   sdb_remove_block(map->name, kNameTextTag);

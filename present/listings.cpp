@@ -28,6 +28,9 @@ bool printer_given(const char *name, zar_printer_fn printer) {
 // ---- Policy-maps
 
 // Prints policy-maps to one printer. 'verbose' names what each line shows and adds the counts of executions.
+//
+// A printer may delete what the line shows. So the walk over what a record holds begins before the line of the record is
+// printed, and nothing is read of a record after its line.
 class PolicyMapPrinter {
  public:
   PolicyMapPrinter(zar_printer_fn printer, const char *prefix, bool verbose)
@@ -35,21 +38,23 @@ class PolicyMapPrinter {
 
   void print(const zar_pmap &pmap) const {
     const char *name = or_null(text_of(pmap.name));
+    const bool has_events = is_control(pmap);
+    Elements<zar_event_tuple> events(pmap.rule_list);
     if (verbose_) {
       print_("%s%s%s", prefix_, "Control_Policy: ", name);
     } else {
       print_("%s%s", prefix_, name);
     }
-    print_events(pmap);
+    if (has_events) print_events(events);
   }
 
  private:
   // Without memory for an event's line the events that remain are left out.
-  void print_events(const zar_pmap &pmap) const {
-    if (!is_control(pmap)) return;
-    for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list)) {
+  void print_events(Elements<zar_event_tuple> &events) const {
+    for (const zar_event_tuple &event : events) {
+      Elements<zar_class_action> rules(event.class_actions);
       if (!print_event_line(event)) return;
-      print_rules(event);
+      print_rules(rules);
     }
   }
 
@@ -72,10 +77,11 @@ class PolicyMapPrinter {
   }
 
   // Without memory for a rule's line the rules that remain of the event are left out, with their actions.
-  void print_rules(const zar_event_tuple &event) const {
-    for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions)) {
+  void print_rules(Elements<zar_class_action> &rules) const {
+    for (const zar_class_action &rule : rules) {
+      Elements<zar_action> actions(rule.actions);
       if (!print_rule_line(rule)) return;
-      for (const zar_action &action : Elements<zar_action>(rule.actions))
+      for (const zar_action &action : actions)
         print_action(action);
     }
   }
@@ -100,14 +106,14 @@ class PolicyMapPrinter {
   // The line of the precedence repeats the action's text.
   void print_action(const zar_action &action) const {
     OwnedText text(action.action_str_fn ? action.action_str_fn(action.action_data, 0) : nullptr);
-    const uint32_t number = action.action_num, precedence = action.precedence;
+    const uint32_t number = action.action_num, precedence = action.precedence, executed = action.executed_count;
     if (text && verbose_) {
       print_("%s      %-8s%u %s", prefix_, "Action:", number, text.get());
       print_("%s      %-8s%u %s", prefix_, "Precedence:", precedence, text.get());
     } else if (text) {
       print_("%s      %u %s", prefix_, number, text.get());
     }
-    if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", action.executed_count);
+    if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", executed);
   }
 
   zar_printer_fn print_;

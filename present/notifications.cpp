@@ -53,11 +53,12 @@ Collected zar_collect_pmap_targets(const zar_pmap &pmap, TargetList &list) {
 }
 
 // Tells the handlers of the rule's actions that they are out of force where the policy-map is active. False when memory
-// for the list runs out, which ends the whole call.
-bool notify_removal(const zar_class_action &rule, const zar_pmap &pmap, TargetList &list) {
+// for the list runs out, or when a handler deleted the policy-map: that ends the whole call.
+bool notify_removal(const zar_class_action &rule, const Watched<zar_pmap> &pmap, TargetList &list) {
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
+    if (!pmap) return false;
     if (!action.action_notify_fn) continue;
-    Collected collected = zar_collect_pmap_targets(pmap, list);
+    Collected collected = zar_collect_pmap_targets(*pmap.get(), list);
     if (collected == Collected::out_of_memory) return false;
     if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.get());
   }
@@ -92,26 +93,27 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {
   if (!pmap || !target || !target->target_info || !is_control(*pmap)) return;
   TargetList list(kTargetListTag);
+  zar_target_info *info = target->target_info;
   for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap->rule_list))
     for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
-      if (!notify_of_target(rule, added ? kAdded : kRemoved, target->target_info, list)) return;
+      if (!notify_of_target(rule, added ? kAdded : kRemoved, info, list)) return;
 }
 
 void zar_remove_action_handler_for_event(uint32_t event_handle, uint32_t pmap_handle) {
   static constexpr char kName[] = "remove_action_handler_for_event";
   const auto *event = require<zar_event_tuple>(kName, event_handle);
-  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!event || !pmap) return;
   TargetList list(kPmapListTag);
   for (const zar_class_action &rule : Elements<zar_class_action>(event->class_actions))
-    if (!notify_removal(rule, *pmap, list)) return;
+    if (!notify_removal(rule, pmap, list)) return;
 }
 
 void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap_handle) {
   static constexpr char kName[] = "remove_action_handler_for_class";
   const auto *rule = require<zar_class_action>(kName, class_action);
-  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!rule || !pmap) return;
   TargetList list(kPmapListTag);
-  notify_removal(*rule, *pmap, list);
+  notify_removal(*rule, pmap, list);
 }

@@ -4,10 +4,17 @@
 #include "core/checks.h"
 #include "core/domains.h"
 #include "core/text.h"
+#include "core/tree.h"
 
 namespace zar {
 
 // The maps of a database in key order, as the operations on its trees give them.
+inline avl_tree *tree_of(const zar_db &database, const zar_pmap *) {
+  return database.pmap_tree;
+}
+inline avl_tree *tree_of(const zar_db &database, const zar_cmap *) {
+  return database.cmap_tree;
+}
 inline zar_pmap *first_in(zar_db *database, const zar_pmap *) {
   zar_pmap *record = nullptr;
   zar_avl_get_first_pmap(database, &record);
@@ -29,22 +36,46 @@ inline zar_cmap *next_in(zar_db *database, zar_cmap *current) {
   return record;
 }
 
-// Hands each map of this kind to 'visit' until that answers something else than success. Maps of another kind that were
-// stored in the tree are passed over.
+// The maps of one kind in a database, in key order; maps of another kind that were stored in the tree are passed over.
+// Whatever happens to the tree meanwhile, none that was taken out is given.
+template <class Map>
+class StoredMaps {
+ public:
+  explicit StoredMaps(zar_db *database) : database_(database), walk_(tree_of(*database, kNone)) {
+    walk_.move_to(first_in(database, kNone));
+  }
+
+  // The next map, or NULL behind the last.
+  Map *next() {
+    auto *map = static_cast<Map *>(walk_.record());
+    if (!walk_.moved()) map = next_in(database_, map);
+    while (map && !is_kind(*map))
+      map = next_in(database_, map);
+    walk_.stand_on(map);
+    return map;
+  }
+
+ private:
+  static constexpr const Map *kNone = nullptr;
+
+  zar_db *database_;
+  TreeWalk walk_;
+};
+
+// Hands each map of this kind to 'visit' until that answers something else than success.
 template <class Map, class Visit>
 Status for_each_map(zar_db *database, Visit visit) {
-  for (Map *map = first_in(database, static_cast<const Map *>(nullptr)); map; map = next_in(database, map)) {
-    if (!is_kind(*map)) continue;
+  StoredMaps<Map> maps(database);
+  while (Map *map = maps.next())
     if (Status status = visit(*map); status != kSuccess) return status;
-  }
   return kSuccess;
 }
 
 // The first map of this kind with this name, or NULL.
 template <class Map>
 Map *first_named(zar_db *database, const char *name) {
-  for (Map *map = first_in(database, static_cast<const Map *>(nullptr)); map; map = next_in(database, map)) {
-    if (!is_kind(*map)) continue;
+  StoredMaps<Map> maps(database);
+  while (Map *map = maps.next()) {
     const char *text = text_of(map->name);
     if (text && std::strcmp(text, name) == 0) return map;
   }
