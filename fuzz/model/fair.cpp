@@ -97,8 +97,9 @@ bool Model::leaves_alone(const calls::Call &call, const Arguments &a) {
       const Event *event = pmap == nullptr || !pmap->control() || !a.given(1)
                                ? nullptr
                                : event_of(*pmap, a.pointer<const zar_event_context>(1)->event_id);
-      return event == nullptr || std::none_of(event->rules.begin(), event->rules.end(),
-                                              [&](const Rule *rule) { return rule->cmap->handle == a.handle(2) && busy(*rule); });
+      return event == nullptr || std::none_of(event->rules.begin(), event->rules.end(), [&](const Rule *rule) {
+               return rule->cmap->handle == a.handle(2) && busy(*rule);
+             });
     }
     case zar_delete_class:
       return not_busy(resolve<Cmap>(a.handle(0)));

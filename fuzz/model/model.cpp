@@ -470,8 +470,7 @@ uint32_t Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
   for (Walk targets(pmap.targets); Target *target = targets.next();) {
     const uint32_t target_handle = target->handle;
     disassociate(pmap, *target);
-    if (clients[clid - 1].hears_removals)
-      called(calls::text("removed target:0x%x pmap:0x%x", target_handle, handle));
+    if (clients[clid - 1].hears_removals) called(calls::text("removed target:0x%x pmap:0x%x", target_handle, handle));
   }
   if (resolve<Pmap>(handle) == nullptr) return kInvalid;
   take_out(pmap);

@@ -3,6 +3,7 @@
 //   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
 //   model_walk --reentry yes ...         and clients whose functions call the library back
 //   model_walk --session SEED            one session, each call told before it is made
+//   model_walk --session SEED --shrink yes    the shortest calls of one that ends the process
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
 //
 // A part of the walk is rapidcheck's, which generates and shrinks. It makes some thousand steps a second; the bulk of the
@@ -10,6 +11,7 @@
 // rapidcheck's means.
 #include <rapidcheck.h>
 
+#include <sys/wait.h>
 #include <unistd.h>
 #include <chrono>
 #include <csignal>
@@ -48,12 +50,13 @@ namespace {
 struct Settings {
   uint64_t steps = 1000000;
   uint64_t seed = 20240229;
-  size_t calls = 400;
+  size_t calls = 0;  // of a session; 0: as many as suit the walk
   size_t cases = 1000;
   std::string trace = "both";
   std::string transcript;
   uint64_t session = 0;
   bool reentry = false;
+  bool shrink = false;
 };
 
 uint64_t session_seed = 0;
@@ -98,19 +101,44 @@ rc::Seq<calls::Call> simpler_calls(const calls::Call &call) {
 }
 
 // Fewer calls first, then simpler ones.
-Calls shrunk(const Calls &failing, const Options &options) {
+template <typename Fails>
+Calls shrunk(const Calls &failing, Fails fails) {
   const auto tree = rc::shrinkable::shrinkRecur(failing, [](const Calls &calls) {
     return rc::seq::concat(rc::shrink::removeChunks(calls), rc::shrink::eachElement(calls, simpler_calls));
   });
-  const auto least =
-      rc::shrinkable::findLocalMin(tree, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); });
-  return least.first;
+  return rc::shrinkable::findLocalMin(tree, fails).first;
+}
+
+// Whether the calls go wrong in a process of their own, whose end they may be.
+bool fails_in_a_child(const Calls &calls, Options options) {
+  std::fflush(stdout);
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool quiet = !options.tell_first;
+    if (quiet && std::freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
+    _exit(fuzz::run(calls, options).empty() ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status != 0;
 }
 
 int report(const Calls &failing, const Options &options, uint64_t seed) {
   std::printf("session %llu goes wrong: %s\n", static_cast<unsigned long long>(seed),
               fuzz::run(failing, options).c_str());
-  std::printf("the shortest calls that do so:\n%s", fuzz::told(shrunk(failing, options), options).c_str());
+  std::printf(
+      "the shortest calls that do so:\n%s",
+      fuzz::told(shrunk(failing, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); }), options)
+          .c_str());
+  return 1;
+}
+
+int report_in_children(const Calls &calls, Options options) {
+  const auto fails = [&](const Calls &fewer) { return fails_in_a_child(fewer, options); };
+  if (!fails(calls)) return 0;
+  const Calls least = shrunk(calls, fails);
+  options.tell_first = true;
+  fails_in_a_child(least, options);
   return 1;
 }
 
@@ -143,9 +171,10 @@ int bulk_walk(const Settings &settings, Options options, fuzz::Steps &steps) {
 }
 
 int one_session(const Settings &settings, Options options) {
-  options.tell_first = true;
   options.trace = settings.trace == "on";
   const Calls calls = calls_of(settings, settings.session);
+  if (settings.shrink) return report_in_children(calls, options);
+  options.tell_first = true;
   const std::string failure = fuzz::run(calls, options);
   std::printf("%s\n", failure.empty() ? "nothing goes wrong" : failure.c_str());
   return failure.empty() ? 0 : 1;
@@ -201,8 +230,11 @@ int main(int count, char **arguments) {
     if (name == "--trace") settings.trace = value;
     if (name == "--transcript") settings.transcript = value;
     if (name == "--reentry") settings.reentry = value == "yes";
+    if (name == "--shrink") settings.shrink = value == "yes";
     if (name == "--session") settings.session = std::stoull(value);
   }
+  // Functions that call back have something to walk over while what a session begins with is there.
+  if (settings.calls == 0) settings.calls = settings.reentry ? 130 : 400;
   for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
     std::signal(signal, on_signal);
   return walk(settings);
