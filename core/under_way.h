@@ -116,14 +116,16 @@ class TreeWalk : public UnderWay<TreeWalk> {
  public:
   explicit TreeWalk(const avl_tree *tree) : tree_(tree) {}
 
-  // 'record' is given next: the walk stands on it from now on.
-  void stand_on(void *record) {
-    record_ = record;
-    moved_ = false;
-  }
+  void stand_on(void *record) { record_ = record; }
+  // Where the walk stands: where it was put or, once that record has left the tree, on the one behind it.
   void *record() const { return record_; }
-  // Whether the record that was given last left the tree; what stands behind it is then 'record()'.
-  bool moved() const { return moved_; }
+  // Whether the walk was moved since it was asked last.
+  bool moved() {
+    if (!moved_) [[likely]]
+      return false;
+    moved_ = false;
+    return true;
+  }
 
   bool is_over(const avl_tree &tree) const { return tree_ == &tree; }
   void move_to(void *record) {

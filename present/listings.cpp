@@ -126,8 +126,8 @@ class PolicyMapPrinter {
 // Prints the table of class-maps: a row for each filter.
 class ClassMapTable {
  public:
-  ClassMapTable(zar_printer_fn printer, const char *prefix, const char *suffix, bool all)
-      : print_(printer), prefix_(prefix), suffix_(suffix), all_(all) {}
+  ClassMapTable(zar_printer_fn printer, const char *prefix, const char *suffix, const Selection &wanted)
+      : print_(printer), prefix_(prefix), suffix_(suffix), wanted_(wanted) {}
 
   void print_head() const {
     print_(kHeadFormat, prefix_, "Class-map", "Action", "Exec", "Hit", "Miss", "Comp", suffix_);
@@ -135,19 +135,15 @@ class ClassMapTable {
   }
 
   // The maps of one database. A walk over all leaves hidden class-maps out; one that is asked for by name is shown.
-  Status print_database(zar_db *database, const char *name) const {
-    OwnedText cell = OwnedText::of_size(kBufferSize, all_ ? kAllClassMapsTag : kOneClassMapTag);
+  Status print_database(zar_db *database) const {
+    OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? kAllClassMapsTag : kOneClassMapTag);
     if (!cell) {
       print_("%sUnable to allocate memory for buf\n", prefix_);
       return kFailed;
     }
-    if (all_) {
-      return for_each_map<zar_cmap>(database, [&](const zar_cmap &cmap) {
-        return zar_get_cmap_if_hidden(cmap.handle) ? kSuccess : print_rows(cmap, cell.get());
-      });
-    }
-    const zar_cmap *cmap = first_named<zar_cmap>(database, name);
-    return cmap ? print_rows(*cmap, cell.get()) : kSuccess;
+    return for_each_selected_in<zar_cmap>(database, wanted_, [&](const zar_cmap &cmap) {
+      return wanted_.all && zar_get_cmap_if_hidden(cmap.handle) ? kSuccess : print_rows(cmap, cell.get());
+    });
   }
 
  private:
@@ -176,7 +172,7 @@ class ClassMapTable {
 
   // The two walks pad the line differently.
   void print_changed() const {
-    if (all_) {
+    if (wanted_.all) {
       print_("%sRunning config changed, please redo                         \n", prefix_);
     } else {
       print_("%sRunning config changed, please redo                                 \n", prefix_);
@@ -188,7 +184,7 @@ class ClassMapTable {
   zar_printer_fn print_;
   const char *prefix_;
   const char *suffix_;
-  bool all_;
+  Selection wanted_;
 };
 
 }  // namespace
@@ -211,11 +207,12 @@ uint32_t zar_print_policymap(const char *prefix, zar_printer_fn printer, const c
 uint32_t zar_print_classmap(const char *prefix, zar_printer_fn printer, const char *suffix, const char *domain,
                             const char *name, uint32_t all) {
   static constexpr char kName[] = "print_classmap";
+  Selection wanted{domain, name, all != 0};
   bool valid = printer_given(kName, printer);
-  valid &= valid_selection(kName, {domain, name, all != 0});
+  valid &= valid_selection(kName, wanted);
   if (!valid) return kInvalidArgument;
 
-  ClassMapTable table(printer, text_or_empty(prefix), text_or_empty(suffix), all != 0);
+  ClassMapTable table(printer, text_or_empty(prefix), text_or_empty(suffix), wanted);
   table.print_head();
-  return for_each_database(kName, domain, [&](zar_db *database) { return table.print_database(database, name); });
+  return for_each_database(kName, domain, [&](zar_db *database) { return table.print_database(database); });
 }

@@ -31,10 +31,7 @@ bool policy_uses(const zar_pmap &pmap, const void *param_map) {
 }
 
 bool database_uses(zar_db *database, const void *param_map) {
-  StoredMaps<zar_pmap> policies(database);
-  while (const zar_pmap *pmap = policies.next())
-    if (policy_uses(*pmap, param_map)) return true;
-  return false;
+  return find_map<zar_pmap>(database, [=](const zar_pmap &pmap) { return policy_uses(pmap, param_map); });
 }
 
 }  // namespace
