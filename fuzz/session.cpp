@@ -213,7 +213,7 @@ bool Session::steps(std::span<const calls::Call> calls) {
   while (!to_make_.empty()) {
     const calls::Call &call = to_make_.front();
     take_call();
-    if (!step(call)) return false;
+    if (call.within == 0 && !step(call)) return false;
   }
   return true;
 }

@@ -240,12 +240,12 @@ class Dice {
 
 // A call, and those that are made within the functions that it calls, or within functions that these call.
 void add_group(Dice &dice, std::vector<calls::Call> &made) {
-  static constexpr std::array<uint8_t, 8> kPlaces = {1, 1, 1, 1, 2, 2, 3, 5};
-  made.push_back(dice.below(3) == 0 ? dice.call() : dice.call_among(kCalling));
-  for (size_t within = dice.below(6); within > 0; --within) {
-    const size_t kind = dice.below(4);
+  static constexpr std::array<uint8_t, 8> kPlaces = {1, 1, 1, 1, 1, 2, 2, 3};
+  made.push_back(dice.below(5) == 0 ? dice.call() : dice.call_among(kCalling));
+  for (size_t within = dice.below(16); within > 0; --within) {
+    const size_t kind = dice.below(5);
     made.push_back(kind == 0 ? dice.call()
-                             : dice.call_among(kind == 1 ? std::span<const calls::Op>(kCalling) : kChanging));
+                             : dice.call_among(kind <= 2 ? std::span<const calls::Op>(kCalling) : kChanging));
     made.back().within = dice.one_of(kPlaces);
   }
 }

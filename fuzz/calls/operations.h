@@ -93,8 +93,8 @@ inline constexpr uint32_t kUntouched = 0xabad1dea;
 struct Call {
   Op op{};
   std::array<uint8_t, kMostBytes> bytes{};
-  // In which of the clients' functions that the library calls from here on it is made (1: this one, or else the next).
-  // When the operations that are under way end before, or with 0, it is made after them.
+  // 0: it is made when the call before it has come to its end. Otherwise, in which of the clients' functions that the
+  // library calls from here on it is made (1: the one that is running, or else the next); never, when there are fewer.
   uint8_t within = 0;
 };
 

@@ -569,7 +569,6 @@ uint32_t Model::delete_target(Target &target) {
   Context *context = target.context;
   const bool stays = context != nullptr && context->used && (called("free the context"), true) &&
                      refuses(calls::Refusal::free_context);
-  if (target.stored_in != nullptr) target.stored_in->targets.erase(target.handle);
   forget(target);
   if (stays) {
     lost_records += 2;
@@ -583,8 +582,12 @@ uint32_t Model::delete_target(Target &target) {
 void Model::destroy(Database &database) {
   empty(database.pmaps);
   empty(database.cmaps);
-  while (!database.targets.empty())
-    delete_target(*database.targets.begin()->second);
+  while (!database.targets.empty()) {
+    Target &target = *database.targets.begin()->second;
+    database.targets.erase(target.handle);
+    target.stored_in = nullptr;
+    delete_target(target);
+  }
   empty(database.pmtr_maps);
 }
 

@@ -165,7 +165,9 @@ ON_EACH_TREE(get_next, next)
 void zar_avl_insert_target_client_db(Model &m, const Arguments &a, Seen &seen) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
   Target *target = m.behind<Target>(a.handle(1));
-  if (database == nullptr || target == nullptr || target->stored_in != nullptr) return seen.answers(0);
+  const bool refused =
+      database == nullptr || target == nullptr || target->being_deleted || target->stored_in != nullptr;
+  if (refused) return seen.answers(0);
   database->targets[target->handle] = target;
   target->stored_in = database;
   seen.answers(1);

@@ -234,7 +234,7 @@ int main(int count, char **arguments) {
     if (name == "--session") settings.session = std::stoull(value);
   }
   // Functions that call back have something to walk over while what a session begins with is there.
-  if (settings.calls == 0) settings.calls = settings.reentry ? 130 : 400;
+  if (settings.calls == 0) settings.calls = settings.reentry ? 500 : 400;
   for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
     std::signal(signal, on_signal);
   return walk(settings);
