@@ -53,31 +53,9 @@ install(FILES ${zar_readme} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT develo
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/html DESTINATION ${CMAKE_INSTALL_DOCDIR}/api
   COMPONENT development OPTIONAL)
 
-# ---- Tools ----
-
-# The libraries of the hosts are for these programs and for tests; they promise no interface.
-set_target_properties(zar-tool zar-platform-check PROPERTIES
-  INSTALL_RPATH "$ORIGIN/../${zar_host_dir};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-set_target_properties(zarplatform zarengine PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
-install(TARGETS zar-tool zar-platform-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-install(TARGETS zarplatform zarengine LIBRARY DESTINATION ${zar_host_dir} COMPONENT tools)
-
-install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools
-  PATTERN CMakeLists.txt EXCLUDE PATTERN .clang-format EXCLUDE)
-# The policy files tell editors where their schema is, which is somewhere else once both are installed.
-file(RELATIVE_PATH zar_schema_from_examples
-  ${CMAKE_INSTALL_FULL_DOCDIR}/examples ${CMAKE_INSTALL_FULL_DATADIR}/zar/schema/policy.json)
-install(CODE "file(GLOB files \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${zar_example_dir}/*.yaml\")
-foreach(file IN LISTS files)
-  file(READ \"\${file}\" text)
-  string(REPLACE \"../share/schema/policy.json\" \"${zar_schema_from_examples}\" text \"\${text}\")
-  file(WRITE \"\${file}\" \"\${text}\")
-endforeach()" COMPONENT tools)
-
-install(DIRECTORY share/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/zar COMPONENT tools)
-install(FILES share/completions/zar.bash
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zar COMPONENT tools)
-install(FILES share/completions/_zar DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
+if(ZAR_HOST)
+  include(cmake/install_tools.cmake)
+endif()
 
 # ---- Manual pages: docs/man/NAME.SECTION.scd; section 3 is for developers ----
 
@@ -91,15 +69,18 @@ set(zar_pages)
 foreach(source ${zar_page_sources})
   cmake_path(GET source STEM LAST_ONLY page)
   string(REGEX MATCH "[0-9]$" section ${page})
+  set(component tools)
+  if(section STREQUAL 3)
+    set(component development)
+  endif()
+  if(component STREQUAL "tools" AND NOT ZAR_HOST)
+    continue()
+  endif()
   set(made ${PROJECT_BINARY_DIR}/man/${page})
   add_custom_command(OUTPUT ${made} DEPENDS ${source} VERBATIM
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
     COMMAND sh -c "\"$1\" < \"$2\" > \"$3\"" sh ${ZAR_SCDOC} ${source} ${made})
   list(APPEND zar_pages ${made})
-  set(component tools)
-  if(section STREQUAL 3)
-    set(component development)
-  endif()
   install(FILES ${made} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
 endforeach()
 add_custom_target(man ALL DEPENDS ${zar_pages})

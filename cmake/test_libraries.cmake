@@ -5,7 +5,8 @@ option(ZAR_REQUIRE_TESTS "Stop where the tests would be left out for want of a l
 option(ZAR_FUZZ "Link the fuzz targets with libFuzzer" OFF)
 
 set(ZAR_TESTS ${BUILD_TESTING})
-if(BUILD_TESTING)
+# What is tested of the library alone needs none of them.
+if(BUILD_TESTING AND ZAR_HOST)
   set(lacking)
   foreach(package GTest rapidcheck)
     find_package(${package} QUIET)

@@ -69,7 +69,7 @@ void drop_from_pmap(zar_pmap &pmap, zar_pmap_cmap_ref *ref) {
   pmap_cmap_refs.give_back(ref);
 }
 
-void drop_from_cmap(zar_pmap *pmap, zar_cmap *cmap) {
+void drop_from_cmap(const zar_pmap *pmap, zar_cmap *cmap) {
   zar_cmap_pmap_ref *ref = find_pmap(*cmap, pmap);
   if (!ref) {
     TRACE_ERROR("(ERR): remove reference: pmap:0x%p not referred by cmap:0x%p", address(pmap), address(cmap));

@@ -2,13 +2,16 @@
 #pragma once
 
 #include "core/checks.h"
+#include "core/pool.h"
 #include "core/queue.h"
 #include "zar/compose.h"
 
 namespace zar {
 
-// A class-action for the class-map, under no event yet and without a class number.
-uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32_t *class_action_out);
+// A class-action for the class-map, under no event yet and without a class number. 'rule' owns it until it is listed: one
+// whose new handle leads nowhere goes back.
+uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32_t *class_action_out,
+                                   Pooled<zar_class_action> &rule);
 
 // Frees a class-action with its handle, and drops one reference on each of its actions. NULL does nothing.
 void zar_free_class_action(zar_class_action *class_action);

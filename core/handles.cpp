@@ -45,7 +45,7 @@ bool is_map(Kind kind) {
 
 uint16_t zar_handle_table_init(void) {
   // The name is older than the sharing of the table by all kinds.
-  char name[] = "ZAR PMAP HANDLE IDs";
+  const char name[] = "ZAR PMAP HANDLE IDs";
   table_id = id_create_new_table(kSizing, kSizing, name, kTableTag);
   limit_units = 1;
   live_count = 0;

@@ -78,8 +78,8 @@ void empty(Place place) {
 }  // namespace
 
 Kind of(uint32_t handle) {
-  const Cell &cell = *place_of(handle).cell;
-  return cell.handle == handle ? static_cast<Kind>(cell.kind) : Kind::none;
+  const Cell *cell = place_of(handle).cell;
+  return cell->handle == handle ? static_cast<Kind>(cell->kind) : Kind::none;
 }
 
 bool has_room() {

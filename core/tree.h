@@ -18,38 +18,43 @@ Record *find(avl_tree &tree, const Record *probe) {
   return static_cast<Record *>(i_avl_search(&tree, probe));
 }
 
+// A place for a record as the platform takes it: it writes to the caller's own.
 template <class Record>
-Record *first(avl_tree &tree) {
-  void *record = nullptr;
-  i_avl_get_first(tree.top.parent, &record);
-  return static_cast<Record *>(record);
+void **place(Record **record_out) {
+  return reinterpret_cast<void **>(record_out);
+}
+
+template <class Record>
+void first(avl_tree &tree, Record **first_out) {
+  i_avl_get_first(tree.top.parent, place(first_out));
 }
 
 // The record that follows 'current'; also when that has just been taken out.
 template <class Record>
-Record *after(avl_tree &tree, Record *current) {
-  void *record = nullptr;
-  i_avl_get_next(&tree, current, &record);
-  return static_cast<Record *>(record);
+void after(avl_tree &tree, Record *current, Record **next_out) {
+  i_avl_get_next(&tree, current, place(next_out));
 }
 
 // Walks that stand on a record that left its tree go on behind it.
 template <class Record>
 void note_removal(avl_tree &tree, Record *record) {
   TreeWalk::for_each([&tree, record](TreeWalk &walk) {
-    if (walk.record() == record) walk.move_to(after(tree, record));
+    if (walk.record() != record) return;
+    Record *next = nullptr;
+    after(tree, record, &next);
+    walk.move_to(next);
   });
   Watch::for_each([record](Watch &watch) { watch.note_entered(record, nullptr); });
 }
 
-// Takes out 'record', or the record that compares equal to it, and names what was taken out in 'removed'.
+// Takes out 'record', or the record that compares equal to it, and names what was taken out in 'removed_out'; 'record'
+// where nothing was.
 template <class Record>
-bool remove(avl_tree &tree, Record *record, Record **removed) {
-  void *taken = record;
-  bool done = i_avl_delete(&tree, record, &taken) != 0;
-  *removed = static_cast<Record *>(taken);
-  if (done) note_removal(tree, *removed);
-  return done;
+bool remove(avl_tree &tree, Record *record, Record **removed_out) {
+  *removed_out = record;
+  if (i_avl_delete(&tree, record, place(removed_out)) == 0) return false;
+  note_removal(tree, *removed_out);
+  return true;
 }
 
 // Walks over the tree are at their end.

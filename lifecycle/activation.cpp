@@ -127,10 +127,11 @@ uint32_t zar_retrieve_policy_from_target(uint32_t clid, uint32_t target_handle, 
 
   const auto *link = find<zar_target_pmap>(
       target->active_pmaps, [sought](const zar_target_pmap &other) { return other.pmap->handle == sought; });
-  *pmap_out = link ? sought : 0;
   if (link) {
     TRACE_INFO("(info): %s: success, retrieved policy:%s on target", kName, info->map_name);
+    *pmap_out = sought;
   } else {
+    *pmap_out = 0;
     TRACE_INFO("(info): %s: success, no such policy:%s active on target", kName, info->map_name);
   }
   return kSuccess;

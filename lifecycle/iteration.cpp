@@ -119,12 +119,13 @@ struct NextFilterText {
 template <class Element, class Text>
 uint32_t give_next(const queue_head &queue, uint32_t container, uint32_t current, uint32_t *handle_out) {
   auto found = find_with_next<Element>(queue, [current](const Element &element) { return element.handle == current; });
-  *handle_out = found.next ? found.next->handle : 0;
   if (!found.current) {
     TRACE_INFO(Text::kGone, Text::kName, current, container);
+    *handle_out = 0;
     return kSuccess;
   }
   Text::trace_cursor(current, container);
+  *handle_out = found.next ? found.next->handle : 0;
   if (found.next) {
     Text::trace_found(*handle_out, current, container);
   } else {

@@ -166,25 +166,26 @@ uint32_t zar_pmtr_get_next_action_index(uint32_t clid, uint32_t pmtr_map, uint32
   static constexpr char kName[] = "get_next_pmtr_map_action";
   const zar_pmtr_map *map = nullptr;
   if (Status status = may_walk_actions(kName, clid, pmtr_map, action_out, map)) return status;
-  *action_out = 0;
   const zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
   if (!statement) {
+    *action_out = 0;
     trace_no_statement();
     return kNothingFound;
   }
   auto found = find_with_next<zar_action>(statement->action_queue,
                                           [current](const zar_action &action) { return action.handle == current; });
   if (!found.current) {
+    *action_out = 0;
     // What is printed is the search's result, which is nothing, not the handle that was sought.
     TRACE_INFO("(info): %s: Error: no matching action:0x%p found.", kName, address(found.current));
     return kNothingFound;
   }
   TRACE_INFO("(info): %s: current action:0x%x found.", kName, current);
+  *action_out = found.next ? found.next->handle : 0;
   if (!found.next) {
     TRACE_INFO("(info): %s: no next action found next to:0x%x", kName, current);
     return kNothingFound;
   }
-  *action_out = found.next->handle;
   TRACE_INFO("(info): %s: success, action:0x%x found next to:0x%x", kName, *action_out, current);
   return kSuccess;
 }

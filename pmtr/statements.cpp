@@ -31,9 +31,12 @@ struct Making {
   uint32_t name_tag;
   uint32_t name_room;  // bytes of the name buffer beyond the parameter-map's name
   bool names_map;      // whether a missing record is reported with the parameter-map's name
+  bool keeps_texts;    // whether the copies of domain and name last until the statement is in its list
 };
-constexpr Making kFirstTime{.domain_tag = 0x3e0002b, .name_tag = 0x3e00028, .name_room = 11, .names_map = true};
-constexpr Making kReplacing{.domain_tag = 0x3e0002e, .name_tag = 0x3e00027, .name_room = 12, .names_map = false};
+constexpr Making kFirstTime{
+    .domain_tag = 0x3e0002b, .name_tag = 0x3e00028, .name_room = 11, .names_map = true, .keeps_texts = false};
+constexpr Making kReplacing{
+    .domain_tag = 0x3e0002e, .name_tag = 0x3e00027, .name_room = 12, .names_map = false, .keeps_texts = true};
 
 // ---- Making statements
 
@@ -100,6 +103,10 @@ uint32_t make_statement(const Making &making, uint32_t owner, uint32_t map_handl
   statement->map_index = map_index;
   TRACE_INFO("(info): Created pmtr_internal_classmap: %s", name.get());
   clear_filter_types(cmap);
+  if (!making.keeps_texts) {
+    name.give_back();
+    domain.give_back();
+  }
   if (zar_add_statement_to_pmtr_map(map_handle, statement.get()) != kSuccess) {
     TRACE_ERROR("(ERR): Failure enqueing pmtr map statement withmap-index: %d", map_index);
     zar_delete_stored_class(owner, cmap);

@@ -113,6 +113,7 @@ class PolicyMapPrinter {
     } else if (text) {
       print_("%s      %u %s", prefix_, number, text.get());
     }
+    text.give_back();
     if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", executed);
   }
 

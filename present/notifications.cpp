@@ -16,17 +16,27 @@ constexpr uint32_t kTargetListTag = 0x3e0000d;
 
 constexpr uint32_t kAdded = 0, kRemoved = 1;
 
+// A list that no handler got goes back.
 class TargetList {
  public:
   explicit TargetList(uint32_t tag) : tag_(tag) {}
+  TargetList(const TargetList &) = delete;
+  TargetList &operator=(const TargetList &) = delete;
+  ~TargetList() {
+    if (list_ && !handed_over_) bfree_named(list_);
+  }
 
-  // False when there is no memory for the list.
+  // False when there is no memory for the list. The platform may lack the memory for an entry: then the record is not in it.
   bool add(zar_target_info *info) {
     if (!list_) list_ = make();
     if (list_) append(*list_, info);
     return list_;
   }
-  queue_head *get() const { return list_; }
+  bool empty() const { return !list_ || list_->count == 0; }
+  queue_head *hand_over() {
+    handed_over_ = true;
+    return list_;
+  }
 
  private:
   queue_head *make() const {
@@ -37,17 +47,18 @@ class TargetList {
 
   uint32_t tag_;
   queue_head *list_ = nullptr;
+  bool handed_over_ = false;
 };
 
 enum class Collected { none, some, out_of_memory };
 
-// Adds the targets on which the policy-map is active.
+// Adds the targets on which the policy-map is active. What counts is what stands in the list.
 Collected zar_collect_pmap_targets(const zar_pmap &pmap, TargetList &list) {
   Collected result = Collected::none;
   for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs)) {
     if (!ref.target->target_info) continue;
     if (!list.add(ref.target->target_info)) return Collected::out_of_memory;
-    result = Collected::some;
+    if (!list.empty()) result = Collected::some;
   }
   return result;
 }
@@ -60,7 +71,7 @@ bool notify_removal(const zar_class_action &rule, const Watched<zar_pmap> &pmap,
     if (!action.action_notify_fn) continue;
     Collected collected = zar_collect_pmap_targets(*pmap.get(), list);
     if (collected == Collected::out_of_memory) return false;
-    if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.get());
+    if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.hand_over());
   }
   return true;
 }
@@ -70,7 +81,7 @@ bool notify_of_target(const zar_class_action &rule, uint32_t removed, zar_target
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!action.action_notify_fn) continue;
     if (!list.add(info)) return false;
-    action.action_notify_fn(removed, action.action_data, list.get());
+    if (!list.empty()) action.action_notify_fn(removed, action.action_data, list.hand_over());
   }
   return true;
 }
@@ -87,7 +98,7 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
 
   TargetList list(kPmapListTag);
   if (zar_collect_pmap_targets(*pmap, list) != Collected::some) return;
-  action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.get());
+  action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.hand_over());
 }
 
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {

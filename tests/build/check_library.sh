@@ -1,9 +1,11 @@
 #!/bin/sh
 # What libzar.so promises to those who load it, read from the file itself.
 #   check_library.sh exports|imports|dependencies|hardening LIBRARY [LIST]
-# LIST names what this build may take from the C runtime beside c_imports.txt.
+# LIST names what this build may take from the C runtime beside c_imports.txt. NM and READELF name programs that read the
+# library, which may be for another machine.
 set -eu
 export LC_ALL=C
+nm=${NM:-nm} readelf=${READELF:-readelf}
 what=$1
 library=$2
 here=$(dirname "$0")
@@ -22,7 +24,7 @@ names() {
 }
 
 undefined() {
-  nm -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' | sort -u
+  "$nm" -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' | sort -u
 }
 
 # The two lists are the same, or the difference is shown: '<' is missing, '>' is too much.
@@ -32,7 +34,7 @@ same() {
 
 exports() {
   # Beside the names there is the version itself, as an absolute symbol.
-  nm -D --defined-only --with-symbol-versions "$library" | awk '$2 != "A" { print $3 }' | sort > "$scratch/found"
+  "$nm" -D --defined-only --with-symbol-versions "$library" | awk '$2 != "A" { print $3 }' | sort > "$scratch/found"
   names "$here/exports.txt" > "$scratch/wanted"
   test -s "$scratch/wanted" || fail "the list of exports is empty"
   same "$scratch/wanted" "$scratch/found" "exports other names than exports.txt"
@@ -49,7 +51,7 @@ imports() {
 }
 
 dependencies() {
-  readelf -dW "$library" > "$scratch/dynamic"
+  "$readelf" -dW "$library" > "$scratch/dynamic"
   grep -q 'SONAME.*\[libzar\.so\.1\]' "$scratch/dynamic" || fail "the soname is not libzar.so.1"
   if grep -E 'RPATH|RUNPATH' "$scratch/dynamic"; then fail "carries a search path"; fi
   sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' "$scratch/dynamic" | sort > "$scratch/found"
@@ -62,8 +64,8 @@ dependencies() {
 }
 
 hardening() {
-  readelf -lW "$library" > "$scratch/segments"
-  readelf -dW "$library" > "$scratch/dynamic"
+  "$readelf" -lW "$library" > "$scratch/segments"
+  "$readelf" -dW "$library" > "$scratch/dynamic"
   undefined > "$scratch/undefined"
   grep -q GNU_RELRO "$scratch/segments" || fail "no RELRO"
   grep -Eq 'BIND_NOW|FLAGS_1.*NOW' "$scratch/dynamic" || fail "symbols are bound lazily"

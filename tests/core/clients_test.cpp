@@ -1,6 +1,7 @@
 // The client registry: registration, the checks of a clid, the choice of a database, the walk and the display.
 #include "platform/engine.h"
 #include "platform/runtime.h"
+#include "support/platform_log.h"
 #include "support/repository.h"
 
 using namespace rig;
@@ -238,6 +239,27 @@ TEST_F(Registration, WithoutRoomToGrowCountsNobodyAndKeepsTheNewRecord) {
 
   EXPECT_EQ(zar_client_register("eleven", nullptr, &clid), 0U);
   EXPECT_EQ(clid, 11U);
+}
+
+// A table of that size cannot be searched in the time of a test, so the numbers run up behind the search: while the name
+// is copied.
+TEST_F(Registration, EndsWhereTheCapacityWouldBe0) {
+  breaks_invariants("more clients are counted than the table holds");
+  constexpr uint32_t kLastCapacity = 0xfffffff6;
+  zar_client_data **table = zar_clients_info;
+  watch_platform();
+  when_platform_called("duplicate 0x3e00034",
+                       [] { zar_current_max_clients = zar_allowed_max_clients = kLastCapacity; });
+  EXPECT_EQ(zar_client_register("one too many", nullptr, &clid), 37U);
+  EXPECT_TRACED(registering("one too many", nullptr), info("(info): Growing the ZAR clients data array"));
+  EXPECT_EQ(take_platform_calls({"record", "duplicate", "block", "free", "give back"}),
+            (PlatformCalls{"record 0x3e00025", "duplicate 0x3e00034 \"one too many\""}));
+  EXPECT_EQ(clid, kUntouched);
+  EXPECT_EQ(zar_clients_info, table);
+  EXPECT_EQ(zar_current_max_clients, kLastCapacity);
+  EXPECT_EQ(zar_allowed_max_clients, kLastCapacity);
+  zar_current_max_clients = 0;
+  zar_allowed_max_clients = 10;
 }
 
 // ---- Checks of a clid

@@ -373,15 +373,6 @@ TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAnew) {
   EXPECT_EQ(zar_create_filter(&port, &filters.emplace_back(), 0), 0U);
 }
 
-TEST_F(HandleKinds, AreForgottenByASecondStart) {
-  const uint32_t port = filter("port");
-  start_again();
-  zar_event_tuple own_event{};
-  own_event.match_criteria = 2;
-  ASSERT_EQ(zar_handle_alloc(&own_event), port) << "the new table begins with the same number";
-  EXPECT_EQ(zar_event_get_match_criteria(port), 2U);
-}
-
 TEST_F(HandleKinds, AreRatherRefusedThanForgotten) {
   // Who releases handles that are gone lowers the count of live ones, so that the cap never comes.
   const uint32_t gone = zar_handle_alloc(&own_record);

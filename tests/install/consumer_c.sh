@@ -1,15 +1,14 @@
 #!/bin/sh
-# A host in C11 is built with pkg-config from an installation and runs there, linked with the library and loading it. Its
-# platform runtime is that of the installed example.
-#   consumer_c.sh PREFIX LIBDIR COMPILER LINKER [FLAG ...]
+# A host in C11 is built with pkg-config from an installation and runs there, linked with the library and loading it.
+#   consumer_c.sh PREFIX LIBDIR RUNTIME COMPILER LINKER [FLAG ...]
+# RUNTIME is the source of its platform runtime, that of the example.
 set -eu
-prefix=$1 libdir=$2 compiler=$3 linker=$4
-shift 4
+prefix=$1 libdir=$2 runtime=$3 compiler=$4 linker=$5
+shift 5
 here=$(cd "$(dirname "$0")/consumer_c" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
-runtime=$prefix/share/doc/zar/examples/embed/runtime.c
 
 fail() {
   echo "$*" >&2

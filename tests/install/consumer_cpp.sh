@@ -1,9 +1,10 @@
 #!/bin/sh
 # A host in C++20 is built with find_package from an installation and runs there, linked with the library and loading it.
 # Its platform runtime passes the check that was installed beside the library.
-#   consumer_cpp.sh PREFIX LIBDIR CMAKE C_COMPILER CXX_COMPILER C_FLAGS CXX_FLAGS
+#   consumer_cpp.sh PREFIX LIBDIR CMAKE OPTION...     with the options CMake configures the host
 set -eu
 prefix=$1 libdir=$2 cmake=$3
+shift 3
 here=$(cd "$(dirname "$0")/consumer_cpp" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -17,8 +18,7 @@ runs() {
   test "$output" = "all as it should be" || fail "$1 says '$output'"
 }
 
-"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$4" -DCMAKE_CXX_COMPILER="$5" \
-  -DCMAKE_C_FLAGS="$6" -DCMAKE_CXX_FLAGS="$7" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
+"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" "$@" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
 "$cmake" --build "$scratch" >> "$scratch/log" || { cat "$scratch/log"; exit 1; }
 
 runs "$scratch/linked"

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "lifecycle/lines.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 
@@ -642,6 +643,20 @@ TEST_F(RetrievingFromTarget, WritesHandle0ForOneThatIsNotStored) {
   EXPECT_EQ(out, 0U);
   EXPECT_EQ(take_trace(), lines(found_no_policy(one, "missing"),
                                 info("(info): %s: success, no such policy:%s active on target", kName, "missing")));
+}
+
+// The look-up of the name traces two lines, in a place of its own.
+TEST_F(RetrievingFromTarget, WritesThePlaceAfterTheMessageOfAnActivePolicyAndBeforeThatOfNone) {
+  NEEDS_TRACE();
+  EXPECT_EQ(
+      values_when_traced(out, [&] { zar_retrieve_policy_from_target(one, interface, &gold_info, nullptr, &out); }),
+      (Handles{kUntouched, kUntouched, 0}));
+  activate(gold, interface);
+  out = kUntouched;
+  EXPECT_EQ(
+      values_when_traced(out, [&] { zar_retrieve_policy_from_target(one, interface, &gold_info, nullptr, &out); }),
+      (Handles{kUntouched, kUntouched, kUntouched}));
+  EXPECT_EQ(out, gold);
 }
 
 TEST_F(RetrievingFromTarget, GoesByTheRecordNotByTheName) {

@@ -546,6 +546,19 @@ TEST_F(WalkingActions, GoesInTheOrderOfTheNumbers) {
                 info("(info): %s: no next action found next to:0x%x", kNext, seven));
 }
 
+TEST_F(WalkingActions, WritesThePlaceOnceTheCurrentActionIsTold) {
+  NEEDS_TRACE();
+  const uint32_t a = statement_action(abc, 10, 1, "a"), b = statement_action(abc, 10, 2, "b");
+  const auto values_of_next = [this](uint32_t current, uint32_t index) {
+    place = kUntouched;
+    return values_when_traced(place, [=, this] { next(current, index); });
+  };
+  EXPECT_EQ(values_of_next(a, 10), (Handles{kUntouched, kUntouched, b}));
+  EXPECT_EQ(values_of_next(b, 10), (Handles{kUntouched, kUntouched, 0}));
+  EXPECT_EQ(values_of_next(abc, 10), (Handles{kUntouched, 0}));
+  EXPECT_EQ(values_of_next(a, 11), (Handles{kUntouched, 0}));
+}
+
 TEST_F(WalkingActions, GoesOnFromActionsOfTheStatementOnly) {
   statement_action(abc, 10, 1, "a");
   statement(abc, 20);

@@ -1,4 +1,6 @@
 // zar explain: the paths that events take, whole.
+#include <algorithm>
+
 #include "runner.h"
 
 namespace {

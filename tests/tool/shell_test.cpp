@@ -192,7 +192,9 @@ Terminal::Setup plain() {
   return {.kind = "dumb"};
 }
 
-TEST(InteractiveSession, CompletesCommandsAndNames) {
+class InteractiveSession : public test::AtATerminal {};
+
+TEST_F(InteractiveSession, CompletesCommandsAndNames) {
   Terminal terminal({"shell", kBroadband}, plain());
   terminal.read_until(kPrompt);
   terminal.type("sho\t");
@@ -218,7 +220,7 @@ TEST(InteractiveSession, CompletesCommandsAndNames) {
   EXPECT_EQ(terminal.code(), 0);
 }
 
-TEST(InteractiveSession, CallsEarlierLinesBack) {
+TEST_F(InteractiveSession, CallsEarlierLinesBack) {
   Terminal terminal({"shell", kBroadband}, plain());
   terminal.read_until(kPrompt);
   terminal.type("help quit\n");
@@ -235,7 +237,7 @@ TEST(InteractiveSession, CallsEarlierLinesBack) {
   EXPECT_EQ(terminal.code(), 0);
 }
 
-TEST(InteractiveSession, GoesOnAfterAFailure) {
+TEST_F(InteractiveSession, GoesOnAfterAFailure) {
   Terminal terminal({"shell"}, plain());
   terminal.read_until(kPrompt);
   terminal.type("frob\n");
@@ -249,7 +251,7 @@ TEST(InteractiveSession, GoesOnAfterAFailure) {
   EXPECT_EQ(terminal.code(), 0);
 }
 
-TEST(InteractiveSession, GivesALineUpOnCtrlCAndEndsOnCtrlD) {
+TEST_F(InteractiveSession, GivesALineUpOnCtrlCAndEndsOnCtrlD) {
   Terminal terminal({"shell"}, plain());
   terminal.read_until(kPrompt);
   terminal.type("half a line\x03");
@@ -261,7 +263,7 @@ TEST(InteractiveSession, GivesALineUpOnCtrlCAndEndsOnCtrlD) {
   EXPECT_EQ(terminal.code(), 0);
 }
 
-TEST(InteractiveSession, IsSuspendedAndContinuedWithItsLine) {
+TEST_F(InteractiveSession, IsSuspendedAndContinuedWithItsLine) {
   Terminal terminal({"shell"}, plain());
   terminal.read_until(kPrompt);
   terminal.type("help \x1a");

@@ -1,14 +1,15 @@
 #include "terminal_runner.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 namespace test {
 
@@ -33,7 +34,26 @@ namespace {
   std::_Exit(127);
 }
 
+// Empty where pseudo-terminals can be had.
+std::string why_there_is_no_terminal() {
+  int master = -1;
+  int slave = -1;
+  if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) return std::strerror(errno);
+  close(slave);
+  close(master);
+  return {};
+}
+
 }  // namespace
+
+void AtATerminal::SetUp() {
+  const std::string reason = why_there_is_no_terminal();
+  if (reason.empty()) return;
+  if (std::getenv("ZAR_TESTS_WITHOUT_TERMINALS")) GTEST_SKIP() << "there are no pseudo-terminals: " << reason;
+  FAIL() << "this test needs a pseudo-terminal, and the system gives none: " << reason
+         << "\nMount them, as root: mount -t devpts devpts /dev/pts"
+         << "\nOr set ZAR_TESTS_WITHOUT_TERMINALS=on to skip the tests that need one.";
+}
 
 Terminal::Terminal(const std::vector<std::string> &arguments, const Setup &setup) {
   // Wide enough that no line of a test is broken.

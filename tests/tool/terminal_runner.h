@@ -1,12 +1,20 @@
 // Runs the command in a pseudo-terminal, as a person would.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <string>
 #include <vector>
 
 namespace test {
+
+// A test at a pseudo-terminal. It fails at once on a machine that gives none; with ZAR_TESTS_WITHOUT_TERMINALS in the
+// environment, where somebody has said that they know, it is skipped.
+class AtATerminal : public testing::Test {
+ protected:
+  void SetUp() override;
+};
 
 class Terminal {
  public:

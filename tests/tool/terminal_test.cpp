@@ -31,7 +31,7 @@ std::string without_colours(const std::string &text) {
   return plain;
 }
 
-class Colour : public testing::TestWithParam<std::vector<std::string>> {};
+class Colour : public test::AtATerminal, public testing::WithParamInterface<std::vector<std::string>> {};
 
 TEST_P(Colour, IsForTerminalsOnly) {
   const test::Result plain = run_zar(GetParam());
@@ -83,7 +83,9 @@ class LongScenario {
   std::string path_;
 };
 
-TEST(Progress, OfALongScenarioIsShownWhereTheResultsDoNotGo) {
+class Progress : public test::AtATerminal {};
+
+TEST_F(Progress, OfALongScenarioIsShownWhereTheResultsDoNotGo) {
   const LongScenario scenario(10'000);
   for (const char *json : {"", "--json"}) {
     std::vector<std::string> arguments = {"run", scenario.path()};
@@ -96,7 +98,7 @@ TEST(Progress, OfALongScenarioIsShownWhereTheResultsDoNotGo) {
   EXPECT_EQ(shown({"run", scenario.path()}).find(" of 10000 events"), std::string::npos);
 }
 
-TEST(Progress, OfAShortScenarioIsNotShown) {
+TEST_F(Progress, OfAShortScenarioIsNotShown) {
   const LongScenario scenario(9'999);
   EXPECT_EQ(shown({"run", scenario.path()}, {.output_elsewhere = true}), "");
 }

@@ -133,10 +133,13 @@ class Search {
   size_t work_left() const { return work_left_; }
 
  private:
-  // What is wanted of one attribute. 'known' is an answer to all of it, and stays one when something is no longer wanted.
+  // What is wanted of one attribute. Where 'known' is possible it answers all of it, and still does when something is no
+  // longer wanted.
   struct Wanted {
     std::vector<Literal> literals;
-    std::optional<ValueAnswer> known;
+    ValueAnswer known;
+
+    bool has_answer() const { return known.can == Can::possible; }
   };
 
   Can choose(size_t at) {
@@ -168,15 +171,12 @@ class Search {
     Wanted &wanted = wanted_[literal.filter->attribute.value];
     wanted.literals.push_back(literal);
     spend(1);
-    if (wanted.known && holds(*literal.filter, wanted.known->value) == literal.holds) return Can::possible;
+    if (wanted.has_answer() && holds(*literal.filter, wanted.known.value) == literal.holds) return Can::possible;
 
     spend(wanted.literals.size());
     if (work_left_ == 0) return Can::unknown;
-    ValueAnswer answer = find_value(wanted.literals, hints_of(literal.filter->attribute.value));
-    const Can can = answer.can;
-    wanted.known.reset();
-    if (can == Can::possible) wanted.known = std::move(answer);
-    return can;
+    wanted.known = find_value(wanted.literals, hints_of(literal.filter->attribute.value));
+    return wanted.known.can;
   }
 
   void spend(size_t work) { work_left_ -= std::min(work, work_left_); }
@@ -191,8 +191,8 @@ class Search {
     Input input;
     for (const auto &[attribute, wanted] : wanted_) {
       if (wanted.literals.empty()) continue;
-      if (!wanted.known) return Can::unknown;
-      input[attribute] = wanted.known->value;
+      if (!wanted.has_answer()) return Can::unknown;
+      input[attribute] = wanted.known.value;
     }
     input_ = std::move(input);
     return Can::possible;
