@@ -1,7 +1,7 @@
 // Random walks over the whole interface beside the model.
 //
 //   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
-//   model_walk --reentry yes ...         and clients whose functions call the library back
+//   model_walk --reentry yes ...         clients whose functions call the library back; without rapidcheck's part
 //   model_walk --session SEED            one session, each call told before it is made
 //   model_walk --session SEED --shrink yes    the shortest calls of one that ends the process
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
@@ -21,6 +21,7 @@
 #include <string>
 
 #include "fuzz/walk.h"
+#include "tests/support/leaks.h"
 
 using fuzz::Options;
 using Calls = std::vector<calls::Call>;
@@ -62,15 +63,30 @@ struct Settings {
 uint64_t session_seed = 0;
 
 // A session that ends the process says at least which one it was.
-void on_signal(int signal) {
+void on_end() {
   char line[100];
   const int length =
-      std::snprintf(line, sizeof line, "signal %d in session %llu; see it with --session %llu\n", signal,
+      std::snprintf(line, sizeof line, "the end of session %llu; see it with --session %llu\n",
                     static_cast<unsigned long long>(session_seed), static_cast<unsigned long long>(session_seed));
   if (length > 0) (void)!write(STDERR_FILENO, line, static_cast<size_t>(length));
+}
+
+#ifdef RIG_LEAK_CHECK
+void watch_for_ends() {
+  __sanitizer_set_death_callback(on_end);
+}
+#else
+void on_signal(int signal) {
+  on_end();
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
+
+void watch_for_ends() {
+  for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
+    std::signal(signal, on_signal);
+}
+#endif
 
 // ---- Shrinking
 
@@ -234,8 +250,8 @@ int main(int count, char **arguments) {
     if (name == "--session") settings.session = std::stoull(value);
   }
   // Functions that call back have something to walk over while what a session begins with is there.
+  if (settings.reentry) settings.cases = 0;
   if (settings.calls == 0) settings.calls = settings.reentry ? 500 : 400;
-  for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
-    std::signal(signal, on_signal);
+  watch_for_ends();
   return walk(settings);
 }
