@@ -173,7 +173,7 @@ bool rapidcheck_walk(const Settings &settings, const Options &options, fuzz::Ste
 }
 
 int bulk_walk(const Settings &settings, Options options, fuzz::Steps &steps) {
-  options.look_every = 4;
+  options.look_every = settings.reentry ? 1 : 4;
   for (uint64_t i = 0; steps.all < settings.steps; ++i) {
     session_seed = settings.seed + i;
     options.trace = settings.trace == "on" || (settings.trace == "both" && i % 8 == 7);
