@@ -140,7 +140,7 @@ uint32_t zar_retrieve_policy_from_target(uint32_t clid, uint32_t target_handle, 
 uint32_t zar_get_first_active_policy_on_target(uint32_t target_handle, uint32_t *domain_type_out,
                                                uint32_t *reserved_out, uint32_t *pmap_out) {
   static constexpr char kName[] = "get_first_active_policy_on_target";
-  zar_target *target = require_whole_target(kName, target_handle);
+  const zar_target *target = require_whole_target(kName, target_handle);
   bool place_given = pmap_place_given(kName, pmap_out);
   if (!target || !place_given) return kInvalidArgument;
 

@@ -78,7 +78,7 @@ uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8
 
 uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, uint32_t action_handle) {
   static constexpr char kName[] = "add_action_to_pmtr_map_rule";
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   zar_action *action = require_action(kName, action_handle);
   if (!action) return kInvalidArgument;
@@ -104,7 +104,7 @@ uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, 
 
 uint32_t zar_remove_action_from_pmtr_stmt_action(uint32_t pmtr_map, uint32_t map_index, uint32_t action_handle) {
   static constexpr char kName[] = "remove_action_from_pmtr_stmt_action";
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
   if (!statement) return kInvalidArgument;
@@ -119,7 +119,7 @@ uint32_t zar_retrieve_action_num_in_pmtr_stmt_action(uint32_t pmtr_map, uint32_t
                                                      uint32_t *action_out) {
   static constexpr char kName[] = "retrieve_action_num_in_pmtr_stmt_action";
   if (!action_place_given(kName, action_out)) return kInvalidArgument;
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   *action_out = 0;
   const zar_pmtr_map_stmt *statement = find_statement(*map, map_index);

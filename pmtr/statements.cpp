@@ -267,7 +267,7 @@ uint32_t zar_pmtr_delete_filter_by_stmt(zar_pmtr_map_stmt *statement) {
 uint32_t zar_get_first_pmtr_map_index(uint32_t clid, uint32_t pmtr_map, uint32_t *index_out) {
   static constexpr char kName[] = "get_first_pmtr_map_index";
   if (!valid_clid(kName, clid)) return kInvalidArgument;
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   if (!index_out) {
     TRACE_ERROR("(ERR): %s: Error: input map-index place cannot be NULL", kName);
@@ -298,7 +298,7 @@ uint32_t zar_get_next_pmtr_map_index(uint32_t clid, uint32_t pmtr_map, uint32_t 
 }
 
 uint32_t zar_get_internal_class_map(uint32_t pmtr_map, uint32_t map_index) {
-  auto *map = require<zar_pmtr_map>("find_internal_classmap", pmtr_map);
+  const auto *map = require<zar_pmtr_map>("find_internal_classmap", pmtr_map);
   const zar_pmtr_map_stmt *statement = map ? find_statement(*map, map_index) : nullptr;
   return statement ? statement->internal_cmap : 0;
 }

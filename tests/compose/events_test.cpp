@@ -225,6 +225,15 @@ TEST_F(AddClass, FailsWhenTheNewHandleIsLost) {
   EXPECT_EQ(rules_of(free_event), Handles{});
 }
 
+TEST_F(AddClass, GivesAHandleThatWasLostAllTheSame) {
+  NEEDS_TRACE();
+  lose_record_after("(info): create_class_action_tuple: class-action tuple created");
+  EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
+  EXPECT_NE(out, 0U);
+  EXPECT_NE(out, 77U) << "it was written";
+  EXPECT_FALSE(live(out)) << "it means nothing";
+}
+
 TEST_F(AddClass, WorksOnRecordsOfTheCallersOwn) {
   zar_cmap own_class{};
   own_class.handle = zar_handle_alloc(&own_class);

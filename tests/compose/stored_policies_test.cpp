@@ -639,6 +639,17 @@ TEST_F(ActionByName, ComesOutOfTheRuleAndLivesOn) {
   EXPECT_CALLS();
 }
 
+TEST_F(ActionByName, ThatStandsTwiceComesOutAtItsFirstPlace) {
+  breaks_invariants("a list gets an action without a reference of its own");
+  const uint32_t first = rule(started, voice);
+  const uint32_t kept = action_in(first, "kept");
+  add_action(first, permit);
+  EXPECT_EQ(zar_add_action_to_rule_before_action(first, permit, kept), 0U);
+  ASSERT_EQ(actions_of(first), (Handles{permit, kept, permit}));
+  EXPECT_EQ(remove(gold_info, &at_start, voice_info, permit), 0U);
+  EXPECT_EQ(actions_of(first), (Handles{kept, permit}));
+}
+
 TEST_F(ActionByName, ThatIsNotInTheRuleCannotComeOut) {
   const uint32_t first = rule(started, voice);
   const uint32_t second = rule(started, video);

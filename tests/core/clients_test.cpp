@@ -1,4 +1,9 @@
 // The client registry: registration, the checks of a clid, the choice of a database, the walk and the display.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+
 #include "platform/engine.h"
 #include "platform/runtime.h"
 #include "support/platform_log.h"
@@ -209,6 +214,39 @@ TEST_F(Registration, OfTheEleventhClientGrowsTheTable) {
     EXPECT_EQ(zar_clients_info[i], nullptr);
   EXPECT_EQ(runtime::inventory().blocks[0x3e00003] + 1, runtime::Inventory(before).blocks[0x3e00003])
       << "the old table is freed";
+}
+
+// A table behind which there is nothing that can be read.
+class TableAtTheEnd {
+ public:
+  explicit TableAtTheEnd(size_t entries) {
+    void *pages = mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    EXPECT_NE(pages, MAP_FAILED);
+    pages_ = static_cast<char *>(pages);
+    EXPECT_EQ(mprotect(pages_ + page_, page_, PROT_NONE), 0);
+    table_ = reinterpret_cast<zar_client_data **>(pages_ + page_) - entries;
+  }
+  ~TableAtTheEnd() { munmap(pages_, 2 * page_); }
+  TableAtTheEnd(const TableAtTheEnd &) = delete;
+  TableAtTheEnd &operator=(const TableAtTheEnd &) = delete;
+  zar_client_data **get() const { return table_; }
+
+ private:
+  const size_t page_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  char *pages_ = nullptr;
+  zar_client_data **table_ = nullptr;
+};
+
+TEST_F(Registration, ReadsNothingBehindAFullTable) {
+  register_until(10);
+  const TableAtTheEnd full(10);
+  std::copy_n(zar_clients_info, 10, full.get());
+  zar_client_data **first_table = std::exchange(zar_clients_info, full.get());
+  EXPECT_EQ(zar_client_register("eleven", nullptr, &clid), 0U);
+  EXPECT_TRUE(std::equal(full.get(), full.get() + 10, zar_clients_info));
+  EXPECT_EQ(runtime::complaints().size(), 1U) << "the table that is given back is none of the runtime's blocks";
+  runtime::clear_complaints();
+  bfree_named(first_table);
 }
 
 TEST_F(Registration, HasNoLimitButMemory) {
@@ -446,6 +484,15 @@ TEST_F(Clients, AreFollowedFromAValidAndActiveOneOnly) {
   EXPECT_TRACED(error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", " ", 1));
 }
 
+TEST_F(Clients, ThatAreMissingAreNotFollowed) {
+  client("three", database());
+  zar_client_data *second = zar_clients_info[1];
+  zar_clients_info[1] = nullptr;
+  EXPECT_EQ(zar_get_next_client_with_database(two), 0U);
+  EXPECT_TRACED(error("(ERR): %s: clid:%d, Client entry is in ZAR is NULL", " ", 2));
+  zar_clients_info[1] = second;
+}
+
 TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {
   breaks_invariants("an entry gets the id of another");
   client("three", database());
@@ -514,6 +561,15 @@ TEST_F(Clients, ThatAreMissingAreNotDisplayed) {
   EXPECT_TRACED(info("(info): Total clients:%d, max entries:%d\n", 2, 10), info("(info): Client id:%d\n", 2),
                 info("(info): Client status:%s\n", "Active"), info("(info): Client name:%s\n", "two"));
   zar_clients_info[0] = first;
+}
+
+TEST_F(Clients, BehindTheLastOneAreNotDisplayed) {
+  zar_client_data nobody{};
+  zar_clients_info[2] = &nobody;
+  zar_display_clients();
+  NEEDS_TRACE();
+  EXPECT_EQ(traced().size(), 1U + 2 * 3);
+  zar_clients_info[2] = nullptr;
 }
 
 // ---- The removal callback

@@ -800,6 +800,20 @@ TEST_P(TargetTree, RefusesAnEqualHandle) {
   EXPECT_TRACED(error(of.insert_failed, 0x50));
 }
 
+TEST_P(TargetTree, RefusesATargetThatItHolds) {
+  of.insert(db, &five);
+  EXPECT_EQ(of.insert(db, &five), 0U);
+  EXPECT_TRACED(error(of.insert_failed, 0x50));
+  EXPECT_EQ(targets_in(db), Handles{0x50});
+}
+
+TEST_P(TargetTree, RefusesWhatThePlatformRefuses) {
+  runtime::fail_request(runtime::Service::tree_insert, 1);
+  EXPECT_EQ(of.insert(db, &five), 0U);
+  EXPECT_TRACED(error(of.insert_failed, 0x50));
+  EXPECT_EQ(of.insert(db, &five), 1U);
+}
+
 TEST_P(TargetTree, NeedsADatabaseAndATargetToInsert) {
   zar_db lost = treeless();
   for (zar_db *database : {db, static_cast<zar_db *>(nullptr), &lost}) {
@@ -900,6 +914,14 @@ TEST_F(TargetTreeEnd, DeletesEachTarget) {
   EXPECT_ERRORS();
   EXPECT_FALSE(live(first));
   EXPECT_FALSE(live(second));
+  EXPECT_EQ(targets_in(db), Handles{});
+}
+
+TEST_F(TargetTreeEnd, IsASuccessThoughATargetCannotBeDeleted) {
+  zar_target unknown = numbered(0xfffffff0);
+  ASSERT_EQ(zar_avl_insert_target_client_db(db, &unknown), 1U);
+  EXPECT_EQ(zar_avl_remove_target(db), 1U);
+  EXPECT_ERRORS(error("(ERR): Target avl: delete target:0x%p failed", &unknown));
   EXPECT_EQ(targets_in(db), Handles{});
 }
 

@@ -406,6 +406,13 @@ TEST_F(DeactivatingAny, SucceedsWhereNothingIsActive) {
   EXPECT_CALLS();
 }
 
+TEST_F(DeactivatingAny, NeedsNoDatabase) {
+  zar_clients_info[0]->status = 0;
+  EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 0U);
+  EXPECT_EQ(take_trace(), lines(unlinked("silver"), deactivated()));
+  EXPECT_EQ(active_on(interface), Handles{});
+}
+
 TEST_F(DeactivatingAny, TakesAllOffWhicheverTheEngineFailsFor) {
   const std::pair<uint32_t, const char *> policies[] = {{silver, "silver"}, {gold, "gold"}, {bronze, "bronze"}};
   for (const auto &[failing, name] : policies) {
@@ -585,6 +592,15 @@ TEST_F(DeactivatingEverywhere, ByHandleChecksEverythingBeforeItRefuses) {
     }
   }
   EXPECT_CALLS();
+}
+
+TEST_F(DeactivatingEverywhere, ByHandleNeedsNoDatabaseAndNoStoredPolicy) {
+  const uint32_t tin = pmap("tin");
+  activate(tin, interface);
+  zar_clients_info[0]->status = 0;
+  EXPECT_EQ(zar_deactivate_policy_by_handle_from_all_targets(one, tin), 0U);
+  EXPECT_EQ(take_trace(), lines(unlinked("tin"), removed_by_handle(tin)));
+  EXPECT_EQ(active_on(interface), Handles{silver});
 }
 
 TEST_F(DeactivatingEverywhere, PassesByATargetThatHasLostItsInformation) {

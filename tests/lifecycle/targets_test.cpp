@@ -130,6 +130,21 @@ TEST_F(AddingTargets, TellsTheHandlersOfEveryEventInOrder) {
                "notify added deny [7 7 7]");
 }
 
+TEST_F(AddingTargets, TellsTheEngineAndTheHandlersBeforeTheCaller) {
+  const uint32_t gold = pmap("gold");
+  const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
+  int told = 0;
+  const auto nothing_yet = [&] {
+    ++told;
+    EXPECT_EQ(out, kUntouched);
+  };
+  engine().on_call = [&](const std::string &) { nothing_yet(); };
+  data_of_action(permit).on_call = nothing_yet;
+  EXPECT_EQ(zar_add_target(one, target_info(7), gold, &out), 0U);
+  EXPECT_EQ(told, 2);
+  EXPECT_NE(out, kUntouched);
+}
+
 TEST_F(AddingTargets, TakesRecordsFromThreePools) {
   NEEDS_FRESH_PROCESS();
   const uint32_t gold = pmap("gold");
@@ -283,6 +298,26 @@ TEST_F(AddingTargets, NeedsRoomInTheTree) {
     EXPECT_CALLS(instance_created(made, clid, kGold), "notify added permit [7]", instance_sought(made, kGold),
                  instance_deleted(made, kGold), "notify removed permit [7]");
   }
+}
+
+TEST_F(AddingTargets, TellsOfTheEndOfItsPolicyWhileItsHandleIsLive) {
+  const uint32_t gold = pmap("gold");
+  uint32_t target = 0;
+  std::vector<bool> was_live;
+  data_of_action(action_in(rule(event_in(gold, 1), cmap("voice")), "permit")).on_call = [&] {
+    if (target == 0) target = targets_of(gold).at(0);
+    was_live.push_back(live(target));
+  };
+  runtime::fail_request(runtime::Service::tree_insert, 1);
+  expect_undone(41, one, gold);
+  EXPECT_EQ(was_live, (std::vector<bool>{true, true})) << "when the tree has no room";
+
+  target = 0;
+  was_live.clear();
+  zar_clients_info[0]->database = nullptr;
+  expect_undone(37, two, gold);
+  EXPECT_EQ(was_live, (std::vector<bool>{true, true})) << "when there is no database";
+  zar_clients_info[0]->database = db;
 }
 
 TEST_F(AddingTargets, FailsWithoutATree) {

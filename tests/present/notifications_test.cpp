@@ -221,6 +221,14 @@ TEST_F(Activation, TellsTheHandlersInTheOrderOfTheRules) {
   EXPECT_TRACED();
 }
 
+TEST_F(Activation, TellsTheHandlerAtEachPlaceOfAnAction) {
+  const uint32_t log = action_in(voice, "log");
+  zar_increment_action(at<zar_action>(log));
+  add_action(rest, log);
+  invoke(gold, seven, 1);
+  EXPECT_CALLS("notify added log [7]", "notify added log [7 7]");
+}
+
 TEST_F(Activation, HandsOneListToAllHandlers) {
   const uint32_t a = noting_action_in(voice, "a", 1);
   noting_action_in(voice, "b", 2);

@@ -192,9 +192,9 @@ void *queue_dequeue(queue_head *queue) {
   return PASS_ON(queue_dequeue, queue);
 }
 
-uint32_t sdb_add_block(const char *added, uint32_t length, sdb_ref *out, uint32_t tag) {
-  note("text 0x%x \"%s\"", tag, added);
-  return PASS_ON(sdb_add_block, added, length, out, tag);
+uint32_t sdb_add_block(const char *text, uint32_t length, sdb_ref *out, uint32_t tag) {
+  note("text 0x%x \"%s\"", tag, text);
+  return PASS_ON(sdb_add_block, text, length, out, tag);
 }
 
 uint32_t sdb_remove_block(sdb_ref reference, uint32_t tag) {
@@ -207,9 +207,9 @@ void *bcalloc_named(size_t count, size_t size, uint32_t tag) {
   return remembered(PASS_ON(bcalloc_named, count, size, tag), tag);
 }
 
-char *bstrdup_named(const char *copied, uint32_t tag) {
-  note("duplicate 0x%x \"%s\"", tag, copied);
-  return remembered(PASS_ON(bstrdup_named, copied, tag), tag);
+char *bstrdup_named(const char *text, uint32_t tag) {
+  note("duplicate 0x%x \"%s\"", tag, text);
+  return remembered(PASS_ON(bstrdup_named, text, tag), tag);
 }
 
 void bfree_named(void *memory) {
