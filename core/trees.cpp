@@ -212,7 +212,7 @@ uint32_t insert(zar_db *database, Record *record) {
     return kNo;
   }
   // A record that is about to go must not be found again.
-  const bool stays = kinds::of(record->handle) != Kind::ending;
+  const bool stays = kinds::of(record->handle) != Kind::ending && !is_ending(record);
   if (stays && tree::insert(*tree, record)) return kYes;
   TRACE_ERROR(Tree::kInsertFailed, Tree::key(*record));
   return kNo;

@@ -1,6 +1,8 @@
 #include "fuzz/session.h"
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 #include "fuzz/partial.h"
 #include "platform/runtime.h"
@@ -31,7 +33,7 @@ model::Kind kind_of(calls::Param kind) {
 }
 
 void *record_of(const void *model, calls::Param kind, uint32_t handle) {
-  const model::Object *object = static_cast<const model::Model *>(model)->resolve_any(handle);
+  const model::Object *object = static_cast<const model::Model *>(model)->any_behind(handle);
   return object != nullptr && object->kind == kind_of(kind) ? object->record : nullptr;
 }
 
@@ -67,6 +69,12 @@ Session::Session(const Options &options) : options_(options), scene_(*options.al
   runtime::trace_to([this](const runtime::TraceLine &line) {
     if (options_.transcript != nullptr) trace_ += text("%u ", line.level) + line.text + '\n';
   });
+  calls::when_called() = [this] { called(); };
+  model_.when_called = [this] {
+    if (under_way_.empty()) return;
+    Progress &progress = *under_way_.back();
+    if (progress.following && model_.log.size() == progress.lines_to_follow) progress.following->wait();
+  };
   before_ = runtime::inventory();
   calls::engine() = {};
   calls::log().clear();
@@ -76,6 +84,7 @@ Session::Session(const Options &options) : options_(options), scene_(*options.al
 }
 
 Session::~Session() {
+  calls::when_called() = nullptr;
   runtime::clear_faults();
   runtime::want_trace_levels(0);
   runtime::trace_to(nullptr);
@@ -108,57 +117,132 @@ bool Session::fail(const std::string &what) {
   return false;
 }
 
-void Session::tell(const calls::Arguments &arguments) const {
-  if (options_.told != nullptr) options_.told->push_back(arguments.rendered);
-  if (options_.tell_first) std::fprintf(stderr, "%s\n", arguments.rendered.c_str());
+void Session::tell(Progress &progress) {
+  std::string line = progress.arguments.rendered;
+  if (!under_way_.empty())
+    line = std::string(4 * under_way_.size(), ' ') + "in \"" + calls::log().back() + "\": " + line;
+  if (options_.tell_first) std::fprintf(stderr, "%s\n", line.c_str());
+  if (options_.told == nullptr) return;
+  progress.told_at = options_.told->size();
+  options_.told->push_back(line);
 }
 
-void Session::resolve(const calls::Call &call, calls::Arguments &arguments) {
+void Session::resolve(Progress &progress) {
   scene_.clients = static_cast<uint32_t>(model_.clients.size());
   scene_.rendering = options_.told != nullptr || options_.tell_first || options_.transcript != nullptr;
-  scene_.resolve(call, arguments, &model_, record_of);
-  model_.foresee(call, arguments);
+  scene_.resolve(progress.call, progress.arguments, &model_, record_of);
 }
 
 bool Session::step(const calls::Call &call) {
   const rig::LosesOnPurpose what_lives_as_long_as_the_process;
-  calls::Arguments arguments;
-  resolve(call, arguments);
-  if (!model_.fair(call, arguments)) return true;
-  tell(arguments);
-  calls::log().clear();
-  trace_.clear();
-  const calls::Answer answer = calls::operation(call.op).call(arguments);
-  calls::end_target_lists();
-  return follow(call, arguments, answer);
+  Progress progress(call);
+  resolve(progress);
+  // The call that is under way goes on with what it has asked the trees for.
+  auto asked = std::exchange(model_.asked, {});
+  model_.foresee(call, progress.arguments);
+  bool good = true;
+  if (model_.fair(call, progress.arguments)) {
+    tell(progress);
+    auto log = std::exchange(calls::log(), {});
+    auto expected_log = std::exchange(model_.log, {});
+    auto trace = std::exchange(trace_, {});
+    good = follow(progress, make(progress));
+    calls::log() = std::move(log);
+    model_.log = std::move(expected_log);
+    trace_ = std::move(trace);
+  }
+  model_.asked = std::move(asked);
+  return good;
 }
 
-bool Session::follow(const calls::Call &call, const calls::Arguments &arguments, const calls::Answer &answer) {
+calls::Answer Session::make(Progress &progress) {
+  under_way_.push_back(&progress);
+  return calls::operation(progress.call.op).call(progress.arguments);
+}
+
+// What the call has done is compared when it has come to its end; the repository, when all calls have.
+bool Session::follow(Progress &progress, const calls::Answer &answer) {
   ++steps_;
+  if (under_way_.size() > 1) ++steps_within_[under_way_.size() - 2];
   const size_t databases = model_.databases.size();
-  model::Seen seen(arguments, answer);
-  model_.follow(call, arguments, seen);
+  progress.seen.ends(answer);
+  if (!progress.following) {
+    model_.follow(progress.call, progress.arguments, progress.seen);
+  } else if (failure_.empty()) {
+    progress.lines_to_follow = std::numeric_limits<size_t>::max();
+    if (!progress.following->ended()) progress.following->resume();
+  }
+  progress.following.reset();
+  under_way_.pop_back();
+  if (under_way_.empty()) calls::end_target_lists();
+  if (!failure_.empty()) return false;
+
+  progress.seen.judge();
   if (model_.databases.size() > databases) scene_.know(model_.databases.back()->record);
-  write_transcript(arguments, answer);
-  if (options_.told != nullptr) options_.told->back() += text(" -> %lu", static_cast<unsigned long>(answer.value));
-  if (!seen.failure().empty()) return fail(seen.failure());
+  write_transcript(progress.arguments, answer);
+  if (options_.told != nullptr)
+    (*options_.told)[progress.told_at] += text(" -> %lu", static_cast<unsigned long>(answer.value));
+  if (!progress.seen.failure().empty()) return fail(progress.seen.failure());
   if (!compare()) return false;
-  scene_.keep_results(call, arguments);
+  scene_.keep_results(progress.call, progress.arguments);
   return true;
 }
 
-bool Session::compare() {
+bool Session::compare_lines(size_t count) {
   const auto &made = calls::log();
-  for (size_t i = 0; i < std::max(made.size(), model_.log.size()); ++i) {
+  for (size_t i = 0; i < count; ++i) {
     const std::string was = i < made.size() ? made[i] : "nothing";
     const std::string expected = i < model_.log.size() ? model_.log[i] : "nothing";
     if (was != expected)
       return fail(
           std::string("call of the client or the engine: \"").append(was).append("\", not \"").append(expected) + "\"");
   }
-  if (!runtime::complaints().empty()) return fail("misuse of the runtime: " + runtime::complaints().front());
-  return steps_ % options_.look_every != 0 || look();
+  return true;
 }
+
+bool Session::compare() {
+  if (!compare_lines(std::max(calls::log().size(), model_.log.size()))) return false;
+  if (!runtime::complaints().empty()) return fail("misuse of the runtime: " + runtime::complaints().front());
+  return !under_way_.empty() || steps_ % options_.look_every != 0 || look();
+}
+
+// ---- Calls within functions that the library calls
+
+bool Session::steps(std::span<const calls::Call> calls) {
+  to_make_ = calls;
+  while (!to_make_.empty()) {
+    const calls::Call &call = to_make_.front();
+    take_call();
+    if (call.within == 0 && !step(call)) return false;
+  }
+  return true;
+}
+
+void Session::take_call() {
+  to_make_ = to_make_.subspan(1);
+  functions_until_next_ = to_make_.empty() ? 0 : to_make_.front().within;
+}
+
+// The library is calling a function of a client.
+void Session::called() {
+  if (!failure_.empty() || under_way_.empty() || under_way_.size() > kDepth) return;
+  while (functions_until_next_ > 0 && --functions_until_next_ == 0) {
+    const calls::Call &call = to_make_.front();
+    take_call();
+    if (!catch_up(*under_way_.back()) || !step(call)) return;
+  }
+}
+
+// Lets the model come to where the library is.
+bool Session::catch_up(Progress &progress) {
+  progress.lines_to_follow = calls::log().size();
+  if (!progress.following)
+    progress.following.emplace([&](Fiber &) { model_.follow(progress.call, progress.arguments, progress.seen); });
+  if (!progress.following->ended() && model_.log.size() < progress.lines_to_follow) progress.following->resume();
+  return compare_lines(progress.lines_to_follow);
+}
+
+// ---- The whole repository
 
 bool Session::look() {
   const std::string difference = model_.difference();
@@ -193,10 +277,13 @@ bool Session::step_with_fault(const calls::Call &call, const FaultPlan &plan) {
 }
 
 Session::Outcome Session::attempt(const calls::Call &call, uint64_t nth, runtime::Fault mode) {
-  calls::Arguments arguments;
-  resolve(call, arguments);
-  if (!model_.fair(call, arguments)) return Outcome::done;
-  tell(arguments);
+  Progress progress(call);
+  resolve(progress);
+  model_.log.clear();
+  model_.asked.clear();
+  model_.foresee(call, progress.arguments);
+  if (!model_.fair(call, progress.arguments)) return Outcome::done;
+  tell(progress);
   if (options_.told != nullptr) options_.told->back() += text(", request %lu failing", static_cast<unsigned long>(nth));
 
   const runtime::Inventory before = runtime::inventory();
@@ -205,13 +292,14 @@ Session::Outcome Session::attempt(const calls::Call &call, uint64_t nth, runtime
   calls::log().clear();
   runtime::record_requests(true);
   runtime::fail_request(nth, mode);
-  const calls::Answer answer = calls::operation(call.op).call(arguments);
+  const calls::Answer answer = make(progress);
   runtime::clear_faults();
   runtime::record_requests(false);
-  calls::end_target_lists();
 
   // None of its requests was the n-th: it went as ever.
-  if (runtime::injected_faults() == injected) return follow(call, arguments, answer) ? Outcome::done : Outcome::wrong;
+  if (runtime::injected_faults() == injected) return follow(progress, answer) ? Outcome::done : Outcome::wrong;
+  under_way_.pop_back();
+  calls::end_target_lists();
   ++faults_;
   for (const runtime::Request &request : runtime::recorded_requests())
     if (request.failed) ++faults_by_service_[request.service];

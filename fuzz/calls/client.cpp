@@ -34,12 +34,18 @@ std::string target_ids(const queue_head *target_infos) {
   return ids;
 }
 
-void log_free(const char *function, const void *data, void *const *context) {
+// Each function of a client begins with this.
+void called(std::string line) {
+  log().push_back(std::move(line));
+  if (when_called()) when_called()();
+}
+
+void called_to_free(const char *function, const void *data, void *const *context) {
   if (context == nullptr) {
-    log().push_back(text("%s %u", function, id_of(data)));
+    called(text("%s %u", function, id_of(data)));
   } else {
     // Both kinds of context begin with the data.
-    log().push_back(text("%s context %u, data %u", function, id_of(*context), id_of(data)));
+    called(text("%s context %u, data %u", function, id_of(*context), id_of(data)));
   }
 }
 
@@ -58,6 +64,11 @@ std::vector<std::string> &log() {
   return lines;
 }
 
+std::function<void()> &when_called() {
+  static std::function<void()> does;
+  return does;
+}
+
 uint32_t id_of(const void *data) {
   return data == nullptr ? 0 : static_cast<const Data *>(data)->id;
 }
@@ -72,10 +83,10 @@ std::string filter_text_of(const Data &data) {
 }
 
 void free_data(void *data, void *context) {
-  log_free("free", data, static_cast<void **>(context));
+  called_to_free("free", data, static_cast<void **>(context));
 }
 void free_data_too(void *data, void *context) {
-  log_free("free too", data, static_cast<void **>(context));
+  called_to_free("free too", data, static_cast<void **>(context));
 }
 
 uint32_t run_action(void *, void *) {
@@ -86,19 +97,19 @@ uint32_t run_action_too(void *, void *) {
 }
 
 char *action_text(void *data, uint32_t argument) {
-  log().push_back(text("text of %u with %u", id_of(data), argument));
+  called(text("text of %u with %u", id_of(data), argument));
   if (data == nullptr || static_cast<Data *>(data)->mute) return nullptr;
   return given_away(action_text_of(*static_cast<Data *>(data), argument));
 }
 
 char *filter_text(void *data) {
-  log().push_back(text("text of %u", id_of(data)));
+  called(text("text of %u", id_of(data)));
   if (data == nullptr || static_cast<Data *>(data)->mute) return nullptr;
   return given_away(filter_text_of(*static_cast<Data *>(data)));
 }
 
 uint32_t compare_data(void *stored, void *offered) {
-  log().push_back(text("compare %u %u", id_of(stored), id_of(offered)));
+  called(text("compare %u %u", id_of(stored), id_of(offered)));
   if (stored == nullptr || offered == nullptr) return stored == offered ? 1 : 0;
   return static_cast<Data *>(stored)->value == static_cast<Data *>(offered)->value ? 1 : 0;
 }
@@ -106,16 +117,16 @@ uint32_t compare_data(void *stored, void *offered) {
 void notify(uint32_t removed, void *data, queue_head *target_infos) {
   if (std::find(target_lists.begin(), target_lists.end(), target_infos) == target_lists.end())
     target_lists.push_back(target_infos);
-  log().push_back(text("notify %u of %u:", removed, id_of(data)) + target_ids(target_infos));
+  called(text("notify %u of %u:", removed, id_of(data)) + target_ids(target_infos));
 }
 
 uint32_t check_param_map(void *data, const void *param_map) {
-  log().push_back(text("uses %u", id_of(data)));
+  called(text("uses %u", id_of(data)));
   return data != nullptr && param_map_of(static_cast<Data *>(data)->value) == param_map ? 1 : 0;
 }
 
 void policy_removed(uint32_t target, uint32_t pmap) {
-  log().push_back(text("removed target:0x%x pmap:0x%x", target, pmap));
+  called(text("removed target:0x%x pmap:0x%x", target, pmap));
 }
 
 #if defined(__clang__)
@@ -125,7 +136,7 @@ void policy_removed(uint32_t target, uint32_t pmap) {
 void print(const char *format, ...) {
   va_list values;
   va_start(values, format);
-  log().push_back("print " + formatted(format, values));
+  called("print " + formatted(format, values));
   va_end(values);
 }
 #if defined(__clang__)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -32,6 +33,10 @@ uint32_t id_of(const void *data);
 // What the string functions make of it.
 std::string action_text_of(const Data &data, uint32_t argument);
 std::string filter_text_of(const Data &data);
+
+// What a function of a client does besides its own work, once its line is in the log: nothing, unless it is to call the
+// library back.
+std::function<void()> &when_called();
 
 // The functions of contexts; of two there are twins, since content is the same only when the functions are.
 void free_data(void *data, void *context);

@@ -144,7 +144,6 @@ const Alphabet &small_alphabet() {
 void Scene::resolve(const Call &call, Arguments &arguments, const void *repository, RecordOf record_of) {
   repository_ = repository;
   record_of_ = record_of;
-  infos_used_ = 0;
   const Operation &what = operation(call.op);
   arguments.rendered = what.name;
   arguments.rendered += '(';
@@ -253,8 +252,9 @@ void Scene::resolve_one(Arguments &arguments, size_t i, Param param, uint8_t byt
     case info:
       return info_argument(arguments, i, byte, more);
     case event_context:
-      event_context_ = {byte < 128 ? 0 : byte % 4U, nullptr};
-      return pointer_argument(byte < 240 ? &event_context_ : nullptr, text("event %u", event_context_.event_id));
+      arguments.event_context = {byte < 128 ? 0 : byte % 4U, nullptr};
+      return pointer_argument(byte < 240 ? &arguments.event_context : nullptr,
+                              text("event %u", arguments.event_context.event_id));
     case action_context:
       return action_argument(arguments, i, byte);
     case filter_context:
@@ -272,8 +272,7 @@ void Scene::resolve_one(Arguments &arguments, size_t i, Param param, uint8_t byt
     case param_map:
       return pointer_argument(param_map_of(byte % 4), text("parameter-map %u", byte % 4U));
     case buffer:
-      buffer_ = {};
-      return pointer_argument(byte < 248 ? buffer_.data() : nullptr, "buffer");
+      return pointer_argument(byte < 248 ? arguments.buffer.data() : nullptr, "buffer");
     case nothing:
       return pointer_argument(static_cast<void *>(nullptr), "");
     default:
@@ -314,7 +313,7 @@ void Scene::record(Arguments &arguments, size_t i, Param param, uint8_t byte) {
 
 void Scene::out(Arguments &arguments, size_t i, Param param, uint8_t byte) {
   arguments.numbers_out[i] = kUntouched;
-  arguments.pointers_out[i] = &buffer_;  // a pointer that no operation puts out
+  arguments.pointers_out[i] = &arguments.buffer;  // a pointer that no operation puts out
   arguments.slots[i] = slot_of(byte);
   if (byte >= 248) {
     arguments.rendered += "NULL";
@@ -375,7 +374,7 @@ void Scene::text_argument(Arguments &arguments, size_t i, Param param, uint8_t b
 }
 
 void Scene::info_argument(Arguments &arguments, size_t i, uint8_t byte, uint8_t more) {
-  zar_map_info &made = infos_[infos_used_++];
+  zar_map_info &made = arguments.infos[arguments.infos_used++];
   made = {domain(more), more / 8 % 8 < 7 ? 1U : 2U, name(byte), 0};
   const bool given = more / 16 != 15 || byte % 6 != 0;
   if (more / 16 == 14) made.hidden = 1 + byte % 2U;
@@ -401,7 +400,7 @@ Data *Scene::data(uint8_t byte) {
 }
 
 void Scene::action_argument(Arguments &arguments, size_t i, uint8_t byte) {
-  zar_action_context &made = action_context_;
+  zar_action_context &made = arguments.action_context;
   made = {data(byte), free_data, run_action, action_text, compare_data, notify, check_param_map};
   std::string shown = text("action %u of value %u", id_of(made.action_data), byte % 4U);
   const auto lacking = [&](const char *what, auto &member) {
@@ -456,7 +455,7 @@ void Scene::action_argument(Arguments &arguments, size_t i, uint8_t byte) {
 }
 
 void Scene::filter_argument(Arguments &arguments, size_t i, uint8_t byte) {
-  zar_filter_context &made = filter_context_;
+  zar_filter_context &made = arguments.filter_context;
   made = {data(byte), free_data, run_action, filter_text, compare_data};
   std::string shown = text("filter %u of value %u", id_of(made.filter_data), byte % 4U);
   const auto lacking = [&](const char *what, auto &member) {

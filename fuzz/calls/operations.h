@@ -93,6 +93,9 @@ inline constexpr uint32_t kUntouched = 0xabad1dea;
 struct Call {
   Op op{};
   std::array<uint8_t, kMostBytes> bytes{};
+  // 0: it is made when the call before it has come to its end. Otherwise, in which of the clients' functions that the
+  // library calls from here on it is made (1: the one that is running, or else the next); never, when there are fewer.
+  uint8_t within = 0;
 };
 
 // Reads calls off bytes.
@@ -123,7 +126,7 @@ struct Answer {
   std::optional<std::string> text;
 };
 
-// The arguments of one call, ready to be passed. Result places are inside, so it stays where it is.
+// The arguments of one call, ready to be passed. Result places and caller's records are inside, so it stays where it is.
 struct Arguments {
   Arguments() = default;
   Arguments(const Arguments &) = delete;
@@ -135,7 +138,14 @@ struct Arguments {
   std::array<uint32_t, kMostArguments> numbers_out{};
   std::array<void *, kMostArguments> pointers_out{};
   std::array<uint8_t, kMostArguments> slots{};  // where a handle in a result place goes
-  std::string rendered;                         // "operation(arguments)"
+  // The caller's records.
+  std::array<zar_map_info, 2> infos{};
+  size_t infos_used = 0;
+  zar_event_context event_context{};
+  zar_action_context action_context{};
+  zar_filter_context filter_context{};
+  std::array<char, 1024> buffer{};
+  std::string rendered;  // "operation(arguments)"
 
   uint32_t number(size_t i) const { return static_cast<uint32_t>(words[i]); }
   uint32_t handle(size_t i) const { return handles[i]; }
@@ -201,13 +211,6 @@ class Scene {
   std::vector<zar_db *> databases_;
   std::deque<Data> data_;
   std::deque<zar_target_info> target_infos_;
-  // Caller's records live until the next call is resolved.
-  std::array<zar_map_info, 2> infos_{};
-  size_t infos_used_ = 0;
-  zar_event_context event_context_{};
-  zar_action_context action_context_{};
-  zar_filter_context filter_context_{};
-  std::array<char, 1024> buffer_{};
   const void *repository_ = nullptr;
   RecordOf record_of_ = nullptr;
 };

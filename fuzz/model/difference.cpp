@@ -41,7 +41,7 @@ class Comparison {
   }
   // A queue of the very records of the objects.
   template <typename Record, typename Type>
-  void same_members(const char *field, const queue_head &queue, const std::vector<Type *> &list) {
+  void same_members(const char *field, const queue_head &queue, const List<Type *> &list) {
     same_list<Record>(
         field, queue, list, [](const Record &record) { return record.handle; },
         [](const Type *object) { return object->handle; });
@@ -178,17 +178,17 @@ void compare(Comparison &c, const PmtrMap &map) {
   c.same("hash_str", record.hash_str, map.key);
   c.same_list<zar_pmtr_map_stmt>(
       "indexes of stmt_queue", record.stmt_queue, map.statements,
-      [](const auto &statement) { return statement.map_index; },
-      [](const Statement &statement) { return statement.index; });
+      [](const auto &record_of) { return record_of.map_index; },
+      [](const auto &statement) { return statement->index; });
   c.same_list<zar_pmtr_map_stmt>(
       "class-maps of stmt_queue", record.stmt_queue, map.statements,
-      [](const auto &statement) { return statement.internal_cmap; },
-      [](const Statement &statement) { return statement.cmap; });
+      [](const auto &record_of) { return record_of.internal_cmap; },
+      [](const auto &statement) { return statement->cmap; });
   if (!c.result().empty()) return;
   const std::vector<void *> statements = runtime::elements(&record.stmt_queue);
   for (size_t i = 0; i < statements.size(); ++i)
     c.same_members<zar_action>("action_queue", static_cast<const zar_pmtr_map_stmt *>(statements[i])->action_queue,
-                               map.statements[i].actions);
+                               map.statements[i]->actions);
 }
 
 template <typename Type>

@@ -37,43 +37,31 @@ void Seen::fail(const std::string &what) {
   if (failure_.empty()) failure_ = what;
 }
 
-void Seen::answers(uint64_t value) {
-  if (answer_.value != value) fail("answered " + hex(answer_.value) + ", not " + hex(value));
-}
-
-void Seen::answers_text(const std::optional<std::string> &text) {
-  if (answer_.text == text) return;
-  fail("answered " + answer_.text.value_or("no text") + ", not " + text.value_or("no text"));
-}
-
-void Seen::answers_something(bool something) {
-  if ((answer_.value != 0) != something) fail(something ? "answered nothing" : "answered something");
-}
-
-void Seen::puts(size_t i, uint32_t value) {
-  put_[i] = true;
-  if (arguments_.numbers_out[i] != value)
-    fail(calls::text("argument %zu came out as ", i + 1) + hex(arguments_.numbers_out[i]) + ", not " + hex(value));
-}
-
-void Seen::puts_pointer(size_t i, const void *pointer) {
-  put_[i] = true;
-  if (arguments_.pointers_out[i] != pointer)
-    fail(calls::text("argument %zu came out as %p, not %p", i + 1, arguments_.pointers_out[i], pointer));
-}
-
 uint32_t Seen::fresh(size_t i) {
-  put_[i] = true;
   const uint32_t handle = arguments_.numbers_out[i];
   if (handle == 0 || handle == calls::kUntouched) fail(calls::text("argument %zu is no new handle", i + 1));
+  puts_[i] = handle;
   return handle;
 }
 
-void Seen::end() {
-  for (size_t i = 0; i < put_.size(); ++i) {
-    if (put_[i] || !arguments_.given(i)) continue;
-    if (arguments_.numbers_out[i] != 0 && arguments_.numbers_out[i] != calls::kUntouched)
-      fail(calls::text("argument %zu was written: ", i + 1) + hex(arguments_.numbers_out[i]));
+void Seen::judge() {
+  if (answers_ && answer_->value != *answers_) fail("answered " + hex(answer_->value) + ", not " + hex(*answers_));
+  if (answers_text_ && answer_->text != *answers_text_)
+    fail("answered " + answer_->text.value_or("no text") + ", not " + answers_text_->value_or("no text"));
+  judge_places();
+}
+
+void Seen::judge_places() {
+  for (size_t i = 0; i < puts_.size(); ++i) {
+    const uint32_t number = arguments_.numbers_out[i];
+    const void *pointer = arguments_.pointers_out[i];
+    if (puts_[i] && number != *puts_[i])
+      fail(calls::text("argument %zu came out as ", i + 1) + hex(number) + ", not " + hex(*puts_[i]));
+    if (pointers_[i] && pointer != *pointers_[i])
+      fail(calls::text("argument %zu came out as %p, not %p", i + 1, pointer, *pointers_[i]));
+    const bool expected = puts_[i] || pointers_[i] || !arguments_.given(i);
+    if (!expected && number != 0 && number != calls::kUntouched)
+      fail(calls::text("argument %zu was written: ", i + 1) + hex(number));
   }
 }
 
@@ -81,16 +69,21 @@ void Seen::end() {
 
 Model::Model() = default;
 
-Map *Model::resolve_map(uint32_t handle) const {
-  Object *object = resolve_any(handle);
+Object *Model::any_behind(uint32_t handle) const {
+  const auto found = objects_.find(handle);
+  return found == objects_.end() || found->second->life == Life::nameless ? nullptr : found->second.get();
+}
+
+Map *Model::map_behind(uint32_t handle) const {
+  Object *object = any_behind(handle);
   if (object == nullptr) return nullptr;
   const bool map = object->kind == Kind::pmap || object->kind == Kind::cmap || object->kind == Kind::pmtr_map;
   return map ? static_cast<Map *>(object) : nullptr;
 }
 
-Object *Model::resolve_any(uint32_t handle) const {
-  const auto found = objects_.find(handle);
-  return found == objects_.end() ? nullptr : found->second.get();
+Map *Model::resolve_map(uint32_t handle) const {
+  Map *map = map_behind(handle);
+  return map == nullptr || map->life != Life::live ? nullptr : map;
 }
 
 void Model::forget(const Object &object) {
@@ -173,8 +166,8 @@ Map *Model::search(Tree &tree, const std::string &key) {
   const std::vector<Map *> found = equals(tree, key);
   if (found.empty()) return nullptr;
   if (!open_to_the_tree(tree, key)) return found.front();
-  const auto answer = asked_.find({&tree, key});
-  return answer == asked_.end() ? found.front() : answer->second;
+  const auto answer = asked.find({&tree, key});
+  return answer == asked.end() ? found.front() : answer->second;
 }
 
 void Model::ask(Tree &tree, const avl_tree *library_tree, const std::string &key) {
@@ -187,7 +180,7 @@ void Model::ask(Tree &tree, const avl_tree *library_tree, const std::string &key
   Map *answer = nullptr;
   for (Map *node : found)
     if (node->record == record) answer = node;
-  asked_[{&tree, key}] = answer;
+  asked[{&tree, key}] = answer;
 }
 
 void Model::ask(const std::string &key) {
@@ -199,7 +192,7 @@ void Model::ask(const std::string &key) {
 }
 
 bool Model::insert(Tree &tree, Map &map) {
-  if (map.tree != nullptr || search(tree, map.key) != nullptr) return false;
+  if (map.life != Life::live || map.tree != nullptr || search(tree, map.key) != nullptr) return false;
   enter(tree, map);
   return true;
 }
@@ -211,8 +204,34 @@ void Model::enter(Tree &tree, Map &map) {
 
 void Model::take_out(Map &map) {
   if (map.tree == nullptr) return;
-  remove_first(map.tree->nodes, &map);
-  map.tree = nullptr;
+  Tree &tree = *std::exchange(map.tree, nullptr);
+  remove_first(tree.nodes, &map);
+  for (TreeWalk *walk : tree.walks)
+    walk->taken_out(map);
+}
+
+void Model::empty(Tree &tree) {
+  for (TreeWalk *walk : tree.walks)
+    walk->emptied();
+  for (Map *map : std::exchange(tree.nodes, {}))
+    map->tree = nullptr;
+}
+
+Map *TreeWalk::next() {
+  if (!std::exchange(begun_, true)) return at_ = Model::first(tree_);
+  if (!std::exchange(moved_, false) && at_ != nullptr) at_ = Model::next(tree_, *at_);
+  return at_;
+}
+
+void TreeWalk::taken_out(const Map &map) {
+  if (at_ != &map) return;
+  at_ = Model::next(tree_, map);
+  moved_ = true;
+}
+
+void TreeWalk::emptied() {
+  at_ = nullptr;
+  begun_ = true;
 }
 
 Map *Model::next(const Tree &tree, const Map &map) {
@@ -236,12 +255,11 @@ Found Model::retrieve(uint32_t clid, const zar_map_info *info, Kind kind) {
 // ---- Around a call
 
 void Model::foresee(const calls::Call &call, const Arguments &arguments) {
-  asked_.clear();
   const calls::Operation &what = calls::operation(call.op);
   for (size_t i = 0; i < what.count; ++i) {
     const calls::Param param = what.params[i];
     if (param == calls::Param::info && valid(arguments.info(i))) ask(key_of(*arguments.info(i)));
-    const Map *map = arguments.handle(i) == 0 ? nullptr : resolve_map(arguments.handle(i));
+    const Map *map = arguments.handle(i) == 0 ? nullptr : map_behind(arguments.handle(i));
     if (map != nullptr) ask(map->key);
     if (param == calls::Param::name && arguments.given(i))
       for (uint32_t type : {1U, 2U}) {
@@ -266,9 +284,7 @@ void Model::follow(const calls::Call &call, const Arguments &arguments, Seen &se
 #include "fuzz/calls/operations.inc"
 #undef OPERATION
   };
-  log.clear();
   kPredictions[static_cast<size_t>(call.op)](*this, arguments, seen);
-  seen.end();
 }
 
 // ---- What operations are made of
@@ -353,52 +369,78 @@ uint32_t Model::new_filter(const Cmap &cmap, Seen &seen) const {
   return newcomer(static_cast<const zar_cmap *>(cmap.record)->filters, offsetof(zar_filter, handle), seen);
 }
 
-void Model::drop_reference(Action &action) {
-  if (--action.refs > 0) return;
-  const zar_action_context &context = action.context;
-  context.action_free_fn == calls::free_data
-      ? log.push_back(calls::text("free %u", calls::id_of(context.action_data)))
-      : log.push_back(calls::text("free too %u", calls::id_of(context.action_data)));
-  forget(action);
-}
-
 namespace {
 
 std::string freed(const zar_filter_context &context) {
   return calls::text(context.filter_free_fn == calls::free_data ? "free %u" : "free too %u",
                      calls::id_of(context.filter_data));
 }
+std::string freed(const zar_action_context &context) {
+  return calls::text(context.action_free_fn == calls::free_data ? "free %u" : "free too %u",
+                     calls::id_of(context.action_data));
+}
 
 }  // namespace
 
+void Model::drop_reference(Action &action) {
+  if (--action.refs > 0) return;
+  const Busy busy(*this, {&action});
+  action.life = Life::ending;
+  called(freed(action.context));
+  forget(action);
+}
+
 void Model::free_filter(Filter &filter) {
-  log.push_back(freed(filter.context));
+  const Busy busy(*this, {&filter});
+  filter.life = Life::ending;
+  called(freed(filter.context));
   forget(filter);
 }
 
+void Model::replace_data(Action &action, const zar_action_context &context) {
+  const Busy busy(*this, {&action});
+  const std::string line = freed(action.context);
+  action.context.action_data = context.action_data;
+  called(line);
+}
+
+void Model::replace_data(Filter &filter, const zar_filter_context &context) {
+  const Busy busy(*this, {&filter});
+  const std::string line = freed(filter.context);
+  filter.context.filter_data = context.filter_data;
+  called(line);
+}
+
 void Model::free_rule(Rule &rule) {
+  const Busy busy(*this, {&rule});
+  rule.life = Life::ending;
   if (rule.event == nullptr || rule.event->pmap == nullptr) --rule.cmap->uncounted;
-  for (Action *action : rule.actions) {
-    --action->listed;
-    drop_reference(*action);
+  while (!rule.actions.empty()) {
+    Action &action = *rule.actions.take_first();
+    --action.listed;
+    drop_reference(action);
   }
   forget(rule);
 }
 
 void Model::delete_event(Event &event) {
-  if (event.pmap != nullptr) remove_first(event.pmap->events, &event);
-  for (Rule *rule : event.rules) {
-    if (event.pmap != nullptr) remove_references(*event.pmap, *rule->cmap);
-    free_rule(*rule);
+  const Busy busy(*this, {&event, event.pmap});
+  event.life = Life::ending;
+  if (event.pmap != nullptr) event.pmap->events.remove(&event);
+  while (!event.rules.empty()) {
+    Rule &rule = *event.rules.take_first();
+    if (event.pmap != nullptr) remove_references(*event.pmap, *rule.cmap);
+    free_rule(rule);
   }
   forget(event);
 }
 
 void Model::delete_rules_of(Pmap &pmap) {
-  while (!pmap.events.empty())
-    delete_event(*pmap.events.front());
-  for (Rule *rule : std::exchange(pmap.rules, {}))
-    free_rule(*rule);
+  const Busy busy(*this, {&pmap});
+  for (Walk events(pmap.events); Event *event = events.next();)
+    delete_event(*event);
+  while (!pmap.rules.empty())
+    free_rule(*pmap.rules.take_first());
 }
 
 void Model::delete_autoconf_policy() {
@@ -408,31 +450,39 @@ void Model::delete_autoconf_policy() {
 }
 
 void Model::delete_policy(Pmap &pmap) {
+  const Busy busy(*this, {&pmap});
   if (pmap.name == kAutoconf) {
     delete_autoconf_policy();
     delete_rules_of(pmap);
     return;
   }
+  pmap.life = Life::ending;
   delete_rules_of(pmap);
-  while (!pmap.targets.empty())
-    disassociate(pmap, *pmap.targets.front());
+  for (Walk targets(pmap.targets); Target *target = targets.next();)
+    disassociate(pmap, *target);
   forget(pmap);
 }
 
-void Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
+// The client that hears of removals may store the policy-map again, or delete it.
+uint32_t Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
+  const uint32_t handle = pmap.handle;
   take_out(pmap);
-  while (!pmap.targets.empty()) {
-    Target &target = *pmap.targets.front();
-    disassociate(pmap, target);
-    if (clients[clid - 1].hears_removals)
-      log.push_back(calls::text("removed target:0x%x pmap:0x%x", target.handle, pmap.handle));
+  for (Walk targets(pmap.targets); Target *target = targets.next();) {
+    const uint32_t target_handle = target->handle;
+    disassociate(pmap, *target);
+    if (clients[clid - 1].hears_removals) called(calls::text("removed target:0x%x pmap:0x%x", target_handle, handle));
   }
+  if (resolve<Pmap>(handle) == nullptr) return kInvalid;
+  take_out(pmap);
   delete_policy(pmap);
+  return 0;
 }
 
 void Model::free_class(Cmap &cmap) {
-  for (Filter *filter : std::exchange(cmap.filters, {}))
-    free_filter(*filter);
+  const Busy busy(*this, {&cmap});
+  cmap.life = Life::ending;
+  while (!cmap.filters.empty())
+    free_filter(*cmap.filters.take_first());
   forget(cmap);
 }
 
@@ -465,10 +515,11 @@ std::string place_of(const Target &target, const Pmap &pmap) {
 }  // namespace
 
 uint32_t Model::associate(uint32_t clid, Target &target, Pmap &pmap) {
+  const Busy busy(*this, {&target, &pmap});
   target.active.push_back(&pmap);
   pmap.targets.push_back(&target);
   const std::string place = place_of(target, pmap);
-  log.push_back("create " + place + calls::text(" clid:%u", clid));
+  called("create " + place + calls::text(" clid:%u", clid));
   if (refuses(calls::Refusal::create)) {
     disassociate(pmap, target);
     return kFailed;
@@ -479,37 +530,45 @@ uint32_t Model::associate(uint32_t clid, Target &target, Pmap &pmap) {
 }
 
 bool Model::disassociate(Pmap &pmap, Target &target) {
-  remove_first(pmap.targets, &target);
-  remove_first(target.active, &pmap);
+  const Busy busy(*this, {&target, &pmap});
+  pmap.targets.remove(&target);
+  target.active.remove(&pmap);
   const std::string place = place_of(target, pmap);
-  log.push_back("find " + place);
+  called("find " + place);
   if (refuses(calls::Refusal::find) || !instances_.contains(place)) return false;
-  log.push_back("delete " + place);
+  called("delete " + place);
   if (refuses(calls::Refusal::remove)) return false;
   instances_.erase(place);
   tell_handlers(pmap, target, false);
   return true;
 }
 
-void Model::tell_handlers(const Pmap &pmap, const Target &target, bool added) {
+void Model::tell_handlers(Pmap &pmap, const Target &target, bool added) {
+  const auto id = static_cast<unsigned long>(target.info->target_id);
   std::string list;
-  for (const Event *event : pmap.events)
-    for (const Rule *rule : event->rules)
-      for (const Action *action : rule->actions) {
+  for (Walk events(pmap.events); Event *event = events.next();)
+    for (Walk rules(event->rules); Rule *rule = rules.next();)
+      for (Walk actions(rule->actions); const Action *action = actions.next();) {
         if (action->context.action_notify_fn == nullptr) continue;
-        list += calls::text(" %lu", static_cast<unsigned long>(target.info->target_id));
-        log.push_back(calls::text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action->context.action_data)) +
-                      list);
+        const Busy busy(*this, {action});
+        list += calls::text(" %lu", id);
+        called(calls::text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action->context.action_data)) + list);
       }
 }
 
+// A handler that hears of a deactivation may activate another policy-map on the target; once that has no handle any more,
+// nobody can.
 uint32_t Model::delete_target(Target &target) {
-  while (!target.active.empty())
-    disassociate(*target.active.front(), target);
+  const Busy busy(*this, {&target});
+  target.being_deleted = true;
+  for (Walk active(target.active); Pmap *pmap = active.next();)
+    disassociate(*pmap, target);
+  target.life = Life::nameless;
+  for (Walk active(target.active); Pmap *pmap = active.next();)
+    disassociate(*pmap, target);
   Context *context = target.context;
-  const bool stays = context != nullptr && context->used && (log.emplace_back("free the context"), true) &&
+  const bool stays = context != nullptr && context->used && (called("free the context"), true) &&
                      refuses(calls::Refusal::free_context);
-  if (target.stored_in != nullptr) target.stored_in->targets.erase(target.handle);
   forget(target);
   if (stays) {
     lost_records += 2;
@@ -521,13 +580,15 @@ uint32_t Model::delete_target(Target &target) {
 }
 
 void Model::destroy(Database &database) {
-  for (Kind kind : {Kind::pmap, Kind::cmap, Kind::pmtr_map}) {
-    Tree &tree = database.tree(kind);
-    while (!tree.nodes.empty())
-      take_out(*tree.nodes.front());
+  empty(database.pmaps);
+  empty(database.cmaps);
+  while (!database.targets.empty()) {
+    Target &target = *database.targets.begin()->second;
+    database.targets.erase(target.handle);
+    target.stored_in = nullptr;
+    delete_target(target);
   }
-  while (!database.targets.empty())
-    delete_target(*database.targets.begin()->second);
+  empty(database.pmtr_maps);
 }
 
 // ---- Content
@@ -536,78 +597,86 @@ bool Model::same(const Filter &filter, const zar_filter_context &context) {
   if (filter.context.filter_free_fn != context.filter_free_fn ||
       filter.context.filter_eval_fn != context.filter_eval_fn)
     return false;
-  const auto *stored = static_cast<const calls::Data *>(filter.context.filter_data);
-  const auto *offered = static_cast<const calls::Data *>(context.filter_data);
-  log.push_back(calls::text("compare %u %u", calls::id_of(stored), calls::id_of(offered)));
-  if (stored == nullptr || offered == nullptr) return stored == offered;
-  return stored->value == offered->value;
+  return compare(filter, filter.context.filter_data, context.filter_data);
 }
 
 bool Model::same(const Action &action, const zar_action_context &context) {
   if (action.context.action_free_fn != context.action_free_fn ||
       action.context.action_entry_fn != context.action_entry_fn)
     return false;
-  const auto *stored = static_cast<const calls::Data *>(action.context.action_data);
-  const auto *offered = static_cast<const calls::Data *>(context.action_data);
-  log.push_back(calls::text("compare %u %u", calls::id_of(stored), calls::id_of(offered)));
-  if (stored == nullptr || offered == nullptr) return stored == offered;
-  return stored->value == offered->value;
+  return compare(action, action.context.action_data, context.action_data);
 }
 
-Filter *Model::filter_like(const Cmap &cmap, const zar_filter_context &context, uint32_t no_match) {
-  for (Filter *filter : cmap.filters)
-    if (same(*filter, context) && filter->no_match == static_cast<uint8_t>(no_match)) return filter;
+bool Model::compare(const Object &object, const void *stored, const void *offered) {
+  const Busy busy(*this, {&object});
+  called(calls::text("compare %u %u", calls::id_of(stored), calls::id_of(offered)));
+  if (stored == nullptr || offered == nullptr) return stored == offered;
+  return static_cast<const calls::Data *>(stored)->value == static_cast<const calls::Data *>(offered)->value;
+}
+
+Filter *Model::filter_like(Cmap &cmap, const zar_filter_context &context, uint32_t no_match) {
+  for (Walk filters(cmap.filters); Filter *filter = filters.next();)
+    if (same(*filter, context) && filters.stands() && filter->no_match == static_cast<uint8_t>(no_match)) return filter;
   return nullptr;
 }
 
 void Model::free_context(const zar_action_context &context) {
   if (context.action_free_fn == nullptr) return;
-  log.push_back(calls::text(
+  called(calls::text(
       context.action_free_fn == calls::free_data ? "free context %u, data 0" : "free too context %u, data 0",
       calls::id_of(context.action_data)));
 }
 
 std::optional<std::string> Model::text_of(const Action &action, uint32_t argument) {
+  const Busy busy(*this, {&action});
   const auto *data = static_cast<const calls::Data *>(action.context.action_data);
-  log.push_back(calls::text("text of %u with %u", calls::id_of(data), argument));
+  called(calls::text("text of %u with %u", calls::id_of(data), argument));
   if (data == nullptr || data->mute) return {};
   return calls::action_text_of(*data, argument);
 }
 
 std::optional<std::string> Model::text_of(const Filter &filter) {
+  const Busy busy(*this, {&filter});
   const auto *data = static_cast<const calls::Data *>(filter.context.filter_data);
-  log.push_back(calls::text("text of %u", calls::id_of(data)));
+  called(calls::text("text of %u", calls::id_of(data)));
   if (data == nullptr || data->mute) return {};
   return calls::filter_text_of(*data);
 }
 
 // ---- Parameter-maps
 
-Statement *Model::statement_of(PmtrMap &map, uint32_t index) {
-  for (Statement &statement : map.statements)
-    if (statement.index == index) return &statement;
+std::shared_ptr<Statement> Model::statement_of(const PmtrMap &map, uint32_t index) {
+  for (const auto &statement : map.statements)
+    if (statement->index == index && !statement->ending) return statement;
   return nullptr;
 }
 
-void Model::end_statement(const Statement &statement) {
-  for (Action *action : statement.actions) {
-    --action->listed;
-    drop_reference(*action);
+void Model::end_statement(Statement &statement, uint32_t owner) {
+  const Busy busy(*this, {&statement});
+  statement.ending = true;
+  while (!statement.actions.empty()) {
+    Action &action = *statement.actions.take_first();
+    --action.listed;
+    drop_reference(action);
   }
-  delete_stored_class(owner_of(kSubscriber), statement.cmap);
+  delete_stored_class(owner, statement.cmap);
 }
 
+// It stands in the list until its contents are freed.
 void Model::delete_statement(PmtrMap &map, uint32_t index) {
-  const auto found = std::find_if(map.statements.begin(), map.statements.end(),
-                                  [&](const Statement &statement) { return statement.index == index; });
-  const Statement statement = *found;
-  map.statements.erase(found);
-  end_statement(statement);
+  const Busy busy(*this, {&map});
+  const std::shared_ptr<Statement> statement = statement_of(map, index);
+  end_statement(*statement, owner_of(kSubscriber));
+  map.statements.remove(statement);
 }
 
 void Model::delete_pmtr_map(PmtrMap &map) {
-  for (const Statement &statement : std::exchange(map.statements, {}))
-    end_statement(statement);
+  const Busy busy(*this, {&map});
+  map.life = Life::ending;
+  while (!map.statements.empty()) {
+    const std::shared_ptr<Statement> statement = map.statements.take_first();
+    end_statement(*statement, owner_of(kSubscriber));
+  }
   ++lost_texts[map.domain];
   forget(map);
 }

@@ -3,8 +3,11 @@
 // which nobody can foresee, and which of several keys that count as equal a tree comes to first.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,6 +17,7 @@
 #include <vector>
 
 #include "fuzz/calls/operations.h"
+#include "fuzz/model/list.h"
 
 namespace model {
 
@@ -21,9 +25,13 @@ using calls::Arguments;
 
 enum class Kind { pmap, cmap, action, filter, event, rule, target, policy_context, pmtr_map };
 
+// An object that is being freed has a handle that no operation takes any more; then, for a while, a record without one.
+enum class Life { live, ending, nameless };
+
 struct Object {
   virtual ~Object() = default;
   Kind kind{};
+  Life life = Life::live;
   uint32_t handle = 0;
   void *record = nullptr;  // for comparisons alone
 };
@@ -47,9 +55,9 @@ struct Rule;
 struct Pmap : Map {
   static constexpr Kind kKind = Kind::pmap;
   std::vector<std::pair<Cmap *, uint32_t>> cmap_refs;
-  std::vector<Target *> targets;
-  std::vector<Event *> events;  // of a CONTROL policy-map
-  std::vector<Rule *> rules;    // of any other
+  List<Target *> targets;
+  List<Event *> events;  // of a CONTROL policy-map
+  List<Rule *> rules;    // of any other
   bool control() const { return type == 1; }
 };
 
@@ -60,7 +68,7 @@ struct Cmap : Map {
   uint32_t match_criteria = 0;
   uint32_t mask = 0;
   std::vector<Pmap *> pmap_refs;
-  std::vector<Filter *> filters;
+  List<Filter *> filters;
   int uncounted =
       0;  // rules that use it without a reference: those of free events and of policy-maps that are not CONTROL
 };
@@ -92,7 +100,7 @@ struct Event : Object {
   std::string name;
   uint32_t criteria = 1;
   Pmap *pmap = nullptr;
-  std::vector<Rule *> rules;
+  List<Rule *> rules;
 };
 
 struct Rule : Object {
@@ -101,7 +109,7 @@ struct Rule : Object {
   uint32_t exec_criteria = 0;
   Cmap *cmap = nullptr;
   Event *event = nullptr;  // none: of a policy-map that is not CONTROL
-  std::vector<Action *> actions;
+  List<Action *> actions;
 };
 
 struct Context : Object {
@@ -114,31 +122,55 @@ struct Database;
 struct Target : Object {
   static constexpr Kind kKind = Kind::target;
   zar_target_info *info = nullptr;
-  std::vector<Pmap *> active;
+  List<Pmap *> active;
   Context *context = nullptr;
   Database *stored_in = nullptr;
+  bool being_deleted = false;
 };
 
 struct Statement {
+  bool ending = false;
   uint32_t index = 0;
   uint32_t cmap = 0;  // a handle, since the class-map may go before it
-  std::vector<Action *> actions;
+  List<Action *> actions;
 };
 
 struct PmtrMap : Map {
   static constexpr Kind kKind = Kind::pmtr_map;
-  std::vector<Statement> statements;
+  List<std::shared_ptr<Statement>> statements;
 };
 
 // The maps of a tree in the order of their keys.
+class TreeWalk;
+
 struct Tree {
   bool symmetric = false;  // the comparison of policy-maps: whichever key is the shorter one, its length counts
   std::vector<Map *> nodes;
+  std::vector<TreeWalk *> walks;
+};
+
+// Meets the maps of a tree. When the one that it met last is taken out, it goes on with what then stands behind it.
+class TreeWalk {
+ public:
+  explicit TreeWalk(Tree &tree) : tree_(tree) { tree.walks.push_back(this); }
+  ~TreeWalk() { std::erase(tree_.walks, this); }
+  TreeWalk(const TreeWalk &) = delete;
+  TreeWalk &operator=(const TreeWalk &) = delete;
+
+  Map *next();
+  void taken_out(const Map &map);
+  void emptied();
+
+ private:
+  Tree &tree_;
+  Map *at_ = nullptr;
+  bool begun_ = false;
+  bool moved_ = false;  // 'at_' was not met yet
 };
 
 struct Database {
   zar_db *record = nullptr;
-  Tree pmaps{true, {}};
+  Tree pmaps{true, {}, {}};
   Tree cmaps;
   Tree pmtr_maps;
   std::map<uint32_t, Target *> targets;
@@ -152,29 +184,36 @@ struct Client {
   bool hears_removals = false;
 };
 
-// What a call was seen to do, to be compared with what it should have done.
+// What a call should answer and put out, to be compared with what it was seen to do. Most of it is said before the call
+// has come to its end.
 class Seen {
  public:
-  Seen(const Arguments &arguments, const calls::Answer &answer) : arguments_(arguments), answer_(answer) {}
+  explicit Seen(const Arguments &arguments) : arguments_(arguments) {}
 
-  void answers(uint64_t value);
-  void answers_text(const std::optional<std::string> &text);
-  void answers_something(bool something);
+  void answers(uint64_t value) { answers_ = value; }
+  void answers_text(std::optional<std::string> text) { answers_text_ = std::move(text); }
   // The number that comes into the result place 'i', which is given.
-  void puts(size_t i, uint32_t value);
-  void puts_pointer(size_t i, const void *pointer);
-  // The handle there, which was never seen before.
+  void puts(size_t i, uint32_t value) { puts_[i] = value; }
+  void puts_pointer(size_t i, const void *pointer) { pointers_[i] = pointer; }
+  // Once the call is over: the handle there, which was never seen before.
   uint32_t fresh(size_t i);
-  uint64_t answer() const { return answer_.value; }
+  // Once the call is over.
+  uint64_t answer() const { return answer_->value; }
+  void ends(const calls::Answer &answer) { answer_ = &answer; }
+  // Compares, and looks whether nothing else was put out.
+  void judge();
   void fail(const std::string &what);
   const std::string &failure() const { return failure_; }
-  // Nothing else was put out.
-  void end();
 
  private:
+  void judge_places();
+
   const Arguments &arguments_;
-  const calls::Answer &answer_;
-  std::array<bool, calls::kMostArguments> put_{};
+  const calls::Answer *answer_ = nullptr;
+  std::optional<uint64_t> answers_;
+  std::optional<std::optional<std::string>> answers_text_;
+  std::array<std::optional<uint32_t>, calls::kMostArguments> puts_;
+  std::array<std::optional<const void *>, calls::kMostArguments> pointers_;
   std::string failure_;
 };
 
@@ -192,6 +231,8 @@ class Model {
 
   // A call that the headers name as the caller's own fault, such as deleting what is still in a list, is not made.
   bool fair(const calls::Call &call, const Arguments &arguments);
+  // Whether the call leaves alone what is busy.
+  bool leaves_alone(const calls::Call &call, const Arguments &arguments);
   // Asks the trees what they come to first wherever the call may depend on it.
   void foresee(const calls::Call &call, const Arguments &arguments);
   // What the call does.
@@ -199,18 +240,57 @@ class Model {
   // What is different in the library; empty when nothing is.
   std::string difference() const;
 
-  std::vector<std::string> log;  // what the call should have logged
+  // ---- Calls of clients and of the engine
+
+  std::vector<std::string> log;       // what the call should have logged
+  std::function<void()> when_called;  // what happens while one of them is called, before it returns
+  void called(std::string line) {
+    log.push_back(std::move(line));
+    if (when_called) when_called();
+  }
+  // What a client is called for, or what an operation under way stands on while it calls one: the client may do anything
+  // but delete it, or what holds it.
+  class Busy {
+   public:
+    Busy(Model &model, std::initializer_list<const void *> things) : model_(model), count_(things.size()) {
+      model_.busy_.insert(model_.busy_.end(), things);
+    }
+    ~Busy() { model_.busy_.resize(model_.busy_.size() - count_); }
+    Busy(const Busy &) = delete;
+    Busy &operator=(const Busy &) = delete;
+
+   private:
+    Model &model_;
+    size_t count_;
+  };
+  bool is_busy(const void *thing) const {
+    return thing != nullptr && std::find(busy_.begin(), busy_.end(), thing) != busy_.end();
+  }
+
+  bool busy(const Rule &rule) const;
+  bool busy(const Event &event) const;
+  bool busy(const Pmap &pmap) const;
+  bool busy(const Cmap &cmap) const;
+  bool busy(const Statement &statement) const;
+  bool busy(const PmtrMap &map) const;
 
   // ---- Objects
 
+  // What an operation finds that is given the handle.
   template <typename Type>
   Type *resolve(uint32_t handle) const {
-    const auto found = objects_.find(handle);
-    if (found == objects_.end() || found->second->kind != Type::kKind) return nullptr;
-    return static_cast<Type *>(found->second.get());
+    Type *object = behind<Type>(handle);
+    return object == nullptr || object->life != Life::live ? nullptr : object;
   }
   Map *resolve_map(uint32_t handle) const;
-  Object *resolve_any(uint32_t handle) const;
+  // What an operation finds that is given the record.
+  template <typename Type>
+  Type *behind(uint32_t handle) const {
+    Object *object = any_behind(handle);
+    return object == nullptr || object->kind != Type::kKind ? nullptr : static_cast<Type *>(object);
+  }
+  Map *map_behind(uint32_t handle) const;
+  Object *any_behind(uint32_t handle) const;
   template <typename Type>
   Type &add(uint32_t handle) {
     auto made = std::make_unique<Type>();
@@ -257,6 +337,7 @@ class Model {
   bool insert(Tree &tree, Map &map);
   static void enter(Tree &tree, Map &map);
   static void take_out(Map &map);
+  static void empty(Tree &tree);
   static Map *first(const Tree &tree) { return tree.nodes.empty() ? nullptr : tree.nodes.front(); }
   static Map *next(const Tree &tree, const Map &map);
 
@@ -280,30 +361,33 @@ class Model {
 
   void drop_reference(Action &action);
   void free_filter(Filter &filter);
+  void replace_data(Action &action, const zar_action_context &context);
+  void replace_data(Filter &filter, const zar_filter_context &context);
   void free_rule(Rule &rule);
   void delete_event(Event &event);
   void delete_rules_of(Pmap &pmap);
   void delete_autoconf_policy();
   void delete_policy(Pmap &pmap);
-  void delete_policy_of_tree(uint32_t clid, Pmap &pmap);
+  uint32_t delete_policy_of_tree(uint32_t clid, Pmap &pmap);
   void free_class(Cmap &cmap);
   uint32_t delete_stored_class(uint32_t clid, uint32_t handle);
 
   uint32_t associate(uint32_t clid, Target &target, Pmap &pmap);
   bool disassociate(Pmap &pmap, Target &target);
-  void tell_handlers(const Pmap &pmap, const Target &target, bool added);
+  void tell_handlers(Pmap &pmap, const Target &target, bool added);
   uint32_t delete_target(Target &target);
   void destroy(Database &database);
 
   // The first statement with the index; none: nullptr.
-  static Statement *statement_of(PmtrMap &map, uint32_t index);
-  void end_statement(const Statement &statement);
+  static std::shared_ptr<Statement> statement_of(const PmtrMap &map, uint32_t index);
+  void end_statement(Statement &statement, uint32_t owner);
   void delete_statement(PmtrMap &map, uint32_t index);
   void delete_pmtr_map(PmtrMap &map);
   uint32_t find_subscriber_map(const char *name, uint32_t type, uint32_t *handle);
-  Filter *filter_like(const Cmap &cmap, const zar_filter_context &context, uint32_t no_match);
+  Filter *filter_like(Cmap &cmap, const zar_filter_context &context, uint32_t no_match);
   bool same(const Filter &filter, const zar_filter_context &context);
   bool same(const Action &action, const zar_action_context &context);
+  bool compare(const Object &object, const void *stored, const void *offered);
   void free_context(const zar_action_context &context);
   std::optional<std::string> text_of(const Action &action, uint32_t argument);
   std::optional<std::string> text_of(const Filter &filter);
@@ -314,6 +398,9 @@ class Model {
   std::vector<std::unique_ptr<Database>> databases;
   std::array<char, 5> compare_table{};
   calls::Refusal refusal = calls::Refusal::none;
+
+  // What the trees came to first, of several keys that count as equal.
+  std::map<std::pair<const Tree *, std::string>, Map *> asked;
 
   // What is left behind as described.
   uint32_t lost_ids = 0;
@@ -327,7 +414,7 @@ class Model {
   std::map<uint32_t, std::unique_ptr<Object>> objects_;
   std::set<uint32_t> seen_;
   std::set<std::string> instances_;
-  std::map<std::pair<const Tree *, std::string>, Map *> asked_;
+  std::vector<const void *> busy_;
 };
 
 // ---- What the checks of arguments say

@@ -78,7 +78,7 @@ void zar_free_action_from_action_chunk(Model &, const Arguments &, Seen &seen) {
 namespace {
 
 template <typename Type>
-auto with_handle(std::vector<Type *> &list, uint32_t handle) {
+auto with_handle(const List<Type *> &list, uint32_t handle) {
   return std::find_if(list.begin(), list.end(), [&](const Type *element) { return element->handle == handle; });
 }
 
@@ -116,7 +116,7 @@ void zar_add_filter_to_class_after_filter(Model &m, const Arguments &a, Seen &se
 }
 
 void zar_retrieve_filter(Model &m, const Arguments &a, Seen &seen) {
-  const Cmap *cmap = m.resolve<Cmap>(a.handle(0));
+  Cmap *cmap = m.resolve<Cmap>(a.handle(0));
   const auto *context = a.pointer<const zar_filter_context>(1);
   if (cmap == nullptr || !usable(context) || !a.given(3)) return seen.answers(kInvalid);
   const Filter *filter = m.filter_like(*cmap, *context, a.number(2));
@@ -125,7 +125,7 @@ void zar_retrieve_filter(Model &m, const Arguments &a, Seen &seen) {
 }
 
 void zar_match_filter_parameters(Model &m, const Arguments &a, Seen &seen) {
-  const Filter *filter = m.resolve<Filter>(a.handle(0));
+  const Filter *filter = m.behind<Filter>(a.handle(0));
   const auto *context = a.pointer<const zar_filter_context>(1);
   seen.answers(filter != nullptr && context != nullptr && m.same(*filter, *context) ? 1 : 0);
 }
@@ -204,12 +204,12 @@ void zar_get_cmap_from_class_action(Model &m, const Arguments &a, Seen &seen) {
 // ---- Actions in rules
 
 void zar_verify_action_content(Model &m, const Arguments &a, Seen &seen) {
-  seen.answers(m.resolve<Action>(a.handle(0)) == nullptr ? 1 : 0);
+  seen.answers(m.behind<Action>(a.handle(0)) == nullptr ? 1 : 0);
 }
 
 namespace {
 
-void put_in_order(std::vector<Action *> &list, Action &action) {
+void put_in_order(List<Action *> &list, Action &action) {
   const auto place =
       std::find_if(list.begin(), list.end(), [&](const Action *present) { return present->number > action.number; });
   list.insert(place, &action);
@@ -240,7 +240,7 @@ void add_action_beside(Model &m, const Arguments &a, Seen &seen, int steps) {
 }
 
 // False when it is not there.
-bool unlink(std::vector<Action *> &list, Action &action) {
+bool unlink(List<Action *> &list, Action &action) {
   const auto found = with_handle(list, action.handle);
   if (found == list.end()) return false;
   list.erase(found);
@@ -266,12 +266,12 @@ void zar_remove_action_from_class_action(Model &m, const Arguments &a, Seen &see
 }
 
 void zar_retrieve_action(Model &m, const Arguments &a, Seen &seen) {
-  const Rule *rule = m.resolve<Rule>(a.handle(0));
+  Rule *rule = m.resolve<Rule>(a.handle(0));
   const auto *context = a.pointer<const zar_action_context>(1);
   if (rule == nullptr || !usable(context) || !a.given(2)) return seen.answers(kInvalid);
   seen.answers(0);
-  for (const Action *action : rule->actions)
-    if (m.same(*action, *context)) return seen.puts(2, action->handle);
+  for (Walk actions(rule->actions); const Action *action = actions.next();)
+    if (m.same(*action, *context) && actions.stands()) return seen.puts(2, action->handle);
   seen.puts(2, 0);
 }
 
@@ -285,23 +285,25 @@ void zar_retrieve_action_num_in_class_action(Model &m, const Arguments &a, Seen 
 }
 
 void zar_match_action_parameters(Model &m, const Arguments &a, Seen &seen) {
-  const Action *action = m.resolve<Action>(a.handle(0));
+  const Action *action = m.behind<Action>(a.handle(0));
   const auto *context = a.pointer<const zar_action_context>(1);
   seen.answers(action != nullptr && context != nullptr && m.same(*action, *context) ? 1 : 0);
 }
 
 void zar_compare_actions(Model &m, const Arguments &a, Seen &seen) {
-  zar_match_action_parameters(m, a, seen);
+  const Action *action = m.resolve<Action>(a.handle(0));
+  const auto *context = a.pointer<const zar_action_context>(1);
+  seen.answers(action != nullptr && context != nullptr && m.same(*action, *context) ? 1 : 0);
 }
 
 void zar_increment_action(Model &m, const Arguments &a, Seen &seen) {
-  Action *action = m.resolve<Action>(a.handle(0));
+  Action *action = m.behind<Action>(a.handle(0));
   if (action != nullptr) ++action->refs;
   seen.answers(action == nullptr ? 0 : 1);
 }
 
 void zar_free_action(Model &m, const Arguments &a, Seen &seen) {
-  Action *action = m.resolve<Action>(a.handle(0));
+  Action *action = m.behind<Action>(a.handle(0));
   seen.answers(action == nullptr ? 0 : 1);
   if (action != nullptr) m.drop_reference(*action);
 }
@@ -413,55 +415,63 @@ void zar_delete_event(Model &m, const Arguments &a, Seen &seen) {
 
 // ---- Actions in statements of parameter-maps
 
+namespace {
+
+// The action that was never seen before, of the statements with the index.
+Action &new_action(Model &m, const PmtrMap &map, uint32_t index, Seen &seen) {
+  for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
+    const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
+    if (record->map_index != index) continue;
+    for (const void *action : runtime::elements(&record->action_queue)) {
+      const uint32_t handle = static_cast<const zar_action *>(action)->handle;
+      if (!m.was_seen(handle)) return m.add<Action>(handle);
+    }
+  }
+  seen.fail("the statement has no new action");
+  return m.add<Action>(0);
+}
+
+Action *with_number(const Statement &statement, uint8_t number) {
+  for (Action *action : statement.actions)
+    if (action->number == number) return action;
+  return nullptr;
+}
+
+// The action that has the number takes the new data when it is the same; otherwise it leaves the statement.
+bool refreshed(Model &m, PmtrMap &map, const Arguments &a, const zar_action_context &context) {
+  const std::shared_ptr<Statement> statement = Model::statement_of(map, a.number(1));
+  Action *action = statement == nullptr ? nullptr : with_number(*statement, static_cast<uint8_t>(a.number(2)));
+  if (action == nullptr) return false;
+  const Model::Busy busy(m, {action, statement.get()});
+  if (m.same(*action, context)) {
+    action->precedence = static_cast<uint16_t>(a.number(3));
+    if (usable(&context)) m.replace_data(*action, context);
+    return true;
+  }
+  unlink(statement->actions, *action);
+  return false;
+}
+
+}  // namespace
+
 void zar_pmtr_map_create_action(Model &m, const Arguments &a, Seen &seen) {
   const auto *context = a.pointer<const zar_action_context>(4);
   if (context == nullptr) return seen.answers(kInvalid);
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
-  if (map == nullptr) {
-    seen.answers(0);
-    return m.free_context(*context);
-  }
-  Statement *statement = Model::statement_of(*map, a.number(1));
-  const auto number = static_cast<uint8_t>(a.number(2));
-  const auto precedence = static_cast<uint16_t>(a.number(3));
-  if (statement != nullptr) {
-    const auto existing = std::find_if(statement->actions.begin(), statement->actions.end(),
-                                       [&](const Action *action) { return action->number == number; });
-    if (existing != statement->actions.end()) {
-      Action &action = **existing;
-      if (m.same(action, *context)) {
-        action.precedence = precedence;
-        m.log.push_back(calls::text(context->action_free_fn == calls::free_data ? "free %u" : "free too %u",
-                                    calls::id_of(action.context.action_data)));
-        action.context.action_data = context->action_data;
-        seen.answers(0);
-        return m.free_context(*context);
-      }
-      unlink(statement->actions, action);
-    }
-  }
-  if (!complete(context)) {
-    seen.answers(0);
-    return m.free_context(*context);
-  }
+  seen.answers(0);
+  if (map == nullptr || refreshed(m, *map, a, *context) || !complete(context)) return m.free_context(*context);
+
+  const std::shared_ptr<Statement> statement = Model::statement_of(*map, a.number(1));
   if (statement == nullptr) {
     // The action was made, refused by the statement that is not there, and deleted again.
-    m.log.push_back(calls::text(context->action_free_fn == calls::free_data ? "free %u" : "free too %u",
+    seen.answers(1);
+    return m.called(calls::text(context->action_free_fn == calls::free_data ? "free %u" : "free too %u",
                                 calls::id_of(context->action_data)));
-    return seen.answers(1);
   }
-  seen.answers(0);
-  const auto &queue = [&]() -> const queue_head & {
-    for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map->record)->stmt_queue)) {
-      const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
-      if (record->map_index == statement->index) return record->action_queue;
-    }
-    return static_cast<const zar_pmtr_map *>(map->record)->stmt_queue;
-  }();
-  Action &action = m.add<Action>(m.newcomer(queue, offsetof(zar_action, handle), seen));
+  Action &action = new_action(m, *map, a.number(1), seen);
   action.context = *context;
-  action.number = number;
-  action.precedence = precedence;
+  action.number = static_cast<uint8_t>(a.number(2));
+  action.precedence = static_cast<uint16_t>(a.number(3));
   put_in_order(statement->actions, action);
   m.free_context(*context);
 }
@@ -469,7 +479,7 @@ void zar_pmtr_map_create_action(Model &m, const Arguments &a, Seen &seen) {
 void zar_add_action_to_pmtr_map_rule(Model &m, const Arguments &a, Seen &seen) {
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
   Action *action = m.resolve<Action>(a.handle(2));
-  Statement *statement = map == nullptr ? nullptr : Model::statement_of(*map, a.number(1));
+  const auto statement = map == nullptr ? nullptr : Model::statement_of(*map, a.number(1));
   if (statement == nullptr || action == nullptr) return seen.answers(kInvalid);
   put_in_order(statement->actions, *action);
   seen.answers(0);
@@ -478,7 +488,7 @@ void zar_add_action_to_pmtr_map_rule(Model &m, const Arguments &a, Seen &seen) {
 void zar_remove_action_from_pmtr_stmt_action(Model &m, const Arguments &a, Seen &seen) {
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
   Action *action = m.resolve<Action>(a.handle(2));
-  Statement *statement = map == nullptr ? nullptr : Model::statement_of(*map, a.number(1));
+  const auto statement = map == nullptr ? nullptr : Model::statement_of(*map, a.number(1));
   if (statement == nullptr || action == nullptr) return seen.answers(kInvalid);
   unlink(statement->actions, *action);
   seen.answers(0);
@@ -488,7 +498,7 @@ void zar_retrieve_action_num_in_pmtr_stmt_action(Model &m, const Arguments &a, S
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
   if (map == nullptr || !a.given(3)) return seen.answers(kInvalid);
   seen.answers(0);
-  if (const Statement *statement = Model::statement_of(*map, a.number(1)))
+  if (const auto statement = Model::statement_of(*map, a.number(1)))
     for (const Action *action : statement->actions)
       if (action->number == static_cast<uint8_t>(a.number(2))) return seen.puts(3, action->handle);
   seen.puts(3, 0);
@@ -506,7 +516,7 @@ void zar_pmtr_get_first_action_index(Model &m, const Arguments &a, Seen &seen) {
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(1));
   if (!m.known(a.number(0)) || map == nullptr || !a.given(3)) return seen.answers(kInvalid);
   if (m.database_of(a.number(0)) == nullptr) return seen.answers(kFailed);
-  const Statement *statement = Model::statement_of(*map, a.number(2));
+  const auto statement = Model::statement_of(*map, a.number(2));
   if (statement == nullptr || statement->actions.empty()) return seen.answers(kNothing);
   seen.answers(0);
   seen.puts(3, statement->actions.front()->handle);
@@ -516,7 +526,7 @@ void zar_pmtr_get_next_action_index(Model &m, const Arguments &a, Seen &seen) {
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(1));
   if (!m.known(a.number(0)) || map == nullptr || !a.given(4)) return seen.answers(kInvalid);
   if (m.database_of(a.number(0)) == nullptr) return seen.answers(kFailed);
-  if (Statement *statement = Model::statement_of(*map, a.number(2))) {
+  if (const auto statement = Model::statement_of(*map, a.number(2))) {
     const auto current = with_handle(statement->actions, a.handle(3));
     if (current != statement->actions.end() && current + 1 != statement->actions.end()) {
       seen.answers(0);

@@ -89,7 +89,7 @@ void zar_destroy_database(Model &m, const Arguments &a, Seen &seen) {
 }
 
 void zar_handle_get_context(Model &m, const Arguments &a, Seen &seen) {
-  const Object *object = m.resolve_any(a.handle(0));
+  const Object *object = m.any_behind(a.handle(0));
   seen.answers(object == nullptr ? 0 : reinterpret_cast<uintptr_t>(object->record));
 }
 
@@ -103,14 +103,14 @@ void *record_of(const Object *object) {
 
 void insert(Model &m, const Arguments &a, Seen &seen, Kind kind) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  Map *map = m.resolve_map(a.handle(1));
+  Map *map = m.map_behind(a.handle(1));
   if (database == nullptr || map == nullptr) return seen.answers(0);
   seen.answers(m.insert(database->tree(kind), *map) ? 1 : 0);
 }
 
 void search(Model &m, const Arguments &a, Seen &seen, Kind kind) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  const Map *probe = m.resolve_map(a.handle(1));
+  const Map *probe = m.map_behind(a.handle(1));
   if (database == nullptr || probe == nullptr) return seen.answers(0);
   seen.answers(1);
   seen.puts_pointer(2, record_of(m.search(database->tree(kind), probe->key)));
@@ -118,7 +118,7 @@ void search(Model &m, const Arguments &a, Seen &seen, Kind kind) {
 
 void remove(Model &m, const Arguments &a, Seen &seen, Kind kind) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  Map *probe = m.resolve_map(a.handle(1));
+  Map *probe = m.map_behind(a.handle(1));
   if (database == nullptr || probe == nullptr || !a.given(2)) return seen.answers(0);
   Tree &tree = database->tree(kind);
   Map *removed = probe->tree == &tree ? probe : m.search(tree, probe->key);
@@ -137,7 +137,7 @@ void first(Model &m, const Arguments &a, Seen &seen, Kind kind) {
 
 void next(Model &m, const Arguments &a, Seen &seen, Kind kind) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  const Map *map = m.resolve_map(a.handle(1));
+  const Map *map = m.map_behind(a.handle(1));
   if (database == nullptr || map == nullptr || !a.given(2)) return seen.answers(0);
   seen.answers(1);
   seen.puts_pointer(2, record_of(Model::next(database->tree(kind), *map)));
@@ -164,8 +164,10 @@ ON_EACH_TREE(get_next, next)
 
 void zar_avl_insert_target_client_db(Model &m, const Arguments &a, Seen &seen) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  Target *target = m.resolve<Target>(a.handle(1));
-  if (database == nullptr || target == nullptr || target->stored_in != nullptr) return seen.answers(0);
+  Target *target = m.behind<Target>(a.handle(1));
+  const bool refused =
+      database == nullptr || target == nullptr || target->being_deleted || target->stored_in != nullptr;
+  if (refused) return seen.answers(0);
   database->targets[target->handle] = target;
   target->stored_in = database;
   seen.answers(1);
@@ -173,7 +175,7 @@ void zar_avl_insert_target_client_db(Model &m, const Arguments &a, Seen &seen) {
 
 void zar_avl_search_target_client_db(Model &m, const Arguments &a, Seen &seen) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  Target *target = m.resolve<Target>(a.handle(1));
+  Target *target = m.behind<Target>(a.handle(1));
   if (database == nullptr || target == nullptr || !a.given(2)) return seen.answers(0);
   const bool found = target->stored_in == database;
   seen.answers(found ? 1 : 0);
@@ -182,7 +184,7 @@ void zar_avl_search_target_client_db(Model &m, const Arguments &a, Seen &seen) {
 
 void zar_avl_delete_target_client_db(Model &m, const Arguments &a, Seen &seen) {
   Database *database = m.database_at(a.pointer<zar_db>(0));
-  Target *target = m.resolve<Target>(a.handle(1));
+  Target *target = m.behind<Target>(a.handle(1));
   if (database == nullptr || target == nullptr || !a.given(2)) return seen.answers(0);
   seen.puts_pointer(2, target->record);
   if (target->stored_in != database) return seen.answers(0);
@@ -319,18 +321,18 @@ void host_has_the_engine_refuse(Model &m, const Arguments &a, Seen &) {
 }
 
 void host_counts_an_execution(Model &m, const Arguments &a, Seen &) {
-  if (Action *action = m.resolve<Action>(a.handle(0))) action->executed += a.number(1);
+  if (Action *action = m.behind<Action>(a.handle(0))) action->executed += a.number(1);
 }
 
 void host_counts_a_match(Model &m, const Arguments &a, Seen &) {
-  Filter *filter = m.resolve<Filter>(a.handle(0));
+  Filter *filter = m.behind<Filter>(a.handle(0));
   if (filter == nullptr) return;
   for (uint32_t i = 0; i < filter->counts.size(); ++i)
     filter->counts[i] += a.number(1) / (i + 1);
 }
 
 void host_keeps_a_context(Model &m, const Arguments &a, Seen &) {
-  Target *target = m.resolve<Target>(a.handle(0));
+  Target *target = m.behind<Target>(a.handle(0));
   if (target != nullptr && target->context != nullptr) target->context->used = true;
 }
 

@@ -26,8 +26,7 @@ void zar_delete_stored_policy_by_name(Model &m, const Arguments &a, Seen &seen) 
     Model::take_out(map);
     return seen.answers(kInvalid);
   }
-  m.delete_policy_of_tree(a.number(0), static_cast<Pmap &>(map));
-  seen.answers(0);
+  seen.answers(m.delete_policy_of_tree(a.number(0), static_cast<Pmap &>(map)));
 }
 
 void zar_delete_stored_policy(Model &m, const Arguments &a, Seen &seen) {
@@ -36,8 +35,7 @@ void zar_delete_stored_policy(Model &m, const Arguments &a, Seen &seen) {
   Database *database = m.database_of(a.number(0));
   if (database == nullptr) return seen.answers(kFailed);
   if (pmap->tree != &database->pmaps) return seen.answers(kTree);
-  m.delete_policy_of_tree(a.number(0), *pmap);
-  seen.answers(0);
+  seen.answers(m.delete_policy_of_tree(a.number(0), *pmap));
 }
 
 void zar_delete_class(Model &m, const Arguments &a, Seen &seen) {
@@ -70,16 +68,16 @@ void zar_get_pmap_target_count(Model &, const Arguments &, Seen &seen) {
 // ---- Targets
 
 void zar_verify_target_context(Model &m, const Arguments &a, Seen &seen) {
-  seen.answers(m.resolve<Target>(a.handle(0)) == nullptr ? 1 : 0);
+  seen.answers(m.behind<Target>(a.handle(0)) == nullptr ? 1 : 0);
 }
 
 void zar_create_policy_context(Model &m, const Arguments &a, Seen &seen) {
   Target *target = m.resolve<Target>(a.handle(0));
   if (target == nullptr) return seen.answers(0);
-  seen.answers_something(true);
   if (target->context == nullptr && seen.answer() != 0)
     target->context = &m.add<Context>(reinterpret_cast<const zar_target_policy_context *>(seen.answer())->handle);
-  seen.answers(reinterpret_cast<uintptr_t>(target->context == nullptr ? nullptr : target->context->record));
+  if (target->context == nullptr) return seen.fail("answered nothing");
+  seen.answers(reinterpret_cast<uintptr_t>(target->context->record));
 }
 
 void zar_retrieve_policy_context(Model &m, const Arguments &a, Seen &seen) {
@@ -124,7 +122,7 @@ void zar_remove_target(Model &m, const Arguments &a, Seen &seen) {
 
 void zar_delete_target(Model &m, const Arguments &a, Seen &seen) {
   Target *target = m.resolve<Target>(a.handle(0));
-  seen.answers(target == nullptr ? kInvalid : m.delete_target(*target));
+  seen.answers(target == nullptr || target->being_deleted ? kInvalid : m.delete_target(*target));
 }
 
 // ---- Activation
@@ -169,16 +167,16 @@ void zar_deactivate_any_policy_for_target(Model &m, const Arguments &a, Seen &se
   Target *target = m.resolve<Target>(a.handle(1));
   if (!m.known(a.number(0)) || target == nullptr) return seen.answers(kInvalid);
   bool all = true;
-  while (!target->active.empty())
-    all = m.disassociate(*target->active.front(), *target) && all;
+  for (Walk active(target->active); Pmap *pmap = active.next();)
+    all = m.disassociate(*pmap, *target) && all;
   seen.answers(all ? 0 : kFailed);
 }
 
 namespace {
 
 void deactivate_everywhere(Model &m, Pmap &pmap) {
-  while (!pmap.targets.empty())
-    m.disassociate(pmap, *pmap.targets.front());
+  for (Walk targets(pmap.targets); Target *target = targets.next();)
+    m.disassociate(pmap, *target);
 }
 
 }  // namespace
@@ -238,12 +236,12 @@ void zar_get_next_active_policy_on_target(Model &m, const Arguments &a, Seen &se
 namespace {
 
 template <typename Type>
-uint32_t first_of(const std::vector<Type *> &list) {
+uint32_t first_of(const List<Type *> &list) {
   return list.empty() ? 0 : list.front()->handle;
 }
 
 template <typename Type>
-uint32_t after(const std::vector<Type *> &list, uint32_t current) {
+uint32_t after(const List<Type *> &list, uint32_t current) {
   for (size_t i = 0; i + 1 < list.size(); ++i)
     if (list[i]->handle == current) return list[i + 1]->handle;
   return 0;

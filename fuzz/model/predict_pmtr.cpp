@@ -58,7 +58,7 @@ void kel_delete_subscriber_parameter_map(Model &m, const Arguments &a, Seen &see
 
 void kel_is_pmap_created(Model &m, const Arguments &a, Seen &seen) {
   if (!a.given(0)) return seen.answers(0);
-  m.log.emplace_back("type of subscriber");
+  m.called("type of subscriber");
   if (m.refuses(calls::Refusal::parameter_map_type)) return seen.answers(0);
   uint32_t handle = 0;
   constexpr size_t kLongestName = 99;
@@ -70,30 +70,39 @@ void kel_is_pmap_created(Model &m, const Arguments &a, Seen &seen) {
 
 namespace {
 
+// The hidden class-map of the statement that was never seen before; 0: there is none.
+uint32_t new_hidden_class(const Model &m, const PmtrMap &map) {
+  for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
+    const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
+    if (!m.was_seen(record->internal_cmap)) return record->internal_cmap;
+  }
+  return 0;
+}
+
 // The new statement with its hidden class-map; nullptr when the class-map cannot be made.
-Statement *add_statement(Model &m, PmtrMap &map, uint32_t index, Seen &seen) {
+std::shared_ptr<Statement> add_statement(Model &m, PmtrMap &map, uint32_t index, Seen &seen) {
   const std::string name = "__PMTR__" + map.name + std::to_string(static_cast<int32_t>(index));
   const zar_map_info info{kSubscriber, 1, name.c_str(), 1};
   Database *database = m.database_of(m.owner_of(kSubscriber));
   if (database == nullptr) return nullptr;
   // The class-map of a replaced statement has left the tree since it was asked.
   const std::string key = Model::key_of(info);
-  const bool refused = Model::open_to_the_tree(database->cmaps, key) ? seen.answer() == kInvalid
-                                                                     : m.search(database->cmaps, key) != nullptr;
+  const uint32_t handle = new_hidden_class(m, map);
+  const bool refused =
+      Model::open_to_the_tree(database->cmaps, key) ? handle == 0 : m.search(database->cmaps, key) != nullptr;
   if (refused) return nullptr;
-  uint32_t handle = 0;
-  for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
-    const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
-    if (!m.was_seen(record->internal_cmap)) handle = record->internal_cmap;
-  }
   if (handle == 0) seen.fail("there is no new statement");
   Cmap &cmap = m.add_map<Cmap>(handle, info);
   cmap.hidden = 1;
   cmap.match_criteria = 1;
   m.enter(database->cmaps, cmap);
   const auto place = std::find_if(map.statements.begin(), map.statements.end(),
-                                  [&](const Statement &present) { return present.index > index; });
-  return &*map.statements.insert(place, {index, handle, {}});
+                                  [&](const auto &present) { return present->index > index; });
+  auto statement = std::make_shared<Statement>();
+  statement->index = index;
+  statement->cmap = handle;
+  map.statements.insert(place, statement);
+  return statement;
 }
 
 }  // namespace
@@ -103,7 +112,7 @@ void zar_pmtr_create_or_add_filter(Model &m, const Arguments &a, Seen &seen) {
   const auto *context = a.pointer<const zar_filter_context>(1);
   if (map == nullptr || context == nullptr) return seen.answers(kInvalid);
   const uint32_t index = a.number(5);
-  Statement *statement = Model::statement_of(*map, index);
+  std::shared_ptr<Statement> statement = Model::statement_of(*map, index);
   if (statement != nullptr && a.given(6)) {
     m.delete_statement(*map, index);
     statement = nullptr;
@@ -115,12 +124,8 @@ void zar_pmtr_create_or_add_filter(Model &m, const Arguments &a, Seen &seen) {
   if (cmap == nullptr) return seen.answers(kFailed);
   seen.answers(0);
   if (!usable(context)) return;
-  if (Filter *present = m.filter_like(*cmap, *context, a.number(2))) {
-    m.log.push_back(calls::text(present->context.filter_free_fn == calls::free_data ? "free %u" : "free too %u",
-                                calls::id_of(present->context.filter_data)));
-    present->context.filter_data = context->filter_data;
-    return;
-  }
+  const Model::Busy busy(m, {cmap});
+  if (Filter *present = m.filter_like(*cmap, *context, a.number(2))) return m.replace_data(*present, *context);
   if (!complete(context)) return;
   Filter &filter = m.add<Filter>(m.new_filter(*cmap, seen));
   filter.context = *context;
@@ -146,7 +151,7 @@ void zar_get_first_pmtr_map_index(Model &m, const Arguments &a, Seen &seen) {
   if (!m.known(a.number(0)) || map == nullptr || !a.given(2)) return seen.answers(kInvalid);
   if (m.database_of(a.number(0)) == nullptr) return seen.answers(kFailed);
   seen.answers(map->statements.empty() ? kNothing : 0);
-  seen.puts(2, map->statements.empty() ? 0 : map->statements.front().index);
+  seen.puts(2, map->statements.empty() ? 0 : map->statements.front()->index);
 }
 
 void zar_get_next_pmtr_map_index(Model &m, const Arguments &a, Seen &seen) {
@@ -154,9 +159,9 @@ void zar_get_next_pmtr_map_index(Model &m, const Arguments &a, Seen &seen) {
   if (!m.known(a.number(0)) || map == nullptr || !a.given(3)) return seen.answers(kInvalid);
   if (m.database_of(a.number(0)) == nullptr) return seen.answers(kFailed);
   for (size_t i = 0; i + 1 < map->statements.size(); ++i) {
-    if (map->statements[i].index != a.number(2)) continue;
+    if (map->statements[i]->index != a.number(2)) continue;
     seen.answers(0);
-    return seen.puts(3, map->statements[i + 1].index);
+    return seen.puts(3, map->statements[i + 1]->index);
   }
   seen.answers(kNothing);
   seen.puts(3, 0);
@@ -164,16 +169,16 @@ void zar_get_next_pmtr_map_index(Model &m, const Arguments &a, Seen &seen) {
 
 void zar_get_internal_class_map(Model &m, const Arguments &a, Seen &seen) {
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
-  const Statement *statement = map == nullptr ? nullptr : Model::statement_of(*map, a.number(1));
+  const auto statement = map == nullptr ? nullptr : Model::statement_of(*map, a.number(1));
   seen.answers(statement == nullptr ? 0 : statement->cmap);
 }
 
 void kel_pmtr_map_get_filter_expr_by_type(Model &m, const Arguments &a, Seen &seen) {
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
-  const Statement *statement = map == nullptr ? nullptr : Model::statement_of(*map, static_cast<uint8_t>(a.number(1)));
-  const Cmap *cmap = statement == nullptr ? nullptr : m.resolve<Cmap>(statement->cmap);
+  const auto statement = map == nullptr ? nullptr : Model::statement_of(*map, static_cast<uint8_t>(a.number(1)));
+  Cmap *cmap = statement == nullptr ? nullptr : m.resolve<Cmap>(statement->cmap);
   if (cmap == nullptr || !a.given(3)) return seen.answers(kInvalid);
-  for (const Filter *filter : cmap->filters) {
+  for (Walk filters(cmap->filters); const Filter *filter = filters.next();) {
     const std::string expression = m.text_of(*filter).value_or("");
     if (!a.given(2)) continue;
     const std::string keyword = a.text(2);
@@ -194,7 +199,7 @@ void zar_init_internal_cmap_compare(Model &m, const Arguments &a, Seen &) {
 
 void zar_add_to_internal_cmap_compare(Model &m, const Arguments &a, Seen &) {
   if (a.number(3) >= m.compare_table.size()) return;
-  const Cmap *cmap = m.resolve<Cmap>(a.handle(0));
+  Cmap *cmap = m.resolve<Cmap>(a.handle(0));
   const auto *context = a.pointer<const zar_filter_context>(1);
   const bool found = cmap != nullptr && usable(context) && m.filter_like(*cmap, *context, a.number(2)) != nullptr;
   m.compare_table[a.number(3)] = found ? 'M' : 'N';

@@ -109,7 +109,8 @@ void zar_get_filter_nvgen_str(Model &m, const Arguments &a, Seen &seen) {
 }
 
 void zar_get_filter_nvgen_str_internal(Model &m, const Arguments &a, Seen &seen) {
-  zar_get_filter_nvgen_str(m, a, seen);
+  const Filter *filter = m.behind<Filter>(a.handle(0));
+  seen.answers_text(filter == nullptr ? Text() : configuration(m, *filter));
 }
 
 // ---- Callers' contexts
@@ -125,7 +126,7 @@ void free_filter_context(Model &m, const Arguments &a, bool with_parameters) {
   if (context == nullptr || context->filter_free_fn == nullptr) return;
   const uint32_t id = calls::id_of(context->filter_data);
   const char *function = context->filter_free_fn == calls::free_data ? "free" : "free too";
-  m.log.push_back(text("%s context %u, data %u", function, id, with_parameters ? id : 0));
+  m.called(text("%s context %u, data %u", function, id, with_parameters ? id : 0));
 }
 
 }  // namespace
@@ -154,16 +155,21 @@ std::string cell(const std::string &whole) {
 // Visits each map of the kind in the databases of the domain's owners: all, or in each database the first of the name. Ends
 // with the status that 'visit' gives when it is not 0.
 template <typename Type, typename Visit>
+uint32_t visit_selected(Tree &tree, const char *name, bool all, Visit visit) {
+  for (TreeWalk maps(tree); Map *map = maps.next();) {
+    if (map->kind != Type::kKind || (!all && map->name != name)) continue;
+    if (const uint32_t status = visit(static_cast<Type &>(*map)); status != 0 || !all) return status;
+  }
+  return 0;
+}
+
+template <typename Type, typename Visit>
 uint32_t for_each_selected(Model &m, const std::string &domain, const char *name, bool all, Visit visit) {
-  for (const auto &[claimed, owner] : m.domains) {
-    if (claimed != domain) continue;
-    Database *database = m.database_of(owner);
+  for (size_t i = 0, claims = m.domains.size(); i < claims; ++i) {
+    if (m.domains[i].first != domain) continue;
+    Database *database = m.database_of(m.domains[i].second);
     if (database == nullptr) return kFailed;
-    for (Map *map : database->tree(Type::kKind).nodes) {
-      if (map->kind != Type::kKind || (!all && map->name != name)) continue;
-      if (const uint32_t status = visit(static_cast<Type &>(*map))) return status;
-      if (!all) break;
-    }
+    if (const uint32_t status = visit_selected<Type>(database->tree(Type::kKind), name, all, visit)) return status;
   }
   return 0;
 }
@@ -173,8 +179,8 @@ class Listing {
  public:
   Listing(Model &m, const char *prefix, const char *suffix = nullptr)
       : m_(m), prefix_(prefix == nullptr ? "" : prefix), suffix_(suffix == nullptr ? "" : suffix) {}
-  void line(const std::string &content) { m_.log.push_back("print " + prefix_ + content + suffix_); }
-  void note(const std::string &content) { m_.log.push_back("print " + prefix_ + content); }
+  void line(const std::string &content) { m_.called("print " + prefix_ + content + suffix_); }
+  void note(const std::string &content) { m_.called("print " + prefix_ + content); }
 
  private:
   Model &m_;
@@ -182,36 +188,47 @@ class Listing {
   std::string suffix_;
 };
 
+// The printer may delete what a line shows; a text function may not delete what holds its action.
 void list_action(Model &m, Listing &out, const Action &action, bool verbose) {
-  if (const Text content = m.text_of(action, 0)) {
-    if (verbose) {
-      out.line(text("      %-8s%u %s", "Action:", action.number, content->c_str()));
-      out.line(text("      %-8s%u %s", "Precedence:", action.precedence, content->c_str()));
-    } else {
-      out.line(text("      %u %s", action.number, content->c_str()));
-    }
+  const uint32_t number = action.number;
+  const uint32_t precedence = action.precedence;
+  const Text content = m.text_of(action, 0);
+  const uint32_t executed = action.executed;
+  if (content && verbose) {
+    out.line(text("      %-8s%u %s", "Action:", number, content->c_str()));
+    out.line(text("      %-8s%u %s", "Precedence:", precedence, content->c_str()));
+  } else if (content) {
+    out.line(text("      %u %s", number, content->c_str()));
   }
-  if (verbose) out.line(text("      %-10s%u", "Executed:", action.executed));
+  if (verbose) out.line(text("      %-10s%u", "Executed:", executed));
 }
 
-void list_events(Model &m, Listing &out, const Pmap &pmap, bool verbose) {
-  for (const Event *event : pmap.events) {
+void list_rules(Model &m, Listing &out, Walk<Rule *> &rules, bool verbose) {
+  while (Rule *rule = rules.next()) {
+    Walk actions(rule->actions);
+    const std::string class_line =
+        cell(text("%u class ", rule->number) + rule->cmap->name + " " + calls::exec_criteria_text(rule->exec_criteria));
+    out.line(verbose ? text("    %-12s", "Class-map:") + class_line : "    " + class_line);
+    while (const Action *action = actions.next())
+      list_action(m, out, *action, verbose);
+  }
+}
+
+void list_policy(Model &m, Listing &out, Pmap &pmap, bool verbose) {
+  Walk events(pmap.events);
+  out.line((verbose ? "Control_Policy: " : "") + pmap.name);
+  while (Event *event = events.next()) {
+    Walk rules(event->rules);
     const std::string head = cell("event " + event->name + " " + calls::event_criteria_text(event->criteria));
     out.line(verbose ? text("  %-12s", "Event:") + head : "  " + head);
-    for (const Rule *rule : event->rules) {
-      const std::string class_line = cell(text("%u class ", rule->number) + rule->cmap->name + " " +
-                                          calls::exec_criteria_text(rule->exec_criteria));
-      out.line(verbose ? text("    %-12s", "Class-map:") + class_line : "    " + class_line);
-      for (const Action *action : rule->actions)
-        list_action(m, out, *action, verbose);
-    }
+    list_rules(m, out, rules, verbose);
   }
 }
 
 // False when a filter has no text.
-bool list_filters(Model &m, Listing &out, const Cmap &cmap) {
+bool list_filters(Model &m, Listing &out, Cmap &cmap) {
   const std::string name = cell(std::string(calls::cmap_criteria_text(cmap.match_criteria)) + " " + cmap.name);
-  for (const Filter *filter : cmap.filters) {
+  for (Walk filters(cmap.filters); const Filter *filter = filters.next();) {
     const Text content = configuration(m, *filter);
     if (!content) return false;
     const auto &counts = filter->counts;
@@ -228,9 +245,8 @@ void zar_print_policymap(Model &m, const Arguments &a, Seen &seen) {
   const bool control = a.given(5);
   if (!a.given(1) || !a.given(2) || (!a.given(3) && !all)) return seen.answers(kInvalid);
   Listing out(m, a.text(0));
-  seen.answers(for_each_selected<Pmap>(m, a.text(2), a.text(3), all, [&](const Pmap &pmap) {
-    out.line((control ? "Control_Policy: " : "") + pmap.name);
-    list_events(m, out, pmap, control);
+  seen.answers(for_each_selected<Pmap>(m, a.text(2), a.text(3), all, [&](Pmap &pmap) {
+    list_policy(m, out, pmap, control);
     return 0U;
   }));
 }
@@ -241,7 +257,7 @@ void zar_print_classmap(Model &m, const Arguments &a, Seen &seen) {
   Listing out(m, a.text(0), a.text(2));
   out.line(text("%-28s%-29s%6s%5s%6s%6s", "Class-map", "Action", "Exec", "Hit", "Miss", "Comp"));
   out.line(text("%-28s%-29s%6s%5s%6s%6s", "---------", "------", "----", "---", "----", "----"));
-  seen.answers(for_each_selected<Cmap>(m, a.text(3), a.text(4), all, [&](const Cmap &cmap) {
+  seen.answers(for_each_selected<Cmap>(m, a.text(3), a.text(4), all, [&](Cmap &cmap) {
     if (all && cmap.hidden != 0) return 0U;
     if (list_filters(m, out, cmap)) return 0U;
     out.note("Running config changed, please redo" + std::string(all ? 25 : 33, ' ') + "\n");
@@ -261,7 +277,7 @@ void clear_counts(const Pmap &pmap) {
 }  // namespace
 
 void zar_clear_pmap_counters(Model &m, const Arguments &a, Seen &) {
-  if (const Pmap *pmap = m.resolve<Pmap>(a.handle(0))) clear_counts(*pmap);
+  if (const Pmap *pmap = m.behind<Pmap>(a.handle(0))) clear_counts(*pmap);
 }
 
 void zar_clear_policymap(Model &m, const Arguments &a, Seen &seen) {
@@ -298,14 +314,19 @@ std::string notification(const Action &action, bool added) {
   return text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action.context.action_data));
 }
 
-// One list serves all actions: the targets come to its end for each of them.
-void tell_of_removal(Model &m, const Rule &rule, const Pmap &pmap, std::string &list) {
-  for (const Action *action : rule.actions) {
+// One list serves all actions: the targets come to its end for each of them. False when a handler has deleted the
+// policy-map.
+bool tell_of_removal(Model &m, Rule &rule, uint32_t pmap_handle, std::string &list) {
+  for (Walk actions(rule.actions); const Action *action = actions.next();) {
+    const Pmap *pmap = m.behind<Pmap>(pmap_handle);
+    if (pmap == nullptr) return false;
     if (action->context.action_notify_fn == nullptr) continue;
-    const std::string ids = target_ids(pmap);
+    const Model::Busy busy(m, {action});
+    const std::string ids = target_ids(*pmap);
     list += ids;
-    if (!ids.empty()) m.log.push_back(notification(*action, false) + list);
+    if (!ids.empty()) m.called(notification(*action, false) + list);
   }
+  return true;
 }
 
 }  // namespace
@@ -315,84 +336,87 @@ void zar_shim_action_added_removed(Model &m, const Arguments &a, Seen &) {
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (action == nullptr || pmap == nullptr || pmap->targets.empty()) return;
   if (action->context.action_notify_fn == nullptr || action->context.action_data == nullptr) return;
-  m.log.push_back(notification(*action, a.given(2)) + target_ids(*pmap));
+  const Model::Busy busy(m, {action});
+  m.called(notification(*action, a.given(2)) + target_ids(*pmap));
 }
 
 void zar_invoke_action_handler(Model &m, const Arguments &a, Seen &) {
-  const Pmap *pmap = m.resolve<Pmap>(a.handle(0));
-  const Target *target = m.resolve<Target>(a.handle(1));
-  if (pmap != nullptr && target != nullptr) m.tell_handlers(*pmap, *target, a.given(2));
+  Pmap *pmap = m.behind<Pmap>(a.handle(0));
+  const Target *target = m.behind<Target>(a.handle(1));
+  if (pmap == nullptr || target == nullptr) return;
+  const Model::Busy busy(m, {pmap, target});
+  m.tell_handlers(*pmap, *target, a.given(2));
 }
 
 void zar_remove_action_handler_for_event(Model &m, const Arguments &a, Seen &) {
-  const Event *event = m.resolve<Event>(a.handle(0));
+  Event *event = m.resolve<Event>(a.handle(0));
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (event == nullptr || pmap == nullptr) return;
   std::string list;
-  for (const Rule *rule : event->rules)
-    tell_of_removal(m, *rule, *pmap, list);
+  for (Walk rules(event->rules); Rule *rule = rules.next();)
+    if (!tell_of_removal(m, *rule, pmap->handle, list)) return;
 }
 
 void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
-  const Rule *rule = m.resolve<Rule>(a.handle(0));
+  Rule *rule = m.resolve<Rule>(a.handle(0));
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (rule == nullptr || pmap == nullptr) return;
   std::string list;
-  tell_of_removal(m, *rule, *pmap, list);
+  tell_of_removal(m, *rule, pmap->handle, list);
 }
 
 // ---- Services around parameter-maps
 
 namespace {
 
-bool uses(Model &m, const Rule &rule, const void *param_map) {
-  for (const Action *action : rule.actions) {
+bool uses(Model &m, Rule &rule, const void *param_map) {
+  for (Walk actions(rule.actions); const Action *action = actions.next();) {
     if (action->context.action_param_map_check_fn == nullptr) return false;
+    const Model::Busy action_busy(m, {action});
     const auto *data = static_cast<const calls::Data *>(action->context.action_data);
-    m.log.push_back(text("uses %u", calls::id_of(data)));
+    m.called(text("uses %u", calls::id_of(data)));
     if (data != nullptr && calls::param_map_of(data->value) == param_map) return true;
   }
   return false;
 }
 
-bool uses(Model &m, const Pmap &pmap, const void *param_map) {
-  for (const Event *event : pmap.events)
-    for (const Rule *rule : event->rules)
-      if (uses(m, *rule, param_map)) return true;
-  for (const Rule *rule : pmap.rules)
+bool any_uses(Model &m, List<Rule *> &list, const void *param_map) {
+  for (Walk rules(list); Rule *rule = rules.next();)
     if (uses(m, *rule, param_map)) return true;
   return false;
+}
+
+bool uses(Model &m, Pmap &pmap, const void *param_map) {
+  for (Walk events(pmap.events); Event *event = events.next();)
+    if (any_uses(m, event->rules, param_map)) return true;
+  return any_uses(m, pmap.rules, param_map);
 }
 
 }  // namespace
 
 void zar_is_param_map_assoc_with_policy(Model &m, const Arguments &a, Seen &seen) {
-  for (const auto &[domain, owner] : m.domains) {
-    Database *database = m.database_of(owner);
-    if (database == nullptr) return seen.answers(0);
-    for (const Map *map : database->pmaps.nodes)
-      if (map->kind == Kind::pmap && uses(m, *static_cast<const Pmap *>(map), a.pointer<const void>(0)))
-        return seen.answers(1);
-  }
   seen.answers(0);
+  for (size_t i = 0, claims = m.domains.size(); i < claims; ++i) {
+    Database *database = m.database_of(m.domains[i].second);
+    if (database == nullptr) return;
+    const uint32_t found = visit_selected<Pmap>(
+        database->pmaps, "", true, [&](Pmap &pmap) { return uses(m, pmap, a.pointer<const void>(0)) ? 1U : 0U; });
+    if (found != 0) return seen.answers(1);
+  }
 }
 
 void zar_replace_old_action_hdl(Model &m, const Arguments &a, Seen &) {
   Action *action = m.resolve<Action>(a.handle(0));
   const auto *context = a.pointer<const zar_action_context>(1);
   if (action == nullptr || !usable(context)) return;
-  m.log.push_back(text(action->context.action_free_fn == calls::free_data ? "free %u" : "free too %u",
-                       calls::id_of(action->context.action_data)));
-  action->context.action_data = context->action_data;
+  m.replace_data(*action, *context);
 }
 
 void zar_replace_old_filter_hdl(Model &m, const Arguments &a, Seen &) {
   Filter *filter = m.resolve<Filter>(a.handle(0));
   const auto *context = a.pointer<const zar_filter_context>(1);
   if (filter == nullptr || !usable(context)) return;
-  m.log.push_back(text(filter->context.filter_free_fn == calls::free_data ? "free %u" : "free too %u",
-                       calls::id_of(filter->context.filter_data)));
-  filter->context.filter_data = context->filter_data;
+  m.replace_data(*filter, *context);
 }
 
 void kel_is_policy_created(Model &m, const Arguments &a, Seen &seen) {

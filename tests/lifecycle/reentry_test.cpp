@@ -97,6 +97,19 @@ TEST_F(DeactivatingAll, AtTheEndOfATargetIsNotEndedByASecondDeletion) {
     EXPECT_EQ(targets_of(each), Handles{});
 }
 
+TEST_F(DeactivatingAll, AtTheEndOfATargetKeepsItsRecordOutOfTheTrees) {
+  uint32_t inserted = 1;
+  once_inside(data_of_action(permit),
+              [this, &inserted] { inserted = zar_avl_insert_target_client_db(db, at<zar_target>(interface)); });
+  drop_target(one, interface);
+  EXPECT_EQ(inserted, 0U);
+  EXPECT_EQ(zar_destroy_database(db), 0U) << "nothing that is gone stands in its trees";
+  for (const uint32_t each : {gold, silver, bronze, iron})
+    note(Kind::pmap, each);
+  for (const uint32_t each : {permit, drop})
+    note(Kind::action, each);
+}
+
 // ---- The end of policy-maps
 
 struct Ending : Lifecycle {

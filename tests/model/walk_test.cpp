@@ -1,7 +1,9 @@
 // Random walks over the whole interface beside the model.
 //
 //   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
+//   model_walk --reentry yes ...         clients whose functions call the library back; without rapidcheck's part
 //   model_walk --session SEED            one session, each call told before it is made
+//   model_walk --session SEED --shrink yes    the shortest calls of one that ends the process
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
 //
 // A part of the walk is rapidcheck's, which generates and shrinks. It makes some thousand steps a second; the bulk of the
@@ -9,6 +11,7 @@
 // rapidcheck's means.
 #include <rapidcheck.h>
 
+#include <sys/wait.h>
 #include <unistd.h>
 #include <chrono>
 #include <csignal>
@@ -18,6 +21,7 @@
 #include <string>
 
 #include "fuzz/walk.h"
+#include "tests/support/leaks.h"
 
 using fuzz::Options;
 using Calls = std::vector<calls::Call>;
@@ -47,27 +51,48 @@ namespace {
 struct Settings {
   uint64_t steps = 1000000;
   uint64_t seed = 20240229;
-  size_t calls = 400;
+  size_t calls = 0;  // of a session; 0: as many as suit the walk
   size_t cases = 1000;
   std::string trace = "both";
   std::string transcript;
   uint64_t session = 0;
+  bool reentry = false;
+  bool shrink = false;
 };
 
 uint64_t session_seed = 0;
 
 // A session that ends the process says at least which one it was.
-void on_signal(int signal) {
+void on_end() {
   char line[100];
   const int length =
-      std::snprintf(line, sizeof line, "signal %d in session %llu; see it with --session %llu\n", signal,
+      std::snprintf(line, sizeof line, "the end of session %llu; see it with --session %llu\n",
                     static_cast<unsigned long long>(session_seed), static_cast<unsigned long long>(session_seed));
   if (length > 0) (void)!write(STDERR_FILENO, line, static_cast<size_t>(length));
+}
+
+#ifdef RIG_LEAK_CHECK
+void watch_for_ends() {
+  __sanitizer_set_death_callback(on_end);
+}
+#else
+void on_signal(int signal) {
+  on_end();
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
 
+void watch_for_ends() {
+  for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
+    std::signal(signal, on_signal);
+}
+#endif
+
 // ---- Shrinking
+
+Calls calls_of(const Settings &settings, uint64_t seed) {
+  return settings.reentry ? fuzz::reentrant_calls(seed, settings.calls) : fuzz::random_calls(seed, settings.calls);
+}
 
 std::vector<uint8_t> simpler_bytes(uint8_t byte) {
   std::vector<uint8_t> simpler;
@@ -84,29 +109,58 @@ rc::Seq<calls::Call> simpler_calls(const calls::Call &call) {
       simpler.push_back(call);
       simpler.back().bytes[i] = byte;
     }
+  for (uint8_t place = 0; place < call.within; ++place) {
+    simpler.push_back(call);
+    simpler.back().within = place;
+  }
   return rc::seq::fromContainer(simpler);
 }
 
 // Fewer calls first, then simpler ones.
-Calls shrunk(const Calls &failing, const Options &options) {
+template <typename Fails>
+Calls shrunk(const Calls &failing, Fails fails) {
   const auto tree = rc::shrinkable::shrinkRecur(failing, [](const Calls &calls) {
     return rc::seq::concat(rc::shrink::removeChunks(calls), rc::shrink::eachElement(calls, simpler_calls));
   });
-  const auto least =
-      rc::shrinkable::findLocalMin(tree, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); });
-  return least.first;
+  return rc::shrinkable::findLocalMin(tree, fails).first;
+}
+
+// Whether the calls go wrong in a process of their own, whose end they may be.
+bool fails_in_a_child(const Calls &calls, Options options) {
+  std::fflush(stdout);
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool quiet = !options.tell_first;
+    if (quiet && std::freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
+    _exit(fuzz::run(calls, options).empty() ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status != 0;
 }
 
 int report(const Calls &failing, const Options &options, uint64_t seed) {
   std::printf("session %llu goes wrong: %s\n", static_cast<unsigned long long>(seed),
               fuzz::run(failing, options).c_str());
-  std::printf("the shortest calls that do so:\n%s", fuzz::told(shrunk(failing, options), options).c_str());
+  std::printf(
+      "the shortest calls that do so:\n%s",
+      fuzz::told(shrunk(failing, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); }), options)
+          .c_str());
+  return 1;
+}
+
+int report_in_children(const Calls &calls, Options options) {
+  const auto fails = [&](const Calls &fewer) { return fails_in_a_child(fewer, options); };
+  if (!fails(calls)) return 0;
+  const Calls least = shrunk(calls, fails);
+  options.tell_first = true;
+  fails_in_a_child(least, options);
   return 1;
 }
 
 // ---- The two parts of the walk
 
-bool rapidcheck_walk(const Settings &settings, const Options &options, uint64_t &steps) {
+bool rapidcheck_walk(const Settings &settings, const Options &options, fuzz::Steps &steps) {
   const std::string parameters = "seed=" + std::to_string(settings.seed) +
                                  " max_success=" + std::to_string(settings.cases) +
                                  " max_size=" + std::to_string(settings.calls);
@@ -118,12 +172,12 @@ bool rapidcheck_walk(const Settings &settings, const Options &options, uint64_t 
   });
 }
 
-int bulk_walk(const Settings &settings, Options options, uint64_t &steps) {
-  options.look_every = 4;
-  for (uint64_t i = 0; steps < settings.steps; ++i) {
+int bulk_walk(const Settings &settings, Options options, fuzz::Steps &steps) {
+  options.look_every = settings.reentry ? 1 : 4;
+  for (uint64_t i = 0; steps.all < settings.steps; ++i) {
     session_seed = settings.seed + i;
     options.trace = settings.trace == "on" || (settings.trace == "both" && i % 8 == 7);
-    const Calls calls = fuzz::random_calls(session_seed, settings.calls);
+    const Calls calls = calls_of(settings, session_seed);
     if (!fuzz::run(calls, options, &steps).empty()) {
       options.look_every = 1;
       return report(calls, options, session_seed);
@@ -133,12 +187,25 @@ int bulk_walk(const Settings &settings, Options options, uint64_t &steps) {
 }
 
 int one_session(const Settings &settings, Options options) {
-  options.tell_first = true;
   options.trace = settings.trace == "on";
-  const Calls calls = fuzz::random_calls(settings.session, settings.calls);
+  const Calls calls = calls_of(settings, settings.session);
+  if (settings.shrink) return report_in_children(calls, options);
+  options.tell_first = true;
   const std::string failure = fuzz::run(calls, options);
   std::printf("%s\n", failure.empty() ? "nothing goes wrong" : failure.c_str());
   return failure.empty() ? 0 : 1;
+}
+
+// A walk of which no call was made within others of each depth shows nothing.
+int report_depths(const fuzz::Steps &steps) {
+  std::printf("within functions of clients, one to three deep:");
+  bool all = true;
+  for (const uint64_t within : steps.within) {
+    std::printf(" %llu", static_cast<unsigned long long>(within));
+    all = all && within > 0;
+  }
+  std::printf("\n");
+  return all ? 0 : 1;
 }
 
 int walk(const Settings &settings) {
@@ -149,8 +216,8 @@ int walk(const Settings &settings) {
   if (settings.session != 0) return one_session(settings, options);
 
   const auto start = std::chrono::steady_clock::now();
-  uint64_t of_rapidcheck = 0;
-  uint64_t steps = 0;
+  fuzz::Steps of_rapidcheck;
+  fuzz::Steps steps;
   const bool telling = options.transcript == nullptr;
   if (telling && settings.cases > 0 && !rapidcheck_walk(settings, options, of_rapidcheck)) return 1;
   if (telling)
@@ -158,11 +225,11 @@ int walk(const Settings &settings) {
                 settings.trace.c_str());
   if (const int failed = bulk_walk(settings, options, steps)) return failed;
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  const uint64_t all = steps + of_rapidcheck;
+  const uint64_t all = steps.all + of_rapidcheck.all;
   std::fprintf(telling ? stdout : stderr, "%llu steps (%llu of rapidcheck) beside the model, %.0f a second\n",
-               static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck),
+               static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck.all),
                static_cast<double>(all) / seconds.count());
-  return 0;
+  return settings.reentry ? report_depths(steps) : 0;
 }
 
 }  // namespace
@@ -178,9 +245,13 @@ int main(int count, char **arguments) {
     if (name == "--cases") settings.cases = std::stoull(value);
     if (name == "--trace") settings.trace = value;
     if (name == "--transcript") settings.transcript = value;
+    if (name == "--reentry") settings.reentry = value == "yes";
+    if (name == "--shrink") settings.shrink = value == "yes";
     if (name == "--session") settings.session = std::stoull(value);
   }
-  for (int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS})
-    std::signal(signal, on_signal);
+  // Functions that call back have something to walk over while what a session begins with is there.
+  if (settings.reentry) settings.cases = 0;
+  if (settings.calls == 0) settings.calls = settings.reentry ? 500 : 400;
+  watch_for_ends();
   return walk(settings);
 }

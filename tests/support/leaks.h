@@ -13,6 +13,7 @@
 #endif
 
 #ifdef RIG_LEAK_CHECK
+#include <sanitizer/common_interface_defs.h>
 #include <sanitizer/lsan_interface.h>
 #endif
 

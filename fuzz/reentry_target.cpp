@@ -1,0 +1,19 @@
+// Any sequence of calls, beside the model, by clients whose functions call back: before each call a byte says in which of
+// the functions that the library calls it is made, if in any.
+#include <cstddef>
+#include <cstdint>
+
+#include "fuzz/target.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  constexpr uint8_t kPlaces = 5;
+  calls::Decoder decoder({data, size});
+  std::vector<calls::Call> made;
+  while (!decoder.done()) {
+    const uint8_t within = decoder.byte() % kPlaces;
+    made.push_back(decoder.call());
+    made.back().within = within;
+  }
+  fuzz::run_target({}, [&](fuzz::Session &session) { return session.steps(made); });
+  return 0;
+}
