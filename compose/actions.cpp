@@ -147,6 +147,7 @@ uint32_t zar_free_action(zar_action *action) {
   TRACE_INFO("(info): action:0x%x reference count:%d", action->handle, action->ref_count);
   if (action->ref_count != 0) return kYes;
 
+  retire(action->handle);
   if (action->action_free_fn) action->action_free_fn(action->action_data, nullptr);
   zar_handle_release(action->handle);
   TRACE_INFO("(info): action:0x%x chunk freed", action->handle);

@@ -1,6 +1,5 @@
 // Events in CONTROL policy-maps, and the rules under them.
 #include "compose/rules.h"
-#include "core/pool.h"
 
 using namespace zar;
 
@@ -47,14 +46,15 @@ zar_class_action *zar::find_rule(const zar_event_tuple &event, const zar_cmap *c
                                 [cmap](const zar_class_action &rule) { return rule.cmap == cmap; });
 }
 
-uint32_t zar::create_class_action_tuple(uint32_t cmap_handle, uint32_t exec_criteria, uint32_t *class_action_out) {
+uint32_t zar::create_class_action_tuple(uint32_t cmap_handle, uint32_t exec_criteria, uint32_t *class_action_out,
+                                        Pooled<zar_class_action> &rule) {
   static constexpr char kName[] = "create_class_action_tuple";
   auto *cmap = require<zar_cmap>(kName, cmap_handle);
   bool valid = valid_exec_criteria(kName, exec_criteria);
   if (!class_action_place_given(kName, class_action_out)) return kInvalidArgument;
   if (!cmap || !valid) return kInvalidArgument;
 
-  Pooled<zar_class_action> rule = class_actions.take();
+  rule = class_actions.take();
   if (!rule) {
     TRACE_ERROR("(ERR): %s: memory alloc for class action failed", kName);
     return kNoMemory;
@@ -67,13 +67,13 @@ uint32_t zar::create_class_action_tuple(uint32_t cmap_handle, uint32_t exec_crit
   rule->exec_criteria = exec_criteria == 0 ? kStopOnFailure : exec_criteria;
   rule->cmap = cmap;
   make_empty(rule->actions);
-  rule.keep();
   *class_action_out = handle.keep();
   TRACE_INFO("(info): %s: class-action tuple created, hdl:0x%x", kName, *class_action_out);
   return kSuccess;
 }
 
 void zar::zar_free_class_action(zar_class_action *class_action) {
+  retire(class_action->handle);
   while (zar_action *action = take_first<zar_action>(class_action->actions))
     zar_free_action(action);
   TRACE_INFO("(info): class-action:0x%x freed", class_action->handle);
@@ -87,10 +87,11 @@ uint32_t zar_add_class_to_event(uint32_t event_handle, uint32_t cmap, uint32_t e
   static constexpr char kName[] = "add_class_to_event";
   auto *event = require<zar_event_tuple>(kName, event_handle);
   if (!event) return kInvalidArgument;
-  if (uint32_t status = create_class_action_tuple(cmap, exec_criteria, class_action_out)) return status;
-  auto *rule = resolve<zar_class_action>(*class_action_out);
-  if (!rule) return kFailed;
+  Pooled<zar_class_action> made;
+  if (uint32_t status = create_class_action_tuple(cmap, exec_criteria, class_action_out, made)) return status;
+  if (!resolve<zar_class_action>(*class_action_out)) return kFailed;
 
+  zar_class_action *rule = made.keep();
   rule->class_num = static_cast<uint8_t>(class_num);
   insert_by_number(event->class_actions, rule, number_of, [=] {
     TRACE_INFO("(info): %s: class-action:0x%p adding to event:0x%x as first entry", kName, address(rule), event_handle);
@@ -128,7 +129,7 @@ uint32_t zar_add_event(uint32_t pmap_handle, uint32_t event_handle) {
 
 uint32_t zar_retrieve_event(uint32_t pmap_handle, const zar_event_context *context, uint32_t *event_out) {
   static constexpr char kName[] = "retrieve_event";
-  zar_pmap *pmap = require_control_pmap(kName, pmap_handle);
+  const zar_pmap *pmap = require_control_pmap(kName, pmap_handle);
   bool place_given = event_place_given(kName, event_out);
   if (!context) {
     TRACE_ERROR("(ERR): %s: Error: Event context input cannot be NULL", kName);
@@ -150,8 +151,8 @@ uint32_t zar_retrieve_event(uint32_t pmap_handle, const zar_event_context *conte
 uint32_t zar_retrieve_class_action(uint32_t pmap_handle, uint32_t event_handle, uint32_t cmap_handle,
                                    uint32_t *class_action_out) {
   static constexpr char kName[] = "retrieve_class_action";
-  auto *pmap = require<zar_pmap>(kName, pmap_handle);
-  auto *cmap = require<zar_cmap>(kName, cmap_handle);
+  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  const auto *cmap = require<zar_cmap>(kName, cmap_handle);
   if (!class_action_place_given(kName, class_action_out)) return kInvalidArgument;
   if (!pmap || !cmap) return kInvalidArgument;
   // A policy-map without events succeeds without an answer: the place keeps what it held.

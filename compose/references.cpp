@@ -69,7 +69,7 @@ void drop_from_pmap(zar_pmap &pmap, zar_pmap_cmap_ref *ref) {
   pmap_cmap_refs.give_back(ref);
 }
 
-void drop_from_cmap(zar_pmap *pmap, zar_cmap *cmap) {
+void drop_from_cmap(const zar_pmap *pmap, zar_cmap *cmap) {
   zar_cmap_pmap_ref *ref = find_pmap(*cmap, pmap);
   if (!ref) {
     TRACE_ERROR("(ERR): remove reference: pmap:0x%p not referred by cmap:0x%p", address(pmap), address(cmap));
@@ -105,5 +105,15 @@ void zar::zar_remove_references(zar_pmap *pmap, zar_cmap *cmap) {
     drop_from_cmap(pmap, cmap);
   } else {
     TRACE_INFO("(info): remove reference: no need to remove pmap:0x%p from cmap:0x%p", address(pmap), address(cmap));
+  }
+}
+
+void zar::drop_references(zar_pmap &pmap) {
+  while (auto *ref = take_first<zar_pmap_cmap_ref>(pmap.cmap_refs)) {
+    if (zar_cmap_pmap_ref *answer = find_pmap(*ref->cmap, &pmap)) {
+      unlink(ref->cmap->pmap_refs, answer);
+      cmap_pmap_refs.give_back(answer);
+    }
+    pmap_cmap_refs.give_back(ref);
   }
 }

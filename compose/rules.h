@@ -2,21 +2,27 @@
 #pragma once
 
 #include "core/checks.h"
+#include "core/pool.h"
 #include "core/queue.h"
 #include "zar/compose.h"
 
 namespace zar {
 
-// A class-action for the class-map, under no event yet and without a class number.
-uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32_t *class_action_out);
+// A class-action for the class-map, under no event yet and without a class number. 'rule' owns it until it is listed: one
+// whose new handle leads nowhere goes back.
+uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32_t *class_action_out,
+                                   Pooled<zar_class_action> &rule);
 
-// Frees a class-action with its handle, and drops one reference on each of its actions. NULL does nothing.
+// Frees a class-action with its handle, and drops one reference on each of its actions.
 void zar_free_class_action(zar_class_action *class_action);
 
 // Counts one more use of the class-map by the policy-map, linking the two when it is the first; counts one use less,
-// unlinking them when it was the last. Nothing is done when either is NULL, and failures are only traced.
+// unlinking them when it was the last. Nothing is done for a rule without a class-map, and failures are only traced.
 void zar_update_references(zar_pmap *pmap, zar_cmap *cmap);
 void zar_remove_references(zar_pmap *pmap, zar_cmap *cmap);
+
+// Unlinks what the policy-map still counts as used when it goes. Only an event that is being deleted leaves something.
+void drop_references(zar_pmap &pmap);
 
 // Whether the rule list of the policy-map holds events; otherwise it holds class-actions.
 inline bool is_control(const zar_pmap &pmap) {

@@ -38,8 +38,10 @@ bool has_events(const char *name, const zar_pmap &pmap) {
 // A rule of a policy-map without events: it gets no class number, may repeat a class-map, and counts no reference.
 uint32_t append_rule(zar_pmap &pmap, uint32_t cmap, uint32_t exec_criteria) {
   uint32_t handle = 0;
-  if (create_class_action_tuple(cmap, exec_criteria, &handle) != kSuccess) return kFailed;
-  append(pmap.rule_list, resolve<zar_class_action>(handle));
+  Pooled<zar_class_action> rule;
+  if (create_class_action_tuple(cmap, exec_criteria, &handle, rule) != kSuccess) return kFailed;
+  if (!resolve<zar_class_action>(handle)) return kFailed;
+  append(pmap.rule_list, rule.keep());
   return kSuccess;
 }
 
@@ -66,8 +68,8 @@ zar_class_action *stored_rule(uint32_t clid, const zar_map_info *policy, const z
   static constexpr char kName[] = "get_matching_class_action_tuple";
   StoredPair found;
   if (!look_up(clid, policy, class_info, found)) return nullptr;
-  zar_pmap *pmap = require_pmap_to_add_to(kName, found.pmap, event);
-  auto *cmap = require<zar_cmap>(kName, found.cmap);
+  const zar_pmap *pmap = require_pmap_to_add_to(kName, found.pmap, event);
+  const auto *cmap = require<zar_cmap>(kName, found.cmap);
   if (!pmap || !cmap || !is_control(*pmap)) return nullptr;
 
   uint32_t id = event->event_id;
@@ -99,12 +101,12 @@ uint32_t zar_add_class_to_stored_policy(uint32_t clid, const zar_map_info *polic
   TRACE_INFO("(info): %s: retrieved stored policy:0x%x, stored class:0x%x", kName, found.pmap, found.cmap);
 
   zar_pmap *pmap = require_pmap_to_add_to(kName, found.pmap, event);
-  auto *cmap = require<zar_cmap>(kName, found.cmap);
+  const auto *cmap = require<zar_cmap>(kName, found.cmap);
   bool valid = valid_exec_criteria(kName, exec_criteria);
   if (!pmap || !cmap || !valid) return kInvalidArgument;
   if (!is_control(*pmap)) return append_rule(*pmap, found.cmap, exec_criteria);
 
-  zar_event_tuple *tuple = find_or_add_event(kName, *pmap, *event, event_name);
+  const zar_event_tuple *tuple = find_or_add_event(kName, *pmap, *event, event_name);
   if (!tuple) return kFailed;
   if (find_rule(*tuple, cmap)) {
     TRACE_INFO("(info): %s: class:0x%x already present in pmap:0x%x", kName, found.cmap, found.pmap);
@@ -122,12 +124,12 @@ uint32_t zar_add_class_action_to_stored_policy(uint32_t clid, const zar_map_info
   static constexpr char kName[] = "add_class_to_stored_policy";
   uint32_t pmap_handle = 0;
   bool valid = zar_retrieve_policy(clid, policy, &pmap_handle) == kSuccess;
-  auto *cmap = require<zar_cmap>(kName, cmap_handle);
+  const auto *cmap = require<zar_cmap>(kName, cmap_handle);
   valid &= valid_exec_criteria(kName, exec_criteria);
   if (!cmap || !valid) return kInvalidArgument;
   TRACE_INFO("(info): %s: retrieved stored policy:0x%x", kName, pmap_handle);
 
-  zar_pmap *pmap = require_pmap_to_add_to(kName, pmap_handle, event);
+  const zar_pmap *pmap = require_pmap_to_add_to(kName, pmap_handle, event);
   valid = pmap && has_events(kName, *pmap);
   valid &= require_action(kName, action) != nullptr;
   if (!valid) return kInvalidArgument;

@@ -52,6 +52,7 @@ void reactivate(uint32_t index, uint32_t *clid_out) {
 bool grow_table() {
   TRACE_INFO("(info): Growing the ZAR clients data array");
   uint32_t capacity = zar_allowed_max_clients + kTableStep;
+  if (capacity == 0) return false;  // the numbers are used up
   zar_client_data **grown = allocate_table<zar_client_data>(capacity, kGrownTableTag);
   if (!grown) return false;
   for (uint32_t index = 0; index < zar_current_max_clients; ++index)

@@ -26,7 +26,13 @@ void drop(uint32_t handle) {
   count_one_less();
 }
 
-void *of_another_kind(uint32_t handle) {
+void *destroyed(uint32_t handle) {
+  TRACE_ERROR("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle);
+  return nullptr;
+}
+
+void *of_another_kind(uint32_t handle, Kind kind) {
+  if (kind == Kind::ending) return destroyed(handle);
   TRACE_ERROR("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", handle);
   return nullptr;
 }
@@ -39,7 +45,7 @@ bool is_map(Kind kind) {
 
 uint16_t zar_handle_table_init(void) {
   // The name is older than the sharing of the table by all kinds.
-  char name[] = "ZAR PMAP HANDLE IDs";
+  const char name[] = "ZAR PMAP HANDLE IDs";
   table_id = id_create_new_table(kSizing, kSizing, name, kTableTag);
   limit_units = 1;
   live_count = 0;
@@ -71,7 +77,7 @@ void *zar_handle_get_context(uint32_t handle) {
   void *record = id_to_ptr(handle, &status, table_id);
   if (status == kLive && record) [[likely]]
     return record;
-  if (status == kDeleted) TRACE_ERROR("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle);
+  if (status == kDeleted) destroyed(handle);
   if (status == kLive) {
     // A live id without a record is damage; ending the id makes it say so from now on.
     TRACE_ERROR("(ERR): ZAR Found NULL context with handle [0x%x]\n", handle);
@@ -104,7 +110,7 @@ void *resolve_as(uint32_t handle, Kind kind) {
   Kind known = kinds::of(handle);
   if (known == kind || known == Kind::none) [[likely]]
     return record;
-  return of_another_kind(handle);
+  return of_another_kind(handle, known);
 }
 
 void *resolve_as_any_map(uint32_t handle) {
@@ -112,7 +118,12 @@ void *resolve_as_any_map(uint32_t handle) {
   if (!record) return nullptr;
   Kind known = kinds::of(handle);
   if (is_map(known) || known == Kind::none) return record;
-  return of_another_kind(handle);
+  return of_another_kind(handle, known);
+}
+
+// A caller's own handle has no kind yet; where there is no room to remember one, it resolves until it is released.
+void retire(uint32_t handle) {
+  if (handle != 0) kinds::retire(handle);
 }
 
 }  // namespace zar

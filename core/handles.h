@@ -42,11 +42,9 @@ bool require_kind(const Record &record) {
   return resolve<Record>(record.handle) == &record;
 }
 
-// Whether 'handle' still names a record of this kind that the library issued it for. Traces nothing.
-template <class Record>
-bool is_live(uint32_t handle) {
-  return kinds::of(handle) == kKindOf<Record>;
-}
+// The record of 'handle' is about to be freed: from now on no operation resolves the handle, so that what runs while the
+// contents are freed finds no such record. The handle itself is released with the record.
+void retire(uint32_t handle);
 
 // A handle that goes back unless it is kept.
 class HeldHandle {

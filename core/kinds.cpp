@@ -78,8 +78,8 @@ void empty(Place place) {
 }  // namespace
 
 Kind of(uint32_t handle) {
-  const Cell &cell = *place_of(handle).cell;
-  return cell.handle == handle ? static_cast<Kind>(cell.kind) : Kind::none;
+  const Cell *cell = place_of(handle).cell;
+  return cell->handle == handle ? static_cast<Kind>(cell->kind) : Kind::none;
 }
 
 bool has_room() {
@@ -95,6 +95,14 @@ void remember(uint32_t handle, Kind kind) {
     ++used;
   }
   cell->kind = static_cast<uint8_t>(kind);
+}
+
+void retire(uint32_t handle) {
+  Cell &cell = *place_of(handle).cell;
+  if (cell.handle == handle)
+    cell.kind = static_cast<uint8_t>(Kind::ending);
+  else if (has_room())
+    remember(handle, Kind::ending);
 }
 
 void forget(uint32_t handle) {

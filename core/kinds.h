@@ -28,6 +28,7 @@ enum class Kind : uint8_t {
   policy_context,
   pmtr_map,
   orphan,  // a handle that outlived its record: no operation may resolve it
+  ending,  // of a record whose contents are being freed: no operation may resolve it any more
 };
 
 // Which kind the handles of 'Record' have.
@@ -59,6 +60,8 @@ Kind of(uint32_t handle);
 bool has_room();
 // Remembers 'handle' as 'kind', whatever was remembered before; Kind::none forgets it.
 void remember(uint32_t handle, Kind kind);
+// Remembers 'handle' as one of a record that ends. Where there is no room for one that was not remembered, nothing is.
+void retire(uint32_t handle);
 void forget(uint32_t handle);
 void forget_all();
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/debug/ledger.h"
+#include "core/under_way.h"
 #include "platform/runtime.h"
 #include "zar/core.h"
 
@@ -48,6 +49,7 @@ class Pool {
   }
 
   uint32_t give_back(Record *record) {
+    note_freed(record);
     debug::note_given_back(record);
     return chunk_free(pool_, record);
   }

@@ -1,76 +1,109 @@
 // Platform queues as typed lists.
 #pragma once
 
+#include "core/under_way.h"
 #include "platform/runtime.h"
 
 namespace zar {
 
-// The elements of a queue in order. The walk has fetched the next element before it gives one out, so the element at hand
-// may be taken out and freed; no other may.
+// The elements of a queue in order. Whatever happens to the queue meanwhile, none that was taken out is given, and each
+// that stays is given once.
 template <class Record>
 class Elements {
  public:
-  explicit Elements(const queue_head &queue) : queue_(queue) {}
+  explicit Elements(const queue_head &queue) : walk_(queue) {}
+
+  // Whether the element at hand was not taken out since it was given.
+  bool stays() const { return walk_.stays(); }
 
   class Iterator {
    public:
-    explicit Iterator(const queue_head &queue)
-        : queue_(&queue), current_(fetch()), upcoming_(current_ ? fetch() : nullptr) {}
-    Record &operator*() const { return *current_; }
+    explicit Iterator(QueueWalk &walk) : walk_(&walk), current_(walk.next()) {}
+    Record &operator*() const { return *static_cast<Record *>(current_); }
     Iterator &operator++() {
-      current_ = upcoming_;
-      upcoming_ = current_ ? fetch() : nullptr;
+      current_ = walk_->next();
       return *this;
     }
     bool operator!=(decltype(nullptr)) const { return current_ != nullptr; }
 
    private:
-    Record *fetch() { return static_cast<Record *>(queue_get_next(queue_, &cursor_)); }
-
-    const queue_head *queue_;
-    queue_cursor cursor_{};
-    Record *current_;
-    Record *upcoming_;
+    QueueWalk *walk_;
+    void *current_;
   };
 
-  Iterator begin() const { return Iterator(queue_); }
+  Iterator begin() { return Iterator(walk_); }
   decltype(nullptr) end() const { return nullptr; }
 
  private:
-  const queue_head &queue_;
+  QueueWalk walk_;
 };
 
 inline void make_empty(queue_head &queue) {
   queue_init(&queue, 0);
 }
 
+// The first place of 'element', or the number of elements when it has none.
+inline int32_t place_of(const queue_head &queue, const void *element) {
+  const auto count = static_cast<int32_t>(queue.count);
+  queue_cursor cursor{};
+  int32_t place = 0;
+  while (place < count && queue_get_next(&queue, &cursor) != element)
+    ++place;
+  return place;
+}
+
+inline void note_insertion(const queue_head &queue, int32_t place) {
+  QueueWalk::for_each([&queue, place](QueueWalk &walk) {
+    if (walk.is_over(queue)) walk.note_insertion(place);
+  });
+}
+inline void note_removal(const queue_head &queue, int32_t place) {
+  QueueWalk::for_each([&queue, place](QueueWalk &walk) {
+    if (walk.is_over(queue)) walk.note_removal(place);
+  });
+}
+
+// No walk goes on to what is put behind the last element.
 template <class Record>
 void append(queue_head &queue, Record *element) {
   queue_enqueue(&queue, element);
 }
 template <class Record>
 void prepend(queue_head &queue, Record *element) {
+  const uint32_t count = queue.count;
   queue_requeue(&queue, element);
+  if (queue.count != count) note_insertion(queue, 0);
 }
 template <class Record>
 void insert_after(queue_head &queue, Record *predecessor, Record *element) {
+  const uint32_t count = queue.count;
   queue_insqueue(&queue, element, predecessor);
+  if (queue.count != count && is_walked(queue)) [[unlikely]]
+    note_insertion(queue, place_of(queue, predecessor) + 1);
 }
+// Takes out the first place of the element; one that has none is left alone.
 template <class Record>
 void unlink(queue_head &queue, Record *element) {
+  if (!is_walked(queue)) [[likely]]
+    return queue_unqueue(&queue, element);
+  const int32_t place = place_of(queue, element);
   queue_unqueue(&queue, element);
+  note_removal(queue, place);
 }
 // The head, taken off the queue, or NULL.
 template <class Record>
 Record *take_first(queue_head &queue) {
-  return static_cast<Record *>(queue_dequeue(&queue));
+  void *head = queue_dequeue(&queue);
+  if (head) note_removal(queue, 0);
+  return static_cast<Record *>(head);
 }
 
-// The element that 'wanted' accepts first, or NULL.
+// The element that 'wanted' accepts first, or NULL. One that 'wanted' takes out is not given.
 template <class Record, class Wanted>
 Record *find(const queue_head &queue, Wanted wanted) {
-  for (Record &element : Elements<Record>(queue))
-    if (wanted(element)) return &element;
+  Elements<Record> elements(queue);
+  for (Record &element : elements)
+    if (wanted(element) && elements.stays()) return &element;
   return nullptr;
 }
 template <class Record>
@@ -80,10 +113,6 @@ Record *find_handle(const queue_head &queue, uint32_t handle) {
 template <class Record>
 Record *first(const queue_head &queue) {
   return find<Record>(queue, [](const Record &) { return true; });
-}
-template <class Record>
-Record *element_at(const queue_head &queue, uint32_t position) {
-  return find<Record>(queue, [&position](const Record &) { return position-- == 0; });
 }
 
 // The element that follows the first one with 'handle'.
@@ -103,18 +132,6 @@ Successor<Record> find_with_next(const queue_head &queue, Wanted wanted) {
     if (wanted(element)) result.current = &element;
   }
   return result;
-}
-
-// Hands the elements that stand in the queue to 'visit', head first. 'visit' may change the queue in any way: take out
-// the element that it is given, take out others, append new ones. What it leaves is passed over.
-template <class Record, class Visit>
-void drain(queue_head &queue, Visit visit) {
-  uint32_t left_behind = 0;
-  for (uint32_t visits = queue.count; visits > 0 && left_behind < queue.count; --visits) {
-    Record *element = element_at<Record>(queue, left_behind);
-    visit(*element);
-    if (element_at<Record>(queue, left_behind) == element) ++left_behind;
-  }
 }
 
 // Where an element was put by an insert.
@@ -143,19 +160,19 @@ Place insert_by_number(queue_head &queue, Record *element, NumberOf number_of, A
 template <class Record, class AnnounceFirst>
 Place insert_before_handle(queue_head &queue, Record *element, uint32_t reference, AnnounceFirst announce_first) {
   Record *predecessor = nullptr;
-  for (Record &other : Elements<Record>(queue)) {
-    if (other.handle == reference) {
-      if (predecessor) {
-        insert_after(queue, predecessor, element);
-        return Place::later;
-      }
-      announce_first();
-      prepend(queue, element);
-      return Place::first;
-    }
+  const Record *found = find<Record>(queue, [&predecessor, reference](Record &other) {
+    if (other.handle == reference) return true;
     predecessor = &other;
+    return false;
+  });
+  if (!found) return Place::nowhere;
+  if (predecessor) {
+    insert_after(queue, predecessor, element);
+    return Place::later;
   }
-  return Place::nowhere;
+  announce_first();
+  prepend(queue, element);
+  return Place::first;
 }
 
 // Puts 'element' right after the first element with the handle 'reference'.

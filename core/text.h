@@ -47,9 +47,7 @@ class OwnedText {
  public:
   OwnedText() = default;
   explicit OwnedText(char *text) : text_(text) {}
-  ~OwnedText() {
-    if (text_) bfree_named(text_);
-  }
+  ~OwnedText() { give_back(); }
 
   static OwnedText copy_of(const char *text, uint32_t tag) { return OwnedText(bstrdup_named(text, tag)); }
   // Room for 'size' bytes, zeroed.
@@ -60,6 +58,9 @@ class OwnedText {
   explicit operator bool() const { return text_ != nullptr; }
   char *get() const { return text_; }
   char *keep() { return std::exchange(text_, nullptr); }
+  void give_back() {
+    if (text_) bfree_named(keep());
+  }
 
  private:
   char *text_ = nullptr;

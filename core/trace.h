@@ -38,10 +38,13 @@ inline const char *or_null(const char *text) {
 
 }  // namespace zar
 
-#define TRACE_AT(level, ...)                               \
-  do {                                                     \
-    if (::zar::traced(level)) [[unlikely]]                 \
-      btrace_wrapper(kel_trace_id, level, 0, __VA_ARGS__); \
+#define TRACE_AT(level, ...)               \
+  do {                                     \
+    if (::zar::traced(level)) [[unlikely]] \
+      SEND_AT(level, __VA_ARGS__);         \
   } while (false)
+// For a message whose level was tested just before.
+#define SEND_AT(level, ...) btrace_wrapper(kel_trace_id, level, 0, __VA_ARGS__)
 #define TRACE_ERROR(...) TRACE_AT(::zar::kTraceError, __VA_ARGS__)
 #define TRACE_INFO(...) TRACE_AT(::zar::kTraceInfo, __VA_ARGS__)
+#define SEND_INFO(...) SEND_AT(::zar::kTraceInfo, __VA_ARGS__)

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/kinds.h"
 #include "core/status.h"
 #include "core/trace.h"
 #include "core/tree.h"
@@ -72,15 +73,15 @@ uint32_t compare_tree_length(const char *nascent, const char *tree) {
   return order == kEqual && nascent_length < tree_length ? kBefore : order;
 }
 
-// Out of the way of the comparisons, which nearly always go untraced.
+// Out of the way of the comparisons, which nearly always go untraced. The level was tested for the first message.
 template <class Tree>
 [[gnu::noinline, gnu::cold]] void trace_keys(const typename Tree::Record *nascent, const typename Tree::Record *tree) {
-  TRACE_INFO(Tree::kCompare, address(nascent), address(tree));
+  SEND_INFO(Tree::kCompare, address(nascent), address(tree));
   if (nascent && tree) TRACE_INFO(Tree::kCompareKeys, or_null(nascent->hash_str), or_null(tree->hash_str));
 }
 
-// Two messages stand in each comparison of two records. They are wanted or not together, so that a comparison that nobody
-// traces tests the level once.
+// Two messages stand in each comparison of two records. A comparison that nobody traces tests the level for the first one
+// alone.
 template <class Tree>
 uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
   const auto *nascent = tree::record_of<typename Tree::Record>(nascent_node);
@@ -93,7 +94,7 @@ uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
 }
 
 [[gnu::noinline, gnu::cold]] void trace_targets(const zar_target *nascent, const zar_target *tree) {
-  TRACE_INFO("(info): Target avl comp, nas:0x%p, tree:0x%p", address(nascent), address(tree));
+  SEND_INFO("(info): Target avl comp, nas:0x%p, tree:0x%p", address(nascent), address(tree));
   if (!nascent || !tree) return;
   TRACE_INFO("(info): Target avl comp, nas val:0x%x, tree val:0x%x", nascent->handle, tree->handle);
   if (nascent->handle == tree->handle) TRACE_INFO("(info): Target avl comp, values matched");
@@ -210,7 +211,9 @@ uint32_t insert(zar_db *database, Record *record) {
     TRACE_ERROR(Tree::kInsertError, address(record), address(database));
     return kNo;
   }
-  if (tree::insert(*tree, record)) return kYes;
+  // A record that is about to go must not be found again.
+  const bool stays = kinds::of(record->handle) != Kind::ending;
+  if (stays && tree::insert(*tree, record)) return kYes;
   TRACE_ERROR(Tree::kInsertFailed, Tree::key(*record));
   return kNo;
 }
@@ -264,7 +267,7 @@ uint32_t get_first(zar_db *database, Record **first_out) {
     TRACE_ERROR(Tree::kFirstError, address(first_out), address(database));
     return kNo;
   }
-  *first_out = tree::first<Record>(*tree);
+  tree::first(*tree, first_out);
   if (!*first_out) TRACE_INFO(Tree::kNoFirst);
   return kYes;
 }
@@ -276,7 +279,7 @@ uint32_t get_next(zar_db *database, Record *current, Record **next_out) {
     TRACE_ERROR(Tree::kNextError, address(current), address(database), address(next_out));
     return kNo;
   }
-  *next_out = tree::after(*tree, current);
+  tree::after(*tree, current, next_out);
   if (!*next_out) TRACE_INFO(Tree::kNoNext);
   return kYes;
 }
@@ -298,7 +301,8 @@ template <class Record>
 bool contains(avl_tree &tree, const Record *record) {
   if (tree::find(tree, record) == record) [[likely]]
     return true;
-  for (Record *other = tree::first<Record>(tree); other; other = tree::after(tree, other))
+  Record *other = nullptr;
+  for (tree::first(tree, &other); other; tree::after(tree, other, &other))
     if (other == record) return true;
   return false;
 }

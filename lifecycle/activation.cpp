@@ -30,8 +30,8 @@ struct ActivePolicyPlaces {
 };
 
 void deactivate_everywhere(zar_pmap &pmap) {
-  drain<zar_pmap_target_ref>(pmap.target_refs,
-                             [&pmap](zar_pmap_target_ref &ref) { disassociate_target_and_policy(&pmap, ref.target); });
+  for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs))
+    disassociate_target_and_policy(&pmap, ref.target);
 }
 
 }  // namespace
@@ -86,9 +86,8 @@ uint32_t zar_deactivate_any_policy_for_target(uint32_t clid, uint32_t target_han
   if (!target || !valid) return kInvalidArgument;
 
   bool all_deactivated = true;
-  drain<zar_target_pmap>(target->active_pmaps, [target, &all_deactivated](zar_target_pmap &link) {
+  for (const zar_target_pmap &link : Elements<zar_target_pmap>(target->active_pmaps))
     all_deactivated &= disassociate_target_and_policy(link.pmap, target) != kNo;
-  });
   if (!all_deactivated) return kFailed;
   TRACE_INFO("(info): %s: success, deactivated all policies on target", kName);
   return kSuccess;
@@ -128,10 +127,11 @@ uint32_t zar_retrieve_policy_from_target(uint32_t clid, uint32_t target_handle, 
 
   const auto *link = find<zar_target_pmap>(
       target->active_pmaps, [sought](const zar_target_pmap &other) { return other.pmap->handle == sought; });
-  *pmap_out = link ? sought : 0;
   if (link) {
     TRACE_INFO("(info): %s: success, retrieved policy:%s on target", kName, info->map_name);
+    *pmap_out = sought;
   } else {
+    *pmap_out = 0;
     TRACE_INFO("(info): %s: success, no such policy:%s active on target", kName, info->map_name);
   }
   return kSuccess;
@@ -140,7 +140,7 @@ uint32_t zar_retrieve_policy_from_target(uint32_t clid, uint32_t target_handle, 
 uint32_t zar_get_first_active_policy_on_target(uint32_t target_handle, uint32_t *domain_type_out,
                                                uint32_t *reserved_out, uint32_t *pmap_out) {
   static constexpr char kName[] = "get_first_active_policy_on_target";
-  zar_target *target = require_whole_target(kName, target_handle);
+  const zar_target *target = require_whole_target(kName, target_handle);
   bool place_given = pmap_place_given(kName, pmap_out);
   if (!target || !place_given) return kInvalidArgument;
 

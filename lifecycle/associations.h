@@ -12,11 +12,12 @@
 namespace zar {
 
 // Links the pair, has the engine make its instance and tells the action handlers. 0, 37 when the engine refuses, 38 when
-// memory runs out, 39 when a record is missing or the target has lost its information; the pair is unlinked unless 0.
+// memory runs out; the pair is unlinked unless 0. The target has its information: the caller has checked that.
 uint32_t associate_target_and_policy(uint32_t clid, zar_target *target, zar_pmap *pmap);
 
 // Unlinks the pair, has the engine delete its instance and tells the action handlers; 1 when the instance was found and
-// deleted. The pair is unlinked whatever the engine says, also when it was linked only one way.
+// deleted. The pair is unlinked whatever the engine says, also when it was linked only one way. A target that has lost
+// its information is refused, traced and left linked.
 uint32_t disassociate_target_and_policy(zar_pmap *pmap, zar_target *target);
 
 // The same for records that are about to go: a target that has lost its information, which the routine above refuses, is

@@ -48,12 +48,14 @@ uint32_t zar_delete_event(uint32_t event_handle) {
   auto *event = require<zar_event_tuple>(kName, event_handle);
   if (!event) return kInvalidArgument;
 
-  free_event_context(event->event_context);
-  zar_pmap *pmap = event->pmap;
+  // The actions' free functions run while the rules are freed: for them there is no such event any more.
+  retire(event_handle);
+  free_event_context(std::exchange(event->event_context, nullptr));
+  const Watched<zar_pmap> pmap(event->pmap);
   if (pmap) unlink(pmap->rule_list, event);
   while (zar_class_action *rule = take_first<zar_class_action>(event->class_actions)) {
     TRACE_INFO("(info): %s: Removing class-action tuple:0x%x", kName, rule->handle);
-    if (pmap) zar_remove_references(pmap, rule->cmap);
+    if (pmap) zar_remove_references(pmap.get(), rule->cmap);
     zar_free_class_action(rule);
   }
   zar_handle_release(event_handle);

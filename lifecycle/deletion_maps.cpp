@@ -4,6 +4,7 @@
 #include "core/names.h"
 #include "core/pool.h"
 #include "core/text.h"
+#include "core/tree.h"
 #include "core/trees.h"
 #include "lifecycle/associations.h"
 #include "objects/leaves.h"
@@ -41,27 +42,31 @@ void delete_rules(const char *name, zar_pmap &pmap) {
 }
 
 void part_from_targets(zar_pmap &pmap) {
-  drain<zar_pmap_target_ref>(pmap.target_refs, [&pmap](zar_pmap_target_ref &ref) { part_for_good(&pmap, ref.target); });
+  for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs))
+    part_for_good(&pmap, ref.target);
 }
 
 // Takes a policy-map that is out of its tree off its targets and tells the client of each. The callback may do anything,
-// the deletion of other targets and of this policy-map included.
+// the deletion of targets and of this policy-map included.
 void take_off_targets(uint32_t clid, zar_pmap &pmap) {
   const zar_client_data &client = *client_entry(clid);
   const uint32_t pmap_handle = pmap.handle;
-  uint32_t visits = pmap.target_refs.count;
-  for (; visits > 0 && is_live<zar_pmap>(pmap_handle); --visits) {
-    const auto *ref = first<zar_pmap_target_ref>(pmap.target_refs);
-    if (!ref) return;
-    uint32_t target_handle = ref->target->handle;
-    part_for_good(&pmap, ref->target);
+  for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs)) {
+    uint32_t target_handle = ref.target->handle;
+    part_for_good(&pmap, ref.target);
     if (client.removal_vector) client.removal_vector(target_handle, pmap_handle);
   }
 }
 
+// The callback may have stored the policy-map again, in whatever tree.
 uint32_t delete_unlinked(uint32_t clid, zar_pmap &pmap) {
   uint32_t handle = pmap.handle;
+  const Watched<zar_pmap> watched(&pmap);
   take_off_targets(clid, pmap);
+  if (avl_tree *tree = watched.entered()) {
+    zar_pmap *removed = nullptr;
+    tree::remove(*tree, &pmap, &removed);
+  }
   return zar_delete_policy(handle);
 }
 
@@ -78,6 +83,7 @@ void empty_builtin(uint32_t handle) {
 }
 
 void free_policy(zar_pmap &pmap) {
+  drop_references(pmap);
   zar_handle_release(pmap.handle);
   sdb_remove_block(pmap.name, kPmapNameTag);
   sdb_remove_block(pmap.domain, kPmapDomainTag);
@@ -97,6 +103,7 @@ bool cmap_is_referenced(const zar_cmap &cmap, const char *name) {
 }
 
 void free_class(zar_cmap &cmap, const char *name) {
+  retire(cmap.handle);
   while (zar_filter *filter = take_first<zar_filter>(cmap.filters)) {
     TRACE_INFO("(info): %s: Freeing filter:0x%x", name, filter->handle);
     zar_free_filter(filter);
@@ -123,6 +130,7 @@ uint32_t zar_delete_policy(uint32_t pmap_handle) {
   auto *pmap = require<zar_pmap>(kName, pmap_handle);
   if (!pmap) return kInvalidArgument;
 
+  retire(pmap_handle);
   // The events go first: the handlers of their actions are not told of the deactivations that follow.
   delete_rules(kName, *pmap);
   part_from_targets(*pmap);

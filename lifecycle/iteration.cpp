@@ -119,12 +119,13 @@ struct NextFilterText {
 template <class Element, class Text>
 uint32_t give_next(const queue_head &queue, uint32_t container, uint32_t current, uint32_t *handle_out) {
   auto found = find_with_next<Element>(queue, [current](const Element &element) { return element.handle == current; });
-  *handle_out = found.next ? found.next->handle : 0;
   if (!found.current) {
     TRACE_INFO(Text::kGone, Text::kName, current, container);
+    *handle_out = 0;
     return kSuccess;
   }
   Text::trace_cursor(current, container);
+  *handle_out = found.next ? found.next->handle : 0;
   if (found.next) {
     Text::trace_found(*handle_out, current, container);
   } else {
@@ -204,7 +205,7 @@ uint32_t zar_get_event_class(uint32_t clid, uint32_t pmap_handle, uint32_t *even
 uint32_t zar_get_next_event_class(uint32_t clid, uint32_t pmap_handle, uint32_t current, uint32_t *event_out) {
   const char *name = NextEventText::kName;
   bool valid = valid_clid(name, clid);
-  auto *pmap = require<zar_pmap>(name, pmap_handle);
+  const auto *pmap = require<zar_pmap>(name, pmap_handle);
   if (!current_event_given(name, current)) return kInvalidArgument;
   valid &= event_place_given(name, event_out);
   if (!pmap || !valid) return kInvalidArgument;
@@ -268,7 +269,7 @@ uint32_t zar_get_action(uint32_t clid, uint32_t class_action, uint32_t *action_o
 uint32_t zar_get_next_action(uint32_t clid, uint32_t class_action, uint32_t current, uint32_t *action_out) {
   const char *name = NextActionText::kName;
   bool valid = valid_clid(name, clid);
-  auto *rule = require<zar_class_action>(name, class_action);
+  const auto *rule = require<zar_class_action>(name, class_action);
   valid &= current_action_given(name, current);
   valid &= action_place_given(name, action_out);
   if (!rule || !valid) return kInvalidArgument;
@@ -293,7 +294,7 @@ uint32_t zar_get_filter(uint32_t clid, uint32_t cmap_handle, uint32_t *filter_ou
 uint32_t zar_get_next_filter(uint32_t clid, uint32_t cmap_handle, uint32_t current, uint32_t *filter_out) {
   const char *name = NextFilterText::kName;
   bool valid = valid_clid(name, clid);
-  auto *cmap = require<zar_cmap>(name, cmap_handle);
+  const auto *cmap = require<zar_cmap>(name, cmap_handle);
   valid &= current_filter_given(name, current);
   valid &= filter_place_given(name, filter_out);
   if (!cmap || !valid) return kInvalidArgument;

@@ -57,7 +57,8 @@ bool free_policy_context(const zar_target &target) {
 }
 
 void part_from_policies(zar_target &target) {
-  drain<zar_target_pmap>(target.active_pmaps, [&target](zar_target_pmap &link) { part_for_good(link.pmap, &target); });
+  for (const zar_target_pmap &link : Elements<zar_target_pmap>(target.active_pmaps))
+    part_for_good(link.pmap, &target);
 }
 
 // Activates the first policy-map on a new target and enters the target into its database; a failure undoes the activation.
@@ -169,8 +170,9 @@ uint32_t zar_remove_target(uint32_t clid, uint32_t target_handle, zar_target_inf
 uint32_t zar_delete_target(uint32_t target_handle) {
   static constexpr char kName[] = "delete_target";
   zar_target *target = require_whole_target(kName, target_handle);
-  if (!target) return kInvalidArgument;
+  if (!target || is_ending(target)) return kInvalidArgument;
 
+  const Ending ending(target);
   part_from_policies(*target);
   zar_handle_release(target_handle);
   // A handler that was told of a deactivation may have activated a policy anew; without a handle that is over.

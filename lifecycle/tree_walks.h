@@ -28,14 +28,14 @@ uint32_t first_map(uint32_t clid, uint32_t *handle_out) {
   zar_db *database = database_of(clid, Walk::kFirst);
   if (!database) return kFailed;
 
-  *handle_out = 0;
   typename Walk::Record *record = nullptr;
   if (!Walk::get_first(database, &record)) {
+    *handle_out = 0;
     TRACE_ERROR(Walk::kFirstFailed);
     return kTreeFailed;
   }
+  *handle_out = record ? record->handle : 0;
   if (record) {
-    *handle_out = record->handle;
     TRACE_INFO(Walk::kFirstFound, Walk::kFirst, *handle_out);
   } else {
     TRACE_INFO(Walk::kNoFirst, Walk::kFirst);
@@ -49,14 +49,14 @@ uint32_t map_after(uint32_t clid, typename Walk::Record *current, uint32_t *hand
   zar_db *database = database_of(clid, Walk::kNext);
   if (!database) return kFailed;
 
-  *handle_out = 0;
   typename Walk::Record *record = nullptr;
   if (!Walk::get_next(database, current, &record)) {
+    *handle_out = 0;
     TRACE_ERROR(Walk::kNextFailed);
     return kTreeFailed;
   }
+  *handle_out = record ? record->handle : 0;
   if (record) {
-    *handle_out = record->handle;
     TRACE_INFO(Walk::kNextFound, Walk::kNext, *handle_out);
   } else {
     TRACE_INFO(Walk::kNoNext, Walk::kNext);

@@ -93,15 +93,16 @@ bool intern_event_name(HeldText &held, zar_event_context &context, const char *n
   return false;
 }
 
+// A failure gives back the handle, then the tuple, then its context.
 uint32_t make_event(const zar_event_context &wanted, const char *name, uint32_t *event_out) {
   event_tuples.ready();
   event_contexts.ready();
+  Pooled<zar_event_context> context;
   Pooled<zar_event_tuple> tuple = event_tuples.take_if_ready();
   if (!tuple) {
     TRACE_ERROR("(ERR): create_event: memory alloc for event tuple failed");
     return kNoMemory;
   }
-  Pooled<zar_event_context> context;
   HeldHandle handle;
   if (!handle.issue(tuple.get())) {
     TRACE_ERROR("(ERR): create_event: Could not create id for event tuple");
@@ -184,6 +185,7 @@ zar_filter *zar::require_filter(const char *name, uint32_t handle) {
 
 void zar::zar_free_filter(zar_filter *filter) {
   uint32_t handle = filter->handle;
+  retire(handle);
   if (filter->filter_free_fn) filter->filter_free_fn(filter->filter_data, nullptr);
   zar_handle_release(handle);
   filters.give_back(filter);

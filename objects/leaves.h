@@ -20,7 +20,7 @@ zar_filter *require_filter(const char *name, uint32_t handle);
 // The tag under which event names are interned and given back.
 constexpr uint32_t kEventNameTag = 0x3e0003d;
 
-// Frees a filter with its data, handle and record. NULL does nothing.
+// Frees a filter with its data, handle and record.
 void zar_free_filter(zar_filter *filter);
 
 }  // namespace zar

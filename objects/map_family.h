@@ -52,9 +52,10 @@ class MapDraft {
   HeldHandle handle_;
 };
 
-// Makes a map of checked arguments. 'fill' sets what only this kind has, once the record carries its handle and texts.
-template <class Kind, class Fill>
-uint32_t create_map(uint32_t clid, const zar_map_info &info, uint32_t *handle_out, Fill fill) {
+// Makes a map of checked arguments. 'fill' and 'complete' set what only this kind has, once the record carries its handle
+// and texts: before the name key is made, and after it.
+template <class Kind, class Fill, class Complete>
+uint32_t create_map(uint32_t clid, const zar_map_info &info, uint32_t *handle_out, Fill fill, Complete complete) {
   MapDraft<typename Kind::Record> draft(Kind::pool());
   if (!draft) {
     Kind::trace_no_record(clid, info);
@@ -79,6 +80,7 @@ uint32_t create_map(uint32_t clid, const zar_map_info &info, uint32_t *handle_ou
     TRACE_ERROR(Kind::kNoKey, clid, info.map_name);
     return kFailed;
   }
+  complete(*draft);
   *handle_out = draft.finish();
   TRACE_INFO(Kind::kCreated, *handle_out);
   return kSuccess;
@@ -130,11 +132,12 @@ uint32_t retrieve_map(uint32_t clid, const zar_map_info *info, uint32_t *handle_
     TRACE_INFO(Kind::kSearchFailed, clid, info->map_name);
     return kTreeFailed;
   }
-  *handle_out = found ? found->handle : 0;
   if (found) {
+    *handle_out = found->handle;
     TRACE_INFO(Kind::kRetrieved, key.text());
   } else {
     TRACE_INFO(Kind::kNoMatch, clid, info->map_name);
+    *handle_out = 0;
   }
   return kSuccess;
 }

@@ -122,7 +122,8 @@ uint32_t zar_create_policy(uint32_t clid, const zar_map_info *info, uint32_t *pm
   valid &= zar_verify_map_info(info, kName) == kSuccess;
   if (!valid) return kInvalidArgument;
 
-  return create_map<PolicyMaps>(clid, *info, pmap_out, [info](zar_pmap &pmap) {
+  auto fill = [](zar_pmap &) {};
+  return create_map<PolicyMaps>(clid, *info, pmap_out, fill, [info](zar_pmap &pmap) {
     pmap.hidden = zar_is_autoconf_policy(info->map_name);
     make_empty(pmap.cmap_refs);
     make_empty(pmap.target_refs);
@@ -138,8 +139,8 @@ uint32_t zar_create_class(uint32_t clid, const zar_map_info *info, uint32_t matc
   valid &= valid_match_criteria(kName, clid, match_criteria);
   if (!valid) return kInvalidArgument;
 
-  return create_map<ClassMaps>(clid, *info, cmap_out, [info, match_criteria](zar_cmap &cmap) {
-    cmap.match_criteria = match_criteria;
+  auto fill = [match_criteria](zar_cmap &cmap) { cmap.match_criteria = match_criteria; };
+  return create_map<ClassMaps>(clid, *info, cmap_out, fill, [info](zar_cmap &cmap) {
     cmap.hidden = info->hidden == 1;
     make_empty(cmap.pmap_refs);
     make_empty(cmap.filters);

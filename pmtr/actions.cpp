@@ -78,7 +78,7 @@ uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8
 
 uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, uint32_t action_handle) {
   static constexpr char kName[] = "add_action_to_pmtr_map_rule";
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   zar_action *action = require_action(kName, action_handle);
   if (!action) return kInvalidArgument;
@@ -104,7 +104,7 @@ uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, 
 
 uint32_t zar_remove_action_from_pmtr_stmt_action(uint32_t pmtr_map, uint32_t map_index, uint32_t action_handle) {
   static constexpr char kName[] = "remove_action_from_pmtr_stmt_action";
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
   if (!statement) return kInvalidArgument;
@@ -119,7 +119,7 @@ uint32_t zar_retrieve_action_num_in_pmtr_stmt_action(uint32_t pmtr_map, uint32_t
                                                      uint32_t *action_out) {
   static constexpr char kName[] = "retrieve_action_num_in_pmtr_stmt_action";
   if (!action_place_given(kName, action_out)) return kInvalidArgument;
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   *action_out = 0;
   const zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
@@ -166,25 +166,26 @@ uint32_t zar_pmtr_get_next_action_index(uint32_t clid, uint32_t pmtr_map, uint32
   static constexpr char kName[] = "get_next_pmtr_map_action";
   const zar_pmtr_map *map = nullptr;
   if (Status status = may_walk_actions(kName, clid, pmtr_map, action_out, map)) return status;
-  *action_out = 0;
   const zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
   if (!statement) {
+    *action_out = 0;
     trace_no_statement();
     return kNothingFound;
   }
   auto found = find_with_next<zar_action>(statement->action_queue,
                                           [current](const zar_action &action) { return action.handle == current; });
   if (!found.current) {
+    *action_out = 0;
     // What is printed is the search's result, which is nothing, not the handle that was sought.
     TRACE_INFO("(info): %s: Error: no matching action:0x%p found.", kName, address(found.current));
     return kNothingFound;
   }
   TRACE_INFO("(info): %s: current action:0x%x found.", kName, current);
+  *action_out = found.next ? found.next->handle : 0;
   if (!found.next) {
     TRACE_INFO("(info): %s: no next action found next to:0x%x", kName, current);
     return kNothingFound;
   }
-  *action_out = found.next->handle;
   TRACE_INFO("(info): %s: success, action:0x%x found next to:0x%x", kName, *action_out, current);
   return kSuccess;
 }

@@ -60,7 +60,7 @@ uint32_t search(const queue_head &filters, const char *keyword, char *text_out) 
 
 uint32_t kel_pmtr_map_get_filter_expr_by_type(uint32_t pmtr_map, uint32_t map_index, const char *keyword,
                                               char *text_out) {
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   if (!text_out) {
     TRACE_ERROR("(ERR): %s: Error: input text buffer cannot be NULL", kName);
@@ -72,6 +72,6 @@ uint32_t kel_pmtr_map_get_filter_expr_by_type(uint32_t pmtr_map, uint32_t map_in
     TRACE_ERROR("(ERR): %s: pmtr_map stmt not found for map-index %d", kName, index);
     return kInvalidArgument;
   }
-  auto *cmap = require<zar_cmap>(kName, statement->internal_cmap);
+  const auto *cmap = require<zar_cmap>(kName, statement->internal_cmap);
   return cmap ? search(cmap->filters, keyword, text_out) : kInvalidArgument;
 }

@@ -81,6 +81,7 @@ void zar_release_pmtr_map(uint32_t handle, const char *name) {
     TRACE_INFO("(info): Cannot find context for parameter-map handle %u", handle);
     return;
   }
+  retire(handle);
   free_statements(*map, name);
   zar_handle_release(handle);
   sdb_remove_block(map->name, kNameTextTag);
@@ -100,10 +101,9 @@ uint32_t zar_create_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t *
   if (!pmtr_map_place_given(kName, clid, pmtr_map_out)) return kInvalidArgument;
   if (zar_verify_map_info(info, kName) != kSuccess) return kInvalidArgument;
 
-  return create_map<ParameterMaps>(clid, *info, pmtr_map_out, [info](zar_pmtr_map &map) {
-    map.hidden = begins_template(info->map_name);
-    make_empty(map.stmt_queue);
-  });
+  auto fill = [info](zar_pmtr_map &map) { map.hidden = begins_template(info->map_name); };
+  return create_map<ParameterMaps>(clid, *info, pmtr_map_out, fill,
+                                   [](zar_pmtr_map &map) { make_empty(map.stmt_queue); });
 }
 
 uint32_t zar_store_pmtr_map(uint32_t clid, uint32_t pmtr_map) {

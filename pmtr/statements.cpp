@@ -31,9 +31,12 @@ struct Making {
   uint32_t name_tag;
   uint32_t name_room;  // bytes of the name buffer beyond the parameter-map's name
   bool names_map;      // whether a missing record is reported with the parameter-map's name
+  bool keeps_texts;    // whether the copies of domain and name last until the statement is in its list
 };
-constexpr Making kFirstTime{.domain_tag = 0x3e0002b, .name_tag = 0x3e00028, .name_room = 11, .names_map = true};
-constexpr Making kReplacing{.domain_tag = 0x3e0002e, .name_tag = 0x3e00027, .name_room = 12, .names_map = false};
+constexpr Making kFirstTime{
+    .domain_tag = 0x3e0002b, .name_tag = 0x3e00028, .name_room = 11, .names_map = true, .keeps_texts = false};
+constexpr Making kReplacing{
+    .domain_tag = 0x3e0002e, .name_tag = 0x3e00027, .name_room = 12, .names_map = false, .keeps_texts = true};
 
 // ---- Making statements
 
@@ -100,6 +103,10 @@ uint32_t make_statement(const Making &making, uint32_t owner, uint32_t map_handl
   statement->map_index = map_index;
   TRACE_INFO("(info): Created pmtr_internal_classmap: %s", name.get());
   clear_filter_types(cmap);
+  if (!making.keeps_texts) {
+    name.give_back();
+    domain.give_back();
+  }
   if (zar_add_statement_to_pmtr_map(map_handle, statement.get()) != kSuccess) {
     TRACE_ERROR("(ERR): Failure enqueing pmtr map statement withmap-index: %d", map_index);
     zar_delete_stored_class(owner, cmap);
@@ -156,8 +163,9 @@ uint32_t add_or_replace_filter(uint32_t cmap_handle, const FilterRequest &wanted
 
 // ---- Deleting statements
 
-// Frees the actions of a statement and its hidden class-map.
+// Frees the actions of a statement and its hidden class-map. For what runs meanwhile there is no such statement.
 void free_contents(zar_pmtr_map_stmt &statement, uint32_t owner) {
+  const Ending ending(&statement);
   while (auto *action = take_first<zar_action>(statement.action_queue)) {
     TRACE_INFO("(info): %s: Freeing action:0x%x", kDeleteStatement, action->handle);
     zar_free_action(action);
@@ -188,7 +196,7 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
                                        uint8_t regex, uint8_t flag_3, uint32_t map_index, uint8_t replace,
                                        uint8_t filter_type) {
   uint32_t owner = subscriber_owner();
-  auto *map = require<zar_pmtr_map>(kAddFilter, pmtr_map);
+  const Watched<zar_pmtr_map> map(require<zar_pmtr_map>(kAddFilter, pmtr_map));
   if (!map) return kInvalidArgument;
   if (!filter) {
     TRACE_ERROR("(ERR): %s: Error: input filter context cannot be NULL", kAddFilter);
@@ -196,9 +204,11 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
   }
   FilterRequest wanted{.context = filter, .no_match = no_match, .regex = regex, .flag = flag_3, .type = filter_type};
 
-  const zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
+  const zar_pmtr_map_stmt *statement = find_statement(*map.get(), map_index);
   if (statement && !replace) return add_or_replace_filter(statement->internal_cmap, wanted);
   if (statement) trace_statement_removal(map_index, zar_pmtr_delete_filter(pmtr_map, map_index) == kSuccess);
+  // What was freed may have taken the parameter-map with it.
+  if (!map) return kInvalidArgument;
 
   uint32_t cmap = 0;
   const Making &making = statement ? kReplacing : kFirstTime;
@@ -209,7 +219,7 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
 uint32_t zar_add_statement_to_pmtr_map(uint32_t pmtr_map, zar_pmtr_map_stmt *statement) {
   auto *map = require<zar_pmtr_map>(kAddStatement, pmtr_map);
   if (!map) return kInvalidArgument;
-  if (!statement) {
+  if (!statement || is_ending(statement)) {
     TRACE_ERROR("(ERR): %s: input pmtr-map statement cannot be NULL", kAddStatement);
     return kInvalidArgument;
   }
@@ -231,21 +241,21 @@ uint32_t zar_add_statement_to_pmtr_map(uint32_t pmtr_map, zar_pmtr_map_stmt *sta
 
 uint32_t zar_pmtr_delete_filter(uint32_t pmtr_map, uint32_t map_index) {
   uint32_t owner = subscriber_owner();
-  auto *map = require<zar_pmtr_map>(kDeleteStatement, pmtr_map);
+  const Watched<zar_pmtr_map> map(require<zar_pmtr_map>(kDeleteStatement, pmtr_map));
   if (!map) return kInvalidArgument;
-  zar_pmtr_map_stmt *statement = find_statement(*map, map_index);
+  zar_pmtr_map_stmt *statement = find_statement(*map.get(), map_index);
   if (!statement) {
     TRACE_ERROR("(ERR): delete_pmtr_map_stmt: pmtr_map stmt not found for map-index %d", map_index);
     return kFailed;
   }
   free_contents(*statement, owner);
-  unlink(map->stmt_queue, statement);
+  if (map) unlink(map->stmt_queue, statement);
   free_record(statement);
   return kSuccess;
 }
 
 uint32_t zar_pmtr_delete_filter_by_stmt(zar_pmtr_map_stmt *statement) {
-  if (!statement) {
+  if (!statement || is_ending(statement)) {
     TRACE_ERROR("(ERR): Cannot delete null pmtr-map statement.");
     return kInvalidArgument;
   }
@@ -257,7 +267,7 @@ uint32_t zar_pmtr_delete_filter_by_stmt(zar_pmtr_map_stmt *statement) {
 uint32_t zar_get_first_pmtr_map_index(uint32_t clid, uint32_t pmtr_map, uint32_t *index_out) {
   static constexpr char kName[] = "get_first_pmtr_map_index";
   if (!valid_clid(kName, clid)) return kInvalidArgument;
-  auto *map = require<zar_pmtr_map>(kName, pmtr_map);
+  const auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
   if (!index_out) {
     TRACE_ERROR("(ERR): %s: Error: input map-index place cannot be NULL", kName);
@@ -288,7 +298,7 @@ uint32_t zar_get_next_pmtr_map_index(uint32_t clid, uint32_t pmtr_map, uint32_t 
 }
 
 uint32_t zar_get_internal_class_map(uint32_t pmtr_map, uint32_t map_index) {
-  auto *map = require<zar_pmtr_map>("find_internal_classmap", pmtr_map);
+  const auto *map = require<zar_pmtr_map>("find_internal_classmap", pmtr_map);
   const zar_pmtr_map_stmt *statement = map ? find_statement(*map, map_index) : nullptr;
   return statement ? statement->internal_cmap : 0;
 }

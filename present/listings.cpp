@@ -28,6 +28,9 @@ bool printer_given(const char *name, zar_printer_fn printer) {
 // ---- Policy-maps
 
 // Prints policy-maps to one printer. 'verbose' names what each line shows and adds the counts of executions.
+//
+// A printer may delete what the line shows. So the walk over what a record holds begins before the line of the record is
+// printed, and nothing is read of a record after its line.
 class PolicyMapPrinter {
  public:
   PolicyMapPrinter(zar_printer_fn printer, const char *prefix, bool verbose)
@@ -35,21 +38,23 @@ class PolicyMapPrinter {
 
   void print(const zar_pmap &pmap) const {
     const char *name = or_null(text_of(pmap.name));
+    const bool has_events = is_control(pmap);
+    Elements<zar_event_tuple> events(pmap.rule_list);
     if (verbose_) {
       print_("%s%s%s", prefix_, "Control_Policy: ", name);
     } else {
       print_("%s%s", prefix_, name);
     }
-    print_events(pmap);
+    if (has_events) print_events(events);
   }
 
  private:
   // Without memory for an event's line the events that remain are left out.
-  void print_events(const zar_pmap &pmap) const {
-    if (!is_control(pmap)) return;
-    for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list)) {
+  void print_events(Elements<zar_event_tuple> &events) const {
+    for (const zar_event_tuple &event : events) {
+      Elements<zar_class_action> rules(event.class_actions);
       if (!print_event_line(event)) return;
-      print_rules(event);
+      print_rules(rules);
     }
   }
 
@@ -72,10 +77,11 @@ class PolicyMapPrinter {
   }
 
   // Without memory for a rule's line the rules that remain of the event are left out, with their actions.
-  void print_rules(const zar_event_tuple &event) const {
-    for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions)) {
+  void print_rules(Elements<zar_class_action> &rules) const {
+    for (const zar_class_action &rule : rules) {
+      Elements<zar_action> actions(rule.actions);
       if (!print_rule_line(rule)) return;
-      for (const zar_action &action : Elements<zar_action>(rule.actions))
+      for (const zar_action &action : actions)
         print_action(action);
     }
   }
@@ -100,14 +106,15 @@ class PolicyMapPrinter {
   // The line of the precedence repeats the action's text.
   void print_action(const zar_action &action) const {
     OwnedText text(action.action_str_fn ? action.action_str_fn(action.action_data, 0) : nullptr);
-    const uint32_t number = action.action_num, precedence = action.precedence;
+    const uint32_t number = action.action_num, precedence = action.precedence, executed = action.executed_count;
     if (text && verbose_) {
       print_("%s      %-8s%u %s", prefix_, "Action:", number, text.get());
       print_("%s      %-8s%u %s", prefix_, "Precedence:", precedence, text.get());
     } else if (text) {
       print_("%s      %u %s", prefix_, number, text.get());
     }
-    if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", action.executed_count);
+    text.give_back();
+    if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", executed);
   }
 
   zar_printer_fn print_;
@@ -120,8 +127,8 @@ class PolicyMapPrinter {
 // Prints the table of class-maps: a row for each filter.
 class ClassMapTable {
  public:
-  ClassMapTable(zar_printer_fn printer, const char *prefix, const char *suffix, bool all)
-      : print_(printer), prefix_(prefix), suffix_(suffix), all_(all) {}
+  ClassMapTable(zar_printer_fn printer, const char *prefix, const char *suffix, const Selection &wanted)
+      : print_(printer), prefix_(prefix), suffix_(suffix), wanted_(wanted) {}
 
   void print_head() const {
     print_(kHeadFormat, prefix_, "Class-map", "Action", "Exec", "Hit", "Miss", "Comp", suffix_);
@@ -129,19 +136,15 @@ class ClassMapTable {
   }
 
   // The maps of one database. A walk over all leaves hidden class-maps out; one that is asked for by name is shown.
-  Status print_database(zar_db *database, const char *name) const {
-    OwnedText cell = OwnedText::of_size(kBufferSize, all_ ? kAllClassMapsTag : kOneClassMapTag);
+  Status print_database(zar_db *database) const {
+    OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? kAllClassMapsTag : kOneClassMapTag);
     if (!cell) {
       print_("%sUnable to allocate memory for buf\n", prefix_);
       return kFailed;
     }
-    if (all_) {
-      return for_each_map<zar_cmap>(database, [&](const zar_cmap &cmap) {
-        return zar_get_cmap_if_hidden(cmap.handle) ? kSuccess : print_rows(cmap, cell.get());
-      });
-    }
-    const zar_cmap *cmap = first_named<zar_cmap>(database, name);
-    return cmap ? print_rows(*cmap, cell.get()) : kSuccess;
+    return for_each_selected_in<zar_cmap>(database, wanted_, [&](const zar_cmap &cmap) {
+      return wanted_.all && zar_get_cmap_if_hidden(cmap.handle) ? kSuccess : print_rows(cmap, cell.get());
+    });
   }
 
  private:
@@ -170,7 +173,7 @@ class ClassMapTable {
 
   // The two walks pad the line differently.
   void print_changed() const {
-    if (all_) {
+    if (wanted_.all) {
       print_("%sRunning config changed, please redo                         \n", prefix_);
     } else {
       print_("%sRunning config changed, please redo                                 \n", prefix_);
@@ -182,7 +185,7 @@ class ClassMapTable {
   zar_printer_fn print_;
   const char *prefix_;
   const char *suffix_;
-  bool all_;
+  Selection wanted_;
 };
 
 }  // namespace
@@ -205,11 +208,12 @@ uint32_t zar_print_policymap(const char *prefix, zar_printer_fn printer, const c
 uint32_t zar_print_classmap(const char *prefix, zar_printer_fn printer, const char *suffix, const char *domain,
                             const char *name, uint32_t all) {
   static constexpr char kName[] = "print_classmap";
+  Selection wanted{domain, name, all != 0};
   bool valid = printer_given(kName, printer);
-  valid &= valid_selection(kName, {domain, name, all != 0});
+  valid &= valid_selection(kName, wanted);
   if (!valid) return kInvalidArgument;
 
-  ClassMapTable table(printer, text_or_empty(prefix), text_or_empty(suffix), all != 0);
+  ClassMapTable table(printer, text_or_empty(prefix), text_or_empty(suffix), wanted);
   table.print_head();
-  return for_each_database(kName, domain, [&](zar_db *database) { return table.print_database(database, name); });
+  return for_each_database(kName, domain, [&](zar_db *database) { return table.print_database(database); });
 }

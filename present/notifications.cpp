@@ -16,17 +16,27 @@ constexpr uint32_t kTargetListTag = 0x3e0000d;
 
 constexpr uint32_t kAdded = 0, kRemoved = 1;
 
+// A list that no handler got goes back.
 class TargetList {
  public:
   explicit TargetList(uint32_t tag) : tag_(tag) {}
+  TargetList(const TargetList &) = delete;
+  TargetList &operator=(const TargetList &) = delete;
+  ~TargetList() {
+    if (list_ && !handed_over_) bfree_named(list_);
+  }
 
-  // False when there is no memory for the list.
+  // False when there is no memory for the list. The platform may lack the memory for an entry: then the record is not in it.
   bool add(zar_target_info *info) {
     if (!list_) list_ = make();
     if (list_) append(*list_, info);
     return list_;
   }
-  queue_head *get() const { return list_; }
+  bool empty() const { return !list_ || list_->count == 0; }
+  queue_head *hand_over() {
+    handed_over_ = true;
+    return list_;
+  }
 
  private:
   queue_head *make() const {
@@ -37,29 +47,31 @@ class TargetList {
 
   uint32_t tag_;
   queue_head *list_ = nullptr;
+  bool handed_over_ = false;
 };
 
 enum class Collected { none, some, out_of_memory };
 
-// Adds the targets on which the policy-map is active.
+// Adds the targets on which the policy-map is active. What counts is what stands in the list.
 Collected zar_collect_pmap_targets(const zar_pmap &pmap, TargetList &list) {
   Collected result = Collected::none;
   for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs)) {
     if (!ref.target->target_info) continue;
     if (!list.add(ref.target->target_info)) return Collected::out_of_memory;
-    result = Collected::some;
+    if (!list.empty()) result = Collected::some;
   }
   return result;
 }
 
 // Tells the handlers of the rule's actions that they are out of force where the policy-map is active. False when memory
-// for the list runs out, which ends the whole call.
-bool notify_removal(const zar_class_action &rule, const zar_pmap &pmap, TargetList &list) {
+// for the list runs out, or when a handler deleted the policy-map: that ends the whole call.
+bool notify_removal(const zar_class_action &rule, const Watched<zar_pmap> &pmap, TargetList &list) {
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
+    if (!pmap) return false;
     if (!action.action_notify_fn) continue;
-    Collected collected = zar_collect_pmap_targets(pmap, list);
+    Collected collected = zar_collect_pmap_targets(*pmap.get(), list);
     if (collected == Collected::out_of_memory) return false;
-    if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.get());
+    if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.hand_over());
   }
   return true;
 }
@@ -69,7 +81,7 @@ bool notify_of_target(const zar_class_action &rule, uint32_t removed, zar_target
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!action.action_notify_fn) continue;
     if (!list.add(info)) return false;
-    action.action_notify_fn(removed, action.action_data, list.get());
+    if (!list.empty()) action.action_notify_fn(removed, action.action_data, list.hand_over());
   }
   return true;
 }
@@ -86,32 +98,33 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
 
   TargetList list(kPmapListTag);
   if (zar_collect_pmap_targets(*pmap, list) != Collected::some) return;
-  action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.get());
+  action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.hand_over());
 }
 
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {
   if (!pmap || !target || !target->target_info || !is_control(*pmap)) return;
   TargetList list(kTargetListTag);
+  zar_target_info *info = target->target_info;
   for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap->rule_list))
     for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
-      if (!notify_of_target(rule, added ? kAdded : kRemoved, target->target_info, list)) return;
+      if (!notify_of_target(rule, added ? kAdded : kRemoved, info, list)) return;
 }
 
 void zar_remove_action_handler_for_event(uint32_t event_handle, uint32_t pmap_handle) {
   static constexpr char kName[] = "remove_action_handler_for_event";
   const auto *event = require<zar_event_tuple>(kName, event_handle);
-  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!event || !pmap) return;
   TargetList list(kPmapListTag);
   for (const zar_class_action &rule : Elements<zar_class_action>(event->class_actions))
-    if (!notify_removal(rule, *pmap, list)) return;
+    if (!notify_removal(rule, pmap, list)) return;
 }
 
 void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap_handle) {
   static constexpr char kName[] = "remove_action_handler_for_class";
   const auto *rule = require<zar_class_action>(kName, class_action);
-  const auto *pmap = require<zar_pmap>(kName, pmap_handle);
+  const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!rule || !pmap) return;
   TargetList list(kPmapListTag);
-  notify_removal(*rule, *pmap, list);
+  notify_removal(*rule, pmap, list);
 }

@@ -31,10 +31,7 @@ bool policy_uses(const zar_pmap &pmap, const void *param_map) {
 }
 
 bool database_uses(zar_db *database, const void *param_map) {
-  for (zar_pmap *pmap = first_in(database, static_cast<const zar_pmap *>(nullptr)); pmap;
-       pmap = next_in(database, pmap))
-    if (is_kind(*pmap) && policy_uses(*pmap, param_map)) return true;
-  return false;
+  return find_map<zar_pmap>(database, [=](const zar_pmap &pmap) { return policy_uses(pmap, param_map); });
 }
 
 }  // namespace
@@ -49,21 +46,20 @@ uint32_t zar_is_param_map_assoc_with_policy(const void *param_map) {
   return kNo;
 }
 
-// Both records are checked, without a name, before either refuses. Only the data is replaced: the functions stay.
+// Both records are checked, without a name, before either refuses. Only the data is replaced: the functions stay. The
+// record has its new data before the old is freed, so that nothing that runs then meets the old.
 void zar_replace_old_action_hdl(uint32_t action_handle, const zar_action_context *context) {
   bool valid = zar_verify_action_context(context, nullptr) == kSuccess;
   zar_action *action = require_action(nullptr, action_handle);
   if (!action || !valid) return;
-  action->action_free_fn(action->action_data, nullptr);
-  action->action_data = context->action_data;
+  action->action_free_fn(std::exchange(action->action_data, context->action_data), nullptr);
 }
 
 void zar_replace_old_filter_hdl(uint32_t filter_handle, const zar_filter_context *context) {
   bool valid = zar_verify_filter_context(context, nullptr) == kSuccess;
   zar_filter *filter = require_filter(nullptr, filter_handle);
   if (!filter || !valid) return;
-  filter->filter_free_fn(filter->filter_data, nullptr);
-  filter->filter_data = context->filter_data;
+  filter->filter_free_fn(std::exchange(filter->filter_data, context->filter_data), nullptr);
 }
 
 uint32_t kel_is_policy_created(const char *name) {

@@ -4,10 +4,17 @@
 #include "core/checks.h"
 #include "core/domains.h"
 #include "core/text.h"
+#include "core/tree.h"
 
 namespace zar {
 
 // The maps of a database in key order, as the operations on its trees give them.
+inline avl_tree *tree_of(const zar_db &database, const zar_pmap *) {
+  return database.pmap_tree;
+}
+inline avl_tree *tree_of(const zar_db &database, const zar_cmap *) {
+  return database.cmap_tree;
+}
 inline zar_pmap *first_in(zar_db *database, const zar_pmap *) {
   zar_pmap *record = nullptr;
   zar_avl_get_first_pmap(database, &record);
@@ -29,24 +36,17 @@ inline zar_cmap *next_in(zar_db *database, zar_cmap *current) {
   return record;
 }
 
-// Hands each map of this kind to 'visit' until that answers something else than success. Maps of another kind that were
-// stored in the tree are passed over.
-template <class Map, class Visit>
-Status for_each_map(zar_db *database, Visit visit) {
-  for (Map *map = first_in(database, static_cast<const Map *>(nullptr)); map; map = next_in(database, map)) {
-    if (!is_kind(*map)) continue;
-    if (Status status = visit(*map); status != kSuccess) return status;
-  }
-  return kSuccess;
-}
-
-// The first map of this kind with this name, or NULL.
-template <class Map>
-Map *first_named(zar_db *database, const char *name) {
-  for (Map *map = first_in(database, static_cast<const Map *>(nullptr)); map; map = next_in(database, map)) {
-    if (!is_kind(*map)) continue;
-    const char *text = text_of(map->name);
-    if (text && std::strcmp(text, name) == 0) return map;
+// The first map of this kind, in key order, that 'wanted' accepts, or NULL; maps of another kind that were stored in the
+// tree are passed over. Whatever 'wanted' does to the tree, it is given none that was taken out.
+template <class Map, class Wanted>
+Map *find_map(zar_db *database, Wanted wanted) {
+  constexpr const Map *kNone = nullptr;
+  TreeWalk walk(tree_of(*database, kNone));
+  Map *map = first_in(database, kNone);
+  while (map) {
+    walk.stand_on(map);
+    if (is_kind(*map) && wanted(*map)) return map;
+    map = walk.moved() ? static_cast<Map *>(walk.record()) : next_in(database, map);
   }
   return nullptr;
 }
@@ -57,6 +57,24 @@ struct Selection {
   const char *name;
   bool all;
 };
+
+template <class Map>
+bool has_name(const Map &map, const char *name) {
+  const char *text = text_of(map.name);
+  return text && std::strcmp(text, name) == 0;
+}
+
+// Hands each selected map of a database to 'visit' until that answers something else than success.
+template <class Map, class Visit>
+Status for_each_selected_in(zar_db *database, const Selection &wanted, Visit visit) {
+  Status status = kSuccess;
+  find_map<Map>(database, [&, all = wanted.all](Map &map) {
+    if (!all && !has_name(map, wanted.name)) return false;
+    status = visit(map);
+    return !all || status != kSuccess;
+  });
+  return status;
+}
 
 // Whether the selection can be served; 'operation' names the one that asks.
 inline bool valid_selection(const char *operation, const Selection &wanted) {
@@ -82,11 +100,8 @@ Status for_each_database(const char *operation, const char *domain, Visit visit)
 // Hands each selected map to 'visit'.
 template <class Map, class Visit>
 Status for_each_selected(const char *operation, const Selection &wanted, Visit visit) {
-  return for_each_database(operation, wanted.domain, [&](zar_db *database) {
-    if (wanted.all) return for_each_map<Map>(database, visit);
-    Map *map = first_named<Map>(database, wanted.name);
-    return map ? visit(*map) : kSuccess;
-  });
+  return for_each_database(operation, wanted.domain,
+                           [&](zar_db *database) { return for_each_selected_in<Map>(database, wanted, visit); });
 }
 
 }  // namespace zar

@@ -236,6 +236,7 @@ PHRASES = {
         '!found.next': ('the current policy-map is the last', 'another policy-map follows'),
     },
     'EventOfPolicy': {'!event': ('the policy-map is CONTROL and the handle names no event', None)},
+    'create_class_action_tuple': {'!rule': ('no memory is left', None)},
     'first_map': {'record': ('the tree has a first map', 'the tree is empty')},
     'map_after': {'record': ('another map follows', 'the current map is the last')},
     'give_first': {'element': ('there is a first element', 'there are no elements')},

@@ -23,7 +23,7 @@ FOLDERS = {
     'lifecycle': 'Lifecycle, targets and activation', 'present': 'Presentation and integration',
     'pmtr': 'Parameter-maps',
 }
-TRACES = {'TRACE_ERROR': 3, 'TRACE_INFO': 6}
+TRACES = {'TRACE_ERROR': 3, 'TRACE_INFO': 6, 'SEND_INFO': 6}
 
 Token = collections.namedtuple('Token', 'text line')
 

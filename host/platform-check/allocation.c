@@ -79,4 +79,4 @@ static const Promise promises[] = {
     {"bfree_named", "leaves the other blocks alone", blocks_are_apart},
     {"bfree_named", "does nothing about NULL", freeing_null},
 };
-const Group allocation = GROUP("allocation", promises);
+const Group allocation = {"allocation", promises, COUNT_OF(promises)};

@@ -37,8 +37,7 @@ noreturn void broken(const char *format, ...) __attribute__((format(printf, 1, 2
     if (!(condition)) broken(__VA_ARGS__); \
   } while (0)
 
-#define GROUP(title, list) \
-  { (title), (list), sizeof(list) / sizeof((list)[0]) }
+#define COUNT_OF(list) (sizeof(list) / sizeof((list)[0]))
 
 /* The allocation tag of this program's requests. */
 enum { kTag = 0x3e00099 };

@@ -48,4 +48,4 @@ static const Promise promises[] = {
     {"strncpy_s", "answers non-zero and leaves an empty text when it does not fit", refuses_what_does_not_fit},
     {"strncpy_s", "answers non-zero and leaves an empty text for a NULL source", refuses_null},
 };
-const Group copying = GROUP("copying", promises);
+const Group copying = {"copying", promises, COUNT_OF(promises)};

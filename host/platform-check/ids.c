@@ -138,4 +138,4 @@ static const Promise promises[] = {
     {"id_create_new_table", "makes tables that do not know each other", tables_are_apart},
     {"id_destroy_table", "answers whether there was a table, and ends its ids", destruction_reports},
 };
-const Group id_tables = GROUP("id tables", promises);
+const Group id_tables = {"id tables", promises, COUNT_OF(promises)};

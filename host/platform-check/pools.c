@@ -99,4 +99,4 @@ static const Promise promises[] = {
     {"chunk_free", "answers non-zero for a record that it takes back", takes_back},
     {"chunk_free", "leaves the records that are out alone", giving_back_spares_others},
 };
-const Group pools = GROUP("pools", promises);
+const Group pools = {"pools", promises, COUNT_OF(promises)};

@@ -247,4 +247,4 @@ static const Promise promises[] = {
     {"queue_unqueue", "leaves an empty queue usable", unqueues_the_only_one},
     {"queue_unqueue", "does nothing about an element that is not in the queue", passes_over_the_absent},
 };
-const Group queues = GROUP("queues", promises);
+const Group queues = {"queues", promises, COUNT_OF(promises)};

@@ -88,4 +88,4 @@ static const Promise promises[] = {
     {"sdb_remove_block", "takes any tag", takes_any_tag},
     {"sdb_remove_block", "leaves the text free to be added again", takes_a_text_again},
 };
-const Group texts = GROUP("texts", promises);
+const Group texts = {"texts", promises, COUNT_OF(promises)};

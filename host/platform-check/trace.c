@@ -47,4 +47,4 @@ static const Promise promises[] = {
     {"btrace_wrapper", "takes the conversions %s %d %x %p %lu", takes_every_conversion},
     {"btrace_wrapper", "takes texts of any length", takes_long_texts},
 };
-const Group trace = GROUP("trace", promises);
+const Group trace = {"trace", promises, COUNT_OF(promises)};

@@ -389,4 +389,4 @@ static const Promise promises[] = {
     {"i_avl_remove", "does nothing about an empty tree", remove_of_an_empty_tree},
     {"i_avl_get_next", "gives the first node behind one that is not in the tree", next_of_an_absent_one},
 };
-const Group trees = GROUP("trees", promises);
+const Group trees = {"trees", promises, COUNT_OF(promises)};

@@ -22,6 +22,14 @@ CLI::Validator one_of(std::vector<std::string> words) {
   return {check, std::move(described)};
 }
 
+// The text as it is written: the parser would take leading zeros for an octal number.
+std::string check_percentage(const std::string &text) {
+  for (uint32_t percentage = 0; percentage <= 100; ++percentage) {
+    if (text == std::to_string(percentage)) return {};
+  }
+  return text_of("'", text, "' is no whole number from 0 to 100");
+}
+
 }  // namespace
 
 void Options::required_argument(const char *name, std::string &value, const char *help) {
@@ -37,7 +45,7 @@ void Options::argument(const char *name, std::optional<std::string> &value, cons
 }
 
 void Options::flag(const char *name, bool &value, const char *help) {
-  command_.add_flag(name, value, help);
+  command_.add_flag(name, value, help)->disable_flag_override();
 }
 
 void Options::option(const char *name, const char *type, std::string &value, const char *help) {
@@ -59,7 +67,7 @@ void Options::choice(const char *name, const char *type, std::string &value, std
 }
 
 void Options::percentage(const char *name, uint32_t &value, const char *help) {
-  command_.add_option(name, value, help)->type_name("PERCENT")->check(CLI::Range(0U, 100U));
+  command_.add_option(name, value, help)->type_name("PERCENT")->check(CLI::Validator(check_percentage, "0 to 100"));
 }
 
 void Options::exclude(const char *one, const char *other) {

@@ -10,6 +10,7 @@
 #include "tool/exit_codes.h"
 #include "tool/policy/text.h"
 #include "tool/report.h"
+#include "tool/usage_errors.h"
 
 namespace tool {
 
@@ -129,7 +130,7 @@ int Program::complain_about_arguments(const CLI::ParseError &error, const std::v
   } else if (command && looks_like_option(arguments[0])) {
     complain(text_of("options stand behind the command: zar ", parser.get_name(), " ", arguments[0]));
   } else {
-    complain(error.what());
+    complain(describe_usage(error, parser, arguments));
   }
   std::cerr << "Run zar " << (command ? parser.get_name() + " " : "") << "--help for help.\n";
   return kUsage;

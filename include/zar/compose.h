@@ -60,7 +60,8 @@ uint32_t zar_add_filter_to_class(uint32_t cmap, uint32_t filter);
  *
  * Ownership: the filter goes with the class-map from now on.
  *
- * @retval 0   It stands right before 'reference'.
+ * @retval 0   It stands right before 'reference'; or, where the filter before 'reference' stands in the list several
+ *             times, right behind the first place of that one.
  * @retval 39  'cmap' does not resolve, 'filter' is refused, or 'reference' is not in the list. The list is unchanged.
  *
  * Not checked: whether the filter stands in this or another list already. If it does, it will be freed more than once.
@@ -118,14 +119,14 @@ uint32_t zar_retrieve_filter(uint32_t cmap, const zar_filter_context *context, u
 uint32_t zar_match_filter_parameters(const zar_filter *filter, const zar_filter_context *context);
 
 /**
- * Takes a filter out of a class-map's list.
+ * Takes a filter out of a class-map's list; the first place, when it stands there several times.
  *
  * @param cmap    The class-map.
  * @param filter  The filter to take out.
  *
  * Ownership: the filter lives on behind its handle and is the caller's to put elsewhere or to delete.
  *
- * @retval 0   It is not in the list any more, or was not in it. Nothing is traced.
+ * @retval 0   It is out, or was not in the list. Nothing is traced.
  * @retval 39  'cmap' does not resolve, or 'filter' is refused. The list is unchanged.
  *
  * Not checked: that the filter is in this class-map.
@@ -155,11 +156,12 @@ uint32_t zar_remove_filter_from_class(uint32_t cmap, uint32_t filter);
  * pair of policy-map and class-map counts one reference more.
  *
  * @retval 0   'class_action_out' holds the handle.
- * @retval 37  No handle.
+ * @retval 37  No handle, or the new handle does not resolve (see below).
  * @retval 38  No record.
  * @retval 39  'event' or 'cmap' does not resolve, 'exec_criteria' is 4 or more, or 'class_action_out' is NULL.
  *
- * A failure leaves nothing behind.
+ * A failure leaves nothing behind. Where the platform does not lead from the new handle to the record,
+ * 'class_action_out' holds that handle all the same; it means nothing.
  *
  * Not checked: whether the event has a class-action for this class-map already; and, while the event stands in no
  * policy-map, that the class-map outlives the class-action.
@@ -253,10 +255,10 @@ uint32_t zar_get_cmap_from_class_action(uint32_t class_action);
  * or compare function.
  *
  * An action may stand in several rules. Each place in a rule stands for one reference, which is dropped when the rule
- * goes; putting an action in or taking it out changes no count. So whoever puts an action into one more rule calls
- * zar_increment_action(), and whoever takes it out of a rule has a reference to drop with zar_delete_action(). Dropping
- * the last one of an action that still stands in a rule would leave the rule with an entry that is gone; nothing checks
- * this.
+ * goes; putting an action in or taking it out changes no count. So a caller that puts an action into one more rule
+ * calls zar_increment_action(), and one that takes it out of a rule has a reference to drop with zar_delete_action().
+ * Dropping the last one of an action that still stands in a rule would leave the rule with an entry that is gone;
+ * nothing checks this.
  * @{
  */
 
@@ -273,7 +275,8 @@ uint32_t zar_verify_action_content(const zar_action *action, const char *caller)
 
 /**
  * Puts an action into a rule by its number: behind all whose number is not greater. Where the list is out of order,
- * this is as far as the first greater number.
+ * this is as far as the first greater number; and where the action that it comes behind stands in the rule several
+ * times, it comes right behind the first place of that one.
  *
  * @param class_action  The class-action.
  * @param action        The action to add.
@@ -297,7 +300,8 @@ uint32_t zar_add_action_to_rule(uint32_t class_action, uint32_t action);
  *
  * Ownership: the rule takes over one reference of the action; the count is unchanged.
  *
- * @retval 0   It stands right before 'reference'.
+ * @retval 0   It stands right before 'reference'; or, where the action before 'reference' stands in the rule several
+ *             times, right behind the first place of that one.
  * @retval 39  'class_action' does not resolve, 'action' is refused, or 'reference' is not in the rule. The rule is
  *             unchanged.
  *
@@ -552,7 +556,8 @@ uint32_t zar_remove_action_from_stored_policy(uint32_t clid, const zar_map_info 
                                               const zar_map_info *class_info, uint32_t action);
 
 /**
- * Removes the rule of a class-map from an event of a CONTROL policy-map. The event stays, even without rules.
+ * Removes the rule of a class-map from an event of a CONTROL policy-map; the first, when several fit. The event stays,
+ * even without rules.
  *
  * @param pmap       The policy-map, stored or not.
  * @param event      The event; the policy-map must have it.

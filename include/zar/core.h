@@ -38,8 +38,8 @@ extern queue_head zar_domain_list;
 
 /**
  * @name Pool names
- * The display names of the record pools, for whoever lists memory. Only the two pools of parameter-maps are known to
- * the platform by these names; all others are known to it by their allocation tags.
+ * The display names of the record pools, for programs that list memory. Only the two pools of parameter-maps are known
+ * to the platform by these names; all others are known to it by their allocation tags.
  * @{
  */
 
@@ -95,12 +95,14 @@ extern const char *const zar_db_pmtr_map_stmt_chunk_str;
  * @return The platform's identifier of the new table.
  *
  * Not checked: that the platform could make one, and that there was none yet. A second call starts a new table and a
- * count of 0; the old one is lost with all its handles, which no longer resolve.
+ * count of 0. The old one is not ended but lost: its handles do not resolve, as long as the platform gives none of
+ * their numbers again in the new table.
  */
 uint16_t zar_handle_table_init(void);
 
 /**
- * Ends the handle table, and with it every handle. The records behind the handles are left as they are.
+ * Ends the handle table, and with it every handle. The records behind the handles are left as they are, and so is the
+ * count of live handles until the next zar_handle_table_init().
  *
  * @return What the platform answers: non-zero when there was a table.
  *
@@ -116,17 +118,19 @@ uint32_t zar_handle_table_destroy(void);
  *
  * Ownership: the record stays the caller's, and so does the handle: zar_handle_release() ends it.
  *
- * @return The handle, or 0: 'record' is NULL, 65,536 handles are live, or the platform gave none.
+ * @return The handle, or 0: 'record' is NULL, or the platform gave none (neither is traced); or 65,536 handles count as
+ *         live, or there is no room left to note the kind of one more (both are traced as the limit).
  *
  * Not checked: what the record is, whether it has a handle already, and that it outlives the handle.
  *
  * Quirk: when the platform gives none, the attempt is counted as a live handle all the same, so the room in the table
- * is one less until some handle too many is released.
+ * is one less until some handle too many is released. Where handles too many are released, the count falls below the
+ * number of live handles; the room for their kinds, 98,304 at least, is then what ends first.
  */
 uint32_t zar_handle_alloc(void *record);
 
 /**
- * Ends a handle; from then on it is reported as destroyed already.
+ * Ends a handle; from then on it is reported as destroyed already, until the platform gives its number again.
  *
  * @param handle  The handle to end; 0 does nothing.
  *
@@ -201,7 +205,7 @@ uint32_t zar_create_database(zar_db **out);
  *
  * Ownership: the record and its tree objects stay allocated.
  *
- * @retval 0   The trees are empty, also when they were before.
+ * @retval 0   The trees were emptied, also when there was nothing in them.
  * @retval 39  'database' is NULL.
  *
  * Not checked: the clients that registered this database. Their entries keep naming it, and clients without one still
@@ -231,8 +235,9 @@ uint32_t zar_destroy_database(zar_db *database);
  *
  * @retval 0   The client is registered, and 'clid_out' holds its clid; or an active client has the name already (see
  *             below).
- * @retval 37  zar_init() could not make the client table; or there is no record for the entry ('clid_out' is 0 then);
- *             or the full table could not grow.
+ * @retval 37  zar_init() could not make the client table; or there is no record for the entry ('clid_out' is 0 then,
+ *             and untouched in the other cases); or the full table could not grow, for want of memory or because its
+ *             size would pass the largest number.
  * @retval 38  The pool of client entries could not be made.
  * @retval 39  'name' or 'clid_out' is NULL.
  *
@@ -290,7 +295,7 @@ uint32_t zar_get_first_client_with_database(void);
  *
  * @param clid  The client to go on from.
  *
- * @return The clid, or 0: there is none, 'clid' is out of range, or its client is inactive.
+ * @return The clid, or 0: there is none, 'clid' is out of range, or its client is inactive or missing.
  *
  * Not checked: whether the client that is found is active.
  */
@@ -298,7 +303,7 @@ uint32_t zar_get_next_client_with_database(uint32_t clid);
 
 /**
  * Traces the client table at level 6: the number of clients and the room for them, then clid, status and name of each.
- * A name that is missing prints as a blank.
+ * A name that is missing prints as a blank; an entry that is missing is passed over.
  *
  * Quirk: every status but 0 prints as "Active", while only 1 counts as active elsewhere.
  */
@@ -306,9 +311,8 @@ void zar_display_clients(void);
 
 /**
  * Says which function is to hear of policy-maps that are taken off targets because they are deleted. It is called by
- * zar_delete_stored_policy() and zar_delete_stored_policy_by_name() when they are given this clid, once for each
- * target, after the pair has been unlinked and its engine instance deleted. It may call any operation; a target that it
- * deletes is not reported any more.
+ * zar_delete_stored_policy() and zar_delete_stored_policy_by_name() when they are given this clid, for each target,
+ * after the pair has been taken apart. Its type says when exactly, and what it may do (#zar_target_policy_removal_fn).
  *
  * @param clid      The client.
  * @param callback  The function; it replaces an earlier one. NULL: none is to hear.
@@ -445,7 +449,8 @@ uint32_t zar_target_compare_int(const void *nascent, const void *tree);
  * Ownership: none passes; the record must be taken out of the tree before it is freed.
  *
  * @retval 1  It is in the tree.
- * @retval 0  A key that compares equal is present, the record is in a tree already, or an argument is NULL.
+ * @retval 0  A key that compares equal is present, the record is in a tree already, the platform refuses it, or an
+ *            argument is NULL.
  */
 uint32_t zar_avl_insert_pmap(zar_db *database, zar_pmap *record);
 
@@ -458,7 +463,8 @@ uint32_t zar_avl_insert_pmap(zar_db *database, zar_pmap *record);
  * Ownership: none passes; the record must be taken out of the tree before it is freed.
  *
  * @retval 1  It is in the tree.
- * @retval 0  A key that compares equal is present, the record is in a tree already, or an argument is NULL.
+ * @retval 0  A key that compares equal is present, the record is in a tree already, the platform refuses it, or an
+ *            argument is NULL.
  */
 uint32_t zar_avl_insert_cmap(zar_db *database, zar_cmap *record);
 
@@ -471,7 +477,8 @@ uint32_t zar_avl_insert_cmap(zar_db *database, zar_cmap *record);
  * Ownership: none passes; the record must be taken out of the tree before it is freed.
  *
  * @retval 1  It is in the tree.
- * @retval 0  A key that compares equal is present, the record is in a tree already, or an argument is NULL.
+ * @retval 0  A key that compares equal is present, the record is in a tree already, the platform refuses it, or an
+ *            argument is NULL.
  */
 uint32_t zar_avl_insert_pmtr_map(zar_db *database, zar_pmtr_map *record);
 
@@ -529,7 +536,8 @@ uint32_t zar_avl_search_pmtr_map(zar_db *database, zar_pmtr_map *probe, zar_pmtr
  * @retval 1  It is out of the tree.
  * @retval 0  No record in the tree compares equal; or an argument is NULL.
  *
- * A removal that fails leaves in 'removed_out' the given record or what the platform wrote there; it means nothing.
+ * Where an argument is NULL, 'removed_out' is untouched. A removal that fails otherwise leaves there the given record,
+ * unless the platform has written something else; it means nothing.
  */
 uint32_t zar_avl_delete_pmap(zar_db *database, zar_pmap *record, zar_pmap **removed_out);
 
@@ -545,7 +553,8 @@ uint32_t zar_avl_delete_pmap(zar_db *database, zar_pmap *record, zar_pmap **remo
  * @retval 1  It is out of the tree.
  * @retval 0  No record in the tree compares equal; or an argument is NULL.
  *
- * A removal that fails leaves in 'removed_out' the given record or what the platform wrote there; it means nothing.
+ * Where an argument is NULL, 'removed_out' is untouched. A removal that fails otherwise leaves there the given record,
+ * unless the platform has written something else; it means nothing.
  */
 uint32_t zar_avl_delete_cmap(zar_db *database, zar_cmap *record, zar_cmap **removed_out);
 
@@ -561,7 +570,8 @@ uint32_t zar_avl_delete_cmap(zar_db *database, zar_cmap *record, zar_cmap **remo
  * @retval 1  It is out of the tree.
  * @retval 0  No record in the tree compares equal; or an argument is NULL.
  *
- * A removal that fails leaves in 'removed_out' the given record or what the platform wrote there; it means nothing.
+ * Where an argument is NULL, 'removed_out' is untouched. A removal that fails otherwise leaves there the given record,
+ * unless the platform has written something else; it means nothing.
  */
 uint32_t zar_avl_delete_pmtr_map(zar_db *database, zar_pmtr_map *record, zar_pmtr_map **removed_out);
 
@@ -642,7 +652,7 @@ uint32_t zar_avl_get_next_pmtr_map(zar_db *database, zar_pmtr_map *current, zar_
 /**
  * @name Trees of targets
  * The same for the target tree, which is ordered by the targets' handles. Each operation stands here twice: the two do
- * the same on the database that they are given, and differ in their traces, which tell whether a client's own or the
+ * the same on the database that they are given, and differ in their traces, which show whether a client's own or the
  * default database was meant. Callers rather use zar_add_target() and zar_remove_target().
  * @{
  */
@@ -656,7 +666,8 @@ uint32_t zar_avl_get_next_pmtr_map(zar_db *database, zar_pmtr_map *current, zar_
  * Ownership: none passes; the target must be taken out of the tree before it is deleted.
  *
  * @retval 1  It is in the tree.
- * @retval 0  A target of the same handle is present, the target is in a tree already, or an argument is NULL.
+ * @retval 0  A target of the same handle is present, the target is in a tree already, the platform refuses it, or an
+ *            argument is NULL.
  */
 uint32_t zar_avl_insert_target_client_db(zar_db *database, zar_target *target);
 
@@ -669,7 +680,8 @@ uint32_t zar_avl_insert_target_client_db(zar_db *database, zar_target *target);
  * Ownership: none passes; the target must be taken out of the tree before it is deleted.
  *
  * @retval 1  It is in the tree.
- * @retval 0  A target of the same handle is present, the target is in a tree already, or an argument is NULL.
+ * @retval 0  A target of the same handle is present, the target is in a tree already, the platform refuses it, or an
+ *            argument is NULL.
  */
 uint32_t zar_avl_insert_target_default_db(zar_db *database, zar_target *target);
 
@@ -713,7 +725,8 @@ uint32_t zar_avl_search_target_default_db(zar_db *database, zar_target *probe, z
  * @retval 1  It is out of the tree.
  * @retval 0  No target of that handle is in the tree; or an argument is NULL.
  *
- * A removal that fails leaves in 'removed_out' the given record or what the platform wrote there; it means nothing.
+ * Where an argument is NULL, 'removed_out' is untouched. A removal that fails otherwise leaves there the given record,
+ * unless the platform has written something else; it means nothing.
  */
 uint32_t zar_avl_delete_target_client_db(zar_db *database, zar_target *target, zar_target **removed_out);
 
@@ -729,7 +742,8 @@ uint32_t zar_avl_delete_target_client_db(zar_db *database, zar_target *target, z
  * @retval 1  It is out of the tree.
  * @retval 0  No target of that handle is in the tree; or an argument is NULL.
  *
- * A removal that fails leaves in 'removed_out' the given record or what the platform wrote there; it means nothing.
+ * Where an argument is NULL, 'removed_out' is untouched. A removal that fails otherwise leaves there the given record,
+ * unless the platform has written something else; it means nothing.
  */
 uint32_t zar_avl_delete_target_default_db(zar_db *database, zar_target *target, zar_target **removed_out);
 
@@ -747,7 +761,7 @@ uint32_t zar_avl_delete_target_default_db(zar_db *database, zar_target *target, 
  *
  * @param database  Whose tree is emptied.
  *
- * @retval 1  The tree is empty.
+ * @retval 1  The tree was emptied.
  * @retval 0  'database' is NULL or lacks the tree.
  */
 uint32_t zar_avl_remove_pmap(zar_db *database);
@@ -757,7 +771,7 @@ uint32_t zar_avl_remove_pmap(zar_db *database);
  *
  * @param database  Whose tree is emptied.
  *
- * @retval 1  The tree is empty.
+ * @retval 1  The tree was emptied.
  * @retval 0  'database' is NULL or lacks the tree.
  */
 uint32_t zar_avl_remove_cmap(zar_db *database);
@@ -767,7 +781,7 @@ uint32_t zar_avl_remove_cmap(zar_db *database);
  *
  * @param database  Whose tree is emptied.
  *
- * @retval 1  The tree is empty.
+ * @retval 1  The tree was emptied.
  * @retval 0  'database' is NULL or lacks the tree.
  */
 uint32_t zar_avl_remove_pmtr_map(zar_db *database);
@@ -777,7 +791,7 @@ uint32_t zar_avl_remove_pmtr_map(zar_db *database);
  *
  * @param database  Whose tree is emptied.
  *
- * @retval 1  The tree is empty, also when a target could not be deleted.
+ * @retval 1  The tree was emptied, also when a target could not be deleted.
  * @retval 0  'database' is NULL or lacks the tree.
  */
 uint32_t zar_avl_remove_target(zar_db *database);

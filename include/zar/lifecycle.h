@@ -11,7 +11,7 @@ ZAR_BEGIN_EXPORTS
 
 /**
  * @defgroup zar_lifecycle Lifecycle
- * How objects end, the targets on which policy-maps are put into force, and the walks from one object to the next.
+ * How objects end, the targets on which policy-maps are active, and the walks from one object to the next.
  *
  * Stored policy-maps and class-maps are deleted by the operations for stored maps, all others by the plain ones: a
  * plain deletion looks at no tree.
@@ -63,6 +63,8 @@ uint32_t zar_delete_filter(uint32_t filter);
  * @retval 39  'event' does not resolve. That covers the handle of a class-action, which a walk over a policy-map that
  *             is not CONTROL gives in the place of an event.
  *
+ * While its actions are freed, the event does not resolve any more and has no event context.
+ *
  * The handlers of its actions are not told; zar_remove_action_handler_for_event() tells them while the event still
  * exists.
  */
@@ -108,7 +110,8 @@ void zar_delete_autoconf_policy(void);
 /**
  * Deletes a stored policy-map, found by name: takes it out of its database, takes it off every target, and deletes it
  * as zar_delete_policy() does. For each target the engine deletes its instance, the handlers are told, and then the
- * removal callback of the client 'clid' is called, if it has registered one.
+ * removal callback of the client 'clid' is called, if it has registered one. Where the callback activates or stores the
+ * policy-map again, that is undone.
  *
  * @param clid  The client whose database is meant, and whose callback is called.
  * @param info  Name, domain and domain type; 'hidden' is not read.
@@ -116,7 +119,7 @@ void zar_delete_autoconf_policy(void);
  * @retval 0   It is deleted.
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or zar_verify_map_info() finds fault with 'info'; or what stood under the name is
- *             no policy-map (see below); or the removal callback has deleted the policy-map itself.
+ *             no policy-map (see below); or the removal callback has deleted the policy-map itself, which it must not.
  * @retval 41  No such policy-map is stored, or the database lacks the tree; nothing has changed.
  *
  * Once the policy-map is out of the tree the deletion goes through: an engine that fails to find or delete an instance
@@ -139,7 +142,7 @@ uint32_t zar_delete_stored_policy_by_name(uint32_t clid, const zar_map_info *inf
  * @retval 0   It is deleted.
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or 'pmap' does not resolve; or the removal callback has deleted the policy-map
- *             itself.
+ *             itself, which it must not.
  * @retval 41  The policy-map is not in this database, even if one with an equal key is; nothing has changed.
  *
  * Quirk: the built-in policy-map is taken out of the tree and off all targets, and then only emptied; its handle stays
@@ -304,7 +307,7 @@ uint32_t zar_remove_target(uint32_t clid, uint32_t target, zar_target_info **tar
  *
  * @retval 0   It is deleted.
  * @retval 37  The engine refused to release the policy context (see below).
- * @retval 39  'target' does not resolve or is broken.
+ * @retval 39  'target' does not resolve, is broken, or is being deleted.
  *
  * On 37 the policy-maps are deactivated and the handle has ended, but the records of the target and of its policy
  * context stay allocated, and nothing can reach the target any more. The engine still knows the policy context, whose
@@ -366,7 +369,7 @@ zar_target_policy_context *zar_retrieve_policy_context(uint32_t target);
  * @param pmap    The policy-map; it need not be stored.
  * @param target  The target.
  *
- * @retval 0   It is active. If it was so already, neither the engine nor the handlers have heard of it again.
+ * @retval 0   It was activated. If it was active already, neither the engine nor the handlers have heard of it again.
  * @retval 37  The engine refused to make an instance; the pair is unlinked again.
  * @retval 38  No memory for the link; nothing is linked.
  * @retval 39  'clid' is out of range, 'pmap' does not resolve, or 'target' does not resolve or is broken.
@@ -380,7 +383,7 @@ uint32_t zar_activate_policy(uint32_t clid, uint32_t pmap, uint32_t target);
  * @param target  The target.
  * @param info    Name, domain and domain type; 'hidden' is not read.
  *
- * @retval 0   It is active, now or already.
+ * @retval 0   It was activated, now or before.
  * @retval 37  The engine refused to make an instance; the pair is unlinked again.
  * @retval 38  No memory for the link; nothing is linked.
  * @retval 39  The search failed, for whatever reason, or found no policy-map; or 'target' does not resolve or is
@@ -395,7 +398,7 @@ uint32_t zar_activate_policy_by_name(uint32_t clid, uint32_t target, const zar_m
  * @param target  The target.
  * @param info    Name, domain and domain type; 'hidden' is not read.
  *
- * @retval 0   It was active, and is not any more.
+ * @retval 0   The pair is unlinked, and the engine has deleted its instance.
  * @retval 37  The engine did not find or did not delete the instance. The pair is unlinked all the same. A policy-map
  *             that was not active at all ends here, too.
  * @retval 39  The search failed, for whatever reason, or found no policy-map; or 'target' does not resolve or is
@@ -415,35 +418,38 @@ uint32_t zar_deactivate_policy_by_name(uint32_t clid, uint32_t target, const zar
 uint32_t zar_deactivate_policy_by_type(uint32_t clid, uint32_t target, uint32_t domain_type);
 
 /**
- * Deactivates every policy-map on a target.
+ * Deactivates every policy-map on a target. One that a handler activates there meanwhile stays.
  *
  * @param clid    The client, of which the range is checked.
  * @param target  The target.
  *
- * @retval 0   None is active any more, also when none was.
- * @retval 37  The engine failed for at least one of them. All are unlinked all the same.
+ * @retval 0   All that were active are deactivated, also when none was.
+ * @retval 37  The engine failed for at least one of them, which is unlinked all the same; or the target was broken
+ *             meanwhile, and those that were still active then stay.
  * @retval 39  'clid' is out of range, or 'target' does not resolve or is broken.
  */
 uint32_t zar_deactivate_any_policy_for_target(uint32_t clid, uint32_t target);
 
 /**
- * Deactivates a stored policy-map, found by name, on every target that it is active on.
+ * Deactivates a stored policy-map, found by name, on every target that it is active on. A broken target keeps it, and
+ * so may one on which a handler activates it meanwhile.
  *
  * @param clid  The client whose database is searched.
  * @param info  Name, domain and domain type; 'hidden' is not read.
  *
- * @retval 0   It is active nowhere; what the engine answered does not count.
+ * @retval 0   It was deactivated, also where it was active nowhere; what the engine answered does not count.
  * @retval 39  The search failed, for whatever reason, or found no policy-map.
  */
 uint32_t zar_deactivate_policy_by_name_from_all_targets(uint32_t clid, const zar_map_info *info);
 
 /**
- * Deactivates a policy-map on every target that it is active on.
+ * Deactivates a policy-map on every target that it is active on. A broken target keeps it, and so may one on which a
+ * handler activates it meanwhile.
  *
  * @param clid  The client, of which the range is checked.
  * @param pmap  The policy-map; it need not be stored.
  *
- * @retval 0   It is active nowhere; what the engine answered does not count.
+ * @retval 0   It was deactivated, also where it was active nowhere; what the engine answered does not count.
  * @retval 39  'clid' is out of range, or 'pmap' does not resolve.
  */
 uint32_t zar_deactivate_policy_by_handle_from_all_targets(uint32_t clid, uint32_t pmap);

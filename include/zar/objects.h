@@ -132,7 +132,7 @@ uint32_t zar_is_autoconf_policy(const char *name);
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or 'pmap' does not resolve.
  * @retval 41  A key that compares equal is stored already, or the map is stored already, if only in another database;
- *             or the database lacks the tree.
+ *             or the database lacks the tree, or the platform refuses the map.
  *
  * A failure leaves the database and the policy-map as they were.
  *
@@ -154,7 +154,7 @@ uint32_t zar_store_policy(uint32_t clid, uint32_t pmap);
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or 'cmap' does not resolve.
  * @retval 41  A key that compares equal is stored already, or the map is stored already, if only in another database;
- *             or the database lacks the tree.
+ *             or the database lacks the tree, or the platform refuses the map.
  *
  * A failure leaves the database and the class-map as they were.
  *

@@ -71,11 +71,12 @@ uint32_t zar_create_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t *
  * @retval 37  The client is inactive, or there is neither an own nor a default database.
  * @retval 39  'clid' is out of range, or 'pmtr_map' does not resolve.
  * @retval 41  A key that compares equal is stored already, or the map is stored already, if only in another database;
- *             or the database lacks the tree.
+ *             or the database lacks the tree, or the platform refuses the map.
  *
  * A failure leaves the database and the parameter-map as they were.
  *
- * Quirk: any of the three kinds of maps is accepted, as by zar_store_policy().
+ * Quirk: any of the three kinds of maps is accepted, as by zar_store_policy(). Only zar_avl_delete_pmtr_map() takes one
+ * of another kind out again: kel_delete_subscriber_parameter_map() leaves it where it is.
  */
 uint32_t zar_store_pmtr_map(uint32_t clid, uint32_t pmtr_map);
 
@@ -102,7 +103,7 @@ uint32_t zar_retrieve_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t
 /**
  * @name Deleting parameter-maps
  * With a parameter-map go its statements: each action of a statement loses one reference, and the hidden class-map is
- * deleted with its filters.
+ * deleted with its filters. For the callbacks that run meanwhile the parameter-map does not resolve any more.
  *
  * Quirk: of the interned texts only the name is given back. The reference to the domain stays in the string database.
  * @{
@@ -230,6 +231,8 @@ uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current, uint32_t *pmtr_m
  *
  * Quirk: only 40 is held for "not found". A search that failed is traced as one that found the map, and its status is
  * passed on.
+ *
+ * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
  */
 uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out);
 
@@ -241,7 +244,8 @@ uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t do
  * @param pmtr_map_out  Receives the handle.
  *
  * @retval 0   It is made and stored.
- * @retval 37  It could not be made, as zar_create_pmtr_map() tells; or it is made, but its client has no database.
+ * @retval 37  It could not be made, as zar_create_pmtr_map() tells; or it is made, but its client is inactive or has no
+ *             database to work in.
  * @retval 38  No record.
  * @retval 39  'name' is NULL or could not be copied, 'domain_type' is neither 1 nor 2, 'pmtr_map_out' is NULL, or there
  *             is no client yet.
@@ -259,8 +263,10 @@ uint32_t kel_create_subscriber_parameter_map(const char *name, uint32_t domain_t
  * @param domain_type  Its domain type, 1 or 2.
  *
  * @retval 0   It is deleted.
- * @retval 37  The client that acts is inactive, or there is neither an own nor a default database.
- * @retval 39  No such parameter-map was found, for whatever reason; or what stands under the name is none.
+ * @retval 37  There is no client yet, the client that acts is inactive, or there is neither an own nor a default
+ *             database.
+ * @retval 39  'name' is NULL; or no such parameter-map was found, for whatever reason; or what stands under the name is
+ *             none, and stays.
  * @retval 41  The tree refused the deletion; nothing has changed.
  */
 uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_type);
@@ -273,6 +279,8 @@ uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_t
  *
  * @return The handle, or 0: no such parameter-map was found, for whatever reason; the engine has no type for the
  *         domain; or the name has 100 characters or more.
+ *
+ * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
  */
 uint32_t kel_is_pmap_created(const char *name);
 
@@ -284,8 +292,8 @@ uint32_t kel_is_pmap_created(const char *name);
  *
  * Its hidden class-map is made with it and goes with it. That class-map is of the domain "subscriber", domain type 1
  * and criteria match-all, is stored in the database of the owner of that domain, and is named by `__PMTR__`, the name
- * of the parameter-map and the map-index in decimal, with nothing in between: `__PMTR__abc10` for index 10 of the map
- * "abc". A walk over class-maps gives it; a listing leaves it out.
+ * of the parameter-map and the map-index as a signed decimal number, with nothing in between: `__PMTR__abc10` for index
+ * 10 of the map "abc". A walk over class-maps gives it; a listing of all leaves it out.
  * @{
  */
 
@@ -309,7 +317,7 @@ uint32_t kel_is_pmap_created(const char *name);
  * @retval 0   Done; or the filter could not be sought, made or added (see below).
  * @retval 37  The hidden class-map of the statement does not resolve any more; or the new statement could not be put
  *             into the parameter-map.
- * @retval 38  No record for the statement, or no memory for the name of its class-map.
+ * @retval 38  No record for the statement, or no memory for the domain or the name of its class-map.
  * @retval 39  'pmtr_map' does not resolve, 'filter' is NULL, or the hidden class-map could not be made or stored; the
  *             latter happens when a class-map of its name is stored already.
  *
@@ -333,7 +341,7 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
  * Ownership: the statement is the parameter-map's.
  *
  * @retval 0   It is in the parameter-map.
- * @retval 39  'pmtr_map' does not resolve, or 'statement' is NULL.
+ * @retval 39  'pmtr_map' does not resolve, or 'statement' is NULL or is being deleted.
  *
  * Not checked: whether the statement is in a parameter-map already, whether its fields are filled, whether there is
  * another of its map-index, and where its memory comes from: it ends in the pool of the statements.
@@ -342,7 +350,8 @@ uint32_t zar_add_statement_to_pmtr_map(uint32_t pmtr_map, zar_pmtr_map_stmt *sta
 
 /**
  * Deletes a statement of a parameter-map, with all its filters and its hidden class-map; each of its actions loses one
- * reference. Despite the name, it is not for a single filter.
+ * reference. For the callbacks that run meanwhile there is no such statement any more. Despite the name, it is not for
+ * a single filter.
  *
  * @param pmtr_map   The parameter-map.
  * @param map_index  The number of the statement.
@@ -364,7 +373,7 @@ uint32_t zar_pmtr_delete_filter(uint32_t pmtr_map, uint32_t map_index);
  * Ownership: the record is gone.
  *
  * @retval 0   The statement is deleted.
- * @retval 39  'statement' is NULL.
+ * @retval 39  'statement' is NULL, or is being deleted.
  *
  * Not checked: whether the statement is still in a parameter-map, whose list is then left dangling.
  */
@@ -501,7 +510,8 @@ uint32_t zar_internal_cmap_compare(void);
  * @param precedence  The precedence.
  * @param context     The action's context, from the heap of its maker.
  *
- * Ownership: on 0 the block is freed as by zar_free_client_action_context(), on all else it stays the caller's. The
+ * Ownership: on 0 the block is freed as by zar_free_client_action_context(), which leaves one without a free function,
+ * on all else it stays the caller's. The
  * data is the action's when it was made or took over. An action that was taken out for another is neither deleted nor
  * released: it is the caller's, by its handle, to delete with zar_delete_action().
  *
@@ -518,7 +528,8 @@ uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8
                                     zar_action_context *context);
 
 /**
- * Puts an action into a statement, behind those with a smaller or an equal action number.
+ * Puts an action into a statement, behind those with a smaller or an equal action number; where the last of these
+ * stands there several times, right behind the first place of that one.
  *
  * @param pmtr_map   The parameter-map.
  * @param map_index  The number of the statement.
@@ -534,7 +545,7 @@ uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8
 uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, uint32_t action);
 
 /**
- * Takes an action out of a statement.
+ * Takes an action out of a statement; the first place, when it stands there several times.
  *
  * @param pmtr_map   The parameter-map.
  * @param map_index  The number of the statement.
@@ -542,7 +553,7 @@ uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, 
  *
  * Ownership: the statement's reference is the caller's again; nothing is freed or released.
  *
- * @retval 0   It is not in the statement, also when it was not before.
+ * @retval 0   It is out, or was not in the statement.
  * @retval 39  'pmtr_map' or 'action' does not resolve, the action lacks a function, or there is no such statement.
  */
 uint32_t zar_remove_action_from_pmtr_stmt_action(uint32_t pmtr_map, uint32_t map_index, uint32_t action);

@@ -20,7 +20,8 @@ ZAR_BEGIN_EXPORTS
 /**
  * @name Values of objects
  * Each operation reads one value of the object that a handle names. A handle that does not resolve is traced and gives
- * 0 or NULL; 0 is often a value as well, so these operations do not tell whether an object exists.
+ * 0 or NULL; 0 is often a value as well, so these operations do not tell whether an object exists. NULL is also what
+ * they give, without a trace, for a text that a record of the caller's own lacks.
  * @{
  */
 
@@ -73,7 +74,8 @@ const char *zar_get_event_name(uint32_t event);
  *
  * @param event  The event.
  *
- * @return The engine's short text for the criteria, or NULL when 'event' does not resolve. The text is the engine's.
+ * @return The engine's short text for the criteria, passed on as it is, or NULL when 'event' does not resolve. The text
+ *         is the engine's.
  */
 const char *zar_get_event_class_match_criteria(uint32_t event);
 
@@ -101,8 +103,8 @@ uint32_t zar_get_class_num_from_class_action(uint32_t class_action);
  *
  * @param class_action  The class-action, not an action.
  *
- * @return The engine's short text for the criteria, or NULL when 'class_action' does not resolve. The text is the
- *         engine's.
+ * @return The engine's short text for the criteria, passed on as it is, or NULL when 'class_action' does not resolve.
+ *         The text is the engine's.
  */
 const char *zar_get_action_exec_criteria(uint32_t class_action);
 
@@ -186,7 +188,7 @@ uint32_t zar_get_precedence_value(uint32_t action);
  *
  * Ownership: the text is the caller's.
  *
- * @return The text, or NULL: 'action' does not resolve, or its string function gives none.
+ * @return The text, or NULL: 'action' does not resolve (traced), it has no string function, or that gives none.
  */
 char *zar_get_action_nvgen_str(uint32_t action, uint32_t argument);
 
@@ -197,7 +199,8 @@ char *zar_get_action_nvgen_str(uint32_t action, uint32_t argument);
  *
  * Ownership: the text is the caller's.
  *
- * @return The text, or NULL: 'filter' does not resolve, its string function gives none, or there is no memory.
+ * @return The text, or NULL: 'filter' does not resolve, or there is no memory (both traced); or it has no string
+ *         function, or that gives none.
  */
 char *zar_get_filter_nvgen_str(uint32_t filter);
 
@@ -209,7 +212,7 @@ char *zar_get_filter_nvgen_str(uint32_t filter);
  * Ownership: the text is the caller's.
  *
  * @return The text, or NULL: there is no record or no string function, the string function gives none, or there is no
- *         memory.
+ *         memory (only this is traced).
  */
 char *zar_get_filter_nvgen_str_internal(const zar_filter *filter);
 
@@ -312,8 +315,8 @@ uint32_t kel_debugging_event_active(void);
  *
  * No line ends in a newline of its own; only messages of trouble do.
  *
- * An action whose string function gives no text has only its "Executed:" line, or none. Nothing is listed below a
- * policy-map that is not CONTROL.
+ * An action whose string function gives no text has only its "Executed:" line, or none. An event without a name and a
+ * class-action without a class-map have no line of their own. Nothing is listed below a policy-map that is not CONTROL.
  *
  * @param prefix   The beginning of each line; may be NULL.
  * @param printer  Receives the lines.
@@ -405,9 +408,9 @@ uint32_t zar_clear_classmap(const char *domain, const char *name, uint32_t all);
 
 /**
  * @name Notifications
- * The notification function of an action tells its handler on which targets the action came into force or went out of
- * force. Activation and deactivation call zar_invoke_action_handler() themselves. The other three are for the engine,
- * when it changes the rules of a policy-map that is active already.
+ * The notification function of an action tells its handler on which targets the action became active, or is not active
+ * any more. Activation and deactivation call zar_invoke_action_handler() themselves. The other three are for the
+ * engine, when it changes the rules of a policy-map that is active already.
  *
  * The target lists belong to the side of the handlers: the library allocates one list at most for each call of an
  * operation, hands it to each function in turn, and never frees it. It leaves out targets that have no 'target_info'
@@ -429,15 +432,17 @@ void zar_shim_action_added_removed(uint32_t action, uint32_t pmap, uint32_t adde
 
 /**
  * Tells the handlers of all actions under the events of a policy-map that the policy-map is active on a target, or is
- * not any more, in the order of the rules.
+ * not any more, in the order of the rules. An action that stands in several places is told at each.
  *
  * @param pmap    The record of the policy-map. Nothing happens for NULL, nor for a policy-map that is not CONTROL.
- * @param target  The record of the target. Nothing happens for NULL.
+ * @param target  The record of the target. Nothing happens, and nothing is traced, for NULL or for one without
+ *                'target_info'.
  * @param added   0: not active any more; anything else: active.
  *
  * Not checked: whether the policy-map is active on the target.
  *
  * Quirk: the target is added to the list again before each function is called, so the n-th one finds it there n times.
+ * An addition that finds no memory leaves it there once less, and a function is not called with an empty list.
  */
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added);
 
@@ -491,7 +496,7 @@ void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap);
 uint32_t zar_is_param_map_assoc_with_policy(const void *param_map);
 
 /**
- * Gives an action the data of a newer context: frees its old data through its free function and stores the new data.
+ * Gives an action the data of a newer context, and frees its old data through its free function.
  * Its functions, handle, number and place stay.
  *
  * @param action   The action.
@@ -500,8 +505,8 @@ uint32_t zar_is_param_map_assoc_with_policy(const void *param_map);
  * Ownership: the new data is the action's, the context block stays the caller's. Where the operation changes nothing,
  * the new data stays the caller's as well.
  *
- * Nothing changes when 'action' does not resolve, or when 'context' is NULL or lacks one of the two functions. There is
- * no result; only the trace tells.
+ * Nothing changes when 'action' does not resolve, or its record lacks one of the functions that a rule needs, or when
+ * 'context' is NULL or lacks one of the two functions. There is no result; only the trace tells.
  *
  * Not checked: whether the new data is the old data, which would be freed while it is stored; and whether it suits the
  * functions of the action (zar_compare_actions() tells whether the functions are the same).
@@ -509,8 +514,8 @@ uint32_t zar_is_param_map_assoc_with_policy(const void *param_map);
 void zar_replace_old_action_hdl(uint32_t action, const zar_action_context *context);
 
 /**
- * Gives a filter the data of a newer context: frees its old data through its free function and stores the new data. Its
- * functions, handle, flags and place stay.
+ * Gives a filter the data of a newer context, and frees its old data through its free function. Its functions, handle,
+ * flags and place stay.
  *
  * @param filter   The filter.
  * @param context  The newer context; it needs its free and evaluation functions.
@@ -518,8 +523,8 @@ void zar_replace_old_action_hdl(uint32_t action, const zar_action_context *conte
  * Ownership: the new data is the filter's, the context block stays the caller's. Where the operation changes nothing,
  * the new data stays the caller's as well.
  *
- * Nothing changes when 'filter' does not resolve, or when 'context' is NULL or lacks one of the two functions. There is
- * no result; only the trace tells.
+ * Nothing changes when 'filter' does not resolve, or its record lacks one of its four functions, or when 'context' is
+ * NULL or lacks one of the two functions. There is no result; only the trace tells.
  *
  * Not checked: whether the new data is the old data, which would be freed while it is stored; and whether it suits the
  * functions of the filter (zar_match_filter_parameters() tells whether the functions are the same).
@@ -531,7 +536,9 @@ void zar_replace_old_filter_hdl(uint32_t filter, const zar_filter_context *conte
  *
  * @param name  The name.
  *
- * @return The policy-map, or 0: none is stored, 'name' is NULL, or the owner has no database.
+ * @return The policy-map, or 0: none is stored, 'name' is NULL, or the search failed, for whatever reason.
+ *
+ * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
  */
 uint32_t kel_is_policy_created(const char *name);
 

@@ -14,8 +14,9 @@ extern "C" {
 /**
  * @defgroup zar_records Records
  * What the repository holds. Every record belongs to the repository from its creation to its deletion and is zeroed
- * before it is filled. Others may read any field. They may write the counters ('executed_count' of an action, the four
- * counts of a filter) and the engine's words of a target's policy context; the library alone writes the rest.
+ * before it is filled; behind the fields shown here, one that the library made may have more of the library's own.
+ * Others may read any field. They may write the counters ('executed_count' of an action, the four counts of a filter)
+ * and the engine's words of a target's policy context; the library alone writes the rest.
  *
  * A numbered list in front of a record tells what always holds between two operations.
  * @{
@@ -159,7 +160,7 @@ struct zar_event_tuple {
   uint32_t handle;                  /**< Names this record. */
   zar_pmap *pmap;                   /**< The policy-map that it was added to, or NULL. */
   uint32_t match_criteria;          /**< How its class-maps are tried: 1 match-all (from the start), 2 match-first. */
-  zar_event_context *event_context; /**< Which event it is; goes with this record. */
+  zar_event_context *event_context; /**< Which event it is; NULL while the event is being deleted. */
   queue_head class_actions;         /**< Its rules (#zar_class_action), in order of their class numbers. */
 };
 ZAR_LAYOUT_SIZE(zar_event_tuple, 64);

@@ -143,8 +143,8 @@ typedef struct chunk_pool chunk_pool;
 /**
  * @name Functions that callers hand in
  * The library calls them only inside an operation that needs them, on the thread of that operation. The data word of a
- * context is passed through unread: it is NULL where the owner gave NULL, unless told otherwise. What a function may
- * call in its turn is told among the conventions.
+ * context is passed through unread: it is NULL where the owner gave NULL, unless told otherwise. Each may call the
+ * library in its turn; what it may do there is told among the conventions (@ref conv_callbacks).
  * @{
  */
 
@@ -161,7 +161,10 @@ typedef struct chunk_pool chunk_pool;
  * The library calls it once for the same data and once for the same block, and uses neither afterwards. Every context
  * needs this function; where it frees nothing, the data stays with its owner.
  *
- * @param data     The data to free, or NULL. In the first way it is NULL where the owner gave NULL.
+ * In the first way the library no longer uses the data when it makes the call: an object that is being deleted does not
+ * resolve any more, and one that took newer data over holds that already.
+ *
+ * @param data     The data to free, or NULL. In the first and the third way it is NULL where the owner gave NULL.
  * @param context  The context block to free, or NULL.
  */
 typedef void (*zar_free_fn)(void *data, void *context);
@@ -197,7 +200,8 @@ typedef char *(*zar_action_str_fn)(void *action_data, uint32_t argument);
  * to the first match; for filters, before it looks at the no-match flag. Neither an action nor a filter can be made
  * without it.
  *
- * It must change neither data, and keep neither.
+ * It must change neither data, and keep neither. It may change the list that is searched: what it takes out is not
+ * found, and the search goes on with what stands behind.
  *
  * @param stored_data  The data of the stored record.
  * @param new_data     The data of the caller's context.
@@ -207,17 +211,20 @@ typedef char *(*zar_action_str_fn)(void *action_data, uint32_t argument);
 typedef uint32_t (*zar_compare_fn)(void *stored_data, void *new_data);
 
 /**
- * Tells the owner of an action that it came into force, or went out of force, on targets. It is called afterwards: once
- * for each action of a CONTROL policy-map when the engine has made or deleted the instance of that policy-map on a
- * target, and when a notification operation is called. A context may do without it; such an action is passed over.
+ * Reports to the owner of an action that it became active, or is not active any more, on targets. It is called
+ * afterwards: when the engine has made or deleted the instance of a CONTROL policy-map on a target, once for each place
+ * of the action in the rules of that policy-map; and when a notification operation is called. A context may do without
+ * it; such an action is passed over.
  *
- * The list is never NULL and never empty. It lies in the platform's named allocation and holds the callers' own target
- * records, the same one possibly several times. The library does not free it: it belongs to the side of the handlers.
- * The function must not free it or take anything out of it inside the call, since the same list serves the following
- * calls of the operation.
+ * The list is never NULL and never empty: where a target cannot be put into it, the function is called for the targets
+ * that are in it, or not at all. It lies in the platform's named allocation and holds the callers' own target records,
+ * the same one possibly several times. The library does not free it: it belongs to the side of the handlers. The
+ * function must not free it or take anything out of it inside the call, since the same list serves the following calls
+ * of the operation.
  *
- * @param removed       0 when the action came into force, 1 when it went out of force.
- * @param action_data   The action's data.
+ * @param removed       0 when the action became active, 1 when it is not active any more.
+ * @param action_data   The action's data; never NULL in zar_shim_action_added_removed(), which passes over such
+ *                      actions.
  * @param target_infos  The targets concerned: a queue of #zar_target_info.
  */
 typedef void (*zar_action_notify_fn)(uint32_t removed, void *action_data, queue_head *target_infos);
@@ -225,7 +232,7 @@ typedef void (*zar_action_notify_fn)(uint32_t removed, void *action_data, queue_
 /**
  * Whether an action uses a parameter-map. zar_is_param_map_assoc_with_policy() calls it for one action after another,
  * until one says yes. A context may do without it; the question then also passes over the actions that follow this one
- * in its class-action. It must leave all policy-maps as they are.
+ * in its class-action.
  *
  * @param action_data  The action's data.
  * @param param_map    The value that the question was asked with. The library does not look into it, and it may be
@@ -258,13 +265,17 @@ typedef uint32_t (*zar_filter_eval_fn)(void *filter_data, void *run);
 typedef char *(*zar_filter_str_fn)(void *filter_data);
 
 /**
- * Tells a client that a target lost a policy-map because the stored policy-map is being deleted. The two deletions of
- * stored policy-maps call it for the client whose clid they are given, once for each target on which the policy-map was
- * active; no other deactivation calls it. By then the pair is unlinked and the engine has been asked to delete its
- * instance, whatever it answered; both handles still resolve. A client may do without it.
+ * Reports to a client that a target lost a policy-map because the stored policy-map is being deleted. The two deletions
+ * of stored policy-maps call it for the client whose clid they are given, once for each target on which the policy-map
+ * is still active when the turn of that target comes; no other deactivation calls it. By then the policy-map was taken
+ * out of its tree, the pair is unlinked, and the engine has been asked to delete its instance, whatever it answered.
+ * Only where the target has lost its 'target_info' is the engine not asked. Both handles still resolve. A client may do
+ * without it.
  *
- * It may do anything, the deletion of any target included. A target that it deletes is not reported any more; the
- * remaining ones are.
+ * It may delete any target, this one included, and activate, deactivate and store policy-maps. A target that it
+ * deletes, or on which it deactivates this policy-map, is not reported any more; the remaining ones are. The policy-map
+ * itself it leaves to the deletion: where it activates it again, on whatever target, the pair is taken apart before the
+ * deletion returns, and a tree that it stores it in does not hold it then.
  *
  * @param target  The target.
  * @param pmap    The policy-map.
@@ -273,7 +284,7 @@ typedef void (*zar_target_policy_removal_fn)(uint32_t target, uint32_t pmap);
 
 /**
  * Receives a listing, as printf would. The show operations call it once for each line, in order; they refuse a NULL
- * one. It must leave the maps of the database that is listed, and their rules, as they are.
+ * one.
  *
  * @param format  A format of printf, which begins with "%s" for the line prefix.
  * @param ...     The values, the line prefix first. Texts among them are good inside the call only.

@@ -27,14 +27,15 @@
  *
  * A handle is a 32-bit number that names one record. 0 is never valid. Nine kinds have handles: policy-map, class-map,
  * parameter-map, event, class-action, action, filter, target and policy context. The library issues a handle with the
- * record and ends it with the record; at most 65,536 are live at a time, over all kinds.
+ * record and ends it with the record; at most 65,536 are live at a time, over all kinds and with those that callers
+ * made. The platform may issue the number of an ended handle again, though not soon.
  *
  * A handle *resolves* when it names a live record of the kind that the operation needs. All others are refused alike,
- * with the operation's own message after what the look-up itself has traced: for 0 a level-6 message, for a released
- * handle a level-3 one ("destroyed already"), for a live record of another kind a level-3 one ("names a record of
- * another kind"), for a number that was never issued none. A handle that a caller made with zar_handle_alloc() for a
- * record of its own has no kind and is accepted as any: the caller then answers for what the record holds.
- * zar_handle_get_context() asks for no kind.
+ * with the operation's own message, if it has one, after what the look-up itself has traced: for 0 a level-6 message,
+ * for a released handle a level-3 one ("destroyed already"), for a live record of another kind a level-3 one ("names a
+ * record of another kind"), for a number that was never issued none. A handle that a caller made with
+ * zar_handle_alloc() for a record of its own has no kind and is accepted as any: the caller then answers for what the
+ * record holds. zar_handle_get_context() asks for no kind.
  *
  * @section conv_status Results
  *
@@ -43,11 +44,11 @@
  * | Status | Meaning                                                                                                  |
  * |-------:|----------------------------------------------------------------------------------------------------------|
  * |      0 | success; also a search that finds nothing, which then writes handle 0                                    |
- * |      1 | a check failed (the verifying operations); other operations turn it into 39                              |
+ * |      1 | the verifying operations: a check failed; zar_pmtr_map_create_action(): the action could not be put in   |
  * |     37 | a step failed: no handle, no text stored, client inactive or without database, the engine refused        |
  * |     38 | out of memory: a pool or an allocation gave nothing                                                      |
  * |     39 | invalid argument: NULL, out of range, unresolvable, duplicate, wrong type, claimed, or still referenced  |
- * |     40 | nothing (more) to find, in the walks over parameter-maps and their actions                               |
+ * |     40 | nothing (more) to find among parameter-maps: no map of that name, no statement, no text, no action       |
  * |     41 | a tree refused an insertion (an equal key is present), a deletion, a search or a walk                    |
  *
  * Some results are no statuses: the tree operations, the matching and the counting ones answer 1 for yes or done and 0
@@ -59,7 +60,8 @@
  * after any other failure all that was acquired is given back. A NULL pointer of which nothing is said is refused: 39,
  * or 0, NULL or no effect, by the type of the result.
  *
- * An out place ("..._out") is written on success only and must not be NULL, unless told otherwise.
+ * An out place ("..._out") must not be NULL, unless told otherwise. Success writes it; any other result leaves it
+ * untouched, unless told otherwise.
  *
  * @section conv_strings Strings
  *
@@ -80,17 +82,36 @@
  * 4. zar_replace_old_action_hdl() and zar_replace_old_filter_hdl() free the old data through the stored free function
  *    and take the new context's data; the stored functions, the handle and the place in lists stay.
  * 5. The free function is called with (data, 0), once for each data, when a filter is deleted or an action loses its
- *    last reference; then the handle ends, then the record goes.
+ *    last reference; then the handle is released, then the record goes.
  * 6. A context block from the heap is freed by its maker, or by its own free function through
  *    zar_free_client_action_context() or zar_free_client_filter_context(), called with (0, block), or
  *    zar_free_client_filter_params_context(), called with (data, block). zar_pmtr_map_create_action() takes the block
  *    over and frees it like this, unless it answers 1.
  *
- * An action is made with one reference. A rule that holds it drops one when the rule goes; who puts it into a further
- * rule first calls zar_increment_action(). Map infos and event contexts are only read during the call.
+ * An action is made with one reference. A rule that holds it drops one when the rule goes; a caller that puts it into a
+ * further rule first calls zar_increment_action(). Map infos and event contexts are only read during the call.
  *
- * Every callback returns normally and may call the library. A free, compare, string or notification function leaves the
- * object that it is called for alone; the target-policy removal callback may do anything, deleting targets included.
+ * @section conv_callbacks What a callback may do
+ *
+ * Every callback returns normally. It may call any operation of the library, and its calls may lead to callbacks in
+ * their turn. It may take out, delete, add, store, activate and deactivate what it likes, but it deletes neither the
+ * object that it is called for nor what holds that object: the rule, event, class-map, statement or map in which it
+ * stands. A notification also leaves the target alone, the removal callback the policy-map, and a printer all that the
+ * line is about.
+ *
+ * Whatever callbacks do within this rule, the operation that called them reads nothing that was freed, calls no
+ * function for it and leaves no link to it:
+ *
+ * 1. An element that stands in a list from the beginning to the end of a walk is visited once. One that was taken out
+ *    before its turn is not visited. One that was put in meanwhile may be visited or not; which of the two does not
+ *    depend on where in memory it lies.
+ * 2. A search gives no element that a compare function has taken out; it goes on to those behind it.
+ * 3. An object whose contents or data are being freed is not there any more. Its handle does not resolve, except by
+ *    zar_handle_get_context(), and is released last; a statement is not found. So nothing can delete it again, add it
+ *    to something, or read it.
+ * 4. A target that is being deleted resolves until its policy-maps are deactivated, but is not deleted again.
+ * 5. What a handler activates on a target while all is deactivated there stays active.
+ * 6. A policy-map that the removal callback stores again is in no tree when the deletion returns.
  *
  * @section conv_trace Trace
  *
@@ -116,10 +137,11 @@
  *
  * @section conv_queues Lists
  *
- * The lists in the records are platform queues that only the repository changes. Who walks one with a cursor may take
- * out and free an element only once the next one has been fetched; additions do not disturb a cursor. An element may
- * stand in several queues, and several times in one. Removal takes the first place, and does nothing where the element
- * is absent.
+ * The lists in the records are platform queues that only the repository changes. A caller that walks one with a cursor
+ * may take out and free an element only once the next one has been fetched; additions do not disturb a cursor. An
+ * element may stand in several queues, and several times in one. Removal takes the first place, and does nothing where
+ * the element is absent. What is put behind an element that stands in the list several times comes behind its first
+ * place.
  */
 #ifndef ZAR_ZAR_H
 #define ZAR_ZAR_H

@@ -5,6 +5,11 @@ set -eu
 language=$1
 root=$2
 compiler=$3
+# Options may follow the compiler.
+command -v "${compiler%% *}" >/dev/null || {
+  echo "${compiler%% *} is not installed, and the headers have to compile with it" >&2
+  exit 1
+}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
@@ -21,7 +26,7 @@ compiles() {
   done > "$source"
   # A source without a declaration is not C.
   echo 'typedef int check_declaration;' >> "$source"
-  # shellcheck disable=SC2086  # a launcher may precede the compiler
+  # shellcheck disable=SC2086
   if ! $compiler -x "$language" -std=$standard -fsyntax-only -Wall -Wextra -Wpedantic -Werror \
       -I "$root/include" -I "$root" "$source"; then
     echo "does not compile as $standard: $*" >&2

@@ -213,12 +213,25 @@ TEST_F(AddClass, WithoutAHandleGivesTheRecordBack) {
 
 TEST_F(AddClass, FailsWhenTheNewHandleIsLost) {
   NEEDS_TRACE();
+  rule(event(1), voice);  // the pool is there
+  forget_trace();
+  const std::string before = everything();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
+  EXPECT_EQ(everything(), before) << "the record goes back";
   const Lines lines = take_trace();
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_EQ(lines[1], error("(ERR): ZAR Found NULL context with handle [0x%x]\n", out));
   EXPECT_EQ(rules_of(free_event), Handles{});
+}
+
+TEST_F(AddClass, GivesAHandleThatWasLostAllTheSame) {
+  NEEDS_TRACE();
+  lose_record_after("(info): create_class_action_tuple: class-action tuple created");
+  EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
+  EXPECT_NE(out, 0U);
+  EXPECT_NE(out, 77U) << "it was written";
+  EXPECT_FALSE(live(out)) << "it means nothing";
 }
 
 TEST_F(AddClass, WorksOnRecordsOfTheCallersOwn) {

@@ -264,6 +264,16 @@ TEST_F(Filters, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
   EXPECT_EQ(filters_of(voice), (Handles{before, twice, after, once, twice}));
 }
 
+TEST_F(Filters, InsertedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
+  const uint32_t twice = filter_in(voice, "twice");
+  const uint32_t once = filter_in(voice, "once");
+  add_filter(voice, twice);
+  const uint32_t last = filter_in(voice, "last");
+  const uint32_t port = filter("port");
+  EXPECT_EQ(zar_add_filter_to_class_before_filter(voice, port, last), 0U);
+  EXPECT_EQ(filters_of(voice), (Handles{twice, port, once, twice, last}));
+}
+
 // ---- Finding by content
 
 struct RetrieveFilter : Filters {

@@ -377,6 +377,29 @@ TEST_F(RuleActions, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
   EXPECT_EQ(actions_of(voice), (Handles{before, after, once, twice})) << "the first place is the one that goes";
 }
 
+TEST_F(RuleActions, InsertedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
+  breaks_invariants("a list gets an action without a reference of its own");
+  const uint32_t twice = action_in(voice, "twice");
+  const uint32_t once = action_in(voice, "once");
+  const uint32_t last = action_in(voice, "last", 9);
+  EXPECT_EQ(zar_add_action_to_rule_before_action(voice, twice, last), 0U);
+  ASSERT_EQ(actions_of(voice), (Handles{twice, once, twice, last}));
+  const uint32_t before = action("before");
+  EXPECT_EQ(zar_add_action_to_rule_before_action(voice, before, last), 0U);
+  EXPECT_EQ(actions_of(voice), (Handles{twice, before, once, twice, last}));
+}
+
+TEST_F(RuleActions, OrderedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
+  breaks_invariants("a list gets an action without a reference of its own");
+  const uint32_t twice = action_in(voice, "twice");
+  const uint32_t once = action_in(voice, "once");
+  add_action(voice, twice);
+  EXPECT_EQ(zar_remove_action_from_class_action(voice, once), 0U);
+  ASSERT_EQ(actions_of(voice), (Handles{twice, twice}));
+  EXPECT_EQ(zar_add_action_to_rule(voice, once), 0U);
+  EXPECT_EQ(actions_of(voice), (Handles{twice, once, twice}));
+}
+
 // ---- Taking out
 
 TEST_F(RuleActions, TakenOutLiveOnWithTheirCount) {

@@ -146,6 +146,19 @@ TEST_F(PlainPolicy, PassesOnThatAClassActionCannotBeMade) {
             lookups + Lines{error("(ERR): %s: Could not create id for class action", "create_class_action_tuple")});
 }
 
+TEST_F(PlainPolicy, GetsNoClassActionWhoseNewHandleIsLost) {
+  NEEDS_TRACE();
+  add_class(plain_info, nullptr, video_info);
+  const std::string before = everything();
+  forget_trace();
+  lose_record_after("(info): create_class_action_tuple: class-action tuple created");
+  EXPECT_EQ(add_class(plain_info, nullptr, voice_info), 37U);
+  EXPECT_EQ(everything(), before) << "nothing is listed, and the record goes back";
+  const Lines errors = take_errors();
+  ASSERT_EQ(errors.size(), 1U);
+  EXPECT_TRUE(errors[0].text.starts_with("(ERR): ZAR Found NULL context with handle")) << errors[0];
+}
+
 TEST_F(PlainPolicy, HasNoRuleToFindByNameSoThatActionsAreRefused) {
   add_class(plain_info, nullptr, voice_info);
   const uint32_t permit = action_in(plain_rules_of(plain)[0], "permit");
@@ -624,6 +637,17 @@ TEST_F(ActionByName, ComesOutOfTheRuleAndLivesOn) {
   EXPECT_EQ(actions_of(first), Handles{kept});
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 1U);
   EXPECT_CALLS();
+}
+
+TEST_F(ActionByName, ThatStandsTwiceComesOutAtItsFirstPlace) {
+  breaks_invariants("a list gets an action without a reference of its own");
+  const uint32_t first = rule(started, voice);
+  const uint32_t kept = action_in(first, "kept");
+  add_action(first, permit);
+  EXPECT_EQ(zar_add_action_to_rule_before_action(first, permit, kept), 0U);
+  ASSERT_EQ(actions_of(first), (Handles{permit, kept, permit}));
+  EXPECT_EQ(remove(gold_info, &at_start, voice_info, permit), 0U);
+  EXPECT_EQ(actions_of(first), (Handles{kept, permit}));
 }
 
 TEST_F(ActionByName, ThatIsNotInTheRuleCannotComeOut) {

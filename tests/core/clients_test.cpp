@@ -6,6 +6,7 @@
 
 #include "platform/engine.h"
 #include "platform/runtime.h"
+#include "support/platform_log.h"
 #include "support/repository.h"
 
 using namespace rig;
@@ -278,6 +279,27 @@ TEST_F(Registration, WithoutRoomToGrowCountsNobodyAndKeepsTheNewRecord) {
   EXPECT_EQ(clid, 11U);
 }
 
+// A table of that size cannot be searched in the time of a test, so the numbers run up behind the search: while the name
+// is copied.
+TEST_F(Registration, EndsWhereTheCapacityWouldBe0) {
+  breaks_invariants("more clients are counted than the table holds");
+  constexpr uint32_t kLastCapacity = 0xfffffff6;
+  zar_client_data **table = zar_clients_info;
+  watch_platform();
+  when_platform_called("duplicate 0x3e00034",
+                       [] { zar_current_max_clients = zar_allowed_max_clients = kLastCapacity; });
+  EXPECT_EQ(zar_client_register("one too many", nullptr, &clid), 37U);
+  EXPECT_TRACED(registering("one too many", nullptr), info("(info): Growing the ZAR clients data array"));
+  EXPECT_EQ(take_platform_calls({"record", "duplicate", "block", "free", "give back"}),
+            (PlatformCalls{"record 0x3e00025", "duplicate 0x3e00034 \"one too many\""}));
+  EXPECT_EQ(clid, kUntouched);
+  EXPECT_EQ(zar_clients_info, table);
+  EXPECT_EQ(zar_current_max_clients, kLastCapacity);
+  EXPECT_EQ(zar_allowed_max_clients, kLastCapacity);
+  zar_current_max_clients = 0;
+  zar_allowed_max_clients = 10;
+}
+
 // ---- Checks of a clid
 
 struct Clients : Repository {
@@ -460,6 +482,15 @@ TEST_F(Clients, AreFollowedFromAValidAndActiveOneOnly) {
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(zar_get_next_client_with_database(one), 0U);
   EXPECT_TRACED(error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", " ", 1));
+}
+
+TEST_F(Clients, ThatAreMissingAreNotFollowed) {
+  client("three", database());
+  zar_client_data *second = zar_clients_info[1];
+  zar_clients_info[1] = nullptr;
+  EXPECT_EQ(zar_get_next_client_with_database(two), 0U);
+  EXPECT_TRACED(error("(ERR): %s: clid:%d, Client entry is in ZAR is NULL", " ", 2));
+  zar_clients_info[1] = second;
 }
 
 TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {

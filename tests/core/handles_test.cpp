@@ -10,6 +10,7 @@ namespace {
 
 constexpr uint32_t kMostHandles = 65536;
 constexpr uint32_t kHandleTag = 0x3e00023;
+constexpr uint32_t kPmapPool = 0x3e00037;
 
 // A record of a caller's own.
 uint64_t own_record;
@@ -129,6 +130,24 @@ TEST_F(HandleTable, ReleasesWithoutAWord) {
   zar_handle_release(handle);
   EXPECT_FALSE(live(handle));
   EXPECT_TRACED();
+}
+
+TEST_F(HandleTable, KeepsTheRecordWhoseHandleIsReleased) {
+  const uint32_t gold = pmap("gold");
+  const zar_pmap *record = at<zar_pmap>(gold);
+  const size_t records = records_out(kPmapPool);
+  zar_handle_release(gold);
+  EXPECT_EQ(records_out(kPmapPool), records);
+  EXPECT_STREQ(record->hash_str, "gold:d1:1");
+  EXPECT_EQ(zar_delete_policy(gold), 39U) << "nothing leads to it any more";
+}
+
+TEST_F(HandleTable, LeavesTheRecordsWhenItEnds) {
+  const zar_pmap *record = at<zar_pmap>(pmap("gold"));
+  const size_t records = records_out(kPmapPool);
+  EXPECT_NE(zar_handle_table_destroy(), 0U);
+  EXPECT_EQ(records_out(kPmapPool), records);
+  EXPECT_STREQ(record->hash_str, "gold:d1:1");
 }
 
 TEST_F(HandleTable, ReleasingHandle0FreesNoRoom) {
@@ -372,15 +391,6 @@ TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAnew) {
   for (const uint32_t filter : filters)
     ASSERT_EQ(zar_delete_filter(filter), 0U);
   EXPECT_EQ(zar_create_filter(&port, &filters.emplace_back(), 0), 0U);
-}
-
-TEST_F(HandleKinds, AreForgottenByASecondStart) {
-  const uint32_t port = filter("port");
-  start_again();
-  zar_event_tuple own_event{};
-  own_event.match_criteria = 2;
-  ASSERT_EQ(zar_handle_alloc(&own_event), port) << "the new table begins with the same number";
-  EXPECT_EQ(zar_event_get_match_criteria(port), 2U);
 }
 
 TEST_F(HandleKinds, AreRatherRefusedThanForgotten) {

@@ -1,4 +1,6 @@
 // Start-up, databases and their end, and the pools of all records.
+#include <algorithm>
+
 #include "platform/runtime.h"
 #include "support/repository.h"
 
@@ -64,6 +66,35 @@ TEST_F(StartUp, ASecondStartForgetsClientsAndDomains) {
   EXPECT_EQ(zar_current_max_clients, 0U);
   EXPECT_EQ(zar_domain_list.count, 0U);
   EXPECT_EQ(blocks_out(0x3e00008), 1U) << "the old table is lost, not freed";
+}
+
+struct SecondStart : Repository {};
+
+TEST_F(SecondStart, LeavesNoNewObjectUnderAnOldHandle) {
+  const Handles old{pmap("gold"), cmap("voice"), action("log"), filter("port"), event(1)};
+  start_again();
+  for (int i = 0; i < 100; ++i) {
+    const uint32_t handle = zar_handle_alloc(&zar_domain_list);
+    EXPECT_EQ(std::count(old.begin(), old.end(), handle), 0) << handle;
+  }
+  for (const uint32_t handle : old)
+    EXPECT_EQ(zar_handle_get_context(handle), nullptr);
+}
+
+// A target is deleted with its database by its handle.
+TEST_F(SecondStart, LetsAnOldDatabaseEndWithoutTheNewTargets) {
+  breaks_invariants("the targets of the old database have no handles");
+  zar_db *old = db;
+  target(stored_pmap("gold"), 7);
+  ASSERT_EQ(targets_in(old).size(), 1U);
+  start_again();
+  db = database();
+  client("one", db);
+  const uint32_t fresh = target(stored_pmap("gold"), 8);
+  forget_trace();
+  zar_destroy_database(old);
+  EXPECT_TRUE(live(fresh));
+  EXPECT_EQ(targets_in(db), Handles{fresh});
 }
 
 // ---- Databases

@@ -4,7 +4,9 @@
 #include <cstring>
 
 #include "platform/runtime.h"
+#include "support/platform_log.h"
 #include "support/repository.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 
@@ -251,6 +253,38 @@ TYPED_TEST(KeyComparator, SaysTheSameWhenNobodyListens) {
   EXPECT_TRACED();
 }
 
+// Comparators run at every node that a search passes: no more tests than messages.
+TYPED_TEST(KeyComparator, AsksOnceForEachMessageWhetherItIsWanted) {
+  NEEDS_TRACE();
+  const auto record = keyed<typename TypeParam::Record>("a:d:1");
+  watch_platform();
+  TypeParam::compare(&record, &record);
+  EXPECT_EQ(take_level_tests(6), 2U);
+  TypeParam::compare(&record, nullptr);
+  EXPECT_EQ(take_level_tests(6), 1U);
+}
+
+TYPED_TEST(KeyComparator, AsksOnceOrTwiceWhenNobodyListens) {
+  const auto record = keyed<typename TypeParam::Record>("a:d:1");
+  runtime::want_trace_levels(0);
+  watch_platform();
+  TypeParam::compare(&record, &record);
+  const uint32_t tests = take_level_tests(6);
+  EXPECT_GE(tests, 1U);
+  EXPECT_LE(tests, 2U);
+  EXPECT_EQ(take_level_tests(3), 0U);
+}
+
+TYPED_TEST(KeyComparator, LeavesOutTheMessageThatIsNotWantedAnyMore) {
+  NEEDS_TRACE();
+  hear_comparisons(true);
+  const auto nascent = keyed<typename TypeParam::Record>("a:d:1");
+  const auto tree = keyed<typename TypeParam::Record>("b:d:1");
+  when_traced(TypeParam::comparing(&nascent, &tree), [] { runtime::want_trace_levels(0); });
+  EXPECT_EQ(TypeParam::compare(&nascent, &tree), kBefore);
+  EXPECT_TRACED(TypeParam::comparing(&nascent, &tree));
+}
+
 struct PmapComparator : KeyComparator<PmapTree> {};
 struct CmapComparator : KeyComparator<CmapTree> {};
 struct PmtrMapComparator : KeyComparator<PmtrMapTree> {};
@@ -292,6 +326,45 @@ TEST_F(TargetComparator, TellsNodesHandlesAndAMatch) {
   EXPECT_TRACED(info("(info): Target avl comp, nas:0x%p, tree:0x%p", &six, &six),
                 info("(info): Target avl comp, nas val:0x%x, tree val:0x%x", 6, 6),
                 info("(info): Target avl comp, values matched"));
+}
+
+TEST_F(TargetComparator, AsksOnceForEachMessageWhetherItIsWanted) {
+  NEEDS_TRACE();
+  const zar_target five = numbered(5), six = numbered(6);
+  watch_platform();
+  zar_target_compare_int(&five, &six);
+  EXPECT_EQ(take_level_tests(6), 2U);
+  zar_target_compare_int(&five, &five);
+  EXPECT_EQ(take_level_tests(6), 3U);
+  zar_target_compare_int(&five, nullptr);
+  EXPECT_EQ(take_level_tests(6), 1U);
+  EXPECT_EQ(take_level_tests(3), 1U);
+}
+
+TEST_F(TargetComparator, AsksOnceOrTwiceWhenNobodyListens) {
+  const zar_target five = numbered(5);
+  runtime::want_trace_levels(0);
+  watch_platform();
+  zar_target_compare_int(&five, &five);
+  const uint32_t tests = take_level_tests(6);
+  EXPECT_GE(tests, 1U);
+  EXPECT_LE(tests, 2U);
+}
+
+TEST_F(TargetComparator, LeavesOutTheMessagesThatAreNotWantedAnyMore) {
+  NEEDS_TRACE();
+  hear_comparisons(true);
+  const zar_target five = numbered(5);
+  const Line nodes = info("(info): Target avl comp, nas:0x%p, tree:0x%p", &five, &five);
+  const Line handles = info("(info): Target avl comp, nas val:0x%x, tree val:0x%x", 5, 5);
+  when_traced(nodes, [] { runtime::want_trace_levels(0); });
+  EXPECT_EQ(zar_target_compare_int(&five, &five), kEqual);
+  EXPECT_TRACED(nodes);
+
+  runtime::want_trace_levels(1U << 6);
+  when_traced(handles, [] { runtime::want_trace_levels(0); });
+  EXPECT_EQ(zar_target_compare_int(&five, &five), kEqual);
+  EXPECT_TRACED(nodes, handles);
 }
 
 TEST_F(TargetComparator, PutsAnythingAfterWhenANodeIsMissing) {
@@ -545,6 +618,24 @@ TYPED_TEST(MapTree, NeedsAllThreeArgumentsForTheNext) {
   EXPECT_EQ(next, this->nowhere);
 }
 
+// The platform may read the place, and writes to it even where it fails.
+TYPED_TEST(MapTree, HandsTheCallersPlacesToThePlatform) {
+  TypeParam::insert(this->db, &this->records[0]);
+  const avl_tree *tree = TypeParam::tree(*this->db);
+  auto *place = this->nowhere;
+  watch_platform();
+  TypeParam::get_first(this->db, &place);
+  EXPECT_TRUE(platform_was_called(text("tree first %p %p", tree->top.parent, &place)));
+  TypeParam::get_next(this->db, &this->records[0], &place);
+  EXPECT_TRUE(platform_was_called(text("tree next %p %p %p", tree, &this->records[0], &place)));
+
+  typename TypeParam::Record *meant = nullptr;
+  when_platform_called("tree delete", [&] { meant = place; });
+  TypeParam::take_out(this->db, &this->records[0], &place);
+  EXPECT_TRUE(platform_was_called(text("tree delete %p %p %p", tree, &this->records[0], &place)));
+  EXPECT_EQ(meant, &this->records[0]) << "the place names the record before the platform is asked";
+}
+
 TYPED_TEST(MapTree, IsEmptiedWithoutFreeingItsRecords) {
   for (auto &record : this->records)
     TypeParam::insert(this->db, &record);
@@ -709,6 +800,20 @@ TEST_P(TargetTree, RefusesAnEqualHandle) {
   EXPECT_TRACED(error(of.insert_failed, 0x50));
 }
 
+TEST_P(TargetTree, RefusesATargetThatItHolds) {
+  of.insert(db, &five);
+  EXPECT_EQ(of.insert(db, &five), 0U);
+  EXPECT_TRACED(error(of.insert_failed, 0x50));
+  EXPECT_EQ(targets_in(db), Handles{0x50});
+}
+
+TEST_P(TargetTree, RefusesWhatThePlatformRefuses) {
+  runtime::fail_request(runtime::Service::tree_insert, 1);
+  EXPECT_EQ(of.insert(db, &five), 0U);
+  EXPECT_TRACED(error(of.insert_failed, 0x50));
+  EXPECT_EQ(of.insert(db, &five), 1U);
+}
+
 TEST_P(TargetTree, NeedsADatabaseAndATargetToInsert) {
   zar_db lost = treeless();
   for (zar_db *database : {db, static_cast<zar_db *>(nullptr), &lost}) {
@@ -773,6 +878,16 @@ TEST_P(TargetTree, CannotTakeOutWhatIsNotThere) {
   EXPECT_EQ(targets_in(db), Handles{0x50});
 }
 
+TEST_P(TargetTree, HandsTheCallersPlaceToThePlatform) {
+  of.insert(db, &five);
+  watch_platform();
+  const zar_target *meant = nullptr;
+  when_platform_called("tree delete", [&] { meant = place; });
+  of.take_out(db, &five, &place);
+  EXPECT_TRUE(platform_was_called(text("tree delete %p %p %p", db->target_tree, &five, &place)));
+  EXPECT_EQ(meant, &five) << "the place names the target before the platform is asked";
+}
+
 TEST_P(TargetTree, IsOneAndTheSameForBothFamilies) {
   const TargetFamily &other = of.insert == kClientDb.insert ? kDefaultDb : kClientDb;
   of.insert(db, &five);
@@ -799,6 +914,14 @@ TEST_F(TargetTreeEnd, DeletesEachTarget) {
   EXPECT_ERRORS();
   EXPECT_FALSE(live(first));
   EXPECT_FALSE(live(second));
+  EXPECT_EQ(targets_in(db), Handles{});
+}
+
+TEST_F(TargetTreeEnd, IsASuccessThoughATargetCannotBeDeleted) {
+  zar_target unknown = numbered(0xfffffff0);
+  ASSERT_EQ(zar_avl_insert_target_client_db(db, &unknown), 1U);
+  EXPECT_EQ(zar_avl_remove_target(db), 1U);
+  EXPECT_ERRORS(error("(ERR): Target avl: delete target:0x%p failed", &unknown));
   EXPECT_EQ(targets_in(db), Handles{});
 }
 

@@ -63,6 +63,29 @@ TEST_F(OwnRecords, APolicyMapIsStoredUnderItsOwnKey) {
   EXPECT_EQ(zar_avl_delete_pmap(db, &own, &removed), 1U);
 }
 
+// The client hears of each target, though the library never issued the handle and cannot see when the record goes.
+TEST_F(OwnRecords, APolicyMapThatIsDeletedIsReportedToItsClient) {
+  for (const bool by_name : {true, false}) {
+    SCOPED_TRACE(by_name ? "by name" : "by handle");
+    const uint32_t made = make(Kind::pmap);
+    const uint32_t own = adopt(Kind::pmap, made);
+    const std::string spare_name = zar_get_pmap_name(own);
+    const zar_map_info name = map_info(spare_name.c_str());
+    ASSERT_EQ(zar_store_policy(one, own), 0U);
+    const uint32_t first = target(own, 31), second = target(own, 32);
+    zar_client_register_target_policy_removal_vector(one, rig::policy_removed);
+    rig::take_calls();
+
+    EXPECT_EQ(by_name ? zar_delete_stored_policy_by_name(one, &name) : zar_delete_stored_policy(one, own), 0U);
+    std::vector<std::string> reports = rig::take_calls();
+    std::erase_if(reports, [](const std::string &call) { return !call.starts_with("removed "); });
+    EXPECT_EQ(reports, (std::vector<std::string>{rig::text("removed target:0x%x pmap:0x%x", first, own),
+                                                 rig::text("removed target:0x%x pmap:0x%x", second, own)}));
+    EXPECT_EQ(active_on(first), rig::Handles{});
+    EXPECT_FALSE(live(own));
+  }
+}
+
 // A released handle of the caller's is as dead as any other.
 TEST_F(OwnRecords, AReleasedHandleIsRefused) {
   zar_cmap own{};

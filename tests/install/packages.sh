@@ -1,9 +1,12 @@
 #!/bin/sh
-# The three Debian packages hold what they should, depend on what they should, and share no file.
-#   packages.sh CPACK CONFIG VERSION LIBDIR
+# The Debian packages hold what they should, depend on what they should, and share no file.
+#   packages.sh CPACK CONFIG VERSION LIBDIR all|library
+# With 'library' there are the two of the library and none with the tools.
 set -eu
 export LC_ALL=C
-cpack=$1 config=$2 version=$3 libdir=$4
+cpack=$1 config=$2 version=$3 libdir=$4 built=$5
+packages="libzar1 libzar-dev zar-tools"
+test "$built" = all || packages="libzar1 libzar-dev"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 architecture=$(dpkg --print-architecture)
@@ -14,7 +17,8 @@ fail() {
 }
 
 "$cpack" --config "$config" -G DEB -B "$scratch" > "$scratch/log" 2>&1 || { cat "$scratch/log"; exit 1; }
-test "$(find "$scratch" -maxdepth 1 -name '*.deb' | wc -l)" -eq 3 || fail "not three packages: $(ls "$scratch")"
+test "$(find "$scratch" -maxdepth 1 -name '*.deb' | wc -l)" -eq "$(echo "$packages" | wc -w)" ||
+  fail "not $packages: $(ls "$scratch")"
 
 file_of() {
   echo "$scratch/$1_${version}_$architecture.deb"
@@ -37,7 +41,7 @@ depends() {
   field "$1" Depends | tr ',' '\n' | sed 's/^ *//' | grep -q "^$2" || fail "$1 depends on '$(field "$1" Depends)', not $2"
 }
 
-for package in libzar1 libzar-dev zar-tools; do
+for package in $packages; do
   list "$package" > "$scratch/$package"
   test "$(field "$package" Version)" = "$version" || fail "$package has the version $(field "$package" Version)"
   holds "$package" "usr/share/doc/$package/copyright" "usr/share/doc/$package/changelog.gz"
@@ -60,10 +64,12 @@ holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar
   usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
   "usr/$libdir/pkgconfig/zar.pc" "usr/$libdir/cmake/zar/zarConfig.cmake" \
   "usr/$libdir/cmake/zar/zarConfigVersion.cmake" "usr/$libdir/cmake/zar/zarTargets.cmake" \
-  'usr/share/man/man3/zar\.3\.gz' usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md \
-  usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md usr/share/doc/zar/performance/names.svg \
-  usr/share/doc/zar/api/html/index.html
+  usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md \
+  usr/share/doc/zar/performance/names.svg
 depends libzar-dev "libzar1 (= $version)"
+
+test "$built" = all || exit 0
+holds libzar-dev 'usr/share/man/man3/zar\.3\.gz' usr/share/doc/zar/api/html/index.html
 
 holds zar-tools usr/bin/zar usr/bin/zar-platform-check "usr/$libdir/zar/libzarplatform.so" \
   "usr/$libdir/zar/libzarengine.so" 'usr/share/doc/zar/examples/[a-z-]*\.yaml' \

@@ -42,7 +42,8 @@ for page in zar zar-platform-check zar-policy '3 zar'; do
   man $page >"$scratch/page" || fail "there is no page $page"
   grep -q zar "$scratch/page" || fail "the page $page says nothing"
 done
-bash -c '. /usr/share/bash-completion/bash_completion && _completion_loader zar && complete -p zar' ||
+# The loader answers with the status that makes bash try again.
+bash -c '. /usr/share/bash-completion/bash_completion; _completion_loader zar; complete -p zar' >"$scratch/output" ||
   fail "bash does not complete zar"
 zsh -f -c 'autoload -Uz compinit && compinit -D -u && (( $+_comps[zar] ))' || fail "zsh does not complete zar"
 for example in /usr/share/doc/zar/examples/*.yaml; do
@@ -59,7 +60,7 @@ cc -std=c11 "$examples/daemon.c" "$examples/runtime.c" $(pkg-config --cflags --l
 ./daemon >output || fail "the daemon of the examples fails"
 diff -u "$sources/examples/embed/expected.txt" output
 "$sources/tests/install/consumer_cpp.sh" /usr "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH 2>/dev/null || cc -print-multiarch)" \
-  cmake cc c++ "" ""
+  cmake
 
 # ---- Nothing stays ----
 

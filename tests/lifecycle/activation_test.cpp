@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "lifecycle/lines.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 
@@ -405,6 +406,13 @@ TEST_F(DeactivatingAny, SucceedsWhereNothingIsActive) {
   EXPECT_CALLS();
 }
 
+TEST_F(DeactivatingAny, NeedsNoDatabase) {
+  zar_clients_info[0]->status = 0;
+  EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 0U);
+  EXPECT_EQ(take_trace(), lines(unlinked("silver"), deactivated()));
+  EXPECT_EQ(active_on(interface), Handles{});
+}
+
 TEST_F(DeactivatingAny, TakesAllOffWhicheverTheEngineFailsFor) {
   const std::pair<uint32_t, const char *> policies[] = {{silver, "silver"}, {gold, "gold"}, {bronze, "bronze"}};
   for (const auto &[failing, name] : policies) {
@@ -586,6 +594,15 @@ TEST_F(DeactivatingEverywhere, ByHandleChecksEverythingBeforeItRefuses) {
   EXPECT_CALLS();
 }
 
+TEST_F(DeactivatingEverywhere, ByHandleNeedsNoDatabaseAndNoStoredPolicy) {
+  const uint32_t tin = pmap("tin");
+  activate(tin, interface);
+  zar_clients_info[0]->status = 0;
+  EXPECT_EQ(zar_deactivate_policy_by_handle_from_all_targets(one, tin), 0U);
+  EXPECT_EQ(take_trace(), lines(unlinked("tin"), removed_by_handle(tin)));
+  EXPECT_EQ(active_on(interface), Handles{silver});
+}
+
 TEST_F(DeactivatingEverywhere, PassesByATargetThatHasLostItsInformation) {
   const uint32_t second = target(silver, 8);
   target_in(TargetState::without_info);
@@ -642,6 +659,20 @@ TEST_F(RetrievingFromTarget, WritesHandle0ForOneThatIsNotStored) {
   EXPECT_EQ(out, 0U);
   EXPECT_EQ(take_trace(), lines(found_no_policy(one, "missing"),
                                 info("(info): %s: success, no such policy:%s active on target", kName, "missing")));
+}
+
+// The look-up of the name traces two lines, in a place of its own.
+TEST_F(RetrievingFromTarget, WritesThePlaceAfterTheMessageOfAnActivePolicyAndBeforeThatOfNone) {
+  NEEDS_TRACE();
+  EXPECT_EQ(
+      values_when_traced(out, [&] { zar_retrieve_policy_from_target(one, interface, &gold_info, nullptr, &out); }),
+      (Handles{kUntouched, kUntouched, 0}));
+  activate(gold, interface);
+  out = kUntouched;
+  EXPECT_EQ(
+      values_when_traced(out, [&] { zar_retrieve_policy_from_target(one, interface, &gold_info, nullptr, &out); }),
+      (Handles{kUntouched, kUntouched, kUntouched}));
+  EXPECT_EQ(out, gold);
 }
 
 TEST_F(RetrievingFromTarget, GoesByTheRecordNotByTheName) {

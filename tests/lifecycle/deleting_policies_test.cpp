@@ -493,6 +493,20 @@ TEST_P(DeletingStoredPolicies, ReportsNoTargetThatTheCallbackHasDeleted) {
   }
 }
 
+TEST_P(DeletingStoredPolicies, ReportsNoTargetOnWhichTheCallbackHasDeactivatedIt) {
+  const uint32_t gold = stored_pmap("gold");
+  const Handles targets{target(gold, 1), target(gold, 2), target(gold, 3)};
+  hear_removals(one);
+  on_policy_removed = [&](uint32_t target_handle, uint32_t) {
+    const Quiet quiet;
+    if (target_handle != targets[0]) return;
+    EXPECT_EQ(zar_deactivate_any_policy_for_target(one, targets[1]), 0U);
+  };
+  EXPECT_EQ(delete_stored(one, gold, "gold"), 0U);
+  EXPECT_EQ(reported(), (Handles{targets[0], targets[2]}));
+  EXPECT_TRUE(engine().instances().empty());
+}
+
 TEST_P(DeletingStoredPolicies, ReportsOneTargetWhenTheCallbackDeletesAll) {
   const uint32_t gold = stored_pmap("gold");
   const Handles targets{target(gold, 1), target(gold, 2), target(gold, 3)};

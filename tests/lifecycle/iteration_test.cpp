@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lifecycle/lines.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 
@@ -142,6 +143,31 @@ TYPED_TEST(TreeWalks, GiveHandle0InAnEmptyTree) {
   EXPECT_ANSWER(0U, TypeParam::first(this->one, &this->out));
   EXPECT_EQ(this->out, 0U);
   EXPECT_EQ(take_trace(), lines(own_database(TypeParam::kFirst), TypeParam::empty()));
+}
+
+// The tree has said that there is none before the place is written.
+TYPED_TEST(TreeWalks, WriteThePlaceBeforeTheirLastMessage) {
+  NEEDS_TRACE();
+  const auto first = [this] { TypeParam::first(this->one, &this->out); };
+  EXPECT_EQ(values_when_traced(this->out, first), (Handles{kUntouched, kUntouched, 0}));
+  const uint32_t gold = TypeParam::make_stored(*this, "gold");
+  this->out = kUntouched;
+  EXPECT_EQ(values_when_traced(this->out, first), (Handles{kUntouched, gold}));
+  this->out = kUntouched;
+  const auto next = [&] { TypeParam::next(this->one, gold, &this->out); };
+  EXPECT_EQ(values_when_traced(this->out, next), (Handles{kUntouched, kUntouched, 0}));
+}
+
+TYPED_TEST(TreeWalks, WriteHandle0BeforeTheySayThatTheTreeFailed) {
+  NEEDS_TRACE();
+  const uint32_t gold = TypeParam::make_stored(*this, "gold");
+  avl_tree *own = std::exchange(TypeParam::tree(*this->db), nullptr);
+  const auto first = [this] { EXPECT_EQ(TypeParam::first(this->one, &this->out), 41U); };
+  EXPECT_EQ(values_when_traced(this->out, first), (Handles{kUntouched, kUntouched, 0}));
+  this->out = kUntouched;
+  const auto next = [&] { EXPECT_EQ(TypeParam::next(this->one, gold, &this->out), 41U); };
+  EXPECT_EQ(values_when_traced(this->out, next), (Handles{kUntouched, kUntouched, 0}));
+  TypeParam::tree(*this->db) = own;
 }
 
 TYPED_TEST(TreeWalks, GoThroughTheDatabaseOfTheClient) {
@@ -479,6 +505,23 @@ TYPED_TEST(ListWalks, EndQuietlyWhenTheCurrentElementIsGone) {
     EXPECT_TRACED(this->gone(current));
   }
   EXPECT_EQ(this->walked(), (Handles{order[0], order[2]}));
+}
+
+// A cursor that is gone is told before the place is written, one that is found too, the outcome after it.
+TYPED_TEST(ListWalks, WriteThePlaceOnceTheCurrentElementIsTold) {
+  NEEDS_TRACE();
+  const Handles order{this->add(1), this->add(2)};
+  const auto values_of_next = [&](uint32_t current) {
+    this->out = kUntouched;
+    return values_when_traced(this->out, [&] { this->next(this->one, this->holder, current, &this->out); });
+  };
+  EXPECT_EQ(values_of_next(this->holder), Handles{kUntouched});
+  EXPECT_EQ(this->out, 0U);
+  Handles values(this->found_next(order[0], order[1]).size(), kUntouched);
+  values.back() = order[1];
+  EXPECT_EQ(values_of_next(order[0]), values);
+  values.back() = 0;
+  EXPECT_EQ(values_of_next(order[1]), values);
 }
 
 TYPED_TEST(ListWalks, SeeWhatIsAddedMeanwhile) {

@@ -1,5 +1,6 @@
 // The creation of events, and their match criteria.
 #include "platform/runtime.h"
+#include "support/platform_log.h"
 #include "support/repository.h"
 
 using namespace rig;
@@ -163,6 +164,18 @@ TEST_F(Events, NeedTheirNameInterned) {
   EXPECT_TRACED(error("(ERR): create_event: Could not add event name to SDB name:%s", "start"));
   EXPECT_TEXT_REMOVALS();
   EXPECT_EQ(handle, kUntouched);
+}
+
+TEST_F(Events, WithoutANameGiveBackTheHandleThenTheTupleThenTheContext) {
+  make_pools();
+  watch_platform();
+  EXPECT_EQ(zar_create_event(&start, nullptr, &handle), 37U);
+  PlatformCalls calls = take_platform_calls({"record", "id 0x", "end id", "give back"});
+  ASSERT_EQ(calls.size(), 6U);
+  EXPECT_TRUE(calls[3].starts_with("end id")) << calls[3];
+  calls.erase(calls.begin() + 3);
+  EXPECT_EQ(calls, (PlatformCalls{"record 0x3e00043", "id 0x3e00023", "record 0x3e0004a", "give back 0x3e00043",
+                                  "give back 0x3e0004a"}));
 }
 
 TEST_F(Events, BeginWithACleanRecord) {

@@ -3,6 +3,7 @@
 
 #include "objects/map_families.h"
 #include "platform/runtime.h"
+#include "support/platform_log.h"
 
 using namespace rig;
 
@@ -135,6 +136,45 @@ TYPED_TEST(MapCreation, AnswersAHandleAndTellsIt) {
   EXPECT_EQ(pool_of(TypeParam::kPoolTag),
             text("%zu bytes, 20 per chunk, flags 0x111", sizeof(typename TypeParam::Record)));
   EXPECT_CALLS();
+}
+
+TYPED_TEST(MapCreation, MakesTheKeyBeforeTheQueues) {
+  watch_platform();
+  EXPECT_EQ(TypeParam::create(this->one, &this->gold, &this->handle), 0U);
+  PlatformCalls expected{text("duplicate 0x%x \"gold:d1:1\"", TypeParam::kKeyTag)};
+  expected.insert(expected.end(), std::is_same_v<TypeParam, PolicyMaps> ? 3 : 2, "queue init 0");
+  EXPECT_EQ(take_platform_calls({"duplicate", "queue"}), expected);
+}
+
+// What a record holds when its key is made.
+TEST(MapCreationInOrder, KnowsTheMatchCriteriaBeforeTheKeyAndWhetherItIsHiddenAfterIt) {
+  World world;
+  const auto newest = [] { return runtime::live_ids().back(); };
+  const zar_map_info hidden = World::map_info("voice", {.hidden = 1});
+  zar_cmap cmap_then{};
+  uint32_t handle = 0;
+  watch_platform();
+  when_platform_called("duplicate", [&] { cmap_then = *World::at<zar_cmap>(newest()); });
+  EXPECT_EQ(zar_create_class(world.one, &hidden, 3, &handle), 0U);
+  EXPECT_EQ(cmap_then.domain_type, 1U);
+  EXPECT_EQ(cmap_then.match_criteria, 3U);
+  EXPECT_EQ(cmap_then.hidden, 0U);
+  EXPECT_EQ(World::at<zar_cmap>(handle)->hidden, 1U);
+
+  const zar_map_info builtin = World::map_info(builtin_autoconf_policy);
+  zar_pmap pmap_then{};
+  when_platform_called("duplicate", [&] { pmap_then = *World::at<zar_pmap>(newest()); });
+  EXPECT_EQ(zar_create_policy(world.one, &builtin, &handle), 0U);
+  EXPECT_EQ(pmap_then.domain_type, 1U);
+  EXPECT_EQ(pmap_then.hidden, 0U);
+  EXPECT_EQ(World::at<zar_pmap>(handle)->hidden, 1U);
+}
+
+TYPED_TEST(MapCreation, WithoutAKeyNeedsNoQueues) {
+  runtime::fail_request(runtime::Service::duplicate, 1);
+  watch_platform();
+  EXPECT_EQ(TypeParam::create(this->one, &this->gold, &this->handle), 37U);
+  EXPECT_EQ(take_platform_calls({"queue"}), PlatformCalls{});
 }
 
 TYPED_TEST(MapCreation, UsesThePoolThatIsThere) {

@@ -1,5 +1,6 @@
 // Storing maps and retrieving them by name.
 #include "objects/map_families.h"
+#include "support/when_traced.h"
 
 using namespace rig;
 
@@ -212,6 +213,22 @@ TYPED_TEST(Storing, FindsNothingAndCallsThatASuccess) {
   EXPECT_EQ(TypeParam::retrieve(this->two, &sought, &handle), 0U);
   EXPECT_EQ(handle, 0U);
   EXPECT_TRACED(default_database(TypeParam::kRetrieve), this->no_match("silver", 2));
+}
+
+TYPED_TEST(Storing, WritesThePlaceBeforeTheMessageOfAMapAndAfterThatOfNone) {
+  NEEDS_TRACE();
+  const uint32_t gold = this->make_stored("gold");
+  const zar_map_info stored = World::map_info("gold"), missing = World::map_info("silver");
+  uint32_t handle = kUntouched;
+  EXPECT_EQ(values_when_traced(handle, [&] { TypeParam::retrieve(this->one, &stored, &handle); }),
+            (Handles{kUntouched, gold}));
+  EXPECT_TRACED(own_database(TypeParam::kRetrieve), this->found("gold:d1:1"));
+
+  handle = kUntouched;
+  EXPECT_EQ(values_when_traced(handle, [&] { TypeParam::retrieve(this->one, &missing, &handle); }),
+            (Handles{kUntouched, kUntouched}));
+  EXPECT_TRACED(own_database(TypeParam::kRetrieve), this->no_match("silver", 1));
+  EXPECT_EQ(handle, 0U);
 }
 
 TYPED_TEST(Storing, TellsMapsApartByDomainAndType) {

@@ -94,6 +94,18 @@ TEST_F(CompareTable, IsEmptyWithoutAClassMap) {
   }
 }
 
+TEST_F(CompareTable, WaitsForATypeWhoseFilterWasTakenOut) {
+  const uint32_t type_0 = filters_of(cmap).front();
+  ASSERT_EQ(zar_remove_filter_from_class(cmap, type_0), 0U);
+  begin();
+  EXPECT_EQ(zar_internal_cmap_compare(), 0U);
+  const zar_filter_context context = filter_context("type 2");
+  ASSERT_EQ(zar_pmtr_create_or_add_filter(abc, &context, 0, 0, 0, 10, 0, 2), 0U);
+  begin();
+  zar_add_to_internal_cmap_compare(cmap, &context, 0, 2);
+  EXPECT_EQ(zar_internal_cmap_compare(), 0U) << "slot 0 is configured for good";
+}
+
 TEST_F(CompareTable, TakesTheLastWordOnASlot) {
   configure(1);
   begin();

@@ -6,6 +6,7 @@
 #include "platform/engine.h"
 #include "platform/runtime.h"
 #include "present/bad_handles.h"
+#include "support/platform_log.h"
 
 using namespace rig;
 
@@ -74,6 +75,20 @@ TEST_F(Making, AsksForWhatItNeedsInOrder) {
   EXPECT_EQ(zar_create_pmtr_map(one, &abc, &place), 0U);
   EXPECT_EQ(take_requests().front(), "record of 104");
   EXPECT_STREQ(zar_db_pmtr_map_chunk_str, kPool);
+}
+
+TEST_F(Making, KnowsWhetherTheMapIsHiddenBeforeTheKeyIsMadeAndTheQueueAfterIt) {
+  watch_platform();
+  EXPECT_EQ(zar_create_pmtr_map(one, &abc, &place), 0U);
+  EXPECT_EQ(take_platform_calls({"duplicate", "queue"}),
+            (PlatformCalls{"duplicate 0x3e0005a \"abc:access:1\"", "queue init 0"}));
+
+  const zar_map_info begun = map_info("", kOfAccess);
+  uint32_t hidden_then = 0;
+  watch_platform();
+  when_platform_called("duplicate", [&] { hidden_then = at<zar_pmtr_map>(runtime::live_ids().back())->hidden; });
+  EXPECT_EQ(zar_create_pmtr_map(one, &begun, &place), 0U);
+  EXPECT_EQ(hidden_then, 1U);
 }
 
 TEST_F(Making, KeepsTheDomainType) {

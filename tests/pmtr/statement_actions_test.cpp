@@ -341,6 +341,18 @@ TEST_F(PuttingIn, IsTracedByThePlace) {
   EXPECT_EQ(at<zar_action>(seven)->ref_count, 1U) << "no reference is added";
 }
 
+TEST_F(PuttingIn, BehindOneThatStandsTwiceComesBehindItsFirstPlace) {
+  breaks_invariants("a list gets an action without a reference of its own");
+  const uint32_t twice = statement_action(abc, 10, 1, "twice");
+  EXPECT_EQ(zar_add_action_to_pmtr_map_rule(abc, 10, twice), 0U);
+  ASSERT_EQ(actions(), (Handles{twice, twice}));
+  const uint32_t late = action("late", 1);
+  EXPECT_EQ(zar_add_action_to_pmtr_map_rule(abc, 10, late), 0U);
+  EXPECT_EQ(actions(), (Handles{twice, late, twice}));
+  EXPECT_EQ(zar_remove_action_from_pmtr_stmt_action(abc, 10, twice), 0U);
+  EXPECT_EQ(actions(), (Handles{late, twice})) << "the first place is the one that goes";
+}
+
 TEST_F(PuttingIn, StopsAtTheFirstFault) {
   breaks_invariants("its functions are taken from a record");
   const char *const name = "add_action_to_pmtr_map_rule";
@@ -544,6 +556,19 @@ TEST_F(WalkingActions, GoesInTheOrderOfTheNumbers) {
   EXPECT_EQ(place, 0U);
   EXPECT_TRACED(own_database(kNext), info("(info): %s: current action:0x%x found.", kNext, seven),
                 info("(info): %s: no next action found next to:0x%x", kNext, seven));
+}
+
+TEST_F(WalkingActions, WritesThePlaceOnceTheCurrentActionIsTold) {
+  NEEDS_TRACE();
+  const uint32_t a = statement_action(abc, 10, 1, "a"), b = statement_action(abc, 10, 2, "b");
+  const auto values_of_next = [this](uint32_t current, uint32_t index) {
+    place = kUntouched;
+    return values_when_traced(place, [=, this] { next(current, index); });
+  };
+  EXPECT_EQ(values_of_next(a, 10), (Handles{kUntouched, kUntouched, b}));
+  EXPECT_EQ(values_of_next(b, 10), (Handles{kUntouched, kUntouched, 0}));
+  EXPECT_EQ(values_of_next(abc, 10), (Handles{kUntouched, 0}));
+  EXPECT_EQ(values_of_next(a, 11), (Handles{kUntouched, 0}));
 }
 
 TEST_F(WalkingActions, GoesOnFromActionsOfTheStatementOnly) {

@@ -4,6 +4,7 @@
 
 #include "platform/runtime.h"
 #include "present/bad_handles.h"
+#include "support/platform_log.h"
 #include "support/when_traced.h"
 
 using namespace rig;
@@ -149,6 +150,26 @@ TEST_F(NewStatement, AsksForWhatItNeedsInOrder) {
   EXPECT_STREQ(zar_db_pmtr_map_stmt_chunk_str, kPool);
   add(11, "expression");
   EXPECT_EQ(take_requests().front(), "record of 40");
+}
+
+// Where the copies of name and domain go: a statement made for the first time is listed without them, one that takes the
+// place of another is listed first.
+TEST_F(NewStatement, GivesTheCopiedTextsBackBeforeItIsListedUnlessItReplacesAnother) {
+  const zar_pmtr_map *map = at<zar_pmtr_map>(abc);
+  const PlatformCalls of_texts{"duplicate 0x3e0002", "block 0x3e0002", "free 0x3e0002",
+                               text("prepend %p", &map->stmt_queue)};
+  watch_platform();
+  add(10, "expression");
+  PlatformCalls listed{text("prepend %p %p", &map->stmt_queue, statement_of(abc, 10))};
+  EXPECT_EQ(take_platform_calls(of_texts),
+            (PlatformCalls{"duplicate 0x3e0002b \"subscriber\"", "block 0x3e00028 of 1 14", "free 0x3e00028",
+                           "free 0x3e0002b", listed[0]}));
+  watch_platform();
+  add(10, "expression", {.replace = 1});
+  listed = {text("prepend %p %p", &map->stmt_queue, statement_of(abc, 10))};
+  EXPECT_EQ(take_platform_calls(of_texts),
+            (PlatformCalls{"duplicate 0x3e0002e \"subscriber\"", "block 0x3e00027 of 1 15", listed[0], "free 0x3e00027",
+                           "free 0x3e0002e"}));
 }
 
 // A map-index, and how it prints.
@@ -611,8 +632,8 @@ TEST_F(Replacement, ThatFailsHasDeletedTheStatementAllTheSame) {
 TEST_F(Replacement, GoesOnWhereTheOldStatementCannotBeDeleted) {
   NEEDS_TRACE();
   statement(abc, 10, "old");
-  when_traced(
-      kNoOwner, [] { runtime::lose_next_pointer(); }, 2);
+  const auto lose_it = [] { runtime::lose_next_pointer(); };
+  when_traced(kNoOwner, lose_it, 2);
   add(10, "new", {.replace = 1});
   const Lines lines = take_trace();
   const Lines expected = {error("(ERR): ZAR Found NULL context with handle [0x%x]\n", abc),

@@ -18,6 +18,10 @@ Line inactive(const char *caller) {
   return error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", caller, 1);
 }
 
+Line no_client_yet(const char *caller) {
+  return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", caller, 1, 0);
+}
+
 struct Subscriber : Repository {
   uint32_t place = kUntouched;
 
@@ -112,8 +116,26 @@ TEST_F(FindingByName, TakesAFailedSearchForAFoundMap) {
   EXPECT_EQ(place, kUntouched);
 }
 
+TEST_F(FindingByName, GivesWhateverStandsUnderTheKey) {
+  const uint32_t policy = pmap("abc", {.domain = "subscriber"});
+  {
+    const Quiet quiet;
+    ASSERT_EQ(zar_store_pmtr_map(one, policy), 0U);
+  }
+  EXPECT_REFUSED(0U, find("abc"));
+  EXPECT_EQ(place, policy);
+  EXPECT_EQ(kel_is_pmap_created("abc"), policy);
+}
+
 TEST_F(FindingByName, NeedsAName) {
   EXPECT_REFUSED(39U, find(nullptr));
+  EXPECT_EQ(place, kUntouched);
+}
+
+TEST_F(FindingByName, NeedsAClient) {
+  start_again();
+  EXPECT_EQ(find("abc"), 39U);
+  EXPECT_ERRORS(no_client_yet("retrieve_pmtr_map"));
   EXPECT_EQ(place, kUntouched);
 }
 
@@ -221,6 +243,13 @@ TEST_F(MakingByName, NeedsAName) {
   EXPECT_EQ(place, kUntouched);
 }
 
+TEST_F(MakingByName, NeedsAClient) {
+  start_again();
+  EXPECT_EQ(make("abc"), 39U);
+  EXPECT_ERRORS(no_client_yet("create_pmtr_map"), error("(ERR): Could not create pmtr-map: %s", "abc"));
+  EXPECT_EQ(place, kUntouched);
+}
+
 TEST(MakingByNameUnderFaults, LeavesNothingButAMapThatWasMade) {
   for_each_fault([](FaultClock &clock) {
     using runtime::Service;
@@ -313,6 +342,12 @@ TEST_F(DeletingByName, NeedsADatabaseFirst) {
   EXPECT_TRACED(kNoOwner, error("(ERR): Could not find default db"));
 }
 
+TEST_F(DeletingByName, NeedsAClient) {
+  start_again();
+  EXPECT_EQ(kel_delete_subscriber_parameter_map("abc", 1), 37U);
+  EXPECT_ERRORS(no_client_yet("delete_subscriber_pmtr_map"));
+}
+
 TEST_F(DeletingByName, PassesOnThatTheTreeRefused) {
   stored_pmtr_map("abc");
   runtime::fail_next_tree_delete();
@@ -330,6 +365,16 @@ TEST_F(DeletingByName, SparesAMapOfAnotherKind) {
   }
   EXPECT_EQ(kel_delete_subscriber_parameter_map("abc", 1), 39U);
   EXPECT_STREQ(zar_get_pmap_name(policy), "abc");
+}
+
+TEST_F(DeletingByName, LeavesAMapOfAnotherKindInTheTree) {
+  const uint32_t policy = pmap("abc", {.domain = "subscriber"});
+  {
+    const Quiet quiet;
+    ASSERT_EQ(zar_store_pmtr_map(one, policy), 0U);
+  }
+  EXPECT_REFUSED(39U, kel_delete_subscriber_parameter_map("abc", 1));
+  EXPECT_EQ(pmtr_maps_in(db), Handles{policy});
 }
 
 TEST(DeletingByNameUnderFaults, DeletesOrLeavesAll) {

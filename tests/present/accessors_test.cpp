@@ -132,6 +132,29 @@ TEST_F(Accessors, GiveTheEnginesTextForTheCriteriaOfAnEvent) {
   EXPECT_TRACED();
 }
 
+// ---- Records of callers' own
+
+TEST_F(Accessors, SayNothingOfTextsThatACallersOwnRecordLacks) {
+  zar_pmap policy{};
+  zar_cmap klass{};
+  zar_event_context hollow{};
+  zar_event_tuple start{};
+  zar_class_action voice{};
+  zar_pmtr_map values{};
+  start.event_context = &hollow;
+  voice.cmap = &klass;
+  const auto own = [](auto &record) { return record.handle = zar_handle_alloc(&record); };
+  own(klass);
+  EXPECT_EQ(zar_get_pmap_name(own(policy)), nullptr);
+  EXPECT_EQ(zar_get_pmap_domain(policy.handle), nullptr);
+  EXPECT_EQ(zar_get_cmap_name(klass.handle), nullptr);
+  EXPECT_EQ(zar_get_cmap_domain(klass.handle), nullptr);
+  EXPECT_EQ(zar_get_event_name(own(start)), nullptr);
+  EXPECT_EQ(zar_get_class_name_from_class_action(own(voice)), nullptr);
+  EXPECT_EQ(zar_get_pmtr_map_name(own(values)), nullptr);
+  EXPECT_TRACED();
+}
+
 // ---- Class-actions
 
 TEST_F(Accessors, GiveNameAndNumberOfAClassAction) {

@@ -220,6 +220,23 @@ TEST_F(Counters, NeedAnOwnerInRange) {
   }
 }
 
+TEST_F(Counters, ThatWereClearedBeforeAFailureStayCleared) {
+  breaks_invariants("a domain is claimed twice");
+  const uint32_t log = counted_policy("gold");
+  const uint32_t filter = counted_filter(stored_cmap("voice"), "a");
+  {
+    const Quiet quiet;
+    zar_register_domain(one, "##");
+  }
+  auto *claim = static_cast<zar_domain_entry *>(runtime::elements(&zar_domain_list).back());
+  std::string("d1").copy(claim->domain, 2);
+  claim->owner_clid = 3;
+  EXPECT_EQ(zar_clear_policymap("d1", nullptr, 1), 39U);
+  EXPECT_EQ(executed({log}), Counts{0});
+  EXPECT_EQ(zar_clear_classmap("d1", nullptr, 1), 39U);
+  EXPECT_EQ(counts_of(filter), kCleared);
+}
+
 TEST_F(Counters, NeedAnActiveOwner) {
   counted_policy("gold");
   zar_clients_info[0]->status = 0;

@@ -120,6 +120,31 @@ TEST_F(PolicyListing, ComposesEachLineInABufferOfItsOwn) {
   EXPECT_EQ(blocks_out(kEventTag) + blocks_out(kClassTag) + blocks_out(kClientTextTag), 0U);
 }
 
+// What the printer finds allocated while it has the lines of an action.
+TEST_F(PolicyListing, FreesATextBeforeItTellsHowOftenTheActionRan) {
+  small_policy("gold");
+  std::vector<size_t> texts_out;
+  on_printed = [&texts_out](const std::string &) { texts_out.push_back(blocks_out(kClientTextTag)); };
+  print("gold", 0, 1);
+  on_printed = nullptr;
+  EXPECT_PRINTED("> Control_Policy: gold", ">   Event:      event start-gold match-all",
+                 ">     Class-map:  1 class class-gold do-all", ">       Action: 1 action-gold(0)",
+                 ">       Precedence:0 action-gold(0)", ">       Executed: 0");
+  EXPECT_EQ(texts_out, (std::vector<size_t>{0, 0, 0, 1, 1, 0}));
+}
+
+// The buffer of a line is out while the line is printed, and no longer.
+TEST_F(PolicyListing, FreesTheBufferOfALineOnceItIsPrinted) {
+  small_policy("gold");
+  std::vector<size_t> buffers_out;
+  on_printed = [&buffers_out](const std::string &) {
+    buffers_out.push_back(10 * blocks_out(kEventTag) + blocks_out(kClassTag));
+  };
+  print("gold");
+  on_printed = nullptr;
+  EXPECT_EQ(buffers_out, (std::vector<size_t>{0, 10, 1, 0}));
+}
+
 TEST_F(PolicyListing, CountsTheRunsOfAnActionWithoutText) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t voice = rule(event_in(gold, 7, "start"), cmap("voice"), 1, 1);

@@ -221,6 +221,14 @@ TEST_F(Activation, TellsTheHandlersInTheOrderOfTheRules) {
   EXPECT_TRACED();
 }
 
+TEST_F(Activation, TellsTheHandlerAtEachPlaceOfAnAction) {
+  const uint32_t log = action_in(voice, "log");
+  zar_increment_action(at<zar_action>(log));
+  add_action(rest, log);
+  invoke(gold, seven, 1);
+  EXPECT_CALLS("notify added log [7]", "notify added log [7 7]");
+}
+
 TEST_F(Activation, HandsOneListToAllHandlers) {
   const uint32_t a = noting_action_in(voice, "a", 1);
   noting_action_in(voice, "b", 2);
@@ -306,6 +314,45 @@ TEST_F(Activation, EndsWithoutMemoryForTheList) {
   EXPECT_TRACED();
 }
 
+// The handler of an earlier call keeps its list, so the target's information stands there and an entry of a second list has
+// to be allocated.
+TEST_F(Activation, HandsOverNoEmptyListWhenAnEntryCannotBeHad) {
+  noting_action_in(voice, "a", 1);
+  noting_action_in(voice, "b", 2);
+  invoke(gold, seven, 1);
+  ASSERT_EQ(notifications.size(), 2U);
+  const std::string before = everything();
+  runtime::fail_request(runtime::Service::queue_entry, 1, runtime::Fault::from_then_on);
+  invoke(gold, seven, 1);
+  runtime::clear_faults();
+  EXPECT_EQ(notifications.size(), 2U);
+  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+
+  runtime::fail_request(runtime::Service::queue_entry, 1);
+  invoke(gold, seven, 1);
+  ASSERT_EQ(notifications.size(), 3U) << "b is told: its entry is there";
+  EXPECT_EQ(notifications[2].data, at<zar_action>(actions_of(voice)[1])->action_data);
+  EXPECT_EQ(notifications[2].target_infos, (std::vector<const void *>{at<zar_target>(seven)->target_info}));
+}
+
+TEST_F(OneAction, GetsNoEmptyListWhenAnEntryCannotBeHad) {
+  const uint32_t log = noting_action_in(voice, "log");
+  zar_shim_action_added_removed(log, gold, 1);
+  ASSERT_EQ(notifications.size(), 1U);
+  const std::string before = everything();
+  runtime::fail_request(runtime::Service::queue_entry, 1, runtime::Fault::from_then_on);
+  zar_shim_action_added_removed(log, gold, 1);
+  runtime::clear_faults();
+  EXPECT_EQ(notifications.size(), 1U);
+  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+
+  runtime::fail_request(runtime::Service::queue_entry, 1);
+  zar_shim_action_added_removed(log, gold, 1);
+  ASSERT_EQ(notifications.size(), 2U);
+  EXPECT_EQ(notifications[1].target_infos, (std::vector<const void *>{at<zar_target>(eight)->target_info}))
+      << "what is in the list counts";
+}
+
 TEST_F(Activation, AndDeactivationOfATargetTellTheHandlers) {
   const uint32_t silver = stored_pmap("silver");
   action_in(rule(event_in(silver, 1), cmap("c")), "log");
@@ -376,6 +423,18 @@ TEST_P(EachRemoval, HandsOneListToAllHandlers) {
   EXPECT_EQ(notifications[0].list, notifications[1].list);
   EXPECT_EQ(notifications[0].list->limit, 0U);
   EXPECT_EQ(blocks_out(kCollectedTag), 1U) << "the list is the handlers'";
+}
+
+TEST_P(EachRemoval, HandsOverNoEmptyListWhenNoEntryCanBeHad) {
+  noting_action_in(voice, "a");
+  remove(subject(), gold);
+  ASSERT_EQ(notifications.size(), 1U);
+  const std::string before = everything();
+  runtime::fail_request(runtime::Service::queue_entry, 1, runtime::Fault::from_then_on);
+  remove(subject(), gold);
+  runtime::clear_faults();
+  EXPECT_EQ(notifications.size(), 1U);
+  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
 }
 
 TEST_P(EachRemoval, PassesOverActionsWithoutNotificationFunction) {

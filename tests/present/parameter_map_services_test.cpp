@@ -455,6 +455,15 @@ TEST_F(SubscriberPolicy, IsSoughtForTheOwnerOfTheDomain) {
                 info("(info): retrieve_policy: successful, pmap:%s", "theirs:subscriber:1"));
 }
 
+TEST_F(SubscriberPolicy, IsWhateverStandsUnderTheKey) {
+  const uint32_t voice = cmap("voice", kOfSubscribers);
+  {
+    const Quiet quiet;
+    ASSERT_EQ(zar_store_policy(one, voice), 0U);
+  }
+  EXPECT_REFUSED(voice, kel_is_policy_created("voice"));
+}
+
 TEST_F(SubscriberPolicy, IsNoneWithoutAName) {
   EXPECT_REFUSED(0U, kel_is_policy_created(nullptr));
   EXPECT_TRACED(kNoOwner, error("(ERR): %s: map name from input map info cannot be NULL", "retrieve_policy"));

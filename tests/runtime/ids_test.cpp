@@ -46,7 +46,7 @@ TEST_F(IdsTest, ADeletedIdIsToldFromOneThatWasNeverIssued) {
   EXPECT_NE(id_delete(id, table), 0u);
   EXPECT_EQ(look_up(id), nullptr);
   EXPECT_EQ(status, kDeleted);
-  for (uint32_t never : {0u, id + 1, id + 100000, ~id, UINT32_MAX}) {
+  for (uint32_t never : {0u, id ^ 0x40000000u, id + 100000, ~id, UINT32_MAX}) {
     EXPECT_EQ(look_up(never), nullptr) << never;
     EXPECT_EQ(status, kNeverIssued) << never;
   }
@@ -120,6 +120,54 @@ TEST_F(IdsTest, ATableThatDoesNotExistIssuesNothing) {
   EXPECT_EQ(id_get(&object, 0, 7), 0u);
   EXPECT_EQ(id_get(&object, static_cast<uint16_t>(table + 1), 7), 0u);
   EXPECT_EQ(n_complaints(), 2u);
+}
+
+TEST_F(IdsTest, NumberingGoesOnOverTables) {
+  std::vector<uint32_t> issued;
+  std::vector<uint16_t> kept;
+  for (int i = 0; i < 1000; ++i) {
+    uint16_t next = id_create_new_table(256, 256, "next", 7);
+    issued.push_back(issue(&object));
+    issued.push_back(id_get(&object, next, 7));
+    issued.push_back(id_get(&other, next, 7));
+    id_delete(issued.back(), next);
+    if (i % 2 == 0)
+      id_destroy_table(next);
+    else
+      kept.push_back(next);
+  }
+  for (uint16_t each : kept)
+    id_destroy_table(each);
+  std::sort(issued.begin(), issued.end());
+  EXPECT_EQ(std::adjacent_find(issued.begin(), issued.end()), issued.end()) << "each value is issued once";
+}
+
+TEST_F(IdsTest, AnIdOfAnEndedTableLeadsNowhereInALaterOne) {
+  uint32_t live = issue(&object), dead = issue(&object);
+  id_delete(dead, table);
+  id_destroy_table(table);
+  table = id_create_new_table(256, 256, "later", 7);
+  std::vector<uint32_t> later;
+  for (int i = 0; i < 5000; ++i) {
+    later.push_back(issue(&other));
+    ASSERT_EQ(look_up(live), nullptr);
+    ASSERT_NE(status, kLive);
+    ASSERT_EQ(look_up(dead), nullptr);
+    ASSERT_EQ(id_delete(live, table), 0u);
+    if (i % 2 == 0) id_delete(later.back(), table);
+  }
+  EXPECT_EQ(std::count(later.begin(), later.end(), live) + std::count(later.begin(), later.end(), dead), 0);
+}
+
+// More tables than a slot has generations, each with one id: the least that a table can issue.
+TEST_F(IdsTest, AValueDoesNotComeBackWhenEveryIdHasATableOfItsOwn) {
+  uint32_t first = issue(&object);
+  id_destroy_table(table);
+  for (int i = 0; i < 20000; ++i) {
+    table = id_create_new_table(16, 16, "short-lived", 7);
+    ASSERT_NE(issue(&object), first) << "after " << i;
+    id_destroy_table(table);
+  }
 }
 
 TEST_F(IdsTest, TheIdentifierOfAnEndedTableIsNotUsedAgainSoon) {

@@ -39,6 +39,7 @@ std::string target_ids(const queue_head *target_infos) {
 }  // namespace
 
 std::function<void(uint32_t target, uint32_t pmap)> on_policy_removed;
+std::function<void(const std::string &line)> on_printed;
 
 void free_data(void *data, void *context) {
   if (context != nullptr) {
@@ -126,6 +127,7 @@ void capture_printer(const char *format, ...) {
   std::vsnprintf(line, sizeof line, format, values);
   va_end(values);
   printed_lines.push_back({format, line});
+  if (on_printed) on_printed(line);
 }
 #if defined(__clang__)
 #pragma clang diagnostic pop

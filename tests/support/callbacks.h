@@ -53,7 +53,8 @@ zar_filter_context filter_context(Data &data);
 // The target lists that notifications handed over; the library leaves them to the handlers. Frees and forgets them.
 void free_target_lists();
 
-// A printer that keeps what it is given.
+// A printer that keeps what it is given. Runs 'on_printed' inside each call, after the line was kept.
+extern std::function<void(const std::string &line)> on_printed;
 struct Printed {
   std::string format;
   std::string text;

@@ -28,20 +28,23 @@ inline void lost_on_purpose(const void *block) {
 #endif
 }
 
+// What is allocated between the two may be lost. They nest.
+inline void begin_losing() {
+#ifdef RIG_LEAK_CHECK
+  __lsan_disable();
+#endif
+}
+inline void end_losing() {
+#ifdef RIG_LEAK_CHECK
+  __lsan_enable();
+#endif
+}
+
 // What is allocated while one is alive may be lost.
 class LosesOnPurpose {
  public:
-#ifdef RIG_LEAK_CHECK
-  LosesOnPurpose() {
-    __lsan_disable();
-  }
-  ~LosesOnPurpose() {
-    __lsan_enable();
-  }
-#else
-  LosesOnPurpose() {}
-  ~LosesOnPurpose() {}
-#endif
+  LosesOnPurpose() { begin_losing(); }
+  ~LosesOnPurpose() { end_losing(); }
   LosesOnPurpose(const LosesOnPurpose &) = delete;
   LosesOnPurpose &operator=(const LosesOnPurpose &) = delete;
 };

@@ -60,6 +60,7 @@ void start_rig() {
   lost_on_purpose(zar_clients_info);  // a further start makes a new table and forgets the old one
   reset_engine();
   on_policy_removed = nullptr;
+  on_printed = nullptr;
   calls().clear();
   printed().clear();
   start_trace();

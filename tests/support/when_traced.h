@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/runtime/control.h"
 #include "support/trace.h"
@@ -16,6 +17,16 @@ inline void whenever_traced(const std::string &beginning, std::function<void()> 
   runtime::trace_to([beginning, act = std::move(act)](const runtime::TraceLine &seen) {
     if (capture(seen) && traced().back().text.starts_with(beginning)) act();
   });
+}
+
+// What 'place' held at each line that the library traced during 'act', in order.
+template <typename Value, typename Act>
+std::vector<Value> values_when_traced(const Value &place, Act act) {
+  std::vector<Value> values;
+  whenever_traced("", [&place, &values] { values.push_back(place); });
+  act();
+  runtime::trace_to(capture);
+  return values;
 }
 
 // Runs 'act' when the library traces 'line' for the 'nth' time from now on.

@@ -51,15 +51,20 @@ const Bad kYaml[] = {
      "    | ^\n"
      "  expected: one document\n"},
     {"NotYaml", "clients: [a\ndomains: {}\n",
-     "<stdin>:2:8: error: not YAML: end of sequence flow not found\n"
+     "<stdin>:2:8: error: not YAML: neither ',' nor ']' in a list in brackets\n"
      "  2 | domains: {}\n"
      "    |        ^\n"
-     "  expected: a YAML document\n"},
+     "  expected: ',' before the next item, or ']' after the last one\n"},
+    {"Tab", "clients:\n\ta: {}\n",
+     "<stdin>:2:1: error: not YAML: a tab in the indentation\n"
+     "  2 |  a: {}\n"
+     "    | ^\n"
+     "  expected: spaces\n"},
     {"UnknownAnchor", "clients: *nobody\n",
-     "<stdin>:1:10: error: not YAML: the referenced anchor is not defined\n"
+     "<stdin>:1:10: error: not YAML: an alias whose anchor is not defined\n"
      "  1 | clients: *nobody\n"
      "    |          ^\n"
-     "  expected: a YAML document\n"},
+     "  expected: '&' with the same name before a value further up, or quotes around the text\n"},
     {"Tag", "clients: !!str a\n",
      "<stdin>:1:10: error: the tag tag:yaml.org,2002:str\n"
      "  1 | clients: !!str a\n"
@@ -170,7 +175,7 @@ const Bad kFilters[] = {
                "a filter with both 'equals' and 'prefix'", "  expected: one test in a filter\n"),
     bad_filter("BadAttributeName", "{attribute: a b, equals: x}", 29, "'a b' cannot be an attribute's name",
                "  expected: 1 to 63 letters, digits and _-./+\n"),
-    bad_filter("BadPattern", "{attribute: a, regex: '(('}", 39, "not a regular expression: missing ): ((",
+    bad_filter("BadPattern", "{attribute: a, regex: '(('}", 39, "not a regular expression: a '(' without its ')': ((",
                "  expected: a regular expression in RE2 syntax\n"),
     bad_filter("RangeIsNoMapping", "{attribute: a, range: 1-2}", 39, "a range is a single value",
                "  expected: a mapping with one of the keys min, max\n"),
@@ -448,6 +453,76 @@ INSTANTIATE_TEST_SUITE_P(Maps, BadFiles, testing::ValuesIn(kMaps), name_of);
 INSTANTIATE_TEST_SUITE_P(Rules, BadFiles, testing::ValuesIn(kRules), name_of);
 INSTANTIATE_TEST_SUITE_P(Statements, BadFiles, testing::ValuesIn(kStatements), name_of);
 INSTANTIATE_TEST_SUITE_P(Targets, BadFiles, testing::ValuesIn(kTargets), name_of);
+
+std::string first_line(const std::string &text) {
+  return text.substr(0, text.find('\n'));
+}
+
+// Whatever words the parser has for it.
+TEST(NotYaml, IsSaidInWordsOfOurOwn) {
+  const auto error = [](const std::string &text) {
+    const std::string line = first_line(run_zar({"check", "-"}, text).err);
+    const std::string before = "<stdin>:";
+    const std::string between = " error: not YAML: ";
+    const size_t message = line.find(between);
+    if (!line.starts_with(before) || message == std::string::npos) return line;
+    return line.substr(before.size(), message - before.size()) + " " + line.substr(message + between.size());
+  };
+  EXPECT_EQ(error("clients: {a: {}\n"), "2:1: neither ',' nor '}' in a mapping in braces");
+  EXPECT_EQ(error("clients: ]\n"), "1:10: this bracket closes none that is open");
+  EXPECT_EQ(error("[a}\n"), "1:3: this bracket closes none that is open");
+
+  EXPECT_EQ(error("a: b: c\n"), "1:5: a ':' that follows no key");
+  EXPECT_EQ(error("key\nclients: {}\n"), "2:8: a ':' that follows no key");
+  EXPECT_EQ(error("a: b\n- c\n"), "2:1: this does not continue the mapping above");
+  EXPECT_EQ(error("a:\n  - b\n c\n"), "3:2: this does not continue the mapping above");
+  EXPECT_EQ(error("x:\n  - \"a\" b\n"), "2:9: this does not continue the list above");
+  EXPECT_EQ(error("clients:\n  a: {}\n b: {}\n"), "3:2: this does not continue the mapping above");
+  EXPECT_EQ(error("a: {b: c, - d}\n"), "1:11: a '-' where no item of a list can begin");
+  EXPECT_EQ(error("a: b ? c: d\n? e\n"), "1:9: a ':' that follows no key");
+
+  EXPECT_EQ(error("clients:\n  a: {}\n\tb: {}\n"), "3:1: a tab in the indentation");
+  EXPECT_EQ(error("a:\n \t- b\n"), "2:2: a tab in the indentation");
+  EXPECT_EQ(error("a: >\n\tb\n"), "2:1: a tab in the indentation");
+
+  EXPECT_EQ(error("clients: @x\n"), "1:10: a value cannot begin with this character");
+  EXPECT_EQ(error("clients: \"a\\qb\"\n"), "1:14: an unknown escape in a text in double quotes");
+  EXPECT_EQ(error("a: \"\\xzz\"\n"), "1:9: an escape without its digits");
+  EXPECT_EQ(error("a: \"\\ud800\"\n"), "1:11: an escape for a character that does not exist");
+  EXPECT_EQ(error("a: \"x\n--- y\"\n"), "2:1: a document ends inside a text in quotes");
+  EXPECT_EQ(error("a: |0\n  b\n"), "1:6: an indentation of 0 for a block of text");
+  EXPECT_EQ(error("a: |x\n b\n"), "1:5: an unknown sign at the head of a block of text");
+
+  EXPECT_EQ(error("clients: &\n"), "1:11: '&' without a name for the anchor");
+  EXPECT_EQ(error("clients: *\n"), "1:11: '*' without the name of an anchor");
+  EXPECT_EQ(error("a: &b*[ c\n"), "1:7: a character that the name of an anchor cannot hold");
+  EXPECT_EQ(error("a: &x &y b\n"), "1:7: two anchors of one value");
+
+  EXPECT_EQ(error("a: !b !c d\n"), "1:7: two tags of one value");
+  EXPECT_EQ(error("a: !b!\n"), "1:7: a tag that cannot be read");
+  EXPECT_EQ(error("%YAML 1.2 3\n---\n{}\n"), "1:1: a directive that cannot be read");
+  EXPECT_EQ(error("%YAML 2.0\n---\n{}\n"), "1:1: a newer YAML than version 1");
+}
+
+TEST(BadPattern, IsDescribedInWordsOfOurOwn) {
+  const auto error = [](const std::string &pattern) {
+    const std::string file = "domains: {d: }\nclass-maps: {c: {filters: [{attribute: a, regex: '" + pattern + "'}]}}\n";
+    const std::string line = first_line(run_zar({"check", "-"}, file).err);
+    const std::string before = "<stdin>:2:50: error: not a regular expression: ";
+    return line.starts_with(before) ? line.substr(before.size()) : line;
+  };
+  EXPECT_EQ(error("a)"), "a ')' without its '(': a)");
+  EXPECT_EQ(error("[a"), "a '[' without its ']': [a");
+  EXPECT_EQ(error("[z-a]"), "there is no such class or range of characters: z-a");
+  EXPECT_EQ(error("[[:vowel:]]"), "there is no such class or range of characters: [:vowel:]");
+  EXPECT_EQ(error("\\8"), "an unknown escape: \\8");
+  EXPECT_EQ(error("a\\"), "a '\\' with nothing behind it");
+  EXPECT_EQ(error("*a"), "nothing to repeat: *");
+  EXPECT_EQ(error("a**"), "a repetition of a repetition: **");
+  EXPECT_EQ(error("a{3,2}"), "a repetition that is too long or ends before it begins: {3,2}");
+  EXPECT_EQ(error("(?=a)"), "an unknown '(?': (?=");
+  EXPECT_EQ(error("(?P<a b>c)"), "a group with a bad name: (?P<a b>");
+}
 
 TEST(AllErrors, AreReportedAtOnceInTheOrderOfTheFile) {
   const Result result = run_zar({"check", "-"}, R"(clients: {a: {databse: own}}

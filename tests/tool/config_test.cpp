@@ -68,8 +68,8 @@ TEST_P(Config, KeepsTheIdsOfEventsAndTheOrderOfTargets) {
 
 INSTANTIATE_TEST_SUITE_P(OfGoodFiles, Config, testing::ValuesIn(policy_files()), [](const auto &parameter) {
   std::string name = parameter.param;
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char character) { return !std::isalnum(character); }, '_');
+  const auto is_in_no_name = [](unsigned char character) { return !std::isalnum(character); };
+  std::replace_if(name.begin(), name.end(), is_in_no_name, '_');
   return name;
 });
 

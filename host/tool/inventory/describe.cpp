@@ -89,7 +89,9 @@ std::string describe(const Relations &relations, ObjectKind kind, const std::opt
   std::string text;
   with_shown_objects(relations.file(), kind, [&](const auto &objects) {
     for (const auto &object : objects) {
-      if (!name || object.name.value == *name) text += (text.empty() ? "" : "\n") + text_of_object(object, relations);
+      if (name && object.name.value != *name) continue;
+      if (!text.empty()) text += "\n";
+      text += text_of_object(object, relations);
     }
   });
   return text;

@@ -308,7 +308,7 @@ void Reader::note_targets(uint32_t pmap) {
 }
 
 std::vector<Assignment> read_attributes(uint32_t target) {
-  engine::Attributes *attributes = engine::attributes_of(target);
+  const engine::Attributes *attributes = engine::attributes_of(target);
   expect(attributes != nullptr, "the attributes of a target");
   std::vector<Assignment> assignments;
   for (const engine::AttributeId attribute : attributes->present())

@@ -49,6 +49,46 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
   return found;
 }
 
+// What is wrong with a pattern. The engine's own sentences differ from one release of it to the next.
+std::string_view describe(RE2::ErrorCode error) {
+  switch (error) {
+    case RE2::ErrorBadEscape:
+      return "an unknown escape";
+    case RE2::ErrorBadCharClass:
+    case RE2::ErrorBadCharRange:
+      return "there is no such class or range of characters";
+    case RE2::ErrorMissingBracket:
+      return "a '[' without its ']'";
+    case RE2::ErrorMissingParen:
+      return "a '(' without its ')'";
+    case RE2::ErrorUnexpectedParen:
+      return "a ')' without its '('";
+    case RE2::ErrorTrailingBackslash:
+      return "a '\\' with nothing behind it";
+    case RE2::ErrorRepeatArgument:
+      return "nothing to repeat";
+    case RE2::ErrorRepeatSize:
+      return "a repetition that is too long or ends before it begins";
+    case RE2::ErrorRepeatOp:
+      return "a repetition of a repetition";
+    case RE2::ErrorBadPerlOp:
+      return "an unknown '(?'";
+    case RE2::ErrorBadNamedCapture:
+      return "a group with a bad name";
+    case RE2::ErrorPatternTooLarge:
+      return "it takes too much memory";
+    default:
+      return "it cannot be compiled";
+  }
+}
+
+// The part of the pattern that is wrong, where it is known.
+std::string describe(const RE2 &pattern) {
+  const std::string_view sentence = describe(pattern.error_code());
+  if (pattern.error_arg().empty()) return std::string(sentence);
+  return text_of(sentence, ": ", pattern.error_arg());
+}
+
 void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) {
   if (!reader.spend_on_patterns(0)) return;
   RE2::Options options;
@@ -56,7 +96,7 @@ void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) 
   options.set_max_mem(kPatternMemory);
   auto pattern = std::make_shared<const RE2>(filter.text, options);
   if (!pattern->ok()) {
-    reader.diagnostics().add(node.place, text_of("not a regular expression: ", pattern->error()),
+    reader.diagnostics().add(node.place, text_of("not a regular expression: ", describe(*pattern)),
                              "a regular expression in RE2 syntax");
   }
   // What could not be compiled may have cost as much as anything that could.

@@ -9,6 +9,7 @@
 #include <yaml-cpp/parser.h>
 
 #include "tool/policy/text.h"
+#include "tool/policy/yaml_errors.h"
 
 namespace tool::yaml {
 
@@ -18,11 +19,6 @@ namespace {
 struct Refused {
   Diagnostic diagnostic;
 };
-
-Place place_of(const Source &source, const YAML::Mark &mark) {
-  if (mark.is_null()) return {};
-  return source.place_of(static_cast<size_t>(mark.line), static_cast<size_t>(mark.column));
-}
 
 }  // namespace
 
@@ -190,7 +186,8 @@ std::optional<Document> parse(const Source &source, Diagnostics &diagnostics) {
     diagnostics.add(why.place, why.message, why.expected);
     return std::nullopt;
   } catch (const YAML::Exception &error) {
-    diagnostics.add(place_of(source, error.mark), text_of("not YAML: ", error.msg), "a YAML document");
+    const Diagnostic why = describe(error, source);
+    diagnostics.add(why.place, why.message, why.expected);
     return std::nullopt;
   }
   return document;
