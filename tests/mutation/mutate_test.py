@@ -116,11 +116,13 @@ def goes_on_where_it_was_stopped(toy):
             time.sleep(0.01)
         process.send_signal(signal.SIGTERM)
         output = process.communicate()[0]
-    before = toy.entries()
-    expect(process.returncode != 0 and 'stopped' in output and 0 < len(before) < len(EXPECTED), 'a stopped run', output)
-    # A run that is killed may leave half a line.
-    with toy.ledgers()[0].open('a') as ledger:
-        ledger.write('{"mutant": "core/to')
+    expect(process.returncode != 0 and 'stopped' in output and toy.entries(), 'a stopped run', output)
+    # How far it came depends on the machine. Cut to half a line behind the first verdict, there is always something left.
+    ledger = toy.ledgers()[0]
+    lines = ledger.read_text().splitlines(keepends=True)
+    first = next(number for number, line in enumerate(lines) if '"mutant"' in line)
+    ledger.write_text(''.join(lines[:first + 1]) + '{"mutant": "core/to')
+    before = toy.entries()[:1]
 
     status, output = toy.run()
     expect(status != 0 and 'less than 98' in output, 'a refusal of survivors that nothing explains', output)
