@@ -44,7 +44,9 @@ PHRASES = {
             ('65,536 handles are live, or the table of kinds is full', None),
     },
     'of_another_kind': {
-        'kind == Kind::ending': ('the record behind the handle is being deleted', 'the record behind the handle is of another kind'),
+        'kind == Kind::ending':
+            ('the record behind the handle is being freed',
+             'the record behind the handle is of another kind, or no map'),
     },
     'has_target_info': {'target.target_info': (None, 'the target has lost its target information')},
     'require_control_pmap': {'!pmap || pmap->domain_type == kControl': (None, NOT_CONTROL)},
@@ -90,7 +92,8 @@ PHRASES = {
     },
     'insert': {
         '!tree || !record': (NULL_TREE + ', or the record is NULL', None),
-        'stays && tree::insert(*tree, record)': (None, 'the tree holds an equal key or the record already, or the record is being deleted'),
+        'stays && tree::insert(*tree, record)':
+            (None, 'the tree holds an equal key, or the record already, or the record is being freed'),
     },
     'search_map': {'!tree || !probe': (NULL_TREE + ', or the key record is NULL', None)},
     'search_target': {
@@ -278,15 +281,15 @@ PHRASES = {
     'clear_filter_types': {
         'auto * cmap = resolve<zar_cmap>(cmap_handle)': (None, 'the handle names no class-map'),
     },
-    'zar_pmtr_delete_filter_by_stmt': {
-        '!statement || is_ending(statement)': ('the statement is NULL, or is being deleted', None),
-    },
     'zar_add_statement_to_pmtr_map': {
-        '!statement || is_ending(statement)': ('the statement is NULL, or is being deleted', None),
+        '!statement || is_ending(statement)': ('the statement is NULL, or is being freed', None),
         'place == Place::first': ('the statement becomes the first', 'the statement goes behind others'),
     },
     'zar_add_action_to_pmtr_map_rule': {
         'place == Place::first': ('the action becomes the first', 'the action goes behind others'),
+    },
+    'zar_pmtr_delete_filter_by_stmt': {
+        '!statement || is_ending(statement)': ('the statement is NULL, or is being freed', None),
     },
     'zar_get_first_pmtr_map_index': {'statement': (None, 'the parameter-map has no statements')},
     'zar_get_next_pmtr_map_index': {
