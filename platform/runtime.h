@@ -191,7 +191,8 @@ void *i_avl_search(avl_tree *tree, const void *probe);
 uint32_t i_avl_delete(avl_tree *tree, void *probe, void **removed);
 
 /**
- * Empties a tree: unlinks each record, then calls the tree's free function on it.
+ * Empties a tree: unlinks each record, then calls the tree's free function on it, which may take further records out of
+ * the tree.
  *
  * @param tree     The tree, which can be used again.
  * @param context  The tree again.

@@ -43,11 +43,8 @@ PHRASES = {
         'live_count >= uint32_t { limit_units } << 16 || !kinds::has_room()':
             ('65,536 handles are live, or the table of kinds is full', None),
     },
-    'resolve_as': {
-        'known == kind || known == Kind::none': (None, 'the record behind the handle is of another kind'),
-    },
-    'resolve_as_any_map': {
-        'is_map(known) || known == Kind::none': (None, 'the record behind the handle is no map'),
+    'of_another_kind': {
+        'kind == Kind::ending': ('the record behind the handle is being deleted', 'the record behind the handle is of another kind'),
     },
     'has_target_info': {'target.target_info': (None, 'the target has lost its target information')},
     'require_control_pmap': {'!pmap || pmap->domain_type == kControl': (None, NOT_CONTROL)},
@@ -93,7 +90,7 @@ PHRASES = {
     },
     'insert': {
         '!tree || !record': (NULL_TREE + ', or the record is NULL', None),
-        'tree::insert(*tree, record)': (None, 'the tree holds an equal key, or the record already'),
+        'stays && tree::insert(*tree, record)': (None, 'the tree holds an equal key or the record already, or the record is being deleted'),
     },
     'search_map': {'!tree || !probe': (NULL_TREE + ', or the key record is NULL', None)},
     'search_target': {
@@ -281,7 +278,11 @@ PHRASES = {
     'clear_filter_types': {
         'auto * cmap = resolve<zar_cmap>(cmap_handle)': (None, 'the handle names no class-map'),
     },
+    'zar_pmtr_delete_filter_by_stmt': {
+        '!statement || is_ending(statement)': ('the statement is NULL, or is being deleted', None),
+    },
     'zar_add_statement_to_pmtr_map': {
+        '!statement || is_ending(statement)': ('the statement is NULL, or is being deleted', None),
         'place == Place::first': ('the statement becomes the first', 'the statement goes behind others'),
     },
     'zar_add_action_to_pmtr_map_rule': {

@@ -17,7 +17,8 @@ class Ledger:
         self.path = folder / f'{digest}.jsonl'
         self.tests = digests_of_tests
         self.verdicts = {entry['mutant']: entry for entry in read(self.path) if self._holds(entry)}
-        others = sorted((path for path in folder.glob('*.jsonl') if path != self.path), key=lambda path: path.stat().st_mtime)
+        others = [path for path in folder.glob('*.jsonl') if path != self.path]
+        others.sort(key=lambda path: path.stat().st_mtime)
         self.noticed_once = {without_line(entry['mutant']): entry['by']
                              for path in others + [self.path] for entry in read(path) if entry['verdict'] == NOTICED}
         self.file = None

@@ -165,25 +165,27 @@ class Suite:
 
     # ---- A broken library ----
 
-    def notice(self, mutant, library, hint=None):
-        """What notices the mutant, or None."""
-        noticed = self._ask_all(mutant, library, hint)
-        if noticed:
-            self.noticed_near[mutant.path][noticed.by] = mutant.line
-        return noticed
-
-    def _ask_all(self, mutant, library, hint):
+    def notice_quickly(self, mutant, library, hint):
+        """Which of the quick tests notices the mutant, or None."""
         for name in self._likely(mutant, hint):
             if how := self._ask(self.tests[name], library):
-                return Noticed(name, how)
+                return self._noticed(mutant, name, how)
         folder = mutant.path.split('/')[0]
         for batch in sorted(self.batches, key=lambda batch: (batch.folder != folder, batch.seconds)):
-            if noticed := self._ask_batch(batch, library):
-                return noticed
+            for test, how in self._ask_batch(batch, library):
+                return self._noticed(mutant, test.name, how)
+        return None
+
+    def notice_slowly(self, mutant, library):
+        """Which of those that need a process of their own notices the mutant, or None. Walks are the last of them."""
         for test in self.single:
             if how := self._ask(test, library):
-                return Noticed(test.name, how)
+                return self._noticed(mutant, test.name, how)
         return None
+
+    def _noticed(self, mutant, name, how):
+        self.noticed_near[mutant.path][name] = mutant.line
+        return Noticed(name, how)
 
     def _likely(self, mutant, hint):
         """The test that noticed this mutant in other sources, and those that noticed the nearest ones."""
@@ -201,17 +203,18 @@ class Suite:
         return 'endless' if result.endless else None if result.good else 'failed'
 
     def _ask_batch(self, batch, library):
+        """The test that notices the library, and how; nothing where none does."""
         tests = list(batch.tests)
         while tests:
             result = self._run(tests, library, 3 + 5 * batch.seconds)
             if result.good:
-                return None
+                return
             suspect = suspect_of(result.output, tests)
             if how := self._ask(suspect, library):
-                return Noticed(suspect.name, how)
+                yield suspect, how
+                return
             # It noticed what the tests before it left behind. ctest would not see that, so it does not count.
             tests.remove(suspect)
-        return None
 
     def _run(self, tests, library, seconds, alone=False, all_of_them=False):
         test = tests[0]

@@ -88,12 +88,9 @@ void stands_here_alone(const Where &where, Note &note, const void *list) {
 // The elements of a queue, which counts them rightly.
 template <class Record, class Visit>
 void for_each_element(const Where &where, const queue_head &queue, Visit visit) {
-  uint32_t elements = 0;
-  for (Record &element : Elements<Record>(queue)) {
-    if (++elements > queue.count) break;
+  for (Record &element : Elements<Record>(queue))
     visit(element);
-  }
-  if (elements != queue.count)
+  if (count_given(queue) != queue.count)
     broken(where.record, where.number, "'%s' of 0x%x does not hold the %u elements that it counts", where.list,
            where.handle, queue.count);
 }

@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"AListing", {"target", "--listing"}, "zar: the library has no listing of targets\n"},
         Wrong{"AListingAsData",
               {"--listing", "--json"},
-              "zar: --listing excludes --json\nRun zar show --help for help.\n"}),
+              "zar: --listing and --json exclude each other\nRun zar show --help for help.\n"}),
     [](const auto &parameter) { return std::string(parameter.param.name); });
 
 TEST(Show, RefusesABadFile) {
