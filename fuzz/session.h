@@ -41,11 +41,11 @@ class Session {
 
   // Makes the call unless it is one that no client may make. False when something is not as the model foresees.
   bool step(const calls::Call &call);
-  // Makes the calls one after the other, those that say so within the functions of clients that the library calls.
-  bool steps(std::span<const calls::Call> calls);
   // The same with a fallible request of the call failing. The call then says so, and the repository is as it was, but for
   // what partial.h tells; made once more, with the next request of the plan failing or at last with none, it goes as ever.
   bool step_with_fault(const calls::Call &call, const FaultPlan &plan);
+  // Makes the calls one after the other, those that say so within the functions of clients that the library calls.
+  bool steps(std::span<const calls::Call> calls);
   // Compares the whole repository with the model.
   bool look();
   // Deletes all that is left, and looks for what should be gone.

@@ -1,6 +1,12 @@
 // A model of the repository in standard containers. It knows no record, pool or queue: it is what a client may expect from
 // what the headers say, one function an operation. From the library it takes two things alone: the handles of new objects,
 // which nobody can foresee, and which of several keys that count as equal a tree comes to first.
+//
+// Functions of clients may call back. The model then follows the call that is under way up to that function and no further,
+// follows the calls made within, and goes on. So it says exactly what each call does and which elements a walk still
+// meets, those that were put in meanwhile included; nothing is accepted on the library's word beyond the two things above.
+// What is not tried: an engine that calls back, requests that fail while calls are within others, records that callers made
+// themselves, and calls that would delete what a function is called for or what holds it.
 #pragma once
 
 #include <algorithm>

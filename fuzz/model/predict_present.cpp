@@ -352,9 +352,10 @@ void zar_remove_action_handler_for_event(Model &m, const Arguments &a, Seen &) {
   Event *event = m.resolve<Event>(a.handle(0));
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (event == nullptr || pmap == nullptr) return;
+  const uint32_t pmap_handle = pmap->handle;
   std::string list;
   for (Walk rules(event->rules); Rule *rule = rules.next();)
-    if (!tell_of_removal(m, *rule, pmap->handle, list)) return;
+    if (!tell_of_removal(m, *rule, pmap_handle, list)) return;
 }
 
 void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
@@ -386,10 +387,12 @@ bool any_uses(Model &m, List<Rule *> &list, const void *param_map) {
   return false;
 }
 
+// A function that takes its action out of the policy-map may delete that.
 bool uses(Model &m, Pmap &pmap, const void *param_map) {
+  if (!pmap.control()) return any_uses(m, pmap.rules, param_map);
   for (Walk events(pmap.events); Event *event = events.next();)
     if (any_uses(m, event->rules, param_map)) return true;
-  return any_uses(m, pmap.rules, param_map);
+  return false;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 #include <sys/wait.h>
 #include <unistd.h>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -196,16 +197,16 @@ int one_session(const Settings &settings, Options options) {
   return failure.empty() ? 0 : 1;
 }
 
-// A walk of which no call was made within others of each depth shows nothing.
+// A walk in which no call was made within others of each depth shows nothing.
 int report_depths(const fuzz::Steps &steps) {
-  std::printf("within functions of clients, one to three deep:");
-  bool all = true;
-  for (const uint64_t within : steps.within) {
+  unsigned long long all = 0;
+  for (const uint64_t within : steps.within)
+    all += within;
+  std::printf("within functions of clients: %llu, one to three deep:", all);
+  for (const uint64_t within : steps.within)
     std::printf(" %llu", static_cast<unsigned long long>(within));
-    all = all && within > 0;
-  }
   std::printf("\n");
-  return all ? 0 : 1;
+  return std::find(steps.within.begin(), steps.within.end(), 0U) == steps.within.end() ? 0 : 1;
 }
 
 int walk(const Settings &settings) {
