@@ -89,7 +89,8 @@ uint32_t btrace_module_test(uint32_t, uint32_t level) {
   return level < kLevels && (wanted_levels >> level & 1) != 0;
 }
 
-void btrace_wrapper(uint32_t module, uint32_t level, uint32_t, const char *format, ...) {
+void btrace_wrapper(uint32_t module, uint32_t level, uint32_t reserved, const char *format, ...) {
+  if (reserved != 0) complain("a message of level %u came with %u in the reserved place", level, reserved);
   if (btrace_module_test(module, level) == 0 || sinks().none() || !format) return;
   va_list values;
   va_start(values, format);

@@ -59,4 +59,12 @@ TEST_F(MadeThings, OfANewStatementMakeItsQueueAndThoseOfItsClassMap) {
   EXPECT_EQ(made(), (PlatformCalls{"queue init 0", "queue init 0", "queue init 0"}));
 }
 
+TEST_F(MadeThings, OfANewTargetMakeBothItsQueues) {
+  const uint32_t gold = pmap("gold");
+  target(gold, 1);
+  watch_platform();
+  target(gold, 2);
+  EXPECT_EQ(made(), (PlatformCalls{"queue init 0", "queue init 0"}));
+}
+
 }  // namespace

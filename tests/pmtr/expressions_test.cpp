@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "present/bad_handles.h"
+#include "support/platform_log.h"
 
 using namespace rig;
 
@@ -62,6 +63,14 @@ TEST_F(Expressions, AreWrittenWithTheirTerminatorAndNoFurther) {
   std::fill(std::begin(out), std::end(out), '#');
   EXPECT_EQ(find("dev"), 0U);
   EXPECT_EQ(std::string(out, 8), std::string("device\0#", 8));
+}
+
+// The room of the caller's buffer is not known, so no more of it is claimed than the text takes.
+TEST_F(Expressions, ClaimNoMoreRoomThanTheyTake) {
+  statement_of_texts(10, {"device phone"});
+  watch_platform();
+  find("device");
+  EXPECT_EQ(take_platform_calls({"copy"}), PlatformCalls{"copy 13 of 13 \"device phone\""});
 }
 
 TEST_F(Expressions, MustBeLongerThanTheKeyword) {

@@ -32,6 +32,12 @@ TEST_F(TraceTest, IsOffAtFirst) {
   EXPECT_TRUE(lines.empty());
 }
 
+TEST_F(TraceTest, ReservesAPlace) {
+  btrace_wrapper(1, 3, 7, "unwanted");
+  EXPECT_EQ(n_complaints(), 1u);
+  runtime::clear_complaints();
+}
+
 TEST_F(TraceTest, EachLevelIsWantedOnItsOwn) {
   runtime::want_trace_levels(1u << 3 | 1u << 31);
   EXPECT_EQ(runtime::wanted_trace_levels(), 1u << 3 | 1u << 31);

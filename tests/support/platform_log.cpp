@@ -212,6 +212,11 @@ char *bstrdup_named(const char *text, uint32_t tag) {
   return remembered(PASS_ON(bstrdup_named, text, tag), tag);
 }
 
+int strncpy_s(char *to, size_t to_size, const char *from, size_t count) {
+  note("copy %zu of %zu \"%s\"", count, to_size, from);
+  return PASS_ON(strncpy_s, to, to_size, from, count);
+}
+
 void bfree_named(void *memory) {
   note("free %s", seen().blocks[memory]);
   PASS_ON(bfree_named, memory);

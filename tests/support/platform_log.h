@@ -9,6 +9,7 @@
 //   unlink QUEUE ELEMENT    take QUEUE                                   (of the head)
 //   text 0x3e00038 "gold"    drop text 0x3e00038 "gold"
 //   block 0x3e00004 of 1 48    duplicate 0x3e00034 "one"    free 0x3e00034
+//   copy 5 of 5 "gold"                                                   (as many characters, into as much room)
 #pragma once
 
 #include <gtest/gtest.h>
