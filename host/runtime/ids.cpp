@@ -91,7 +91,7 @@ bool grow() {
   return true;
 }
 
-// Makes room for the first slots, of which one is never issued.
+// Makes room for the first slots; one of them is never issued.
 bool prepare(uint32_t initial) {
   if (space.fresh != 0) return true;
   space.growth = std::max(initial, kSmallestSpace);

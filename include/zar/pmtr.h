@@ -244,7 +244,7 @@ uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t do
  * @param pmtr_map_out  Receives the handle.
  *
  * @retval 0   It is made and stored.
- * @retval 37  It could not be made, as zar_create_pmtr_map() tells; or it is made, but its client is inactive or has no
+ * @retval 37  It could not be made, as for zar_create_pmtr_map(); or it is made, but its client is inactive or has no
  *             database to work in.
  * @retval 38  No record.
  * @retval 39  'name' is NULL or could not be copied, 'domain_type' is neither 1 nor 2, 'pmtr_map_out' is NULL, or there

@@ -20,7 +20,7 @@ ZAR_BEGIN_EXPORTS
 /**
  * @name Values of objects
  * Each operation reads one value of the object that a handle names. A handle that does not resolve is traced and gives
- * 0 or NULL; 0 is often a value as well, so these operations do not tell whether an object exists. NULL is also what
+ * 0 or NULL; 0 is often a value as well, so these operations do not show whether an object exists. NULL is also what
  * they give, without a trace, for a text that a record of the caller's own lacks.
  * @{
  */
@@ -408,8 +408,8 @@ uint32_t zar_clear_classmap(const char *domain, const char *name, uint32_t all);
 
 /**
  * @name Notifications
- * The notification function of an action tells its handler on which targets the action became active, or is not active
- * any more. Activation and deactivation call zar_invoke_action_handler() themselves. The other three are for the
+ * The notification function of an action names to its handler the targets on which the action became active, or is not
+ * active any more. Activation and deactivation call zar_invoke_action_handler() themselves. The other three are for the
  * engine, when it changes the rules of a policy-map that is active already.
  *
  * The target lists belong to the side of the handlers: the library allocates one list at most for each call of an
@@ -432,7 +432,7 @@ void zar_shim_action_added_removed(uint32_t action, uint32_t pmap, uint32_t adde
 
 /**
  * Tells the handlers of all actions under the events of a policy-map that the policy-map is active on a target, or is
- * not any more, in the order of the rules. An action that stands in several places is told at each.
+ * not any more, in the order of the rules. An action that stands in several places is reported at each.
  *
  * @param pmap    The record of the policy-map. Nothing happens for NULL, nor for a policy-map that is not CONTROL.
  * @param target  The record of the target. Nothing happens, and nothing is traced, for NULL or for one without
@@ -506,7 +506,7 @@ uint32_t zar_is_param_map_assoc_with_policy(const void *param_map);
  * the new data stays the caller's as well.
  *
  * Nothing changes when 'action' does not resolve, or its record lacks one of the functions that a rule needs, or when
- * 'context' is NULL or lacks one of the two functions. There is no result; only the trace tells.
+ * 'context' is NULL or lacks one of the two functions. There is no result; only the trace shows it.
  *
  * Not checked: whether the new data is the old data, which would be freed while it is stored; and whether it suits the
  * functions of the action (zar_compare_actions() tells whether the functions are the same).
@@ -524,7 +524,7 @@ void zar_replace_old_action_hdl(uint32_t action, const zar_action_context *conte
  * the new data stays the caller's as well.
  *
  * Nothing changes when 'filter' does not resolve, or its record lacks one of its four functions, or when 'context' is
- * NULL or lacks one of the two functions. There is no result; only the trace tells.
+ * NULL or lacks one of the two functions. There is no result; only the trace shows it.
  *
  * Not checked: whether the new data is the old data, which would be freed while it is stored; and whether it suits the
  * functions of the filter (zar_match_filter_parameters() tells whether the functions are the same).

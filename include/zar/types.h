@@ -143,8 +143,8 @@ typedef struct chunk_pool chunk_pool;
 /**
  * @name Functions that callers hand in
  * The library calls them only inside an operation that needs them, on the thread of that operation. The data word of a
- * context is passed through unread: it is NULL where the owner gave NULL, unless told otherwise. Each may call the
- * library in its turn; what it may do there is told among the conventions (@ref conv_callbacks).
+ * context is passed through unread: it is NULL where the owner gave NULL, unless stated otherwise. Each may call the
+ * library in its turn; what it may do there stands among the conventions (@ref conv_callbacks).
  * @{
  */
 

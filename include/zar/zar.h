@@ -60,8 +60,8 @@
  * after any other failure all that was acquired is given back. A NULL pointer of which nothing is said is refused: 39,
  * or 0, NULL or no effect, by the type of the result.
  *
- * An out place ("..._out") must not be NULL, unless told otherwise. Success writes it; any other result leaves it
- * untouched, unless told otherwise.
+ * An out place ("..._out") must not be NULL, unless stated otherwise. Success writes it; any other result leaves it
+ * untouched, unless stated otherwise.
  *
  * @section conv_strings Strings
  *

@@ -1,7 +1,7 @@
 // Walks over queues while the queues change, against a model: every change at every step of every walk.
 //
-// The lists have an element twice, since shared actions may stand so. The model is a row of entries, each of which is
-// visited or not; which element has which entry is told by order alone.
+// The lists have an element twice, since shared actions may stand so. The model is a row of entries, each visited
+// or not; the order alone says which element has which entry.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -94,7 +94,7 @@ class Model {
   size_t at_ = kBefore;
 };
 
-// A change of a list: which, and of which elements.
+// A change of a list: its kind, and the elements that it concerns.
 struct Change {
   enum Kind { append, prepend, insert_after, unlink, take_first } kind;
   uint32_t number;

@@ -507,7 +507,7 @@ TYPED_TEST(ListWalks, EndQuietlyWhenTheCurrentElementIsGone) {
   EXPECT_EQ(this->walked(), (Handles{order[0], order[2]}));
 }
 
-// A cursor that is gone is told before the place is written, one that is found too, the outcome after it.
+// The trace of a cursor, gone or found, comes before the place is written, the outcome after it.
 TYPED_TEST(ListWalks, WriteThePlaceOnceTheCurrentElementIsTold) {
   NEEDS_TRACE();
   const Handles order{this->add(1), this->add(2)};

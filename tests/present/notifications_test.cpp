@@ -330,7 +330,7 @@ TEST_F(Activation, HandsOverNoEmptyListWhenAnEntryCannotBeHad) {
 
   runtime::fail_request(runtime::Service::queue_entry, 1);
   invoke(gold, seven, 1);
-  ASSERT_EQ(notifications.size(), 3U) << "b is told: its entry is there";
+  ASSERT_EQ(notifications.size(), 3U) << "b is notified: its entry is there";
   EXPECT_EQ(notifications[2].data, at<zar_action>(actions_of(voice)[1])->action_data);
   EXPECT_EQ(notifications[2].target_infos, (std::vector<const void *>{at<zar_target>(seven)->target_info}));
 }

@@ -36,7 +36,7 @@
 //
 // What the library asks of the runtime is watched from watch_requests() on and expected with EXPECT_REQUESTS and
 // EXPECT_TEXT_REMOVALS (requests.h). Programs that link with zar_test_platform see every call of the platform, in order and
-// with the places that it hands over, and can step into one (platform_log.h). What it loses on purpose is told to the leak
+// with the places that it hands over, and can step into one (platform_log.h). What it loses on purpose is named to the leak
 // check with lost_on_purpose() or LosesOnPurpose (leaks.h).
 //
 // Each test runs in a process of its own under ctest, because pools live as long as the process. A test whose outcome
