@@ -20,6 +20,7 @@ namespace {
 constexpr uint32_t kGrownTableTag = 0x3e00008;
 constexpr uint32_t kNameTag = 0x3e00034;
 constexpr uint32_t kTableStep = 10;
+constexpr uint32_t kLastCapacity = 0U - kTableStep;  // a table that grew from here would have no entry
 constexpr uint32_t kActive = 1;
 
 bool in_range(uint32_t clid) {
@@ -51,8 +52,8 @@ void reactivate(uint32_t index, uint32_t *clid_out) {
 
 bool grow_table() {
   TRACE_INFO("(info): Growing the ZAR clients data array");
+  if (zar_allowed_max_clients == kLastCapacity) return false;
   uint32_t capacity = zar_allowed_max_clients + kTableStep;
-  if (capacity == 0) return false;  // the numbers are used up
   zar_client_data **grown = allocate_table<zar_client_data>(capacity, kGrownTableTag);
   if (!grown) return false;
   for (uint32_t index = 0; index < zar_current_max_clients; ++index)

@@ -98,9 +98,9 @@ void remember(uint32_t handle, Kind kind) {
 }
 
 void retire(uint32_t handle) {
-  Cell &cell = *place_of(handle).cell;
-  if (cell.handle == handle)
-    cell.kind = static_cast<uint8_t>(Kind::ending);
+  Cell *cell = place_of(handle).cell;
+  if (cell->handle == handle)
+    cell->kind = static_cast<uint8_t>(Kind::ending);
   else if (has_room())
     remember(handle, Kind::ending);
 }

@@ -196,15 +196,16 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
                                        uint8_t regex, uint8_t flag_3, uint32_t map_index, uint8_t replace,
                                        uint8_t filter_type) {
   uint32_t owner = subscriber_owner();
-  const Watched<zar_pmtr_map> map(require<zar_pmtr_map>(kAddFilter, pmtr_map));
-  if (!map) return kInvalidArgument;
+  auto *record = require<zar_pmtr_map>(kAddFilter, pmtr_map);
+  if (!record) return kInvalidArgument;
   if (!filter) {
     TRACE_ERROR("(ERR): %s: Error: input filter context cannot be NULL", kAddFilter);
     return kInvalidArgument;
   }
   FilterRequest wanted{.context = filter, .no_match = no_match, .regex = regex, .flag = flag_3, .type = filter_type};
 
-  const zar_pmtr_map_stmt *statement = find_statement(*map.get(), map_index);
+  const Watched<zar_pmtr_map> map(record);
+  const zar_pmtr_map_stmt *statement = find_statement(*record, map_index);
   if (statement && !replace) return add_or_replace_filter(statement->internal_cmap, wanted);
   if (statement) trace_statement_removal(map_index, zar_pmtr_delete_filter(pmtr_map, map_index) == kSuccess);
   // What was freed may have taken the parameter-map with it.
@@ -241,9 +242,10 @@ uint32_t zar_add_statement_to_pmtr_map(uint32_t pmtr_map, zar_pmtr_map_stmt *sta
 
 uint32_t zar_pmtr_delete_filter(uint32_t pmtr_map, uint32_t map_index) {
   uint32_t owner = subscriber_owner();
-  const Watched<zar_pmtr_map> map(require<zar_pmtr_map>(kDeleteStatement, pmtr_map));
-  if (!map) return kInvalidArgument;
-  zar_pmtr_map_stmt *statement = find_statement(*map.get(), map_index);
+  auto *record = require<zar_pmtr_map>(kDeleteStatement, pmtr_map);
+  if (!record) return kInvalidArgument;
+  const Watched<zar_pmtr_map> map(record);
+  zar_pmtr_map_stmt *statement = find_statement(*record, map_index);
   if (!statement) {
     TRACE_ERROR("(ERR): delete_pmtr_map_stmt: pmtr_map stmt not found for map-index %d", map_index);
     return kFailed;

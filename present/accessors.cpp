@@ -131,7 +131,7 @@ char *zar_get_action_nvgen_str(uint32_t action, uint32_t argument) {
 }
 
 char *zar_get_filter_nvgen_str(uint32_t filter) {
-  auto *record = resolve<zar_filter>(filter);
+  const auto *record = resolve<zar_filter>(filter);
   if (!record) {
     TRACE_ERROR("(ERR): get_nvgen_str: Error: filter:0x%x is NULL", filter);
     return nullptr;
