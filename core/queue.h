@@ -52,15 +52,6 @@ inline int32_t place_of(const queue_head &queue, const void *element) {
   return place;
 }
 
-// The number of elements that the platform gives, or one more than the queue counts when there are more.
-inline uint32_t count_given(const queue_head &queue) {
-  queue_cursor cursor{};
-  uint32_t given = 0;
-  while (given <= queue.count && queue_get_next(&queue, &cursor))
-    ++given;
-  return given;
-}
-
 inline void note_insertion(const queue_head &queue, int32_t place) {
   QueueWalk::for_each([&queue, place](QueueWalk &walk) {
     if (walk.is_over(queue)) walk.note_insertion(place);

@@ -166,13 +166,13 @@ class Watch : public UnderWay<Watch> {
   avl_tree *entered_ = nullptr;
 };
 
-// A record, for as long as it is there.
+// A record, for as long as it is there; asked whether it is before it is used.
 template <class Record>
 class Watched : public Watch {
  public:
   explicit Watched(Record *record) : Watch(record), record_(record) {}
 
-  Record *get() const { return gone() ? nullptr : record_; }
+  Record *get() const { return record_; }
   Record *operator->() const { return record_; }
   explicit operator bool() const { return !gone(); }
   using Watch::entered;

@@ -32,7 +32,8 @@ class TargetList {
     if (list_) append(*list_, info);
     return list_;
   }
-  bool empty() const { return !list_ || list_->count == 0; }
+  // Asked after an add() that had memory for the list.
+  bool empty() const { return list_->count == 0; }
   queue_head *hand_over() {
     handed_over_ = true;
     return list_;

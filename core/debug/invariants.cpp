@@ -85,6 +85,15 @@ void stands_here_alone(const Where &where, Note &note, const void *list) {
   note.pass = pass;
 }
 
+// The number of elements that the platform gives, or one more than the queue counts when there are more.
+uint32_t count_given(const queue_head &queue) {
+  queue_cursor cursor{};
+  uint32_t given = 0;
+  while (given <= queue.count && queue_get_next(&queue, &cursor))
+    ++given;
+  return given;
+}
+
 // The elements of a queue, which counts them rightly.
 template <class Record, class Visit>
 void for_each_element(const Where &where, const queue_head &queue, Visit visit) {

@@ -56,6 +56,18 @@ TEST_F(DeleteAction, HeldByTwoRulesLeavesItInBoth) {
   EXPECT_FALSE(live(permit));
 }
 
+TEST_F(DeleteAction, OfARecordThatHasLostItsHandleFreesWhatItHolds) {
+  breaks_invariants("the record of an action does not name its handle");
+  const uint32_t permit = action("permit");
+  zar_action *record = at<zar_action>(permit);
+  record->handle = 0;
+  zar_free_action(record);
+  EXPECT_CALLS("free permit");
+  EXPECT_EQ(records_taken(kActionTag), 0U);
+  take_trace();
+  zar_handle_release(permit);
+}
+
 TEST_F(DeleteAction, OfOneThatIsGoneIsRefused) {
   const uint32_t permit = action("permit");
   zar_delete_action(permit);
