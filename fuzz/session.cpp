@@ -117,19 +117,19 @@ bool Session::fail(const std::string &what) {
   return false;
 }
 
-void Session::tell(Progress &progress) {
+void Session::list_call(Progress &progress) {
   std::string line = progress.arguments.rendered;
   if (!under_way_.empty())
     line = std::string(4 * under_way_.size(), ' ') + "in \"" + calls::log().back() + "\": " + line;
   if (options_.tell_first) std::fprintf(stderr, "%s\n", line.c_str());
-  if (options_.told == nullptr) return;
-  progress.told_at = options_.told->size();
-  options_.told->push_back(line);
+  if (options_.lines == nullptr) return;
+  progress.line_number = options_.lines->size();
+  options_.lines->push_back(line);
 }
 
 void Session::resolve(Progress &progress) {
   scene_.clients = static_cast<uint32_t>(model_.clients.size());
-  scene_.rendering = options_.told != nullptr || options_.tell_first || options_.transcript != nullptr;
+  scene_.rendering = options_.lines != nullptr || options_.tell_first || options_.transcript != nullptr;
   scene_.resolve(progress.call, progress.arguments, &model_, record_of);
 }
 
@@ -142,7 +142,7 @@ bool Session::step(const calls::Call &call) {
   model_.foresee(call, progress.arguments);
   bool good = true;
   if (model_.fair(call, progress.arguments)) {
-    tell(progress);
+    list_call(progress);
     auto log = std::exchange(calls::log(), {});
     auto expected_log = std::exchange(model_.log, {});
     auto trace = std::exchange(trace_, {});
@@ -180,8 +180,8 @@ bool Session::follow(Progress &progress, const calls::Answer &answer) {
   progress.seen.judge();
   if (model_.databases.size() > databases) scene_.know(model_.databases.back()->record);
   write_transcript(progress.arguments, answer);
-  if (options_.told != nullptr)
-    (*options_.told)[progress.told_at] += text(" -> %lu", static_cast<unsigned long>(answer.value));
+  if (options_.lines != nullptr)
+    (*options_.lines)[progress.line_number] += text(" -> %lu", static_cast<unsigned long>(answer.value));
   if (!progress.seen.failure().empty()) return fail(progress.seen.failure());
   if (!compare()) return false;
   scene_.keep_results(progress.call, progress.arguments);
@@ -283,8 +283,9 @@ Session::Outcome Session::attempt(const calls::Call &call, uint64_t nth, runtime
   model_.asked.clear();
   model_.foresee(call, progress.arguments);
   if (!model_.fair(call, progress.arguments)) return Outcome::done;
-  tell(progress);
-  if (options_.told != nullptr) options_.told->back() += text(", request %lu failing", static_cast<unsigned long>(nth));
+  list_call(progress);
+  if (options_.lines != nullptr)
+    options_.lines->back() += text(", request %lu failing", static_cast<unsigned long>(nth));
 
   const runtime::Inventory before = runtime::inventory();
   const uint64_t injected = runtime::injected_faults();

@@ -21,9 +21,9 @@ namespace fuzz {
 struct Options {
   bool trace = false;               // levels 3 and 6 are wanted
   std::FILE *transcript = nullptr;  // every call with what it answered, put out, called and traced; addresses left out
-  std::vector<std::string> *told = nullptr;  // the calls as text, up to the one that went wrong
-  bool tell_first = false;                   // the calls go to the standard error output before they are made
-  unsigned look_every = 1;                   // after how many calls the whole repository is compared
+  std::vector<std::string> *lines = nullptr;  // the calls as text, up to the one that went wrong
+  bool tell_first = false;                    // the calls go to the standard error output before they are made
+  unsigned look_every = 1;                    // after how many calls the whole repository is compared
   const calls::Alphabet *alphabet = &calls::small_alphabet();
 };
 
@@ -71,7 +71,7 @@ class Session {
     const calls::Call &call;
     calls::Arguments arguments;
     model::Seen seen{arguments};
-    size_t told_at = 0;
+    size_t line_number = 0;
     // The model's part, once it was needed before the end: it follows up to the function that the library calls now.
     std::optional<Fiber> following;
     size_t lines_to_follow = 0;
@@ -90,7 +90,7 @@ class Session {
   Outcome judge(const calls::Call &call, const calls::Answer &answer, const runtime::Inventory &before,
                 const calls::Engine &engine_before);
   bool fail(const std::string &what);
-  void tell(Progress &progress);
+  void list_call(Progress &progress);
   void write_transcript(const calls::Arguments &arguments, const calls::Answer &answer);
   bool delete_everything();
   bool nothing_leaked();

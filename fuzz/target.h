@@ -23,7 +23,7 @@ inline void run_target(const Options &options, const std::function<bool(Session 
   // Calls are put into words only when they are wanted.
   std::vector<std::string> told;
   Options telling = options;
-  telling.told = &told;
+  telling.lines = &told;
   const std::string failure = run(telling);
   for (const std::string &line : told)
     std::fprintf(stderr, "  %s\n", line.c_str());

@@ -271,9 +271,9 @@ std::string run(const std::vector<calls::Call> &calls, const Options &options, S
   return session.failure();
 }
 
-std::string told(const std::vector<calls::Call> &calls, Options options) {
+std::string listed(const std::vector<calls::Call> &calls, Options options) {
   std::vector<std::string> lines;
-  options.told = &lines;
+  options.lines = &lines;
   const std::string failure = run(calls, options);
   std::string text;
   for (const std::string &line : lines)

@@ -31,6 +31,6 @@ struct Steps {
 std::string run(const std::vector<calls::Call> &calls, const Options &options, Steps *steps = nullptr);
 
 // The calls as they are made, and what goes wrong at the last.
-std::string told(const std::vector<calls::Call> &calls, Options options);
+std::string listed(const std::vector<calls::Call> &calls, Options options);
 
 }  // namespace fuzz

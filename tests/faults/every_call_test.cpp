@@ -107,7 +107,7 @@ enum class Came { to_the_fault, to_none, to_grief };
 Came try_plan(const Calls &calls, size_t at, const fuzz::FaultPlan &plan, Tally &tally) {
   std::vector<std::string> told;
   fuzz::Options options;
-  options.told = &told;
+  options.lines = &told;
   options.look_every = 1000;  // what is looked at is the call with the fault
   fuzz::Session session(options);
   for (size_t i = 0; i < at; ++i)

@@ -133,15 +133,15 @@ TEST_F(AddingTargets, TellsTheHandlersOfEveryEventInOrder) {
 TEST_F(AddingTargets, TellsTheEngineAndTheHandlersBeforeTheCaller) {
   const uint32_t gold = pmap("gold");
   const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
-  int told = 0;
+  int n_calls = 0;
   const auto nothing_yet = [&] {
-    ++told;
+    ++n_calls;
     EXPECT_EQ(out, kUntouched);
   };
   engine().on_call = [&](const std::string &) { nothing_yet(); };
   data_of_action(permit).on_call = nothing_yet;
   EXPECT_EQ(zar_add_target(one, target_info(7), gold, &out), 0U);
-  EXPECT_EQ(told, 2);
+  EXPECT_EQ(n_calls, 2);
   EXPECT_NE(out, kUntouched);
 }
 

@@ -46,7 +46,7 @@ std::string try_call(const calls::Call &call, const calls::Alphabet &alphabet, s
                      bool &made) {
   fuzz::Options options;
   options.alphabet = &alphabet;
-  options.told = &told;
+  options.lines = &told;
   options.look_every = 1000;
   fuzz::Session session(options);
   for (const calls::Call &before : fuzz::building_calls())

@@ -145,7 +145,7 @@ int report(const Calls &failing, const Options &options, uint64_t seed) {
               fuzz::run(failing, options).c_str());
   std::printf(
       "the shortest calls that do so:\n%s",
-      fuzz::told(shrunk(failing, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); }), options)
+      fuzz::listed(shrunk(failing, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); }), options)
           .c_str());
   return 1;
 }
@@ -169,7 +169,7 @@ bool rapidcheck_walk(const Settings &settings, const Options &options, fuzz::Ste
   std::printf("rapidcheck: %s\n", parameters.c_str());
   return rc::check("the library and the model do the same", [&](const Calls &calls) {
     if (fuzz::run(calls, options, &steps).empty()) return;
-    RC_FAIL("\n" + fuzz::told(calls, options));
+    RC_FAIL("\n" + fuzz::listed(calls, options));
   });
 }
 
