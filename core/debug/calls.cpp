@@ -53,9 +53,18 @@ bool pass_is_due() {
   return live <= kAlwaysChecked || unchecked_calls > (live - kAlwaysChecked) / kRecordsAnOperation;
 }
 
+// Checks that went on without a word would pass on what they cannot know.
+[[noreturn]] void ledger_is_full() {
+  dprintf(kStandardError,
+          "zar: the checks have no room after %u records and %u databases: run this without ZAR_CHECKS=on\n",
+          noted_count(), database_count());
+  std::abort();
+}
+
 void check() {
   ++unchecked_calls;
-  if (overflowed() || !pass_is_due()) return;
+  if (overflowed()) ledger_is_full();
+  if (!pass_is_due()) return;
   checking = true;
   check_invariants(unchecked_calls == 1);
   checking = false;

@@ -127,6 +127,9 @@ bool overflowed() {
   return full;
 }
 
+uint32_t noted_count() {
+  return noted;
+}
 uint32_t live_count() {
   return n_living;
 }

@@ -42,6 +42,9 @@ Note *note_of(const void *record);
 // Whether a note could not be taken; from then on nothing is known for certain until the ledger begins anew.
 bool overflowed();
 
+// How many records have a note, those that have gone included.
+uint32_t noted_count();
+
 uint32_t live_count();
 Note &live(uint32_t place);
 
