@@ -73,7 +73,6 @@ void note_issued(uint32_t handle, void *record, Kind kind) {
   uint32_t number = find_record(record);
   if (number == 0) number = new_note(record);
   if (number == 0) return;
-  bury(notes[number]);
   Note fresh{};
   fresh.record = record;
   fresh.handle = handle;
