@@ -44,7 +44,7 @@
  * | Status | Meaning                                                                                                  |
  * |-------:|----------------------------------------------------------------------------------------------------------|
  * |      0 | success; also a search that finds nothing, which then writes handle 0                                    |
- * |      1 | the verifying operations: a check failed; zar_pmtr_map_create_action(): the action could not be added |
+ * |      1 | the verifying operations: a check failed; zar_pmtr_map_create_action(): the action could not be added    |
  * |     37 | a step failed: no handle, no text stored, client inactive or without database, the engine refused        |
  * |     38 | out of memory: a pool or an allocation gave nothing                                                      |
  * |     39 | invalid argument: NULL, out of range, unresolvable, duplicate, wrong type, claimed, or still referenced  |
