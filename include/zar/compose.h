@@ -41,12 +41,12 @@ ZAR_BEGIN_EXPORTS
  * @param cmap    The class-map.
  * @param filter  The filter to add.
  *
- * Ownership: the filter goes with the class-map from now on.
+ * Ownership: from now on the filter is deleted with the class-map.
  *
  * @retval 0   It is the last of the list.
  * @retval 39  'cmap' does not resolve, or 'filter' is refused. The list is unchanged.
  *
- * Not checked: whether the filter stands in this or another list already. If it does, it will be freed more than once.
+ * Not checked: whether the filter is already in this or another list. If it is, it will be freed more than once.
  */
 uint32_t zar_add_filter_to_class(uint32_t cmap, uint32_t filter);
 
@@ -56,15 +56,15 @@ uint32_t zar_add_filter_to_class(uint32_t cmap, uint32_t filter);
  * @param cmap       The class-map.
  * @param filter     The filter to add.
  * @param reference  The handle of a filter in the list. It is only compared with the handles in the list, never
- *                   resolved; the first that equals it counts.
+ *                   resolved; the first match counts.
  *
- * Ownership: the filter goes with the class-map from now on.
+ * Ownership: from now on the filter is deleted with the class-map.
  *
- * @retval 0   It stands right before 'reference'; or, where the filter before 'reference' stands in the list several
- *             times, right behind the first place of that one.
+ * @retval 0   It stands right before 'reference'; or, if the filter before 'reference' is in the list several times,
+ *             right after the first occurrence of that one.
  * @retval 39  'cmap' does not resolve, 'filter' is refused, or 'reference' is not in the list. The list is unchanged.
  *
- * Not checked: whether the filter stands in this or another list already. If it does, it will be freed more than once.
+ * Not checked: whether the filter is already in this or another list. If it is, it will be freed more than once.
  */
 uint32_t zar_add_filter_to_class_before_filter(uint32_t cmap, uint32_t filter, uint32_t reference);
 
@@ -74,14 +74,14 @@ uint32_t zar_add_filter_to_class_before_filter(uint32_t cmap, uint32_t filter, u
  * @param cmap       The class-map.
  * @param filter     The filter to add.
  * @param reference  The handle of a filter in the list. It is only compared with the handles in the list, never
- *                   resolved; the first that equals it counts.
+ *                   resolved; the first match counts.
  *
- * Ownership: the filter goes with the class-map from now on.
+ * Ownership: from now on the filter is deleted with the class-map.
  *
  * @retval 0   It stands right after 'reference'.
  * @retval 39  'cmap' does not resolve, 'filter' is refused, or 'reference' is not in the list. The list is unchanged.
  *
- * Not checked: whether the filter stands in this or another list already. If it does, it will be freed more than once.
+ * Not checked: whether the filter is already in this or another list. If it is, it will be freed more than once.
  */
 uint32_t zar_add_filter_to_class_after_filter(uint32_t cmap, uint32_t filter, uint32_t reference);
 
@@ -96,7 +96,7 @@ uint32_t zar_add_filter_to_class_after_filter(uint32_t cmap, uint32_t filter, ui
  * @param no_match    The no-match byte; the low 8 bits count.
  * @param filter_out  Receives the handle, or 0 when no filter matches.
  *
- * @retval 0   The list was searched; 'filter_out' tells what was found.
+ * @retval 0   The list was searched; 'filter_out' holds the result.
  * @retval 39  'cmap' does not resolve, 'context' is NULL or lacks one of the two functions, or 'filter_out' is NULL.
  *
  * Quirk: no-match bytes are compared as numbers: a filter made with 1 is not found with 2, though both mean "no-match".
@@ -119,14 +119,14 @@ uint32_t zar_retrieve_filter(uint32_t cmap, const zar_filter_context *context, u
 uint32_t zar_match_filter_parameters(const zar_filter *filter, const zar_filter_context *context);
 
 /**
- * Takes a filter out of a class-map's list; the first place, when it stands there several times.
+ * Takes a filter out of a class-map's list; the first occurrence, if it is there several times.
  *
  * @param cmap    The class-map.
  * @param filter  The filter to take out.
  *
  * Ownership: the filter lives on behind its handle and is the caller's to put elsewhere or to delete.
  *
- * @retval 0   It is out, or was not in the list. Nothing is traced.
+ * @retval 0   It is removed, or was not in the list. Nothing is traced.
  * @retval 39  'cmap' does not resolve, or 'filter' is refused. The list is unchanged.
  *
  * Not checked: that the filter is in this class-map.
@@ -138,7 +138,8 @@ uint32_t zar_remove_filter_from_class(uint32_t cmap, uint32_t filter);
 /**
  * @name Events and class-actions
  * The events of a CONTROL policy-map stand in the order in which they were added, and no two have the same event id.
- * The class-actions of an event stand in ascending order of their class numbers, equal numbers in the order of arrival.
+ * The class-actions of an event stand in ascending order of their class numbers, equal numbers in the order in which
+ * they were added.
  * @{
  */
 
@@ -147,13 +148,12 @@ uint32_t zar_remove_filter_from_class(uint32_t cmap, uint32_t filter);
  *
  * @param event             The event, in a policy-map or not.
  * @param cmap              The class-map.
- * @param exec_criteria     How the actions run: 1 run-all, 2 stop-on-failure, 3 stop-on-success; 0 is another word for
- *                          2.
+ * @param exec_criteria     How the actions run: 1 run-all, 2 stop-on-failure, 3 stop-on-success; 0 means the same as 2.
  * @param class_num         The class number; the low 8 bits are kept.
  * @param class_action_out  Receives the handle.
  *
  * Ownership: the class-action is the repository's and goes with the event. Where the event stands in a policy-map, the
- * pair of policy-map and class-map counts one reference more.
+ * pair of policy-map and class-map gains one reference.
  *
  * @retval 0   'class_action_out' holds the handle.
  * @retval 37  No handle, or the new handle does not resolve (see below).
@@ -166,15 +166,15 @@ uint32_t zar_remove_filter_from_class(uint32_t cmap, uint32_t filter);
  * Not checked: whether the event has a class-action for this class-map already; and, while the event stands in no
  * policy-map, that the class-map outlives the class-action.
  *
- * Quirk: when there is no record for a reference, this is traced and the result is 0 nevertheless. The class-map may
- * then not be protected from deletion.
+ * Quirk: if there is no record for a reference, this is traced and the result is still 0. The class-map may then not be
+ * protected from deletion.
  */
 uint32_t zar_add_class_to_event(uint32_t event, uint32_t cmap, uint32_t exec_criteria, uint32_t class_num,
                                 uint32_t *class_action_out);
 
 /**
  * Puts an event at the end of a CONTROL policy-map. For every class-action under it, the pair of policy-map and
- * class-map counts one reference more.
+ * class-map gains one reference.
  *
  * @param pmap   The policy-map.
  * @param event  The event; it may have class-actions already.
@@ -186,8 +186,8 @@ uint32_t zar_add_class_to_event(uint32_t event, uint32_t cmap, uint32_t exec_cri
  *             to another policy-map, or the policy-map has an event of this event id (this very one, perhaps). Nothing
  *             is changed.
  *
- * Quirk: when there is no record for a reference, this is traced and the result is 0 nevertheless. The class-map may
- * then not be protected from deletion.
+ * Quirk: if there is no record for a reference, this is traced and the result is still 0. The class-map may then not be
+ * protected from deletion.
  */
 uint32_t zar_add_event(uint32_t pmap, uint32_t event);
 
@@ -198,7 +198,7 @@ uint32_t zar_add_event(uint32_t pmap, uint32_t event);
  * @param context    The event sought; only 'event_id' is read.
  * @param event_out  Receives the handle, or 0 when there is no such event.
  *
- * @retval 0   The policy-map was searched; 'event_out' tells what was found.
+ * @retval 0   The policy-map was searched; 'event_out' holds the result.
  * @retval 39  'pmap' does not resolve or is not CONTROL, or 'context' or 'event_out' is NULL.
  */
 uint32_t zar_retrieve_event(uint32_t pmap, const zar_event_context *context, uint32_t *event_out);
@@ -212,7 +212,7 @@ uint32_t zar_retrieve_event(uint32_t pmap, const zar_event_context *context, uin
  * @param cmap              The class-map.
  * @param class_action_out  Receives the handle, or 0 when the event has no class-action for the class-map.
  *
- * @retval 0   The event was searched; 'class_action_out' tells what was found. Or the policy-map is not CONTROL (see
+ * @retval 0   The event was searched; 'class_action_out' holds the result. Or the policy-map is not CONTROL (see
  *             below).
  * @retval 39  'pmap', 'cmap' or 'event' does not resolve, 'class_action_out' is NULL, the given event has no event
  *             context, or the policy-map has no event of its id.
@@ -229,7 +229,7 @@ uint32_t zar_retrieve_class_action(uint32_t pmap, uint32_t event, uint32_t cmap,
  * @param class_num         The class number sought.
  * @param class_action_out  Receives the handle, or 0 when there is none.
  *
- * @retval 0   The event was searched; 'class_action_out' tells what was found.
+ * @retval 0   The event was searched; 'class_action_out' holds the result.
  * @retval 39  'event' does not resolve, or 'class_action_out' is NULL.
  *
  * Quirk: the whole 32 bits are compared, so a number above 255 is never found, though the other operations keep its low
@@ -266,7 +266,7 @@ uint32_t zar_get_cmap_from_class_action(uint32_t class_action);
  * Whether an action's record has all that the operations on rules need.
  *
  * @param action  The record.
- * @param caller  The name for the trace; may be NULL.
+ * @param caller  The name to use in trace messages; may be NULL.
  *
  * @retval 0  It has.
  * @retval 1  It is NULL or lacks its entry, free, string or compare function; each is traced.
@@ -281,12 +281,12 @@ uint32_t zar_verify_action_content(const zar_action *action, const char *caller)
  * @param class_action  The class-action.
  * @param action        The action to add.
  *
- * Ownership: the rule takes over one reference of the action; the count is unchanged.
+ * Ownership: the rule takes over one reference to the action; the count is unchanged.
  *
  * @retval 0   It is in the rule.
  * @retval 39  'class_action' does not resolve, or 'action' is refused. The rule is unchanged.
  *
- * Not checked: whether the action stands in this rule already, and that there is a reference for this place.
+ * Not checked: whether the action is already in this rule, and that there is a reference for this occurrence.
  */
 uint32_t zar_add_action_to_rule(uint32_t class_action, uint32_t action);
 
@@ -296,16 +296,16 @@ uint32_t zar_add_action_to_rule(uint32_t class_action, uint32_t action);
  * @param class_action  The class-action.
  * @param action        The action to add.
  * @param reference     The handle of an action in the rule. It is only compared with the handles in the rule, never
- *                      resolved; the first that equals it counts.
+ *                      resolved; the first match counts.
  *
- * Ownership: the rule takes over one reference of the action; the count is unchanged.
+ * Ownership: the rule takes over one reference to the action; the count is unchanged.
  *
- * @retval 0   It stands right before 'reference'; or, where the action before 'reference' stands in the rule several
- *             times, right behind the first place of that one.
+ * @retval 0   It stands right before 'reference'; or, if the action before 'reference' is in the rule several times,
+ *             right after the first occurrence of that one.
  * @retval 39  'class_action' does not resolve, 'action' is refused, or 'reference' is not in the rule. The rule is
  *             unchanged.
  *
- * Not checked: whether the action stands in this rule already, and that there is a reference for this place.
+ * Not checked: whether the action is already in this rule, and that there is a reference for this occurrence.
  */
 uint32_t zar_add_action_to_rule_before_action(uint32_t class_action, uint32_t action, uint32_t reference);
 
@@ -315,27 +315,27 @@ uint32_t zar_add_action_to_rule_before_action(uint32_t class_action, uint32_t ac
  * @param class_action  The class-action.
  * @param action        The action to add.
  * @param reference     The handle of an action in the rule. It is only compared with the handles in the rule, never
- *                      resolved; the first that equals it counts.
+ *                      resolved; the first match counts.
  *
- * Ownership: the rule takes over one reference of the action; the count is unchanged.
+ * Ownership: the rule takes over one reference to the action; the count is unchanged.
  *
  * @retval 0   It stands right after 'reference'.
  * @retval 39  'class_action' does not resolve, 'action' is refused, or 'reference' is not in the rule. The rule is
  *             unchanged.
  *
- * Not checked: whether the action stands in this rule already, and that there is a reference for this place.
+ * Not checked: whether the action is already in this rule, and that there is a reference for this occurrence.
  */
 uint32_t zar_add_action_to_rule_after_action(uint32_t class_action, uint32_t action, uint32_t reference);
 
 /**
- * Takes an action out of a rule; the first place, when it stands there several times.
+ * Takes an action out of a rule; the first occurrence, if it is there several times.
  *
  * @param class_action  The class-action.
  * @param action        The action to take out.
  *
- * Ownership: the count is unchanged; the rule's reference is the caller's to use elsewhere or to drop.
+ * Ownership: the count is unchanged; the caller owns the rule's reference and may use it elsewhere or drop it.
  *
- * @retval 0   It is out, or was not in the rule. Nothing is traced.
+ * @retval 0   It is removed, or was not in the rule. Nothing is traced.
  * @retval 39  'class_action' does not resolve, or 'action' is refused. The rule is unchanged.
  *
  * Not checked: that the action is in this rule.
@@ -351,7 +351,7 @@ uint32_t zar_remove_action_from_class_action(uint32_t class_action, uint32_t act
  *                      required.
  * @param action_out    Receives the handle, or 0 when no action matches.
  *
- * @retval 0   The rule was searched; 'action_out' tells what was found.
+ * @retval 0   The rule was searched; 'action_out' holds the result.
  * @retval 39  'class_action' does not resolve, 'context' is NULL or lacks one of the two functions, or 'action_out' is
  *             NULL.
  */
@@ -364,7 +364,7 @@ uint32_t zar_retrieve_action(uint32_t class_action, const zar_action_context *co
  * @param action_num    The action number sought; the low 8 bits count, so 257 finds 1.
  * @param action_out    Receives the handle, or 0 when there is none.
  *
- * @retval 0   The rule was searched; 'action_out' tells what was found.
+ * @retval 0   The rule was searched; 'action_out' holds the result.
  * @retval 39  'class_action' does not resolve, or 'action_out' is NULL.
  */
 uint32_t zar_retrieve_action_num_in_class_action(uint32_t class_action, uint32_t action_num, uint32_t *action_out);
@@ -448,12 +448,12 @@ uint32_t zar_free_action(zar_action *action);
  * @param policy         The policy-map's name.
  * @param event          The event. May be NULL for a policy-map that is not CONTROL, where it is not read.
  * @param event_name     The event's name; read only when the event has to be made.
- * @param exec_criteria  How the actions run: 1 run-all, 2 stop-on-failure, 3 stop-on-success; 0 is another word for 2.
+ * @param exec_criteria  How the actions run: 1 run-all, 2 stop-on-failure, 3 stop-on-success; 0 means the same as 2.
  * @param class_num      The class number; the low 8 bits are kept.
  * @param class_info     The class-map's name.
  *
  * Ownership: what is made is the repository's and goes with the policy-map. Under an event, the pair of policy-map and
- * class-map counts one reference more. No handle is handed out; zar_retrieve_class_action() finds the rule.
+ * class-map gains one reference. No handle is handed out; zar_retrieve_class_action() finds the rule.
  *
  * @retval 0   The rule is there; or the event has a class-action for this class-map already (see below).
  * @retval 37  The event could not be made ('event_name' is NULL, perhaps) or added, or the class-action could not be
@@ -481,13 +481,13 @@ uint32_t zar_add_class_to_stored_policy(uint32_t clid, const zar_map_info *polic
  * @param clid           The client.
  * @param policy         The policy-map's name.
  * @param event          The event; the policy-map must have it.
- * @param exec_criteria  How the actions run: 1 run-all, 2 stop-on-failure, 3 stop-on-success; 0 is another word for 2.
+ * @param exec_criteria  How the actions run: 1 run-all, 2 stop-on-failure, 3 stop-on-success; 0 means the same as 2.
  * @param cmap           The class-map; it need not be stored.
  * @param class_num      The class number; the low 8 bits are kept.
  * @param action         The action.
  *
  * Ownership: the class-action is the repository's and goes with the event; it takes over one reference of the action,
- * whose count is unchanged. The pair of policy-map and class-map counts one reference more.
+ * whose count is unchanged. The pair of policy-map and class-map gains one reference.
  *
  * @retval 0   The rule is there; or the event has a class-action for this class-map already (see below).
  * @retval 37  The class-action could not be made, or the action could not be put into it.
@@ -517,7 +517,7 @@ uint32_t zar_add_class_action_to_stored_policy(uint32_t clid, const zar_map_info
  * @param class_info  The class-map's name; the event must have a rule for it.
  * @param action      The action.
  *
- * Ownership: the rule takes over one reference of the action; the count is unchanged.
+ * Ownership: the rule takes over one reference to the action; the count is unchanged.
  *
  * @retval 0   It is in the rule.
  * @retval 37  The action was refused: it does not resolve, or lacks one of the functions that a rule needs.
@@ -526,7 +526,7 @@ uint32_t zar_add_class_action_to_stored_policy(uint32_t clid, const zar_map_info
  *
  * A failure changes nothing.
  *
- * Not checked: whether the action stands in this rule already, and that there is a reference for this place.
+ * Not checked: whether the action is already in this rule, and that there is a reference for this occurrence.
  *
  * Quirk: a bad action is a failed step (37), not an invalid argument. A policy-map that is not CONTROL is refused
  * without a message of its own.
@@ -543,14 +543,14 @@ uint32_t zar_add_action_to_stored_policy(uint32_t clid, const zar_map_info *poli
  * @param class_info  The class-map's name; the event must have a rule for it.
  * @param action      The action.
  *
- * Ownership: the count is unchanged; the rule's reference is the caller's to use elsewhere or to drop.
+ * Ownership: the count is unchanged; the caller owns the rule's reference and may use it elsewhere or drop it.
  *
  * @retval 0   It is out of the rule; the first place, when it stood there several times.
  * @retval 39  A look-up by name fails or finds no map of its kind, the policy-map is not CONTROL or lacks the event,
  *             'event' is NULL, the event has no rule for the class-map, or the action does not resolve, lacks one of
  *             the functions that a rule needs or is not in the rule. Nothing is changed.
  *
- * Quirk: a policy-map that is not CONTROL is refused without a message of its own.
+ * Quirk: a policy-map that is not CONTROL is refused without its own message.
  */
 uint32_t zar_remove_action_from_stored_policy(uint32_t clid, const zar_map_info *policy, const zar_event_context *event,
                                               const zar_map_info *class_info, uint32_t action);
@@ -565,7 +565,7 @@ uint32_t zar_remove_action_from_stored_policy(uint32_t clid, const zar_map_info 
  * @param class_num  The rule's class number; the low 8 bits count. Class-map and number must both be those of the rule.
  *
  * Ownership: the class-action is freed, its handle ends, and each of its actions loses one reference. The pair of
- * policy-map and class-map counts one reference less.
+ * policy-map and class-map loses one reference.
  *
  * @retval 0   The rule is removed; or the event has no such rule, and nothing is changed.
  * @retval 39  'pmap' does not resolve or is not CONTROL, 'event' is NULL, 'cmap' does not resolve, or the policy-map

@@ -257,7 +257,7 @@ uint32_t zar_client_register(const char *name, zar_db *database, uint32_t *clid_
  * Returns whether a clid is in range. Whether its client is active is not checked.
  *
  * @param clid    The clid.
- * @param caller  The name for the trace; may be NULL.
+ * @param caller  The name to use in trace messages; may be NULL.
  *
  * @retval 0  It is.
  * @retval 1  It is 0 or above the number of clients; traced.
@@ -269,7 +269,7 @@ uint32_t zar_verify_client_id(uint32_t clid, const char *caller);
  * need a database choose it in this way.
  *
  * @param clid            The client.
- * @param caller          The name for the trace; may be NULL.
+ * @param caller          The name to use in trace messages; may be NULL.
  * @param out             Receives the database.
  * @param is_default_out  Receives 0 for the client's own database and 1 for the default one; may be NULL.
  *
@@ -444,7 +444,7 @@ uint32_t zar_target_compare_int(const void *nascent, const void *tree);
 /**
  * Inserts a policy-map into its tree under its name key.
  *
- * @param database  Whose tree of policy-maps is meant.
+ * @param database  The database whose tree of policy-maps is meant.
  * @param record    The policy-map to insert.
  *
  * Ownership: unchanged; the record must be removed from the tree before it is freed.
@@ -458,7 +458,7 @@ uint32_t zar_avl_insert_pmap(zar_db *database, zar_pmap *record);
 /**
  * Inserts a class-map into its tree under its name key.
  *
- * @param database  Whose tree of class-maps is meant.
+ * @param database  The database whose tree of class-maps is meant.
  * @param record    The class-map to insert.
  *
  * Ownership: unchanged; the record must be removed from the tree before it is freed.
@@ -472,7 +472,7 @@ uint32_t zar_avl_insert_cmap(zar_db *database, zar_cmap *record);
 /**
  * Inserts a parameter-map into its tree under its name key.
  *
- * @param database  Whose tree of parameter-maps is meant.
+ * @param database  The database whose tree of parameter-maps is meant.
  * @param record    The parameter-map to insert.
  *
  * Ownership: unchanged; the record must be removed from the tree before it is freed.
@@ -486,11 +486,11 @@ uint32_t zar_avl_insert_pmtr_map(zar_db *database, zar_pmtr_map *record);
 /**
  * Looks for a policy-map by its name key.
  *
- * @param database   Whose tree of policy-maps is meant.
+ * @param database   The database whose tree of policy-maps is meant.
  * @param probe      A record, in no tree, whose 'hash_str' is the key to find.
  * @param found_out  Receives the record found, or NULL when there is none.
  *
- * @retval 1  The tree was searched; 'found_out' tells what was found.
+ * @retval 1  The tree was searched; 'found_out' holds the result.
  * @retval 0  'database' or 'probe' is NULL; 'found_out' is untouched.
  *
  * Not checked: 'found_out', which must not be NULL.
@@ -500,11 +500,11 @@ uint32_t zar_avl_search_pmap(zar_db *database, zar_pmap *probe, zar_pmap **found
 /**
  * Looks for a class-map by its name key.
  *
- * @param database   Whose tree of class-maps is meant.
+ * @param database   The database whose tree of class-maps is meant.
  * @param probe      A record, in no tree, whose 'hash_str' is the key to find.
  * @param found_out  Receives the record found, or NULL when there is none.
  *
- * @retval 1  The tree was searched; 'found_out' tells what was found.
+ * @retval 1  The tree was searched; 'found_out' holds the result.
  * @retval 0  'database' or 'probe' is NULL; 'found_out' is untouched.
  *
  * Not checked: 'found_out', which must not be NULL.
@@ -514,11 +514,11 @@ uint32_t zar_avl_search_cmap(zar_db *database, zar_cmap *probe, zar_cmap **found
 /**
  * Looks for a parameter-map by its name key.
  *
- * @param database   Whose tree of parameter-maps is meant.
+ * @param database   The database whose tree of parameter-maps is meant.
  * @param probe      A record, in no tree, whose 'hash_str' is the key to find.
  * @param found_out  Receives the record found, or NULL when there is none.
  *
- * @retval 1  The tree was searched; 'found_out' tells what was found.
+ * @retval 1  The tree was searched; 'found_out' holds the result.
  * @retval 0  'database' or 'probe' is NULL; 'found_out' is untouched.
  *
  * Not checked: 'found_out', which must not be NULL.
@@ -528,7 +528,7 @@ uint32_t zar_avl_search_pmtr_map(zar_db *database, zar_pmtr_map *probe, zar_pmtr
 /**
  * Removes a policy-map from its tree.
  *
- * @param database     Whose tree of policy-maps is meant.
+ * @param database     The database whose tree of policy-maps is meant.
  * @param record       The policy-map itself, in which case exactly this record is removed; or a probe that holds its
  *                     key.
  * @param removed_out  Receives the removed record.
@@ -546,7 +546,7 @@ uint32_t zar_avl_delete_pmap(zar_db *database, zar_pmap *record, zar_pmap **remo
 /**
  * Removes a class-map from its tree.
  *
- * @param database     Whose tree of class-maps is meant.
+ * @param database     The database whose tree of class-maps is meant.
  * @param record       The class-map itself, in which case exactly this record is removed; or a probe that holds its
  *                     key.
  * @param removed_out  Receives the removed record.
@@ -564,7 +564,7 @@ uint32_t zar_avl_delete_cmap(zar_db *database, zar_cmap *record, zar_cmap **remo
 /**
  * Removes a parameter-map from its tree.
  *
- * @param database     Whose tree of parameter-maps is meant.
+ * @param database     The database whose tree of parameter-maps is meant.
  * @param record       The parameter-map itself, in which case exactly this record is removed; or a probe that holds its
  *                     key.
  * @param removed_out  Receives the removed record.
@@ -582,7 +582,7 @@ uint32_t zar_avl_delete_pmtr_map(zar_db *database, zar_pmtr_map *record, zar_pmt
 /**
  * The first policy-map in key order.
  *
- * @param database   Whose tree of policy-maps is meant.
+ * @param database   The database whose tree of policy-maps is meant.
  * @param first_out  Receives the record, or NULL when the tree is empty.
  *
  * @retval 1  'first_out' is written.
@@ -593,7 +593,7 @@ uint32_t zar_avl_get_first_pmap(zar_db *database, zar_pmap **first_out);
 /**
  * The first class-map in key order.
  *
- * @param database   Whose tree of class-maps is meant.
+ * @param database   The database whose tree of class-maps is meant.
  * @param first_out  Receives the record, or NULL when the tree is empty.
  *
  * @retval 1  'first_out' is written.
@@ -604,7 +604,7 @@ uint32_t zar_avl_get_first_cmap(zar_db *database, zar_cmap **first_out);
 /**
  * The first parameter-map in key order.
  *
- * @param database   Whose tree of parameter-maps is meant.
+ * @param database   The database whose tree of parameter-maps is meant.
  * @param first_out  Receives the record, or NULL when the tree is empty.
  *
  * @retval 1  'first_out' is written.
@@ -616,7 +616,7 @@ uint32_t zar_avl_get_first_pmtr_map(zar_db *database, zar_pmtr_map **first_out);
  * The policy-map that follows another one in key order. If the latter is not in the tree, it is the first one that
  * sorts after it.
  *
- * @param database  Whose tree of policy-maps is meant.
+ * @param database  The database whose tree of policy-maps is meant.
  * @param current   The policy-map to continue from.
  * @param next_out  Receives the record, or NULL when there is none.
  *
@@ -629,7 +629,7 @@ uint32_t zar_avl_get_next_pmap(zar_db *database, zar_pmap *current, zar_pmap **n
  * The class-map that follows another one in key order. For one that is not in the tree it is the first that sorts after
  * it.
  *
- * @param database  Whose tree of class-maps is meant.
+ * @param database  The database whose tree of class-maps is meant.
  * @param current   The class-map to continue from.
  * @param next_out  Receives the record, or NULL when there is none.
  *
@@ -642,7 +642,7 @@ uint32_t zar_avl_get_next_cmap(zar_db *database, zar_cmap *current, zar_cmap **n
  * The parameter-map that follows another one in key order. If the latter is not in the tree, it is the first one that
  * sorts after it.
  *
- * @param database  Whose tree of parameter-maps is meant.
+ * @param database  The database whose tree of parameter-maps is meant.
  * @param current   The parameter-map to continue from.
  * @param next_out  Receives the record, or NULL when there is none.
  *
@@ -664,7 +664,7 @@ uint32_t zar_avl_get_next_pmtr_map(zar_db *database, zar_pmtr_map *current, zar_
 /**
  * Inserts a target into the target tree: the variant for a client's own database.
  *
- * @param database  Whose tree of targets is meant.
+ * @param database  The database whose tree of targets is meant.
  * @param target    The target to insert.
  *
  * Ownership: unchanged; the target must be removed from the tree before it is deleted.
@@ -678,7 +678,7 @@ uint32_t zar_avl_insert_target_client_db(zar_db *database, zar_target *target);
 /**
  * Inserts a target into the target tree: the variant for the default database.
  *
- * @param database  Whose tree of targets is meant.
+ * @param database  The database whose tree of targets is meant.
  * @param target    The target to insert.
  *
  * Ownership: unchanged; the target must be removed from the tree before it is deleted.
@@ -692,7 +692,7 @@ uint32_t zar_avl_insert_target_default_db(zar_db *database, zar_target *target);
 /**
  * Looks for a target by its handle: the variant for a client's own database.
  *
- * @param database   Whose tree of targets is meant.
+ * @param database   The database whose tree of targets is meant.
  * @param probe      A record, in no tree, whose 'handle' is the one to find.
  * @param found_out  Receives the target, or NULL when there is none.
  *
@@ -706,7 +706,7 @@ uint32_t zar_avl_search_target_client_db(zar_db *database, zar_target *probe, za
 /**
  * Looks for a target by its handle: the variant for the default database.
  *
- * @param database   Whose tree of targets is meant.
+ * @param database   The database whose tree of targets is meant.
  * @param probe      A record, in no tree, whose 'handle' is the one to find.
  * @param found_out  Receives the target, or NULL when there is none.
  *
@@ -720,7 +720,7 @@ uint32_t zar_avl_search_target_default_db(zar_db *database, zar_target *probe, z
 /**
  * Removes a target from the target tree: the variant for a client's own database.
  *
- * @param database     Whose tree of targets is meant.
+ * @param database     The database whose tree of targets is meant.
  * @param target       The target itself, in which case exactly this record is removed; or a probe that holds its
  *                     handle.
  * @param removed_out  Receives the removed target.
@@ -738,7 +738,7 @@ uint32_t zar_avl_delete_target_client_db(zar_db *database, zar_target *target, z
 /**
  * Removes a target from the target tree: the variant for the default database.
  *
- * @param database     Whose tree of targets is meant.
+ * @param database     The database whose tree of targets is meant.
  * @param target       The target itself, in which case exactly this record is removed; or a probe that holds its
  *                     handle.
  * @param removed_out  Receives the removed target.

@@ -88,7 +88,7 @@ uint32_t zar_delete_event(uint32_t event);
  * @retval 0   It is deleted, or emptied if it is the built-in one.
  * @retval 39  'pmap' does not resolve.
  *
- * Not checked: whether the policy-map is stored. A tree that still holds it is left dangling; see
+ * Not checked: whether the policy-map is stored. A tree that still contains it is left dangling; see
  * zar_delete_stored_policy().
  *
  * Quirk: no removal callback is called, and since the events go first, the handlers of their actions do not hear of the
@@ -113,12 +113,12 @@ void zar_delete_autoconf_policy(void);
  * removal callback of the client 'clid' is called, if it has registered one. Where the callback activates or stores the
  * policy-map again, that is undone.
  *
- * @param clid  The client whose database is meant, and whose callback is called.
+ * @param clid  The client whose database is used, and whose callback is called.
  * @param info  Name, domain and domain type; 'hidden' is not read.
  *
  * @retval 0   It is deleted.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
- * @retval 39  'clid' is out of range, or zar_verify_map_info() finds fault with 'info'; or what stood under the name is
+ * @retval 37  The client is inactive or has no database to work in.
+ * @retval 39  'clid' is out of range, or zar_verify_map_info() rejects 'info'; or the record stored under the name is
  *             no policy-map (see below); or the removal callback has deleted the policy-map itself, which it must not.
  * @retval 41  No such policy-map is stored, or the database lacks the tree; nothing has changed.
  *
@@ -128,19 +128,19 @@ void zar_delete_autoconf_policy(void);
  * Quirk: the built-in policy-map is taken out of the tree and off all targets, and then only emptied; its handle stays
  * good.
  *
- * Quirk: a record of another kind that was stored among the policy-maps is taken out, and left unstored and otherwise
- * untouched; the answer is 39.
+ * Quirk: a record of another kind that was stored among the policy-maps is removed, and left unstored and otherwise
+ * untouched; the result is 39.
  */
 uint32_t zar_delete_stored_policy_by_name(uint32_t clid, const zar_map_info *info);
 
 /**
  * Deletes a stored policy-map, as zar_delete_stored_policy_by_name() does.
  *
- * @param clid  The client whose database is meant, and whose callback is called.
+ * @param clid  The client whose database is used, and whose callback is called.
  * @param pmap  The policy-map.
  *
  * @retval 0   It is deleted.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, or 'pmap' does not resolve; or the removal callback has deleted the policy-map
  *             itself, which it must not.
  * @retval 41  The policy-map is not in this database, even if one with an equal key is; nothing has changed.
@@ -170,7 +170,7 @@ uint32_t zar_delete_stored_policy(uint32_t clid, uint32_t pmap);
  * @retval 0   It is deleted.
  * @retval 39  'cmap' does not resolve, or a policy-map refers to the class-map.
  *
- * Not checked: whether the class-map is stored. A tree that still holds it is left dangling; see
+ * Not checked: whether the class-map is stored. A tree that still contains it is left dangling; see
  * zar_delete_stored_class().
  */
 uint32_t zar_delete_class(uint32_t cmap);
@@ -178,28 +178,28 @@ uint32_t zar_delete_class(uint32_t cmap);
 /**
  * Deletes a stored class-map, found by name: takes it out of its database and deletes it with its filters.
  *
- * @param clid  The client whose database is meant.
+ * @param clid  The client whose database is used.
  * @param info  Name, domain and domain type; 'hidden' is not read.
  *
  * @retval 0   It is deleted, or no such class-map is stored.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
- * @retval 39  'clid' is out of range, or zar_verify_map_info() finds fault with 'info'; or a policy-map refers to the
- *             class-map, which stays stored; or what stood under the name is no class-map (see below).
+ * @retval 37  The client is inactive or has no database to work in.
+ * @retval 39  'clid' is out of range, or zar_verify_map_info() rejects 'info'; or a policy-map refers to the class-map,
+ *             which stays stored; or the record stored under the name is no class-map (see below).
  * @retval 41  The database lacks the tree, or the tree refuses the deletion; nothing has changed.
  *
- * Quirk: a record of another kind that was stored among the class-maps is taken out, and left unstored and otherwise
- * untouched; the answer is 39.
+ * Quirk: a record of another kind that was stored among the class-maps is removed, and left unstored and otherwise
+ * untouched; the result is 39.
  */
 uint32_t zar_delete_stored_class_by_name(uint32_t clid, const zar_map_info *info);
 
 /**
  * Deletes a stored class-map: takes it out of its database and deletes it with its filters.
  *
- * @param clid  The client whose database is meant.
+ * @param clid  The client whose database is used.
  * @param cmap  The class-map.
  *
  * @retval 0   It is deleted.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'cmap' does not resolve, or a policy-map refers to the class-map, which stays
  *             stored.
  * @retval 41  The class-map is not in this database, even if one with an equal key is; nothing has changed.
@@ -248,7 +248,7 @@ const char *zar_get_pmap_name(uint32_t pmap);
  * Checks that there is a target record.
  *
  * @param target  The record.
- * @param caller  The name for the trace; may be NULL.
+ * @param caller  The name to use in trace messages; may be NULL.
  *
  * @retval 0  'target' is not NULL.
  * @retval 1  'target' is NULL; traced, at level 6.
@@ -259,7 +259,7 @@ uint32_t zar_verify_target_context(const zar_target *target, const char *caller)
  * Makes a target, activates its first policy-map on it, and stores it. The engine makes its instance, and the handlers
  * are told, before the caller has the handle.
  *
- * @param clid         The client whose database is meant. The engine is told it, too.
+ * @param clid         The client whose database is used. The engine is told it, too.
  * @param target_info  The caller's own record of the target.
  * @param pmap         The first policy-map; it need not be stored.
  * @param target_out   Receives the handle.
@@ -283,14 +283,14 @@ uint32_t zar_add_target(uint32_t clid, zar_target_info *target_info, uint32_t pm
 /**
  * Takes a target out of its database. It still resolves, and its policy-maps stay active.
  *
- * @param clid             The client whose database is meant.
+ * @param clid             The client whose database is used.
  * @param target           The target.
  * @param target_info_out  Receives the caller's own record of the target.
  *
  * Ownership: the target still uses the record until zar_delete_target().
  *
  * @retval 0   It is in no database any more.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'target' does not resolve or is broken, or 'target_info_out' is NULL.
  * @retval 41  The target is not in this database; nothing has changed, and 'target_info_out' is NULL.
  */
@@ -386,8 +386,7 @@ uint32_t zar_activate_policy(uint32_t clid, uint32_t pmap, uint32_t target);
  * @retval 0   It was activated, now or before.
  * @retval 37  The engine refused to make an instance; the pair is unlinked again.
  * @retval 38  No memory for the link; nothing is linked.
- * @retval 39  The search failed, for whatever reason, or found no policy-map; or 'target' does not resolve or is
- *             broken.
+ * @retval 39  The search failed for any reason, or found no policy-map; or 'target' does not resolve or is broken.
  */
 uint32_t zar_activate_policy_by_name(uint32_t clid, uint32_t target, const zar_map_info *info);
 
@@ -401,8 +400,7 @@ uint32_t zar_activate_policy_by_name(uint32_t clid, uint32_t target, const zar_m
  * @retval 0   The pair is unlinked, and the engine has deleted its instance.
  * @retval 37  The engine did not find or did not delete the instance. The pair is unlinked all the same. A policy-map
  *             that was not active at all ends here, too.
- * @retval 39  The search failed, for whatever reason, or found no policy-map; or 'target' does not resolve or is
- *             broken.
+ * @retval 39  The search failed for any reason, or found no policy-map; or 'target' does not resolve or is broken.
  */
 uint32_t zar_deactivate_policy_by_name(uint32_t clid, uint32_t target, const zar_map_info *info);
 
@@ -432,24 +430,24 @@ uint32_t zar_deactivate_any_policy_for_target(uint32_t clid, uint32_t target);
 
 /**
  * Deactivates a stored policy-map, found by name, on every target that it is active on. A broken target keeps it, and
- * so may one on which a handler activates it meanwhile.
+ * so may a target on which a handler activates it during the operation.
  *
  * @param clid  The client whose database is searched.
  * @param info  Name, domain and domain type; 'hidden' is not read.
  *
- * @retval 0   It was deactivated, also where it was active nowhere; what the engine answered does not count.
- * @retval 39  The search failed, for whatever reason, or found no policy-map.
+ * @retval 0   It was deactivated, even if it was active nowhere; the engine's results do not matter.
+ * @retval 39  The search failed for any reason, or found no policy-map.
  */
 uint32_t zar_deactivate_policy_by_name_from_all_targets(uint32_t clid, const zar_map_info *info);
 
 /**
- * Deactivates a policy-map on every target that it is active on. A broken target keeps it, and so may one on which a
- * handler activates it meanwhile.
+ * Deactivates a policy-map on every target that it is active on. A broken target keeps it, and so may a target on which
+ * a handler activates it during the operation.
  *
  * @param clid  The client, of which the range is checked.
  * @param pmap  The policy-map; it need not be stored.
  *
- * @retval 0   It was deactivated, also where it was active nowhere; what the engine answered does not count.
+ * @retval 0   It was deactivated, even if it was active nowhere; the engine's results do not matter.
  * @retval 39  'clid' is out of range, or 'pmap' does not resolve.
  */
 uint32_t zar_deactivate_policy_by_handle_from_all_targets(uint32_t clid, uint32_t pmap);
@@ -472,7 +470,7 @@ uint32_t zar_deactivate_policy_by_handle_from_all_targets(uint32_t clid, uint32_
  * @param unused    Ignored.
  * @param pmap_out  Receives the policy-map, or 0 when it is not active there or not stored.
  *
- * @retval 0   The target was searched; 'pmap_out' tells what was found.
+ * @retval 0   The target was searched; 'pmap_out' holds the result.
  * @retval 39  'clid' is out of range, 'target' does not resolve or is broken, 'pmap_out' is NULL, or the search for the
  *             name failed, for whatever reason.
  */
@@ -497,7 +495,7 @@ uint32_t zar_get_first_active_policy_on_target(uint32_t target, uint32_t *domain
  * Gives the policy-map that was activated on a target next after a given one.
  *
  * @param target           The target.
- * @param current_pmap     The policy-map to go on from, by its handle, which need not resolve.
+ * @param current_pmap     The policy-map to continue from, by its handle, which need not resolve.
  * @param domain_type_out  Receives the domain type of the next one, or 0; may be NULL.
  * @param reserved_out     Receives 0; may be NULL.
  * @param pmap_out         Receives the next one, or 0: the given one is the last, or is not active on the target.
@@ -529,7 +527,7 @@ uint32_t zar_get_next_active_policy_on_target(uint32_t target, uint32_t current_
  * @param pmap_out  Receives the handle, or 0 when no policy-map is stored.
  *
  * @retval 0   'pmap_out' is written.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, or 'pmap_out' is NULL.
  * @retval 41  The database lacks the tree; 'pmap_out' is 0.
  */
@@ -539,12 +537,12 @@ uint32_t zar_get_first_policy(uint32_t clid, uint32_t *pmap_out);
  * Gives the stored policy-map that follows a given one.
  *
  * @param clid      The client whose database is walked.
- * @param current   The map to go on from, of any map kind. If it is not stored here, the walk goes on with the first
- *                  policy-map that sorts after it.
+ * @param current   The map to continue from, of any map kind. If it is not stored here, the walk continues with the
+ *                  first policy-map that sorts after it.
  * @param pmap_out  Receives the handle, or 0 when 'current' is the last.
  *
  * @retval 0   'pmap_out' is written.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'current' does not resolve, or 'pmap_out' is NULL.
  * @retval 41  The database lacks the tree; 'pmap_out' is 0.
  */
@@ -557,7 +555,7 @@ uint32_t zar_get_next_policy(uint32_t clid, uint32_t current, uint32_t *pmap_out
  * @param cmap_out  Receives the handle, or 0 when no class-map is stored.
  *
  * @retval 0   'cmap_out' is written.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, or 'cmap_out' is NULL.
  * @retval 41  The database lacks the tree; 'cmap_out' is 0.
  */
@@ -567,12 +565,12 @@ uint32_t zar_get_first_class(uint32_t clid, uint32_t *cmap_out);
  * Gives the stored class-map that follows a given one.
  *
  * @param clid      The client whose database is walked.
- * @param current   The map to go on from, of any map kind. If it is not stored here, the walk goes on with the first
- *                  class-map that sorts after it.
+ * @param current   The map to continue from, of any map kind. If it is not stored here, the walk continues with the
+ *                  first class-map that sorts after it.
  * @param cmap_out  Receives the handle, or 0 when 'current' is the last.
  *
  * @retval 0   'cmap_out' is written.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'current' does not resolve, or 'cmap_out' is NULL.
  * @retval 41  The database lacks the tree; 'cmap_out' is 0.
  */
@@ -613,7 +611,7 @@ uint32_t zar_get_event_class(uint32_t clid, uint32_t pmap, uint32_t *event_out);
  *
  * @param clid       The client.
  * @param pmap       The policy-map.
- * @param current    The event to go on from; not 0, but need not resolve.
+ * @param current    The event to continue from; not 0, but need not resolve.
  * @param event_out  Receives the handle, or 0: 'current' is the last, or is not in the policy-map.
  *
  * @retval 0   'event_out' is written.
@@ -648,7 +646,7 @@ uint32_t zar_get_class_action(uint32_t clid, uint32_t pmap, uint32_t event, uint
  * @param clid              The client.
  * @param pmap              The policy-map of the event.
  * @param event             The event.
- * @param current           The class-action to go on from; not 0, but need not resolve.
+ * @param current           The class-action to continue from; not 0, but need not resolve.
  * @param class_action_out  Receives the handle, or 0: 'current' is the last, or is not under the event.
  *
  * @retval 0   'class_action_out' is written, unless the policy-map is not CONTROL.
@@ -679,7 +677,7 @@ uint32_t zar_get_action(uint32_t clid, uint32_t class_action, uint32_t *action_o
  *
  * @param clid          The client.
  * @param class_action  The class-action.
- * @param current       The action to go on from; not 0, but need not resolve.
+ * @param current       The action to continue from; not 0, but need not resolve.
  * @param action_out    Receives the handle, or 0: 'current' is the last, or is not in the class-action.
  *
  * @retval 0   'action_out' is written.
@@ -704,7 +702,7 @@ uint32_t zar_get_filter(uint32_t clid, uint32_t cmap, uint32_t *filter_out);
  *
  * @param clid        The client.
  * @param cmap        The class-map.
- * @param current     The filter to go on from; not 0, but need not resolve.
+ * @param current     The filter to continue from; not 0, but need not resolve.
  * @param filter_out  Receives the handle, or 0: 'current' is the last, or is not in the class-map.
  *
  * @retval 0   'filter_out' is written.

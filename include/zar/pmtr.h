@@ -39,20 +39,21 @@ extern const char *const kel_parameter_map_subscriber_domain_str;
 /**
  * Makes an empty parameter-map.
  *
- * @param clid          The client for whom it is made. Only the range is looked at.
+ * @param clid          The client for which it is created. Only its range is checked.
  * @param info          Its name, domain and domain type; 'hidden' is not read.
  * @param pmtr_map_out  Receives the handle.
  *
- * Ownership: the parameter-map is the repository's. Name and domain are interned; 'info' is not needed after the call.
+ * Ownership: the parameter-map belongs to the repository. Name and domain are interned; 'info' is not needed after the
+ * call.
  *
  * @retval 0   'pmtr_map_out' holds the handle.
  * @retval 37  No handle, or the name, the domain or the name key could not be stored.
  * @retval 38  No record.
- * @retval 39  'clid' is out of range, 'pmtr_map_out' is NULL, or zar_verify_map_info() finds fault with 'info'.
+ * @retval 39  'clid' is out of range, 'pmtr_map_out' is NULL, or zar_verify_map_info() rejects 'info'.
  *
  * A failure leaves nothing behind.
  *
- * Not checked: whether the client is active, and whether there is such a parameter-map already; storing finds out.
+ * Not checked: whether the client is active, and whether such a parameter-map exists already; storing checks this.
  *
  * Quirk: a name that the engine's built-in template name begins with makes the parameter-map hidden. That holds for
  * each leading part of the template name, the empty name included.
@@ -62,15 +63,15 @@ uint32_t zar_create_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t *
 /**
  * Stores a parameter-map under its name key.
  *
- * @param clid      The client whose database is meant.
+ * @param clid      The client whose database is used.
  * @param pmtr_map  The parameter-map.
  *
- * Ownership: the parameter-map stays the repository's, and is in the database until it is deleted as a stored one.
+ * Ownership: the parameter-map belongs to the repository, and is in the database until it is deleted as a stored one.
  *
  * @retval 0   It is stored.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, or 'pmtr_map' does not resolve.
- * @retval 41  A key that compares equal is stored already, or the map is stored already, if only in another database;
+ * @retval 41  A key that compares equal is stored already, or the map is stored already, possibly in another database;
  *             or the database lacks the tree, or the platform refuses the map.
  *
  * A failure leaves the database and the parameter-map as they were.
@@ -84,17 +85,17 @@ uint32_t zar_store_pmtr_map(uint32_t clid, uint32_t pmtr_map);
  * Finds a stored parameter-map by name.
  *
  * @param clid          The client whose database is searched.
- * @param info          Name, domain and domain type sought; 'hidden' is not read.
+ * @param info          Name, domain and domain type to find; 'hidden' is not read.
  * @param pmtr_map_out  Receives the handle, or 0 when no such map is stored.
  *
- * @retval 0   The database was searched; 'pmtr_map_out' tells what was found.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
- * @retval 39  'clid' is out of range, 'pmtr_map_out' is NULL, or zar_verify_map_info() finds fault with 'info'.
+ * @retval 0   The database was searched; 'pmtr_map_out' holds the result.
+ * @retval 37  The client is inactive or has no database to work in.
+ * @retval 39  'clid' is out of range, 'pmtr_map_out' is NULL, or zar_verify_map_info() rejects 'info'.
  * @retval 41  The database lacks its tree of parameter-maps.
  *
  * On all but 0 'pmtr_map_out' is untouched.
  *
- * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
+ * Quirk: this is the handle of the record stored under the key, whatever its kind (see zar_store_policy()).
  */
 uint32_t zar_retrieve_pmtr_map(uint32_t clid, const zar_map_info *info, uint32_t *pmtr_map_out);
 
@@ -129,7 +130,7 @@ uint32_t zar_delete_stored_pmtr_map(uint32_t pmtr_map, zar_db *database);
  * @retval 0   It is deleted.
  * @retval 39  'pmtr_map' does not resolve.
  *
- * Not checked: whether the parameter-map is stored. A tree that still holds it is left dangling; see
+ * Not checked: whether the parameter-map is stored. A tree that still contains it is left dangling; see
  * zar_delete_stored_pmtr_map().
  */
 uint32_t zar_delete_pmtr_map(uint32_t pmtr_map);
@@ -183,7 +184,7 @@ void zar_unhide_pmap(uint32_t pmtr_map);
  * @param pmtr_map_out  Receives the handle, or 0 when no parameter-map is stored.
  *
  * @retval 0   'pmtr_map_out' is written.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, or 'pmtr_map_out' is NULL.
  * @retval 41  The database lacks the tree; 'pmtr_map_out' is 0.
  */
@@ -193,12 +194,12 @@ uint32_t zar_get_first_pmtr_map(uint32_t clid, uint32_t *pmtr_map_out);
  * Gives the stored parameter-map that follows a given one.
  *
  * @param clid          The client whose database is walked.
- * @param current       The map to go on from, of any map kind. If it is not stored here, the walk goes on with the
+ * @param current       The map to continue from, of any map kind. If it is not stored here, the walk continues with the
  *                      first parameter-map that sorts after it.
  * @param pmtr_map_out  Receives the handle, or 0 when 'current' is the last.
  *
  * @retval 0   'pmtr_map_out' is written.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'current' does not resolve, or 'pmtr_map_out' is NULL.
  * @retval 41  The database lacks the tree; 'pmtr_map_out' is 0.
  */
@@ -222,7 +223,7 @@ uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current, uint32_t *pmtr_m
  *
  * @retval 0   'pmtr_map_out' holds the handle.
  * @retval 40  No such parameter-map is stored; 'pmtr_map_out' is 0.
- * @retval 37  The client that acts is inactive, or there is neither an own nor a default database.
+ * @retval 37  The owner of the domain is inactive or has no database to work in.
  * @retval 39  'name' is NULL or could not be copied, 'domain_type' is neither 1 nor 2, 'pmtr_map_out' is NULL, or there
  *             is no client yet.
  * @retval 41  The database lacks its tree of parameter-maps.
@@ -232,7 +233,7 @@ uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current, uint32_t *pmtr_m
  * Quirk: only 40 is held for "not found". A search that failed is traced as one that found the map, and its status is
  * passed on.
  *
- * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
+ * Quirk: this is the handle of the record stored under the key, whatever its kind (see zar_store_policy()).
  */
 uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out);
 
@@ -280,7 +281,7 @@ uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_t
  * @return The handle, or 0: no such parameter-map was found, for whatever reason; the engine has no type for the
  *         domain; or the name has 100 characters or more.
  *
- * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
+ * Quirk: this is the handle of the record stored under the key, whatever its kind (see zar_store_policy()).
  */
 uint32_t kel_is_pmap_created(const char *name);
 
@@ -387,7 +388,7 @@ uint32_t zar_pmtr_delete_filter_by_stmt(zar_pmtr_map_stmt *statement);
  * @param index_out  Receives the map-index.
  *
  * @retval 0   'index_out' holds it.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'pmtr_map' does not resolve, or 'index_out' is NULL.
  * @retval 40  The parameter-map has no statements; 'index_out' is 0.
  */
@@ -398,11 +399,11 @@ uint32_t zar_get_first_pmtr_map_index(uint32_t clid, uint32_t pmtr_map, uint32_t
  *
  * @param clid       The client; it must have a database to work in.
  * @param pmtr_map   The parameter-map.
- * @param current    The map-index to go on from.
+ * @param current    The map-index to continue from.
  * @param index_out  Receives the next map-index.
  *
  * @retval 0   'index_out' holds it.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'pmtr_map' does not resolve, or 'index_out' is NULL.
  * @retval 40  There is no next one, or 'current' is not in the parameter-map; 'index_out' is 0.
  */
@@ -545,7 +546,7 @@ uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8
 uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, uint32_t action);
 
 /**
- * Takes an action out of a statement; the first place, when it stands there several times.
+ * Takes an action out of a statement; the first occurrence, if it is there several times.
  *
  * @param pmtr_map   The parameter-map.
  * @param map_index  The number of the statement.
@@ -553,7 +554,7 @@ uint32_t zar_add_action_to_pmtr_map_rule(uint32_t pmtr_map, uint32_t map_index, 
  *
  * Ownership: the statement's reference is the caller's again; nothing is freed or released.
  *
- * @retval 0   It is out, or was not in the statement.
+ * @retval 0   It is removed, or was not in the statement.
  * @retval 39  'pmtr_map' or 'action' does not resolve, the action lacks a function, or there is no such statement.
  */
 uint32_t zar_remove_action_from_pmtr_stmt_action(uint32_t pmtr_map, uint32_t map_index, uint32_t action);
@@ -576,7 +577,7 @@ uint32_t zar_retrieve_action_num_in_pmtr_stmt_action(uint32_t pmtr_map, uint32_t
  * Checks that a handle of an action is not 0. It is not resolved.
  *
  * @param action  The handle.
- * @param caller  The name for the trace; may be NULL.
+ * @param caller  The name to use in trace messages; may be NULL.
  *
  * @retval 0  It is not 0.
  * @retval 1  It is 0; traced.
@@ -587,7 +588,7 @@ uint32_t zar_pmtr_verify_action_hdl(uint32_t action, const char *caller);
  * Checks that an action has its entry, free, string and compare functions, and traces each one that is missing.
  *
  * @param action  The record of the action.
- * @param caller  The name for the trace; may be NULL.
+ * @param caller  The name to use in trace messages; may be NULL.
  *
  * @retval 0  It has all four.
  * @retval 1  'action' is NULL, or a function is missing.
@@ -603,7 +604,7 @@ uint32_t zar_pmtr_verify_action_content(const zar_action *action, const char *ca
  * @param action_out  Receives the action.
  *
  * @retval 0   'action_out' holds it.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'pmtr_map' does not resolve, or 'action_out' is NULL.
  * @retval 40  There is no such statement, or it has no actions. 'action_out' is untouched.
  */
@@ -615,11 +616,11 @@ uint32_t zar_pmtr_get_first_action_index(uint32_t clid, uint32_t pmtr_map, uint3
  * @param clid        The client; it must have a database to work in.
  * @param pmtr_map    The parameter-map.
  * @param map_index   The number of the statement.
- * @param current     The action to go on from, by its handle, which need not resolve.
+ * @param current     The action to continue from, by its handle, which need not resolve.
  * @param action_out  Receives the next action.
  *
  * @retval 0   'action_out' holds it.
- * @retval 37  The client is inactive, or there is neither an own nor a default database.
+ * @retval 37  The client is inactive or has no database to work in.
  * @retval 39  'clid' is out of range, 'pmtr_map' does not resolve, or 'action_out' is NULL.
  * @retval 40  There is no next one, 'current' is not in the statement, or there is no such statement. 'action_out' is
  *             0.

@@ -325,8 +325,8 @@ uint32_t kel_debugging_event_active(void);
  * @param all      Not 0: all policy-maps.
  * @param control  Not 0: the long form.
  *
- * @retval 0   All was walked, also when nothing of that name was found.
- * @retval 37  The owner of the domain is inactive, or there is neither an own nor a default database.
+ * @retval 0   The walk was completed, even if nothing of that name was found.
+ * @retval 37  The owner of the domain is inactive or has no database to work in.
  * @retval 39  'printer' or 'domain' is NULL, 'name' is NULL without 'all', or the owner of the domain is out of range.
  *
  * Quirk: without memory to compose a line, a message line takes its place and the rest of the policy-map (at an event)
@@ -347,9 +347,9 @@ uint32_t zar_print_policymap(const char *prefix, zar_printer_fn printer, const c
  *                 with 'all'.
  * @param all      Not 0: all class-maps that are not hidden.
  *
- * @retval 0   All was walked, also when nothing of that name was found; the head is printed in any case.
- * @retval 37  The owner of the domain is inactive, or there is neither an own nor a default database; or there is no
- *             memory to compose a line; or a filter gave no text. A message line says so in the latter two cases.
+ * @retval 0   The walk was completed, even if nothing of that name was found; the head is printed in any case.
+ * @retval 37  The owner of the domain is inactive or has no database to work in; or there is no memory to compose a
+ *             line; or a filter gave no text. A message line says so in the latter two cases.
  * @retval 39  'printer' or 'domain' is NULL, 'name' is NULL without 'all', or the owner of the domain is out of range.
  *
  * Quirk: a class-map without filters has no line.
@@ -381,8 +381,8 @@ void zar_clear_pmap_counters(zar_pmap *pmap);
  * @param name    The policy-map: the first one of this name. Ignored, and may be NULL, with 'all'.
  * @param all     Not 0: all policy-maps.
  *
- * @retval 0   All was walked, also when nothing of that name was found.
- * @retval 37  The owner of the domain is inactive, or there is neither an own nor a default database.
+ * @retval 0   The walk was completed, even if nothing of that name was found.
+ * @retval 37  The owner of the domain is inactive or has no database to work in.
  * @retval 39  'domain' is NULL, 'name' is NULL without 'all', or the owner of the domain is out of range.
  *
  * What was cleared before a failure stays cleared.
@@ -396,8 +396,8 @@ uint32_t zar_clear_policymap(const char *domain, const char *name, uint32_t all)
  * @param name    The class-map: the first one of this name. Ignored, and may be NULL, with 'all'.
  * @param all     Not 0: all class-maps, the hidden ones included.
  *
- * @retval 0   All was walked, also when nothing of that name was found.
- * @retval 37  The owner of the domain is inactive, or there is neither an own nor a default database.
+ * @retval 0   The walk was completed, even if nothing of that name was found.
+ * @retval 37  The owner of the domain is inactive or has no database to work in.
  * @retval 39  'domain' is NULL, 'name' is NULL without 'all', or the owner of the domain is out of range.
  *
  * What was cleared before a failure stays cleared.
@@ -538,7 +538,7 @@ void zar_replace_old_filter_hdl(uint32_t filter, const zar_filter_context *conte
  *
  * @return The policy-map, or 0: none is stored, 'name' is NULL, or the search failed, for whatever reason.
  *
- * Quirk: the handle is that of the record that stands under the key, of whatever kind it is (see zar_store_policy()).
+ * Quirk: this is the handle of the record stored under the key, whatever its kind (see zar_store_policy()).
  */
 uint32_t kel_is_policy_created(const char *name);
 
