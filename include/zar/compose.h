@@ -60,7 +60,7 @@ uint32_t zar_add_filter_to_class(uint32_t cmap, uint32_t filter);
  *
  * Ownership: from now on the filter is deleted with the class-map.
  *
- * @retval 0   It stands right before 'reference'; or, if the filter before 'reference' is in the list several times,
+ * @retval 0   It is right before 'reference'; or, if the filter before 'reference' is in the list several times,
  *             right after the first occurrence of that one.
  * @retval 39  'cmap' does not resolve, 'filter' is refused, or 'reference' is not in the list. The list is unchanged.
  *
@@ -78,7 +78,7 @@ uint32_t zar_add_filter_to_class_before_filter(uint32_t cmap, uint32_t filter, u
  *
  * Ownership: from now on the filter is deleted with the class-map.
  *
- * @retval 0   It stands right after 'reference'.
+ * @retval 0   It is right after 'reference'.
  * @retval 39  'cmap' does not resolve, 'filter' is refused, or 'reference' is not in the list. The list is unchanged.
  *
  * Not checked: whether the filter is already in this or another list. If it is, it will be freed more than once.
@@ -300,7 +300,7 @@ uint32_t zar_add_action_to_rule(uint32_t class_action, uint32_t action);
  *
  * Ownership: the rule takes over one reference to the action; the count is unchanged.
  *
- * @retval 0   It stands right before 'reference'; or, if the action before 'reference' is in the rule several times,
+ * @retval 0   It is right before 'reference'; or, if the action before 'reference' is in the rule several times,
  *             right after the first occurrence of that one.
  * @retval 39  'class_action' does not resolve, 'action' is refused, or 'reference' is not in the rule. The rule is
  *             unchanged.
@@ -319,7 +319,7 @@ uint32_t zar_add_action_to_rule_before_action(uint32_t class_action, uint32_t ac
  *
  * Ownership: the rule takes over one reference to the action; the count is unchanged.
  *
- * @retval 0   It stands right after 'reference'.
+ * @retval 0   It is right after 'reference'.
  * @retval 39  'class_action' does not resolve, 'action' is refused, or 'reference' is not in the rule. The rule is
  *             unchanged.
  *

@@ -90,7 +90,7 @@ extern const char *const zar_db_pmtr_map_stmt_chunk_str;
  */
 
 /**
- * Makes the handle table; zar_init() calls it.
+ * Creates the handle table; zar_init() calls it.
  *
  * @return The platform's identifier of the new table.
  *
@@ -180,7 +180,7 @@ void *zar_handle_get_context(uint32_t handle);
 uint16_t zar_init(void);
 
 /**
- * Makes a database: four empty trees, for policy-maps, class-maps, targets and parameter-maps.
+ * Creates a database: four empty trees, for policy-maps, class-maps, targets and parameter-maps.
  *
  * @param out  Receives the database.
  *

@@ -473,7 +473,7 @@ uint32_t zar_deactivate_policy_by_handle_from_all_targets(uint32_t clid, uint32_
  *
  * @retval 0   The target was searched; 'pmap_out' holds the result.
  * @retval 39  'clid' is out of range, 'target' does not resolve or is broken, 'pmap_out' is NULL, or the search for the
- *             name failed, for whatever reason.
+ *             name failed for any reason.
  */
 uint32_t zar_retrieve_policy_from_target(uint32_t clid, uint32_t target, const zar_map_info *info, void *unused,
                                          uint32_t *pmap_out);

@@ -1,6 +1,6 @@
 /**
  * @file
- * The records of the repository, as the engine and the clients read them behind a handle.
+ * The records of the repository, as the engine and the clients read them through a handle.
  */
 #ifndef ZAR_RECORDS_H
 #define ZAR_RECORDS_H
