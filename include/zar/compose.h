@@ -195,7 +195,7 @@ uint32_t zar_add_event(uint32_t pmap, uint32_t event);
  * Finds an event of a CONTROL policy-map by its event id.
  *
  * @param pmap       The policy-map.
- * @param context  The event to find; only 'event_id' is read.
+ * @param context    The event to find; only 'event_id' is read.
  * @param event_out  Receives the handle, or 0 when there is no such event.
  *
  * @retval 0   The policy-map was searched; 'event_out' holds the result.
@@ -226,7 +226,7 @@ uint32_t zar_retrieve_class_action(uint32_t pmap, uint32_t event, uint32_t cmap,
  * Finds a class-action of an event by its class number; the first that has it.
  *
  * @param event             The event.
- * @param class_num  The class number to find.
+ * @param class_num         The class number to find.
  * @param class_action_out  Receives the handle, or 0 when there is none.
  *
  * @retval 0   The event was searched; 'class_action_out' holds the result.
@@ -331,7 +331,7 @@ uint32_t zar_add_action_to_rule_after_action(uint32_t class_action, uint32_t act
  * Removes an action from a rule; the first occurrence, if it is there several times.
  *
  * @param class_action  The class-action.
- * @param action  The action to remove.
+ * @param action        The action to remove.
  *
  * Ownership: the count is unchanged; the caller owns the rule's reference and may use it elsewhere or drop it.
  *

@@ -46,7 +46,7 @@ extern "C" {
 /** Refuses to compile if 'field' of 'type' does not begin at byte 'at'.
  *  @param type   A record type.
  *  @param field  One of its fields.
- *  @param at     Its promised offset, in bytes. */
+ *  @param at  Its promised offset, in bytes. */
 #define ZAR_LAYOUT_FIELD(type, field, at) ZAR_LAYOUT_ASSERT(offsetof(type, field) == (at))
 
 /**
