@@ -7,13 +7,13 @@ with it.
 
 The condition is the test that guards a message: the nearest 'if' around it, or else the test before it that leaves the
 function; for a message in a function argument, the test around the call of that argument; for a message that nothing
-guards, the test around the call of its function. It is told in words by a rule of Words, or by the phrase for its text
-in message_conditions.py. A test that has neither ends the program, and so does a phrase that nothing uses: who adds or
-changes a message says when it comes.
+guards, the test around the call of its function. A rule of Words puts it into words, or the phrase for its text in
+message_conditions.py does. A test without either is an error, and so is an unused phrase: a change that adds or changes
+a message must say when it is traced.
 
   list_messages.py            writes docs/messages.md
-  list_messages.py --check    fails when docs/messages.md is not what it would write
-  list_messages.py --formats  prints the formats alone, one a line, as in the sources
+  list_messages.py --check    fails if docs/messages.md differs from what it would write
+  list_messages.py --formats  prints only the formats, one per line, as in the sources
 """
 import argparse
 import collections
@@ -36,13 +36,13 @@ DONE = 'nothing was wrong up to here'
 
 
 class Words:
-    """Tells a guard in words; None when it cannot."""
+    """Puts a guard into words; None if it cannot."""
 
     used = set()  # entries of PHRASES: (function, test, whether it holds)
 
     def __init__(self, library, function, bindings):
         self.library, self.function, self.bindings = library, function, bindings
-        self.start = ''  # what the variable that a test names was made from
+        self.start = ''  # the origin of the variable in a test
         self.parameters = {name: type_name for type_name, name in function.parameters}
 
     def of(self, guard, level):

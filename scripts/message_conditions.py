@@ -1,8 +1,8 @@
-"""The conditions of trace messages in words, where list_messages.py cannot tell them from the sources by rule.
+"""The conditions of trace messages in words, where list_messages.py cannot derive them from the sources.
 
-PHRASES has, for a function and the text of a test in it, what is said of a message when the test holds and when it does
-not; None where no message depends on it. A test that guards a message and is told neither here nor by rule is an error,
-and so is an entry that no message uses.
+PHRASES gives, for a function and the text of a test in it, the condition of a message if the test holds and if it does
+not; None if no message depends on it. A test that guards a message and has neither an entry here nor a rule is an
+error, and so is an entry that no message uses.
 """
 
 # What a record is called.
@@ -12,7 +12,7 @@ RECORDS = {
     'zar_pmtr_map': 'parameter-map', 'zar_pmtr_map_stmt': 'statement',
 }
 
-# Functions that look for something: what is said when they find it, and when they do not.
+# Functions that search for something: the phrases for finding it and for not finding it.
 SEARCHES = {
     'find_event': ('the policy-map has an event with this id', 'the policy-map has no event with this id'),
     'find_rule': ('the event has a class-action for this class-map',

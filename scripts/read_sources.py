@@ -1,15 +1,15 @@
 """Reads the library's sources: functions with their calls and trace messages, templates, and descriptions.
 
-No compiler is needed: the sources are formatted alike and use little of the language. What is not understood is passed
-over, so whoever uses this checks that nothing was missed: Library.unreached() names the messages that no exported
-operation was found to give.
+No compiler is needed: the sources have a uniform format and use little of the language. Code that is not understood is
+skipped, so users of this module must check that nothing was missed: Library.unreached() lists the messages for which no
+exported operation was found.
 
 A guard is a test on the way to a message or a call, as (kind, text, what the variable in it was made from):
   if, else       a test around it that holds, or does not
   past           a test before it that leaves the function when it holds
   true, false    a test at compile time around it
   for, while     the head of a loop around it
-  lambda         it stands in a function that is given to another: (lambda, callee, position), or (lambda, =, name)
+  lambda         it is in a function that is passed to another: (lambda, callee, position), or (lambda, =, name)
 """
 import collections
 import re
@@ -46,7 +46,7 @@ OPENING = {'(': ')', '[': ']', '{': '}'}
 
 
 def past(tokens, start):
-    """The index behind the bracket that closes the one at 'start'."""
+    """The index after the bracket that closes the one at 'start'."""
     opening, closing, depth = tokens[start].text, OPENING[tokens[start].text], 0
     for at in range(start, len(tokens)):
         if tokens[at].text == opening:
@@ -59,7 +59,7 @@ def past(tokens, start):
 
 
 def past_template(tokens, start):
-    """The index behind the template arguments that begin at 'start', or None when '<' is the operator."""
+    """The index after the template arguments that begin at 'start', or None if '<' is the operator."""
     depth = 0
     for at in range(start, len(tokens)):
         text = tokens[at].text
@@ -129,7 +129,7 @@ class Message:
 
 
 class Call:
-    """'qualifier' is what stands before '::' or is empty; 'arguments' are lists of tokens."""
+    """'qualifier' is the part before '::' or empty; 'arguments' are lists of tokens."""
 
     def __init__(self, name, qualifier, template, arguments, guards):
         self.name, self.qualifier, self.template, self.arguments = name, qualifier, template, arguments
@@ -159,7 +159,7 @@ class Body:
         return exits
 
     def statement(self, tokens, at, guards):
-        """Reads one statement; answers where the next begins, and the test after which it leaves the function."""
+        """Reads one statement; returns where the next one begins, and the test after which it leaves the function."""
         text = tokens[at].text
         if text == '{':
             end = past(tokens, at)
@@ -201,7 +201,7 @@ class Body:
 
     @staticmethod
     def own(guards):
-        """An 'if' says more than a test before it."""
+        """An 'if' is more specific than a test before it."""
         return [guard for guard in guards if guard[0] != 'past']
 
     @staticmethod
@@ -259,7 +259,7 @@ class Body:
 
     @staticmethod
     def taker(tokens, at):
-        """Who is given a lambda: the callee and the position among its arguments, or ('=', name)."""
+        """What receives a lambda: the callee and the position among its arguments, or ('=', name)."""
         if tokens[at - 1].text == '=':
             return '=', tokens[at - 2].text
         depth, position = 0, 0
@@ -296,7 +296,7 @@ class Body:
                 return
             template = [source_text(part) for part in split_arguments(tokens[behind + 1:end - 1])]
             behind = end
-        # 'Type name(...)' makes an object: the constructor is called.
+        # 'Type name(...)' creates an object: the constructor is called.
         if re.match(r'[A-Za-z_]', tokens[behind].text) and behind + 1 < len(tokens) and tokens[behind + 1].text == '(':
             behind += 1
         if tokens[behind].text != '(':
@@ -419,7 +419,7 @@ class Library:
     def __init__(self):
         self.functions = collections.defaultdict(list)
         self.records, self.texts = {}, {}
-        self.reached = set()  # (source, line) of the messages that an exported operation gives
+        self.reached = set()  # (source, line) of the messages that an exported operation traces
         self.exported = set(list_operations.load())
         for folder in FOLDERS:
             for path in sorted((ROOT / folder).glob('*.h')) + sorted((ROOT / folder).glob('*.cpp')):
@@ -474,14 +474,14 @@ class Library:
         return bool(record)
 
     def bound(self, text, bindings):
-        """A text of the sources with template parameters, and types that descriptions name, replaced."""
+        """A text of the sources in which template parameters, and types that descriptions name, are replaced."""
         def described(match):
             return self.member(bindings.get(match[1], match[1]), match[2])[0] or match[0]
         text = re.sub(r'\btypename (\w+)::(\w+)', described, text)
         return re.sub(r'(?<!::)\b\w+\b(?!::)', lambda match: bindings.get(match[0], match[0]), text)
 
     def overloads(self, function, call, bindings, found):
-        """Those that take what the call gives, by the types of records that the arguments name."""
+        """The functions that accept the arguments of the call, by the types of records that these name."""
         given = []
         for argument in call.arguments:
             text = source_text(argument)
@@ -500,7 +500,7 @@ class Library:
         return not wanted or not named or wanted[0] == named[1]
 
     def reach(self, operation):
-        """The messages of an exported operation, as (message, bindings, (function, guard) that tell its condition)."""
+        """The messages of an exported operation, as (message, bindings, (function, guard) for its condition)."""
         seen, found = set(), []
         todo = [(function, {}, None) for function in self.functions[operation]]
         while todo:
@@ -520,7 +520,7 @@ class Library:
         return found
 
     def compiled(self, guards, bindings):
-        """Whether the 'if constexpr' around it hold for these bindings."""
+        """Whether the 'if constexpr' tests around it hold for these bindings."""
         for guard in guards:
             if guard[0] in ('true', 'false'):
                 parameter, name = guard[1].split('::')
