@@ -310,10 +310,10 @@ struct zar_filter {
   uint8_t regex;                     /**< In parameter-maps: whether the text is a regular expression; else 0. */
   uint8_t pmtr_flag_1;               /**< In parameter-maps: a flag for the engine; else 0. */
   uint8_t pmtr_flag_2;               /**< In parameter-maps: the filter type; else 0. */
-  uint32_t exec_count; /**< Evaluations. The engine counts all four; they are shown and cleared here. */
-  uint32_t hit_count;  /**< Matches. */
-  uint32_t miss_count; /**< Misses. */
-  uint32_t comp_count; /**< Comparisons. */
+  uint32_t exec_count;               /**< Evaluations. The engine counts all four; they are shown and cleared here. */
+  uint32_t hit_count;                /**< Matches. */
+  uint32_t miss_count;               /**< Misses. */
+  uint32_t comp_count;               /**< Comparisons. */
 };
 ZAR_LAYOUT_SIZE(zar_filter, 80);
 ZAR_LAYOUT_FIELD(zar_filter, handle, 8);
