@@ -41,7 +41,7 @@ install(FILES ${zar_generated}/zar.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgcon
 
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
-install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 # Once installed, this page is in the same folder as the documents to which it links.
 set(zar_readme ${zar_generated}/README.md)
 file(READ README.md zar_readme_text)
