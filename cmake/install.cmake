@@ -40,7 +40,7 @@ configure_file(cmake/zar.pc.in ${zar_generated}/zar.pc @ONLY)
 install(FILES ${zar_generated}/zar.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN "*.md" PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
 install(FILES CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 # Once installed, this page is in the same folder as the documents to which it links.
 set(zar_readme ${zar_generated}/README.md)

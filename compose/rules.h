@@ -43,7 +43,7 @@ zar_class_action *find_rule(const zar_event_tuple &event, const zar_cmap *cmap);
 // Calls 'visit' for each rule under each event of a CONTROL policy-map; other policy-maps have no events.
 template <class Visit>
 void for_each_rule(const zar_pmap &pmap, Visit visit) {
-  if (!is_control(pmap) || pmap.rule_list.count == 0) return;
+  if (!is_control(pmap)) return;
   for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap.rule_list))
     for (zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
       visit(rule);

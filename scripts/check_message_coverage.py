@@ -12,8 +12,7 @@ import sys
 
 sys.dont_write_bytecode = True
 
-from list_messages import read_rows
-from read_sources import Library
+from list_messages import read_messages
 
 
 def main():
@@ -26,14 +25,13 @@ def main():
         return
 
     produced = set(options.file.read_text().split('\n'))
-    operations = {}
-    for row, names in read_rows(Library()).items():
-        operations.setdefault(row.text, set()).update(names)
-    missing = sorted(set(operations) - produced)
-    print(f'{len(operations) - len(missing)} of {len(operations)} message texts were produced')
+    messages = list(read_messages())
+    texts = {message.text for message in messages}
+    print(f'{len(texts & produced)} of {len(texts)} message texts were produced')
+    missing = [message for message in messages if message.text not in produced]
     if missing:
-        sys.exit('no test produced:\n' + '\n'.join(f'  {text}    ({", ".join(sorted(operations[text])[:3])})'
-                                                   for text in missing))
+        sys.exit('no test produced:\n' + '\n'.join(f'  {message.text}    ({message.file}, {message.sender})'
+                                                   for message in missing))
 
 
 if __name__ == '__main__':

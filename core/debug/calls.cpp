@@ -37,9 +37,11 @@ const void *operation;
 bool called;
 pthread_t caller;
 
+// Operations called from outside are exported, and so have a name.
 const char *name_of_operation() {
-  Dl_info found;
-  return dladdr(operation, &found) != 0 && found.dli_sname ? found.dli_sname : "an operation";
+  Dl_info found{};
+  dladdr(operation, &found);
+  return found.dli_sname;
 }
 
 [[noreturn]] void called_from_elsewhere() {
@@ -52,9 +54,18 @@ bool pass_is_due() {
   return live <= kAlwaysChecked || unchecked_calls > (live - kAlwaysChecked) / kRecordsAnOperation;
 }
 
+// Checks that continued silently would pass without knowing all records.
+[[noreturn]] void ledger_is_full() {
+  dprintf(kStandardError,
+          "zar: the checks have no room after %u records and %u databases: run this without ZAR_CHECKS=on\n",
+          noted_count(), database_count());
+  std::abort();
+}
+
 void check() {
   ++unchecked_calls;
-  if (overflowed() || !pass_is_due()) return;
+  if (overflowed()) ledger_is_full();
+  if (!pass_is_due()) return;
   checking = true;
   check_invariants(unchecked_calls == 1);
   checking = false;

@@ -73,7 +73,6 @@ void note_issued(uint32_t handle, void *record, Kind kind) {
   uint32_t number = find_record(record);
   if (number == 0) number = new_note(record);
   if (number == 0) return;
-  bury(notes[number]);
   Note fresh{};
   fresh.record = record;
   fresh.handle = handle;
@@ -127,6 +126,9 @@ bool overflowed() {
   return full;
 }
 
+uint32_t noted_count() {
+  return noted;
+}
 uint32_t live_count() {
   return n_living;
 }

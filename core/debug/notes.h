@@ -42,6 +42,9 @@ Note *note_of(const void *record);
 // Whether a note could not be taken; from then on nothing is certain until the ledger is cleared.
 bool overflowed();
 
+// The number of records with a note, including deleted ones.
+uint32_t noted_count();
+
 uint32_t live_count();
 Note &live(uint32_t place);
 

@@ -168,8 +168,10 @@ void *report(uint32_t *status_out, Status status, void *pointer) {
 
 // All identifiers are used before one is reused, so ids of a destroyed table rarely meet a new one.
 uint16_t unused_table() {
-  for (uint32_t tried = 0; tried < kMostTables; ++tried)
-    if (++newest_table != 0 && !tables[newest_table].exists) return newest_table;
+  for (uint32_t tried = 0; tried < kMostTables; ++tried) {
+    ++newest_table;
+    if (newest_table != 0 && !tables[newest_table].exists) return newest_table;
+  }
   return 0;
 }
 

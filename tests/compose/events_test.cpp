@@ -8,8 +8,6 @@ namespace {
 using runtime::Service;
 
 constexpr uint32_t kRuleTag = 0x3e00049;
-constexpr uint32_t kPmapRefTag = 0x3e0003f;
-constexpr uint32_t kCmapRefTag = 0x3e0003e;
 
 struct Events : Composition {
   const uint32_t gold = pmap("gold");

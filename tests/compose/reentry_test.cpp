@@ -190,11 +190,14 @@ TEST_F(Freeing, AnEventAnotherOfTheSameIdMayTakeItsPlace) {
 }
 
 TEST_F(Freeing, AnEventItsPolicyMayGo) {
+  const size_t pmap_refs = records_out(kPmapRefTag), cmap_refs = records_out(kCmapRefTag);
   while_freed(permit, [&] { EXPECT_EQ(zar_delete_stored_policy(one, gold), 0U); });
   EXPECT_EQ(zar_delete_event(start), 0U);
   EXPECT_FALSE(live(gold));
   EXPECT_EQ(pmap_refs_of(voice), Handles{});
   EXPECT_EQ(pmap_refs_of(video), Handles{});
+  EXPECT_EQ(records_out(kPmapRefTag), pmap_refs - 2);
+  EXPECT_EQ(records_out(kCmapRefTag), cmap_refs - 2);
   EXPECT_EQ(zar_delete_class(video), 0U) << "nothing refers to it";
   EXPECT_CALLS("free permit", "free drop");
 }

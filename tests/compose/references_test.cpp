@@ -9,9 +9,6 @@ namespace {
 using runtime::Service;
 using Counts = std::vector<std::pair<uint32_t, uint32_t>>;
 
-constexpr uint32_t kPmapRefTag = 0x3e0003f;
-constexpr uint32_t kCmapRefTag = 0x3e0003e;
-
 struct References : Composition {
   const uint32_t gold = pmap("gold");
   const uint32_t voice = cmap("voice");

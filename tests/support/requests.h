@@ -20,6 +20,10 @@ std::vector<std::string> take_requests();
 // The texts that were given back since the last look, as: 0x3e00038 "gold"
 std::vector<std::string> take_text_removals();
 
+// The tags of the pools of references: of policy-maps to their class-maps, and back.
+constexpr uint32_t kPmapRefTag = 0x3e0003f;
+constexpr uint32_t kCmapRefTag = 0x3e0003e;
+
 // How a pool was made, and how many of its records are out: "152 bytes, 20 per chunk, flags 0x111"; empty: no such pool.
 std::string pool_of(uint32_t tag);
 std::string pool_of(const std::string &name);
