@@ -1,5 +1,5 @@
-# Toolchain: Debian's cross compiler for aarch64. What it builds starts under qemu.
-#   ZAR_TARGET_ROOT   the folder with the target's libraries, as scripts/aarch64-root makes it. Without it there are only
+# Toolchain: Debian's cross compiler for aarch64. Its programs run under qemu.
+#   ZAR_TARGET_ROOT   the folder with the target's libraries, created by scripts/aarch64-root. Without it there are only
 #                     those that come with the compiler, which is enough for the library alone.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
@@ -13,7 +13,7 @@ if(ZAR_EMULATOR)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${ZAR_EMULATOR})
 endif()
 
-# What is of this machine is for this machine: programs come from here, everything else from the target.
+# Programs come from the build machine, everything else from the target.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)

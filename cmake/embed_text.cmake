@@ -1,4 +1,4 @@
-# Makes a source file that defines a string with the content of a text file.
+# Generates a source file that defines a string with the content of a text file.
 #   cmake -DTEXT=FILE -DNAMESPACE=NAMESPACE -DNAME=NAME -DHEADER=HEADER -DOUT=FILE -P embed_text.cmake
 file(READ ${TEXT} content)
 file(WRITE ${OUT} "#include \"${HEADER}\"

@@ -1,5 +1,5 @@
-# Brings the trees that become Debian packages into the form that Debian wants: cpack runs it before it packs them. Each
-# package tells about its changes and its copyright, and manual pages are compressed.
+# Brings the trees of the Debian packages into the form that Debian requires: cpack runs this before it packs them. Each
+# package gets its changelog and copyright, and manual pages are compressed.
 find_program(gzip gzip REQUIRED)
 
 foreach(component ${CPACK_COMPONENTS_ALL})
@@ -9,6 +9,6 @@ foreach(component ${CPACK_COMPONENTS_ALL})
   file(COPY ${CPACK_ZAR_SOURCE_DIR}/cmake/copyright DESTINATION ${documents})
   file(COPY_FILE ${CPACK_ZAR_SOURCE_DIR}/CHANGELOG.md ${documents}/changelog)
   file(GLOB pages ${root}/share/man/man?/*.[1-9])
-  # Without a name and a time, the same files make the same packages.
+  # Without a name and a time, the same files give the same packages.
   execute_process(COMMAND ${gzip} -9 -n ${documents}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()

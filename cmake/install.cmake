@@ -16,7 +16,7 @@ install(TARGETS zar EXPORT zarTargets
 
 # ---- Development ----
 
-# The folder of the sources holds a link to platform/, so that both trees know its headers as zar/platform/.
+# The source folder contains a link to platform/, so that its headers are zar/platform/ in both trees.
 install(DIRECTORY include/zar DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.h" PATTERN platform EXCLUDE)
 install(FILES platform/engine.h platform/runtime.h
@@ -32,7 +32,7 @@ write_basic_package_version_file(${zar_generated}/zarConfigVersion.cmake COMPATI
 install(FILES ${zar_generated}/zarConfig.cmake ${zar_generated}/zarConfigVersion.cmake
   DESTINATION ${zar_cmake_dir} COMPONENT development)
 
-# Told from the place of the file, so that an installed tree can be moved.
+# Relative to the file, so that an installed tree can be moved.
 file(RELATIVE_PATH ZAR_PC_TO_PREFIX
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" ZAR_PC_TO_PREFIX "${ZAR_PC_TO_PREFIX}")
@@ -41,15 +41,15 @@ install(FILES ${zar_generated}/zar.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgcon
 
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.md" PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)
-install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-# The page that leads to the documents lies among them once they are installed.
+install(FILES CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+# Once installed, this page is in the same folder as the documents to which it links.
 set(zar_readme ${zar_generated}/README.md)
 file(READ README.md zar_readme_text)
 string(REPLACE "](docs/" "](" zar_readme_text "${zar_readme_text}")
 file(WRITE ${zar_readme} "${zar_readme_text}")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
 install(FILES ${zar_readme} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-# Made by the target api-docs.
+# Built by the target api-docs.
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/html DESTINATION ${CMAKE_INSTALL_DOCDIR}/api
   COMPONENT development OPTIONAL)
 

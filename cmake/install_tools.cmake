@@ -1,6 +1,6 @@
-# The component tools of an installation: the command and what stands in for a daemon.
+# The component tools of an installation: the command and the stand-ins for a daemon.
 
-# The libraries of the hosts are for these programs and for tests; they promise no interface.
+# The libraries of the hosts are only for these programs and for tests; they have no stable interface.
 set_target_properties(zar-tool zar-platform-check PROPERTIES
   INSTALL_RPATH "$ORIGIN/../${zar_host_dir};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(zarplatform zarengine PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
@@ -9,7 +9,7 @@ install(TARGETS zarplatform zarengine LIBRARY DESTINATION ${zar_host_dir} COMPON
 
 install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools
   PATTERN CMakeLists.txt EXCLUDE PATTERN .clang-format EXCLUDE)
-# The policy files tell editors where their schema is, which is somewhere else once both are installed.
+# The policy files contain the path of their schema for editors, which changes once both are installed.
 file(RELATIVE_PATH zar_schema_from_examples
   ${CMAKE_INSTALL_FULL_DOCDIR}/examples ${CMAKE_INSTALL_FULL_DATADIR}/zar/schema/policy.json)
 install(CODE "file(GLOB files \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${zar_example_dir}/*.yaml\")

@@ -1,5 +1,5 @@
-# The Debian packages, one for each component of the installation. `cpack` in a build folder makes them; configure with
-# -DCMAKE_INSTALL_PREFIX=/usr to have the library in the multiarch folder.
+# The Debian packages, one for each component of the installation. `cpack` in a build folder creates them; configure
+# with -DCMAKE_INSTALL_PREFIX=/usr to put the library into the multiarch folder.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zar)
 set(CPACK_PACKAGE_VENDOR "The zar developers")
@@ -17,10 +17,10 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake)
 set(CPACK_ZAR_SOURCE_DIR ${PROJECT_SOURCE_DIR})
 
-# Each package has a summary of its own, the first line of its description.
+# Each package has its own summary, the first line of its description.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
-# Whoever links the library learns which package brings it.
+# Programs that link the library learn which package contains it.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 

@@ -1,6 +1,6 @@
-# Headers of the standard library and of the test framework, compiled once for the sources of a target. Sources include what
-# they use all the same: most builds do without, and stop where an include is missing. With g++ it brings warnings about the
-# standard library's own code, so that only clang++'s builds ask for it.
+# Headers of the standard library and of the test framework, compiled once for the sources of a target. Sources still
+# include what they use: most builds do without precompiled headers, and fail if an include is missing. With g++ they
+# cause warnings about the standard library's own code, so only builds with clang++ use them.
 option(ZAR_PRECOMPILED_HEADERS "Compile common headers once, which builds faster" OFF)
 
 #   precompile_headers(TARGET [<header>...])
@@ -11,7 +11,7 @@ function(precompile_headers target)
   endif()
 endfunction()
 
-# The same headers as another target, whose options are the same.
+# Reuses the headers of another target with the same options.
 function(reuse_precompiled_headers target other)
   if(ZAR_PRECOMPILED_HEADERS)
     target_precompile_headers(${target} REUSE_FROM ${other})

@@ -1,8 +1,8 @@
-# What is shipped is optimised as a whole, and calls what it imports without a stub on the way: daemons resolve everything
-# when they load a library, so there is nothing to resolve at the first call.
+# Whole-program optimisation for the shipped build, which also calls its imports without a stub: daemons resolve
+# everything when they load a library, so nothing has to be resolved at the first call.
 #
-# g++ zeroes a record with a string instruction, which takes as long as two nodes of a tree; plain stores are faster, and the
-# C library where a record is large.
+# g++ zeroes a record with a string instruction, which takes as long as visiting two nodes of a tree; plain stores are
+# faster, and the C library for large records.
 include(CheckCXXCompilerFlag)
 set(zeroing -mmemset-strategy=unrolled_loop:128:noalign,libcall:-1:noalign)
 check_cxx_compiler_flag(${zeroing} ZAR_CHOOSES_ZEROING)

@@ -1,11 +1,12 @@
-# Whether the tests are built: ZAR_TESTS. Who only wants the product need not have what the tests are written with, so that
-# without it they are left out, said aloud. A test command that left them out would pass empty: it requires them.
+# ZAR_TESTS: whether the tests are built. A user who only wants the product need not have the libraries of the tests;
+# without these the tests are skipped, with a message. A test command that skipped them would pass without testing
+# anything, so it requires them.
 option(ZAR_UNIT_TESTS "Test the code too, not only what is built and installed of it" ON)
 option(ZAR_REQUIRE_TESTS "Stop where the tests would be left out for want of a library" OFF)
 option(ZAR_FUZZ "Link the fuzz targets with libFuzzer" OFF)
 
 set(ZAR_TESTS ${BUILD_TESTING})
-# What is tested of the library alone needs none of them.
+# The tests of the library alone need none of them.
 if(BUILD_TESTING AND ZAR_HOST)
   set(lacking)
   foreach(package GTest rapidcheck)

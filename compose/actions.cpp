@@ -1,5 +1,5 @@
-// The actions of rules: a list in action-number order, unless an insert names another place, of records that rules share
-// by reference count.
+// The actions of rules: a list of records that rules share by reference count, in action-number order unless an
+// insertion gives another position.
 #include "core/checks.h"
 #include "core/pool.h"
 #include "core/queue.h"
@@ -140,7 +140,7 @@ uint32_t zar_increment_action(zar_action *action) {
   return kYes;
 }
 
-// The count is lowered before it is tested: an action whose count is 0 already wraps and is never freed.
+// The count is lowered before it is tested: if it is already 0 it wraps, and the action is never freed.
 uint32_t zar_free_action(zar_action *action) {
   if (!action) return kNo;
   --action->ref_count;

@@ -7,7 +7,7 @@ const char *const zar_db_class_action_chunk_str = "ZAR DB class action chunk";
 
 namespace {
 
-constexpr uint32_t kStopOnFailure = 2;  // the exec criteria of a rule that is given none
+constexpr uint32_t kStopOnFailure = 2;  // the exec criteria of a rule created without any
 
 uint32_t number_of(const zar_class_action &rule) {
   return rule.class_num;
@@ -17,7 +17,7 @@ void trace_no_event_context(const char *name) {
   TRACE_ERROR("(ERR): %s: Error: event context cannot be NULL in event tuple", name);
 }
 
-// The event that 'handle' names when it has its context.
+// The event that 'handle' names if it has its context.
 zar_event_tuple *require_event_with_context(const char *name, uint32_t handle) {
   auto *event = require<zar_event_tuple>(name, handle);
   if (!event || event->event_context) return event;
@@ -81,7 +81,7 @@ void zar::zar_free_class_action(zar_class_action *class_action) {
   class_actions.give_back(class_action);
 }
 
-// Whether the class-map has a rule under this event already is not looked at.
+// It is not checked whether the class-map already has a rule under this event.
 uint32_t zar_add_class_to_event(uint32_t event_handle, uint32_t cmap, uint32_t exec_criteria, uint32_t class_num,
                                 uint32_t *class_action_out) {
   static constexpr char kName[] = "add_class_to_event";
@@ -155,10 +155,10 @@ uint32_t zar_retrieve_class_action(uint32_t pmap_handle, uint32_t event_handle, 
   const auto *cmap = require<zar_cmap>(kName, cmap_handle);
   if (!class_action_place_given(kName, class_action_out)) return kInvalidArgument;
   if (!pmap || !cmap) return kInvalidArgument;
-  // A policy-map without events succeeds without an answer: the place keeps what it held.
+  // For a policy-map without events this succeeds without a result: the out place keeps its value.
   if (!is_control(*pmap)) return kSuccess;
 
-  // The given event names an id; the event with this id in the policy-map need not be that one.
+  // Only the id of the given event is used; the event with this id in the policy-map may be a different one.
   const zar_event_tuple *named = require_event_with_context(kName, event_handle);
   if (!named) return kInvalidArgument;
   uint32_t event_id = named->event_context->event_id;
@@ -180,7 +180,7 @@ uint32_t zar_retrieve_class_action(uint32_t pmap_handle, uint32_t event_handle, 
   return kSuccess;
 }
 
-// The number is compared whole: one above 255 matches nothing, though class numbers are stored in 8 bits.
+// All bits of the number are compared: one above 255 matches nothing, although class numbers are stored in 8 bits.
 uint32_t zar_retrieve_class_num_in_event(uint32_t event_handle, uint32_t class_num, uint32_t *class_action_out) {
   static constexpr char kName[] = "retrieve_class_num";
   if (!class_action_place_given(kName, class_action_out)) {

@@ -1,4 +1,4 @@
-// The filters of class-maps: an ordered list in which every insert names its place.
+// The filters of class-maps: an ordered list in which every insertion gives its position.
 #include "core/checks.h"
 #include "core/queue.h"
 #include "objects/leaves.h"

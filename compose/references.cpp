@@ -1,8 +1,8 @@
 // The references between a policy-map and the class-maps that its rules use.
 //
 // A policy-map lists each class-map that its rules use once, with the number of those rules; a class-map lists each
-// policy-map that uses it once, without a number. The first use makes both entries, the last takes both away. When
-// memory runs out between the two, the pair stays one-sided; nobody is told but the trace.
+// policy-map that uses it once, without a number. The first use creates both entries, the last removes both. If memory
+// runs out between the two, the pair stays one-sided, which is only traced.
 #include "compose/rules.h"
 #include "core/debug/ledger.h"
 #include "core/pool.h"
@@ -22,7 +22,7 @@ zar_cmap_pmap_ref *find_pmap(const zar_cmap &cmap, const zar_pmap *pmap) {
   return find<zar_cmap_pmap_ref>(cmap.pmap_refs, [pmap](const zar_cmap_pmap_ref &ref) { return ref.pmap == pmap; });
 }
 
-// False when there was no memory for a new reference.
+// False if there was no memory for a new reference.
 bool count_in_pmap(zar_pmap *pmap, zar_cmap *cmap) {
   if (zar_pmap_cmap_ref *ref = find_cmap(*pmap, cmap)) {
     TRACE_INFO("(info): Update reference: cmap:0x%p already refered by pmap:0x%p, incrementing ref count",

@@ -8,20 +8,21 @@
 
 namespace zar {
 
-// A class-action for the class-map, under no event yet and without a class number. 'rule' owns it until it is listed: one
-// whose new handle leads nowhere goes back.
+// A class-action for the class-map, under no event yet and without a class number. 'rule' owns it until it is in a
+// list: it is freed if its new handle does not resolve.
 uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32_t *class_action_out,
                                    Pooled<zar_class_action> &rule);
 
-// Frees a class-action with its handle, and drops one reference on each of its actions.
+// Frees a class-action with its handle, and drops one reference to each of its actions.
 void zar_free_class_action(zar_class_action *class_action);
 
-// Counts one more use of the class-map by the policy-map, linking the two when it is the first; counts one use less,
-// unlinking them when it was the last. Nothing is done for a rule without a class-map, and failures are only traced.
+// Adds one use of the class-map by the policy-map, and links the two if it is the first; removes one use, and unlinks
+// them if it was the last. Does nothing for a rule without a class-map; failures are only traced.
 void zar_update_references(zar_pmap *pmap, zar_cmap *cmap);
 void zar_remove_references(zar_pmap *pmap, zar_cmap *cmap);
 
-// Unlinks what the policy-map still counts as used when it goes. Only an event that is being deleted leaves something.
+// Unlinks the class-maps that the policy-map still counts as used when it is deleted. Only an event that is being
+// deleted leaves any.
 void drop_references(zar_pmap &pmap);
 
 // Whether the rule list of the policy-map holds events; otherwise it holds class-actions.
@@ -29,11 +30,11 @@ inline bool is_control(const zar_pmap &pmap) {
   return pmap.domain_type == kControl;
 }
 
-// The highest exec criteria that a rule may be given.
+// The highest exec criteria that a rule may have.
 constexpr uint32_t kLastExecCriteria = 3;
 bool valid_exec_criteria(const char *name, uint32_t exec_criteria);
 
-// The event of a CONTROL policy-map with this id. Events without a context are traced and passed over.
+// The event of a CONTROL policy-map with this id. Events without a context are traced and skipped.
 zar_event_tuple *find_event(const char *name, const zar_pmap &pmap, uint32_t event_id);
 
 // The first rule of an event for this class-map.

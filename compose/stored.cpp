@@ -1,4 +1,4 @@
-// Policy-maps built by name: classes and actions put into, and taken out of, stored policy-maps.
+// Policy-maps built by name: adding classes and actions to stored policy-maps, and removing them.
 #include "compose/rules.h"
 #include "objects/leaves.h"
 #include "zar/objects.h"
@@ -7,20 +7,20 @@ using namespace zar;
 
 namespace {
 
-// What an operation names by map infos, as handles; 0 for what is not stored.
+// The handles of the maps that an operation names by map infos; 0 for a map that is not stored.
 struct StoredPair {
   uint32_t pmap = 0;
   uint32_t cmap = 0;
 };
 
-// Looks both maps up before either result is judged; false when a look-up was refused.
+// Looks up both maps before checking either result; false if a look-up was refused.
 bool look_up(uint32_t clid, const zar_map_info *policy, const zar_map_info *class_info, StoredPair &found) {
   bool done = zar_retrieve_policy(clid, policy, &found.pmap) == kSuccess;
   done &= zar_retrieve_class(clid, class_info, &found.cmap) == kSuccess;
   return done;
 }
 
-// The policy-map, unless it is one of events and no event is given.
+// The policy-map, unless it holds events and no event is given.
 zar_pmap *require_pmap_to_add_to(const char *name, uint32_t handle, const zar_event_context *event) {
   auto *pmap = require<zar_pmap>(name, handle);
   if (!pmap || !is_control(*pmap) || event) return pmap;
@@ -28,7 +28,7 @@ zar_pmap *require_pmap_to_add_to(const char *name, uint32_t handle, const zar_ev
   return nullptr;
 }
 
-// A policy-map without events cannot be asked for one.
+// Only a CONTROL policy-map has events.
 bool has_events(const char *name, const zar_pmap &pmap) {
   if (is_control(pmap)) return true;
   TRACE_ERROR("(ERR): %s: Error: Policy map has to be CONTROL type", name);
@@ -45,7 +45,7 @@ uint32_t append_rule(zar_pmap &pmap, uint32_t cmap, uint32_t exec_criteria) {
   return kSuccess;
 }
 
-// The event of the policy-map, made and added when it has none with this id; NULL when that fails.
+// The event of the policy-map with this id, created and added if there is none; NULL if that fails.
 zar_event_tuple *find_or_add_event(const char *name, zar_pmap &pmap, const zar_event_context &context,
                                    const char *event_name) {
   uint32_t id = context.event_id;
@@ -62,7 +62,7 @@ zar_event_tuple *find_or_add_event(const char *name, zar_pmap &pmap, const zar_e
 }
 
 // The rule for the named class under the given event of the named policy-map, or NULL. A policy-map that is not CONTROL
-// has none, of which nothing is traced.
+// has none, which is not traced.
 zar_class_action *stored_rule(uint32_t clid, const zar_map_info *policy, const zar_event_context *event,
                               const zar_map_info *class_info) {
   static constexpr char kName[] = "get_matching_class_action_tuple";
@@ -117,7 +117,7 @@ uint32_t zar_add_class_to_stored_policy(uint32_t clid, const zar_map_info *polic
   return status == kSuccess ? kSuccess : kFailed;
 }
 
-// Traces under the name of its sibling, which it shares.
+// Traces under the name of its sibling.
 uint32_t zar_add_class_action_to_stored_policy(uint32_t clid, const zar_map_info *policy,
                                                const zar_event_context *event, uint32_t exec_criteria,
                                                uint32_t cmap_handle, uint32_t class_num, uint32_t action) {

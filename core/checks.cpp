@@ -8,7 +8,7 @@ bool valid_clid(const char *name, uint32_t clid) {
   return zar_verify_client_id(clid, name) == 0;
 }
 
-// A policy-map or a target without context is an error told at the info level.
+// A policy-map or a target without context is an error traced at the info level.
 void trace_no_context(const char *name, const zar_pmap *) {
   TRACE_INFO("(info): %s: Error: input pmap context cannot be NULL", name);
 }

@@ -1,5 +1,5 @@
-// The argument checks that recur in the operations. Each traces what it refuses under the operation's name, and decides
-// nothing: an operation makes all its checks before it refuses.
+// The argument checks that recur in the operations. Each traces a refused argument under the operation's name, and
+// decides nothing else: an operation makes all its checks before it refuses.
 #pragma once
 
 #include "core/handles.h"
@@ -8,10 +8,10 @@
 
 namespace zar {
 
-// Whether 'clid' is one that was given out.
+// Whether 'clid' is in use.
 bool valid_clid(const char *name, uint32_t clid);
 
-// What is said of a handle without context, for each kind that says it in one way everywhere.
+// The messages for a handle without context, for each kind that has the same message everywhere.
 void trace_no_context(const char *name, const zar_pmap *);
 void trace_no_context(const char *name, const zar_cmap *);
 void trace_no_context(const char *name, const zar_event_tuple *);
@@ -19,7 +19,7 @@ void trace_no_context(const char *name, const zar_class_action *);
 void trace_no_context(const char *name, const zar_target *);
 void trace_no_context(const char *name, const zar_pmtr_map *);
 
-// The record that 'handle' names, traced as the operations on its kind do when there is none.
+// The record that 'handle' names; if there is none, traces the message of the operations on its kind.
 template <class Record>
 Record *require(const char *name, uint32_t handle) {
   Record *record = resolve<Record>(handle);
@@ -28,10 +28,10 @@ Record *require(const char *name, uint32_t handle) {
   return record;
 }
 
-// The policy-map that 'handle' names when it is one of the CONTROL type.
+// The policy-map that 'handle' names if it has the CONTROL type.
 zar_pmap *require_control_pmap(const char *name, uint32_t handle);
 
-// The target that 'handle' names when it still has its caller's information.
+// The target that 'handle' names if it still has its caller's information.
 zar_target *require_whole_target(const char *name, uint32_t handle);
 bool has_target_info(const char *name, const zar_target &target);
 
@@ -48,7 +48,7 @@ bool target_place_given(const char *name, const void *place);
 // The database that the client works in, or NULL.
 zar_db *database_of(uint32_t clid, const char *name);
 
-// The owner of the domain in which parameter-maps and the built-in policy-map live.
+// The owner of the domain of parameter-maps and of the built-in policy-map.
 uint32_t subscriber_owner();
 
 }  // namespace zar

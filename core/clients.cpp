@@ -20,14 +20,14 @@ namespace {
 constexpr uint32_t kGrownTableTag = 0x3e00008;
 constexpr uint32_t kNameTag = 0x3e00034;
 constexpr uint32_t kTableStep = 10;
-constexpr uint32_t kLastCapacity = 0U - kTableStep;  // a table that grew from here would have no entry
+constexpr uint32_t kLastCapacity = 0U - kTableStep;  // growing from here would wrap to a capacity of 0
 constexpr uint32_t kActive = 1;
 
 bool in_range(uint32_t clid) {
   return clid - 1 < zar_current_max_clients;
 }
 
-// An entry whose name could not be copied has none; it matches no name.
+// An entry whose name could not be copied has a NULL name, which matches no name.
 bool is_named(const zar_client_data *entry, const char *name) {
   return entry && entry->name && std::strcmp(entry->name, name) == 0;
 }
@@ -40,7 +40,7 @@ uint32_t find_client(const char *name) {
   return index;
 }
 
-// Brings an inactive client back. The place receives the index, one below the clid that the entry carries.
+// Makes an inactive client active again. The out place receives the index, one below the clid in the entry.
 void reactivate(uint32_t index, uint32_t *clid_out) {
   zar_client_data *entry = zar_clients_info[index];
   TRACE_INFO("(info): client registration, already existing but inactive client:%s", entry->name);
@@ -73,7 +73,7 @@ uint32_t register_new(const char *name, zar_db *database, uint32_t *clid_out) {
   }
   entry->name = bstrdup_named(name, kNameTag);
   entry->database = database;
-  // A table that cannot grow leaves the new entry and its name behind, uncounted.
+  // If the table cannot grow, the new entry and its name stay allocated, uncounted.
   if (zar_current_max_clients >= zar_allowed_max_clients && !grow_table()) return kFailed;
 
   uint32_t clid = ++zar_current_max_clients;
@@ -176,7 +176,7 @@ uint32_t zar_get_next_client_with_database(uint32_t clid) {
   return 0;
 }
 
-// Any status but 0 shows as active here, while the operations take only 1 for active.
+// Any status but 0 prints as active here, while the operations treat only 1 as active.
 void zar_display_clients(void) {
   TRACE_INFO("(info): Total clients:%d, max entries:%d\n", zar_current_max_clients, zar_allowed_max_clients);
   for (uint32_t index = 0; index < zar_current_max_clients; ++index) {

@@ -5,7 +5,7 @@
 
 namespace zar {
 
-// 0 when the entry of 'clid', which must be in range, exists and is active; 1, with a trace, otherwise.
+// 0 if the entry of 'clid', which must be in range, exists and is active; 1, with a trace, otherwise.
 uint32_t zar_verify_client_active(uint32_t clid, const char *caller);
 
 // The entry of 'clid', which must be in range.

@@ -20,7 +20,7 @@ constexpr uint32_t kCmapTreeTag = 0x3e00005;
 constexpr uint32_t kTargetTreeTag = 0x3e00006;
 constexpr uint32_t kPmtrMapTreeTag = 0x3e00007;
 
-// False when the tree cannot be had; what was made of it stays with the database.
+// False if the tree cannot be created; whatever was allocated for it stays with the database.
 bool make_tree(avl_tree *&place, uint32_t tag, avl_compare_fn compare, avl_free_fn free_node) {
   place = allocate<avl_tree>(tag);
   if (!place) return false;
@@ -64,7 +64,7 @@ void empty_trees(zar_db *database) {
 
 }  // namespace
 
-// Not guarded against a second call: everything starts anew and what was there is lost.
+// Not protected against a second call: everything starts again and the previous state is lost.
 uint16_t zar_init(void) {
   zar_clients_info = allocate_table<zar_client_data>(kFirstTableSize, kClientTableTag);
   if (!zar_clients_info) TRACE_ERROR("(ERR): ZAR malloc for clients data error");
@@ -82,7 +82,7 @@ uint32_t zar_create_database(zar_db **out) {
   if (!out) return kInvalidArgument;
   TRACE_INFO("(info): Creating Database");
 
-  // A database whose trees cannot all be made is left as it stands: the record and its trees stay allocated.
+  // If not all trees can be created, the database is left as it is: the record and its trees stay allocated.
   zar_db *database = databases.take_if_ready().keep();
   if (!database) {
     *out = nullptr;
@@ -95,7 +95,7 @@ uint32_t zar_create_database(zar_db **out) {
   return kSuccess;
 }
 
-// The record and its tree objects stay allocated and clients keep pointing at them; only the trees are emptied.
+// The record and its tree objects stay allocated and clients still point to them; only the trees are emptied.
 uint32_t zar_destroy_database(zar_db *database) {
   if (!database) {
     TRACE_ERROR("(ERR): %s: input database handle cannot be NULL", kDestroy);

@@ -44,7 +44,7 @@ bool is_map(Kind kind) {
 }  // namespace
 
 uint16_t zar_handle_table_init(void) {
-  // The name is older than the sharing of the table by all kinds.
+  // The name mentions policy-maps only, although all kinds share the table.
   const char name[] = "ZAR PMAP HANDLE IDs";
   table_id = id_create_new_table(kSizing, kSizing, name, kTableTag);
   limit_units = 1;
@@ -79,7 +79,7 @@ void *zar_handle_get_context(uint32_t handle) {
     return record;
   if (status == kDeleted) destroyed(handle);
   if (status == kLive) {
-    // A live id without a record is damage; ending the id makes it say so from now on.
+    // A live id without a record is corruption; ending the id makes later look-ups report it as released.
     TRACE_ERROR("(ERR): ZAR Found NULL context with handle [0x%x]\n", handle);
     drop(handle);
   }
@@ -95,7 +95,7 @@ uint32_t issue_handle(void *record, Kind kind) {
     return 0;
   }
   uint32_t handle = id_get(record, table_id, kTableTag);
-  // A refused id is counted too: the count is of attempts that the cap let through.
+  // A refused id is also counted: the count is of attempts that the cap allowed.
   ++live_count;
   if (handle != 0) {
     kinds::remember(handle, kind);
@@ -121,7 +121,7 @@ void *resolve_as_any_map(uint32_t handle) {
   return of_another_kind(handle, known);
 }
 
-// A caller's own handle has no kind yet; where there is no room to remember one, it resolves until it is released.
+// A caller's own handle has no kind yet; if there is no room to record one, it resolves until it is released.
 void retire(uint32_t handle) {
   if (handle != 0) kinds::retire(handle);
 }

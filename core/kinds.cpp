@@ -10,25 +10,25 @@ constexpr uint32_t kHomes = 1u << 17;
 constexpr uint32_t kMostHandles = kHomes / 4 * 3;
 
 struct Cell {
-  uint32_t handle;  // 0: nobody lives here
+  uint32_t handle;  // 0: empty
   uint32_t kind : 8;
-  uint32_t next : 24;  // the cell of the next handle of the same home, or the next spare cell; 0: none
+  uint32_t next : 24;  // the cell of the next handle with the same home, or the next spare cell; 0: none
 };
 static_assert(sizeof(Cell) == 8, "eight cells share a cache line, and none lies in two");
 
-// The homes, and behind them a cell for each handle whose home is taken.
+// The homes, followed by a cell for each handle whose home is taken.
 Cell cells[kHomes + kMostHandles];
 uint32_t used;
-uint32_t first_spare;  // a cell behind the homes that was given back; 0: none
-uint32_t n_fresh;      // so many of the cells behind the homes were ever taken
+uint32_t first_spare;  // a free cell after the homes; 0: none
+uint32_t n_fresh;      // the number of cells after the homes that were ever used
 
-// Handles that were issued one after the other nearly always differ in their low bits, and so live side by side: what is
-// made together is looked up together. The multiplication spreads those that differ in their high bits only.
+// Handles issued in sequence nearly always differ in their low bits, and so are in adjacent cells: objects created
+// together are looked up together. The multiplication spreads those that differ only in their high bits.
 Cell &home_of(uint32_t handle) {
   return cells[(handle + (handle >> 16) * 0x9e37u) & (kHomes - 1)];
 }
 
-// Where 'handle' lives or, when it lives nowhere, the last cell of its home.
+// The cell of 'handle' or, if it has none, the last cell of its home.
 struct Place {
   Cell *cell;
   Cell *before;
@@ -52,7 +52,7 @@ void give_cell(uint32_t cell) {
   first_spare = cell;
 }
 
-// The last cell of a home itself or, when somebody lives there, one behind it.
+// The last cell of a home itself or, if that is taken, a new one linked to it.
 Cell &empty_cell_at(Cell &last) {
   if (last.handle == 0) return last;
   const uint32_t cell = take_cell();
@@ -61,7 +61,7 @@ Cell &empty_cell_at(Cell &last) {
   return cells[cell];
 }
 
-// One with others behind it gives its place to the next of them: the home is empty only when it is so altogether.
+// A cell with others linked to it takes over the next one's content: the home is empty only if its whole chain is.
 void empty(Place place) {
   const uint32_t next = place.cell->next;
   if (next != 0) {

@@ -1,13 +1,13 @@
 // The kind of record behind each handle that the library issued.
 //
-// One handle table serves nine kinds of records, and the platform's id table stores only a pointer. A caller that hands
-// an operation a handle of another kind must not have its record read as something else, so the library remembers beside
-// the id table which kind it issued each handle for. A handle that a caller made for a record of its own has no kind.
+// One handle table serves nine kinds of records, and the platform's id table stores only a pointer. If a caller passes
+// a handle of another kind, its record must not be read as something else, so the library records separately for which
+// kind it issued each handle. A handle that a caller made for a record of its own has no kind.
 //
-// The kinds stand in a hash table, keyed by the handle: one cache line for a look-up, no memory beyond the table. It has
-// room for more than the cap on live handles needs. Callers that release handles which they never got can lower the count
-// of live handles below their number; the table then refuses a new one when it is full, as if the cap had been reached,
-// rather than forget a kind.
+// The kinds are in a hash table, keyed by the handle: one cache line for a look-up, no memory beyond the table. It has
+// room for more handles than the cap on live handles allows. Callers that release handles which they never got can
+// lower the count of live handles below their number; when the table is full it then refuses a new handle, as if the
+// cap had been reached, rather than forget a kind.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@
 namespace zar {
 
 enum class Kind : uint8_t {
-  none,  // not issued by the library for a record of its own
+  none,  // not issued by the library for one of its records
   pmap,
   cmap,
   action,
@@ -28,10 +28,10 @@ enum class Kind : uint8_t {
   policy_context,
   pmtr_map,
   orphan,  // a handle that outlived its record: no operation may resolve it
-  ending,  // of a record whose contents are being freed: no operation may resolve it any more
+  ending,  // of a record whose contents are being freed: operations no longer resolve it
 };
 
-// Which kind the handles of 'Record' have.
+// The kind of the handles of 'Record'.
 template <class Record>
 constexpr Kind kKindOf = Kind::none;
 template <>
@@ -56,11 +56,11 @@ inline constexpr Kind kKindOf<zar_pmtr_map> = Kind::pmtr_map;
 namespace kinds {
 
 Kind of(uint32_t handle);
-// False when there is no room for one more.
+// False if there is no room for another one.
 bool has_room();
-// Remembers 'handle' as 'kind', whatever was remembered before; Kind::none forgets it.
+// Records 'kind' for 'handle', replacing any earlier kind; Kind::none forgets it.
 void remember(uint32_t handle, Kind kind);
-// Remembers 'handle' as one of a record that ends. Where there is no room for one that was not remembered, nothing is.
+// Records that the record of 'handle' is ending. Does nothing if the handle was unknown and there is no room for it.
 void retire(uint32_t handle);
 void forget(uint32_t handle);
 void forget_all();

@@ -2,13 +2,13 @@
 
 namespace zar {
 
-// Built by hand: it stands in front of every look-up by name, where formatting would cost more than the search.
+// Built by hand: every look-up by name begins with it, and formatting would cost more than the search.
 NameKey::NameKey(const zar_map_info &info) {
   append(info.map_name);
   append(':');
   append(info.domain);
   append(':');
-  append(static_cast<char>('0' + info.domain_type));  // whoever makes a key has verified that it is one digit
+  append(static_cast<char>('0' + info.domain_type));  // callers have verified that it is one digit
   text_[length_] = '\0';
 }
 

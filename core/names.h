@@ -1,4 +1,4 @@
-// The name key of maps: the text "name:domain:type" under which a map stands in its tree.
+// The name key of maps: the text "name:domain:type" under which a map is in its tree.
 #pragma once
 
 #include "core/text.h"
@@ -6,7 +6,7 @@
 
 namespace zar {
 
-// A name key in a buffer of its own, cut at 99 characters: names that differ only behind the cut share a key.
+// A name key in its own buffer, cut at 99 characters: names that differ only after the cut share a key.
 class NameKey {
  public:
   // Of a map info that was verified.
@@ -23,7 +23,7 @@ class NameKey {
   size_t length_ = 0;
 };
 
-// A record that is in no tree and carries only the key under which one is sought.
+// A record that is in no tree and has only the key to search for.
 template <class Map>
 Map probe_for(NameKey &key) {
   Map probe{};

@@ -1,4 +1,4 @@
-// Pools of records, one for each kind, and owners that give a record back unless it is kept.
+// Pools of records, one for each kind, and owners that return a record to its pool unless it is kept.
 #pragma once
 
 #include <cstring>
@@ -11,14 +11,14 @@
 
 namespace zar {
 
-// What every pool is made with.
+// Arguments common to all pools.
 constexpr uint32_t kPoolFlags = 0x111;
 
 template <class Record>
 class Pooled;
 
-// A pool that is made when it is first needed and never destroyed. One that could not be made is tried again by the next
-// caller that needs it; until then it gives nothing.
+// A pool that is created on first use and never destroyed. If that fails, the next caller that needs it tries again;
+// until then it returns no records.
 template <class Record>
 class Pool {
  public:
@@ -26,21 +26,21 @@ class Pool {
   // A pool that the platform knows by name instead of by tag.
   constexpr Pool(uint32_t per_chunk, const char *const *name) : per_chunk_(per_chunk), name_(name) {}
 
-  // Makes the pool if there is none yet; false when that fails.
+  // Creates the pool if there is none yet; false if that fails.
   bool ready() { return ready_with_tag(tag_); }
-  // The same for a pool whose tag is chosen by who needs it first.
+  // The same for a pool whose tag is that of its first user.
   bool ready_with_tag(uint32_t tag) {
     if (!pool_) pool_ = make(tag);
     return pool_ != nullptr;
   }
 
-  // A zeroed record that goes back unless it is kept; empty when there is none.
+  // A zeroed record that is returned unless it is kept; empty if there is none.
   Pooled<Record> take() { return take_with_tag(tag_); }
   Pooled<Record> take_with_tag(uint32_t tag) {
     ready_with_tag(tag);
     return take_if_ready();
   }
-  // The same for who has asked for the pool before: a pool that could not be made then is not tried again.
+  // The same after a call of ready(): a pool that could not be created then is not tried again.
   Pooled<Record> take_if_ready() {
     void *memory = pool_ ? chunk_malloc(pool_) : nullptr;
     if (!memory) return {};

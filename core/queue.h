@@ -6,14 +6,14 @@
 
 namespace zar {
 
-// The elements of a queue in order. Whatever happens to the queue meanwhile, none that was taken out is given, and each
-// that stays is given once.
+// The elements of a queue in order. Even if the queue changes during the walk, no removed element is returned, and each
+// one that stays is returned once.
 template <class Record>
 class Elements {
  public:
   explicit Elements(const queue_head &queue) : walk_(queue) {}
 
-  // Whether the element at hand was not taken out since it was given.
+  // Whether the current element is still in the queue.
   bool stays() const { return walk_.stays(); }
 
   class Iterator {
@@ -42,7 +42,7 @@ inline void make_empty(queue_head &queue) {
   queue_init(&queue, 0);
 }
 
-// The first place of 'element', or the number of elements when it has none.
+// The position of the first occurrence of 'element', or the number of elements if there is none.
 inline int32_t place_of(const queue_head &queue, const void *element) {
   const auto count = static_cast<int32_t>(queue.count);
   queue_cursor cursor{};
@@ -63,7 +63,7 @@ inline void note_removal(const queue_head &queue, int32_t place) {
   });
 }
 
-// No walk goes on to what is put behind the last element.
+// No walk visits elements added after the last one.
 template <class Record>
 void append(queue_head &queue, Record *element) {
   queue_enqueue(&queue, element);
@@ -81,7 +81,7 @@ void insert_after(queue_head &queue, Record *predecessor, Record *element) {
   if (queue.count != count && is_walked(queue)) [[unlikely]]
     note_insertion(queue, place_of(queue, predecessor) + 1);
 }
-// Takes out the first place of the element; one that has none is left alone.
+// Removes the first occurrence of the element; does nothing if there is none.
 template <class Record>
 void unlink(queue_head &queue, Record *element) {
   if (!is_walked(queue)) [[likely]]
@@ -90,7 +90,7 @@ void unlink(queue_head &queue, Record *element) {
   queue_unqueue(&queue, element);
   note_removal(queue, place);
 }
-// The head, taken off the queue, or NULL.
+// Removes and returns the head, or returns NULL.
 template <class Record>
 Record *take_first(queue_head &queue) {
   void *head = queue_dequeue(&queue);
@@ -98,7 +98,7 @@ Record *take_first(queue_head &queue) {
   return static_cast<Record *>(head);
 }
 
-// The element that 'wanted' accepts first, or NULL. One that 'wanted' takes out is not given.
+// The first element that 'wanted' accepts, or NULL. An element that 'wanted' removes is not returned.
 template <class Record, class Wanted>
 Record *find(const queue_head &queue, Wanted wanted) {
   Elements<Record> elements(queue);
@@ -134,11 +134,11 @@ Successor<Record> find_with_next(const queue_head &queue, Wanted wanted) {
   return result;
 }
 
-// Where an element was put by an insert.
+// Where an insertion put an element.
 enum class Place { nowhere, first, later };
 
-// Puts 'element' behind the leading elements whose number, as 'number_of' tells it, is not above its own: equal numbers
-// keep their order of arrival. 'announce_first' is called before an element that none precedes is put at the head.
+// Inserts 'element' after the leading elements whose number, given by 'number_of', is not above its own: equal numbers
+// stay in order of insertion. 'announce_first' is called before an element is inserted at the head.
 template <class Record, class NumberOf, class AnnounceFirst>
 Place insert_by_number(queue_head &queue, Record *element, NumberOf number_of, AnnounceFirst announce_first) {
   Record *passed = nullptr;
@@ -155,8 +155,8 @@ Place insert_by_number(queue_head &queue, Record *element, NumberOf number_of, A
   return Place::first;
 }
 
-// Puts 'element' right before the first element with the handle 'reference'. 'announce_first' is called before it becomes
-// the head.
+// Inserts 'element' right before the first element with the handle 'reference'. 'announce_first' is called before it
+// becomes the head.
 template <class Record, class AnnounceFirst>
 Place insert_before_handle(queue_head &queue, Record *element, uint32_t reference, AnnounceFirst announce_first) {
   Record *predecessor = nullptr;
@@ -175,7 +175,7 @@ Place insert_before_handle(queue_head &queue, Record *element, uint32_t referenc
   return Place::first;
 }
 
-// Puts 'element' right after the first element with the handle 'reference'.
+// Inserts 'element' right after the first element with the handle 'reference'.
 template <class Record>
 Place insert_after_handle(queue_head &queue, Record *element, uint32_t reference) {
   Record *other = find_handle<Record>(queue, reference);

@@ -7,15 +7,15 @@ namespace zar {
 
 enum Status : uint32_t {
   kSuccess = 0,
-  kCheckFailed = 1,       // of the verify operations
+  kCheckFailed = 1,       // from the verify operations
   kFailed = 37,           // a step failed
-  kNoMemory = 38,         // a pool or an allocation gave nothing
+  kNoMemory = 38,         // a pool or an allocation returned nothing
   kInvalidArgument = 39,  // an argument was refused
   kNothingFound = 40,     // nothing (more) to find in a parameter-map
   kTreeFailed = 41,       // a tree refused an insert, a delete, a search or a walk
 };
 
-// What the tree operations, the counting operations and the matchers answer.
+// The results of the tree operations, the counting operations and the matchers.
 constexpr uint32_t kYes = 1;
 constexpr uint32_t kNo = 0;
 

@@ -1,4 +1,4 @@
-// Texts of the platform: interned ones, and blocks of named memory, both owned until they are kept.
+// Texts of the platform: interned ones, and blocks of named memory, both in owners until they are kept.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ inline uint32_t length_of(const char *text) {
   return static_cast<uint32_t>(std::strlen(text));
 }
 
-// An interned text that is given back unless it is kept.
+// An interned text that is released unless it is kept.
 class HeldText {
  public:
   HeldText() = default;
@@ -27,7 +27,7 @@ class HeldText {
     if (held_) sdb_remove_block(*place_, tag_);
   }
 
-  // Interns 'text' into 'place'; false when the string database refuses.
+  // Interns 'text' into 'place'; false if the string database refuses.
   bool intern(sdb_ref &place, const char *text, uint32_t tag) {
     place_ = &place;
     tag_ = tag;
@@ -42,7 +42,7 @@ class HeldText {
   bool held_ = false;
 };
 
-// A text in named memory that is freed unless it is kept; empty when there was no memory.
+// A text in named memory that is freed unless it is kept; empty if there was no memory.
 class OwnedText {
  public:
   OwnedText() = default;

@@ -1,5 +1,5 @@
-// Trace messages. The level is tested first, so that a message that nobody wants costs the test alone: its arguments are
-// not evaluated. The compiler checks them against the format.
+// Trace messages. The level is tested first, so that an unwanted message costs only the test: its arguments are not
+// evaluated. The compiler checks them against the format.
 #pragma once
 
 #include "platform/engine.h"
@@ -7,10 +7,10 @@
 
 namespace zar {
 
-constexpr uint32_t kTraceError = 3;  // messages beginning "(ERR): "
-constexpr uint32_t kTraceInfo = 6;   // messages beginning "(info): "
+constexpr uint32_t kTraceError = 3;  // messages that begin with "(ERR): "
+constexpr uint32_t kTraceInfo = 6;   // messages that begin with "(info): "
 
-// Benchmarks compile the trace out to see what it costs.
+// Benchmarks compile the trace out to measure its cost.
 #ifdef ZAR_NO_TRACE
 constexpr bool traced(uint32_t) {
   return false;
@@ -21,17 +21,17 @@ inline bool traced(uint32_t level) {
 }
 #endif
 
-// What "%p" takes.
+// The argument type of "%p".
 inline const void *address(const void *pointer) {
   return pointer;
 }
 
-// Callers may leave their name out; a single blank stands for it.
+// Callers may omit their name; a single space replaces it.
 inline const char *or_blank(const char *text) {
   return text ? text : " ";
 }
 
-// A text that may be missing, as a formatter can print it.
+// A text that may be missing, in a form that can be printed.
 inline const char *or_null(const char *text) {
   return text ? text : "(null)";
 }
@@ -43,7 +43,7 @@ inline const char *or_null(const char *text) {
     if (::zar::traced(level)) [[unlikely]] \
       SEND_AT(level, __VA_ARGS__);         \
   } while (false)
-// For a message whose level was tested just before.
+// For a message whose level has just been tested.
 #define SEND_AT(level, ...) btrace_wrapper(kel_trace_id, level, 0, __VA_ARGS__)
 #define TRACE_ERROR(...) TRACE_AT(::zar::kTraceError, __VA_ARGS__)
 #define TRACE_INFO(...) TRACE_AT(::zar::kTraceInfo, __VA_ARGS__)

@@ -18,7 +18,7 @@ Record *find(avl_tree &tree, const Record *probe) {
   return static_cast<Record *>(i_avl_search(&tree, probe));
 }
 
-// A place for a record as the platform takes it: it writes to the caller's own.
+// An out place for a record in the form that the platform expects: it writes to the caller's own.
 template <class Record>
 void **place(Record **record_out) {
   return reinterpret_cast<void **>(record_out);
@@ -29,13 +29,13 @@ void first(avl_tree &tree, Record **first_out) {
   i_avl_get_first(tree.top.parent, place(first_out));
 }
 
-// The record that follows 'current'; also when that has just been taken out.
+// The record that follows 'current', even if 'current' has just been removed.
 template <class Record>
 void after(avl_tree &tree, Record *current, Record **next_out) {
   i_avl_get_next(&tree, current, place(next_out));
 }
 
-// Walks that stand on a record that left its tree go on behind it.
+// Walks whose current record left its tree continue after it.
 template <class Record>
 void note_removal(avl_tree &tree, Record *record) {
   TreeWalk::for_each([&tree, record](TreeWalk &walk) {
@@ -47,8 +47,8 @@ void note_removal(avl_tree &tree, Record *record) {
   Watch::for_each([record](Watch &watch) { watch.note_entered(record, nullptr); });
 }
 
-// Takes out 'record', or the record that compares equal to it, and names what was taken out in 'removed_out'; 'record'
-// where nothing was.
+// Removes 'record', or the record that compares equal to it, and writes the removed record to 'removed_out', or
+// 'record' if none was removed.
 template <class Record>
 bool remove(avl_tree &tree, Record *record, Record **removed_out) {
   *removed_out = record;
@@ -57,7 +57,7 @@ bool remove(avl_tree &tree, Record *record, Record **removed_out) {
   return true;
 }
 
-// Walks over the tree are at their end.
+// Ends all walks over the tree.
 inline void empty(avl_tree &tree) {
   TreeWalk::for_each([&tree](TreeWalk &walk) {
     if (walk.is_over(tree)) walk.move_to(nullptr);
@@ -66,7 +66,7 @@ inline void empty(avl_tree &tree) {
   i_avl_remove(&tree, &tree);
 }
 
-// The records that the tree's callbacks are given.
+// The records passed to the tree's callbacks.
 template <class Record>
 const Record *record_of(const void *node) {
   return static_cast<const Record *>(node);

@@ -1,8 +1,8 @@
-// The keyed trees: comparators, the tree operations, and the callbacks that the trees are made with.
+// The keyed trees: comparators, the tree operations, and the callbacks of the trees.
 //
-// Every operation is one template over a description of its tree: which tree of a database it is, what its records are,
-// what a record is known by in messages, and the texts. The texts differ on purpose where they differ: parameter-map
-// records report some failures in the words of class-maps, and one message leaves out an argument that its siblings pass.
+// Every operation is one template over a description of its tree: which tree of a database it is, the type of its
+// records, how messages identify a record, and the texts. Differences between the texts are intentional: parameter-map
+// records report some failures in the words of class-maps, and one message omits an argument that its siblings pass.
 #include "core/trees.h"
 
 #include <endian.h>
@@ -43,14 +43,14 @@ Block block_at(const char *text) {
   return static_cast<Block>(word_at(text)) << 64 | word_at(text + sizeof(uint64_t));
 }
 
-// Without a branch, since a descent turns left and right at random.
+// Without a branch, since a descent goes left and right at random.
 template <class Value>
 uint32_t order_of(Value nascent, Value tree) {
   return kEqual + (nascent > tree) - (nascent < tree);
 }
 
-// Over 'length' characters, which both keys have: that is what allows to read whole blocks. The last block overlaps the
-// one before where it would reach further.
+// Over 'length' characters, which both keys have: this makes reading whole blocks safe. The last block overlaps the
+// previous one if it would otherwise reach too far.
 uint32_t compare_blocks(const char *nascent, const char *tree, size_t length) {
   if (length < kBlock) return order_of(std::memcmp(nascent, tree, length), 0);
   for (size_t at = 0;; at = std::min(at + kBlock, length - kBlock)) {
@@ -61,27 +61,27 @@ uint32_t compare_blocks(const char *nascent, const char *tree, size_t length) {
   }
 }
 
-// Over the length of the shorter key: a key that is the beginning of the other equals it.
+// Over the length of the shorter key: two keys are equal if one begins with the other.
 uint32_t compare_common_length(const char *nascent, const char *tree) {
   return compare_blocks(nascent, tree, std::min(std::strlen(nascent), std::strlen(tree)));
 }
 
-// Over the length of the key in the tree: a sought key that extends it equals it, one that is shorter sorts before it.
+// Over the length of the key in the tree: a probe key that begins with it equals it, one that is shorter sorts before
+// it.
 uint32_t compare_tree_length(const char *nascent, const char *tree) {
   size_t nascent_length = std::strlen(nascent), tree_length = std::strlen(tree);
   uint32_t order = compare_blocks(nascent, tree, std::min(nascent_length, tree_length));
   return order == kEqual && nascent_length < tree_length ? kBefore : order;
 }
 
-// Out of the way of the comparisons, which nearly always go untraced. The level was tested for the first message.
+// Kept out of the comparisons, which are almost never traced. The level was already tested for the first message.
 template <class Tree>
 [[gnu::noinline, gnu::cold]] void trace_keys(const typename Tree::Record *nascent, const typename Tree::Record *tree) {
   SEND_INFO(Tree::kCompare, address(nascent), address(tree));
   if (nascent && tree) TRACE_INFO(Tree::kCompareKeys, or_null(nascent->hash_str), or_null(tree->hash_str));
 }
 
-// Two messages stand in each comparison of two records. A comparison that nobody traces tests the level for the first one
-// alone.
+// Each comparison of two records has two messages. If it is not traced, only the level of the first one is tested.
 template <class Tree>
 uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
   const auto *nascent = tree::record_of<typename Tree::Record>(nascent_node);
@@ -100,7 +100,7 @@ uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
   if (nascent->handle == tree->handle) TRACE_INFO("(info): Target avl comp, values matched");
 }
 
-// ---- What tells the trees apart
+// ---- The differences between the trees
 
 struct PmapTree {
   using Record = zar_pmap;
@@ -165,7 +165,7 @@ struct PmtrMapTree {
   static constexpr char kFreeNull[] = "(ERR): PMTR-MAP avl: Received NULL in free pmtr-map";
 };
 
-// The target tree goes by two names, so that a trace tells whose database was meant.
+// The target tree has two names, so that a trace shows whose database was meant.
 struct TargetTree {
   using Record = zar_target;
   static avl_tree *of(const zar_db &database) { return database.target_tree; }
@@ -198,7 +198,7 @@ struct DefaultTargetTree : TargetTree {
 
 // ---- The operations
 
-// The tree in question, or NULL when there is no database or it lacks the tree.
+// The tree in question, or NULL if there is no database or it lacks the tree.
 template <class Tree>
 avl_tree *tree_of(const zar_db *database) {
   return database ? Tree::of(*database) : nullptr;
@@ -211,14 +211,14 @@ uint32_t insert(zar_db *database, Record *record) {
     TRACE_ERROR(Tree::kInsertError, address(record), address(database));
     return kNo;
   }
-  // A record that is about to go must not be found again.
+  // A record that is about to be freed must not be found again.
   const bool stays = kinds::of(record->handle) != Kind::ending && !is_ending(record);
   if (stays && tree::insert(*tree, record)) return kYes;
   TRACE_ERROR(Tree::kInsertFailed, Tree::key(*record));
   return kNo;
 }
 
-// Succeeds whether or not there is such a map: the place tells.
+// Succeeds whether or not there is such a map; the out place shows which.
 template <class Tree, class Record>
 uint32_t search_map(zar_db *database, Record *probe, Record **found_out) {
   avl_tree *tree = tree_of<Tree>(database);
@@ -230,7 +230,7 @@ uint32_t search_map(zar_db *database, Record *probe, Record **found_out) {
   return kYes;
 }
 
-// Fails when there is no such target.
+// Fails if there is no such target.
 template <class Tree>
 uint32_t search_target(zar_db *database, zar_target *probe, zar_target **found_out) {
   avl_tree *tree = tree_of<Tree>(database);
@@ -295,8 +295,8 @@ uint32_t remove_all(zar_db *database) {
   return kYes;
 }
 
-// Keys that are the beginning of others compare equal to them, so a search may meet another record first; only a walk then
-// tells whether the record is there.
+// A key compares equal to those that begin with it, so a search may meet another record first; only a walk can then
+// show whether this record is there.
 template <class Record>
 bool contains(avl_tree &tree, const Record *record) {
   if (tree::find(tree, record) == record) [[likely]]
@@ -318,7 +318,7 @@ bool remove_very(zar_db *database, Record *record) {
   return remove<Tree>(database, record, &removed) != kNo;
 }
 
-// A map outlives its place in a tree: emptying the tree frees no map.
+// A map may exist outside a tree: emptying the tree frees no map.
 template <class Tree>
 void leave_alone(const void *node) {
   if (!node) TRACE_ERROR(Tree::kFreeNull);

@@ -1,23 +1,24 @@
-// What is under way while callbacks run, and what keeps it from following a record that is gone.
+// Activities under way while callbacks run, and how they avoid following a deleted record.
 //
-// A daemon's callbacks run inside operations that walk lists and trees, and call back into the library. Whatever they take
-// out or delete there must not be met again. So each walk, and each watch over a record, stands in a row while it lives,
-// newest first, and the typed layer reports to the row what it takes out of a queue or a tree and what it gives back to a
-// pool. There are as many entries as walks inside each other, and nearly always nothing is reported to any: a walk pays
-// two words to enter the row and to leave it.
+// A daemon's callbacks run inside operations that walk lists and trees, and call back into the library. The walks must
+// not visit anything that they remove or delete there. So each walk, and each watch over a record, is on a list while
+// it exists, newest first, and the typed layer reports to this list every record that it removes from a queue or a tree
+// or returns to a pool. There are as many entries as nested walks, and almost always nothing is reported: a walk costs
+// two words to enter the list and to leave it.
 //
-// - QueueWalk stands on a place of a queue. It ends behind what stood there when it began, so elements that are put at the
-//   end meanwhile are not visited and every walk comes to an end; those put among the elements ahead are.
-// - TreeWalk stands on a record of a tree.
-// - Watched names a record that may go, or enter a tree, while callbacks run.
-// - Ending marks a record that has no handle to retire while its contents are freed.
+// - QueueWalk has a position in a queue. It ends after the elements that were there when it began, so elements added at
+//   the end during the walk are not visited and every walk terminates; elements inserted among the remaining ones are
+//   visited.
+// - TreeWalk has a current record in a tree.
+// - Watched refers to a record that may be deleted, or enter a tree, while callbacks run.
+// - Ending marks a record without a handle to retire while its contents are freed.
 #pragma once
 
 #include "platform/runtime.h"
 
 namespace zar {
 
-// A row of what lives on the stack of calls.
+// A list of objects on the call stack.
 template <class Entry>
 class UnderWay {
  public:
@@ -47,26 +48,26 @@ class UnderWay {
 
 // ---- Queues
 
-// A place is the number of elements before an element. One element may have several places in a queue.
+// A position is the number of elements before an element. One element may have several positions in a queue.
 class QueueWalk : public UnderWay<QueueWalk> {
  public:
   explicit QueueWalk(const queue_head &queue)
       : queue_(&queue), end_(static_cast<int32_t>(queue.count)), ahead_(static_cast<int32_t>(queue.count)) {}
 
-  // The next element, or NULL behind the last.
+  // The next element, or NULL after the last.
   void *next() {
     if (--ahead_ >= 0) [[likely]]
       return current_ = queue_get_next(queue_, &cursor_);
     ahead_ = 0;
     return current_ = nullptr;
   }
-  // Whether the element that was given last was not taken out of its place since then.
+  // Whether the element returned last has not been removed from its position since.
   bool stays() const { return current_ != nullptr; }
 
   bool is_over(const queue_head &queue) const { return queue_ == &queue; }
   void note_insertion(int32_t place);
   void note_removal(int32_t place);
-  // The memory with the queue in it is given back.
+  // The memory that contains the queue is freed.
   void note_freed(const char *begin, const char *end) {
     const char *queue = reinterpret_cast<const char *>(queue_);
     if (queue < begin || queue >= end) return;
@@ -76,14 +77,14 @@ class QueueWalk : public UnderWay<QueueWalk> {
   }
 
  private:
-  // The places up to the current one, that one included.
+  // The number of positions up to and including the current one.
   int32_t passed() const { return end_ - ahead_; }
 
   const queue_head *queue_;
   queue_cursor cursor_{};
   void *current_ = nullptr;
-  int32_t end_;    // the places up to the last one that is visited
-  int32_t ahead_;  // those of them that were not visited yet
+  int32_t end_;    // the number of positions up to the last one to visit
+  int32_t ahead_;  // how many of them were not visited yet
 };
 
 inline void QueueWalk::note_insertion(int32_t place) {
@@ -92,8 +93,8 @@ inline void QueueWalk::note_insertion(int32_t place) {
   ++end_;
 }
 
-// A cursor is trusted only as far as the platform promises: it survives insertions, and the removal of an element that it
-// has passed. So it is set anew, from the head, when anything is taken out.
+// A cursor is used only as far as the platform promises: it survives insertions, and the removal of an element that it
+// has passed. So it is set again, from the head, when anything is removed.
 inline void QueueWalk::note_removal(int32_t place) {
   if (place + 1 == passed()) current_ = nullptr;
   if (place < end_) {
@@ -117,9 +118,9 @@ class TreeWalk : public UnderWay<TreeWalk> {
   explicit TreeWalk(const avl_tree *tree) : tree_(tree) {}
 
   void stand_on(void *record) { record_ = record; }
-  // Where the walk stands: where it was put or, once that record has left the tree, on the one behind it.
+  // The current record: the one that was set or, if that has left the tree, the one after it.
   void *record() const { return record_; }
-  // Whether the walk was moved since it was asked last.
+  // Whether the walk was moved since the last call.
   bool moved() {
     if (!moved_) [[likely]]
       return false;
@@ -141,7 +142,7 @@ class TreeWalk : public UnderWay<TreeWalk> {
 
 // ---- Records
 
-// What is known of a record since a watch over it began.
+// What is known about a record since a watch over it began.
 class Watch : public UnderWay<Watch> {
  public:
   explicit Watch(const void *record) : record_(record) {}
@@ -158,7 +159,7 @@ class Watch : public UnderWay<Watch> {
 
  protected:
   bool gone() const { return !record_; }
-  // The tree that the record was entered into since then, or NULL.
+  // The tree into which the record was inserted since then, or NULL.
   avl_tree *entered() const { return entered_; }
 
  private:
@@ -166,7 +167,7 @@ class Watch : public UnderWay<Watch> {
   avl_tree *entered_ = nullptr;
 };
 
-// A record, for as long as it is there; asked whether it is before it is used.
+// A record that may be deleted at any time; test it before each use.
 template <class Record>
 class Watched : public Watch {
  public:
@@ -195,7 +196,7 @@ inline bool is_ending(const void *record) {
   return Ending::any([record](const Ending &ending) { return ending.is_of(record); });
 }
 
-// 'record' goes back to its pool: walks over the queues in it are at their end, and watches over it know.
+// 'record' is returned to its pool: walks over the queues in it end, and watches over it take note.
 template <class Record>
 void note_freed(const Record *record) {
   QueueWalk::for_each([record](QueueWalk &walk) {

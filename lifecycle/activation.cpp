@@ -1,4 +1,4 @@
-// Activation of policy-maps on targets, and the questions about it.
+// Activation of policy-maps on targets, and reading what is active.
 #include "core/checks.h"
 #include "core/queue.h"
 #include "core/text.h"
@@ -13,7 +13,7 @@ const char *name_of(const zar_pmap &pmap) {
   return or_null(text_of(pmap.name));
 }
 
-// What a walk over the active policy-maps of a target writes: the outputs beside the handle may be missing.
+// The results of a walk over the active policy-maps of a target; all out places but the handle's may be missing.
 struct ActivePolicyPlaces {
   uint32_t *domain_type;
   uint32_t *reserved;
@@ -69,7 +69,7 @@ uint32_t zar_deactivate_policy_by_name(uint32_t clid, uint32_t target_handle, co
   auto *pmap = require<zar_pmap>(kName, pmap_handle);
   if (!pmap || !target) return kInvalidArgument;
 
-  // A policy-map that was not active has no instance in the engine, so it fails here.
+  // A policy-map that was not active has no instance in the engine, so this fails for it.
   if (disassociate_target_and_policy(pmap, target) == kNo) return kFailed;
   TRACE_INFO("(info): %s: success, policy:%s is deactivated on target", kName, info->map_name);
   return kSuccess;

@@ -17,7 +17,7 @@ const char *name_of(const zar_pmap &pmap) {
   return or_null(text_of(pmap.name));
 }
 
-// What names the pair's instance in the engine, together with the target's handle.
+// Identifies the pair's instance in the engine, together with the target's handle.
 zar_map_info instance_key(const zar_pmap &pmap) {
   return {.domain = text_of(pmap.domain), .domain_type = pmap.domain_type, .map_name = text_of(pmap.name), .hidden = 0};
 }

@@ -11,17 +11,18 @@
 
 namespace zar {
 
-// Links the pair, has the engine make its instance and tells the action handlers. 0, 37 when the engine refuses, 38 when
-// memory runs out; the pair is unlinked unless 0. The target has its information: the caller has checked that.
+// Links the pair, asks the engine to create its instance and notifies the action handlers. Returns 0, 37 if the engine
+// refuses, or 38 if memory runs out; the pair is unlinked unless 0. The caller has checked that the target has its
+// information.
 uint32_t associate_target_and_policy(uint32_t clid, zar_target *target, zar_pmap *pmap);
 
-// Unlinks the pair, has the engine delete its instance and tells the action handlers; 1 when the instance was found and
-// deleted. The pair is unlinked whatever the engine says, also when it was linked only one way. A target that has lost
-// its information is refused, traced and left linked.
+// Unlinks the pair, asks the engine to delete its instance and notifies the action handlers; returns 1 if the instance
+// was found and deleted. The pair is unlinked whatever the engine returns, even if it was linked in only one direction.
+// A target that has lost its information is refused, traced and left linked.
 uint32_t disassociate_target_and_policy(zar_pmap *pmap, zar_target *target);
 
-// The same for records that are about to go: a target that has lost its information, which the routine above refuses, is
-// unlinked too.
+// The same for records that are about to be freed: it also unlinks a target that has lost its information, which the
+// function above refuses.
 void part_for_good(zar_pmap *pmap, zar_target *target);
 
 // The link of the target to the policy-map, or NULL.

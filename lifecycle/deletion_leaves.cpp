@@ -1,4 +1,4 @@
-// The end of actions, filters and events.
+// Deletion of actions, filters and events.
 #include "compose/rules.h"
 #include "core/pool.h"
 #include "core/text.h"
@@ -17,7 +17,7 @@ void free_event_context(zar_event_context *context) {
 
 }  // namespace
 
-// Drops one reference: an action that others hold lives on under its handle.
+// Drops one reference: an action that others hold still exists under its handle.
 uint32_t zar_delete_action(uint32_t action_handle) {
   static constexpr char kName[] = "delete_action";
   auto *action = resolve<zar_action>(action_handle);
@@ -30,7 +30,7 @@ uint32_t zar_delete_action(uint32_t action_handle) {
   return kSuccess;
 }
 
-// A filter that still stands in a class-map leaves a dangling element there: the caller takes it out first.
+// A filter that is still in a class-map leaves a dangling element there: the caller must remove it first.
 uint32_t zar_delete_filter(uint32_t filter_handle) {
   static constexpr char kName[] = "delete_filter";
   auto *filter = resolve<zar_filter>(filter_handle);
@@ -48,7 +48,7 @@ uint32_t zar_delete_event(uint32_t event_handle) {
   auto *event = require<zar_event_tuple>(kName, event_handle);
   if (!event) return kInvalidArgument;
 
-  // The actions' free functions run while the rules are freed: for them there is no such event any more.
+  // The actions' free functions run while the rules are freed: for them the event no longer exists.
   retire(event_handle);
   free_event_context(std::exchange(event->event_context, nullptr));
   const Watched<zar_pmap> pmap(event->pmap);

@@ -1,4 +1,4 @@
-// The end of policy-maps and class-maps, and two questions about policy-maps.
+// Deletion of policy-maps and class-maps, and two accessors of policy-maps.
 #include "compose/rules.h"
 #include "core/clients.h"
 #include "core/names.h"
@@ -15,8 +15,8 @@ using namespace zar;
 
 namespace {
 
-// Policy-maps give their texts back under short tags, class-maps under the tags that they were interned with; the string
-// database only keeps books by them.
+// Policy-maps release their texts under short tags, class-maps under the tags with which they were interned; the string
+// database uses tags only for statistics.
 constexpr uint32_t kPmapNameTag = 0x38, kPmapDomainTag = 0x33;
 constexpr uint32_t kCmapNameTag = 0x3e0003b, kCmapDomainTag = 0x3e00033;
 
@@ -46,8 +46,8 @@ void part_from_targets(zar_pmap &pmap) {
     part_for_good(&pmap, ref.target);
 }
 
-// Takes a policy-map that is out of its tree off its targets and tells the client of each. The callback may do anything,
-// the deletion of targets and of this policy-map included.
+// Deactivates a policy-map that is out of its tree on its targets and notifies the client of each. The callback may do
+// anything, including the deletion of targets and of this policy-map.
 void take_off_targets(uint32_t clid, zar_pmap &pmap) {
   const zar_client_data &client = *client_entry(clid);
   const uint32_t pmap_handle = pmap.handle;
@@ -58,7 +58,7 @@ void take_off_targets(uint32_t clid, zar_pmap &pmap) {
   }
 }
 
-// The callback may have stored the policy-map again, in whatever tree.
+// The callback may have stored the policy-map again, in any tree.
 uint32_t delete_unlinked(uint32_t clid, zar_pmap &pmap) {
   uint32_t handle = pmap.handle;
   const Watched<zar_pmap> watched(&pmap);
@@ -70,13 +70,13 @@ uint32_t delete_unlinked(uint32_t clid, zar_pmap &pmap) {
   return zar_delete_policy(handle);
 }
 
-// The built-in policy-map, when 'handle' names it by its name, wherever it is stored.
+// The policy-map of 'handle' if it has the name of the built-in one, wherever it is stored.
 bool names_builtin(uint32_t handle) {
   return zar_is_autoconf_policy(zar_get_pmap_name(handle)) != kNo;
 }
 
-// Empties the built-in policy-map, and the given one too: it may stand outside the tree in which the built-in one is
-// looked for.
+// Empties the built-in policy-map, and the given one too: it may be outside the tree that is searched for the built-in
+// one.
 void empty_builtin(uint32_t handle) {
   zar_delete_autoconf_policy();
   if (zar_pmap *pmap = resolve<zar_pmap>(handle)) delete_rules(kEmptyBuiltin, *pmap);
@@ -93,7 +93,7 @@ void free_policy(zar_pmap &pmap) {
 
 // ---- Class-maps
 
-// Whether policy-maps use the class-map; names them.
+// Whether policy-maps use the class-map; traces their names.
 bool cmap_is_referenced(const zar_cmap &cmap, const char *name) {
   if (cmap.pmap_refs.count == 0) return false;
   TRACE_INFO("(info): %s: cmap:0x%x cannot be deleted as the below policy-maps are referring to it", name, cmap.handle);
@@ -131,7 +131,7 @@ uint32_t zar_delete_policy(uint32_t pmap_handle) {
   if (!pmap) return kInvalidArgument;
 
   retire(pmap_handle);
-  // The events go first: the handlers of their actions are not told of the deactivations that follow.
+  // The events are deleted first: the handlers of their actions are not notified of the deactivations that follow.
   delete_rules(kName, *pmap);
   part_from_targets(*pmap);
   free_policy(*pmap);
@@ -139,7 +139,7 @@ uint32_t zar_delete_policy(uint32_t pmap_handle) {
   return kSuccess;
 }
 
-// The policy-map itself stays, so that it survives every request to delete it.
+// The policy-map itself stays, so every request to delete it only empties it.
 void zar_delete_autoconf_policy(void) {
   uint32_t owner = subscriber_owner();
   zar_map_info info{.domain = kel_parameter_map_subscriber_domain_str,
@@ -231,7 +231,7 @@ uint32_t zar_delete_stored_class_by_name(uint32_t clid, const zar_map_info *info
     TRACE_INFO("(info): %s: no policy-map with name:%s stored to remove for clid:%d", kName, info->map_name, clid);
     return kSuccess;
   }
-  // A map of another kind that was stored as a class-map is taken out unread and left as it is, in no tree.
+  // A map of another kind that was stored as a class-map is removed without reading it and left as it is, in no tree.
   bool is_cmap = require_kind(*cmap);
   if (is_cmap && cmap_is_referenced(*cmap, kName)) return kInvalidArgument;
   zar_cmap *removed = nullptr;

@@ -1,7 +1,7 @@
 // The stateless walks: over the maps of a database, and over the events, class-actions, actions and filters in queues.
 //
-// The cursor of a walk is the handle of the element that the caller holds. A queue walk finds it again from the head each
-// time; a cursor that has gone ends the walk quietly with handle 0.
+// The cursor of a walk is the handle of the element that the caller holds. A queue walk finds it again from the head
+// each time; if the element is gone, the walk ends silently with handle 0.
 #include "compose/rules.h"
 #include "lifecycle/tree_walks.h"
 #include "zar/lifecycle.h"
@@ -69,7 +69,7 @@ uint32_t give_first(const queue_head &queue, uint32_t *handle_out, TraceEmpty tr
   return kSuccess;
 }
 
-// The texts of a next-element walk. 'container' is the handle of what holds the queue.
+// The texts of a next-element walk. 'container' is the handle of the record with the queue.
 struct NextEventText {
   static constexpr char kName[] = "get_next_event_class";
   static constexpr char kGone[] = "(info): %s: success, event-class:0x%x not present in the pmap:0x%x";
@@ -154,7 +154,7 @@ bool current_class_action_given(const char *name, uint32_t handle) {
   return handle != 0;
 }
 
-// Where a walk over class-actions takes place: under an event of a CONTROL policy-map, or nowhere in any other.
+// Where a walk over class-actions takes place: under an event of a CONTROL policy-map, and nowhere in any other.
 struct EventOfPolicy {
   EventOfPolicy(const char *name, uint32_t pmap_handle, uint32_t event_handle)
       : pmap(require<zar_pmap>(name, pmap_handle)) {
@@ -215,8 +215,8 @@ uint32_t zar_get_next_event_class(uint32_t clid, uint32_t pmap_handle, uint32_t 
   return give_next<zar_class_action, NextEventText>(pmap->rule_list, pmap_handle, current, event_out);
 }
 
-// A policy-map that is not CONTROL succeeds without an answer, here and in the next operation: the place keeps what it
-// held.
+// For a policy-map that is not CONTROL this and the next operation succeed without a result: the out place keeps its
+// value.
 uint32_t zar_get_class_action(uint32_t clid, uint32_t pmap_handle, uint32_t event_handle, uint32_t *class_action_out) {
   static constexpr char kName[] = "get_class_action";
   bool valid = valid_clid(kName, clid);

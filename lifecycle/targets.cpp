@@ -11,7 +11,7 @@ const char *const zar_db_target_policy_context_chunk_str = "ZAR DB target policy
 
 namespace {
 
-// The database in which a client keeps its targets, and the tree operations that name it rightly in traces.
+// The database in which a client keeps its targets, and the tree operations that name it correctly in traces.
 struct TargetDatabase {
   TargetDatabase(uint32_t clid, const char *name) {
     uint32_t is_default = 0;
@@ -23,7 +23,7 @@ struct TargetDatabase {
   explicit operator bool() const { return database != nullptr; }
 
   bool insert(zar_target *target) const { return insert_fn(database, target) != kNo; }
-  // The key of a target is its handle, so a record that carries only that takes it out.
+  // The key of a target is its handle, so a probe with only a handle is enough to remove it.
   bool remove(uint32_t handle) const {
     zar_target key{};
     key.handle = handle;
@@ -42,7 +42,7 @@ bool target_info_given(const char *name, const zar_target_info *info) {
   return info;
 }
 
-// False when the engine does not let go of what it keeps there; the context then stays.
+// False if the engine does not release what it keeps there; the context then stays.
 bool free_policy_context(const zar_target &target) {
   zar_target_policy_context *context = target.policy_context;
   if (!context) return true;
@@ -61,7 +61,8 @@ void part_from_policies(zar_target &target) {
     part_for_good(link.pmap, &target);
 }
 
-// Activates the first policy-map on a new target and enters the target into its database; a failure undoes the activation.
+// Activates the first policy-map on a new target and inserts the target into its database; a failure undoes the
+// activation.
 uint32_t activate_and_store(const char *name, uint32_t clid, zar_target &target, zar_pmap *pmap) {
   if (associate_target_and_policy(clid, &target, pmap) != kSuccess) return kFailed;
   TargetDatabase database(clid, name);
@@ -135,7 +136,7 @@ uint32_t zar_add_target(uint32_t clid, zar_target_info *target_info, uint32_t pm
   make_empty(target->reserved_queue);
   uint32_t status = activate_and_store(kName, clid, *target, pmap);
   if (status != kSuccess) {
-    // A handler that was told of the activation may have activated more on the target; without a handle that is over.
+    // A handler notified of the activation may have activated more on the target; without a handle it no longer can.
     handle.give_back();
     part_from_policies(*target);
     return status;
@@ -165,8 +166,8 @@ uint32_t zar_remove_target(uint32_t clid, uint32_t target_handle, zar_target_inf
   return kTreeFailed;
 }
 
-// When the engine does not let go of the policy context, the target's record and its context stay allocated, though its
-// policies are deactivated and its handle is gone.
+// If the engine does not release the policy context, the target's record and its context stay allocated, although its
+// policies are deactivated and its handle is released.
 uint32_t zar_delete_target(uint32_t target_handle) {
   static constexpr char kName[] = "delete_target";
   zar_target *target = require_whole_target(kName, target_handle);
@@ -175,7 +176,7 @@ uint32_t zar_delete_target(uint32_t target_handle) {
   const Ending ending(target);
   part_from_policies(*target);
   zar_handle_release(target_handle);
-  // A handler that was told of a deactivation may have activated a policy anew; without a handle that is over.
+  // A handler notified of a deactivation may have activated a policy again; without a handle it no longer can.
   part_from_policies(*target);
   if (!free_policy_context(*target)) return kFailed;
   targets.give_back(target);

@@ -1,12 +1,11 @@
 // The walks over the maps of a client's database, in the order of their name keys. The three kinds of maps are walked
-// alike; a description of the kind tells the operations on its tree and the texts.
+// in the same way; a description of the kind gives the operations on its tree and the texts.
 //
 // A description has:
 //   Record                                   the record
 //   get_first(), get_next()                  the operations on its tree
 //   place_given(name, clid, place)           the check of the place for the handle
-//   kStopsAtFirstFault                       whether a bad clid leaves the check of the place out
-//   the texts, k...
+//   kStopsAtFirstFault whether a bad clid skips the check of the place the texts, k...
 #pragma once
 
 #include "core/checks.h"
@@ -64,7 +63,7 @@ uint32_t map_after(uint32_t clid, typename Walk::Record *current, uint32_t *hand
   return kSuccess;
 }
 
-// The map that 'handle' names, of whatever kind; none is traced as this kind's operations do.
+// The map of any kind that 'handle' names; if there is none, traces the message of this kind's operations.
 template <class Map>
 Map *require_any_map(const char *name, uint32_t handle) {
   auto *map = resolve_any_map<Map>(handle);

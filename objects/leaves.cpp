@@ -20,7 +20,7 @@ namespace {
 
 constexpr uint32_t kMatchAll = 1, kMatchFirst = 2;
 
-// What a parameter-map's filter has beyond the others; the library only stores it.
+// Additional fields of a parameter-map's filter; the library only stores them.
 struct FilterFlags {
   uint8_t no_match;
   uint8_t regex = 0;
@@ -42,7 +42,7 @@ uint8_t low_byte(uint32_t value) {
   return static_cast<uint8_t>(value);
 }
 
-// The filter pool is shared; its tag is that of whoever needs it first.
+// The filter pool is shared; its tag is that of its first user.
 uint32_t make_filter(const zar_filter_context *context, uint32_t *filter_out, const FilterFlags &flags,
                      uint32_t pool_tag) {
   static constexpr char kName[] = "create_filter";
@@ -93,7 +93,7 @@ bool intern_event_name(HeldText &held, zar_event_context &context, const char *n
   return false;
 }
 
-// A failure gives back the handle, then the tuple, then its context.
+// On failure, first the handle is released, then the tuple, then its context.
 uint32_t make_event(const zar_event_context &wanted, const char *name, uint32_t *event_out) {
   event_tuples.ready();
   event_contexts.ready();
@@ -111,7 +111,7 @@ uint32_t make_event(const zar_event_context &wanted, const char *name, uint32_t 
   context = event_contexts.take_if_ready();
   if (!context) {
     TRACE_ERROR("(ERR): create_event: memory alloc for event context failed");
-    // The handle is not given back here: it stays live and counts against the cap, though it names nothing.
+    // The handle is not released here: it stays live and counts against the cap, although it names nothing.
     handle.orphan();
     return kNoMemory;
   }
@@ -269,7 +269,7 @@ uint32_t zar_event_set_match_criteria(uint32_t event, uint32_t criteria) {
   }
   if (!tuple) return kInvalidArgument;
 
-  // 0 is another word for match-all.
+  // 0 means match-all.
   if (criteria == 0) {
     tuple->match_criteria = kMatchAll;
     TRACE_INFO("(info): %s: setting match criteria to match-all", kName);

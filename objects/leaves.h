@@ -5,19 +5,19 @@
 
 namespace zar {
 
-// 0 when a caller's context carries what the library cannot do without; 1, with a trace for each fault, otherwise.
+// 0 if a caller's context has everything that the library requires; 1, with a trace for each fault, otherwise.
 uint32_t zar_verify_action_context(const zar_action_context *context, const char *caller);
 uint32_t zar_verify_filter_context(const zar_filter_context *context, const char *caller);
 
-// 0 when a filter's record is complete; 1, with a trace for each function that it lacks, otherwise.
+// 0 if a filter's record is complete; 1, with a trace for each function that it lacks, otherwise.
 uint32_t zar_verify_filter_content(const zar_filter *filter, const char *caller);
 
-// The action or filter that 'handle' names when its record is complete. Both faults are traced alike: as a record that
-// is not there.
+// The action or filter that 'handle' names if its record is complete. Both faults are traced in the same way, as a
+// missing record.
 zar_action *require_action(const char *name, uint32_t handle);
 zar_filter *require_filter(const char *name, uint32_t handle);
 
-// The tag under which event names are interned and given back.
+// The tag under which event names are interned and released.
 constexpr uint32_t kEventNameTag = 0x3e0003d;
 
 // Frees a filter with its data, handle and record.

@@ -1,5 +1,5 @@
-// The three kinds of maps (policy-maps, class-maps, parameter-maps) are made, stored and retrieved alike. What they share
-// stands here as templates over a description of the kind; what tells them apart, texts and tags above all, stands in
+// The three kinds of maps (policy-maps, class-maps, parameter-maps) are created, stored and retrieved in the same way.
+// The common code is here, as templates over a description of the kind; the differences, mainly texts and tags, are in
 // the description, in the subsystem that owns the kind.
 //
 // A description has:
@@ -22,8 +22,8 @@ namespace zar {
 
 constexpr uint32_t kDomainTextTag = 0x3e00033;
 
-// A map that is being made. What was acquired goes back unless the map is finished; the members are destroyed bottom up,
-// which is the order in which things are given back: handle, name, domain, record.
+// A map under construction. Everything acquired is released unless the map is finished, in reverse order of the
+// members: handle, name, domain, record.
 template <class Map>
 class MapDraft {
  public:
@@ -52,8 +52,8 @@ class MapDraft {
   HeldHandle handle_;
 };
 
-// Makes a map of checked arguments. 'fill' and 'complete' set what only this kind has, once the record carries its handle
-// and texts: before the name key is made, and after it.
+// Creates a map from checked arguments. 'fill' and 'complete' set the fields that only this kind has, once the record
+// has its handle and texts: before and after the name key is built.
 template <class Kind, class Fill, class Complete>
 uint32_t create_map(uint32_t clid, const zar_map_info &info, uint32_t *handle_out, Fill fill, Complete complete) {
   MapDraft<typename Kind::Record> draft(Kind::pool());
@@ -86,7 +86,7 @@ uint32_t create_map(uint32_t clid, const zar_map_info &info, uint32_t *handle_ou
   return kSuccess;
 }
 
-// Enters any kind of map into this kind's tree under its name key.
+// Inserts any kind of map into this kind's tree under its name key.
 template <class Kind>
 uint32_t store_map(uint32_t clid, uint32_t handle) {
   if (!valid_clid(Kind::kStore, clid)) return kInvalidArgument;
@@ -116,8 +116,8 @@ bool may_retrieve(uint32_t clid, const zar_map_info *info, const uint32_t *handl
   return zar_verify_map_info(info, Kind::kRetrieve) == kSuccess && valid;
 }
 
-// Not finding a map is a success with handle 0. Names compare as the tree does, so a key that extends a stored one may
-// find that map.
+// Not finding a map is a success with handle 0. Names compare as in the tree, so a key that begins with a stored one
+// may find that map.
 template <class Kind>
 uint32_t retrieve_map(uint32_t clid, const zar_map_info *info, uint32_t *handle_out) {
   if (!may_retrieve<Kind>(clid, info, handle_out)) return kInvalidArgument;
@@ -142,9 +142,9 @@ uint32_t retrieve_map(uint32_t clid, const zar_map_info *info, uint32_t *handle_
   return kSuccess;
 }
 
-// ---- What ends maps alike
+// ---- Deleting maps of all kinds
 
-// Gives back what a map holds beside its lists: handle, interned texts, name key, record.
+// Frees what a map holds apart from its lists: handle, interned texts, name key, record.
 template <class Map>
 void release_key(Map &map) {
   if (map.hash_str) bfree_named(map.hash_str);

@@ -13,8 +13,8 @@ extern "C" {
 
 /**
  * @defgroup zar_platform_engine Engine
- * What the library imports of the policy rule engine. It is used inside operations only; docs/platform.md tells what the
- * library relies on. Of the functions that answer a status, 0 is success.
+ * What the library imports from the policy rule engine. It is used only inside operations; docs/platform.md says what
+ * the library relies on. Functions that return a status return 0 for success.
  * @{
  */
 
@@ -22,16 +22,16 @@ extern "C" {
 extern uint32_t kel_trace_id;
 /** The engine's own clid. */
 extern uint32_t kel_clid;
-/** The name of the built-in template; parameter-maps named by a leading part of it start hidden. */
+/** The name of the built-in template; parameter-maps whose name is a leading part of it are created hidden. */
 extern const char *BUILTIN_DEVICE_TO_TEMPLATE;
 
 /**
- * Makes the instance of a policy-map on a target.
+ * Creates the instance of a policy-map on a target.
  *
  * @param instance_out  Receives the instance.
  * @param target        The target's handle.
- * @param clid          The client who activates.
- * @param key           Names the policy-map; good during the call only. 'hidden' is 0.
+ * @param clid          The client that activates the policy-map.
+ * @param key           Names the policy-map; valid only during the call. 'hidden' is 0.
  *
  * @return 0, or non-zero: the activation is then undone.
  */
@@ -42,42 +42,42 @@ uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32
  *
  * @param instance_out  Receives the instance.
  * @param target        The target's handle.
- * @param key           Names the policy-map; good during the call only. 'hidden' is 0.
+ * @param key           Names the policy-map; valid only during the call. 'hidden' is 0.
  *
- * @return 0, or non-zero when there is none.
+ * @return 0, or non-zero if there is none.
  */
 uint32_t kel_find_policy_instance(void **instance_out, uint32_t target, const zar_map_info *key);
 
 /**
- * Ends an instance.
+ * Deletes an instance.
  *
  * @param instance  The instance.
  *
- * @return 0: it is gone, and the handlers of its actions are told; otherwise they are not.
+ * @return 0: it is deleted, and the handlers of its actions are notified; otherwise they are not.
  */
 uint32_t kel_delete_policy_instance(void *instance);
 
 /**
  * Releases what the engine keeps in the policy context of a target.
  *
- * @param ae_context  What it put there; not NULL.
+ * @param ae_context  What the engine put there; not NULL.
  *
  * @return 0, or non-zero: the target's deletion then stops.
  */
 uint32_t kel_free_all_policy_ae_context(void *ae_context);
 
 /**
- * Tells the domain type of the parameter-maps of a domain.
+ * Returns the domain type of the parameter-maps of a domain.
  *
  * @param domain    The domain's name.
  * @param type_out  Receives the domain type.
  *
- * @return 0, or non-zero when the domain has none.
+ * @return 0, or non-zero if the domain has none.
  */
 uint32_t kel_parameter_map_get_type(const char *domain, uint32_t *type_out);
 
 /**
- * A short text for the way in which a class-map matches, for listings.
+ * Returns a short text for the way in which a class-map matches, for listings.
  *
  * @param criteria  Any number.
  *
@@ -86,7 +86,7 @@ uint32_t kel_parameter_map_get_type(const char *domain, uint32_t *type_out);
 const char *kel_cmap_match_criteria_get_string_short(uint32_t criteria);
 
 /**
- * A short text for the way in which an event takes rules, for listings.
+ * Returns a short text for the way in which an event selects rules, for listings.
  *
  * @param criteria  Any number.
  *
@@ -95,7 +95,7 @@ const char *kel_cmap_match_criteria_get_string_short(uint32_t criteria);
 const char *kel_pmap_class_match_get_string_short(uint32_t criteria);
 
 /**
- * A short text for the way in which a rule runs actions, for listings.
+ * Returns a short text for the way in which a rule runs actions, for listings.
  *
  * @param criteria  Any number.
  *

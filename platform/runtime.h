@@ -1,7 +1,7 @@
 /**
  * @file
- * The platform runtime, as the library imports it. Whoever loads the library brings these names; none of them is looked
- * up before the library is loaded, and the library has no dependency of its own that defines them.
+ * The platform runtime, as the library imports it. The host that loads the library must define these names; they are
+ * resolved when the library is loaded, and none of its own dependencies defines them.
  */
 #ifndef PLATFORM_RUNTIME_H
 #define PLATFORM_RUNTIME_H
@@ -12,7 +12,7 @@
 extern "C" {
 #endif
 
-/** Has the compiler hold the values of a call against the format in them, where it can. */
+/** Makes the compiler check the values of a call against its format, if it can. */
 #if defined(__GNUC__)
 #define PLATFORM_PRINTF(format_at, values_at) __attribute__((format(printf, format_at, values_at)))
 #else
@@ -21,9 +21,9 @@ extern "C" {
 
 /**
  * @defgroup zar_platform_runtime Platform runtime
- * The services that the library imports, as calls; docs/platform.md tells for each what it must guarantee, what it may
- * do, and what the library never does. All are called on the thread of the operation, and none before zar_init(). What
- * fails gives 0 or NULL, but for strncpy_s(). A tag tells what a request is for; a runtime may count by it or ignore it.
+ * The services that the library imports; docs/platform.md describes what each must guarantee, what it may do, and what
+ * the library never does. All are called on the thread of the operation, and none before zar_init(). A failing service
+ * returns 0 or NULL, except strncpy_s(). A tag says what a request is for; a runtime may count by tags or ignore them.
  * @{
  */
 
@@ -33,11 +33,11 @@ extern "C" {
  */
 
 /**
- * Makes a table.
+ * Creates a table.
  *
  * @param initial  How many ids it should have room for at first; a hint.
  * @param growth   How many it should grow by; a hint.
- * @param name     Its name for display; good during the call only.
+ * @param name     Its name for display; valid only during the call.
  * @param tag      What it is for.
  *
  * @return Its identifier.
@@ -45,18 +45,18 @@ extern "C" {
 uint16_t id_create_new_table(uint32_t initial, uint32_t growth, const char *name, uint32_t tag);
 
 /**
- * Gives an id for a pointer.
+ * Issues an id for a pointer.
  *
- * @param pointer  What the id is to lead to; not NULL. It may have other ids.
+ * @param pointer  The pointer that the id names; not NULL. It may have other ids.
  * @param table    The table.
  * @param tag      What the id is for.
  *
- * @return An id that is not live and was not live lately, or 0.
+ * @return An id that is not live and was not live recently, or 0.
  */
 uint32_t id_get(void *pointer, uint16_t table, uint32_t tag);
 
 /**
- * Leads from an id to its pointer.
+ * Returns the pointer that an id names.
  *
  * @param id      Any number but 0.
  * @param status  Receives 0 (live), 1 (never issued) or 2 (deleted).
@@ -72,7 +72,7 @@ void *id_to_ptr(uint32_t id, uint32_t *status, uint16_t table);
  * @param id     The id; it need not be live.
  * @param table  The table.
  *
- * @return Non-zero when it was live.
+ * @return Non-zero if it was live.
  */
 uint32_t id_delete(uint32_t id, uint16_t table);
 
@@ -81,7 +81,7 @@ uint32_t id_delete(uint32_t id, uint16_t table);
  *
  * @param table  The table.
  *
- * @return Non-zero when there was one.
+ * @return Non-zero if there was one.
  */
 uint32_t id_destroy_table(uint16_t table);
 
@@ -93,49 +93,49 @@ uint32_t id_destroy_table(uint16_t table);
  */
 
 /**
- * Makes a pool of records, which grows as needed.
+ * Creates a pool of records, which grows as needed.
  *
- * @param size       Bytes of a record.
+ * @param size       The size of a record, in bytes.
  * @param per_chunk  How many records it grows by; a hint.
  * @param flags      Always 0x111.
  * @param reserved   Always 0.
  * @param tag        What the records are.
  *
- * @return The pool, or NULL; the library then asks again when it needs a record.
+ * @return The pool, or NULL; the library then tries again when it needs a record.
  */
 chunk_pool *chunk_create_bmalloc(size_t size, uint32_t per_chunk, uint32_t flags, uint32_t reserved, uint32_t tag);
 
 /**
- * Makes a pool of records under a display name.
+ * Creates a pool of records under a display name.
  *
  * @param name        Its name; it lives as long as the process.
- * @param size        Bytes of a record.
+ * @param size        The size of a record, in bytes.
  * @param per_chunk   How many records it grows by; a hint.
  * @param flags       Always 0x111.
  * @param reserved_1  Always 0.
  * @param reserved_2  Always 0.
  *
- * @return The pool, or NULL; the library then asks again when it needs a record.
+ * @return The pool, or NULL; the library then tries again when it needs a record.
  */
 chunk_pool *chunk_create(const char *name, size_t size, uint32_t per_chunk, uint32_t flags, uint32_t reserved_1,
                          uint32_t reserved_2);
 
 /**
- * Takes a record out of a pool.
+ * Takes a record from a pool.
  *
  * @param pool  The pool.
  *
- * @return A record that is aligned for pointers, of whatever content, or NULL.
+ * @return A record aligned for pointers, with any content, or NULL.
  */
 void *chunk_malloc(chunk_pool *pool);
 
 /**
- * Gives a record back.
+ * Returns a record to its pool.
  *
  * @param pool    The pool that it was taken from.
- * @param record  The record, which stands in no tree and no queue.
+ * @param record  The record, which is in no tree and no queue.
  *
- * @return Non-zero when it was out of this pool.
+ * @return Non-zero if it came from this pool.
  */
 uint32_t chunk_free(chunk_pool *pool, void *record);
 
@@ -143,29 +143,29 @@ uint32_t chunk_free(chunk_pool *pool, void *record);
 
 /**
  * @name AVL trees
- * An ::avl_node is the first member of each record. Whatever a comparator answers, the tree stays linked and loses no
- * node: those of the map trees are no consistent order.
+ * An ::avl_node is the first member of each record. The tree must stay linked and lose no node, whatever a comparator
+ * returns: those of the map trees do not define a consistent order.
  * @{
  */
 
 /**
- * Makes an empty tree.
+ * Initialises an empty tree.
  *
  * @param tree       Where; zeroed.
  * @param compare    Its order.
- * @param free_node  What hears of each node when the tree is emptied.
+ * @param free_node  Called for each node when the tree is emptied.
  *
  * @return Non-zero on success.
  */
 uint32_t i_avl_tree_init(avl_tree *tree, avl_compare_fn compare, avl_free_fn free_node);
 
 /**
- * Enters a record.
+ * Inserts a record.
  *
  * @param tree    The tree.
  * @param record  The record.
  *
- * @return Non-zero on success; 0 when an equal key is present or the record is in a tree already, whichever that is.
+ * @return Non-zero on success; 0 if an equal key is present or the record is already in a tree, this one or another.
  */
 uint32_t i_avl_insert(avl_tree *tree, void *record);
 
@@ -173,28 +173,28 @@ uint32_t i_avl_insert(avl_tree *tree, void *record);
  * Finds a record.
  *
  * @param tree   The tree.
- * @param probe  A record of which only the key is set.
+ * @param probe  A record with only its key set.
  *
  * @return The record that compares equal, or NULL.
  */
 void *i_avl_search(avl_tree *tree, const void *probe);
 
 /**
- * Takes a record out: 'probe' itself when it is one of the tree, else the one that compares equal.
+ * Removes a record: 'probe' itself if it is in the tree, else the one that compares equal.
  *
  * @param tree     The tree.
- * @param probe    A record of the tree, or one of which only the key is set.
- * @param removed  Receives the record that was taken out.
+ * @param probe    A record of the tree, or one with only its key set.
+ * @param removed  Receives the removed record.
  *
- * @return Non-zero on success; 0 when nothing compares equal.
+ * @return Non-zero on success; 0 if nothing compares equal.
  */
 uint32_t i_avl_delete(avl_tree *tree, void *probe, void **removed);
 
 /**
- * Empties a tree: unlinks each record, then calls the tree's free function on it, which may take further records out of
+ * Empties a tree: unlinks each record, then calls the tree's free function on it, which may remove further records from
  * the tree.
  *
- * @param tree     The tree, which can be used again.
+ * @param tree     The tree, which can be used again afterwards.
  * @param context  The tree again.
  */
 void i_avl_remove(avl_tree *tree, void *context);
@@ -211,7 +211,7 @@ void i_avl_get_first(avl_node *root, void **first);
  * Finds the record that follows another.
  *
  * @param tree     The tree.
- * @param current  A record of the tree; or a probe, of which the first record that sorts after it is meant.
+ * @param current  A record of the tree; or a probe, which stands for the first record that sorts after it.
  * @param next     Receives the record, or NULL.
  */
 void i_avl_get_next(avl_tree *tree, void *current, void **next);
@@ -220,21 +220,21 @@ void i_avl_get_next(avl_tree *tree, void *current, void **next);
 
 /**
  * @name Queues
- * The first word of each element is its ::queue_link. One element may stand in several queues, and several times in one.
+ * The first word of each element is its ::queue_link. One element may be in several queues, and several times in one.
  * No queue service can fail.
  * @{
  */
 
 /**
- * Makes an empty queue.
+ * Initialises an empty queue.
  *
- * @param queue  Where, of whatever content.
- * @param limit  The most elements; always 0: no limit.
+ * @param queue  Where, with any content.
+ * @param limit  The maximum number of elements; always 0: no limit.
  */
 void queue_init(queue_head *queue, uint32_t limit);
 
 /**
- * Puts an element at the tail.
+ * Adds an element at the tail.
  *
  * @param queue    The queue.
  * @param element  The element.
@@ -242,7 +242,7 @@ void queue_init(queue_head *queue, uint32_t limit);
 void queue_enqueue(queue_head *queue, void *element);
 
 /**
- * Takes the head out.
+ * Removes the head.
  *
  * @param queue  The queue.
  *
@@ -251,18 +251,18 @@ void queue_enqueue(queue_head *queue, void *element);
 void *queue_dequeue(queue_head *queue);
 
 /**
- * Goes on to the next element. An element that was given may be taken out and freed once the next one was fetched;
- * inserting never disturbs a cursor.
+ * Returns the next element. An element may be removed and freed once the next one has been fetched; insertions never
+ * disturb a cursor.
  *
  * @param queue   The queue.
- * @param cursor  Where the walk is; zeroed, before the first element. It is moved onto the element.
+ * @param cursor  The position of the walk; if zeroed, before the first element. It is moved to the returned element.
  *
- * @return The element, or NULL behind the last.
+ * @return The element, or NULL after the last.
  */
 void *queue_get_next(const queue_head *queue, queue_cursor *cursor);
 
 /**
- * Puts an element right behind another.
+ * Inserts an element right after another.
  *
  * @param queue        The queue.
  * @param element      The element.
@@ -271,7 +271,7 @@ void *queue_get_next(const queue_head *queue, queue_cursor *cursor);
 void queue_insqueue(queue_head *queue, void *element, void *predecessor);
 
 /**
- * Puts an element at the head.
+ * Inserts an element at the head.
  *
  * @param queue    The queue.
  * @param element  The element.
@@ -279,7 +279,7 @@ void queue_insqueue(queue_head *queue, void *element, void *predecessor);
 void queue_requeue(queue_head *queue, void *element);
 
 /**
- * Takes an element out: the first, where it stands several times; nothing, where it does not.
+ * Removes an element: its first occurrence, if it is there several times; nothing, if it is not there.
  *
  * @param queue    The queue.
  * @param element  The element.
@@ -296,7 +296,7 @@ void queue_unqueue(queue_head *queue, void *element);
 /**
  * Keeps a text.
  *
- * @param text    The text; good during the call only.
+ * @param text    The text; valid only during the call.
  * @param length  Its characters.
  * @param out     Receives a reference, which equal texts may share.
  * @param tag     What it is for.
@@ -306,21 +306,21 @@ void queue_unqueue(queue_head *queue, void *element);
 uint32_t sdb_add_block(const char *text, uint32_t length, sdb_ref *out, uint32_t tag);
 
 /**
- * Ends one addition of a text. It stays for as long as it was added more often than removed.
+ * Cancels one addition of a text. The text stays as long as it was added more often than removed.
  *
  * @param reference  The text.
- * @param tag        What it was for; it need not be the one that it was added with.
+ * @param tag        What it was for; it may differ from the tag with which it was added.
  *
  * @return Non-zero on success.
  */
 uint32_t sdb_remove_block(sdb_ref reference, uint32_t tag);
 
 /**
- * Leads from a reference to its text.
+ * Returns the text of a reference.
  *
  * @param reference  The text; not NULL.
  *
- * @return The text, ended by a NUL, at the same address for as long as it is kept.
+ * @return The text, ended by a NUL, at the same address as long as it is kept.
  */
 const char *sdb_string_addr_ptr(sdb_ref reference);
 
@@ -335,7 +335,7 @@ const char *sdb_string_addr_ptr(sdb_ref reference);
  * Allocates zeroed bytes.
  *
  * @param count  How many.
- * @param size   Of how many bytes each.
+ * @param size   The size of each, in bytes.
  * @param tag    What they are for.
  *
  * @return The block, aligned for pointers, or NULL.
@@ -343,7 +343,7 @@ const char *sdb_string_addr_ptr(sdb_ref reference);
 void *bcalloc_named(size_t count, size_t size, uint32_t tag);
 
 /**
- * Copies a text into a block of its own.
+ * Copies a text into a new block.
  *
  * @param text  The text.
  * @param tag   What it is for.
@@ -353,21 +353,21 @@ void *bcalloc_named(size_t count, size_t size, uint32_t tag);
 char *bstrdup_named(const char *text, uint32_t tag);
 
 /**
- * Gives a block back.
+ * Frees a block.
  *
- * @param memory  What either of the two gave; NULL does nothing.
+ * @param memory  A block from either of the two above; NULL does nothing.
  */
 void bfree_named(void *memory);
 
 /**
  * Copies at most 'count' characters and a terminator, as in Annex K of C11.
  *
- * @param to       Where; left empty when they do not fit.
- * @param to_size  Bytes of that place.
+ * @param to       Where; left empty if they do not fit.
+ * @param to_size  The size of that place, in bytes.
  * @param from     The text.
- * @param count    The most characters.
+ * @param count    The maximum number of characters.
  *
- * @return 0 on success, non-zero when they do not fit or 'from' is NULL.
+ * @return 0 on success, non-zero if they do not fit or 'from' is NULL.
  */
 int strncpy_s(char *to, size_t to_size, const char *from, size_t count);
 
@@ -379,22 +379,23 @@ int strncpy_s(char *to, size_t to_size, const char *from, size_t count);
  */
 
 /**
- * Whether messages are wanted.
+ * Returns whether messages are wanted.
  *
- * @param module  Of whom; the library gives 'kel_trace_id'.
- * @param level   Which: 3 for errors, 6 for information.
+ * @param module  The module that traces; the library passes 'kel_trace_id'.
+ * @param level   The level: 3 for errors, 6 for information.
  *
- * @return Non-zero when they are.
+ * @return Non-zero if they are.
  */
 uint32_t btrace_module_test(uint32_t module, uint32_t level);
 
 /**
- * Takes a message. Is called after btrace_module_test() said that it is wanted.
+ * Takes a message. It is called after btrace_module_test() has returned that it is wanted.
  *
- * @param module    Whose it is.
- * @param level     Which it is.
+ * @param module    The module that traces.
+ * @param level     The level.
  * @param reserved  Always 0.
- * @param format    The message, with the conversions s, d, x, p and lu for values, which are good during the call only.
+ * @param format    The message, with the conversions s, d, x, p and lu for values, which are valid only during the
+ *                  call.
  */
 void btrace_wrapper(uint32_t module, uint32_t level, uint32_t reserved, const char *format, ...) PLATFORM_PRINTF(4, 5);
 

@@ -1,5 +1,5 @@
-// The actions of parameter-map statements. An action number occurs once in a statement: giving it again refreshes the
-// action that has it, or puts another one in its place.
+// The actions of parameter-map statements. An action number occurs once in a statement: using it again updates the
+// action that has it, or replaces it by another one.
 #include "objects/leaves.h"
 #include "pmtr/statements.h"
 #include "zar/compose.h"
@@ -14,14 +14,14 @@ uint32_t number_of(const zar_action &action) {
   return action.action_num;
 }
 
-// Gives the action that has the number already the new precedence and data.
+// Sets the precedence and data of the action that already has the number.
 void refresh(uint32_t action_handle, uint8_t action_num, uint16_t precedence, const zar_action_context *context) {
   TRACE_INFO("(info): same action number: %d, same action.Replacing action in pmtr-map", action_num);
   if (auto *action = resolve<zar_action>(action_handle)) action->precedence = precedence;
   zar_replace_old_action_hdl(action_handle, context);
 }
 
-// What every walk over the actions of a statement asks first, fault by fault; 'map' is set when all is well.
+// The checks at the beginning of every walk over the actions of a statement, in order; sets 'map' if all pass.
 Status may_walk_actions(const char *name, uint32_t clid, uint32_t pmtr_map, const uint32_t *action_out,
                         const zar_pmtr_map *&map) {
   if (!valid_clid(name, clid)) return kInvalidArgument;
@@ -37,8 +37,8 @@ void trace_no_statement() {
 
 }  // namespace
 
-// The context is copied into the action and freed, except when the action cannot be put into the statement: then it stays
-// the caller's.
+// The context is copied into the action and freed, unless the action cannot be added to the statement: then it stays
+// with the caller.
 uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8_t action_num, uint16_t precedence,
                                     zar_action_context *context) {
   if (!context) {
@@ -56,7 +56,7 @@ uint32_t zar_pmtr_map_create_action(uint32_t pmtr_map, uint32_t map_index, uint8
     return kSuccess;
   }
   if (existing != 0) {
-    // The old action is only unlinked: what becomes of it is the engine's decision.
+    // The old action is only unlinked: the engine decides what to do with it.
     zar_remove_action_from_pmtr_stmt_action(pmtr_map, map_index, existing);
     TRACE_INFO("(info): same action number: %d, but new action.Removed action in pmtr-map", action_num);
   }
@@ -176,7 +176,7 @@ uint32_t zar_pmtr_get_next_action_index(uint32_t clid, uint32_t pmtr_map, uint32
                                           [current](const zar_action &action) { return action.handle == current; });
   if (!found.current) {
     *action_out = 0;
-    // What is printed is the search's result, which is nothing, not the handle that was sought.
+    // This prints the result of the search, which is none, not the handle that was searched for.
     TRACE_INFO("(info): %s: Error: no matching action:0x%p found.", kName, address(found.current));
     return kNothingFound;
   }

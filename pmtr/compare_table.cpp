@@ -1,7 +1,7 @@
-// The compare table: whether what a subscriber offers satisfies a statement.
+// The compare table: whether a subscriber's values satisfy a statement.
 //
-// A slot for each filter type. The engine starts the table for a statement's class-map, enters each value that the
-// subscriber offers, and asks for the answer. There is one table: one evaluation at a time.
+// It has a slot for each filter type. The engine initialises the table for a statement's class-map, enters each of the
+// subscriber's values, and asks for the result. There is only one table, so one evaluation at a time.
 #include "core/checks.h"
 #include "zar/compose.h"
 #include "zar/pmtr.h"

@@ -11,11 +11,11 @@ namespace {
 constexpr char kName[] = "get_pmtr_filter_expr_by_type";
 constexpr uint32_t kCopyTag = 0x3e00026;
 constexpr uint32_t kCopyRoom = 10;
-constexpr uint32_t kPositions = 256;  // what the one-byte position counter can tell apart
+constexpr uint32_t kPositions = 256;  // the range of the one-byte position counter
 
 enum class Comparison { differs, matches, out_of_positions };
 
-// Whether 'expression' begins with all of 'keyword' and goes on behind it.
+// Whether 'expression' begins with all of 'keyword' and is longer.
 Comparison compare(const char *expression, const char *keyword) {
   uint32_t position = 0;
   while (keyword[position]) {
@@ -25,7 +25,7 @@ Comparison compare(const char *expression, const char *keyword) {
   return expression[position] ? Comparison::matches : Comparison::differs;
 }
 
-// A copy of the filter's text, empty when it has none; no copy when there is no memory.
+// A copy of the filter's text, empty if it has none; no copy if there is no memory.
 OwnedText copy_expression(const zar_filter &filter) {
   OwnedText text(filter.filter_str_fn(filter.filter_data));
   const char *expression = text ? text.get() : "";
@@ -35,7 +35,7 @@ OwnedText copy_expression(const zar_filter &filter) {
   return copy;
 }
 
-// The first expression that begins with the keyword goes into the caller's buffer, whose size is not known.
+// The first expression that begins with the keyword is copied to the caller's buffer, whose size is unknown.
 uint32_t search(const queue_head &filters, const char *keyword, char *text_out) {
   for (const zar_filter &filter : Elements<zar_filter>(filters)) {
     if (!filter.filter_str_fn) return kNothingFound;

@@ -1,4 +1,4 @@
-// Parameter-map records: made, stored, retrieved, walked and deleted.
+// Parameter-map records: creating, storing, retrieving, walking and deleting them.
 #include <cstring>
 
 #include "core/trees.h"
@@ -74,7 +74,7 @@ void free_statements(zar_pmtr_map &map, const char *name) {
   }
 }
 
-// The domain's text is not given back: it stays interned once more for each parameter-map that was deleted.
+// The domain's text is not released: it stays interned once for each deleted parameter-map.
 void zar_release_pmtr_map(uint32_t handle, const char *name) {
   auto *map = resolve<zar_pmtr_map>(handle);
   if (!map) {
@@ -131,7 +131,7 @@ uint32_t zar_delete_stored_pmtr_map(uint32_t pmtr_map, zar_db *database) {
   return kSuccess;
 }
 
-// A stored parameter-map that is deleted this way stays in its tree: callers delete it through the operation above.
+// A stored parameter-map deleted in this way stays in its tree: callers must delete it with the operation above.
 uint32_t zar_delete_pmtr_map(uint32_t pmtr_map) {
   static constexpr char kName[] = "delete_pmtr_map";
   if (!require<zar_pmtr_map>(kName, pmtr_map)) return kInvalidArgument;
@@ -149,7 +149,7 @@ uint32_t zar_get_first_pmtr_map(uint32_t clid, uint32_t *pmtr_map_out) {
   return first_map<ParameterMapWalk>(clid, pmtr_map_out);
 }
 
-// The cursor is looked at before the client, other than in the walks over policy-maps and class-maps.
+// The cursor is checked before the client, unlike in the walks over policy-maps and class-maps.
 uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current_handle, uint32_t *pmtr_map_out) {
   auto *current = require_any_map<zar_pmtr_map>(ParameterMapWalk::kNext, current_handle);
   if (!current) return kInvalidArgument;

@@ -1,7 +1,8 @@
 // The statements of parameter-maps.
 //
-// A statement keeps its filters in a class-map of its own, an ordinary one of the domain "subscriber" that is hidden from
-// listings and named "__PMTR__", the parameter-map's name and the map-index. It lives exactly as long as the statement.
+// A statement keeps its filters in a class-map of its own, an ordinary one of the domain "subscriber" that is hidden
+// from listings. Its name consists of "__PMTR__", the parameter-map's name and the map-index. It lives as long as the
+// statement.
 #include "pmtr/statements.h"
 
 #include <cstdio>
@@ -25,20 +26,20 @@ constexpr char kAddStatement[] = "add_pmtr_map_stmt_to_pmtr_map";
 constexpr char kDeleteStatement[] = "delete_pmtr_map_statement";
 constexpr uint32_t kMatchAll = 1;
 
-// What tells a statement that is made for the first time from one that takes the place of another.
+// The differences between a statement that is new and one that replaces another.
 struct Making {
   uint32_t domain_tag;
   uint32_t name_tag;
   uint32_t name_room;  // bytes of the name buffer beyond the parameter-map's name
   bool names_map;      // whether a missing record is reported with the parameter-map's name
-  bool keeps_texts;    // whether the copies of domain and name last until the statement is in its list
+  bool keeps_texts;    // whether the copies of domain and name are kept until the statement is in its list
 };
 constexpr Making kFirstTime{
     .domain_tag = 0x3e0002b, .name_tag = 0x3e00028, .name_room = 11, .names_map = true, .keeps_texts = false};
 constexpr Making kReplacing{
     .domain_tag = 0x3e0002e, .name_tag = 0x3e00027, .name_room = 12, .names_map = false, .keeps_texts = true};
 
-// ---- Making statements
+// ---- Creating statements
 
 void trace_no_statement_record(const Making &making, uint32_t owner, const char *map_name) {
   if (making.names_map) {
@@ -48,7 +49,7 @@ void trace_no_statement_record(const Making &making, uint32_t owner, const char 
   }
 }
 
-// The name of the hidden class-map. Its buffer holds the index however long it is.
+// The name of the hidden class-map. Its buffer has room for an index of any length.
 OwnedText hidden_name(const Making &making, const char *map_name, uint32_t map_index) {
   constexpr char kFormat[] = "__PMTR__%s%d";
   const size_t needed = static_cast<size_t>(std::snprintf(nullptr, 0, kFormat, map_name, map_index)) + 1;
@@ -59,7 +60,7 @@ OwnedText hidden_name(const Making &making, const char *map_name, uint32_t map_i
   return name;
 }
 
-// Makes the hidden class-map and stores it; 0 when either fails, with nothing left of it.
+// Creates the hidden class-map and stores it; 0 if either fails, with nothing left behind.
 uint32_t make_hidden_class(uint32_t owner, const char *domain, const char *name) {
   zar_map_info info{.domain = domain, .domain_type = kControl, .map_name = name, .hidden = 1};
   uint32_t cmap = 0;
@@ -127,7 +128,7 @@ struct FilterRequest {
   uint8_t type;
 };
 
-// A filter that cannot be made or added is not reported.
+// A filter that cannot be created or added is not reported.
 void add_new_filter(zar_cmap &cmap, const FilterRequest &wanted) {
   uint32_t filter = 0;
   if (zar_pmtr_create_filter(wanted.context, &filter, wanted.no_match, wanted.regex, wanted.flag, wanted.type) !=
@@ -143,7 +144,7 @@ void add_new_filter(zar_cmap &cmap, const FilterRequest &wanted) {
   }
 }
 
-// An equal filter takes over the new context instead of standing beside a second one.
+// An equal filter takes over the new data instead of a second filter being added.
 uint32_t add_or_replace_filter(uint32_t cmap_handle, const FilterRequest &wanted) {
   uint32_t equal_filter = 0;
   uint32_t status = zar_retrieve_filter(cmap_handle, wanted.context, wanted.no_match, &equal_filter);
@@ -163,7 +164,8 @@ uint32_t add_or_replace_filter(uint32_t cmap_handle, const FilterRequest &wanted
 
 // ---- Deleting statements
 
-// Frees the actions of a statement and its hidden class-map. For what runs meanwhile there is no such statement.
+// Frees the actions of a statement and its hidden class-map. For callbacks that run during this the statement does not
+// exist.
 void free_contents(zar_pmtr_map_stmt &statement, uint32_t owner) {
   const Ending ending(&statement);
   while (auto *action = take_first<zar_action>(statement.action_queue)) {
@@ -208,7 +210,7 @@ uint32_t zar_pmtr_create_or_add_filter(uint32_t pmtr_map, const zar_filter_conte
   const zar_pmtr_map_stmt *statement = find_statement(*record, map_index);
   if (statement && !replace) return add_or_replace_filter(statement->internal_cmap, wanted);
   if (statement) trace_statement_removal(map_index, zar_pmtr_delete_filter(pmtr_map, map_index) == kSuccess);
-  // What was freed may have taken the parameter-map with it.
+  // A free function may have deleted the parameter-map.
   if (!map) return kInvalidArgument;
 
   uint32_t cmap = 0;

@@ -7,14 +7,14 @@
 
 namespace zar {
 
-// The first statement with this map-index, or NULL. One whose contents are being freed counts as not there.
+// The first statement with this map-index, or NULL. One whose contents are being freed does not count.
 inline zar_pmtr_map_stmt *find_statement(const zar_pmtr_map &map, uint32_t map_index) {
   return find<zar_pmtr_map_stmt>(map.stmt_queue, [map_index](const zar_pmtr_map_stmt &other) {
     return other.map_index == map_index && !is_ending(&other);
   });
 }
 
-// Says of a statement that was to be deleted whether it was.
+// Traces whether a statement was deleted.
 void trace_statement_removal(uint32_t map_index, bool removed);
 
 }  // namespace zar

@@ -1,4 +1,4 @@
-// The engine's own way to parameter-maps: by name alone, in the domain "subscriber", as the owner of that domain.
+// The engine's own access to parameter-maps: by name alone, in the domain "subscriber", as the owner of that domain.
 #include "core/checks.h"
 #include "core/text.h"
 #include "zar/pmtr.h"
@@ -7,7 +7,7 @@ using namespace zar;
 
 namespace {
 
-// A map info of copies, which live as long as it does.
+// A map info with its own copies of the texts.
 class CopiedInfo {
  public:
   CopiedInfo(const char *name, uint32_t domain_type, uint32_t name_tag, uint32_t domain_tag)
@@ -77,7 +77,8 @@ uint32_t kel_delete_subscriber_parameter_map(const char *name, uint32_t domain_t
   return status;
 }
 
-// A name that does not fit its buffer is looked for as the empty name, and counts as not found whatever has that one.
+// A name that does not fit its buffer is searched for as the empty name, and counts as not found even if a map has that
+// name.
 uint32_t kel_is_pmap_created(const char *name) {
   constexpr size_t kNameSize = 100;
   const char *subscriber = kel_parameter_map_subscriber_domain_str;

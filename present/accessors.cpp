@@ -1,6 +1,6 @@
-// What can be read of records through their handles, the configuration texts, and the release of callers' contexts.
+// Reading records through their handles, the configuration texts, and freeing callers' contexts.
 //
-// An accessor whose handle has no context says so under a blank name and answers 0 or no text.
+// An accessor whose handle has no context traces this under a blank name and returns 0 or no text.
 #include <cstdio>
 
 #include "core/checks.h"
@@ -15,7 +15,7 @@ namespace {
 constexpr char kNoName[] = " ";
 constexpr uint32_t kFilterTextTag = 0x3e00009;
 
-// What 'read' tells of the record behind 'handle', or 'Answer{}' when there is none.
+// The result of 'read' for the record behind 'handle', or 'Answer{}' if there is none.
 template <class Record, class Read>
 auto read_of(uint32_t handle, Read read) -> decltype(read(*require<Record>(kNoName, handle))) {
   Record *record = require<Record>(kNoName, handle);
@@ -180,7 +180,7 @@ void zar_free_client_filter_params_context(zar_filter_context *context) {
 
 void kel_vbuginf(const char *, ...) {}
 
-// Event debugging counts as active whatever the trace settings.
+// Event debugging counts as active, whatever the trace settings are.
 uint32_t kel_debugging_event_active(void) {
   return kYes;
 }

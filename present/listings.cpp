@@ -1,5 +1,5 @@
 // The show listings. Every line goes through the caller's printer, whose first value is the caller's line prefix; the
-// library keeps nothing of it. Composed texts are built in buffers of 100 bytes and cut at 99 characters.
+// library keeps none of it. Composed texts are built in buffers of 100 bytes and cut at 99 characters.
 #include <cstdio>
 
 #include "compose/rules.h"
@@ -27,10 +27,10 @@ bool printer_given(const char *name, zar_printer_fn printer) {
 
 // ---- Policy-maps
 
-// Prints policy-maps to one printer. 'verbose' names what each line shows and adds the counts of executions.
+// Prints policy-maps to one printer. 'verbose' adds the label of each line and the counts of executions.
 //
-// A printer may delete what the line shows. So the walk over what a record holds begins before the line of the record is
-// printed, and nothing is read of a record after its line.
+// A printer may delete what the line shows. So the walk over a record's contents begins before the record's line is
+// printed, and the record is not read after its line.
 class PolicyMapPrinter {
  public:
   PolicyMapPrinter(zar_printer_fn printer, const char *prefix, bool verbose)
@@ -49,7 +49,7 @@ class PolicyMapPrinter {
   }
 
  private:
-  // Without memory for an event's line the events that remain are left out.
+  // Without memory for an event's line the remaining events are omitted.
   void print_events(Elements<zar_event_tuple> &events) const {
     for (const zar_event_tuple &event : events) {
       Elements<zar_class_action> rules(event.class_actions);
@@ -76,7 +76,7 @@ class PolicyMapPrinter {
     return true;
   }
 
-  // Without memory for a rule's line the rules that remain of the event are left out, with their actions.
+  // Without memory for a rule's line the remaining rules of the event are omitted, with their actions.
   void print_rules(Elements<zar_class_action> &rules) const {
     for (const zar_class_action &rule : rules) {
       Elements<zar_action> actions(rule.actions);
@@ -135,7 +135,7 @@ class ClassMapTable {
     print_(kHeadFormat, prefix_, "---------", "------", "----", "---", "----", "----", suffix_);
   }
 
-  // The maps of one database. A walk over all leaves hidden class-maps out; one that is asked for by name is shown.
+  // The maps of one database. A walk over all omits hidden class-maps; a class-map given by name is shown.
   Status print_database(zar_db *database) const {
     OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? kAllClassMapsTag : kOneClassMapTag);
     if (!cell) {
@@ -165,7 +165,7 @@ class ClassMapTable {
     return kSuccess;
   }
 
-  // The counts are cut to what their columns hold; the column of the hits is the narrower one.
+  // The counts are cut to the width of their columns; the column of the hits is narrower.
   void print_row(const char *cell, const char *filter_text, const zar_filter &filter) const {
     print_("%s%-27s %-29s %5lu %4lu %5lu %5lu%s", prefix_, cell, filter_text, modulo(filter.exec_count, 10000),
            modulo(filter.hit_count, 1000), modulo(filter.miss_count, 10000), modulo(filter.comp_count, 10000), suffix_);

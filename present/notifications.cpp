@@ -1,8 +1,8 @@
-// What action handlers are told: that an action came into force on targets, or went out of force.
+// Notifications to action handlers that an action became active or inactive on targets.
 //
-// A notification carries a list of target information records, made when the first record is put into it. One call uses
-// one list for all its notifications and puts the records in anew before each, so that the n-th notification finds them n
-// times. The list is handed over: the handlers' side frees it, after the call.
+// A notification has a list of target information records, created when the first record is added to it. One call uses
+// one list for all its notifications and adds the records again before each, so that the n-th notification finds them n
+// times. The list is handed over: the handlers free it, after the call.
 #include "compose/rules.h"
 #include "core/text.h"
 #include "zar/present.h"
@@ -16,7 +16,7 @@ constexpr uint32_t kTargetListTag = 0x3e0000d;
 
 constexpr uint32_t kAdded = 0, kRemoved = 1;
 
-// A list that no handler got goes back.
+// A list that no handler received is freed.
 class TargetList {
  public:
   explicit TargetList(uint32_t tag) : tag_(tag) {}
@@ -26,13 +26,13 @@ class TargetList {
     if (list_ && !handed_over_) bfree_named(list_);
   }
 
-  // False when there is no memory for the list. The platform may lack the memory for an entry: then the record is not in it.
+  // False if there is no memory for the list. The platform may lack memory for an entry: then the record is not in it.
   bool add(zar_target_info *info) {
     if (!list_) list_ = make();
     if (list_) append(*list_, info);
     return list_;
   }
-  // Asked after an add() that had memory for the list.
+  // Called after an add() that had memory for the list.
   bool empty() const { return list_->count == 0; }
   queue_head *hand_over() {
     handed_over_ = true;
@@ -53,7 +53,7 @@ class TargetList {
 
 enum class Collected { none, some, out_of_memory };
 
-// Adds the targets on which the policy-map is active. What counts is what stands in the list.
+// Adds the targets on which the policy-map is active. The result depends on what is in the list.
 Collected zar_collect_pmap_targets(const zar_pmap &pmap, TargetList &list) {
   Collected result = Collected::none;
   for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs)) {
@@ -64,8 +64,8 @@ Collected zar_collect_pmap_targets(const zar_pmap &pmap, TargetList &list) {
   return result;
 }
 
-// Tells the handlers of the rule's actions that they are out of force where the policy-map is active. False when memory
-// for the list runs out, or when a handler deleted the policy-map: that ends the whole call.
+// Notifies the handlers of the rule's actions that these became inactive on the policy-map's targets. False if memory
+// for the list runs out or a handler deleted the policy-map: that ends the whole call.
 bool notify_removal(const zar_class_action &rule, const Watched<zar_pmap> &pmap, TargetList &list) {
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!pmap) return false;
@@ -77,7 +77,7 @@ bool notify_removal(const zar_class_action &rule, const Watched<zar_pmap> &pmap,
   return true;
 }
 
-// Tells the handlers of the rule's actions about one target.
+// Notifies the handlers of the rule's actions about one target.
 bool notify_of_target(const zar_class_action &rule, uint32_t removed, zar_target_info *info, TargetList &list) {
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!action.action_notify_fn) continue;
@@ -94,7 +94,7 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
   const auto *action = resolve<zar_action>(action_handle);
   if (!action || !action->action_notify_fn) return;
   const auto *pmap = require<zar_pmap>("shim_action_added_removed", pmap_handle);
-  // Without data nobody is told, and no list is made that nobody would free.
+  // Without data no handler is notified, so no list is created that nobody would free.
   if (!pmap || !action->action_data) return;
 
   TargetList list(kPmapListTag);

@@ -1,4 +1,4 @@
-// The question whether a policy uses a parameter-map, and new data for actions and filters that keep their place.
+// Checking whether a policy uses a parameter-map, and replacing the data of actions and filters in place.
 #include "compose/rules.h"
 #include "objects/leaves.h"
 #include "present/selection.h"
@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kAskName[] = "check_param_map";
 
-// An action that cannot be asked ends the questions to its rule: the actions behind it are not asked.
+// An action without a check function ends the walk over its rule: the actions after it are not asked.
 bool rule_uses(const zar_class_action &rule, const void *param_map) {
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!action.action_param_map_check_fn) return false;
@@ -47,7 +47,7 @@ uint32_t zar_is_param_map_assoc_with_policy(const void *param_map) {
 }
 
 // Both records are checked, without a name, before either refuses. Only the data is replaced: the functions stay. The
-// record has its new data before the old is freed, so that nothing that runs then meets the old.
+// record has its new data before the old is freed, so that callbacks that run then do not see the old.
 void zar_replace_old_action_hdl(uint32_t action_handle, const zar_action_context *context) {
   bool valid = zar_verify_action_context(context, nullptr) == kSuccess;
   zar_action *action = require_action(nullptr, action_handle);

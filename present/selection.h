@@ -8,7 +8,7 @@
 
 namespace zar {
 
-// The maps of a database in key order, as the operations on its trees give them.
+// The maps of a database in key order, as returned by the operations on its trees.
 inline avl_tree *tree_of(const zar_db &database, const zar_pmap *) {
   return database.pmap_tree;
 }
@@ -36,8 +36,8 @@ inline zar_cmap *next_in(zar_db *database, zar_cmap *current) {
   return record;
 }
 
-// The first map of this kind, in key order, that 'wanted' accepts, or NULL; maps of another kind that were stored in the
-// tree are passed over. Whatever 'wanted' does to the tree, it is given none that was taken out.
+// The first map of this kind, in key order, that 'wanted' accepts, or NULL; maps of another kind that were stored in
+// the tree are skipped. Whatever 'wanted' does to the tree, it is not called with a map that was removed.
 template <class Map, class Wanted>
 Map *find_map(zar_db *database, Wanted wanted) {
   constexpr const Map *kNone = nullptr;
@@ -51,7 +51,7 @@ Map *find_map(zar_db *database, Wanted wanted) {
   return nullptr;
 }
 
-// What an operation was asked for: all maps of the domain's databases, or the first with a name in each.
+// The selection of an operation: all maps of the domain's databases, or the first with a name in each.
 struct Selection {
   const char *domain;
   const char *name;
@@ -64,7 +64,7 @@ bool has_name(const Map &map, const char *name) {
   return text && std::strcmp(text, name) == 0;
 }
 
-// Hands each selected map of a database to 'visit' until that answers something else than success.
+// Passes each selected map of a database to 'visit' until it returns anything but success.
 template <class Map, class Visit>
 Status for_each_selected_in(zar_db *database, const Selection &wanted, Visit visit) {
   Status status = kSuccess;
@@ -76,15 +76,15 @@ Status for_each_selected_in(zar_db *database, const Selection &wanted, Visit vis
   return status;
 }
 
-// Whether the selection can be served; 'operation' names the one that asks.
+// Whether the selection is valid; 'operation' is the name of the caller.
 inline bool valid_selection(const char *operation, const Selection &wanted) {
   if (!wanted.domain) TRACE_ERROR("(ERR): %s: input domain name cannot be NULL", operation);
   if (!wanted.name && !wanted.all) TRACE_ERROR("(ERR): %s: input map name cannot be NULL", operation);
   return wanted.domain && (wanted.name || wanted.all);
 }
 
-// Hands the database of each claim of the domain to 'visit', until that answers something else than success. A domain
-// that nobody claimed has none.
+// Passes the database of each claim of the domain to 'visit', until it returns anything but success. An unclaimed
+// domain has none.
 template <class Visit>
 Status for_each_database(const char *operation, const char *domain, Visit visit) {
   for (const zar_domain_entry &entry : Elements<zar_domain_entry>(zar_domain_list)) {
@@ -97,7 +97,7 @@ Status for_each_database(const char *operation, const char *domain, Visit visit)
   return kSuccess;
 }
 
-// Hands each selected map to 'visit'.
+// Passes each selected map to 'visit'.
 template <class Map, class Visit>
 Status for_each_selected(const char *operation, const Selection &wanted, Visit visit) {
   return for_each_database(operation, wanted.domain,

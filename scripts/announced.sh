@@ -1,10 +1,9 @@
-# Sourced by the commands of this folder.
-# shellcheck shell=sh
+# Sourced by the commands in this folder. shellcheck shell=sh
 
-# Runs a long command so that its user sees that it lives and, when it fails, why.
+# Runs a long command so that its user sees that it is still running and, if it fails, why.
 #   announced WHAT COMMAND [ARGUMENT ...]
-# On a terminal its output is shown as it comes. Elsewhere a line now and then says how far it is, and its output is shown
-# when it fails. All of that goes to standard error.
+# On a terminal its output is shown immediately. Elsewhere it prints a progress line from time to time, and the output
+# if the command fails. All of this goes to standard error.
 announced() {
   announced_what=$1
   shift
@@ -29,7 +28,7 @@ announced() {
   return "$announced_status"
 }
 
-# A line at the beginning and one every 30 seconds, with ninja's count of steps where there is one.
+# A line at the beginning and one every 30 seconds, with ninja's count of steps if there is one.
 show_progress() {
   echo "$announced_what" >&2
   announced_seconds=0

@@ -1,7 +1,7 @@
-# Sourced by the commands of this folder: bare Debian systems in folders, entered with nothing of the system around them.
+# Sourced by the commands in this folder: bare Debian systems in folders, isolated from the system around them.
 # shellcheck shell=sh
 
-# The name by which a release is fetched.
+# The name under which a release is downloaded.
 codename_of() {
   case $1 in
     12) echo bookworm ;;
@@ -32,8 +32,8 @@ add_user_with_sudo() {
 
 home_of() { if [ "$1" = root ]; then echo /root; else echo "/home/$1"; fi; }
 
-# Runs a shell command in a root as one of its users, with a login's environment, processes and devices of its own. What it
-# mounts and starts is gone when it ends.
+# Runs a shell command in a root as one of its users, with a login environment and its own processes and devices.
+# Everything that it mounts or starts is gone when it ends.
 #   in_root ROOT USER COMMAND
 in_root() {
   unshare --mount --pid --fork --kill-child --ipc --uts sh -c '
@@ -54,7 +54,7 @@ in_root() {
     exec env -i LANG=C PATH=/usr/sbin:/usr/bin:/sbin:/bin chroot "$1" su --login "$2" -c "export LANG=C; $3"' sh "$1" "$2" "$3"
 }
 
-# Removes roots, unless something is still mounted in one: removing would reach through it.
+# Removes roots, unless something is still mounted in one: removing would also delete the mounted files.
 remove_roots() {
   for root; do
     if grep -q " $root/" /proc/mounts; then

@@ -3,9 +3,9 @@
 
   check_coverage.py EXPORT UNREACHED
 
-EXPORT is what 'llvm-cov export' wrote. UNREACHED lists what cannot be reached, a line each: file, the source line's text,
-what is not reached, and why, between bars. What is not reached and not listed fails; so does what is listed and reached.
-A template counts as reached where one of its instances is.
+EXPORT is the output of 'llvm-cov export'. UNREACHED lists what cannot be reached, one entry per line: file, the source
+line's text, what is not reached, and why, separated by bars. Code that is neither reached nor listed is an error; so is
+code that is listed and reached. A template counts as reached if one of its instances is.
 """
 import argparse
 import collections
@@ -37,7 +37,7 @@ def relative(path):
 
 
 class Sites:
-    """Where the code of a function stands in its file: what a macro expands to stands where the macro is used."""
+    """Where the code of a function is in its file: the expansion of a macro is where the macro is used."""
 
     def __init__(self, function):
         self.path = relative(function['filenames'][0])

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks that every trace message of the library was produced by some test.
 
-Tests append the formats that they see to the file that ZAR_TRACED_FORMATS names, one a line, newlines as \\n.
+Tests append the formats that they see to the file given by ZAR_TRACED_FORMATS, one per line, newlines as \\n.
 
   check_message_coverage.py FILE           fails and names the messages whose formats are not in the file
   check_message_coverage.py --start FILE   empties the file, before the tests

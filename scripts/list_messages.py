@@ -3,7 +3,7 @@
 sends it. A message is a string that begins with "(ERR): " or "(info): ".
 
   list_messages.py            writes docs/messages.md
-  list_messages.py --check    fails when docs/messages.md is not what it would write
+  list_messages.py --check    fails if docs/messages.md differs from what it would write
 """
 import argparse
 import collections
@@ -16,12 +16,12 @@ DOCUMENT = ROOT / 'docs' / 'messages.md'
 FOLDERS = ('core', 'objects', 'compose', 'lifecycle', 'present', 'pmtr')
 LEVELS = {'ERROR': 3, 'INFO': 6}
 
-# Adjacent literals are one text, as they are to the compiler.
+# Adjacent literals are one text, as for the compiler.
 TEXT = re.compile(r'"(?:\((?:ERR|info)\): )(?:[^"\\]|\\.)+"(?:\s*"(?:[^"\\]|\\.)*")*')
-# What is sent: a text or, in a template, a constant of the description that it stands over.
+# What is sent: a text or, in a template, a constant of its description.
 SENT = re.compile(r'\b(?:TRACE|SEND)_(ERROR|INFO)\(\s*(?:(?:\w+::)*(k\w+)|(?="))')
 CONSTANT = re.compile(r'\b(k\w+)\[\] =\s*$')
-# The begin of a description, and of a function at the margin or in a class.
+# The beginning of a description, and of a function at the margin or in a class.
 DESCRIPTION = re.compile(r'^struct (\w+)', re.M)
 FUNCTION = re.compile(r'^(?:  )?(?!return\b|if\b|for\b|while\b|do\b|else\b|TRACE)[A-Za-z][^;=]*?\b(\w+)\((?!.*;$)', re.M)
 
@@ -58,13 +58,13 @@ def read_messages():
 
 INTRODUCTION = """# Trace messages
 
-Every message that the library can trace. Level 3 is an error, level 6 information; a few messages carry the prefix of
-the other level. "%s" at the beginning of a text is mostly the operation, without its prefix: helpers such as those of
-`core/checks.cpp` send their messages for many operations. Where the texts of similar operations stand in one description
+Every message that the library can trace. Level 3 is for errors, level 6 for information; a few messages have the prefix
+of the other level. "%s" at the beginning of a text is usually the operation, without its prefix: helpers such as those of
+`core/checks.cpp` send their messages for many operations. If a description holds the texts of similar operations
 (`PmapTree`, for example), the description is named.
 
-`scripts/list_messages.py` writes this page from the sources. A test compares the two, and another one fails when a message
-is here that no test produces.
+`scripts/list_messages.py` generates this page from the sources. A test compares the two, and another one fails if no test
+produces a message of this page.
 """
 
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Lists the exported operations that take handles, with the arguments in question.
 
-The prototypes of the public headers are the source. A handle is an unsigned 32-bit argument whose name is that of an
-object kind or of a cursor; every other name of such an argument must be known as something else. A name that is in
-neither list is an error, so that a new operation is looked at before it is left out of the tests.
+It reads the prototypes in the public headers. A handle is an unsigned 32-bit argument with the name of an object kind
+or of a cursor; every other name of such an argument must be known as something else. A name in neither list is an
+error, so that a new operation cannot be left out of the tests by mistake.
 
   list_operations.py               a line for each argument: operation and name
   list_operations.py --include F   writes F, a line ZAR_HANDLE_ARGUMENT(operation, name) for each argument
@@ -19,7 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # Arguments that name a record.
 HANDLES = {
     'handle', 'pmap', 'cmap', 'action', 'filter', 'event', 'class_action', 'target', 'pmtr_map',
-    'reference',     # the listed element beside which another is put
+    'reference',     # the listed element next to which another is inserted
     'current',       # the cursor of a walk
     'current_pmap',  # the cursor of a walk
 }
@@ -30,7 +30,7 @@ OTHERS = {
     'flag_2', 'class_num', 'exec_criteria', 'argument', 'all', 'control', 'added', 'map_index', 'slot',
 }
 
-# Arguments that go by the name of a handle and are none.
+# Arguments that have the name of a handle but are none.
 NOT_HANDLES = {
     ('zar_get_next_pmtr_map_index', 'current'),  # a map-index
 }
@@ -80,7 +80,7 @@ def handle_arguments(operations):
 
 
 def load(root=ROOT):
-    """The operations of the headers; ends the program when a prototype was missed."""
+    """The operations of the headers; ends the program if a prototype was missed."""
     operations, data = read_headers(root / 'include' / 'zar')
     exported = exported_names(root / 'cmake' / 'zar.map')
     missed = exported - data - set(operations)

@@ -3,9 +3,9 @@
 
 Usage: make_large_policy.py [--targets N] [--policies N] [--rules N] [--classes N] [--events N]
 
-The same numbers give the same file. Rules are spread evenly over the policy-maps, up to ten to an event; each has a
-class-map of two filters, taken in turn, and two actions. Targets have two policies each and attributes of their own. The
-events of the scenario go round the targets, and each changes one attribute before.
+The same numbers give the same file. Rules are spread evenly over the policy-maps, up to ten per event; each has one of
+the class-maps, with two filters, in turn, and two actions. Targets have two policies each and their own attributes. The
+events of the scenario cycle through the targets, and each first changes one attribute.
 """
 import argparse
 

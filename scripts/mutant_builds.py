@@ -1,4 +1,4 @@
-"""Copies of the sources in which one mutant after the other is built."""
+"""Copies of the sources in which mutants are built one after the other."""
 import hashlib
 import pathlib
 import shutil
@@ -6,11 +6,12 @@ import sys
 
 import mutations
 
-# What the library is not made of. Tests are there already, built.
+# Folders that the library does not need. The tests are already built.
 NOT_COPIED = ('build', '.git', 'tests', 'bench', 'docs', 'fuzz')
 QUICK = '-O0 -D_GLIBCXX_ASSERTIONS'
-# The type and the flags of a build. Mutants are no debug builds: their invariants are not checked, so that the tests have
-# to notice by themselves. What only debug builds have is broken in one, which checks its invariants all the time.
+# The type and the flags of a build. Mutants are not debug builds: their invariants are not checked, so the tests must
+# notice them by themselves. Code that only debug builds have is broken in a debug build, which checks its invariants
+# all the time.
 KINDS = {
     'plain': ('None', QUICK),
     'checks': ('Debug', QUICK),
@@ -20,7 +21,7 @@ KINDS = {
 
 
 class Workshop:
-    """One copy of the sources, with a build of each kind that was asked for."""
+    """One copy of the sources, with a build of each requested kind."""
 
     def __init__(self, programs, root, scratch, number):
         self.programs, self.root = programs, root
@@ -28,7 +29,7 @@ class Workshop:
         self.sources = self.place / 'sources'
         self.broken = None
         self.whole = {}
-        # A copy that was there may hold the last mutant of another run.
+        # An existing copy may hold the last mutant of another run.
         shutil.rmtree(self.place, ignore_errors=True)
         shutil.copytree(root, self.sources, symlinks=True, ignore=self._not_copied)
 
@@ -36,25 +37,25 @@ class Workshop:
         return NOT_COPIED if pathlib.Path(folder) == self.root else ()
 
     def prepare(self, kind):
-        """Builds the library as it is, so that what a mutant changes is little."""
+        """Builds the unchanged library, so that a mutant needs little recompilation."""
         if kind not in self.whole:
             self._mend()
             self._configure(kind)
             self.whole[kind] = self._digest(kind)
 
     def break_with(self, mutant):
-        """Puts the mutant into the sources; the one before it goes."""
+        """Puts the mutant into the sources in place of the previous one."""
         if self.broken != mutant.path:
             self._mend()
         self.broken = mutant.path
         (self.sources / mutant.path).write_text(mutations.mutant_text((self.root / mutant.path).read_text(), mutant))
 
     def library(self, kind):
-        """Where the library is once it is built of the sources as they are now, or None where they do not compile."""
+        """Builds the library from the current sources and returns its path, or None if they do not compile."""
         return self.place / kind / 'lib' if self._make(kind).good else None
 
     def is_the_same(self, kind, mutant):
-        """Whether the optimised library with the mutant is the one without it, byte for byte."""
+        """Whether the optimised library with the mutant equals the one without it, byte for byte."""
         self.prepare(f'{kind}-optimised')
         self.break_with(mutant)
         library = self.library(f'{kind}-optimised')

@@ -1,9 +1,9 @@
-"""What became of each mutant, kept in a file, so that a run that was stopped goes on where it was.
+"""The verdict on each mutant, kept in a file, so that a run that was stopped can be resumed.
 
-There is a ledger for each state of the library's sources, named by their digest. A line is a verdict, as JSON: the mutant;
-'noticed', 'survived', 'same' (the optimised library is the same, byte for byte) or 'no library' (it does not compile); and
-what the verdict rests on. 'noticed' holds while the test that noticed it is the same, 'survived' while all tests are.
-When a library's sources change, nothing is taken over but the order in which tests are asked.
+There is a ledger for each state of the library's sources, named by their digest. A line is a verdict, as JSON: the
+mutant; 'noticed', 'survived', 'same' (the optimised library is the same, byte for byte) or 'no library' (it does not
+compile); and the basis of the verdict. 'noticed' is valid as long as the test that noticed it is unchanged, 'survived'
+as long as all tests are. When the library's sources change, only the order in which tests are tried is kept.
 """
 import json
 import re
@@ -29,7 +29,7 @@ class Ledger:
         return entry['verdict'] != SURVIVED or entry['rests_on'] == self.tests.all
 
     def hint(self, mutant):
-        """The test that noticed this mutant before, in these sources or in others."""
+        """The test that noticed this mutant earlier, in these sources or in others."""
         return self.noticed_once.get(without_line(mutant.name))
 
     def note(self, mutant, verdict, noticed, seconds):
@@ -40,7 +40,7 @@ class Ledger:
             entry.update(rests_on=self.tests.all)
         self.verdicts[mutant.name] = entry
         if not self.file:
-            # What was cut off must not begin the next line.
+            # A line that was cut off must not run into the next one.
             cut_off = self.path.exists() and not self.path.read_text().endswith('\n')
             self.file = self.path.open('a')
             self.file.write('\n' if cut_off else '')
@@ -49,7 +49,7 @@ class Ledger:
 
 
 def read(path):
-    """The entries of a ledger. A line may have been cut off when its run was killed."""
+    """The entries of a ledger. A line may be incomplete if its run was killed."""
     if not path.exists():
         return
     for line in path.read_text().split('\n'):

@@ -1,8 +1,8 @@
-"""The tests of a build, asked whether they notice that another library stands in for the one they were built with.
+"""Runs the tests of a build to see whether they notice that another library replaces the one they were built with.
 
-They are those that ctest lists. ctest runs each in a process of its own; here the tests of a program share one where they
-can, and what fails there is run once more as ctest runs it before it counts. Tests that noticed a mutant nearby are asked
-first, then programs of the same folder, then the others; slow tests and walks last.
+These are the tests that ctest lists. ctest runs each in its own process; here the tests of a program share one if they
+can, and a failure counts only if the test also fails in its own process. Tests that noticed a nearby mutant run first,
+then programs of the same folder, then the others; slow tests and walks last.
 """
 import collections
 import dataclasses
@@ -12,7 +12,7 @@ import os
 import pathlib
 import re
 
-# Folders whose tests are not asked, and why.
+# Folders whose tests are not run, and why.
 NOT_ASKED = {
     'runtime': 'do not load the library',
     'build': 'test how the library is built',
@@ -21,7 +21,7 @@ NOT_ASKED = {
     'mutation': 'test scripts/mutate',
     'tool': 'test the command and reach the library through it alone',
 }
-# They break invariants on purpose and see that a debug build ends; in other builds they fail.
+# They break invariants on purpose and check that a debug build aborts; in other builds they fail.
 OF_DEBUG_BUILDS = {'core_invariants'}
 FILTER = '--gtest_filter='
 QUICK_SECONDS = 0.3
@@ -62,7 +62,7 @@ class Noticed:
 
 
 def read_tests(programs, build):
-    """The tests that ctest would run, but those of NOT_ASKED."""
+    """The tests that ctest would run, except those of NOT_ASKED."""
     listing = json.loads(programs.run(['ctest', '--test-dir', build, '--show-only=json-v1']).output)
     tests = []
     for test in listing['tests']:
@@ -92,12 +92,12 @@ def digest_of(paths):
 
 
 class Digests:
-    """What a verdict of a test rests on: its program, the libraries beside it, and the files that tests read."""
+    """The basis of a test's verdict: its program, the other libraries, and the files that tests read."""
 
     def __init__(self, root, build, tests):
-        # The library that stands in is what differs; everything else that programs load is the same for all mutants.
+        # Only the replaced library differs; everything else that programs load is the same for all mutants.
         beside = sorted(path for path in (build / 'lib').glob('*.so*') if not path.name.startswith('libzar.so'))
-        # Sources are in the programs already; lists of survivors and the like are no inputs of these tests.
+        # Sources are already compiled into the programs; lists of survivors and the like are not inputs of these tests.
         read = sorted(path for folder in ('tests', 'fuzz', 'examples', 'share') for path in (root / folder).rglob('*')
                       if path.is_file() and path.suffix not in ('.cpp', '.h', '.txt'))
         common = digest_of(beside + read)
@@ -119,7 +119,7 @@ class Suite:
     # ---- The library as it is ----
 
     def measure(self, library, pool):
-        """Runs every test with the library as it is. Those that fail then could notice nothing."""
+        """Runs every test with the unchanged library. A test that fails then cannot notice anything."""
         by_program = collections.defaultdict(list)
         for test in self.tests.values():
             if test.filter:
@@ -153,7 +153,7 @@ class Suite:
         self.together = set(measured['together'])
 
     def arrange(self):
-        """Makes batches of what shares a process; the others stay single."""
+        """Groups tests that can share a process; the others stay single."""
         by_program = collections.defaultdict(list)
         for name in sorted(self.together):
             by_program[self.tests[name].program].append(self.tests[name])
@@ -177,7 +177,7 @@ class Suite:
         return None
 
     def notice_slowly(self, mutant, library):
-        """Which of those that need a process of their own notices the mutant, or None. Walks are the last of them."""
+        """Which of the tests that need their own process notices the mutant, or None. Walks come last."""
         for test in self.single:
             if how := self._ask(test, library):
                 return self._noticed(mutant, test.name, how)
@@ -188,13 +188,13 @@ class Suite:
         return Noticed(name, how)
 
     def _likely(self, mutant, hint):
-        """The test that noticed this mutant in other sources, and those that noticed the nearest ones."""
+        """The test that noticed this mutant in other sources, and those that noticed the nearest mutants."""
         near = sorted(self.noticed_near[mutant.path].items(), key=lambda entry: abs(entry[1] - mutant.line))
         names = ([hint] if hint in self.tests else []) + [name for name, _ in near[:LIKELY]]
         return list(dict.fromkeys(names))
 
     def _ask(self, test, library):
-        """How the test notices the library, or None. What does not end in time is run again, alone and for longer."""
+        """How the test notices the library, or None. One that does not end in time runs again, alone and for longer."""
         seconds = self.seconds[test.name]
         result = self._run([test], library, 3 + 5 * seconds)
         if not result.endless:
@@ -203,7 +203,7 @@ class Suite:
         return 'endless' if result.endless else None if result.good else 'failed'
 
     def _ask_batch(self, batch, library):
-        """The test that notices the library, and how; nothing where none does."""
+        """The test that notices the library, and how; nothing if none does."""
         tests = list(batch.tests)
         while tests:
             result = self._run(tests, library, 3 + 5 * batch.seconds)
@@ -213,7 +213,7 @@ class Suite:
             if how := self._ask(suspect, library):
                 yield suspect, how
                 return
-            # It noticed what the tests before it left behind. ctest would not see that, so it does not count.
+            # It noticed what earlier tests left behind. ctest would not see that, so it does not count.
             tests.remove(suspect)
 
     def _run(self, tests, library, seconds, alone=False, all_of_them=False):
@@ -222,7 +222,7 @@ class Suite:
         if len(tests) > 1:
             names = ':'.join(test.filter for test in tests)
             command = [FILTER + names if word.startswith(FILTER) else word for word in command]
-        # The tests note the messages that they see; those of a mutant are of no use to anyone.
+        # The tests record the messages that they see; those of a mutant must not be recorded.
         environment = dict(os.environ, **dict(entry.split('=', 1) for entry in test.environment))
         environment.update(LD_LIBRARY_PATH=str(library), GTEST_FAIL_FAST='0' if all_of_them else '1',
                            ZAR_TRACED_FORMATS='/dev/null', ZAR_CHECKS='on' if self.checks else 'off')
@@ -231,7 +231,7 @@ class Suite:
 
 
 def suspect_of(output, tests):
-    """The test that failed, or was under way when the program ended; the first one where it did not come so far."""
+    """The test that failed, or was running when the program ended; the first one if none had started."""
     failed = re.findall(r'^\[  FAILED  \] ([^ ,]+)', output, re.M)
     begun = re.findall(r'^\[ RUN      \] (\S+)', output, re.M)
     wanted = failed[0] if failed else begun[-1] if begun else None

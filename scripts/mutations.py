@@ -1,8 +1,8 @@
-"""What can be broken in a source of the library: one place at a time, line by line.
+"""The mutations of a library source: one place at a time, line by line.
 
 Conditions are negated, comparisons shifted, 'and' and 'or' exchanged, constants off by one, calls dropped, statuses and
-trace levels exchanged. Only what stands on one line is changed. Comments and #include lines have no mutants; everything
-else has.
+trace levels exchanged. A mutation changes only one line. Comments and #include lines have no mutants; everything else
+has.
 """
 import dataclasses
 import pathlib
@@ -10,7 +10,7 @@ import re
 
 FOLDERS = ('core', 'objects', 'compose', 'lifecycle', 'present', 'pmtr')
 
-# What is exchanged for what. Each match is a mutant of its own.
+# The replacements. Each match is a separate mutant.
 EXCHANGES = [(re.compile(pattern), replacement) for pattern, replacement in [
     (r'(?<![<>=!])==(?!=)', '!='), (r'!=', '=='),
     (r'(?<= )<(?= )', '<='), (r'(?<= )>(?= )', '>='), (r'(?<= )<=(?= )', '<'), (r'(?<= )>=(?= )', '>'),
@@ -26,7 +26,7 @@ CONDITION = re.compile(r'\b(if|while) (?:constexpr )?\((?=.*[^\\])')
 DECLARATION = re.compile(r';|^(?:const )?(?:auto|uint32_t|zar_\w+|Status) ?[*&]?\w* =')
 CALL = re.compile(r'^\s+(?:zar_|[a-z_]+(?:::|\.|->|\())[^=]*\);$')
 NO_CODE = re.compile(r'^\s*(#include|//)')
-# These exist in a debug build alone.
+# These exist only in a debug build.
 CHECKS_FOLDER, CHECKS_CALL = 'core/debug/', re.compile(r'^\s*debug::')
 
 
@@ -41,15 +41,15 @@ class Mutant:
 
     @property
     def name(self):
-        """Its name in the ledger: no other mutant of the same sources has it."""
+        """Its name in the ledger, unique among the mutants of the same sources."""
         return f'{self.path}:{self.line}:{self.column}: {self.what}'
 
     def entry(self):
-        """How a list of survivors names it. Lines move, so their text stands there instead of their number."""
+        """Its name in a list of survivors. Lines move, so it has their text instead of their number."""
         return self.path, self.before.strip(), self.what
 
     def in_checks(self):
-        """Whether it breaks what only a debug build has."""
+        """Whether it breaks code that only a debug build has."""
         return self.path.startswith(CHECKS_FOLDER) or bool(CHECKS_CALL.match(self.before))
 
     def __str__(self):
@@ -57,14 +57,14 @@ class Mutant:
 
 
 def without_texts(line):
-    """The line with what stands in quotes and comments blanked out, so that nothing in there is changed."""
+    """The line with quoted texts and comments blanked out, so that nothing in them is changed."""
     blank = lambda match: match.group(0)[0] + ' ' * (len(match.group(0)) - 2) + match.group(0)[0]
     line = re.sub(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])\'', blank, line)
     return re.sub(r'//.*', lambda match: ' ' * len(match.group(0)), line)
 
 
 def closing(line, begin):
-    """Where the bracket that opens at 'begin' closes, or None where it closes on another line."""
+    """Where the bracket that opens at 'begin' closes, or None if it closes on another line."""
     depth = 0
     for at in range(begin, len(line)):
         depth += {'(': 1, ')': -1}.get(line[at], 0)
@@ -114,7 +114,7 @@ def mutants_of(root, path):
 
 
 def sources_of(root):
-    """The sources of the library, by name, with those of the checks of a debug build."""
+    """The sources of the library by name, including the checks of a debug build."""
     return sorted(str(path.relative_to(root)) for folder in FOLDERS for path in pathlib.Path(root, folder).rglob('*')
                   if path.suffix in ('.cpp', '.h'))
 

@@ -11,7 +11,7 @@ MEBIBYTE = 1 << 20
 
 
 class Stopped(Exception):
-    """The run is over: nothing that was under way counts."""
+    """The run is over: unfinished work does not count."""
 
 
 class Result:
@@ -24,7 +24,7 @@ class Result:
 
 
 def limit_children():
-    """No mutant may eat the machine: neither its memory nor its disk."""
+    """No mutant may exhaust the machine's memory or disk."""
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_FSIZE, (64 * MEBIBYTE, 64 * MEBIBYTE))
     resource.setrlimit(resource.RLIMIT_AS, (6144 * MEBIBYTE, 6144 * MEBIBYTE))
@@ -60,7 +60,7 @@ class Programs:
             for process in self.under_way:
                 os.killpg(process.pid, signal.SIGKILL)
 
-    # 'timeout' keeps the limit even when this process is gone, and ends what the program has started, too.
+    # 'timeout' enforces the limit even if this process is gone, and also ends what the program has started.
     def _run(self, command, seconds, options):
         with tempfile.TemporaryFile() as output:
             started = time.monotonic()

@@ -1,14 +1,13 @@
-// Where a debug build looks at each operation from outside: the compiler calls these two functions at the begin and at the
-// end of every function of the library.
+// How a debug build observes each operation: the compiler calls these two functions at the beginning and at the end of
+// every function of the library.
 //
-// The depth tells the operation that a caller called from what runs inside it, callbacks that call back into the library
-// included: in there the records may be half changed. When the outermost operation ends, all that is noted is checked
-// against the invariants. A pass takes as long as there are records, so in a large repository it comes after every so
-// many operations, and the time that it takes is a fixed share of the whole.
+// The depth distinguishes the operation that a caller called from what runs inside it, including callbacks that call
+// back into the library: in there the records may be half changed. When the outermost operation ends, all noted records
+// are checked against the invariants. The time of a pass grows with the number of records, so in a large repository it
+// runs only after every n-th operation, and takes a fixed share of the total time.
 //
-// Checked is what is called while ZAR_CHECKS=on stands in the environment, as it does for the tests: a daemon that leaves
-// out what callers owe, such as taking a map out of its tree before it is deleted, has to get the described answers of
-// any build.
+// Checks run only while ZAR_CHECKS=on is set in the environment, as it is for the tests: a daemon that neglects a duty
+// of callers, such as removing a map from its tree before deleting it, must get the documented results in every build.
 #include <dlfcn.h>
 #include <pthread.h>
 
@@ -24,8 +23,8 @@ namespace zar::debug {
 
 namespace {
 
-// Up to so many records there is a pass after every operation. What is above makes passes rarer: one more operation goes
-// by without a pass for this many records.
+// Up to this many records, every operation is followed by a pass. Above it passes are rarer: for each
+// kRecordsAnOperation records one more operation goes without a pass.
 constexpr uint32_t kAlwaysChecked = 256;
 constexpr uint32_t kRecordsAnOperation = 8;
 constexpr int kStandardError = 2;
@@ -38,7 +37,7 @@ const void *operation;
 bool called;
 pthread_t caller;
 
-// What is called from outside is exported, and so has a name.
+// Operations called from outside are exported, and so have a name.
 const char *name_of_operation() {
   Dl_info found{};
   dladdr(operation, &found);
@@ -55,7 +54,7 @@ bool pass_is_due() {
   return live <= kAlwaysChecked || unchecked_calls > (live - kAlwaysChecked) / kRecordsAnOperation;
 }
 
-// Checks that went on without a word would pass on what they cannot know.
+// Checks that continued silently would pass without knowing all records.
 [[noreturn]] void ledger_is_full() {
   dprintf(kStandardError,
           "zar: the checks have no room after %u records and %u databases: run this without ZAR_CHECKS=on\n",

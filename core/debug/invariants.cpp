@@ -1,10 +1,10 @@
 // The invariants of the records, walked from the ledger's notes.
 //
-// A pass visits each record and each list element a fixed number of times, so that it can run after every operation. The
-// two sides of an association are compared by sums: each side adds up a digest of the pair; only when the sums differ is
-// the pair sought that stands on one side alone. Which elements are twice in a list, or in two lists, is told by marks in
-// their notes. Records of callers' own (fakes, probes, records that they made handles for) have no note and are passed
-// over.
+// A pass visits each record and each list element a fixed number of times, so that it can run after every operation.
+// The two sides of an association are compared by sums: each side adds up a digest of the pair; only if the sums
+// differ, it searches for the pair that is on one side alone. Marks in the notes show which elements are twice in a
+// list, or in two lists. Callers' own records (fakes, probes, records that they made handles for) have no note and are
+// skipped.
 #include "core/debug/invariants.h"
 
 #include <cstring>
@@ -50,17 +50,17 @@ void for_each_live_record(Visit visit) {
   });
 }
 
-// ---- What every list has to hold
+// ---- Invariants of every list
 
 // Where an element was met, for messages.
 struct Where {
   const char *record;  // the type that holds the list
-  int number;          // the invariant that speaks of it
+  int number;          // the invariant about this list
   const char *list;
   uint32_t handle;  // of the holder
 };
 
-// The note of an element that has to be a live record of this kind; NULL for a caller's own record.
+// The note of an element that must be a live record of this kind; NULL for a caller's own record.
 template <class Record>
 Note *live_element(const Where &where, const Record *element) {
   Note *note = note_of(element);
@@ -85,7 +85,7 @@ void stands_here_alone(const Where &where, Note &note, const void *list) {
   note.pass = pass;
 }
 
-// The number of elements that the platform gives, or one more than the queue counts when there are more.
+// The number of elements that the platform returns, or one more than the queue's count if there are more.
 uint32_t count_given(const queue_head &queue) {
   queue_cursor cursor{};
   uint32_t given = 0;
@@ -94,7 +94,7 @@ uint32_t count_given(const queue_head &queue) {
   return given;
 }
 
-// The elements of a queue, which counts them rightly.
+// The elements of a queue, whose count is correct.
 template <class Record, class Visit>
 void for_each_element(const Where &where, const queue_head &queue, Visit visit) {
   for (Record &element : Elements<Record>(queue))
@@ -154,7 +154,7 @@ void check_domains() {
   }
 }
 
-// Goes down from a node only once it is known to live.
+// Descends from a node only if it is known to be live.
 void check_nodes(const char *tree, const avl_node *node) {
   if (!node) return;
   if (Note *note = note_of(node)) {
@@ -294,7 +294,7 @@ void for_each_use(const zar_pmap &pmap, Visit visit) {
       visit(rule);
 }
 
-// An entry of a list that names each of its referents once.
+// An entry of a list that may contain each referent only once.
 void named_once(const Where &where, Note &referent, const void *list) {
   if (referent.referred_by == list)
     broken(where.record, where.number, "0x%x stands twice in '%s' of 0x%x", referent.handle, where.list, where.handle);
@@ -358,7 +358,7 @@ const zar_cmap_pmap_ref *reference(const zar_cmap &cmap, const zar_pmap *pmap) {
   return find<zar_cmap_pmap_ref>(cmap.pmap_refs, [pmap](const zar_cmap_pmap_ref &ref) { return ref.pmap == pmap; });
 }
 
-// Names the policy-map that uses the class-map and does not stand in its list.
+// Reports the policy-map that uses the class-map and is not in its list.
 [[noreturn]] void unanswered(const zar_cmap &cmap) {
   for_each_live_record<zar_pmap>([&cmap](const Note &, const zar_pmap &pmap) {
     if (reference(pmap, &cmap) && !reference(cmap, &pmap))
@@ -484,7 +484,7 @@ void check_pmtr_map(Note &note, const zar_pmtr_map &map) {
 void begin_pass(bool every_call) {
   ++pass;
   for_each_live([every_call](Note &note) {
-    // What left its list, or may have left it and come back, is met anew.
+    // An element that left its list, or may have left and returned, counts as new.
     if (note.pass + 1 != pass || !every_call) note.list = nullptr;
     note.listings = note.uses = 0;
     note.used_by = note.referred_by = nullptr;
@@ -493,7 +493,7 @@ void begin_pass(bool every_call) {
   });
 }
 
-// Holders come first, then those whose holders' marks tell something of them.
+// Records that hold others are checked first, since their marks are needed for those that they hold.
 void check_holders() {
   for_each_live([](Note &note) {
     if (note.kind == Kind::pmap) check_pmap(note, record_of<zar_pmap>(note));

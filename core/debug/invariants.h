@@ -1,13 +1,13 @@
-// What always holds between two operations, as checks. The numbers are those of 'zar/records.h'.
+// Checks of what always holds between two operations. The numbers are those of 'zar/records.h'.
 #pragma once
 
 namespace zar::debug {
 
-// Checks all that the ledger knows of; calls broken() when something does not hold. 'every_call' tells whether the
-// repository was checked after the operation before this one too: only then is known what was added since.
+// Checks all records in the ledger; calls broken() if an invariant does not hold. 'every_call' says whether the
+// repository was also checked after the previous operation: only then is it known what was added since.
 void check_invariants(bool every_call);
 
-// Says which invariant of which record the operation broke, and ends the process.
+// Reports which invariant of which record the operation broke, and aborts the process.
 [[noreturn, gnu::format(printf, 3, 4)]] void broken(const char *record, int number, const char *format, ...);
 
 }  // namespace zar::debug

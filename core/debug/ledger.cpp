@@ -8,7 +8,7 @@ constexpr uint32_t kMostNotes = 1u << 18;
 constexpr uint32_t kBuckets = 1u << 16;
 constexpr uint32_t kMostDatabases = 4096;
 
-// Note 0 is none's and stays nameless, so that zeros are an empty ledger.
+// Note 0 is unused and stays nameless, so that zeros are an empty ledger.
 Note notes[kMostNotes];
 uint32_t noted;
 uint32_t of_record[kBuckets];
@@ -33,7 +33,7 @@ uint32_t find_record(const void *record) {
   return note;
 }
 
-// The link that names the note of 'handle', or the last one of its bucket.
+// The link to the note of 'handle', or the last one of its bucket.
 uint32_t &find_handle(uint32_t handle) {
   uint32_t *link = &of_handle[bucket_of(handle)];
   while (*link != 0 && notes[*link].handle != handle)
@@ -54,7 +54,7 @@ uint32_t new_note(void *record) {
   return note;
 }
 
-// Takes the note out of the row of the living.
+// Removes the note from the list of live notes.
 void bury(Note &note) {
   if (note.state != State::live) return;
   find_handle(note.handle) = note.next_of_handle;
@@ -68,7 +68,7 @@ void bury(Note &note) {
 }  // namespace
 
 void note_issued(uint32_t handle, void *record, Kind kind) {
-  // What a caller makes a handle for is the caller's own.
+  // A record for which a caller makes a handle belongs to the caller.
   if (kind == Kind::none) return;
   uint32_t number = find_record(record);
   if (number == 0) number = new_note(record);

@@ -11,7 +11,7 @@ namespace engine {
 namespace {
 
 struct Names {
-  std::unordered_map<std::string_view, AttributeId> ids;  // the keys lie in 'names'
+  std::unordered_map<std::string_view, AttributeId> ids;  // the keys are in 'names'
   std::deque<std::string> names;                          // by id
 };
 

@@ -1,22 +1,22 @@
-// The control side of the reference engine: what the host and the clients see of it. The library knows the engine only by
-// the names of platform/engine.h.
+// The control side of the reference engine, for the host and the clients. The library knows the engine only through the
+// names in platform/engine.h.
 //
-// The engine raises events on targets. At a target it walks the CONTROL policy-maps that are active there, in order of
-// activation; in each the event tuple with the event's id; in that the class-actions in class-number order. A class-action
-// whose class-map matches runs its actions. Everything is read from the repository's records as they stand at that
-// moment, so that a change of a policy is in force from the next event on.
+// The engine raises events on targets. For a target it walks the CONTROL policy-maps that are active there, in order of
+// activation; in each, the event tuple with the event's id; in that, the class-actions in class-number order. A
+// class-action whose class-map matches runs its actions. Everything is read from the repository's records in their
+// current state, so a change of a policy takes effect with the next event.
 //
-// One process has one engine, and it is for the one thread that calls the library.
+// One process has one engine, for the one thread that calls the library.
 //
 // The life of an event:
 //   1. raise_event (host) or Run::raise (an action) begins a Run: the target's attributes, a depth, no verdict.
 //   2. Each filter's evaluation function is called with the filter's data and the Run. It reads attributes.
-//   3. Each action's entry function is called with the action's data and the Run. It reads and changes attributes, decides,
-//      logs, raises further events on the same target, applies parameter-maps. It answers 0 for success.
+//   3. Each action's entry function is called with the action's data and the Run. It reads and changes attributes,
+//      decides, logs, raises further events on the same target, applies parameter-maps. It returns 0 for success.
 //   4. The Run ends; its outcome goes to the caller.
 //
-// What evaluation and entry functions must not do: change the policies that are active on the target, or their rules; and
-// throw. What they get from the engine (attributes, texts) is valid until the next change of that attribute.
+// Evaluation and entry functions must not change the policies that are active on the target, or their rules, and must
+// not throw. Data that they get from the engine (attributes, texts) is valid until the next change of that attribute.
 #pragma once
 
 #include <cstdint>
@@ -36,13 +36,13 @@ namespace engine {
 // The name under which the engine is itself a client of the repository.
 inline constexpr const char *kClientName = "kel";
 
-// Registers the engine as a client with a database, and makes its clid 'kel_clid'. Called once, after zar_init and before
-// any other client registers, it makes the engine's database the default one. Answers a status.
+// Registers the engine as a client with a database, and sets 'kel_clid' to its clid. Called once, after zar_init and
+// before any other client registers, it makes the engine's database the default one. Returns a status.
 uint32_t start();
 
 // ---- Attributes -----------------------------------------------------------------------------------------------------------
 
-// What filters test and actions change: texts under names, kept for each target. A name is registered once and is a small
+// What filters test and actions change: named texts, stored for each target. A name is registered once and is a small
 // number from then on, so that an evaluation never compares names.
 using AttributeId = uint32_t;
 
@@ -56,7 +56,7 @@ inline constexpr AttributeId kNoAttribute = UINT32_MAX;
 // 'text' as a decimal number: an optional minus sign and digits, nothing else.
 std::optional<int64_t> parse_number(std::string_view text);
 
-// A text whose number is known, for whoever sets the same one again and again.
+// A text with its number, for callers that set the same one repeatedly.
 struct Value {
   explicit Value(std::string_view value_text) : text(value_text), number(parse_number(value_text)) {}
 
@@ -66,18 +66,17 @@ struct Value {
 
 struct Attribute {
   std::string text;
-  int64_t number = 0;    // the value of 'text' when 'numeric'
+  int64_t number = 0;    // the value of 'text' if 'numeric'
   bool numeric = false;  // 'text' is a decimal number
   bool present = false;
 };
 
 // The attributes of one target.
 //
-// A slot that was once used keeps its buffer, so that setting an attribute again allocates nothing as long as the text
-// fits in what the slot has held before.
+// A used slot keeps its buffer, so that setting an attribute again allocates nothing as long as the text fits.
 class Attributes {
  public:
-  // NULL when the target has no such attribute.
+  // NULL if the target has no such attribute.
   const Attribute *find(AttributeId attribute) const noexcept {
     if (attribute >= slot_of_.size() || slot_of_[attribute] == kNoSlot) return nullptr;
     const Attribute *slot = slots_[slot_of_[attribute]].get();
@@ -85,9 +84,9 @@ class Attributes {
   }
   void set(AttributeId attribute, std::string_view text);
   void set(AttributeId attribute, const Value &value);
-  // Adds one; an attribute that is absent or no number counts from 0.
+  // Adds one; an attribute that is absent or not a number counts from 0.
   void count(AttributeId attribute);
-  // False when there was none.
+  // False if there was none.
   bool clear(AttributeId attribute);
   // The attributes that are present, in the order of their registration.
   std::vector<AttributeId> present() const;
@@ -98,11 +97,11 @@ class Attributes {
   Attribute &slot_for(AttributeId attribute);
 
   std::vector<uint16_t> slot_of_;                  // by attribute
-  std::vector<std::unique_ptr<Attribute>> slots_;  // blocks of their own: what find() gave out stays where it is
+  std::vector<std::unique_ptr<Attribute>> slots_;  // separate blocks: results of find() do not move
 };
 
-// The attributes of 'target', made on first use; NULL when the handle is not a target's or memory is short. They live as
-// long as the target.
+// The attributes of 'target', created on first use; NULL if the handle is not a target's or there is no memory. They
+// live as long as the target.
 Attributes *attributes_of(uint32_t target);
 
 // ---- Events -----------------------------------------------------------------------------------------------------------------
@@ -111,24 +110,24 @@ enum class Verdict : uint8_t { none, permit, deny };
 
 struct Outcome {
   uint32_t status = 0;              // 0, or 39: no such target; the rest is then 0
-  Verdict verdict = Verdict::none;  // of the last permit or deny that ran for this very event
+  Verdict verdict = Verdict::none;  // of the last permit or deny that ran for this event itself
   uint32_t policies = 0;            // active policy-maps that handle the event
   uint32_t rules = 0;               // class-actions whose class-map matched and whose actions were run
   uint32_t actions = 0;             // actions run
-  uint32_t failures = 0;            // of these, with another result than 0
+  uint32_t failures = 0;            // of these, those with a result other than 0
 };
 
 // Raises an event on a target.
 Outcome raise_event(uint32_t target, uint32_t event_id);
 
-// Events within events, and parameter-maps within parameter-maps, go this deep and no deeper; and one event of the host
-// leads to this many of both together and no more, so that every event ends.
+// The limits on the nesting of events and of parameter-maps, and on the total number of both that one event of the host
+// may cause, so that every event ends.
 inline constexpr unsigned kMaxDepth = 16;
 inline constexpr unsigned kMaxNested = 1000;
 
-// What a subscriber offers to the statements of a parameter-map for one filter type: two client contexts whose compare
-// function, given a statement's filter data and this data, tells whether that filter holds for the subscriber's value.
-// 'plain' is offered to a statement's match filters, 'inverted' to its no-match filters.
+// A subscriber's value for the statements of a parameter-map, for one filter type: two client contexts whose compare
+// function, given a statement's filter data and this data, returns whether that filter matches the subscriber's value.
+// 'plain' is for a statement's match filters, 'inverted' for its no-match filters.
 struct OfferedValue {
   uint32_t filter_type = 0;  // 0 to 4
   zar_filter_context plain{};
@@ -138,10 +137,10 @@ inline constexpr uint32_t kFilterTypes = 5;
 
 enum class Applied : uint8_t { done, action_failed, no_statement, no_map, too_deep };
 
-// An event under way, as filters and actions see it.
+// A running event, as filters and actions see it.
 class Run {
  public:
-  // What evaluation and entry functions are given as 'run'.
+  // The argument 'run' of evaluation and entry functions.
   static Run &from(void *run) { return *static_cast<Run *>(run); }
 
   uint32_t target() const;
@@ -157,9 +156,9 @@ class Run {
   void decide(Verdict verdict);
   void log(std::string_view text);
 
-  // Raises another event on the same target; nothing when events are nested too deep or were too many.
+  // Raises another event on the same target; nothing if events are nested too deeply or were too many.
   std::optional<Outcome> raise(uint32_t event_id);
-  // Runs the actions of the first statement, in map-index order, that the offered values match.
+  // Runs the actions of the first statement, in map-index order, that matches the offered values.
   Applied apply(uint32_t pmtr_map, std::span<const OfferedValue> offered);
 
  private:
@@ -192,47 +191,47 @@ class Run {
 
 // ---- Observation --------------------------------------------------------------------------------------------------------------
 
-// Told of every step of every evaluation, in order. Records are valid during the call only. Without an observer an
-// evaluation pays one test for each step.
+// Notified of every step of every evaluation, in order. Records are valid only during the call. Without an observer
+// each step of an evaluation costs one test.
 class Observer {
  public:
   virtual ~Observer() = default;
 
   virtual void event_begins(const Run &) {}
   virtual void event_ends(const Run &, const Outcome &) {}
-  // An action's event or parameter-map was refused, as they were nested too deep or were too many.
+  // An action's event or parameter-map was refused, because they were nested too deeply or were too many.
   virtual void nested_too_deep(const Run &) {}
 
-  // A policy-map that is active on the target: with the tuple of the event, or NULL when it does not handle the event.
+  // A policy-map that is active on the target: with the tuple of the event, or NULL if it does not handle the event.
   virtual void policy_begins(const zar_pmap &, const zar_event_tuple *) {}
   virtual void policy_ends(const zar_pmap &) {}
 
   virtual void filter_evaluated(const zar_filter &, bool /*holds*/) {}
-  // 'decided_by' is the filter with which the outcome was certain; NULL for a class-map without filters.
+  // 'decided_by' is the filter that decided the outcome; NULL for a class-map without filters.
   virtual void class_evaluated(const zar_cmap &, bool /*matches*/, const zar_filter * /*decided_by*/) {}
 
   virtual void rule_begins(const zar_class_action &, bool /*matches*/) {}
   virtual void action_begins(const zar_action &) {}
   virtual void action_ends(const zar_action &, uint32_t /*result*/) {}
-  // The exec criteria left the rest of the rule's actions out; 'last' is the action that ended it.
+  // The exec criteria skipped the rest of the rule's actions; 'last' is the action that caused this.
   virtual void rule_cut_short(const zar_class_action &, const zar_action & /*last*/) {}
 
   virtual void statement_evaluated(const zar_pmtr_map &, const zar_pmtr_map_stmt &, bool /*matches*/) {}
 
-  // 'before' is NULL when the attribute was absent, 'after' when it is now.
+  // 'before' is NULL if the attribute was absent, 'after' if it is absent now.
   virtual void attribute_changed(AttributeId, const std::string * /*before*/, const std::string * /*after*/) {}
   virtual void decided(Verdict) {}
   virtual void logged(std::string_view) {}
 };
 
-// The observer of all that follows; NULL for none. It must outlive its use.
+// The observer from now on; NULL for none. It must outlive its use.
 void observe(Observer *observer);
 
 // ---- Target lists ---------------------------------------------------------------------------------------------------------------
 
-// Takes a list that a notification function was handed. The same list may come any number of times.
+// Takes a list that a notification function received. The same list may be passed any number of times.
 void keep_target_list(queue_head *list);
-// Frees the lists that were kept. To be called while no operation of the library is under way.
+// Frees the kept lists. Call it while no operation of the library is running.
 void release_target_lists();
 
 // ---- What is live ---------------------------------------------------------------------------------------------------------------

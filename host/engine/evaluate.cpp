@@ -1,7 +1,7 @@
 // Events on targets: which rules match, and what their actions do.
 //
-// This is the path of every event. It walks the records as they stand, allocates nothing, and asks for the observer at
-// each step with one test.
+// This is the path of every event. It walks the records in their current state, allocates nothing, and tests for the
+// observer once in each step.
 #include "engine/records.h"
 #include "engine/walk.h"
 
@@ -40,7 +40,7 @@ bool Run::walk_events(const zar_pmap &pmap) {
   for (const zar_event_tuple &tuple : Records<zar_event_tuple>(pmap.rule_list)) {
     if (!tuple.event_context || tuple.event_context->event_id != event_id_) continue;
 
-    // No policy-map has two tuples of one event.
+    // No policy-map has two tuples for one event.
     if (current_observer) current_observer->policy_begins(pmap, &tuple);
     walk_rules(tuple);
     if (current_observer) current_observer->policy_ends(pmap);
@@ -64,8 +64,8 @@ void Run::walk_rules(const zar_event_tuple &tuple) {
   }
 }
 
-// match-all looks for a filter that does not hold, the other two for one that holds; what it means to find one, and to
-// find none, follows from the criteria. The filter with which the outcome is certain is the one found, or else the last.
+// match-all looks for a filter that does not match, the other two for one that matches; the criteria determine what it
+// means to find one or none. The filter that decides the outcome is the one found, or else the last.
 bool Run::class_matches(const zar_cmap &cmap) {
   const bool sought = cmap.match_criteria != kClassMatchAll;
   const bool matches_when_found = cmap.match_criteria == kClassMatchAny;
@@ -124,7 +124,7 @@ std::optional<Outcome> Run::raise(uint32_t event_id) {
   return Run(*target_, *attributes_, event_id, depth_ + 1, *nested_left_).walk_policies();
 }
 
-// Depth alone would still let two raises in every rule double the work at each level.
+// With a limit on depth alone, two raises in every rule could still double the work at each level.
 bool Run::take_nested() {
   if (*nested_left_ == 0) return false;
   --*nested_left_;
@@ -140,7 +140,7 @@ void Run::log(std::string_view text) {
   if (current_observer) current_observer->logged(text);
 }
 
-// Only an observer needs the text before the change, and it may pay for the copy.
+// Only an observer needs the text before the change, so only with one is it copied.
 template <class Change>
 void Run::change_attribute(AttributeId attribute, Change change) {
   if (!current_observer) return change();

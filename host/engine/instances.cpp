@@ -8,7 +8,7 @@
 
 namespace {
 
-// Names an instance. The texts belong to whoever made the key.
+// Identifies an instance. The texts belong to the creator of the key.
 struct KeyView {
   uint32_t target = 0;
   uint32_t domain_type = 0;
@@ -39,7 +39,7 @@ struct Instance {
   KeyView key() const { return {target, domain_type, map_name, domain}; }
 };
 
-// The key of an entry lies in its instance.
+// The key of an entry is in its instance.
 using Instances = std::unordered_map<KeyView, std::unique_ptr<Instance>, HashKey>;
 
 Instances &instances() {
@@ -59,7 +59,7 @@ KeyView view(uint32_t target, const zar_map_info &key) {
 
 uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32_t clid, const zar_map_info *key) {
   if (!instance_out || !usable(key)) return 1;
-  // The caller knows no exceptions.
+  // The caller does not handle exceptions.
   try {
     auto instance = std::make_unique<Instance>(target, clid, *key);
     Instance *made = instance.get();

@@ -1,9 +1,9 @@
-// Parameter-maps: the first statement that a subscriber's values match, by way of the repository's compare table.
+// Parameter-maps: finding the first statement that matches a subscriber's values, with the repository's compare table.
 //
-// The table has a slot for each filter type. A statement marks the slots of the types that it has filters of; each value
-// offered to a slot says whether one of the statement's filters holds for it; the statement matches when every marked
-// slot was matched. A value offered to a slot that the statement did not mark would fail it, so only the types of the
-// statement are offered.
+// The table has a slot for each filter type. A statement marks the slots of its filters' types; for each value offered
+// to a slot it is recorded whether one of the statement's filters matches; the statement matches if every marked slot
+// was matched. A value offered to an unmarked slot would make the statement fail, so only the types of the statement
+// are offered.
 #include "engine/records.h"
 #include "engine/walk.h"
 
@@ -11,7 +11,7 @@ namespace engine {
 
 namespace {
 
-// The filters of one type in one statement are all match filters or all no-match filters; the first one tells.
+// The filters of one type in one statement are all match filters or all no-match filters, so the first one shows which.
 uint32_t no_match_of_type(const zar_cmap &cmap, uint32_t filter_type) {
   for (const zar_filter &filter : Records<zar_filter>(cmap.filters)) {
     if (filter.pmtr_flag_2 == filter_type) return filter.no_match;
@@ -23,7 +23,7 @@ bool has_filters_of_type(const zar_cmap &cmap, uint32_t filter_type) {
   return filter_type < kFilterTypes && (cmap.filter_type_mask >> filter_type & 1U) != 0;
 }
 
-// Keeps the count of parameter-maps under way right on every way out.
+// Keeps the count of running parameter-maps correct on every return.
 struct Nested {
   explicit Nested(unsigned &depth) : depth_(depth) { ++depth_; }
   ~Nested() { --depth_; }
@@ -37,7 +37,7 @@ struct Nested {
 }  // namespace
 
 Applied Run::apply(uint32_t pmtr_map, std::span<const OfferedValue> offered) {
-  // Asking for the name refuses the handle of anything but a parameter-map.
+  // Reading the name fails for the handle of anything but a parameter-map.
   if (!zar_get_pmtr_map_name(pmtr_map)) return Applied::no_map;
   if (maps_under_way_ >= kMaxDepth || !take_nested()) {
     if (current_observer) current_observer->nested_too_deep(*this);

@@ -1,4 +1,4 @@
-// The numbers in repository records that the engine acts on, and the state it keeps beside the records.
+// The numbers in repository records that the engine uses, and the state that it keeps outside the records.
 #pragma once
 
 #include <cstdint>
@@ -20,10 +20,10 @@ struct TargetState {
   Attributes attributes;
 };
 
-// The state of a target, made on first use; NULL when the handle is not a target's or memory is short.
+// The state of a target, created on first use; NULL if the handle is not a target's or there is no memory.
 TargetState *state_of(uint32_t target);
 
-// The observer in force, or NULL.
+// The current observer, or NULL.
 extern Observer *current_observer;
 
 }  // namespace engine

@@ -1,4 +1,4 @@
-// What the engine keeps for each target, and the lists of targets that notification functions are handed.
+// What the engine keeps for each target, and the lists of targets that notification functions receive.
 #include <new>
 #include <unordered_set>
 
@@ -19,7 +19,7 @@ std::unordered_set<queue_head *> &kept_lists() {
 }
 
 void free_target_list(queue_head *list) {
-  // The records on the list are the clients' own and stand in other lists too.
+  // The records on the list belong to the clients and are also in other lists.
   runtime::abandon(list);
   bfree_named(list);
 }
@@ -27,7 +27,7 @@ void free_target_list(queue_head *list) {
 }  // namespace
 
 TargetState *state_of(uint32_t target) {
-  // Gives the context that is there already, and refuses the handle of anything but a target.
+  // Returns an existing context, and refuses the handle of anything but a target.
   zar_target_policy_context *context = zar_create_policy_context(target);
   if (!context) return nullptr;
 

@@ -10,7 +10,7 @@ const char *BUILTIN_DEVICE_TO_TEMPLATE = "BUILTIN_DEVICE_TO_TEMPLATE";
 
 namespace {
 
-// Listings print what they get, so a value without a text still needs one.
+// Listings print the text in any case, so a value without a text still needs one.
 constexpr const char *kUnknown = "unknown";
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 namespace engine {
 
-// The records of a queue, head to tail. The walk has fetched the next record before it gives one out, so the one given
-// out may be taken off the queue meanwhile.
+// The records of a queue, head to tail. The walk fetches the next record before it returns one, so the returned one may
+// be removed from the queue.
 template <class Record>
 class Records {
  public:

@@ -18,7 +18,7 @@ static void is_all(const unsigned char *block, size_t size, int value) {
   }
 }
 
-/* Blocks are written to and given back, so that the later ones lie where something was. */
+/* Blocks are written to and freed, so that later ones reuse their memory. */
 static void blocks_are_zeroed(void) {
   static unsigned char *blocks[kBlocks];
   for (int turn = 0; turn < 3; turn++) {

@@ -1,9 +1,9 @@
 /*
- * zar-platform-check: says of a platform runtime, promise by promise, whether it keeps the contract that the library
- * relies on. It is linked with the runtime in question and with nothing of the library.
+ * zar-platform-check: checks, promise by promise, whether a platform runtime keeps the contract that the library relies
+ * on. It is linked with that runtime and with no part of the library.
  *
- * Each promise is checked in a process of its own, which begins with the runtime as it stood at the start: a service that
- * crashes, hangs or spoils its own state breaks one promise and not the following ones.
+ * Each promise is checked in its own process, which starts with the initial state of the runtime: a service that
+ * crashes, hangs or corrupts its own state breaks one promise and not the following ones.
  */
 #ifndef PLATFORM_CHECK_H
 #define PLATFORM_CHECK_H
@@ -12,7 +12,7 @@
 #include <stdint.h>
 #include <stdnoreturn.h>
 
-/* One promise. The check returns when it is kept and calls 'broken' when it is not. */
+/* One promise. The check returns if it is kept and calls 'broken' if it is not. */
 typedef struct Promise {
   const char *service;  /* the imported name that makes it */
   const char *sentence; /* what it promises, as docs/platform.md says it */
@@ -28,10 +28,10 @@ typedef struct Group {
 
 extern const Group id_tables, pools, trees, queues, texts, allocation, copying, trace;
 
-/* Ends the check: the promise is broken, and this is how it showed. */
+/* Ends the check: the promise is broken, for the given reason. */
 noreturn void broken(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/* Ends the check unless 'condition' holds; what follows says what was seen instead, as for printf. */
+/* Ends the check unless 'condition' holds; the other arguments describe what was observed instead, as for printf. */
 #define EXPECT(condition, ...)             \
   do {                                     \
     if (!(condition)) broken(__VA_ARGS__); \

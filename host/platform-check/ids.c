@@ -64,7 +64,7 @@ static void deleted_is_told(void) {
   has_status(id, table, 2);
 }
 
-/* Whoever holds a stale handle must not reach a later record through it. */
+/* A stale handle must not lead to a later record. */
 static void deleted_stays_deleted(void) {
   static char things[2];
   uint16_t table = new_table();

@@ -9,13 +9,13 @@
 
 #include "check.h"
 
-/* A promise that takes longer is broken: none needs more than a moment, which under an emulator was over ten seconds. */
+/* A promise that takes longer is broken: all are quick, although one took over ten seconds under an emulator. */
 enum { kSeconds = 60, kKept = 0, kBroken = 1, kDetailRoom = 256 };
 
 static const Group *const groups[] = {&id_tables, &pools, &trees, &queues, &texts, &allocation, &copying, &trace};
 enum { kGroups = sizeof groups / sizeof groups[0] };
 
-/* Where the process of a check tells how the promise was broken. */
+/* Where the process of a check writes how the promise was broken. */
 static int tell_to;
 
 void broken(const char *format, ...) {
@@ -38,7 +38,7 @@ static void describe_end(int status, char *detail) {
   }
 }
 
-/* What a broken service left in a text may be anything; it is shown with a question mark for what cannot be printed. */
+/* A broken service may leave anything in a text; characters that cannot be printed are shown as question marks. */
 static void read_all(int from, char *to, size_t room) {
   ssize_t length = 0;
   size_t used = 0;
@@ -49,7 +49,7 @@ static void read_all(int from, char *to, size_t room) {
     *at = isprint((unsigned char)*at) ? *at : '?';
 }
 
-/* Whether the promise is kept; 'detail' receives how it was broken. */
+/* Whether the promise is kept; 'detail' receives the reason if it is not. */
 static int is_kept(const Promise *promise, char *detail) {
   int ends[2], status = 0;
   if (pipe(ends) != 0) exit(70);

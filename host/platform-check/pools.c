@@ -3,7 +3,7 @@
 #include "check.h"
 #include "platform/runtime.h"
 
-/* Several chunks' worth, and a size that is no power of two, as most records have. */
+/* Enough for several chunks, and a size that is not a power of two, like most records. */
 enum { kFlags = 0x111, kPerChunk = 20, kRecords = 1000, kSize = 152 };
 
 static chunk_pool *new_pool(size_t size) {
@@ -18,7 +18,7 @@ static unsigned char *take(chunk_pool *pool) {
   return record;
 }
 
-/* Fills a record with something that no other one holds. */
+/* Fills a record with content that no other one has. */
 static void mark(unsigned char *record, size_t size, unsigned number) {
   memset(record, (int)(number % 251), size);
   memcpy(record, &number, sizeof number);
@@ -64,7 +64,7 @@ static void takes_back(void) {
   EXPECT(chunk_free(pool, take(pool)) != 0, "it answered 0 for a record of the pool");
 }
 
-/* Every other one, so that records that stay lie between those that go. */
+/* Every other one, so that remaining records are between the freed ones. */
 static void giving_back_spares_others(void) {
   static unsigned char *records[kRecords];
   chunk_pool *pool = new_pool(kSize);

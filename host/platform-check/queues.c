@@ -4,7 +4,7 @@
 #include "check.h"
 #include "platform/runtime.h"
 
-/* An element, as the library's records are: the link first, and something behind it that nobody may touch. */
+/* An element, like the library's records: the link first, followed by data that the service must not touch. */
 typedef struct Element {
   queue_link link;
   char name;
@@ -21,7 +21,7 @@ static void start(queue_head *queue) {
   queue_init(queue, 0);
 }
 
-/* A fresh queue of the elements named in 'names', in that order. */
+/* A new queue of the elements named in 'names', in that order. */
 static void fill(queue_head *queue, const char *names) {
   start(queue);
   for (; *names; names++)
@@ -153,7 +153,7 @@ static void passes_over_the_absent(void) {
   holds(&other, "c");
 }
 
-/* A shared action stands in the rules of several policies. */
+/* A shared action is in the rules of several policies. */
 static void stands_in_several_queues(void) {
   queue_head one, other;
   fill(&one, "abc");
@@ -185,7 +185,7 @@ static void element_is_left_alone(void) {
   }
 }
 
-/* As every deletion does it: fetch the next one, then take out and free the one before. */
+/* Like every deletion: fetch the next one, then remove and free the previous one. */
 static void walk_survives_removal(void) {
   enum { kMany = 8 };
   queue_head queue;

@@ -17,7 +17,7 @@ static void answers_steadily(void) {
   }
 }
 
-/* What a runtime shows of the messages below would stand between the promises. This process makes no others. */
+/* If the runtime printed the messages below, they would appear between the promises. This process traces no others. */
 static void show_nothing(void) {
   int nowhere = open("/dev/null", O_WRONLY);
   EXPECT(nowhere >= 0, "/dev/null cannot be opened");
@@ -25,7 +25,7 @@ static void show_nothing(void) {
   dup2(nowhere, STDERR_FILENO);
 }
 
-/* All conversions that stand in the library's messages. */
+/* All conversions in the library's messages. */
 static void takes_every_conversion(void) {
   int thing;
   show_nothing();

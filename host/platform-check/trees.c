@@ -4,7 +4,7 @@
 #include "check.h"
 #include "platform/runtime.h"
 
-/* A node, as the library's records are: the linkage first. */
+/* A node, like the library's records: the links first. */
 typedef struct Node {
   avl_node links;
   int key;
@@ -14,7 +14,7 @@ typedef struct Node {
 enum { kBefore, kEqual, kAfter };
 enum { kKeys = 5 };
 
-/* What the comparator was asked with that it should not have been. */
+/* A wrong argument that the comparator received. */
 static const void *the_probe;
 static const char *misuse;
 
@@ -276,7 +276,7 @@ static void remove_of_an_empty_tree(void) {
   EXPECT(n_freed == 0, "the free function heard of %d nodes", n_freed);
 }
 
-/* A walk goes on from a record that has been taken out, or was never in. */
+/* A walk continues from a record that was removed, or was never in the tree. */
 static void next_of_an_absent_one(void) {
   avl_tree tree;
   Node nodes[3] = {{.key = 2}, {.key = 4}, {.key = 6}};
@@ -296,7 +296,9 @@ typedef struct NamedNode {
   const char *name;
 } NamedNode;
 
-/* As the keys of policy-maps compare: over the length of the shorter one. No order at all, strictly speaking. */
+/*
+ * Compares like the keys of policy-maps: over the length of the shorter one. Strictly speaking, this is not an order.
+ */
 static uint32_t compare_beginnings(const void *nascent, const void *tree) {
   const char *left = ((const NamedNode *)nascent)->name, *right = ((const NamedNode *)tree)->name;
   size_t length = strlen(left) < strlen(right) ? strlen(left) : strlen(right);
@@ -304,7 +306,7 @@ static uint32_t compare_beginnings(const void *nascent, const void *tree) {
   return difference < 0 ? kBefore : difference > 0 ? kAfter : kEqual;
 }
 
-/* What was entered is seen by a walk, once each. */
+/* A walk visits each inserted record once. */
 static void sees_all(avl_tree *tree, const NamedNode *nodes, const int *is_entered, int n_nodes) {
   void *seen = NULL;
   int n_seen = 0, n_entered = 0;
@@ -344,7 +346,7 @@ static void survives_prefixes(void) {
   }
 }
 
-/* Random insertions and deletions beside an array that tells what should be there. */
+/* Random insertions and deletions, compared with an array of the expected contents. */
 static void agrees_with_a_model(void) {
   enum { kMany = 200, kSteps = 20000 };
   static Node nodes[kMany];

@@ -1,4 +1,4 @@
-// Named allocation: memory blocks counted by the tag that they were asked for under.
+// Named allocation: memory blocks counted by their allocation tag.
 #include <array>
 #include <cstring>
 #include <new>
@@ -17,8 +17,8 @@ struct TagCount {
   BlockCount count;
 };
 
-// The counts by tag. Callers use a few dozen tags that differ in their low bits, so a small table of guesses finds nearly
-// every tag at once; a block's note then names its count directly.
+// The counts by tag. Callers use a few dozen tags that differ in their low bits, so a small table of guesses finds
+// nearly every tag immediately; a block's note then refers to its count directly.
 class TagCounts {
  public:
   uint32_t index_of(uint32_t tag) {
@@ -54,7 +54,7 @@ Blocks &blocks() {
   return immortal<Blocks>();
 }
 
-// The note about a block: the index of its count, and its size. Sizes beyond 32 bits are asked for by mistake only.
+// The note about a block: the index of its count, and its size. Sizes beyond 32 bits are requested only by mistake.
 void *take(size_t size, uint32_t tag) noexcept {
   if (size > UINT32_MAX) return nullptr;
   auto &[store, counts] = blocks();

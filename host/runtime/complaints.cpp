@@ -23,7 +23,7 @@ void complain(const char *format, ...) noexcept {
   try {
     immortal<Complaints>().texts.emplace_back(text);
   } catch (const std::bad_alloc &) {
-    // The service refuses the request all the same; only the note is lost.
+    // The service still refuses the request; only the complaint is lost.
   }
 }
 

@@ -1,5 +1,5 @@
-// The control side of the stand-in platform runtime: what a test or the host may see and steer. The library never
-// includes this; it knows the runtime only by the imported services.
+// The control side of the stand-in platform runtime: what a test or the host may inspect and control. The library never
+// includes this; it knows the runtime only through the imported services.
 //
 // One process has one runtime. All functions are for the one thread that calls the library.
 #pragma once
@@ -14,7 +14,7 @@
 
 struct queue_head;
 
-// The shared library hides everything but what is declared here, and the services.
+// The shared library exports only the declarations here and the services.
 #pragma GCC visibility push(default)
 
 namespace runtime {
@@ -25,17 +25,17 @@ namespace runtime {
 std::vector<uint32_t> live_ids();
 
 struct PoolInfo {
-  std::string name;        // empty for a pool made without a name
-  uint32_t tag = 0;        // 0 for a pool made with a name
+  std::string name;        // empty for a pool created without a name
+  uint32_t tag = 0;        // 0 for a pool created with a name
   size_t record_size = 0;  // bytes
   uint32_t per_chunk = 0;  // records
   uint32_t flags = 0;
-  size_t live = 0;   // records that are out
-  size_t total = 0;  // records ever given out
+  size_t live = 0;   // records in use
+  size_t total = 0;  // records ever handed out
 };
 // Every pool, in the order of creation.
 std::vector<PoolInfo> pools();
-// Records that are out, over all pools.
+// Records in use, over all pools.
 size_t live_records();
 
 struct BlockCount {
@@ -51,7 +51,7 @@ size_t live_blocks();
 // The interned texts that are live, with their counts.
 std::map<std::string, uint32_t> interned_texts();
 
-// Queue entries that had to be allocated since their element stood somewhere else already.
+// Queue entries that had to be allocated because their element was already in a queue.
 size_t live_queue_entries();
 
 // Everything that is live, for a comparison of before and after. Tags and texts with nothing live are left out.
@@ -65,7 +65,7 @@ struct Inventory {
   bool operator==(const Inventory &) const = default;
 };
 Inventory inventory();
-// One line a thing, for messages.
+// One line per item, for messages.
 std::string to_string(const Inventory &inventory);
 
 // ---- Requests -------------------------------------------------------------------------------------------------------
@@ -76,16 +76,16 @@ const char *to_string(Service service);
 
 struct Request {
   Service service{};
-  uint32_t tag = 0;  // 0 where the service takes none
+  uint32_t tag = 0;  // 0 if the service takes none
   size_t size = 0;   // bytes: of a record, a block, or a text without its terminator
   std::string text;  // of a duplicate, an interned text, a named pool, an id table
   bool failed = false;
 };
-// Starts or ends the recording of requests; starting forgets the recorded ones. Off at first.
+// Starts or stops the recording of requests; starting discards the recorded ones. Off at first.
 void record_requests(bool on);
 const std::vector<Request> &recorded_requests();
 
-// A text given back to the string database while requests are recorded: the text and the tag of the removal.
+// A text removed from the string database while requests are recorded: the text and the tag of the removal.
 struct TextRemoval {
   std::string text;
   uint32_t tag = 0;
@@ -96,7 +96,7 @@ const std::vector<TextRemoval> &recorded_text_removals();
 
 enum class Fault { once, from_then_on };
 // The 'nth' fallible request from now on fails (1: the next), of any service or of one. A later call replaces the
-// schedule; each service may have a schedule of its own beside the one for any.
+// schedule; each service may have its own schedule in addition to the one for any service.
 void fail_request(uint64_t nth, Fault mode = Fault::once);
 void fail_request(Service service, uint64_t nth, Fault mode = Fault::once);
 void clear_faults();
@@ -105,15 +105,15 @@ uint64_t fallible_requests();
 uint64_t fallible_requests(Service service);
 // Requests that failed because of a schedule.
 uint64_t injected_faults();
-// The next look-up of a live id answers status 0 with a NULL pointer, as a damaged table would.
+// The next look-up of a live id returns status 0 with a NULL pointer, as a corrupted table would.
 void lose_next_pointer();
-// Tree deletions and searches are not fallible requests; the next deletion can be made to fail all the same.
+// Tree deletions and searches are not fallible requests; the next deletion can still be made to fail.
 void fail_next_tree_delete();
 
 // ---- Misuse ---------------------------------------------------------------------------------------------------------
 
-// What callers did that the services do not allow (a record given back twice, a predecessor that is not in the queue, a
-// text removed more often than added, ...), oldest first. Tests assert that it is empty.
+// Misuse of the services by callers (a record returned twice, a predecessor that is not in the queue, a text removed
+// more often than added, ...), oldest first. Tests assert that it is empty.
 const std::vector<std::string> &complaints();
 void clear_complaints();
 
@@ -125,23 +125,23 @@ struct TraceLine {
   std::string format;  // as the library passed it
   std::string text;    // formatted
 };
-// The levels that are wanted, a bit for each level (levels 0 to 31). 0 at first: off.
+// The wanted levels, one bit for each level (0 to 31). 0 at first: off.
 void want_trace_levels(uint32_t bits);
 uint32_t wanted_trace_levels();
 // Where wanted messages go: all sinks that are set. None at first.
 void trace_to_stderr(bool on);
-// Appends to 'path'; an empty path ends it. False when the file cannot be opened.
+// Appends to 'path'; an empty path ends this. False if the file cannot be opened.
 bool trace_to_file(const std::string &path);
 void trace_to(std::function<void(const TraceLine &)> sink);
 
 // ---- Queues -----------------------------------------------------------------------------------------------------------
 
-// The elements of a queue, without disturbing anything (for tests and displays).
+// The elements of a queue, without changing anything (for tests and displays).
 std::vector<void *> elements(const void *queue_head);
 
-// Empties a queue that is about to be thrown away, so that its elements are free for other queues. Who owns a target list
-// calls this while the elements are still alive, then frees the list. A list that is freed without it leaves its elements
-// marked as queued: they can be queued again all the same, but every entry then has to be allocated, and entries that the
+// Empties a queue that is about to be discarded, so that its elements are free for other queues. The owner of a target
+// list calls this while the elements still exist, then frees the list. If a list is freed without it, its elements stay
+// marked as queued: they can still be queued again, but every entry must then be allocated, and the entries that the
 // list had allocated are lost.
 void abandon(queue_head *queue);
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-// A size beyond this is taken for a negative number that was converted.
+// A larger size is assumed to be a converted negative number.
 constexpr size_t kLargestSize = SIZE_MAX >> 1;
 
 int refuse(char *to, size_t to_size, int error) {
@@ -24,7 +24,7 @@ bool overlap(const char *to, size_t to_length, const char *from, size_t from_len
 int strncpy_s(char *to, size_t to_size, const char *from, size_t count) {
   if (!to || !from) return refuse(to, to_size, EINVAL);
   if (to_size == 0 || to_size > kLargestSize || count > kLargestSize) return refuse(to, to_size, ERANGE);
-  // No more of 'from' is read than may be copied, plus the character that shows that it does not fit.
+  // Reads no more of 'from' than may be copied, plus the character that shows that it does not fit.
   size_t length = strnlen(from, count < to_size ? count : to_size);
   if (length >= to_size) return refuse(to, to_size, ERANGE);
   size_t read = length < count ? length + 1 : length;

@@ -57,7 +57,7 @@ void record(Service service, uint32_t tag, size_t size, std::string_view text, b
 }  // namespace
 
 bool refused_by_watch(Service service, uint32_t tag, size_t size, std::string_view text) noexcept {
-  // Both clocks tick at every request, whichever strikes.
+  // Both clocks count every request, whichever of them fires.
   bool any_strikes = watch().any.strikes();
   bool failed = schedule_of(service).strikes() || any_strikes;
   if (failed) ++watch().injected;
@@ -79,7 +79,7 @@ void note_text_removal(std::string_view text, uint32_t tag) noexcept {
   try {
     watch().removals.push_back({std::string(text), tag});
   } catch (const std::bad_alloc &) {
-    monitor.recording = false;  // an incomplete recording would mislead; none does not
+    monitor.recording = false;  // an incomplete recording would mislead; an empty one does not
   }
 }
 

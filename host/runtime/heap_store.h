@@ -1,6 +1,6 @@
-// The same as the slab store with a heap block for every record, so that AddressSanitizer sees who touches a record that
-// was given back, or goes past its end. The store remembers what is out: a record that its user knows only by a handle is
-// no leak.
+// The same as the slab store with a heap block for every record, so that AddressSanitizer detects accesses to a record
+// that was returned, or past its end. The store remembers the records in use: a record that its user knows only by a
+// handle is not a leak.
 #pragma once
 
 #include <cstddef>

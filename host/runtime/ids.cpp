@@ -1,19 +1,19 @@
 // Id tables.
 //
-// An id is a slot index (18 bits) below the slot's generation (14 bits). A slot holds the pointer, the id that is live in
-// it and the table that issued it, so a look-up compares two words and touches one cache line, however many slots there
-// are. Index 0 is never issued, so no id is 0.
+// An id consists of the slot's generation (14 high bits) and the slot index (18 low bits). A slot holds the pointer,
+// its live id and the table that issued it, so a look-up compares two words and touches one cache line, however many
+// slots there are. Index 0 is never issued, so no id is 0.
 //
-// All tables of the process share the slots: numbering goes on when a table ends or another one is made, and an id of one
-// table leads nowhere in any other. No value comes back within 16 million allocations: freed slots wait in a queue and are
-// issued again in the order in which they were freed, and only while more than kQuarantine of them wait; otherwise a fresh
-// one is issued. All slots that wait behind a slot at its issue are issued before it comes round again, so its 2^14
-// generations last for at least (2^14 - 1) * (kQuarantine + 1) allocations. That leaves room for more than 261,000 live
-// ids.
+// All tables of the process share the slots: the numbering continues when a table ends or another one is created, and
+// an id of one table is unknown in any other. No value is reused within 16 million allocations: freed slots wait in a
+// queue and are issued again in the order in which they were freed, and only while more than kQuarantine of them wait;
+// otherwise a new one is issued. All slots that wait behind a slot when it is issued are issued before it is issued
+// again, so its 2^14 generations last for at least (2^14 - 1) * (kQuarantine + 1) allocations. That leaves room for
+// more than 261,000 live ids.
 //
-// Whether a value was ever issued follows from the generation that its slot is at. A slot whose generations have begun
-// anew has issued all of its values. A slot remembers only the table of its newest id: an older one counts as deleted in
-// whatever table it is looked up.
+// Whether a value was ever issued follows from the generation of its slot. A slot whose generations have wrapped around
+// has issued all of its values. A slot remembers only the table of its newest id: an older id counts as deleted in any
+// table.
 #include <algorithm>
 #include <cstdlib>
 
@@ -38,7 +38,7 @@ enum Status : uint32_t { kLive = 0, kNeverIssued = 1, kDeleted = 2 };
 struct Slot {
   // Live: the pointer. Free: the next slot in the queue of free ones, and the generation of the last id.
   uint64_t content;
-  uint32_t id;          // the live id; 0 when there is none
+  uint32_t id;          // the live id; 0 if there is none
   uint16_t table;       // which table issued the last id
   uint16_t began_anew;  // all generations were used
 
@@ -57,10 +57,10 @@ static_assert(sizeof(Slot) == 16, "four slots share a cache line, and none lies 
 // The slots of all tables.
 struct Space {
   Slot *slots;
-  uint32_t *issues;     // beside each slot: when its id was issued, as a count of issues
-  uint32_t fresh;       // slots from here on were never issued; 0 when there are none yet
-  uint32_t capacity;    // slots that there is memory for
-  uint32_t growth;      // slots to grow by at least
+  uint32_t *issues;     // for each slot: when its id was issued, as a count of issues
+  uint32_t fresh;       // slots from here on were never issued; 0 if there are none yet
+  uint32_t capacity;    // allocated slots
+  uint32_t growth;      // the minimum growth, in slots
   uint32_t n_free;      // slots in the queue of free ones
   uint32_t first_free;  // the slot that was freed first
   uint32_t last_free;
@@ -91,7 +91,7 @@ bool grow() {
   return true;
 }
 
-// Makes room for the first slots; one of them is never issued.
+// Allocates the first slots; one of them is never issued.
 bool prepare(uint32_t initial) {
   if (space.fresh != 0) return true;
   space.growth = std::max(initial, kSmallestSpace);
@@ -112,7 +112,7 @@ uint32_t take_freed_slot() {
   return generation << kIndexBits | index;
 }
 
-// 0 when there is none.
+// 0 if there is none.
 uint32_t take_fresh_slot() {
   if (space.fresh == space.capacity && !grow()) return 0;
   uint32_t index = space.fresh++;
@@ -166,7 +166,7 @@ void *report(uint32_t *status_out, Status status, void *pointer) {
   return pointer;
 }
 
-// The identifiers go round before one is used again, so ids of an ended table seldom meet a new one.
+// All identifiers are used before one is reused, so ids of a destroyed table rarely meet a new one.
 uint16_t unused_table() {
   for (uint32_t tried = 0; tried < kMostTables; ++tried) {
     ++newest_table;

@@ -1,6 +1,6 @@
-// What every service shares: the fault clock with the recording of requests, and the list of complaints.
+// Shared by all services: the fault clock with the recording of requests, and the list of complaints.
 //
-// A fallible request costs one increment and one branch that is never taken while nobody records or injects anything.
+// A fallible request costs one increment and one branch, which is never taken unless something is recorded or injected.
 #pragma once
 
 #include <cstddef>
@@ -18,14 +18,14 @@ struct Monitor {
   bool recording = false;
   bool lose_next_pointer = false;
   bool fail_next_tree_delete = false;
-  uint64_t requests[kServices] = {};  // of records: only those that were refused
+  uint64_t requests[kServices] = {};  // for records: only those that were refused
 };
 extern constinit Monitor monitor;
 
 // The slow half of refused(): records the request and asks the schedules.
 bool refused_by_watch(Service service, uint32_t tag, size_t size, std::string_view text) noexcept;
 
-// Counts a fallible request. True when a schedule makes it fail: the service then refuses it.
+// Counts a fallible request. True if a schedule makes it fail: the service then refuses it.
 inline bool refused(Service service, uint32_t tag = 0, size_t size = 0, std::string_view text = {}) noexcept {
   ++monitor.requests[static_cast<size_t>(service)];
   return monitor.watching && refused_by_watch(service, tag, size, text);
@@ -34,15 +34,15 @@ inline bool refused(Service service, uint32_t tag = 0, size_t size = 0, std::str
 // Requests for records that were granted, over all pools.
 uint64_t granted_records();
 
-// The request that was counted last was refused for want of memory.
+// The last counted request was refused for lack of memory.
 void note_out_of_memory() noexcept;
 
 void note_text_removal(std::string_view text, uint32_t tag) noexcept;
 
-// Remembers what a caller did that a service does not allow.
+// Records misuse of a service by a caller.
 [[gnu::format(printf, 1, 2)]] void complain(const char *format, ...) noexcept;
 
-// State that is never destroyed, since services may be called until the process is gone.
+// State that is never destroyed, since services may be called until the process ends.
 template <class State>
 State &immortal() {
   static State *state = new State;

@@ -1,11 +1,11 @@
-// How the records of a store lie in relation to the processor's cache lines.
+// How the records of a store are aligned to the processor's cache lines.
 #pragma once
 
 namespace runtime {
 
 enum class Placement {
   dense,     // one after the other
-  by_lines,  // where records have more than two lines: eight bytes before the begin of a line, each
+  by_lines,  // for records of more than two lines: each begins eight bytes before a line
 };
 
 }  // namespace runtime

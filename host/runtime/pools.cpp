@@ -1,7 +1,7 @@
-// Pools of equal-sized records. What a pool adds to its store is the bookkeeping for the control side.
+// Pools of equal-sized records. A pool adds to its store the bookkeeping for the control side.
 //
-// A store counts the records that it gave anyway, and at the cost of taking one a second count would show; so only the
-// requests for records that were refused are counted with those of the other services.
+// A store counts the records that it hands out anyway, and a second count would be noticeable beside the cost of taking
+// one; so only refused requests for records are counted with those of the other services.
 #include <algorithm>
 #include <memory>
 #include <new>
@@ -53,7 +53,7 @@ chunk_pool *create(const char *name, uint32_t tag, size_t size, uint32_t per_chu
   }
 }
 
-// Kept out of the way of the services' usual paths, which need no stack.
+// Kept out of the services' usual paths, which need no stack.
 [[gnu::noinline, gnu::cold]] void *take_slowly(chunk_pool *pool) {
   if (!pool) return nullptr;
   bool refused = monitor.watching && refused_by_watch(Service::record, pool->tag, pool->record_size, {});

@@ -1,16 +1,17 @@
-// Queues in which one element may stand several times, and which may share elements.
+// Queues that may contain an element several times, and may share elements.
 //
-// An element has one link word, which is enough to stand in one place. So an entry of a queue is either the element
-// itself, linked through its own word, or, where that word is in use, a cell that was allocated and names the element. The
-// words of heads, links and cells say which by their lowest bit, which no pointer to an element has.
+// An element has one link word, which is enough for one entry. So an entry of a queue is either the element itself,
+// linked through its own word, or, if that word is in use, an allocated cell that points to the element. The lowest bit
+// in the words of heads, links and cells says which it is; no pointer to an element has that bit.
 //
 // 1. An element's link word is 0 exactly while no entry uses it. The last entry of a queue therefore links to kEnd.
 // 2. An empty queue has head 0 and tail 0; a queue head of zeros is one.
-// 3. An element that stands nowhere is entered without an allocation; any other costs one cell, which can fail.
+// 3. An element that is in no queue is entered without an allocation; any other needs a cell, whose allocation can
+//    fail.
 //
-// It does not matter which entry is the element itself: when that one is taken out, the cells stay as they are, and the
-// next entry uses the word again. A word that stays in use for ever, by a list that was thrown away full, costs cells but
-// harms nothing: it is followed only from that list.
+// It does not matter which entry is the element itself: when that one is removed, the cells stay as they are, and the
+// next entry uses the word again. If a word stays in use forever, because a list was discarded while full, this costs
+// cells but does no harm: it is followed only from that list.
 #include "host/runtime/monitor.h"
 #include "host/runtime/record_store.h"
 #include "host/runtime/services.h"
@@ -34,7 +35,7 @@ RecordStore &cells() {
   return immortal<Cells>().store;
 }
 
-// What the links hold: an element, a cell with its lowest bit set, the end, or nothing.
+// The values of links: an element, a cell with its lowest bit set, the end, or nothing.
 class Entry {
  public:
   constexpr Entry() = default;
@@ -73,7 +74,7 @@ class Entry {
   uintptr_t word_ = 0;
 };
 
-// An entry for 'element' that is linked to nothing yet; none when there is no memory for it.
+// An entry for 'element' that is not linked yet; none if there is no memory for it.
 Entry new_entry(void *element) {
   if (!static_cast<queue_link *>(element)->next) [[likely]]
     return Entry(element);
@@ -87,7 +88,7 @@ Entry new_entry(void *element) {
   return Entry::of_cell(cell);
 }
 
-// Whether 'element' may be entered; says what is wrong otherwise.
+// Whether 'element' may be entered; otherwise records the reason.
 bool may_enter(const queue_head *queue, const void *element) {
   if (!queue || !element) {
     complain("%p was put into the queue %p", element, static_cast<const void *>(queue));
@@ -122,7 +123,7 @@ void link_last(queue_head &queue, Entry entry) {
     link_first(queue, entry);
 }
 
-// 'predecessor' is none when 'entry' is the head.
+// 'predecessor' is none if 'entry' is the head.
 void unlink(queue_head &queue, Entry predecessor, Entry entry) {
   Entry next = entry.next();
   if (predecessor)
@@ -167,7 +168,7 @@ void queue_requeue(queue_head *queue, void *element) {
 void queue_insqueue(queue_head *queue, void *element, void *predecessor) {
   if (!may_enter(queue, element)) return;
   Entry after = find_first(*queue, predecessor).entry;
-  // An element whose place is unknown is better off at the tail than nowhere.
+  // It is better to put an element with an unknown position at the tail than to drop it.
   if (!after) complain("%p was put after %p, which is not in the queue", element, predecessor);
   Entry entry = new_entry(element);
   if (!entry) return;
@@ -195,7 +196,7 @@ void *queue_get_next(const queue_head *queue, queue_cursor *cursor) {
   Entry at(cursor->position);
   if (at.is_end()) return nullptr;
   Entry next = at ? at.next() : Entry(queue->head);
-  // A cursor that has gone past the last element stays there, since that element may be gone by the next call.
+  // A cursor at the last element stays there, since that element may be gone by the next call.
   cursor->position = next ? next.word() : Entry::end().word();
   return next ? next.element() : nullptr;
 }

@@ -1,4 +1,4 @@
-// Which store the records of pools and queues come from in this build.
+// The store of the records of pools and queues in this build.
 #pragma once
 
 #if ZAR_RECORDS_ON_HEAP

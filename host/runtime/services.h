@@ -1,5 +1,5 @@
-// The services as this library defines them. It hides everything by default; their declarations carry no visibility of
-// their own, so they get it here.
+// The services as this library defines them. It hides everything by default; their declarations have no visibility
+// attribute, so they get it here.
 #pragma once
 
 #include <cstddef>

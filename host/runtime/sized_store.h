@@ -1,9 +1,9 @@
-// Memory of any size, with a note of eight bytes about each block. Giving back tells whether the block is out.
+// Memory of any size, with a note of eight bytes about each block. Freeing a block detects whether it is in use.
 //
-// Small blocks come from slabs of one size each, with the note behind the content; the owner of their page says which
-// slab they are of. The rest, and everything in a build for the sanitizers, is a heap block of exactly the size that was
-// asked for, so that a byte past the end is seen; a table keeps their notes. It keeps their addresses disguised, so that a
-// block that its user lost is a leak.
+// Small blocks come from slabs of one size each, with the note after the content; the owner of their page says to which
+// slab they belong. The rest, and everything in a build for the sanitizers, is a heap block of exactly the requested
+// size, so that an access past the end is detected; a table keeps their notes. It stores their addresses disguised, so
+// that a block that its user lost counts as a leak.
 #pragma once
 
 #include <array>
@@ -35,14 +35,14 @@ class SizedStore {
     return block;
   }
 
-  // The note about a block that is out; NULL for anything else.
+  // The note about a block in use; NULL for anything else.
   const Note *note_of(const void *block) const noexcept {
     const SlabStore *slabs = small_of(block);
     if (!slabs) return note_on_heap(block);
     return slabs->is_out(block) ? note_in(*slabs, block) : nullptr;
   }
 
-  // Takes back a block that is out.
+  // Frees a block that is in use.
   void put_back(void *block) noexcept {
     if (SlabStore *slabs = small_of(block))
       slabs->put_back(block);
@@ -57,7 +57,7 @@ class SizedStore {
   template <size_t... index>
   explicit SizedStore(std::index_sequence<index...>) : small_{SlabStore((index + 1) * kStep, kPerSlab)...} {}
 
-  // The slabs that the page of 'block' belongs to, or NULL.
+  // The slabs to which the page of 'block' belongs, or NULL.
   const SlabStore *small_of(const void *block) const noexcept {
     const SlabStore *owner = SlabStore::owner_of(block);
     return owner >= small_.data() && owner < small_.data() + small_.size() ? owner : nullptr;

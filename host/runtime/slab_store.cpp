@@ -9,7 +9,7 @@ namespace runtime {
 
 namespace {
 
-// Addresses only; memory is used as slabs are made. Less is taken where the process may not have so many.
+// Reserves only addresses; memory is used when slabs are created. Takes less if the process is not allowed this much.
 constexpr uint64_t kMostReserved = uint64_t{16} << 30, kLeastReserved = uint64_t{64} << 20;
 constexpr uint64_t kCommitStep = uint64_t{1} << 20;
 constexpr uint32_t kMostStores = 1 << 16;
@@ -54,7 +54,7 @@ bool SlabStore::grow() noexcept {
 }
 
 bool SlabStore::enter_into_range() noexcept {
-  // Beyond the largest slab the distance of a record could not be told by its page.
+  // In a larger slab the page could not give the offset of a record.
   if (first_at_ + stride_ > kLargestSlab) return false;
   if (!range_.begin && !reserve_range()) return false;
   if (range_.n_stores + 1 == kMostStores) return false;

@@ -1,20 +1,21 @@
 // Memory for records of one size: slabs out of one address range, and an intrusive list of the free records.
 //
-// Taking and giving back must cost less than half of malloc and free, and giving back must still tell whether the record
-// is one of this store that is out. So all slabs of the process lie in one reserved range of addresses, with a table of
-// the page owners beside it: four bytes a page, dense, and hot in the first-level cache. A record is checked with one load
-// from it, one multiplication for the division by the record size, and one look at the record itself:
+// Taking and returning a record must cost less than half of malloc and free, and returning must still detect whether
+// the record is in use and from this store. So all slabs of the process are in one reserved range of addresses, with a
+// separate table of the page owners: four bytes per page, dense, and hot in the first-level cache. A record is checked
+// with one load from it, one multiplication for the division by the record size, and one read of the record itself:
 //
 // 1. An address outside the used part of the range, or in a page of another store, is foreign.
-// 2. A distance from the start of the slab that is no multiple of the record size is not the start of a record.
-// 3. A record in the free list carries its own address, inverted, in its second word. Content that looks so by chance is
-//    told apart by a walk over the free list, which only such a record pays for.
+// 2. An offset in the slab that is not a multiple of the record size is not the start of a record.
+// 3. A record in the free list has its own address, inverted, in its second word. Content that looks like this by
+//    chance is distinguished by a walk over the free list, which is needed only for such a record.
 //
-// Records that are large enough to stand in trees are placed by cache lines. What a search reads of them, from the second
-// word (the children) to the ninth (where maps have the pointer to their key), is then one line instead of two or three.
+// Records that are large enough to be in trees are aligned to cache lines. The part that a search reads, from the
+// second word (the children) to the ninth (where maps have the pointer to their key), is then in one line instead of
+// two or three.
 //
-// A new slab goes into the free list as a whole, and what is live is counted by a walk when somebody asks: taking and
-// giving back have one path each and keep one count between them.
+// A new slab goes into the free list as a whole, and the live records are counted by a walk when requested: taking and
+// returning have one path each and share one count.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +29,8 @@ namespace runtime {
 
 class SlabStore {
  public:
-  // For records of 'size' bytes, which it gets 'per_slab' at a time (more, where that leaves a page unused).
+  // For records of 'size' bytes, which it allocates 'per_slab' at a time (more, if that would leave part of a page
+  // unused).
   constexpr SlabStore(size_t size, uint32_t per_slab, Placement placement = Placement::dense)
       : stride_(stride_for(size, placement)),
         multiple_of_stride_(UINT64_MAX / stride_for(size, placement) + 1),
@@ -39,7 +41,7 @@ class SlabStore {
 
   // A record with undefined content, or NULL.
   void *take() noexcept { return free_ || grow() ? take_without_growing() : nullptr; }
-  // The same while there is a free record.
+  // The same, if there is a free record.
   void *take_without_growing() noexcept {
     FreeRecord *record = free_;
     if (!record) [[unlikely]]
@@ -51,20 +53,20 @@ class SlabStore {
     return record;
   }
 
-  // Takes 'record' back; false when it is no record of this store that is out.
+  // Takes 'record' back; false if it is not a record of this store in use.
   bool give(void *record) noexcept {
     bool out = is_out(record);
     if (out) put_back(record);
     return out;
   }
-  // The same without a search of the free records: false for one that might be there, too.
+  // The same without searching the free records: also false for one that might be there.
   bool give_without_search(void *record) noexcept {
     if (!is_place_of_record(record) || looks_free(record)) [[unlikely]]
       return false;
     put_back(record);
     return true;
   }
-  // Takes back a record that is known to be out.
+  // Takes back a record that is known to be in use.
   void put_back(void *record) noexcept {
     fill(record, kGivenFiller);
     free_ = new (record) FreeRecord{free_, mark_of(record)};
@@ -74,7 +76,7 @@ class SlabStore {
     return is_place_of_record(record) && (!looks_free(record) || !in_free_list(record));
   }
 
-  // The store that the page of 'address' belongs to, or NULL.
+  // The store to which the page of 'address' belongs, or NULL.
   static SlabStore *owner_of(const void *address) noexcept {
     uint64_t distance = distance_in_range(address);
     return distance < range_.used ? range_.stores[range_.pages[distance / kPageSize].store] : nullptr;
@@ -90,13 +92,13 @@ class SlabStore {
     uintptr_t mark;
   };
   struct Page {
-    uint16_t store;    // index in 'stores'; 0 is none
-    uint16_t in_slab;  // which page of its slab this is
+    uint16_t store;    // index in 'stores'; 0 for none
+    uint16_t in_slab;  // the number of this page in its slab
   };
   struct Range {
     char *begin = nullptr;
-    uint64_t used = 0;       // bytes that slabs have
-    uint64_t committed = 0;  // bytes that may be touched
+    uint64_t used = 0;       // bytes taken by slabs
+    uint64_t committed = 0;  // accessible bytes
     uint64_t reserved = 0;
     Page *pages = nullptr;
     SlabStore **stores = nullptr;
@@ -128,7 +130,7 @@ class SlabStore {
     uint64_t distance = distance_in_range(record);
     if (distance >= range_.used) return false;
     Page page = range_.pages[distance / kPageSize];
-    // What lies before the first record is told by the underflow: it is far beyond the last one.
+    // An address before the first record underflows, and so is far beyond the last one.
     uint64_t in_slab = uint64_t{page.in_slab} * kPageSize + distance % kPageSize - first_at_;
     // A multiple of the stride, times the rounded-up inverse of the stride, leaves less than the inverse.
     return page.store == number_ && in_slab < used_per_slab_ && in_slab * multiple_of_stride_ < multiple_of_stride_;
@@ -141,7 +143,7 @@ class SlabStore {
   static bool commit(uint64_t bytes) noexcept;
   char *new_slab(size_t bytes) noexcept;
 
-  // Content that nobody may rely on is made conspicuous where speed does not matter.
+  // Undefined content is made conspicuous where speed does not matter.
   void fill([[maybe_unused]] void *record, [[maybe_unused]] unsigned char filler) const {
 #ifndef NDEBUG
     std::memset(record, filler, stride_);
@@ -154,8 +156,8 @@ class SlabStore {
   size_t taken_ = 0;
   size_t stride_;
   uint64_t multiple_of_stride_;
-  size_t first_at_;           // bytes of a slab before the first record
-  size_t used_per_slab_ = 0;  // bytes of a slab that hold whole records
+  size_t first_at_;           // bytes in a slab before the first record
+  size_t used_per_slab_ = 0;  // bytes in a slab that hold whole records
   uint16_t number_ = 0;       // index in 'stores'; 0 until the first slab
   uint32_t per_slab_;
   size_t n_records_ = 0;  // in all slabs

@@ -1,8 +1,8 @@
 // The string database: equal texts share one block, which counts them.
 //
-// The blocks are found through an open-addressing table with the hash beside each pointer, so a text that is there costs
-// one hash, one line of the table and one block. Whether a reference that is given back is alive is asked of the memory
-// that blocks come from, so a dead one is never read.
+// The blocks are found through an open-addressing table with the hash next to each pointer, so an existing text costs
+// one hash, one line of the table and one block. The memory store of the blocks checks whether a removed reference is
+// live, so a dead one is never read.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -36,8 +36,8 @@ uint64_t read(const char *text) {
   return word;
 }
 
-// Up to seven characters as a number. Every character is in it, those in the middle maybe twice: reads of fixed lengths that
-// overlap take less time than one whose length is not known.
+// Up to seven characters as a number. It contains every character, possibly some twice: overlapping reads of fixed
+// length are faster than one of variable length.
 uint64_t short_word(const char *text, size_t length) {
   if (length >= 4) return read<uint32_t>(text) << 32 | read<uint32_t>(text + length - 4);
   if (length == 0) return 0;
@@ -91,7 +91,7 @@ class TextTable {
     size_t hole = hash & mask();
     while (entries_[hole].block != block)
       hole = (hole + 1) & mask();
-    // What follows moves up where the hole would cut it off from its place.
+    // The following entries move up if the hole would separate them from their slots.
     for (size_t at = (hole + 1) & mask(); entries_[at].block; at = (at + 1) & mask()) {
       size_t distance_from_home = (at - entries_[at].hash) & mask(), distance_from_hole = (at - hole) & mask();
       if (distance_from_home < distance_from_hole) continue;
@@ -152,7 +152,7 @@ uint32_t sdb_add_block(const char *text, uint32_t length, sdb_ref *out, uint32_t
     complain("a text was interned without %s", text ? "a place for the reference" : "a text");
     return 0;
   }
-  // A text ends at its terminator, whatever length came with it, so that equal texts share one block.
+  // A text ends at its terminator, whatever length was passed, so that equal texts share one block.
   std::string_view view(text, strnlen(text, length));
   if (refused(Service::text, tag, view.size(), view)) return 0;
   uint32_t hash = hash_of(view);

@@ -10,7 +10,7 @@ namespace runtime {
 
 namespace {
 
-// On its own, so that the test of a level is one load and one test while the trace is off.
+// A separate variable, so that the test of a level is one load and one test while the trace is off.
 constinit uint32_t wanted_levels = 0;
 
 constexpr uint32_t kLevels = 32;
@@ -42,7 +42,7 @@ Sinks &sinks() {
   return text;
 }
 
-// Messages end in a newline or not, as their authors liked; in a stream each has a line of its own.
+// Some messages end in a newline and some do not; in a stream each has its own line.
 void write_line(std::FILE *stream, const std::string &text) {
   std::fputs(text.c_str(), stream);
   if (text.empty() || text.back() != '\n') std::fputc('\n', stream);
@@ -97,7 +97,7 @@ void btrace_wrapper(uint32_t module, uint32_t level, uint32_t reserved, const ch
   try {
     emit({module, level, format, formatted(format, values)});
   } catch (const std::bad_alloc &) {
-    // A message that there is no memory for is lost.
+    // A message is lost if there is no memory for it.
   }
   va_end(values);
 }

@@ -1,11 +1,12 @@
-// Balanced trees of records that carry their own linkage.
+// Balanced trees of records with embedded links.
 //
-// The balancing is Boost.Intrusive's. The head of a tree is the header that its algorithms want: its parent is the root,
-// its left and right are the first and the last node, and the root's parent is the header. So every linked node has a
-// parent, and a node without one is in no tree.
+// The balancing is Boost.Intrusive's. The head of a tree is the header that its algorithms require: its parent is the
+// root, its left and right are the first and the last node, and the root's parent is the header. So every linked node
+// has a parent, and a node without one is in no tree.
 //
-// Places are found here, not by Boost: one comparator call a node gives three answers, and the comparators need not be a
-// consistent order. Whatever they answer, a node goes to the end of a path and the balancing looks at the links alone.
+// Positions are found here, not by Boost: one comparator call per node has three results, and the comparators need not
+// define a consistent order. Whatever they return, a node goes to the end of a path and the balancing uses only the
+// links.
 #include <boost/intrusive/avltree_algorithms.hpp>
 
 #include "host/runtime/monitor.h"
@@ -55,11 +56,12 @@ bool is_in(const avl_tree *tree, const avl_node *node) {
   return node->parent == &tree->top;
 }
 
-// A way down from the root, one comparison a node.
+// A descent from the root, one comparison per node.
 //
-// Which way it turns is as good as random, so a branch on the order is guessed wrong every other time. Near the root, where
-// the nodes are in the cache, that is what costs, and the child is chosen by arithmetic. Further down the wait for the nodes
-// costs more, and a guess, right every other time, begins it early. So does asking for both children before the comparison.
+// Its direction is effectively random, so a branch on the order is mispredicted every other time. Near the root, where
+// the nodes are in the cache, this is the main cost, so the child is chosen by arithmetic. Further down, waiting for
+// the nodes costs more, and a prediction, correct every other time, starts the access early. So does prefetching both
+// children before the comparison.
 class Descent {
  public:
   explicit Descent(const avl_tree *tree) : compare_(tree->compare), node_(tree->top.parent) {}
@@ -80,8 +82,8 @@ class Descent {
   // 4,095 nodes, with a line for the node and one for its key each: half of a usual second-level cache.
   static constexpr uint32_t kLevelsInCache = 12;
 
-  // The parent's word is not read in a descent and may lie in another line than what follows. A child that is missing does
-  // no harm, but an address is reckoned with only as a number then.
+  // A descent does not read the parent's word, which may be in another line than the rest. A missing child does no
+  // harm, but its address must then be computed as a number.
   static void prefetch(const avl_node *node) {
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(node) + sizeof(void *)));
   }
@@ -93,7 +95,7 @@ class Descent {
   }
   avl_node *guessed(uint32_t order) const {
     if (order == kBefore) return left_;
-    asm volatile("");  // keeps compilers from choosing by arithmetic here, too
+    asm volatile("");  // keeps compilers from also choosing by arithmetic here
     return right_;
   }
 
@@ -125,7 +127,7 @@ avl_node *first_after(const avl_tree *tree, const void *probe) {
   return best;
 }
 
-// Where a node goes that equals none of the tree. False when one is equal.
+// Where to insert a node that equals none in the tree. False if one is equal.
 bool find_place(avl_tree *tree, const avl_node *node, Algorithms::insert_commit_data &place) {
   place.node = &tree->top;
   place.link_left = true;
@@ -202,7 +204,7 @@ void i_avl_remove(avl_tree *tree, void *) {
     complain("i_avl_remove: no tree");
     return;
   }
-  // The callback may free the record and take out others, so each turn starts from the tree as it is then.
+  // The callback may free the record and remove others, so each step starts from the tree as it is then.
   while (tree->top.parent) {
     avl_node *node = tree->top.left;
     take_out(tree, node);

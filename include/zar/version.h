@@ -7,23 +7,23 @@
 
 /**
  * @defgroup zar_version Version
- * Which release a program was compiled against. Versions are semantic: a new major number breaks programs and comes with
- * a new soname, a new minor number adds, a new patch number corrects. What is loaded at run time has the same major
- * number, since the soname says so; to insist on a minor number as well, link against that release: a name that it
- * brought carries its symbol version, and an older library is refused when the program is loaded.
+ * Which release a program was compiled against. Versions are semantic: a new major version breaks programs and has a
+ * new soname, a new minor version adds names, a new patch version only corrects. The library loaded at run time has the
+ * same major version, since the soname guarantees it. To require a minor version too, link against that release: the
+ * names that it added carry its symbol version, and an older library is refused when the program is loaded.
  * @{
  */
 
-/** Counts the releases that break programs. */
+/** Increases with releases that break programs. */
 #define ZAR_VERSION_MAJOR 1
-/** Counts the releases that add, within a major number. */
+/** Increases with releases that add names, within a major version. */
 #define ZAR_VERSION_MINOR 0
-/** Counts the releases that correct, within a minor number. */
+/** Increases with releases that only correct, within a minor version. */
 #define ZAR_VERSION_PATCH 0
 /** All three, as they are written: "1.0.0". */
 #define ZAR_VERSION_STRING "1.0.0"
 
-/** Whether this release is at least the given one; also for the preprocessor.
+/** Whether this release is at least the given one; also usable in the preprocessor.
  *  @param major  Its major number.
  *  @param minor  Its minor number.
  *  @param patch  Its patch number. */
@@ -33,8 +33,8 @@
     (ZAR_VERSION_MINOR > (minor) || (ZAR_VERSION_MINOR == (minor) && ZAR_VERSION_PATCH >= (patch)))))
 
 /**
- * The release that the caller was compiled against. The function is the caller's own: nothing is asked of the library,
- * so it may be called at any time.
+ * Returns the release that the caller was compiled against. The function is compiled into the caller and does not call
+ * the library, so it may be called at any time.
  *
  * @return ZAR_VERSION_STRING.
  */

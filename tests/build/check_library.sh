@@ -32,7 +32,7 @@ same() {
   diff "$1" "$2" || fail "$3"
 }
 
-# The names of the version script, each with the version that it was given.
+# The names in the version script, each with its version.
 promised() {
   awk '/^[A-Z].*\{/ { version = $1 } /^ *[a-z_0-9]*;/ { sub(";", ""); print $1 "@@" version }' "$here/../../cmake/zar.map" | sort
 }

@@ -38,5 +38,5 @@ real=$(basename "$(readlink -f "$library")")
 same "the file name of the library" "${real#libzar.so.}"
 soname=$(readelf -dW "$library" | sed -n 's/.*SONAME.*\[libzar\.so\.\(.*\)\]/\1/p')
 same "the soname" "$soname${version#"${version%%.*}"}"
-same "the changelog" "$(sed -n 's/^## \([0-9.]*\).*/\1/p' "$root/CHANGELOG.md" | head -n 1)"
+same "the changelog" "$(sed -n 's/^## \[\([0-9][0-9.]*\)\].*/\1/p' "$root/CHANGELOG.md" | head -n 1)"
 test "$command" = none || same "zar --version" "$("$command" --version | sed 's/^zar //')"
