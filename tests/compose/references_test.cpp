@@ -63,7 +63,7 @@ TEST_F(References, AreCountedOnThePolicyMapsSideAlone) {
   EXPECT_EQ(records_taken(kCmapRefTag), 1U);
 }
 
-TEST_F(References, StandInTheOrderOfTheFirstUse) {
+TEST_F(References, AreInTheOrderOfTheFirstUse) {
   const uint32_t silver = pmap("silver");
   add(event_in(silver, 1), voice);
   add(started, video);
@@ -84,7 +84,7 @@ TEST_F(References, AreNotMadeForAClassActionWithoutAClassMap) {
 }
 
 // Two events, two class-maps: the class-actions come in every order and go in every order.
-TEST_F(References, CountTheClassActionsInEveryOrderOfComingAndGoing) {
+TEST_F(References, CountTheClassActionsInEveryOrderOfAdditionAndRemoval) {
   struct Use {
     uint32_t event;
     uint32_t cmap;
@@ -247,7 +247,7 @@ TEST_F(References, ThatAClassMapDoesNotHoldAreTracedWhenTheLastGoes) {
   EXPECT_EQ(records_taken(kPmapRefTag), 1U);
 }
 
-TEST(ReferencesUnderFaults, AreGivenBackWhateverWasMissing) {
+TEST(ReferencesUnderFaults, AreFreedWhateverWasMissing) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t gold = world.pmap("gold");

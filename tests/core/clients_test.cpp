@@ -44,7 +44,7 @@ struct Registration : BareProcess {
   uint32_t clid = kUntouched;
 };
 
-TEST_F(Registration, GivesTheFirstClientClid1) {
+TEST_F(Registration, ReturnsTheFirstClientClid1) {
   NEEDS_FRESH_PROCESS();
   EXPECT_EQ(zar_client_register("one", database, &clid), 0U);
   EXPECT_EQ(clid, 1U);
@@ -91,7 +91,7 @@ TEST_F(Registration, NeedsAName) {
   EXPECT_EQ(zar_current_max_clients, 0U);
 }
 
-TEST_F(Registration, NeedsAPlaceForTheClid) {
+TEST_F(Registration, NeedsAnOutPlaceForTheClid) {
   EXPECT_EQ(zar_client_register("one", database, nullptr), 39U);
   EXPECT_TRACED(error("(ERR): client registration, clid cannot be NULL"));
   EXPECT_EQ(zar_client_register(nullptr, database, nullptr), 39U);
@@ -150,7 +150,7 @@ TEST_F(Registration, OfAnActiveNameChangesNothing) {
   EXPECT_EQ(zar_clients_info[1]->database, nullptr);
 }
 
-TEST_F(Registration, ComparesWholeNames) {
+TEST_F(Registration, ComparesNamesAsAWhole) {
   zar_client_register("abc", nullptr, &clid);
   for (const char *other : {"ab", "abcd", "ABC", ""}) {
     const uint32_t before = zar_current_max_clients;
@@ -159,7 +159,7 @@ TEST_F(Registration, ComparesWholeNames) {
   }
 }
 
-TEST_F(Registration, OfAnInactiveNameRevivesItAndAnswersItsIndex) {
+TEST_F(Registration, OfAnInactiveNameRevivesItAndReturnsItsIndex) {
   for (const uint32_t inactive : {0U, 2U, 0xffffffffU}) {
     register_until(6);
     zar_clients_info[4]->status = inactive;
@@ -187,7 +187,7 @@ TEST_F(Registration, OfTheFirstOfTwoEqualNamesIsWhatCounts) {
   EXPECT_EQ(zar_clients_info[2]->status, 0U);
 }
 
-TEST_F(Registration, PassesOverMissingEntries) {
+TEST_F(Registration, SkipsMissingEntries) {
   register_until(3);
   zar_client_data *second = zar_clients_info[1];
   zar_clients_info[1] = nullptr;
@@ -237,7 +237,7 @@ class TableAtTheEnd {
   zar_client_data **table_ = nullptr;
 };
 
-TEST_F(Registration, ReadsNothingBehindAFullTable) {
+TEST_F(Registration, ReadsNothingAfterAFullTable) {
   register_until(10);
   const TableAtTheEnd full(10);
   std::copy_n(zar_clients_info, 10, full.get());
@@ -397,7 +397,7 @@ TEST_F(Clients, OutOfRangeHaveNoDatabase) {
   EXPECT_EQ(is_default, kUntouched);
 }
 
-TEST_F(Clients, NeedAPlaceForTheDatabase) {
+TEST_F(Clients, NeedAnOutPlaceForTheDatabase) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(0U, zar_get_client_database_handle(one, "caller", nullptr, &is_default));
   EXPECT_EQ(is_default, kUntouched);
@@ -458,14 +458,14 @@ TEST_F(Clients, WithADatabaseOfTheirOwnFollowEachOther) {
   EXPECT_TRACED();
 }
 
-TEST_F(Clients, ThatArePassedOverNeedNotBeActive) {
+TEST_F(Clients, ThatAreSkippedNeedNotBeActive) {
   const uint32_t three = client("three", database());
   zar_clients_info[1]->status = 0;
   zar_clients_info[2]->status = 0;
   EXPECT_EQ(zar_get_next_client_with_database(one), three) << "nor need the one that is found";
 }
 
-TEST_F(Clients, ThatAreMissingArePassedOver) {
+TEST_F(Clients, ThatAreMissingAreSkipped) {
   const uint32_t three = client("three", database());
   zar_client_data *second = zar_clients_info[1];
   zar_clients_info[1] = nullptr;
@@ -501,7 +501,7 @@ TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {
   EXPECT_TRACED(info("(info): get next client, sending:%d", 30));
 }
 
-TEST_F(Clients, AreNotSoughtBehindTheLastOne) {
+TEST_F(Clients, AreNotSearchedForAfterTheLastOne) {
   // What is left behind the entries in use is nobody's.
   zar_client_data nobody{};
   nobody.clid = 3;
@@ -529,7 +529,7 @@ TEST_F(Clients, OfAnyStatusBut0AreDisplayedAsActive) {
   EXPECT_EQ(traced()[5], info("(info): Client status:%s\n", "Active"));
 }
 
-TEST_F(Clients, WithoutANameAreDisplayedWithABlank) {
+TEST_F(Clients, WithoutANameAreDisplayedWithASpace) {
   uint32_t clid = 0;
   runtime::fail_request(runtime::Service::duplicate, 1);
   zar_client_register("three", nullptr, &clid);
@@ -563,7 +563,7 @@ TEST_F(Clients, ThatAreMissingAreNotDisplayed) {
   zar_clients_info[0] = first;
 }
 
-TEST_F(Clients, BehindTheLastOneAreNotDisplayed) {
+TEST_F(Clients, AfterTheLastOneAreNotDisplayed) {
   zar_client_data nobody{};
   zar_clients_info[2] = &nobody;
   zar_display_clients();

@@ -37,14 +37,14 @@ struct HandleTable : Repository {
 
 struct HandleTableStart : BareProcess {};
 
-TEST_F(HandleTableStart, MakesOneIdTableUnderItsOldName) {
+TEST_F(HandleTableStart, CreatesOneIdTableNamedAfterPolicyMaps) {
   watch_requests();
   EXPECT_NE(zar_handle_table_init(), 0);
   EXPECT_REQUESTS("id table 0x3e00023 \"ZAR PMAP HANDLE IDs\"");
   EXPECT_TRACED();
 }
 
-TEST_F(HandleTableStart, AnswersTheTableInWhichHandlesAreIssued) {
+TEST_F(HandleTableStart, ReturnsTheTableInWhichHandlesAreIssued) {
   const uint16_t table = zar_handle_table_init();
   const uint32_t handle = zar_handle_alloc(&own_record);
   uint32_t status = 9;
@@ -52,7 +52,7 @@ TEST_F(HandleTableStart, AnswersTheTableInWhichHandlesAreIssued) {
   EXPECT_EQ(status, 0U);
 }
 
-TEST_F(HandleTableStart, PassesOnThatThereIsNoTable) {
+TEST_F(HandleTableStart, ReturnsTheFailureOfTheTable) {
   runtime::fail_request(runtime::Service::id_table, 1);
   EXPECT_EQ(zar_handle_table_init(), 0);
   EXPECT_TRACED();
@@ -125,7 +125,7 @@ TEST_F(HandleTable, CountsEvenTheHandlesThatThePlatformRefused) {
   EXPECT_EQ(room_left(), kMostHandles - 3);
 }
 
-TEST_F(HandleTable, ReleasesWithoutAWord) {
+TEST_F(HandleTable, ReleasesSilently) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   zar_handle_release(handle);
   EXPECT_FALSE(live(handle));
@@ -157,7 +157,7 @@ TEST_F(HandleTable, ReleasingHandle0FreesNoRoom) {
   EXPECT_EQ(room_left(), 0U);
 }
 
-TEST_F(HandleTable, ReleasingADeadHandleLowersTheCountAllTheSame) {
+TEST_F(HandleTable, ReleasingADeadHandleLowersTheCountAnyway) {
   const uint32_t last = fill_up();
   zar_handle_release(last);
   zar_handle_release(last);
@@ -183,12 +183,12 @@ TEST_F(HandleTable, AReleasedHandleIsDestroyedAlready) {
   EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
 }
 
-TEST_F(HandleTable, AHandleThatWasNeverIssuedIsRefusedInSilence) {
+TEST_F(HandleTable, AHandleThatWasNeverIssuedIsRefusedSilently) {
   EXPECT_EQ(zar_handle_get_context(0xfffffff0), nullptr);
   EXPECT_TRACED();
 }
 
-TEST_F(HandleTable, ALiveHandleWithoutARecordIsTakenOutOfTheTable) {
+TEST_F(HandleTable, ALiveHandleWithoutARecordIsRemovedFromTheTable) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   runtime::lose_next_pointer();
   EXPECT_EQ(zar_handle_get_context(handle), nullptr);
@@ -198,14 +198,14 @@ TEST_F(HandleTable, ALiveHandleWithoutARecordIsTakenOutOfTheTable) {
   EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
 }
 
-TEST_F(HandleTable, AHandleThatWasTakenOutLeavesRoomForAnother) {
+TEST_F(HandleTable, AHandleThatWasRemovedLeavesRoomForAnother) {
   const uint32_t last = fill_up();
   runtime::lose_next_pointer();
   zar_handle_get_context(last);
   EXPECT_EQ(room_left(), 1U);
 }
 
-TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsTakenOutTwice) {
+TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsRemovedTwice) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   const uint32_t other = zar_handle_alloc(&own_record);
   zar_handle_release(handle);
@@ -215,7 +215,7 @@ TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsTakenOutTwice) {
   EXPECT_EQ(room_left(), kMostHandles);
 }
 
-TEST_F(HandleTable, EndsOnceAndTellsWhetherThereWasOne) {
+TEST_F(HandleTable, EndsOnceAndReportsWhetherThereWasOne) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   EXPECT_NE(zar_handle_table_destroy(), 0U);
   EXPECT_FALSE(live(handle));
@@ -230,7 +230,7 @@ TEST_F(HandleTable, TheCountOutlivesTheTable) {
   EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"));
 }
 
-TEST_F(HandleTable, ASecondStartBeginsToCountAnew) {
+TEST_F(HandleTable, ASecondStartStartsCountingAgain) {
   fill_up();
   zar_handle_table_init();
   EXPECT_EQ(room_left(), kMostHandles);
@@ -336,7 +336,7 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
   }
 }
 
-TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAnew) {
+TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAgain) {
   constexpr uint32_t kLive = 60000, kChanges = 200000;
   runtime::want_trace_levels(0);
   const zar_event_context id = event_context(1);
@@ -368,7 +368,7 @@ TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAnew) {
 
 // Handles of several generations share homes in the table of kinds. What the first start leaves there, or a round does not
 // give back, would use up its room.
-TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAnew) {
+TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAgain) {
   // Nearly as many as can be live: much of what is made anew meets a place that is taken.
   constexpr size_t kLive = 65000, kRounds = 20;
   runtime::want_trace_levels(0);

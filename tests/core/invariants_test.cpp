@@ -48,7 +48,7 @@ TEST_F(Invariants, AreLeftToTestsThatBreakThem) {
   expect_no_end();
 }
 
-TEST_F(Invariants, TellWhichOperationLeftThemBroken) {
+TEST_F(Invariants, ReportWhichOperationBrokeThem) {
   at<zar_cmap>(voice)->match_criteria = 3;
   expect_end_of([&] { zar_get_cmap_if_hidden(voice); },
                 "zar: zar_get_cmap_if_hidden left invariant 1 of zar_cmap broken");
@@ -255,7 +255,7 @@ TEST_F(Invariants, OfClassMapsAreFiltersThatLive) {
                 "3 of zar_cmap broken: 'filters' of 0x[0-9a-f]+ holds a record that is gone");
 }
 
-TEST_F(Invariants, OfReferencesThatCouldNotBeHadAreLessThanUses) {
+TEST_F(Invariants, AllowFewerReferencesThanUsesWithoutMemory) {
   const uint32_t other = stored_cmap("two");
   runtime::fail_request(runtime::Service::record, 2);
   uint32_t out = 0;

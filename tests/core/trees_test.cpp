@@ -860,7 +860,7 @@ TEST_P(TargetTree, NeedsAllThreeArgumentsToSearchAndToTakeOut) {
   EXPECT_EQ(targets_in(db), Handles{0x50});
 }
 
-TEST_P(TargetTree, TakesOutByHandle) {
+TEST_P(TargetTree, RemovesByHandle) {
   of.insert(db, &five);
   of.insert(db, &six);
   zar_target probe = numbered(0x50);

@@ -227,7 +227,7 @@ TEST_F(Walking, EndsWhereTheMemoryOfTheQueueIsGivenBack) {
   runtime::abandon(&neighbour.list);
 }
 
-TEST_F(Walking, FindsNoElementThatTheSearchTakesOut) {
+TEST_F(Walking, FindsNoElementThatTheSearchRemoves) {
   fill({0, 1, 0, 2});
   const Element *found = zar::find<Element>(queue, [this](Element &element) {
     if (element.handle != 0) return false;

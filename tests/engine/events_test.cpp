@@ -45,7 +45,7 @@ TEST_F(Events, ReachOnlyThePoliciesThatAreActiveOnTheirTarget) {
   EXPECT_EQ(ran, "gold");
 }
 
-TEST_F(Events, PassOverPoliciesThatAreNotControl) {
+TEST_F(Events, SkipPoliciesThatAreNotControl) {
   const uint32_t marking = policy("marking", kOther);
   const zar_map_info marking_info = info("marking", kOther);
   const zar_map_info class_info = info("voice");

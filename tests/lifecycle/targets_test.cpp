@@ -118,7 +118,7 @@ TEST_F(AddingTargets, AcceptsOneInformationTwice) {
   EXPECT_EQ(targets_of(gold), (Handles{out, second}));
 }
 
-TEST_F(AddingTargets, TellsTheHandlersOfEveryEventInOrder) {
+TEST_F(AddingTargets, NotifiesTheHandlersOfEveryEventInOrder) {
   const uint32_t gold = pmap("gold");
   const uint32_t start = event_in(gold, 1);
   const uint32_t first = rule(start, cmap("voice"));
@@ -471,7 +471,7 @@ TEST_F(PolicyContexts, NeedAHandle) {
   EXPECT_NE(zar_create_policy_context(interface), nullptr);
 }
 
-TEST_F(PolicyContexts, AreFoundInSilence) {
+TEST_F(PolicyContexts, AreFoundSilently) {
   const uint32_t interface = target(pmap("gold"));
   EXPECT_REFUSED(nullptr, zar_retrieve_policy_context(interface));
   EXPECT_TRACED();
@@ -549,7 +549,7 @@ TEST_F(RemovingTargets, ChecksTheClientFirstAndRefusesLast) {
   EXPECT_EQ(out, untouched);
 }
 
-TEST_F(RemovingTargets, NeedsAPlaceForTheInformation) {
+TEST_F(RemovingTargets, NeedsAnOutPlaceForTheInformation) {
   const uint32_t interface = target(pmap("gold"));
   EXPECT_REFUSED(39U, zar_remove_target(one, interface, nullptr));
   NEEDS_TRACE();

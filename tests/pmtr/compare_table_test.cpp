@@ -94,7 +94,7 @@ TEST_F(CompareTable, IsEmptyWithoutAClassMap) {
   }
 }
 
-TEST_F(CompareTable, WaitsForATypeWhoseFilterWasTakenOut) {
+TEST_F(CompareTable, WaitsForATypeWhoseFilterWasRemoved) {
   const uint32_t type_0 = filters_of(cmap).front();
   ASSERT_EQ(zar_remove_filter_from_class(cmap, type_0), 0U);
   begin();

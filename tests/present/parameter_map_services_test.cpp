@@ -61,7 +61,7 @@ uint32_t answer(void *, const void *) {
   return the_answer;
 }
 
-TEST_F(ParameterMapUse, IsOneWhateverTheAnswerIs) {
+TEST_F(ParameterMapUse, IsOneWhateverTheResultIs) {
   claim("d1", one);
   const uint32_t a = action_in(rule(event_in(stored_pmap("gold"), 1), cmap("voice")), "a");
   at<zar_action>(a)->action_param_map_check_fn = answer;
@@ -80,7 +80,7 @@ TEST_F(ParameterMapUse, IsAskedWithTheValueAsItIs) {
   EXPECT_CALLS("uses a");
 }
 
-TEST_F(ParameterMapUse, IsNotAskedBehindAnActionThatCannotAnswer) {
+TEST_F(ParameterMapUse, IsNotAskedAfterAnActionThatCannotBeAsked) {
   claim("d1", one);
   const uint32_t start = event_in(stored_pmap("gold"), 1);
   const uint32_t voice = rule(start, cmap("voice"), 1), video = rule(start, cmap("video"), 2);
@@ -439,7 +439,7 @@ TEST_F(SubscriberPolicy, IsOfThatDomainAndControlOnly) {
                 info("(info): retrieve_policy: search failed as there is no match clid:%d, name:%s", 1, "gold"));
 }
 
-TEST_F(SubscriberPolicy, IsSoughtForTheOwnerOfTheDomain) {
+TEST_F(SubscriberPolicy, IsSearchedForOnBehalfOfTheOwnerOfTheDomain) {
   const uint32_t three = client("three", database());
   {
     const Quiet quiet;
@@ -455,7 +455,7 @@ TEST_F(SubscriberPolicy, IsSoughtForTheOwnerOfTheDomain) {
                 info("(info): retrieve_policy: successful, pmap:%s", "theirs:subscriber:1"));
 }
 
-TEST_F(SubscriberPolicy, IsWhateverStandsUnderTheKey) {
+TEST_F(SubscriberPolicy, IsWhateverIsStoredUnderTheKey) {
   const uint32_t voice = cmap("voice", kOfSubscribers);
   {
     const Quiet quiet;

@@ -116,7 +116,7 @@ TEST_F(TreesTest, EveryOrderOfFiveInsertsWalksInKeyOrder) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST_F(TreesTest, EverySubsetCanBeTakenOutOfEveryTreeOfFive) {
+TEST_F(TreesTest, EverySubsetCanBeRemovedFromEveryTreeOfFive) {
   std::vector<uint32_t> order = {1, 2, 3, 4, 5};
   do {
     for (uint32_t subset = 0; subset < 32; ++subset) {
@@ -162,7 +162,7 @@ TEST_F(TreesTest, ANodeThatIsLinkedIsRefusedInWhateverTree) {
   check_structure(1);
 }
 
-TEST_F(TreesTest, ANodeThatWasTakenOutCanGoIntoAnotherTree) {
+TEST_F(TreesTest, ANodeThatWasRemovedCanGoIntoAnotherTree) {
   avl_tree other;
   ASSERT_NE(i_avl_tree_init(&other, by_key, nullptr), 0u);
   std::vector<Item> items;
@@ -329,7 +329,7 @@ TEST_F(TreesTest, BehavesAsASetOfKeys) {
 
 std::mt19937 whims;
 
-TEST_F(TreesTest, StaysLinkedAndBalancedWhateverTheComparatorAnswers) {
+TEST_F(TreesTest, StaysLinkedAndBalancedWhateverTheComparatorReturns) {
   std::cout << "seed 99\n";
   whims.seed(99);
   // Mostly one of the three answers, now and then one that is none of them.
