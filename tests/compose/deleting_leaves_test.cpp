@@ -47,7 +47,7 @@ TEST_F(DeleteAction, HeldByTwoRulesLeavesItInBoth) {
   EXPECT_EQ(actions_of(voice), Handles{permit});
   EXPECT_EQ(actions_of(video), Handles{permit});
 
-  // The second would leave the rules with what is gone, so it is taken out of them first.
+  // The second would leave dangling entries in the rules, so it is removed from them first.
   zar_remove_action_from_class_action(voice, permit);
   zar_remove_action_from_class_action(video, permit);
   EXPECT_EQ(zar_delete_action(permit), 0U);
@@ -329,7 +329,7 @@ TEST_F(DeleteEvent, OfADeletedOneIsRefused) {
                 error("(ERR): %s: input event class action handle context cannot be NULL", "delete_event"));
 }
 
-// All subsets of four events go, and the others stay in their order.
+// All subsets of four events are deleted, and the others stay in order.
 TEST_F(DeleteEvent, LeavesTheOthersInTheirOrderWhicheverAreDeleted) {
   for (unsigned going = 0; going < 16; ++going) {
     SCOPED_TRACE(going);

@@ -1,4 +1,4 @@
-// Filters in class-maps: their place in the list, finding them by content, and taking them out.
+// Filters in class-maps: their position in the list, finding them by content, and removing them.
 #include "composition.h"
 
 using namespace rig;
@@ -224,7 +224,7 @@ TEST_F(Filters, AreNotInsertedWhereTheReferenceIsMissing) {
   const uint32_t nowhere = filter("nowhere");
   const uint32_t port = filter("port");
   const auto expect_refused = [&] {
-    // The reference is compared and not looked up, so a bad handle is traced only here.
+    // The reference is only compared, not looked up, so a bad handle is traced only here.
     for (const uint32_t reference : {elsewhere, nowhere, port, voice, uint32_t{0}, uint32_t{0xfffffff0}}) {
       SCOPED_TRACE(reference);
       EXPECT_REFUSED(39, zar_add_filter_to_class_before_filter(voice, port, reference));

@@ -1,4 +1,4 @@
-// Compare functions that change the list that is searched, and free functions that reach for what is being freed.
+// Compare functions that change the searched list, and free functions that use what is being freed.
 #include <functional>
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
-// The references between policy-maps and class-maps: how they are counted, which side is missing when memory runs out, and
-// how they go.
+// The references between policy-maps and class-maps: how they are counted, which side is missing if memory runs out,
+// and how they are removed.
 #include "composition.h"
 
 using namespace rig;
@@ -18,7 +18,7 @@ struct References : Composition {
   const zar_event_context at_start = event_context(1);
   const zar_event_context at_stop = event_context(2);
 
-  // The lines of the trace that speak of references, and forgets the others.
+  // Returns the trace lines about references, and forgets the others.
   static Lines reference_lines() {
     Lines lines = take_trace();
     std::erase_if(lines, [](const Line &line) {
@@ -83,7 +83,7 @@ TEST_F(References, AreNotMadeForAClassActionWithoutAClassMap) {
   EXPECT_EQ(reference_lines(), (Lines{}));
 }
 
-// Two events, two class-maps: the class-actions come in every order and go in every order.
+// Two events, two class-maps: the class-actions are added in every order and removed in every order.
 TEST_F(References, CountTheClassActionsInEveryOrderOfAdditionAndRemoval) {
   struct Use {
     uint32_t event;

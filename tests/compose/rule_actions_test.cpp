@@ -33,7 +33,7 @@ struct Actions : Composition {
     return error("(ERR): %s: Error: %s from input action context cannot be NULL", name, function);
   }
 
-  // Takes functions from the record, one for each bit, and answers the complaints to expect.
+  // Removes functions from the record, one for each bit, and returns the expected complaints.
   static Lines take_functions(zar_action &record, const zar_action &whole, unsigned missing, const char *name) {
     record.action_entry_fn = missing & 1 ? nullptr : whole.action_entry_fn;
     record.action_free_fn = missing & 2 ? nullptr : whole.action_free_fn;
@@ -334,7 +334,7 @@ TEST_F(RuleActions, AreNotInsertedWhereTheReferenceIsMissing) {
   const uint32_t nowhere = action("nowhere");
   const uint32_t permit = action("permit");
   const auto expect_refused = [&] {
-    // The reference is compared and not looked up, so a bad handle is traced only here.
+    // The reference is only compared, not looked up, so a bad handle is traced only here.
     for (const uint32_t reference : {elsewhere, nowhere, permit, voice, uint32_t{0}, uint32_t{0xfffffff0}}) {
       SCOPED_TRACE(reference);
       EXPECT_REFUSED(39, zar_add_action_to_rule_before_action(voice, permit, reference));
@@ -426,7 +426,7 @@ TEST_F(RuleActions, ThatAreNotInTheRuleAreRemovedWithoutEffect) {
 struct MatchAction : Actions {
   const uint32_t permit = action("permit", 5);
 
-  // Both ways of asking, which differ in how the action is named.
+  // Both operations, which differ in how the action is given.
   uint32_t both_match(const zar_action_context *context) {
     const uint32_t by_record = zar_match_action_parameters(at<zar_action>(permit), context);
     const std::vector<std::string> calls_by_record = take_calls();

@@ -1,4 +1,4 @@
-// Assembling stored policy-maps by name: classes and actions under events and without, and taking classes out again.
+// Assembling stored policy-maps by name: classes and actions under events and without, and removing classes.
 #include "composition.h"
 
 using namespace rig;
@@ -865,7 +865,7 @@ size_t event_handles_lost() {
                                         error("(ERR): create_event: memory alloc for event context failed")));
 }
 
-// Compares what is live with what was, but for the handles that are known to be lost.
+// Compares the live resources with the earlier ones, except handles that are known to be lost.
 void expect_as_before(const World &world, const std::string &digest, runtime::Inventory inventory) {
   EXPECT_EQ(world.digest(), digest);
   inventory.ids += event_handles_lost();
@@ -875,7 +875,7 @@ void expect_as_before(const World &world, const std::string &digest, runtime::In
 bool failed_under(const FaultClock &clock, uint32_t tag) {
   return clock.failed_in(Service::pool, tag) || clock.failed_in(Service::record, tag);
 }
-// The references' own records are missed in silence.
+// Missing records of references are not reported.
 bool failed_for_references(const FaultClock &clock) {
   return failed_under(clock, 0x3e0003f) || failed_under(clock, 0x3e0003e);
 }
@@ -948,7 +948,7 @@ TEST(StoredPoliciesUnderFaults, AClassWithItsActionIsAddedOrNothingIsLeft) {
   });
 }
 
-// A whole policy by name, each step of which may find that an earlier one failed.
+// A whole policy by name; each step may find that an earlier one failed.
 TEST(StoredPoliciesUnderFaults, AWholePolicyGoesWithoutATrace) {
   NEEDS_TRACE();
   for_each_fault([](FaultClock &clock) {

@@ -216,7 +216,7 @@ TEST_F(Registration, OfTheEleventhClientGrowsTheTable) {
       << "the old table is freed";
 }
 
-// A table behind which there is nothing that can be read.
+// A table followed by unreadable memory.
 class TableAtTheEnd {
  public:
   explicit TableAtTheEnd(size_t entries) {
@@ -279,8 +279,8 @@ TEST_F(Registration, WithoutRoomToGrowCountsNobodyAndKeepsTheNewRecord) {
   EXPECT_EQ(clid, 11U);
 }
 
-// A table of that size cannot be searched in the time of a test, so the numbers run up behind the search: while the name
-// is copied.
+// A table of that size cannot be searched in the time of a test, so the numbers are raised after the search: while the
+// name is copied.
 TEST_F(Registration, EndsWhereTheCapacityWouldBe0) {
   breaks_invariants("more clients are counted than the table holds");
   constexpr uint32_t kLastCapacity = 0xfffffff6;
@@ -502,7 +502,7 @@ TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {
 }
 
 TEST_F(Clients, AreNotSearchedForAfterTheLastOne) {
-  // What is left behind the entries in use is nobody's.
+  // The memory after the entries in use belongs to nobody.
   zar_client_data nobody{};
   nobody.clid = 3;
   nobody.database = db;
@@ -624,7 +624,7 @@ TEST(ClientsUnderFaults, TheEleventhRegistration) {
     uint32_t clid = kUntouched;
     const uint32_t status = clock.during([&] { return zar_client_register("eleven", nullptr, &clid); });
     using runtime::Service;
-    // A name that cannot be copied is no failure; when all requests fail from there on, the table cannot grow either.
+    // A name that cannot be copied is not a failure; if all requests fail from there on, the table cannot grow either.
     const bool named = clock.failed_in(Service::duplicate, 0x3e00034) && clock.mode() == runtime::Fault::once;
     EXPECT_EQ(status, !clock.hit() || named ? 0U : 37U);
     EXPECT_EQ(clid, status == 0 ? 11U : clock.failed_in(Service::record, 0x3e00025) ? 0U : kUntouched);

@@ -24,7 +24,7 @@ struct Domains : Repository {
     EXPECT_EQ(zar_register_domain(clid, domain), 0U);
   }
 
-  // What the question for the owner answers, without its trace.
+  // The result of looking up the owner, without its trace.
   static uint32_t owner_of(const char *domain) {
     const Quiet quiet;
     uint32_t owner = kUntouched;

@@ -16,7 +16,7 @@ constexpr uint32_t kPmapPool = 0x3e00037;
 uint64_t own_record;
 
 struct HandleTable : Repository {
-  // Handles for the caller's own record until the cap is reached; the last one is given back.
+  // Handles for the caller's own record until the cap is reached; the last one is released.
   static uint32_t fill_up() {
     uint32_t last = 0;
     while (const uint32_t handle = zar_handle_alloc(&own_record))
@@ -25,7 +25,7 @@ struct HandleTable : Repository {
     return last;
   }
 
-  // How many more handles can be had.
+  // How many more handles can be issued.
   static uint32_t room_left() {
     uint32_t room = 0;
     while (zar_handle_alloc(&own_record) != 0)
@@ -308,7 +308,7 @@ TEST_F(HandleKinds, TheKindEndsWithTheHandle) {
 }
 
 TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
-  // Nearly as many handles as can be live, so that those of all kinds stand close together wherever they are kept.
+  // Nearly as many handles as can be live, so that those of all kinds are close together in the table.
   constexpr uint32_t kEach = 30000;
   runtime::want_trace_levels(0);
   const zar_event_context id = event_context(1);
@@ -325,7 +325,7 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
     }
   };
   expect_kinds(0, 1);
-  // Every other pair goes, then every other of the rest.
+  // Every other pair is released, then every other of the rest.
   for (const uint32_t step : {2U, 4U, 8U}) {
     for (uint32_t i = step / 2; i < kEach; i += step) {
       zar_handle_release(events[i]);
@@ -366,10 +366,10 @@ TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAgain) {
     ASSERT_EQ(zar_event_get_match_criteria(each.handle), each.is_event ? 1U : 0U) << "handle " << each.handle;
 }
 
-// Handles of several generations share homes in the table of kinds. What the first start leaves there, or a round does not
-// give back, would use up its room.
+// Handles of several generations share homes in the table of kinds. Leftovers of the first start or of a round would
+// use up its room.
 TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAgain) {
-  // Nearly as many as can be live: much of what is made anew meets a place that is taken.
+  // Nearly as many as can be live: many of the new ones find their home taken.
   constexpr size_t kLive = 65000, kRounds = 20;
   runtime::want_trace_levels(0);
   zar_filter_context port = filter_context("port");
@@ -394,7 +394,7 @@ TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAgain) {
 }
 
 TEST_F(HandleKinds, AreRatherRefusedThanForgotten) {
-  // Who releases handles that are gone lowers the count of live ones, so that the cap never comes.
+  // Releasing dead handles lowers the count of live ones, so that the cap is never reached.
   const uint32_t gone = zar_handle_alloc(&own_record);
   zar_handle_release(gone);
   runtime::want_trace_levels(1U << 3);

@@ -1,5 +1,5 @@
-// A debug build ends the process when an operation leaves behind what can never be, and when it is called from a second
-// thread. Each test damages one record and makes a call that has nothing to do with it.
+// A debug build aborts the process if an operation leaves an impossible state behind, or is called from a second
+// thread. Each test damages one record and makes an unrelated call.
 #include <thread>
 
 #include "core/queue.h"
@@ -10,7 +10,7 @@ using namespace rig;
 namespace {
 
 struct Invariants : Repository {
-  // The end of the process, and what is said of it. What is damaged here stays so to the end of the test.
+  // The end of the process and its message. The damage stays until the end of the test.
   template <typename Call>
   static void expect_end_of(Call call, const std::string &sentence) {
     EXPECT_DEATH(call(), sentence);
@@ -332,7 +332,7 @@ TEST_F(Invariants, OfStatementsAreActionsInOrder) {
   expect_end("1 of zar_pmtr_map_stmt broken: action number 2 stands behind 3 in statement 1 of 0x[0-9a-f]+");
 }
 
-// How many objects can live at once while the count of handles is kept down: a handle that is gone is released again.
+// How many objects can exist at once while the count of handles is kept low by releasing a dead handle again.
 template <typename Create>
 Handles as_many_as_can_be(Create create) {
   static uint32_t own_record;

@@ -1,4 +1,4 @@
-// Which policies, events, rules and actions an event reaches, in which order, and what comes of it.
+// Which policies, events, rules and actions an event reaches, in which order, and the outcome.
 #include "allocations.h"
 #include "engine_fixture.h"
 #include "platform/engine.h"
@@ -273,7 +273,7 @@ TEST_F(Events, SeeAPolicyAsItStandsWhenTheyAreRaised) {
   EXPECT_EQ(ran, "new");
 }
 
-// The measure is what the whole process takes from the heap and what the library asks of the runtime.
+// This measures the heap requests of the whole process and the library's requests to the runtime.
 TEST_F(Events, AllocateNothing) {
   const engine::AttributeId mark = engine::register_attribute("mark");
   const engine::AttributeId count = engine::register_attribute("count");

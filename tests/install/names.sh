@@ -1,5 +1,5 @@
 #!/bin/sh
-# The guides and manual pages name only operations and imports that there are, and the guide for porters names all imports.
+# The guides and manual pages name only existing operations and imports, and the guide for porters names all imports.
 #   names.sh ROOT
 set -eu
 export LC_ALL=C

@@ -1,4 +1,4 @@
-// Targets and their policy contexts: how a target comes with its first policy-map, leaves its tree, and is freed.
+// Targets and their policy contexts: how a target is created with its first policy-map, leaves its tree, and is freed.
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
@@ -773,7 +773,7 @@ TEST_F(DeletingTargets, LeavesTheTreeAlone) {
   EXPECT_EQ(zar_delete_target(interface), 0U);
   EXPECT_FALSE(live(interface));
   EXPECT_EQ(static_cast<const void *>(db->target_tree->top.parent), record) << "the tree holds what is gone";
-  // Nothing may look at this tree any more.
+  // This tree must not be read any more.
   db->target_tree->top.parent = nullptr;
 }
 
@@ -812,8 +812,8 @@ TEST_F(DeletingTargets, LeavesNoPairOfAPolicyThatAHandlerActivates) {
 
 // ---- Under faults
 
-// What adding a target answers when this request is the first to fail. Without its list, a handler is just not told; but
-// where all fails from then on, the tree has no room either.
+// The result of adding a target if this request is the first to fail. Without its list, a handler is just not notified;
+// but if everything fails from then on, the tree has no room either.
 uint32_t status_of_adding(const FaultClock &clock) {
   switch (clock.failed().service) {
     case runtime::Service::pool:

@@ -111,7 +111,7 @@ TEST_F(Events, NeedAHandle) {
   EXPECT_EQ(handle, kUntouched);
 }
 
-// The one thing that a failure leaves behind: the handle.
+// The only thing that a failure leaves behind: the handle.
 TEST_F(Events, WithoutAContextRecordGiveTheTupleBackAndLeaveTheHandle) {
   make_pools();
   const std::string digest_before = digest();

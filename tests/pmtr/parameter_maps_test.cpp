@@ -595,7 +595,7 @@ TEST_F(TreeWalk, NeedsAllItsArguments) {
 // ---- Deleting
 
 struct Deleting : ParameterMaps {
-  // The domain of a parameter-map is never given back to the string database; everything else is.
+  // The domain of a parameter-map is never released in the string database; everything else is.
   static void expect_domain_left(const runtime::Inventory &before) {
     runtime::Inventory expected = before;
     expected.texts["left behind"] = 1;

@@ -1,4 +1,4 @@
-// Actions of statements: made, replaced, put in and taken out, found by number and walked.
+// Actions of statements: creating, replacing, adding, removing, finding by number and walking them.
 #include <algorithm>
 #include <cstdlib>
 
@@ -27,7 +27,7 @@ Line no_matching_statement() {
   return error("(ERR): Error: No matching map stmt for this pmtr_map");
 }
 
-// What an action record without all its functions is told, in the order of the checks.
+// The messages for an action record without some of its functions, in the order of the checks.
 Lines all_functions_missing(const char *caller) {
   return {error("(ERR): %s: Error: action_entry_fn from input action context cannot be NULL", caller),
           error("(ERR): %s: Error: action_free_fn from input action context cannot be NULL", caller),

@@ -1,4 +1,5 @@
-// Statements of parameter-maps: made with their hidden class-maps, filled, replaced, walked and deleted.
+// Statements of parameter-maps: creating them with their hidden class-maps, filling, replacing, walking and deleting
+// them.
 #include <algorithm>
 #include <cstring>
 
@@ -152,8 +153,8 @@ TEST_F(NewStatement, AsksForWhatItNeedsInOrder) {
   EXPECT_EQ(take_requests().front(), "record of 40");
 }
 
-// Where the copies of name and domain go: a statement made for the first time is listed without them, one that takes the
-// place of another is listed first.
+// When the copies of name and domain are freed: a new statement is added to the list after that, one that replaces
+// another before it.
 TEST_F(NewStatement, GivesTheCopiedTextsBackBeforeItIsListedUnlessItReplacesAnother) {
   const zar_pmtr_map *map = at<zar_pmtr_map>(abc);
   const PlatformCalls of_texts{"duplicate 0x3e0002", "block 0x3e0002", "free 0x3e0002",
@@ -679,7 +680,7 @@ TEST(ReplacementUnderFaults, LeavesAWholeStatementOrNone) {
 // ---- Statements put in by hand
 
 struct ByHand : Statements {
-  // Statements of a caller's own are taken out before they go.
+  // A caller's own statements are removed before they go out of scope.
   void TearDown() override {
     while (queue_dequeue(&at<zar_pmtr_map>(abc)->stmt_queue) != nullptr) {
     }

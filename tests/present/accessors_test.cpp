@@ -15,7 +15,7 @@ constexpr const char *kNoEvent = "(ERR):  : input event class action handle cont
 constexpr const char *kNoRule = "(ERR):  : input class action handle context cannot be NULL";
 constexpr const char *kNoCmap = "(ERR):  : input class map handle context cannot be NULL";
 
-// An accessor, and what it says of a handle that names nothing.
+// An accessor, and its message for a handle that names nothing.
 struct Accessor {
   const char *name;
   Kind kind;
@@ -360,7 +360,7 @@ TEST(ConfigurationTextsUnderFaults, LeaveNothingBehind) {
 
 // ---- Context blocks
 
-// What a free function was given, and how many lines had been traced by then.
+// The arguments of a free function, and how many lines had been traced by then.
 struct Freed {
   void *data = nullptr;
   void *context = nullptr;

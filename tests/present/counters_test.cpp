@@ -190,7 +190,7 @@ TEST_F(Counters, SkipRecordsOfAnotherKind) {
   EXPECT_EQ(executed({own_log}), Counts{0});
 }
 
-// Both commands refuse alike.
+// Both operations refuse in the same way.
 struct Clear {
   const char *name;
   uint32_t (*clear)(const char *domain, const char *name, uint32_t all);

@@ -120,7 +120,7 @@ TEST_F(PolicyListing, ComposesEachLineInABufferOfItsOwn) {
   EXPECT_EQ(blocks_out(kEventTag) + blocks_out(kClassTag) + blocks_out(kClientTextTag), 0U);
 }
 
-// What the printer finds allocated while it has the lines of an action.
+// What the printer finds allocated during the lines of an action.
 TEST_F(PolicyListing, FreesATextBeforeItPrintsHowOftenTheActionRan) {
   small_policy("gold");
   std::vector<size_t> texts_out;
@@ -133,7 +133,7 @@ TEST_F(PolicyListing, FreesATextBeforeItPrintsHowOftenTheActionRan) {
   EXPECT_EQ(texts_out, (std::vector<size_t>{0, 0, 0, 1, 1, 0}));
 }
 
-// The buffer of a line is out while the line is printed, and no longer.
+// The buffer of a line exists only while the line is printed.
 TEST_F(PolicyListing, FreesTheBufferOfALineOnceItIsPrinted) {
   small_policy("gold");
   std::vector<size_t> buffers_out;

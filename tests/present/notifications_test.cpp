@@ -1,4 +1,4 @@
-// What the handlers of actions are told, and with which target lists.
+// The notifications of action handlers, and their target lists.
 #include <algorithm>
 #include <utility>
 
@@ -33,7 +33,7 @@ struct Notifications : Repository {
     at<zar_action>(handle)->action_notify_fn = keep_notification;
     return handle;
   }
-  // Actions that were made deaf hear nothing.
+  // Actions without a notification function are not notified.
   static void make_deaf(uint32_t action) { at<zar_action>(action)->action_notify_fn = nullptr; }
 
   void TearDown() override {
@@ -60,7 +60,7 @@ struct ActivePolicy : Notifications {
   const uint32_t video = rule(start, cmap("video"), 2);
   const uint32_t rest = rule(stop, cmap("rest"), 1);
 
-  // Cuts the targets' information off, as a host does that is about to go.
+  // Removes the targets' information, like a host that is about to end.
   static zar_target_info *detach(uint32_t target) {
     return std::exchange(at<zar_target>(target)->target_info, nullptr);
   }
@@ -159,7 +159,7 @@ TEST_F(OneAction, ThatIsNoneDoesNothing) {
     zar_shim_action_added_removed(bad.handle, 0xfffffff0, 1);
     EXPECT_EQ(everything(), before);
     EXPECT_CALLS();
-    // No action is an answer, not a handle to look up.
+    // Handle 0 means no action, and is not looked up.
     EXPECT_EQ(take_trace(), bad.handle == 0 ? Lines{} : bad.said);
   }
 }
@@ -314,8 +314,8 @@ TEST_F(Activation, EndsWithoutMemoryForTheList) {
   EXPECT_TRACED();
 }
 
-// The handler of an earlier call keeps its list, so the target's information stands there and an entry of a second list has
-// to be allocated.
+// The handler of an earlier call keeps its list, so the target's information is in it and an entry of a second list
+// must be allocated.
 TEST_F(Activation, PassesNoEmptyListWithoutMemoryForAnEntry) {
   noting_action_in(voice, "a", 1);
   noting_action_in(voice, "b", 2);

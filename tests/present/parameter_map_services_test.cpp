@@ -1,4 +1,5 @@
-// What parameter-maps need of policies: who uses one, newer data for an action or a filter, a policy-map by its name.
+// What parameter-maps need from policies: which action uses one, newer data for an action or a filter, a policy-map by
+// name.
 #include <cstring>
 #include <utility>
 
@@ -55,7 +56,7 @@ TEST_F(ParameterMapUse, IsAnsweredByTheFirstThatUsesIt) {
   EXPECT_CALLS("uses a", "uses b", "uses c");
 }
 
-// Answers what a test says, to tell any non-zero answer from 1.
+// Returns the value that a test gives, to distinguish any non-zero result from 1.
 uint32_t the_answer = 0;
 uint32_t answer(void *, const void *) {
   return the_answer;

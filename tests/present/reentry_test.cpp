@@ -1,4 +1,4 @@
-// Handlers, text functions and printers that take out and delete what is being walked.
+// Handlers, text functions and printers that remove and delete what is being walked.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -64,7 +64,7 @@ struct TwoByTwo : Lifecycle {
   }
 };
 
-// What a function of the first action does, and whose functions are called all the same.
+// What a function of the first action does, and whose functions are still called.
 struct Deed {
   const char *name;
   std::function<void(const TwoByTwo &)> act;

@@ -12,7 +12,7 @@ uint32_t never_equal(const void *, const void *) {
   return 0;
 }
 
-// One request of a service, which is undone at once; false when it was refused.
+// One request of a service, which is undone immediately; false if it was refused.
 struct Requester {
   Service service;
   bool (*make)();

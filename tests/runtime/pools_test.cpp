@@ -115,7 +115,7 @@ TEST_F(PoolsTest, ContentThatLooksLikeAFreeRecordIsNoObstacle) {
 #if ZAR_RECORDS_ON_HEAP
   char left_behind[64] = {};
 #else
-  // Whatever the pool writes into a record that it holds, a user may write too.
+  // A user may write anything that the pool writes into a free record.
   char left_behind[64];
   std::memcpy(left_behind, record, sizeof left_behind);
 #endif

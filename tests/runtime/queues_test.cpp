@@ -214,7 +214,7 @@ TEST_F(QueuesTest, TheSameHoldsForAnElementWithSeveralOccurrences) {
   while (current) {
     void *next = queue_get_next(&queue, &cursor);
     seen.push_back(current);
-    queue_unqueue(&queue, current);  // the first of its places is the one that the walk has just left
+    queue_unqueue(&queue, current);  // its first entry is the one that the walk has just left
     current = next;
   }
   EXPECT_EQ(seen, named({0, 1, 0, 0, 1}));
