@@ -26,8 +26,10 @@ std::optional<char> take_escape(std::string_view &text) {
   if (letter == 'n') return '\n';
   if (letter != 'x' || text.size() < 2) return std::nullopt;
   unsigned byte = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + 2, byte, 16);
-  if (error != std::errc() || end != text.data() + 2) return std::nullopt;
+  const std::string digits(text.substr(0, 2));
+  const char *const after = digits.data() + digits.size();
+  const auto [end, error] = std::from_chars(digits.data(), after, byte, 16);
+  if (error != std::errc() || end != after) return std::nullopt;
   text.remove_prefix(2);
   return static_cast<char>(byte);
 }

@@ -36,8 +36,8 @@ const char *name_of(Kind kind);
 class Document {
  public:
   Document() = default;
-  Document(Document &&) = default;
-  Document &operator=(Document &&) = default;
+  Document(Document &&) noexcept = default;
+  Document &operator=(Document &&) noexcept = default;
   const Node &root() const { return *root_; }
 
  private:
