@@ -216,7 +216,7 @@ TEST_F(AddClass, FailsWhenTheNewHandleIsLost) {
   const std::string before = everything();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
-  EXPECT_EQ(everything(), before) << "the record goes back";
+  EXPECT_EQ(everything(), before) << "the record is freed";
   const Lines lines = take_trace();
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_EQ(lines[1], error("(ERR): ZAR Found NULL context with handle [0x%x]\n", out));

@@ -210,7 +210,7 @@ TEST_F(References, ThatAPolicyMapDoesNotHoldAreTracedWhenTheyShouldGo) {
   forget_trace();
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_start, voice, 1), 0U);
   EXPECT_EQ(reference_lines(), not_referred) << "of an empty list";
-  EXPECT_FALSE(live(first)) << "the class-action goes all the same";
+  EXPECT_FALSE(live(first)) << "the class-action is deleted anyway";
 
   fail_record(2);
   add(started, voice);

@@ -374,7 +374,7 @@ TEST_F(RuleActions, AreInsertedAtTheFirstOccurrenceOfAReferenceThatIsThereTwice)
   EXPECT_EQ(zar_add_action_to_rule_after_action(voice, after, twice), 0U);
   EXPECT_EQ(actions_of(voice), (Handles{before, twice, after, once, twice}));
   EXPECT_EQ(zar_remove_action_from_class_action(voice, twice), 0U);
-  EXPECT_EQ(actions_of(voice), (Handles{before, after, once, twice})) << "the first place is the one that goes";
+  EXPECT_EQ(actions_of(voice), (Handles{before, after, once, twice})) << "the first occurrence is removed";
 }
 
 TEST_F(RuleActions, InsertedAfterOneThatIsThereTwiceComeAfterItsFirstOccurrence) {

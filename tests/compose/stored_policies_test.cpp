@@ -122,7 +122,7 @@ TEST_F(PlainPolicy, GetsTheClassActionAtItsEndWithoutNumberAndReferences) {
 
 TEST_F(PlainPolicy, TakesClassesInTheOrderOfAdditionAndAsOftenAsTheyAreAdded) {
   for (const zar_map_info &each : {video_info, voice_info, video_info})
-    EXPECT_EQ(add_class(plain_info, &at_start, each, 0, 9), 0U) << "an event is not looked at";
+    EXPECT_EQ(add_class(plain_info, &at_start, each, 0, 9), 0U) << "an event is not checked";
   const Handles rules = plain_rules_of(plain);
   ASSERT_EQ(rules.size(), 3U);
   EXPECT_EQ(at<zar_class_action>(rules[0])->cmap, at<zar_cmap>(video));
@@ -153,7 +153,7 @@ TEST_F(PlainPolicy, GetsNoClassActionWhoseNewHandleIsLost) {
   forget_trace();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(add_class(plain_info, nullptr, voice_info), 37U);
-  EXPECT_EQ(everything(), before) << "nothing is listed, and the record goes back";
+  EXPECT_EQ(everything(), before) << "nothing is in the list, and the record is freed";
   const Lines errors = take_errors();
   ASSERT_EQ(errors.size(), 1U);
   EXPECT_TRUE(errors[0].text.starts_with("(ERR): ZAR Found NULL context with handle")) << errors[0];
@@ -264,7 +264,7 @@ TEST_F(ControlPolicy, CountsAClassUnderTwoEventsTwiceAndReleasesItWithTheSecond)
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_stop, voice, 1), 0U);
   EXPECT_EQ(cmap_refs_of(gold), Counts{});
   EXPECT_EQ(pmap_refs_of(voice), Handles{});
-  EXPECT_EQ(events_of(gold).size(), 2U) << "events stay when their last class-action goes";
+  EXPECT_EQ(events_of(gold).size(), 2U) << "events stay when their last class-action is deleted";
 }
 
 TEST_F(ControlPolicy, SkipsEventsWithoutAContext) {

@@ -437,7 +437,7 @@ TEST_F(Clients, ThatAreMissingHaveNoDatabase) {
 
 TEST_F(Clients, WithADatabaseBeginWithTheEngine) {
   kel_clid = 42;
-  EXPECT_EQ(zar_get_first_client_with_database(), 42U) << "the table is not looked at";
+  EXPECT_EQ(zar_get_first_client_with_database(), 42U) << "the table is not read";
   kel_clid = 1;
   EXPECT_EQ(zar_get_first_client_with_database(), 1U);
   EXPECT_TRACED();

@@ -330,7 +330,7 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
     for (uint32_t i = step / 2; i < kEach; i += step) {
       zar_handle_release(events[i]);
       zar_handle_release(filters[i]);
-      ASSERT_EQ(zar_event_get_match_criteria(events[i]), 0U) << "event " << i << " is gone";
+      ASSERT_EQ(zar_event_get_match_criteria(events[i]), 0U) << "event " << i << " is deleted";
     }
     expect_kinds(0, step);
   }

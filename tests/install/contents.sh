@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks that an installation contains what its components promise.
 #   contents.sh PREFIX LIBDIR VERSION ROOT all|library
-# With 'library' there is the library and what its developers need, and none of the tools.
+# With 'library' there are the library and what its developers need, and none of the tools.
 set -eu
 prefix=$1 libdir=$2 version=$3 root=$4 installed=$5
 
@@ -42,7 +42,7 @@ moved=$(mktemp -d)
 trap 'rm -rf "$moved"' EXIT
 cp -a "$prefix" "$moved/elsewhere"
 test "$(PKG_CONFIG_PATH=$moved/elsewhere/$libdir/pkgconfig pkg-config --modversion zar)" = "$version" ||
-  fail "zar.pc tells another version"
+  fail "zar.pc has another version"
 
 if test "$installed" = library; then
   for file in bin "$libdir/zar" share/man/man1 share/man/man5 share/zar share/doc/zar/examples; do

@@ -200,7 +200,7 @@ TEST_F(DeletingUnstoredClasses, LeaveAStoredOneInTheTree) {
   const void *record = at<zar_cmap>(voice);
   EXPECT_EQ(zar_delete_class(voice), 0U);
   EXPECT_FALSE(live(voice));
-  EXPECT_EQ(static_cast<const void *>(db->cmap_tree->top.parent), record) << "the tree holds what is gone";
+  EXPECT_EQ(static_cast<const void *>(db->cmap_tree->top.parent), record) << "the tree holds a deleted record";
   // This tree must not be read any more.
   db->cmap_tree->top.parent = nullptr;
 }

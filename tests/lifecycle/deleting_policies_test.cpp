@@ -199,7 +199,7 @@ TEST_F(DeletingPolicies, StayInTheTreeOfWhichNothingIsAsked) {
   const void *record = at<zar_pmap>(gold);
   EXPECT_EQ(zar_delete_policy(gold), 0U);
   EXPECT_TRACED(deleted(gold));
-  EXPECT_EQ(static_cast<const void *>(db->pmap_tree->top.parent), record) << "the tree holds what is gone";
+  EXPECT_EQ(static_cast<const void *>(db->pmap_tree->top.parent), record) << "the tree holds a deleted record";
   // This tree must not be read any more.
   db->pmap_tree->top.parent = nullptr;
 }

@@ -103,7 +103,7 @@ TEST_F(DeactivatingAll, AtTheEndOfATargetKeepsItsRecordOutOfTheTrees) {
               [this, &inserted] { inserted = zar_avl_insert_target_client_db(db, at<zar_target>(interface)); });
   drop_target(one, interface);
   EXPECT_EQ(inserted, 0U);
-  EXPECT_EQ(zar_destroy_database(db), 0U) << "nothing that is gone stands in its trees";
+  EXPECT_EQ(zar_destroy_database(db), 0U) << "its trees hold no deleted record";
   for (const uint32_t each : {gold, silver, bronze, iron})
     note(Kind::pmap, each);
   for (const uint32_t each : {permit, drop})

@@ -714,7 +714,7 @@ TEST_F(DeletingTargets, LetsTheEngineFreeItsContextFirst) {
   forget_trace();
   engine().on_call = [&](const std::string &call) {
     if (call != ae_context_freed(this)) return;
-    EXPECT_FALSE(live(interface)) << "the target's handle is gone";
+    EXPECT_FALSE(live(interface)) << "the target's handle is released";
     EXPECT_TRUE(live(context_handle)) << "that of the context is not";
     EXPECT_EQ(targets_of(gold), Handles{});
   };
@@ -772,7 +772,7 @@ TEST_F(DeletingTargets, LeavesTheTreeAlone) {
   const void *record = at<zar_target>(interface);
   EXPECT_EQ(zar_delete_target(interface), 0U);
   EXPECT_FALSE(live(interface));
-  EXPECT_EQ(static_cast<const void *>(db->target_tree->top.parent), record) << "the tree holds what is gone";
+  EXPECT_EQ(static_cast<const void *>(db->target_tree->top.parent), record) << "the tree holds a deleted record";
   // This tree must not be read any more.
   db->target_tree->top.parent = nullptr;
 }
@@ -807,7 +807,7 @@ TEST_F(DeletingTargets, LeavesNoPairOfAPolicyThatAHandlerActivates) {
   EXPECT_EQ(zar_delete_target(interface), 0U);
   EXPECT_TRUE(activated);
   EXPECT_FALSE(live(interface));
-  EXPECT_EQ(at<zar_pmap>(silver)->target_refs.count, 0U) << "a reference to a target that is gone";
+  EXPECT_EQ(at<zar_pmap>(silver)->target_refs.count, 0U) << "a reference to a deleted target";
 }
 
 // ---- Under faults

@@ -169,7 +169,7 @@ TEST_F(Expressions, EndAtAFilterWithoutFunction) {
   EXPECT_REFUSED(40U, find("device"));
   EXPECT_CALLS("text first");
   EXPECT_TRACED();
-  EXPECT_EQ(find("fir"), 0U) << "what stands before it is found";
+  EXPECT_EQ(find("fir"), 0U) << "the one before it is found";
   second->filter_str_fn = function;
 }
 

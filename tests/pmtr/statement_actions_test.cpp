@@ -350,7 +350,7 @@ TEST_F(PuttingIn, AfterOneThatIsThereTwiceComesAfterItsFirstOccurrence) {
   EXPECT_EQ(zar_add_action_to_pmtr_map_rule(abc, 10, late), 0U);
   EXPECT_EQ(actions(), (Handles{twice, late, twice}));
   EXPECT_EQ(zar_remove_action_from_pmtr_stmt_action(abc, 10, twice), 0U);
-  EXPECT_EQ(actions(), (Handles{late, twice})) << "the first place is the one that goes";
+  EXPECT_EQ(actions(), (Handles{late, twice})) << "the first occurrence is removed";
 }
 
 TEST_F(PuttingIn, StopsAtTheFirstFault) {

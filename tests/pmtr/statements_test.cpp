@@ -319,7 +319,7 @@ TEST_F(NewStatement, NeedsItsMapToTheEnd) {
                 error("(ERR): Failure enqueing pmtr map statement withmap-index: %d", 10));
   runtime::Inventory expected = before;
   expected.ids -= 1;
-  EXPECT_EQ(to_string(runtime::inventory()), to_string(expected)) << "all that was made is given back";
+  EXPECT_EQ(to_string(runtime::inventory()), to_string(expected)) << "everything that was created is freed";
   EXPECT_EQ(cmaps_in(db), Handles{});
 }
 
@@ -487,7 +487,7 @@ TEST_F(MoreFilters, AreDeletedAgainWhenTheyCannotBeAdded) {
   const uint32_t cmap = hidden_cmap(10);
   const runtime::Inventory before = runtime::inventory();
   when_traced(info("(info): Created filter for internal class"), [] { runtime::lose_next_pointer(); });
-  EXPECT_EQ(add(10, "second", {.type = 3}), 0U) << "the caller is not told";
+  EXPECT_EQ(add(10, "second", {.type = 3}), 0U) << "the caller is not notified";
   EXPECT_CALLS("compare first second", "free second");
   EXPECT_ERRORS(error("(ERR): ZAR Found NULL context with handle [0x%x]\n", cmap),
                 error("(ERR): %s: input class map handle context cannot be NULL", "add_filter_to_class"),

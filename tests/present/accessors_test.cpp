@@ -128,7 +128,7 @@ TEST_F(Accessors, ReturnTheEnginesTextForTheCriteriaOfAnEvent) {
   at<zar_event_tuple>(start)->match_criteria = 2;
   EXPECT_STREQ(zar_get_event_class_match_criteria(start), "match-first");
   at<zar_event_tuple>(start)->match_criteria = 9;
-  EXPECT_STREQ(zar_get_event_class_match_criteria(start), "unknown") << "the engine answers for every value";
+  EXPECT_STREQ(zar_get_event_class_match_criteria(start), "unknown") << "the engine has a text for every value";
   EXPECT_TRACED();
 }
 

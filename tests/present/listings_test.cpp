@@ -586,7 +586,7 @@ TEST_F(ClassListing, OfAllPrintsWhatHasLostItsHandle) {
   const uint32_t voice = small_class("voice", {.hidden = 1});
   zar_handle_release(voice);
   EXPECT_EQ(print(nullptr, 1), 0U);
-  EXPECT_EQ(take_printed(), (kHead + row_of_small("voice"))) << "nothing tells that it is hidden";
+  EXPECT_EQ(take_printed(), (kHead + row_of_small("voice"))) << "nothing shows that it is hidden";
   NEEDS_TRACE();
   const Lines lines = take_errors();
   EXPECT_EQ(std::count(lines.begin(), lines.end(), error("(ERR):  : input class map handle context cannot be NULL")),

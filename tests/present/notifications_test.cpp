@@ -145,7 +145,7 @@ TEST_F(OneAction, WithoutDataDoesNothing) {
   void *own = std::exchange(at<zar_action>(log)->action_data, nullptr);
   const std::string before = everything();
   zar_shim_action_added_removed(log, gold, 1);
-  EXPECT_EQ(everything(), before) << "a list that nobody gets is not left behind";
+  EXPECT_EQ(everything(), before) << "a list that nobody gets is freed";
   EXPECT_TRUE(notifications.empty());
   EXPECT_TRACED();
   at<zar_action>(log)->action_data = own;
@@ -326,7 +326,7 @@ TEST_F(Activation, PassesNoEmptyListWithoutMemoryForAnEntry) {
   invoke(gold, seven, 1);
   runtime::clear_faults();
   EXPECT_EQ(notifications.size(), 2U);
-  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+  EXPECT_EQ(everything(), before) << "the list that nobody got is freed";
 
   runtime::fail_request(runtime::Service::queue_entry, 1);
   invoke(gold, seven, 1);
@@ -344,7 +344,7 @@ TEST_F(OneAction, GetsNoEmptyListWithoutMemoryForAnEntry) {
   zar_shim_action_added_removed(log, gold, 1);
   runtime::clear_faults();
   EXPECT_EQ(notifications.size(), 1U);
-  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+  EXPECT_EQ(everything(), before) << "the list that nobody got is freed";
 
   runtime::fail_request(runtime::Service::queue_entry, 1);
   zar_shim_action_added_removed(log, gold, 1);
@@ -434,7 +434,7 @@ TEST_P(EachRemoval, PassesNoEmptyListWithoutMemoryForAnyEntry) {
   remove(subject(), gold);
   runtime::clear_faults();
   EXPECT_EQ(notifications.size(), 1U);
-  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+  EXPECT_EQ(everything(), before) << "the list that nobody got is freed";
 }
 
 TEST_P(EachRemoval, SkipsActionsWithoutNotificationFunction) {
