@@ -1,6 +1,6 @@
 // One policy-map on many targets: activated on all of them, deactivated everywhere, and the targets deleted in any order.
-// The time is told per target, so that a cost that grows with their number shows. Each target has a second policy-map, with
-// which it was added, as targets have no life without one.
+// The time is given per target, so that a cost that grows with their number is visible. Each target has a second
+// policy-map, with which it was added, since a target cannot exist without one.
 #include <algorithm>
 #include <ctime>
 #include <random>
@@ -73,14 +73,14 @@ class ByHand {
   std::vector<uint32_t> targets_;
 };
 
-// Of the processor, so that other processes are left out.
+// Processor time, so that other processes are excluded.
 double seconds() {
   timespec now{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-// One iteration does a part of the life of all targets; only 'part' is timed.
+// One iteration performs a part of the life of all targets; only 'part' is timed.
 template <class Side>
 void measure(benchmark::State &state, uint32_t n_targets, void (Side::*part)()) {
   Side side(n_targets);

@@ -1,5 +1,5 @@
-// Events on a target in the reference engine: 4 policy-maps with 4 rules each, whose class-maps have 4 filters each. All
-// filters hold and each rule has an action, so that nothing ends early. With the count of allocations per event.
+// Events on a target in the reference engine: 4 policy-maps with 4 rules each, whose class-maps have 4 filters each.
+// All filters match and each rule has an action, so that nothing ends early. Also counts allocations per event.
 #include "host/engine/engine.h"
 #include "support/jobs.h"
 #include "support/repository.h"

@@ -1,8 +1,8 @@
-// Handles: from a live one to its record with the test of its kind, and the refusal of one whose record is gone.
+// Handles: resolving a live one with the test of its kind, and refusing one whose record was deleted.
 //
-// The library is asked for an action's number, the smallest operation that begins like nearly all do. The alternatives are
-// asked for the same through a shared library of their own, as a daemon's other parts would ask a repository: a slot map
-// with generations and kinds, and a hash table.
+// The library reads an action's number, the smallest operation with the usual beginning. The alternatives do the same
+// in a shared library of their own, as other parts of a daemon would call a repository: a slot map with generations and
+// kinds, and a hash table.
 
 #include "called/handles.h"
 #include "support/jobs.h"

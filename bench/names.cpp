@@ -1,9 +1,9 @@
-// Maps by name: retrieve, hit and miss, and store and delete, beside the ordered and hashed containers that could stand in
-// the trees' place.
+// Maps by name: retrieve, hit and miss, and store and delete, compared with the ordered and hashed containers that
+// could replace the trees.
 //
-// Everybody builds the key "name:domain:type" for every access, in a buffer on the stack and without a formatter, and
-// looks it up without making a string of it where the container allows. "std::map, string keys" is how the same is mostly
-// written: the key is a std::string. The alternatives are templates or linked directly and may be inlined; the library is
+// Each side builds the key "name:domain:type" for every access, in a buffer on the stack and without a formatter, and
+// looks it up without creating a string if the container allows. "std::map, string keys" is the usual way to write
+// this: the key is a std::string. The alternatives are templates or linked directly and may be inlined; the library is
 // called, calls the runtime, and is called back to compare.
 #include <absl/container/btree_map.h>
 #include <absl/container/flat_hash_map.h>
@@ -39,9 +39,9 @@ class Library {
     zar_retrieve_policy(clid_, &info, &pmap);
     return pmap;
   }
-  // A policy-map that is not stored yet; what there is to store.
+  // A policy-map that is not stored yet.
   uint32_t spare(const char *name) const { return bench::new_policy(clid_, name); }
-  // Taken out of the tree under its name, but not deleted.
+  // Removed from the tree by its name, but not deleted.
   void store_and_delete(const char *name, uint32_t spare) const {
     Key key(bench::info_of(name));
     zar_pmap probe{}, *removed = nullptr;
@@ -62,7 +62,7 @@ class Library {
   zar_db *database_ = database_of(clid_);
 };
 
-// A container of the standard library's manner that can be asked with a view.
+// A container like those of the standard library that can be searched with a view.
 template <class Map, class View = std::string_view>
 class Viewed {
  public:
@@ -97,7 +97,7 @@ using StdUnorderedMap = Viewed<std::unordered_map<std::string, uint32_t, HashVie
 using AbslBtree = Viewed<absl::btree_map<std::string, uint32_t>, absl::string_view>;
 using AbslHash = Viewed<absl::flat_hash_map<std::string, uint32_t>, absl::string_view>;
 
-// Asked with strings, as it is mostly done.
+// Searched with strings, as is usual.
 class StdMapOfStrings {
  public:
   explicit StdMapOfStrings(const std::vector<std::string> &names) {
@@ -141,7 +141,7 @@ class GlibTree {
   uint32_t numbers_ = 0;
 };
 
-// Records with the linkage and a pointer to the key inside, as the library's are.
+// Records with embedded links and a pointer to the key, like the library's.
 class BoostAvl {
  public:
   explicit BoostAvl(const std::vector<std::string> &names) {
@@ -175,7 +175,7 @@ class BoostAvl {
 
 // ---- The jobs
 
-// Names to seek, side by side as they are in a request that was just read.
+// Names to find, next to each other as in a request that was just read.
 class Sought {
  public:
   explicit Sought(const std::vector<std::string> &names) : names_(names.size()) {
@@ -203,7 +203,7 @@ struct Subjects {
   std::vector<std::string> spare;
 };
 
-// One look-up after the other, none waiting for the one before.
+// Independent look-ups, one after the other.
 template <class Side>
 void retrieve(benchmark::State &state, const Side &side, const Sought &sought) {
   Random random;

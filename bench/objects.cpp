@@ -1,5 +1,5 @@
-// Making and deleting one object of each kind while many others live, beside the repository written by hand. That one is
-// linked in and called directly.
+// Creating and deleting one object of each kind while many others exist, compared with the hand-written repository,
+// which is linked in and called directly.
 
 #include "by_hand/repository.h"
 #include "support/jobs.h"

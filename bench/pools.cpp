@@ -1,6 +1,6 @@
-// Records from pools, and texts from the string database, as the library asks the stand-in runtime for them, beside the
-// general allocators and a hash table that could do the same. All are called through shared libraries but boost::pool and
-// the table, which are templates.
+// Records from pools, and texts from the string database, as the library requests them from the stand-in runtime,
+// compared with general allocators and a hash table that could do the same. All are called in shared libraries except
+// boost::pool and the table, which are templates.
 #include <boost/pool/pool.hpp>
 #include <cstdlib>
 #include <cstring>
@@ -54,7 +54,7 @@ class StandardPool {
   std::pmr::unsynchronized_pool_resource pool_;
 };
 
-// A record is taken, written to, and given back.
+// Takes a record, writes to it, and returns it.
 template <class Pool>
 void take_and_give(benchmark::State &state, Pool &pool) {
   for (auto _ : state) {
@@ -65,7 +65,7 @@ void take_and_give(benchmark::State &state, Pool &pool) {
   }
 }
 
-// One of many live records, any, is given back and another one taken: the cost of the pair.
+// Returns any one of many live records and takes another: the cost of the pair.
 template <class Pool>
 void replace(benchmark::State &state, Pool &pool, uint32_t n_objects) {
   Random random;

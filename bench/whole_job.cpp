@@ -1,11 +1,12 @@
 // The whole job: 800 policy-maps with 4 events of 4 rules of 3 actions each, 1,000 class-maps of 4 filters, 2,000 targets
-// with 2 policy-maps each, 62,200 handles in all. It is built, all maps are looked up by name ten times in fresh orders,
-// every handle is resolved in any order, everything is printed, and all is torn down; by the library or by the repository written by hand.
+// with 2 policy-maps each, 62,200 handles in all. It is built, all maps are looked up by name ten times in new orders,
+// every handle is resolved in any order, everything is printed, and all is torn down; by the library or by the
+// hand-written repository.
 //
 //   bench_whole_job zar|by-hand
 //
-// Prints a JSON object with the seconds of each phase, the bytes by which the process grew while it built, and a checksum of
-// what was printed, which is the same for both.
+// Prints a JSON object with the seconds of each phase, the growth of the process in bytes while building, and a
+// checksum of the output, which is the same for both.
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -30,7 +31,7 @@ constexpr uint32_t kTargets = 2000, kLookups = 10;
 constexpr uint32_t kMatchAny = 2;
 constexpr char kEventNames[kEvents][16] = {"session-start", "authorise", "account-update", "session-stop"};
 
-// ---- What both sides print to: the lines are formatted and summed up.
+// ---- The printer of both sides: the lines are formatted and added to a checksum.
 
 uint64_t checksum = 0, n_lines = 0;
 
@@ -317,7 +318,7 @@ class Job {
 
 // ---- Measurement
 
-// Of the processor, so that other processes are left out.
+// Processor time, so that other processes are excluded.
 double seconds() {
   timespec now{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);

@@ -1,4 +1,4 @@
-// Any sequence of calls, beside the model.
+// Any sequence of calls, compared with the model.
 #include <cstddef>
 #include <cstdint>
 

@@ -1,4 +1,5 @@
-// Any sequence of calls, beside the model; before each a byte says which of its platform requests fails, if any.
+// Any sequence of calls, compared with the model; a byte before each call says which of its platform requests fails, if
+// any.
 #include <cstddef>
 #include <cstdint>
 
@@ -6,7 +7,7 @@
 
 namespace {
 
-// One call in two goes without; of the others a second attempt may fail, too.
+// Half of the calls have no fault; for the others a second attempt may also fail.
 fuzz::FaultPlan plan_of(uint8_t byte) {
   fuzz::FaultPlan plan;
   if (byte % 2 == 0) return plan;
@@ -24,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     while (!decoder.done()) {
       const fuzz::FaultPlan plan = plan_of(decoder.byte());
       if (!session.step_with_fault(decoder.call(), plan)) return false;
-      if (session.partial()) return false;  // the model follows no further
+      if (session.partial()) return false;  // the model cannot continue
     }
     return true;
   });

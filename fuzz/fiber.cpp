@@ -26,7 +26,7 @@ constexpr size_t kStackSize = size_t{256} * 1024;
 
 struct Unwound {};
 
-// ---- What tools want to know when the stack is another one
+// ---- What tools must know about a change of stacks
 
 #ifdef FIBER_ADDRESS_SANITIZER
 void leave_stack(void **shadow, const void *stack, size_t size) {
@@ -54,7 +54,7 @@ unsigned register_stack(std::byte *) {
 void deregister_stack(unsigned) {}
 #endif
 
-// Stacks are used again: sessions are short and many.
+// Stacks are reused: there are many short sessions.
 std::vector<std::unique_ptr<std::byte[]>> &spare_stacks() {
   static std::vector<std::unique_ptr<std::byte[]>> stacks;
   return stacks;

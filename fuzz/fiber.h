@@ -1,4 +1,4 @@
-// A function that takes turns with the one that runs it, on a stack of its own.
+// A function that takes turns with its runner, on its own stack.
 #pragma once
 
 #include <ucontext.h>
@@ -17,9 +17,9 @@ class Fiber {
   Fiber(const Fiber &) = delete;
   Fiber &operator=(const Fiber &) = delete;
 
-  // Lets the body go on until it waits or ends.
+  // Lets the body continue until it waits or ends.
   void resume();
-  // Gives the turn back. Only the body calls it.
+  // Returns to the runner. Only the body calls it.
   void wait();
   bool ended() const { return ended_; }
 
@@ -33,7 +33,7 @@ class Fiber {
   ucontext_t other_{};
   bool ended_ = false;
   bool unwinding_ = false;
-  // What AddressSanitizer keeps for the two stacks, and what valgrind calls this one.
+  // AddressSanitizer's data for the two stacks, and valgrind's id for this one.
   void *own_shadow_ = nullptr;
   void *other_shadow_ = nullptr;
   const void *other_stack_ = nullptr;

@@ -1,4 +1,4 @@
-// Fuzzes the loader of policy files: whatever the bytes are, there is a file or there are errors that can be shown.
+// Fuzzes the loader of policy files: any bytes give either a file or errors that can be shown.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (is_text) file = tool::load(source, diagnostics);
   if (file.has_value() != diagnostics.empty()) std::abort();
   if (!diagnostics.empty() && tool::render(diagnostics, source).empty()) std::abort();
-  // What is good once is good in addition to nothing, and never twice: unless it is empty, its names are taken then.
+  // A good file can be added to an empty repository, but not twice: unless it is empty, its names are then taken.
   if (!file) return 0;
   const std::optional<tool::PolicyFile> again = tool::load_more(tool::PolicyFile(), source, diagnostics);
   if (!again || again->events != file->events) std::abort();

@@ -1,5 +1,5 @@
-// What operations answer and leave when a platform request fails within them. Without a line in this table it is 37 or 38,
-// and the repository is as it was before the call.
+// What operations return and leave behind if a platform request fails. Without a line in this table they return 37 or
+// 38, and the repository is as before the call.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace fuzz {
 
 struct Partial {
   calls::Op op;
-  std::vector<uint64_t> answers;  // that a call with a failed request may give
+  std::vector<uint64_t> answers;  // that a call with a failed request may return
   bool changes;                   // whether it may leave another state than it found
   const char *reason;
 };

@@ -1,5 +1,5 @@
-// Any sequence of calls, beside the model, by clients whose functions call back: before each call a byte says in which of
-// the functions that the library calls it is made, if in any.
+// Any sequence of calls, compared with the model, by clients whose functions call back: a byte before each call says in
+// which of the functions that the library calls it is made, if in any.
 #include <cstddef>
 #include <cstdint>
 

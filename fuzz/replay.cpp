@@ -1,4 +1,4 @@
-// Runs a fuzz target on files, for tests and for looking at a find with any compiler.
+// Runs a fuzz target on files, for tests and for examining a find with any compiler.
 //   PROGRAM FILE|FOLDER...
 #include <cstdint>
 #include <cstdio>
@@ -19,7 +19,7 @@ std::vector<std::filesystem::path> files_below(const std::filesystem::path &path
   return files;
 }
 
-// False when the file cannot be read.
+// False if the file cannot be read.
 bool run(const std::filesystem::path &file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) {
@@ -42,5 +42,5 @@ int main(int count, char **arguments) {
     }
   }
   std::printf("%zu inputs replayed\n", inputs);
-  return inputs == 0 ? 1 : 0;  // a corpus that is not there proves nothing
+  return inputs == 0 ? 1 : 0;  // a missing corpus proves nothing
 }

@@ -137,7 +137,7 @@ bool Session::step(const calls::Call &call) {
   const rig::LosesOnPurpose what_lives_as_long_as_the_process;
   Progress progress(call);
   resolve(progress);
-  // The call that is under way goes on with what it has asked the trees for.
+  // The running call continues with the results that it got from the trees.
   auto asked = std::exchange(model_.asked, {});
   model_.foresee(call, progress.arguments);
   bool good = true;
@@ -160,7 +160,7 @@ calls::Answer Session::make(Progress &progress) {
   return calls::operation(progress.call.op).call(progress.arguments);
 }
 
-// What the call has done is compared when it has come to its end; the repository, when all calls have.
+// The effects of the call are compared at its end; the repository, at the end of all calls.
 bool Session::follow(Progress &progress, const calls::Answer &answer) {
   ++steps_;
   if (under_way_.size() > 1) ++steps_within_[under_way_.size() - 2];
@@ -233,7 +233,7 @@ void Session::called() {
   }
 }
 
-// Lets the model come to where the library is.
+// Lets the model catch up with the library.
 bool Session::catch_up(Progress &progress) {
   progress.lines_to_follow = calls::log().size();
   if (!progress.following)
@@ -297,7 +297,7 @@ Session::Outcome Session::attempt(const calls::Call &call, uint64_t nth, runtime
   runtime::clear_faults();
   runtime::record_requests(false);
 
-  // None of its requests was the n-th: it went as ever.
+  // It made fewer than n requests: it behaved as usual.
   if (runtime::injected_faults() == injected) return follow(progress, answer) ? Outcome::done : Outcome::wrong;
   under_way_.pop_back();
   calls::end_target_lists();
@@ -385,7 +385,7 @@ bool Session::delete_everything() {
   return wrong.empty() || fail(wrong.front());
 }
 
-// What is live is what was live before, the clients with their databases and domains, and what is lost as described.
+// Live are the objects from before, the clients with their databases and domains, and documented losses.
 bool Session::nothing_leaked() {
   const std::vector<model::Pmap *> builtin = model_.all<model::Pmap>();  // they are emptied, never freed
   const runtime::Inventory now = runtime::inventory();

@@ -1,5 +1,5 @@
-// A sequence of calls made of the library and followed by the model, from start-up until everything that was made is
-// deleted again.
+// A sequence of calls to the library, followed by the model, from start-up until everything that was created is deleted
+// again.
 #pragma once
 
 #include <array>
@@ -20,10 +20,10 @@ namespace fuzz {
 
 struct Options {
   bool trace = false;               // levels 3 and 6 are wanted
-  std::FILE *transcript = nullptr;  // every call with what it answered, put out, called and traced; addresses left out
+  std::FILE *transcript = nullptr;  // every call with its results, outputs, callbacks and traces, without addresses
   std::vector<std::string> *lines = nullptr;  // the calls as text, up to the one that went wrong
   bool tell_first = false;                    // the calls go to the standard error output before they are made
-  unsigned look_every = 1;                    // after how many calls the whole repository is compared
+  unsigned look_every = 1;                    // the number of calls between comparisons of the whole repository
   const calls::Alphabet *alphabet = &calls::small_alphabet();
 };
 
@@ -39,16 +39,17 @@ class Session {
   Session(const Session &) = delete;
   Session &operator=(const Session &) = delete;
 
-  // Makes the call unless it is one that no client may make. False when something is not as the model foresees.
+  // Makes the call unless clients may not make it. False if something differs from the model's prediction.
   bool step(const calls::Call &call);
-  // The same with a fallible request of the call failing. The call then says so, and the repository is as it was, but for
-  // what partial.h tells; made once more, with the next request of the plan failing or at last with none, it goes as ever.
+  // The same with a fallible request of the call failing. The call then reports it, and the repository is unchanged,
+  // except as described in partial.h; when it is repeated, with the next request of the plan failing or finally with
+  // none, it behaves as usual.
   bool step_with_fault(const calls::Call &call, const FaultPlan &plan);
-  // Makes the calls one after the other, those that say so within the functions of clients that the library calls.
+  // Makes the calls one after the other, those marked so within the functions of clients that the library calls.
   bool steps(std::span<const calls::Call> calls);
   // Compares the whole repository with the model.
   bool look();
-  // Deletes all that is left, and looks for what should be gone.
+  // Deletes everything that is left, and checks for leftovers.
   bool finish();
 
   const std::string &failure() const { return failure_; }
@@ -58,7 +59,7 @@ class Session {
   const std::array<uint64_t, kDepth> &steps_within() const { return steps_within_; }
   uint64_t faults() const { return faults_; }
   const std::map<runtime::Service, uint64_t> &faults_by_service() const { return faults_by_service_; }
-  // A fault has left a state that the model does not follow any further.
+  // A fault has left a state with which the model cannot continue.
   bool partial() const { return partial_; }
 
  private:
@@ -72,7 +73,8 @@ class Session {
     calls::Arguments arguments;
     model::Seen seen{arguments};
     size_t line_number = 0;
-    // The model's part, once it was needed before the end: it follows up to the function that the library calls now.
+    // The model's part, if it was needed before the end: it has followed up to the function that the library is
+    // calling.
     std::optional<Fiber> following;
     size_t lines_to_follow = 0;
   };
@@ -105,7 +107,7 @@ class Session {
   std::array<uint64_t, kDepth> steps_within_{};
   std::vector<Progress *> under_way_;  // the innermost is the last
   std::span<const calls::Call> to_make_;
-  unsigned functions_until_next_ = 0;  // 0: the next call to make waits for the end of what is under way
+  unsigned functions_until_next_ = 0;  // 0: the next call to make waits for the end of the running ones
   uint64_t faults_ = 0;
   std::map<runtime::Service, uint64_t> faults_by_service_;
   bool partial_ = false;

@@ -1,4 +1,4 @@
-// What the fuzz targets have in common: one input is one session; what goes wrong ends the process with the calls as text.
+// Shared by the fuzz targets: one input is one session; a failure ends the process and prints the calls.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace fuzz {
 
-// 'act' makes the calls and answers whether to go on to the end, where everything is deleted.
+// 'act' makes the calls and returns whether to continue to the end, where everything is deleted.
 inline void run_target(const Options &options, const std::function<bool(Session &)> &act) {
   const auto run = [&](const Options &how) {
     Session session(how);
@@ -20,7 +20,7 @@ inline void run_target(const Options &options, const std::function<bool(Session 
     return session.failure();
   };
   if (run(options).empty()) return;
-  // Calls are put into words only when they are wanted.
+  // Calls are rendered only if needed.
   std::vector<std::string> told;
   Options telling = options;
   telling.lines = &told;

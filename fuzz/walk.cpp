@@ -69,7 +69,7 @@ constexpr uint8_t slot(uint8_t number) {
 }
 
 // Lists of several elements: three filters in a class-map, three actions in each of two rules, two rules under an event,
-// two events, two policy-maps in force on two targets, two statements with two actions each.
+// two events, two policy-maps active on two targets, two statements with two actions each.
 std::vector<calls::Call> building_lists() {
   using enum calls::Op;
   constexpr uint8_t kSubscriber = 23;
@@ -162,7 +162,7 @@ constexpr calls::Op kCalling[] = {
     calls::Op::zar_add_to_internal_cmap_compare,
 };
 
-// Operations that take something out, put it in, or delete it.
+// Operations that remove, add or delete something.
 constexpr calls::Op kChanging[] = {
     calls::Op::zar_delete_event,
     calls::Op::zar_delete_policy,

@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-// Calls that build a small repository in which everything is linked: both kinds of policy-maps in force on a target, a
+// Calls that build a small repository in which everything is linked: both kinds of policy-maps active on a target, a
 // class-map with a filter, actions that two rules share, a parameter-map with a statement.
 std::vector<calls::Call> building_calls();
 

@@ -1,4 +1,4 @@
-// The key of a map as a good engineer builds it: in a buffer on the stack, without a formatter.
+// The key of a map as a good engineer would build it: in a buffer on the stack, without a formatter.
 #pragma once
 
 #include <algorithm>

@@ -14,7 +14,7 @@ namespace {
 
 using bench::Key;
 
-// Puts 'element' behind those whose number is not above its own.
+// Inserts 'element' after those whose number is not above its own.
 template <class Element>
 void insert_by_number(std::vector<Element *> &elements, Element *element) {
   auto place = std::upper_bound(elements.begin(), elements.end(), element,
@@ -34,7 +34,7 @@ void free_data(const Filter &filter) {
   filter.context.filter_free_fn(filter.context.filter_data, nullptr);
 }
 
-// The clients' texts come in the platform's memory, whoever asks for them.
+// The clients' texts are in the platform's memory on both sides.
 struct FreeText {
   void operator()(char *text) const { bfree_named(text); }
 };
@@ -185,7 +185,7 @@ void Repository::unlink(PolicyMap &policy, Target &target) {
   tell_actions(policy, true);
 }
 
-// The owners of actions that want to know hear of it. The benchmarks have none that do, so the list is never made.
+// Notifies the owners of actions that want it. The benchmarks have none, so the list is never created.
 void Repository::tell_actions(const PolicyMap &policy, bool removed) {
   for (const Event *event : policy.events)
     for (const Rule *rule : event->rules)

@@ -1,9 +1,10 @@
-// The repository as a good engineer would write it with the standard library alone: string-keyed maps, vectors, owners, and
-// a hash table for the handles. It does what the jobs of the benchmarks need, with the checks that such an interface needs
-// (live handles, right kinds, no duplicates, no deletion of what is in use), and tells its callers by result.
+// The repository as a good engineer would write it with only the standard library: string-keyed maps, vectors, owners,
+// and a hash table for the handles. It does what the jobs of the benchmarks need, with the checks that such an
+// interface needs (live handles, right kinds, no duplicates, no deletion of objects in use), and reports to its callers
+// by result.
 //
-// It differs from the library where its author has the choice: objects are C++ objects, texts are std::string, a handle is
-// the next number, the table of handles owns what it names, and there is no trace.
+// It differs from the library where its author has a choice: objects are C++ objects, texts are std::string, a handle
+// is the next number, the table of handles owns the objects, and there is no trace.
 #pragma once
 
 #include <cstdint>
@@ -115,7 +116,7 @@ class Repository {
   bool delete_event(Handle handle);
   bool delete_target(Handle handle);
 
-  // What the accessors of each kind begin with.
+  // The common beginning of the accessors of each kind.
   template <class Object>
   Object *get(Handle handle) {
     const auto found = objects_.find(handle);
@@ -124,7 +125,7 @@ class Repository {
     return owner ? owner->get() : nullptr;
   }
 
-  // The same lines as the library's listings, line by line through a printer in the manner of printf.
+  // The same lines as the library's listings, line by line through a printer like printf.
   void print_policies(zar_printer_fn print) const;
   void print_classes(zar_printer_fn print) const;
 

@@ -1,4 +1,4 @@
-/* Two ways to name records by 32-bit handles, behind the border of a shared library. */
+/* Two ways to identify records by 32-bit handles, in a shared library of their own. */
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ struct CalledAction;
 
 CalledAction *called_action_new(uint32_t number);
 
-// 18 bits of slot, 14 of generation, and a kind beside each slot.
+// 18 bits of slot, 14 of generation, and a kind for each slot.
 uint32_t called_slot_map_add(CalledAction *action);
 void called_slot_map_remove(uint32_t handle);
 uint32_t called_slot_map_action_number(uint32_t handle);

@@ -1,8 +1,7 @@
-// How a benchmark program is made: it registers its jobs, and main() runs them for one number of objects.
+// The structure of a benchmark program: it registers its jobs, and main() runs them for one number of objects.
 //
-// A job is registered once for the library and once for each alternative, under "JOB/WHO"; the rest of the name says who.
-// One process measures one size, in which the repository and its alternatives stand side by side, and the repetitions of
-// all jobs are interleaved.
+// A job is registered once for the library and once for each alternative, under "JOB/WHO". One process measures one
+// size, with the repository and its alternatives side by side, and the repetitions of all jobs interleaved.
 #pragma once
 
 #include <benchmark/benchmark.h>

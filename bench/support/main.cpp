@@ -9,7 +9,7 @@ namespace {
 constexpr char kObjects[] = "--objects=";
 constexpr uint32_t kFewObjects = 1000;
 
-// Takes the option out of the arguments, since Google Benchmark refuses what it does not know.
+// Removes the option from the arguments, since Google Benchmark refuses unknown ones.
 uint32_t take_objects(int &count, char **arguments) {
   uint32_t n_objects = kFewObjects;
   int kept = 0;

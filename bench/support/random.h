@@ -1,4 +1,4 @@
-// Fresh random numbers for every access: replaying one permutation lets caches and predictors learn it.
+// New random numbers for every access: caches and predictors would learn a replayed permutation.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@ class Random {
  public:
   // Below 'limit'.
   uint32_t below(uint32_t limit) { return static_cast<uint32_t>((next() >> 32) * limit >> 32); }
-  // Makes the numbers that follow wait for 'result', without changing them where 'mask' is 0.
+  // Makes the following numbers depend on 'result', without changing them if 'mask' is 0.
   void wait_for(uint64_t result, uint64_t mask) { state_ += result & mask; }
 
  private:

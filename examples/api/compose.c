@@ -1,4 +1,4 @@
-// Policy composition: a policy-map with one event, under which two rules stand in order of their numbers.
+// Policy composition: a policy-map with one event and two rules, in order of their numbers.
 #include "sample.h"
 
 int main(void) {

@@ -1,4 +1,4 @@
-// Repository core: two clients, of which one works in the database of the other, and a domain.
+// Repository core: two clients, one using the database of the other, and a domain.
 #include "sample.h"
 
 int main(void) {
@@ -9,7 +9,7 @@ int main(void) {
   zar_init();
   MUST(zar_create_database(&database));
   MUST(zar_client_register("engine", database, &engine));  // the first one: its database is the default one
-  MUST(zar_client_register("portal", NULL, &portal));      // none of its own
+  MUST(zar_client_register("portal", NULL, &portal));      // no database of its own
   MUST(zar_register_domain(portal, "guest"));
 
   if (zar_get_client_database_handle(portal, "sample", &found, &is_default)) {

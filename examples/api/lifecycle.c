@@ -1,4 +1,4 @@
-// Lifecycle: policy-maps come and go on a target, and the client hears of one that is deleted.
+// Lifecycle: policy-maps are activated and deactivated on a target, and the client is notified when one is deleted.
 #include "sample.h"
 
 //! [callback]

@@ -1,4 +1,4 @@
-// Parameter-maps: the statements of a map, and whether the value that a subscriber offers satisfies one of them.
+// Parameter-maps: the statements of a map, and whether a subscriber's value satisfies one of them.
 #include "sample.h"
 
 int main(void) {

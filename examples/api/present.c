@@ -1,4 +1,4 @@
-// Presentation: a listing of a policy-map goes line by line to the printer of the caller.
+// Presentation: a listing of a policy-map is passed line by line to the caller's printer.
 #include "sample.h"
 
 //! [printer]
@@ -36,7 +36,7 @@ int main(void) {
   MUST(zar_clear_policymap("guest", NULL, 1));  // of all policy-maps
   printf("cleared: %u\n", record->executed_count);
 
-  char *text = zar_get_filter_nvgen_str(filter);  // as it stands in a configuration
+  char *text = zar_get_filter_nvgen_str(filter);  // as in a configuration
   printf("class %s: %s\n", zar_get_cmap_name(cmap), text);
   bfree_named(text);
   //! [present]

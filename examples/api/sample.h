@@ -1,5 +1,5 @@
-// What the samples share: filters and actions that carry a text and nothing else, and a stop at the first refusal. A
-// filter or action that evaluates and runs is in the example of the embedding.
+// Shared by the samples: filters and actions with only a text, and a stop at the first refusal. The embedding example
+// has a filter and an action that really evaluate and run.
 #ifndef SAMPLE_H
 #define SAMPLE_H
 

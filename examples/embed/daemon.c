@@ -26,7 +26,7 @@ const char *kel_pmap_class_match_get_string_short(uint32_t c) { return c == 1 ? 
 const char *kel_pmap_action_exec_criteria_get_string_short(uint32_t c) { return c == 1 ? "to the end" : "while good"; }
 
 // ---- The filter "port N" and the action "mark N": both carry a number ----
-enum { kPort, kMark };  // of a packet, which is what the engine of this daemon hands to both as 'run'
+enum { kPort, kMark };  // of a packet, which the engine of this daemon passes to both as 'run'
 static uint32_t number(const void *data) { return *(const uint32_t *)data; }
 static void *new_number(uint32_t value) {
   uint32_t *data = bcalloc_named(1, sizeof value, 0);
@@ -45,11 +45,11 @@ static uint32_t port_holds(void *data, void *run) { return ((uint32_t *)run)[kPo
 static char *mark_text(void *data, uint32_t argument) { return (void)argument, text("mark", data); }
 static uint32_t mark(void *data, void *run) { return ((uint32_t *)run)[kMark] = number(data), 0; }
 
-// ---- What the repository tells the daemon ----
+// ---- Notifications from the repository ----
 static queue_head *lists[8];
 static size_t n_lists;
 
-// A list serves all notifications of one operation, so it is only kept here.
+// One list is used for all notifications of an operation, so it is only kept here.
 static void mark_is_in_force(uint32_t removed, void *data, queue_head *targets) {
   printf("notified: mark %u is %s force\n", number(data), removed ? "out of" : "in");
   if (n_lists < 8 && (n_lists == 0 || lists[n_lists - 1] != targets)) lists[n_lists++] = targets;

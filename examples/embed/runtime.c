@@ -1,5 +1,5 @@
 // The platform runtime of the example: every service of zar/platform/runtime.h in the simplest form that keeps its
-// contract. Ids are never used twice, a pool is the heap, trees and queues are lists. A router would do none of this.
+// contract. Ids are never reused, a pool is the heap, trees and queues are lists. A router would do none of this.
 #define _GNU_SOURCE
 #include "zar/platform/runtime.h"
 
@@ -77,7 +77,7 @@ uint32_t chunk_free(chunk_pool *pool, void *record) { return (void)pool, free(re
 
 // ---- Trees: sorted lists; 'right' is the next node, and 'parent' of a node in a tree is that tree ----
 enum { kBefore, kEqual };
-// The link to the first node that 'probe' compares so with; to the end when there is none.
+// The link to the first node for which 'probe' has this result; to the end if there is none.
 static avl_node **find(avl_tree *tree, const void *probe, uint32_t answer) {
   avl_node **link = &tree->top.parent;
   while (*link && tree->compare(probe, *link) != answer)
@@ -124,11 +124,11 @@ void i_avl_get_next(avl_tree *tree, void *current, void **next) {
   *next = *find_itself(tree, current) ? ((avl_node *)current)->right : *find(tree, current, kBefore);
 }
 
-// ---- Queues: cells beside the elements, since an element may stand in several places ----
+// ---- Queues: cells outside the elements, since an element may have several entries ----
 struct cell {
   void *next, *element;
 };
-// The link to the first cell of 'element'; to the end when there is none.
+// The link to the first cell of 'element'; to the end if there is none.
 static void **link_to(queue_head *queue, const void *element) {
   void **link = &queue->head;
   while (*link && ((struct cell *)*link)->element != element)

@@ -1,5 +1,5 @@
 // The outside of the library in a sequence of calls: the clients with their data and functions, the printer, and the engine.
-// Whatever of it is called leaves a line in one log.
+// Each call of these leaves a line in one log.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,7 @@ std::vector<std::string> &log();
 struct Data {
   uint32_t id = 0;
   uint8_t value = 0;
-  bool mute = false;  // its string functions answer NULL
+  bool mute = false;  // its string functions return NULL
 };
 // Its id; 0 of NULL.
 uint32_t id_of(const void *data);
@@ -34,7 +34,7 @@ uint32_t id_of(const void *data);
 std::string action_text_of(const Data &data, uint32_t argument);
 std::string filter_text_of(const Data &data);
 
-// What a function of a client does besides its own work, once its line is in the log: nothing, unless it is to call the
+// What a function of a client does besides its own work, after its line is logged: nothing, unless it is to call the
 // library back.
 std::function<void()> &when_called();
 
@@ -54,10 +54,10 @@ void print(const char *format, ...);
 // The parameter-map that an action of this value uses.
 const void *param_map_of(uint8_t value);
 
-// Ends the target lists that notifications handed over in the last call.
+// Frees the target lists that notifications handed over in the last call.
 void end_target_lists();
 
-// What the engine refuses the next time that it is asked.
+// What the engine refuses at its next call.
 enum class Refusal { none, create, find, remove, free_context, parameter_map_type };
 struct Engine {
   Refusal refusal = Refusal::none;

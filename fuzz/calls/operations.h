@@ -1,7 +1,7 @@
-// The one way from bytes to calls. A sequence of calls is a sequence of bytes: a byte or two for the operation, then one or
-// two for each argument. What the bytes of an argument mean depends on what the argument is: a handle, say, is one of the handles
-// that earlier calls gave (kept in slots by kind), one of another kind, 0, or all ones. Bytes that run out count as 0, so
-// every sequence of bytes is a sequence of calls.
+// Turns bytes into calls. A sequence of calls is a sequence of bytes: one or two for the operation, then one or two for
+// each argument. The meaning of an argument's bytes depends on its type: a handle, for example, is one of the handles
+// that earlier calls returned (kept in slots by kind), one of another kind, 0, or all ones. Missing bytes count as 0,
+// so every sequence of bytes is a sequence of calls.
 #pragma once
 
 #include <array>
@@ -120,7 +120,7 @@ Call call_of(std::span<const uint8_t> bytes);
 size_t bytes_of(Op op);
 size_t bytes_of(Param param);
 
-// What an operation answered, in one shape: a number or pointer, or a text.
+// The result of an operation in a uniform type: a number or pointer, or a text.
 struct Answer {
   uint64_t value = 0;
   std::optional<std::string> text;

@@ -1,4 +1,4 @@
-// The library's records beside the model's objects. What is compared is what the public records show.
+// Compares the library's records with the model's objects, as far as the public records show them.
 #include <functional>
 
 #include "fuzz/model/model.h"

@@ -1,5 +1,5 @@
-// The calls that no client may make. What is deleted must stand in no list that outlives it, and what is counted must be
-// counted for each of its users; the headers name each of these as the caller's part.
+// The calls that clients must not make. A deleted object must be in no list that outlives it, and references must be
+// counted for each user; the headers document each of these as the caller's duty.
 #include <algorithm>
 
 #include "fuzz/model/model.h"
@@ -20,7 +20,7 @@ bool may_lose_a_reference(const Action *action) {
   return action == nullptr || action->refs > action->listed;
 }
 
-// The library sees who uses a class-map only where references are counted.
+// The library knows the users of a class-map only if references are counted.
 bool may_go(const Cmap *cmap) {
   return cmap == nullptr || cmap->uncounted == 0 || !cmap->pmap_refs.empty();
 }

@@ -1,4 +1,4 @@
-// A list that may change in any way, or go, while walks over it are under way.
+// A list that may change in any way, or be deleted, during walks over it.
 #pragma once
 
 #include <algorithm>
@@ -64,8 +64,8 @@ class List {
   std::vector<Walk<Element> *> walks_;
 };
 
-// Meets each element that stands in the list from the beginning of the walk to its end, once. Of what is put in meanwhile
-// it meets what comes to stand behind the element that it met last and before one that stood there at the beginning.
+// Visits once each element that is in the list from the beginning of the walk to its end. It visits an element added
+// during the walk if that is after the last visited element and before one that was there at the beginning.
 template <typename Element>
 class Walk {
  public:
@@ -81,7 +81,7 @@ class Walk {
     stands_ = list_ != nullptr && passed_ < end_;
     return stands_ ? (*list_)[passed_++] : Element{};
   }
-  // Whether the element that was met last has not been taken out since.
+  // Whether the last visited element is still in the list.
   bool stands() const { return stands_ && list_ != nullptr; }
 
  private:

@@ -10,7 +10,7 @@ namespace model {
 namespace {
 
 constexpr size_t kLongestKey = 99;
-// What is told of NULL and of the words that operations leave alone.
+// The text for NULL and for the words that operations leave unchanged.
 std::string hex(uint64_t value) {
   return calls::text("0x%lx", static_cast<unsigned long>(value));
 }
@@ -138,7 +138,7 @@ std::string Model::key_of(const zar_map_info &info) {
 
 namespace {
 
-// The nodes that a comparison with the key may take for equal.
+// The nodes that may compare equal to the key.
 std::vector<Map *> equals(const Tree &tree, const std::string &key) {
   std::vector<Map *> found;
   for (Map *node : tree.nodes)
@@ -556,8 +556,8 @@ void Model::tell_handlers(Pmap &pmap, const Target &target, bool added) {
       }
 }
 
-// A handler that hears of a deactivation may activate another policy-map on the target; once that has no handle any more,
-// nobody can.
+// A handler notified of a deactivation may activate another policy-map on the target, as long as the target has a
+// handle.
 uint32_t Model::delete_target(Target &target) {
   const Busy busy(*this, {&target});
   target.being_deleted = true;

@@ -1,12 +1,12 @@
-// A model of the repository in standard containers. It knows no record, pool or queue: it is what a client may expect from
-// what the headers say, one function an operation. From the library it takes two things alone: the handles of new objects,
-// which nobody can foresee, and which of several keys that count as equal a tree comes to first.
+// A model of the repository in standard containers. It knows no record, pool or queue: it implements what a client may
+// expect from the headers, one function per operation. It takes only two things from the library: the handles of new
+// objects, which cannot be predicted, and which of several keys that compare equal a tree finds first.
 //
-// Functions of clients may call back. The model then follows the call that is under way up to that function and no further,
-// follows the calls made within, and goes on. So it says exactly what each call does and which elements a walk still
-// meets, those that were put in meanwhile included; nothing is accepted on the library's word beyond the two things above.
-// What is not tried: an engine that calls back, requests that fail while calls are within others, records that callers made
-// themselves, and calls that would delete what a function is called for or what holds it.
+// Functions of clients may call back. The model then follows the running call up to that function, follows the calls
+// made within it, and continues. So it predicts exactly what each call does and which elements a walk still visits,
+// including those added during the walk; apart from the two things above it never relies on the library. Not tried: an
+// engine that calls back, requests that fail during nested calls, records that callers made themselves, and calls that
+// would delete the object that a function is called for or its holder.
 #pragma once
 
 #include <algorithm>
@@ -31,7 +31,7 @@ using calls::Arguments;
 
 enum class Kind { pmap, cmap, action, filter, event, rule, target, policy_context, pmtr_map };
 
-// An object that is being freed has a handle that no operation takes any more; then, for a while, a record without one.
+// An object that is being freed has a handle that operations no longer accept; then, for a while, a record without one.
 enum class Life { live, ending, nameless };
 
 struct Object {
@@ -155,7 +155,7 @@ struct Tree {
   std::vector<TreeWalk *> walks;
 };
 
-// Meets the maps of a tree. When the one that it met last is taken out, it goes on with what then stands behind it.
+// Visits the maps of a tree. If the last visited map is removed, it continues with the one after it.
 class TreeWalk {
  public:
   explicit TreeWalk(Tree &tree) : tree_(tree) { tree.walks.push_back(this); }
@@ -190,8 +190,8 @@ struct Client {
   bool hears_removals = false;
 };
 
-// What a call should answer and put out, to be compared with what it was seen to do. Most of it is said before the call
-// has come to its end.
+// The expected results and outputs of a call, for comparison with its actual behaviour. Most of them are set before the
+// call has ended.
 class Seen {
  public:
   explicit Seen(const Arguments &arguments) : arguments_(arguments) {}
@@ -235,15 +235,15 @@ class Model {
 
   // ---- Around a call
 
-  // A call that the headers name as the caller's own fault, such as deleting what is still in a list, is not made.
+  // Calls that the headers forbid, such as deleting an object that is still in a list, are not made.
   bool fair(const calls::Call &call, const Arguments &arguments);
   // Whether the call leaves alone what is busy.
   bool leaves_alone(const calls::Call &call, const Arguments &arguments);
-  // Asks the trees what they come to first wherever the call may depend on it.
+  // Asks the trees what they find first, if the call may depend on it.
   void foresee(const calls::Call &call, const Arguments &arguments);
   // What the call does.
   void follow(const calls::Call &call, const Arguments &arguments, Seen &seen);
-  // What is different in the library; empty when nothing is.
+  // The differences in the library; empty if there are none.
   std::string difference() const;
 
   // ---- Calls of clients and of the engine
@@ -254,8 +254,8 @@ class Model {
     log.push_back(std::move(line));
     if (when_called) when_called();
   }
-  // What a client is called for, or what an operation under way stands on while it calls one: the client may do anything
-  // but delete it, or what holds it.
+  // The object that a client is called for, or that a running operation uses while it calls one: the client may do
+  // anything except delete it or its holder.
   class Busy {
    public:
     Busy(Model &model, std::initializer_list<const void *> things) : model_(model), count_(things.size()) {
@@ -282,14 +282,14 @@ class Model {
 
   // ---- Objects
 
-  // What an operation finds that is given the handle.
+  // What an operation finds for the handle.
   template <typename Type>
   Type *resolve(uint32_t handle) const {
     Type *object = behind<Type>(handle);
     return object == nullptr || object->life != Life::live ? nullptr : object;
   }
   Map *resolve_map(uint32_t handle) const;
-  // What an operation finds that is given the record.
+  // What an operation finds for the record.
   template <typename Type>
   Type *behind(uint32_t handle) const {
     Object *object = any_behind(handle);
@@ -338,7 +338,7 @@ class Model {
 
   static std::string key_of(const zar_map_info &info);
   Map *search(Tree &tree, const std::string &key);
-  // Whether it depends on the shape of the tree what a search comes to.
+  // Whether the result of a search depends on the shape of the tree.
   static bool open_to_the_tree(const Tree &tree, const std::string &key);
   bool insert(Tree &tree, Map &map);
   static void enter(Tree &tree, Map &map);
@@ -405,7 +405,7 @@ class Model {
   std::array<char, 5> compare_table{};
   calls::Refusal refusal = calls::Refusal::none;
 
-  // What the trees came to first, of several keys that count as equal.
+  // What the trees found first among several keys that compare equal.
   std::map<std::pair<const Tree *, std::string>, Map *> asked;
 
   // What is left behind as described.

@@ -239,7 +239,7 @@ void add_action_beside(Model &m, const Arguments &a, Seen &seen, int steps) {
   seen.answers(0);
 }
 
-// False when it is not there.
+// False if it is not there.
 bool unlink(List<Action *> &list, Action &action) {
   const auto found = with_handle(list, action.handle);
   if (found == list.end()) return false;
@@ -437,7 +437,7 @@ Action *with_number(const Statement &statement, uint8_t number) {
   return nullptr;
 }
 
-// The action that has the number takes the new data when it is the same; otherwise it leaves the statement.
+// The action that has the number takes the new data if it is the same; otherwise it is removed from the statement.
 bool refreshed(Model &m, PmtrMap &map, const Arguments &a, const zar_action_context &context) {
   const std::shared_ptr<Statement> statement = Model::statement_of(map, a.number(1));
   Action *action = statement == nullptr ? nullptr : with_number(*statement, static_cast<uint8_t>(a.number(2)));

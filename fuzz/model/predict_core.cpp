@@ -16,7 +16,7 @@ void zar_client_register(Model &m, const Arguments &a, Seen &seen) {
   for (size_t i = 0; i < m.clients.size(); ++i) {
     Client &client = m.clients[i];
     if (client.name != a.text(0)) continue;
-    // One that is back is told its index, not its clid.
+    // A client that becomes active again receives its index, not its clid.
     if (!client.active) seen.puts(2, static_cast<uint32_t>(i));
     client.active = true;
     return;

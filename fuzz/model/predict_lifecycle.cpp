@@ -89,7 +89,7 @@ void zar_retrieve_policy_context(Model &m, const Arguments &a, Seen &seen) {
 void zar_add_target(Model &m, const Arguments &a, Seen &seen) {
   Pmap *pmap = m.resolve<Pmap>(a.handle(2));
   if (!m.known(a.number(0)) || !a.given(1) || pmap == nullptr || !a.given(3)) return seen.answers(kInvalid);
-  // One that is not made after all was told to the engine all the same.
+  // The engine was still called for a target that was finally not created.
   Target &target = m.add<Target>(calls::engine().last_target);
   target.info = a.pointer<zar_target_info>(1);
   const uint32_t status = m.associate(a.number(0), target, *pmap);

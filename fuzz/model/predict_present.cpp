@@ -225,7 +225,7 @@ void list_policy(Model &m, Listing &out, Pmap &pmap, bool verbose) {
   }
 }
 
-// False when a filter has no text.
+// False if a filter has no text.
 bool list_filters(Model &m, Listing &out, Cmap &cmap) {
   const std::string name = cell(std::string(calls::cmap_criteria_text(cmap.match_criteria)) + " " + cmap.name);
   for (Walk filters(cmap.filters); const Filter *filter = filters.next();) {
@@ -314,7 +314,7 @@ std::string notification(const Action &action, bool added) {
   return text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action.context.action_data));
 }
 
-// One list serves all actions: the targets come to its end for each of them. False when a handler has deleted the
+// One list serves all actions: the targets are added at its end for each of them. False if a handler has deleted the
 // policy-map.
 bool tell_of_removal(Model &m, Rule &rule, uint32_t pmap_handle, std::string &list) {
   for (Walk actions(rule.actions); const Action *action = actions.next();) {

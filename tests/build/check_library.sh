@@ -1,5 +1,5 @@
 #!/bin/sh
-# What libzar.so promises to those who load it, read from the file itself.
+# Checks the promises of libzar.so to its users, by reading the file itself.
 #   check_library.sh exports|imports|dependencies|hardening LIBRARY [LIST]
 # LIST names what this build may take from the C runtime beside c_imports.txt. NM and READELF name programs that read the
 # library, which may be for another machine.
@@ -27,7 +27,7 @@ undefined() {
   "$nm" -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' | sort -u
 }
 
-# The two lists are the same, or the difference is shown: '<' is missing, '>' is too much.
+# The two lists are equal, or the difference is shown: '<' is missing, '>' is too much.
 same() {
   diff "$1" "$2" || fail "$3"
 }
@@ -38,7 +38,7 @@ promised() {
 }
 
 exports() {
-  # Beside the names there is the version itself, as an absolute symbol.
+  # Besides the names there is the version itself, as an absolute symbol.
   "$nm" -D --defined-only --with-symbol-versions "$library" | awk '$2 != "A" { print $3 }' | sort > "$scratch/found"
   promised > "$scratch/wanted"
   test -s "$scratch/wanted" || fail "cmake/zar.map lists no names"

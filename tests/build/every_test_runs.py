@@ -59,7 +59,7 @@ class Build:
 
     def _runs_of(self, tests, folder):
         """The programs that tests run, and the files of the project that their commands name."""
-        # Before a program is built ctest knows of its tests that much, and of the other tests no command.
+        # Before a program is built, ctest knows only this about its tests, and no command of the other tests.
         programs = {test["name"].removesuffix("_NOT_BUILT") for test in tests}
         arguments = set()
         disabled = {t["name"] for t in tests for p in t.get("properties", []) if p["name"] == "DISABLED" and p["value"]}

@@ -1,4 +1,4 @@
-// What the tests of composition share: handles that are not what an operation needs, sequences of inserts, the trace of the
+// Shared by the tests of composition: handles that an operation must refuse, sequences of inserts, the trace of the
 // references, and look-ups that lose their record.
 #pragma once
 
@@ -18,7 +18,7 @@ inline Lines operator+(Lines head, const Lines &tail) {
   return head;
 }
 
-// A handle that gives no record of the kind wanted, and what looking it up traces.
+// A handle that names no record of the wanted kind, and what its look-up traces.
 struct BadHandle {
   std::string why;
   uint32_t handle = 0;
@@ -44,7 +44,8 @@ struct OrderedList {
 };
 
 // Does every sequence of four inserts, in which each element goes to the end, before or after one that is there, and
-// compares the list with a vector after every step; then takes the elements out in an order that changes with the sequence.
+// compares the list with a vector after every step; then removes the elements in an order that changes with the
+// sequence.
 inline void expect_every_sequence_of_inserts(const OrderedList &list, Handles four) {
   ASSERT_EQ(four.size(), 4U);
   Handles removals = four;
@@ -127,7 +128,7 @@ struct Composition : Repository {
     }
   }
 
-  // The look-up that follows a message with this beginning finds its handle live and without a record.
+  // Makes the look-up that follows a message with this beginning find its handle live and without a record.
   static void lose_record_after(const std::string &beginning) {
     whenever_traced(beginning, [] { runtime::lose_next_pointer(); });
   }

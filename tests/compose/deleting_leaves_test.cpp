@@ -47,7 +47,7 @@ TEST_F(DeleteAction, HeldByTwoRulesLeavesItInBoth) {
   EXPECT_EQ(actions_of(voice), Handles{permit});
   EXPECT_EQ(actions_of(video), Handles{permit});
 
-  // The second would leave the rules with what is gone, so it is taken out of them first.
+  // The second would leave dangling entries in the rules, so it is removed from them first.
   zar_remove_action_from_class_action(voice, permit);
   zar_remove_action_from_class_action(video, permit);
   EXPECT_EQ(zar_delete_action(permit), 0U);
@@ -68,7 +68,7 @@ TEST_F(DeleteAction, OfARecordThatHasLostItsHandleFreesWhatItHolds) {
   zar_handle_release(permit);
 }
 
-TEST_F(DeleteAction, OfOneThatIsGoneIsRefused) {
+TEST_F(DeleteAction, OfADeletedOneIsRefused) {
   const uint32_t permit = action("permit");
   zar_delete_action(permit);
   forget_trace();
@@ -117,7 +117,7 @@ TEST_F(DeleteFilter, FreesTheDataTheHandleAndTheRecord) {
   EXPECT_EQ(everything(), before);
 }
 
-TEST_F(DeleteFilter, ReportsAfterTheRecordHasGoneBack) {
+TEST_F(DeleteFilter, ReportsAfterTheRecordIsFreed) {
   NEEDS_TRACE();
   const uint32_t port = filter("port");
   bool handle_there = false;
@@ -196,7 +196,7 @@ struct DeleteEvent : Composition {
   }
 };
 
-TEST_F(DeleteEvent, GivesBackItsNameItsContextItsHandleAndItself) {
+TEST_F(DeleteEvent, FreesItsNameItsContextItsHandleAndItself) {
   const auto before = everything();
   const uint32_t started = event(1, "start");
   watch_requests();
@@ -211,7 +211,7 @@ TEST_F(DeleteEvent, GivesBackItsNameItsContextItsHandleAndItself) {
   EXPECT_EQ(everything(), before);
 }
 
-TEST_F(DeleteEvent, TakesItOutOfItsPolicyMap) {
+TEST_F(DeleteEvent, RemovesItFromItsPolicyMap) {
   const uint32_t first = event_in(gold, 1);
   const uint32_t middle = event_in(gold, 2);
   const uint32_t last = event_in(gold, 3);
@@ -290,7 +290,7 @@ TEST_F(DeleteEvent, DropsOneReferenceOfASharedAction) {
   EXPECT_EQ(actions_of(kept), Handles{permit});
 }
 
-TEST_F(DeleteEvent, WithoutAContextHasNoNameToGiveBack) {
+TEST_F(DeleteEvent, WithoutAContextHasNoNameToFree) {
   const uint32_t hollow = event_in(gold, 1);
   lose_event_context(hollow);
   watch_requests();
@@ -301,7 +301,7 @@ TEST_F(DeleteEvent, WithoutAContextHasNoNameToGiveBack) {
   EXPECT_EQ(records_taken(kEventContextTag), 1U);
 }
 
-TEST_F(DeleteEvent, GoesOnWhenItsReferencesAreMissing) {
+TEST_F(DeleteEvent, ContinuesWhenItsReferencesAreMissing) {
   const uint32_t started = event_in(gold, 1);
   rule(event_in(gold, 2), video);
   runtime::fail_request(runtime::Service::record, 2);  // of the references; the class-action's own comes first
@@ -320,7 +320,7 @@ TEST_F(DeleteEvent, NeedsAnEvent) {
                       zar_delete_event);
 }
 
-TEST_F(DeleteEvent, OfOneThatIsGoneIsRefused) {
+TEST_F(DeleteEvent, OfADeletedOneIsRefused) {
   const uint32_t started = event(1);
   zar_delete_event(started);
   forget_trace();
@@ -329,8 +329,8 @@ TEST_F(DeleteEvent, OfOneThatIsGoneIsRefused) {
                 error("(ERR): %s: input event class action handle context cannot be NULL", "delete_event"));
 }
 
-// All subsets of four events go, and the others stay in their order.
-TEST_F(DeleteEvent, LeavesTheOthersInTheirOrderWhicheverGo) {
+// All subsets of four events are deleted, and the others stay in order.
+TEST_F(DeleteEvent, LeavesTheOthersInTheirOrderWhicheverAreDeleted) {
   for (unsigned going = 0; going < 16; ++going) {
     SCOPED_TRACE(going);
     Handles staying;
@@ -352,7 +352,7 @@ TEST_F(DeleteEvent, LeavesTheOthersInTheirOrderWhicheverGo) {
 
 // ---- Faults
 
-TEST(DeletingUnderFaults, GivesBackWhateverWasMade) {
+TEST(DeletingUnderFaults, FreesWhateverWasCreated) {
   NEEDS_TRACE();
   for_each_fault([](FaultClock &clock) {
     World world;

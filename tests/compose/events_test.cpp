@@ -50,7 +50,7 @@ struct AddClass : Events {
   }
 };
 
-TEST_F(AddClass, MakesAClassActionOfTheClassMap) {
+TEST_F(AddClass, CreatesAClassActionForTheClassMap) {
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 3, 9, &out), 0U);
   EXPECT_EQ(take_trace(), added_as_first(out, voice, free_event));
   EXPECT_CALLS();
@@ -113,7 +113,7 @@ TEST_F(AddClass, Keeps5259As2559AndPuts1AtTheHead) {
 }
 
 // Every sequence of four class numbers of three, so that every order and every tie is among them.
-TEST_F(AddClass, OrdersByClassNumberAndThenByArrival) {
+TEST_F(AddClass, OrdersByClassNumberAndThenByOrderOfAddition) {
   for (uint32_t sequence = 0; sequence < 3 * 3 * 3 * 3; ++sequence) {
     SCOPED_TRACE(sequence);
     const uint32_t list = event(2);
@@ -158,7 +158,7 @@ TEST_F(AddClass, RefusesExecCriteriaFrom4On) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(AddClass, NeedsAPlaceForTheHandle) {
+TEST_F(AddClass, NeedsAnOutPlaceForTheHandle) {
   watch_requests();
   EXPECT_REFUSED(39, zar_add_class_to_event(free_event, voice, 0, 1, nullptr));
   EXPECT_TRACED(no_rule_place("create_class_action_tuple"));
@@ -202,7 +202,7 @@ TEST_F(AddClass, WithoutAPoolIsOutOfMemoryUntilThePoolCanBeMade) {
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 0U);
 }
 
-TEST_F(AddClass, WithoutAHandleGivesTheRecordBack) {
+TEST_F(AddClass, WithoutAHandleFreesTheRecord) {
   runtime::fail_request(Service::id, 1);
   EXPECT_REFUSED(37, zar_add_class_to_event(free_event, voice, 0, 1, &out));
   EXPECT_TRACED(error("(ERR): %s: Could not create id for class action", "create_class_action_tuple"));
@@ -216,14 +216,14 @@ TEST_F(AddClass, FailsWhenTheNewHandleIsLost) {
   const std::string before = everything();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
-  EXPECT_EQ(everything(), before) << "the record goes back";
+  EXPECT_EQ(everything(), before) << "the record is freed";
   const Lines lines = take_trace();
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_EQ(lines[1], error("(ERR): ZAR Found NULL context with handle [0x%x]\n", out));
   EXPECT_EQ(rules_of(free_event), Handles{});
 }
 
-TEST_F(AddClass, GivesAHandleThatWasLostAllTheSame) {
+TEST_F(AddClass, ReturnsALostHandleAnyway) {
   NEEDS_TRACE();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(zar_add_class_to_event(free_event, voice, 0, 1, &out), 37U);
@@ -348,7 +348,7 @@ TEST_F(AddEvent, ChecksTheOwnerOnlyAfterTypeAndContext) {
   EXPECT_TRACED(no_event_context("add_event"));
 }
 
-TEST_F(AddEvent, PassesOverListedEventsWithoutAContext) {
+TEST_F(AddEvent, SkipsListedEventsWithoutAContext) {
   const uint32_t hollow = event_in(gold, 1);
   const uint32_t hollow_too = event_in(gold, 2);
   lose_event_context(hollow);
@@ -399,7 +399,7 @@ TEST_F(RetrieveEvent, ComparesTheWholeId) {
   EXPECT_TRACED(present(0xffffff01), absent(1));
 }
 
-TEST_F(RetrieveEvent, Gives0WhenThereIsNone) {
+TEST_F(RetrieveEvent, Returns0WhenThereIsNone) {
   EXPECT_EQ(zar_retrieve_event(gold, &one_sought, &out), 0U);
   EXPECT_EQ(out, 0U);
   EXPECT_TRACED(absent(1));
@@ -410,7 +410,7 @@ TEST_F(RetrieveEvent, Gives0WhenThereIsNone) {
   EXPECT_TRACED(absent(1));
 }
 
-TEST_F(RetrieveEvent, PassesOverEventsWithoutAContext) {
+TEST_F(RetrieveEvent, SkipsEventsWithoutAContext) {
   lose_event_context(event_in(gold, 1));
   const uint32_t started = event_in(gold, 1);
   EXPECT_EQ(zar_retrieve_event(gold, &one_sought, &out), 0U);
@@ -430,7 +430,7 @@ TEST_F(RetrieveEvent, NeedsAControlPolicyMap) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveEvent, NeedsAPlaceForTheHandle) {
+TEST_F(RetrieveEvent, NeedsAnOutPlaceForTheHandle) {
   event_in(gold, 1);
   EXPECT_REFUSED(39, zar_retrieve_event(gold, &one_sought, nullptr));
   EXPECT_TRACED(error("(ERR): %s: Error: input event tuple handle cannot be NULL", "retrieve_event"));
@@ -475,7 +475,7 @@ struct RetrieveClassAction : Events {
   }
 };
 
-TEST_F(RetrieveClassAction, GivesTheFirstOfTheClassMap) {
+TEST_F(RetrieveClassAction, ReturnsTheFirstOfTheClassMap) {
   rule(started, video, 1);
   const uint32_t first = rule(started, voice, 2);
   rule(started, voice, 3);
@@ -485,7 +485,7 @@ TEST_F(RetrieveClassAction, GivesTheFirstOfTheClassMap) {
   EXPECT_CALLS();
 }
 
-TEST_F(RetrieveClassAction, Gives0WhenTheEventHasNone) {
+TEST_F(RetrieveClassAction, Returns0WhenTheEventHasNone) {
   EXPECT_EQ(zar_retrieve_class_action(gold, started, voice, &out), 0U);
   EXPECT_TRACED(present(7, gold), not_found(gold, 7));
   EXPECT_EQ(out, 0U);
@@ -517,7 +517,7 @@ TEST_F(RetrieveClassAction, IsRefusedWhereThePolicyMapHasNoSuchEvent) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveClassAction, PassesOverEventsWithoutAContext) {
+TEST_F(RetrieveClassAction, SkipsEventsWithoutAContext) {
   const uint32_t twin = event(7);
   lose_event_context(started);
   EXPECT_REFUSED(39, zar_retrieve_class_action(gold, twin, voice, &out));
@@ -529,7 +529,7 @@ TEST_F(RetrieveClassAction, PassesOverEventsWithoutAContext) {
   EXPECT_EQ(out, of_second);
 }
 
-TEST_F(RetrieveClassAction, LeavesThePlaceAloneOnAPolicyMapThatIsNotControl) {
+TEST_F(RetrieveClassAction, LeavesTheOutPlaceAloneOnAPolicyMapThatIsNotControl) {
   EXPECT_REFUSED(0, zar_retrieve_class_action(plain, started, voice, &out));
   EXPECT_REFUSED(0, zar_retrieve_class_action(plain, 0, voice, &out));
   EXPECT_TRACED();
@@ -569,12 +569,12 @@ TEST_F(RetrieveClassAction, NeedsAnEventWithItsContext) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveClassAction, NeedsAPlaceForTheHandle) {
+TEST_F(RetrieveClassAction, NeedsAnOutPlaceForTheHandle) {
   EXPECT_REFUSED(39, zar_retrieve_class_action(gold, started, voice, nullptr));
   EXPECT_TRACED(no_rule_place("retrieve_class_action"));
 }
 
-TEST_F(RetrieveClassAction, TracesTheFaultsOfMapsAndPlaceBeforeTheEventIsLookedAt) {
+TEST_F(RetrieveClassAction, TracesTheFaultsOfMapsAndPlaceBeforeTheEventIsChecked) {
   EXPECT_REFUSED(39, zar_retrieve_class_action(0, 0, started, nullptr));
   EXPECT_TRACED(handle_0(), no_pmap("retrieve_class_action"), another_kind(started), no_cmap("retrieve_class_action"),
                 no_rule_place("retrieve_class_action"));
@@ -596,7 +596,7 @@ struct RetrieveClassNum : Events {
   }
 };
 
-TEST_F(RetrieveClassNum, GivesTheFirstOfTheNumber) {
+TEST_F(RetrieveClassNum, ReturnsTheFirstOfTheNumber) {
   rule(started, voice, 1);
   const uint32_t first = rule(started, voice, 2);
   rule(started, video, 2);
@@ -605,7 +605,7 @@ TEST_F(RetrieveClassNum, GivesTheFirstOfTheNumber) {
   EXPECT_EQ(out, first);
 }
 
-TEST_F(RetrieveClassNum, Gives0WhenThereIsNone) {
+TEST_F(RetrieveClassNum, Returns0WhenThereIsNone) {
   EXPECT_EQ(zar_retrieve_class_num_in_event(started, 0, &out), 0U);
   EXPECT_TRACED(not_found(started, 0));
   EXPECT_EQ(out, 0U);
@@ -628,7 +628,7 @@ TEST_F(RetrieveClassNum, NeverFindsANumberAbove255) {
   EXPECT_EQ(out, highest);
 }
 
-TEST_F(RetrieveClassNum, NeedsAPlaceForTheHandleBeforeAnythingElse) {
+TEST_F(RetrieveClassNum, NeedsAnOutPlaceForTheHandleBeforeAnythingElse) {
   const Lines complaints{no_rule_place("retrieve_class_num"),
                          error("(ERR): %s: Invalid class_action", "retrieve_class_num")};
   EXPECT_REFUSED(39, zar_retrieve_class_num_in_event(started, 1, nullptr));
@@ -653,7 +653,7 @@ TEST_F(CmapOfRule, IsItsHandle) {
   EXPECT_TRACED();
 }
 
-TEST_F(CmapOfRule, IsToldOfPlainRulesToo) {
+TEST_F(CmapOfRule, IsAlsoGivenForPlainRules) {
   stored_pmap("plain-policy", {.type = 2});
   const uint32_t klass = stored_cmap("plain-class", {.type = 2});
   EXPECT_EQ(zar_get_cmap_from_class_action(plain_rule("plain-policy", "plain-class")), klass);
@@ -666,7 +666,7 @@ TEST_F(CmapOfRule, Is0WithoutOne) {
   EXPECT_TRACED();
 }
 
-TEST_F(CmapOfRule, Is0OfABadHandleWithoutAWordOfItsOwn) {
+TEST_F(CmapOfRule, Is0OfABadHandleWithoutItsOwnMessage) {
   expect_each_refused(0, Kind::rule, {}, zar_get_cmap_from_class_action);
 }
 

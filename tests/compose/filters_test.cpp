@@ -1,4 +1,4 @@
-// Filters in class-maps: their place in the list, finding them by content, and taking them out.
+// Filters in class-maps: their position in the list, finding them by content, and removing them.
 #include "composition.h"
 
 using namespace rig;
@@ -78,7 +78,7 @@ TEST_F(Filters, AreOnlyLinkedByBeingAdded) {
   EXPECT_EQ(at<zar_cmap>(voice)->filter_type_mask, 0U);
 }
 
-TEST_F(Filters, AddedTwiceStandInTheListTwice) {
+TEST_F(Filters, AddedTwiceAreInTheListTwice) {
   const uint32_t port = filter_in(voice, "port");
   const uint32_t host = filter_in(voice, "host");
   EXPECT_EQ(zar_add_filter_to_class(voice, port), 0U);
@@ -86,7 +86,7 @@ TEST_F(Filters, AddedTwiceStandInTheListTwice) {
   EXPECT_EQ(filters_of(voice), (Handles{port, host, port}));
 }
 
-TEST_F(Filters, MayStandInTwoClassMaps) {
+TEST_F(Filters, MayBeInTwoClassMaps) {
   const uint32_t video = cmap("video");
   const uint32_t port = filter_in(voice, "port");
   EXPECT_EQ(zar_add_filter_to_class(video, port), 0U);
@@ -168,7 +168,7 @@ TEST_F(Filters, WithoutAFunctionAreRefusedWithALineForEachThatIsMissing) {
 
 // ---- Inserting before and after
 
-TEST_F(Filters, StandWhereEverySequenceOfInsertsPutsThem) {
+TEST_F(Filters, AreWhereEverySequenceOfInsertsPutsThem) {
   const OrderedList list{
       [&](uint32_t filter) { return zar_add_filter_to_class(voice, filter); },
       [&](uint32_t filter, uint32_t next) { return zar_add_filter_to_class_before_filter(voice, filter, next); },
@@ -191,7 +191,7 @@ TEST_F(Filters, InsertedBeforeTheHeadBecomeTheHead) {
   EXPECT_EQ(filters_of(voice), (Handles{port, head, tail}));
 }
 
-TEST_F(Filters, InsertedBeforeAnotherStandJustAheadOfIt) {
+TEST_F(Filters, InsertedBeforeAnotherComeRightBeforeIt) {
   const uint32_t head = filter_in(voice, "head");
   const uint32_t tail = filter_in(voice, "tail");
   const uint32_t port = filter("port");
@@ -224,7 +224,7 @@ TEST_F(Filters, AreNotInsertedWhereTheReferenceIsMissing) {
   const uint32_t nowhere = filter("nowhere");
   const uint32_t port = filter("port");
   const auto expect_refused = [&] {
-    // The reference is compared and not looked up, so a bad handle is traced only here.
+    // The reference is only compared, not looked up, so a bad handle is traced only here.
     for (const uint32_t reference : {elsewhere, nowhere, port, voice, uint32_t{0}, uint32_t{0xfffffff0}}) {
       SCOPED_TRACE(reference);
       EXPECT_REFUSED(39, zar_add_filter_to_class_before_filter(voice, port, reference));
@@ -241,7 +241,7 @@ TEST_F(Filters, AreNotInsertedWhereTheReferenceIsMissing) {
   expect_refused();
 }
 
-TEST_F(Filters, AreInsertedAtAListedReferenceWhoseHandleIsGone) {
+TEST_F(Filters, AreInsertedAtAListedReferenceWhoseHandleWasReleased) {
   const uint32_t head = filter_in(voice, "head");
   const uint32_t tail = filter_in(voice, "tail");
   const uint32_t before = filter("before");
@@ -253,7 +253,7 @@ TEST_F(Filters, AreInsertedAtAListedReferenceWhoseHandleIsGone) {
   EXPECT_EQ(filters_of(voice), (Handles{head, before, tail, after}));
 }
 
-TEST_F(Filters, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
+TEST_F(Filters, AreInsertedAtTheFirstOccurrenceOfAReferenceThatIsThereTwice) {
   const uint32_t twice = filter_in(voice, "twice");
   const uint32_t once = filter_in(voice, "once");
   add_filter(voice, twice);
@@ -264,7 +264,7 @@ TEST_F(Filters, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
   EXPECT_EQ(filters_of(voice), (Handles{before, twice, after, once, twice}));
 }
 
-TEST_F(Filters, InsertedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
+TEST_F(Filters, InsertedAfterOneThatIsThereTwiceComeAfterItsFirstOccurrence) {
   const uint32_t twice = filter_in(voice, "twice");
   const uint32_t once = filter_in(voice, "once");
   add_filter(voice, twice);
@@ -284,7 +284,7 @@ struct RetrieveFilter : Filters {
   }
 };
 
-TEST_F(RetrieveFilter, GivesTheFirstWithThisContent) {
+TEST_F(RetrieveFilter, ReturnsTheFirstWithThisContent) {
   filter_in(voice, "host");
   const zar_filter_context http = filter_context("http", "80");
   const uint32_t first = filter_of(http);
@@ -299,7 +299,7 @@ TEST_F(RetrieveFilter, GivesTheFirstWithThisContent) {
   EXPECT_REQUESTS();
 }
 
-TEST_F(RetrieveFilter, GivesHandle0WhenNoneMatches) {
+TEST_F(RetrieveFilter, ReturnsHandle0WhenNoneMatches) {
   filter_in(voice, "host");
   const zar_filter_context sought = filter_context("sought");
   EXPECT_REFUSED(0, zar_retrieve_filter(voice, &sought, 0, &out));
@@ -308,14 +308,14 @@ TEST_F(RetrieveFilter, GivesHandle0WhenNoneMatches) {
   EXPECT_TRACED(retrieved(0, voice));
 }
 
-TEST_F(RetrieveFilter, GivesHandle0OfAnEmptyList) {
+TEST_F(RetrieveFilter, ReturnsHandle0OfAnEmptyList) {
   const zar_filter_context sought = filter_context("sought");
   EXPECT_EQ(zar_retrieve_filter(voice, &sought, 0, &out), 0U);
   EXPECT_EQ(out, 0U);
   EXPECT_TRACED(retrieved(0, voice));
 }
 
-TEST_F(RetrieveFilter, ComparesBeforeItLooksAtTheFlag) {
+TEST_F(RetrieveFilter, ComparesBeforeItChecksTheFlag) {
   filter_in(voice, "port", 1);
   const zar_filter_context sought = filter_context("sought", "port");
   EXPECT_EQ(zar_retrieve_filter(voice, &sought, 0, &out), 0U);
@@ -337,7 +337,7 @@ TEST_F(RetrieveFilter, ComparesFlagsAsTheLow8Bits) {
   }
 }
 
-TEST_F(RetrieveFilter, PassesOverOtherFunctionsWithoutComparing) {
+TEST_F(RetrieveFilter, SkipsOtherFunctionsWithoutComparing) {
   zar_filter_context otherwise = filter_context("port");
   otherwise.filter_free_fn = free_otherwise;
   add_filter(voice, filter_of(otherwise));
@@ -392,7 +392,7 @@ TEST_F(RetrieveFilter, NeedsAClassMap) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveFilter, NeedsAPlaceForTheHandle) {
+TEST_F(RetrieveFilter, NeedsAnOutPlaceForTheHandle) {
   filter_in(voice, "port");
   const zar_filter_context sought = filter_context("sought", "port");
   EXPECT_REFUSED(39, zar_retrieve_filter(voice, &sought, 0, nullptr));
@@ -431,7 +431,7 @@ struct MatchFilter : Filters {
   const zar_filter *record = at<zar_filter>(port);
 };
 
-TEST_F(MatchFilter, IsAQuestionOfTheFunctionsAndTheData) {
+TEST_F(MatchFilter, DependsOnTheFunctionsAndTheData) {
   zar_filter_context sought = filter_context("sought", "port");
   EXPECT_EQ(zar_match_filter_parameters(record, &sought), 1U) << "the no-match flag plays no part";
   EXPECT_CALLS("compare port sought");
@@ -451,7 +451,7 @@ TEST_F(MatchFilter, ComparesNothingWhereAFunctionDiffers) {
   EXPECT_CALLS();
 }
 
-TEST_F(MatchFilter, CallsTheRecordsCompareFunctionAndAnswers1ForAnythingButZero) {
+TEST_F(MatchFilter, CallsTheRecordsCompareFunctionAndReturns1ForAnythingButZero) {
   zar_filter_context equal_to_all = filter_context("all");
   equal_to_all.filter_compare_fn = answer_the_highest_bit;
   const zar_filter *all = at<zar_filter>(filter_of(equal_to_all));
@@ -482,7 +482,7 @@ TEST_F(MatchFilter, IsNoMatchWithoutARecordOrAContext) {
 
 // ---- Taking out
 
-TEST_F(Filters, TakenOutLiveOn) {
+TEST_F(Filters, RemovedStillExist) {
   const uint32_t port = filter_in(voice, "port");
   EXPECT_EQ(zar_remove_filter_from_class(voice, port), 0U);
   EXPECT_TRACED();
@@ -493,7 +493,7 @@ TEST_F(Filters, TakenOutLiveOn) {
   EXPECT_EQ(zar_add_filter_to_class(voice, port), 0U) << "it can go into a list again";
 }
 
-TEST_F(Filters, ThatAreNotInTheListAreTakenOutWithoutEffect) {
+TEST_F(Filters, ThatAreNotInTheListAreRemovedWithoutEffect) {
   filter_in(voice, "listed");
   const uint32_t elsewhere = filter_in(cmap("video"), "elsewhere");
   const uint32_t nowhere = filter("nowhere");
@@ -502,7 +502,7 @@ TEST_F(Filters, ThatAreNotInTheListAreTakenOutWithoutEffect) {
   EXPECT_TRACED();
 }
 
-TEST_F(Filters, ThatStandTwiceAreTakenOutAtTheFirstPlace) {
+TEST_F(Filters, ThatAreThereTwiceLoseTheirFirstOccurrence) {
   const uint32_t twice = filter_in(voice, "twice");
   const uint32_t once = filter_in(voice, "once");
   add_filter(voice, twice);
@@ -512,7 +512,7 @@ TEST_F(Filters, ThatStandTwiceAreTakenOutAtTheFirstPlace) {
 
 // ---- Faults
 
-TEST(FiltersUnderFaults, LeaveNothingBehindOnceTakenOutAndDeleted) {
+TEST(FiltersUnderFaults, LeaveNothingBehindOnceRemovedAndDeleted) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t voice = world.cmap("voice");

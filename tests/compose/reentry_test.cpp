@@ -1,4 +1,4 @@
-// Compare functions that change the list that is searched, and free functions that reach for what is being freed.
+// Compare functions that change the searched list, and free functions that use what is being freed.
 #include <functional>
 #include <string>
 #include <vector>
@@ -29,7 +29,7 @@ struct Searching : Lifecycle {
   }
 };
 
-TEST_F(Searching, ForAFilterFindsTheOneBehindThoseThatTheCompareFunctionDeletes) {
+TEST_F(Searching, ForAFilterFindsTheOneAfterThoseThatTheCompareFunctionDeletes) {
   const uint32_t first = filter_in(voice, "first"), second = filter_in(voice, "second");
   const uint32_t third = filter_in(voice, "third"), sought = filter_in(voice, "sought");
   once_inside(data_of_filter(first), [&] {
@@ -42,7 +42,7 @@ TEST_F(Searching, ForAFilterFindsTheOneBehindThoseThatTheCompareFunctionDeletes)
   EXPECT_CALLS("compare first context", "compare sought context");
 }
 
-TEST_F(Searching, ForAFilterComparesEachThatStaysThoughThoseInFrontGo) {
+TEST_F(Searching, ForAFilterComparesEachThatStaysThoughEarlierOnesAreDeleted) {
   const uint32_t first = filter_in(voice, "first"), second = filter_in(voice, "second");
   const uint32_t sought = filter_in(voice, "sought");
   once_inside(data_of_filter(second), [&] { drop_filter(first); });
@@ -52,7 +52,7 @@ TEST_F(Searching, ForAFilterComparesEachThatStaysThoughThoseInFrontGo) {
   EXPECT_CALLS("compare first context", "compare second context", "compare sought context");
 }
 
-TEST_F(Searching, ForAFilterGivesNoneThatItsCompareFunctionTakesOut) {
+TEST_F(Searching, ForAFilterGivesNoneThatItsCompareFunctionRemoves) {
   const uint32_t taken = filter(text("sought"));
   add_filter(voice, taken);
   once_inside(data_of_filter(taken), [&] { EXPECT_EQ(zar_remove_filter_from_class(voice, taken), 0U); });
@@ -69,7 +69,7 @@ TEST_F(Searching, ForAFilterGivesNoneThatItsCompareFunctionTakesOut) {
   EXPECT_EQ(zar_delete_filter(taken), 0U);
 }
 
-TEST_F(Searching, ForAnActionFindsTheOneBehindThoseThatTheCompareFunctionDeletes) {
+TEST_F(Searching, ForAnActionFindsTheOneAfterThoseThatTheCompareFunctionDeletes) {
   const uint32_t first = action_in(under, "first", 1), second = action_in(under, "second", 2);
   const uint32_t third = action_in(under, "third", 3), sought = action_in(under, "sought", 4);
   once_inside(data_of_action(first), [&] {
@@ -82,7 +82,7 @@ TEST_F(Searching, ForAnActionFindsTheOneBehindThoseThatTheCompareFunctionDeletes
   EXPECT_CALLS("compare first context", "compare sought context");
 }
 
-TEST_F(Searching, ForAnActionGivesNoneThatItsCompareFunctionTakesOut) {
+TEST_F(Searching, ForAnActionGivesNoneThatItsCompareFunctionRemoves) {
   const uint32_t taken = action_in(under, "sought");
   once_inside(data_of_action(taken), [&] { EXPECT_EQ(zar_remove_action_from_class_action(under, taken), 0U); });
   const zar_action_context context = action_context("context", "sought");

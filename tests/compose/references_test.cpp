@@ -1,5 +1,5 @@
-// The references between policy-maps and class-maps: how they are counted, which side is missing when memory runs out, and
-// how they go.
+// The references between policy-maps and class-maps: how they are counted, which side is missing if memory runs out,
+// and how they are removed.
 #include "composition.h"
 
 using namespace rig;
@@ -18,7 +18,7 @@ struct References : Composition {
   const zar_event_context at_start = event_context(1);
   const zar_event_context at_stop = event_context(2);
 
-  // The lines of the trace that speak of references, and forgets the others.
+  // Returns the trace lines about references, and forgets the others.
   static Lines reference_lines() {
     Lines lines = take_trace();
     std::erase_if(lines, [](const Line &line) {
@@ -63,7 +63,7 @@ TEST_F(References, AreCountedOnThePolicyMapsSideAlone) {
   EXPECT_EQ(records_taken(kCmapRefTag), 1U);
 }
 
-TEST_F(References, StandInTheOrderOfTheFirstUse) {
+TEST_F(References, AreInTheOrderOfTheFirstUse) {
   const uint32_t silver = pmap("silver");
   add(event_in(silver, 1), voice);
   add(started, video);
@@ -83,8 +83,8 @@ TEST_F(References, AreNotMadeForAClassActionWithoutAClassMap) {
   EXPECT_EQ(reference_lines(), (Lines{}));
 }
 
-// Two events, two class-maps: the class-actions come in every order and go in every order.
-TEST_F(References, CountTheClassActionsInEveryOrderOfComingAndGoing) {
+// Two events, two class-maps: the class-actions are added in every order and removed in every order.
+TEST_F(References, CountTheClassActionsInEveryOrderOfAdditionAndRemoval) {
   struct Use {
     uint32_t event;
     uint32_t cmap;
@@ -210,7 +210,7 @@ TEST_F(References, ThatAPolicyMapDoesNotHoldAreTracedWhenTheyShouldGo) {
   forget_trace();
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_start, voice, 1), 0U);
   EXPECT_EQ(reference_lines(), not_referred) << "of an empty list";
-  EXPECT_FALSE(live(first)) << "the class-action goes all the same";
+  EXPECT_FALSE(live(first)) << "the class-action is deleted anyway";
 
   fail_record(2);
   add(started, voice);
@@ -247,7 +247,7 @@ TEST_F(References, ThatAClassMapDoesNotHoldAreTracedWhenTheLastGoes) {
   EXPECT_EQ(records_taken(kPmapRefTag), 1U);
 }
 
-TEST(ReferencesUnderFaults, AreGivenBackWhateverWasMissing) {
+TEST(ReferencesUnderFaults, AreFreedWhateverWasMissing) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t gold = world.pmap("gold");

@@ -33,7 +33,7 @@ struct Actions : Composition {
     return error("(ERR): %s: Error: %s from input action context cannot be NULL", name, function);
   }
 
-  // Takes functions from the record, one for each bit, and answers the complaints to expect.
+  // Removes functions from the record, one for each bit, and returns the expected complaints.
   static Lines take_functions(zar_action &record, const zar_action &whole, unsigned missing, const char *name) {
     record.action_entry_fn = missing & 1 ? nullptr : whole.action_entry_fn;
     record.action_free_fn = missing & 2 ? nullptr : whole.action_free_fn;
@@ -110,7 +110,7 @@ TEST_F(VerifyAction, RefusesNull) {
   EXPECT_TRACED(no_action("caller"));
 }
 
-TEST_F(VerifyAction, PrintsABlankForACallerWithoutAName) {
+TEST_F(VerifyAction, PrintsASpaceForACallerWithoutAName) {
   breaks_invariants("its functions are taken from a record");
   EXPECT_EQ(zar_verify_action_content(nullptr, nullptr), 1U);
   EXPECT_TRACED(no_action(" "));
@@ -138,7 +138,7 @@ TEST_F(RuleActions, Numbered3122StandAs1223AndZeroGoesToTheHead) {
 }
 
 // Every sequence of four numbers of three, so that every order and every tie is among them.
-TEST_F(RuleActions, AreOrderedByNumberAndThenByArrival) {
+TEST_F(RuleActions, AreOrderedByNumberAndThenByOrderOfAddition) {
   for (uint32_t sequence = 0; sequence < 3 * 3 * 3 * 3; ++sequence) {
     SCOPED_TRACE(sequence);
     std::vector<std::pair<uint32_t, uint32_t>> expected;  // number and handle
@@ -165,7 +165,7 @@ TEST_F(RuleActions, AreOrderedByNumberAndThenByArrival) {
   }
 }
 
-TEST_F(RuleActions, OutOfOrderAreWalkedAsTheyStand) {
+TEST_F(RuleActions, OutOfOrderAreWalkedInListOrder) {
   const uint32_t lowest = action_in(voice, "one", 1);
   const uint32_t middle = action_in(voice, "two", 2);
   const uint32_t three = action("three", 3);
@@ -191,7 +191,7 @@ TEST_F(RuleActions, AddedKeepTheirCount) {
   EXPECT_EQ(zar_remove_action_from_class_action(video, permit), 0U);
 }
 
-TEST_F(RuleActions, AddedTwiceStandTwice) {
+TEST_F(RuleActions, AddedTwiceAreThereTwice) {
   breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t permit = action_in(voice, "permit");
   EXPECT_EQ(zar_add_action_to_rule(voice, permit), 0U);
@@ -278,7 +278,7 @@ TEST_F(RuleActions, WithoutAFunctionAreRefusedWithALineForEachThatIsMissing) {
 
 // ---- Inserting before and after
 
-TEST_F(RuleActions, StandWhereEverySequenceOfInsertsPutsThem) {
+TEST_F(RuleActions, AreWhereEverySequenceOfInsertsPutsThem) {
   // Of one number, so that the ordered insert is an append.
   const OrderedList list{
       [&](uint32_t action) { return zar_add_action_to_rule(voice, action); },
@@ -303,7 +303,7 @@ TEST_F(RuleActions, InsertedBeforeTheHeadBecomeTheHeadWhateverTheirNumber) {
   EXPECT_EQ(actions_of(voice), (Handles{permit, head}));
 }
 
-TEST_F(RuleActions, InsertedBeforeAnotherStandJustAheadOfIt) {
+TEST_F(RuleActions, InsertedBeforeAnotherComeRightBeforeIt) {
   const uint32_t head = action_in(voice, "head", 1);
   const uint32_t tail = action_in(voice, "tail", 2);
   const uint32_t permit = action("permit", 9);
@@ -334,7 +334,7 @@ TEST_F(RuleActions, AreNotInsertedWhereTheReferenceIsMissing) {
   const uint32_t nowhere = action("nowhere");
   const uint32_t permit = action("permit");
   const auto expect_refused = [&] {
-    // The reference is compared and not looked up, so a bad handle is traced only here.
+    // The reference is only compared, not looked up, so a bad handle is traced only here.
     for (const uint32_t reference : {elsewhere, nowhere, permit, voice, uint32_t{0}, uint32_t{0xfffffff0}}) {
       SCOPED_TRACE(reference);
       EXPECT_REFUSED(39, zar_add_action_to_rule_before_action(voice, permit, reference));
@@ -351,7 +351,7 @@ TEST_F(RuleActions, AreNotInsertedWhereTheReferenceIsMissing) {
   expect_refused();
 }
 
-TEST_F(RuleActions, AreInsertedAtAListedReferenceWhoseHandleIsGone) {
+TEST_F(RuleActions, AreInsertedAtAListedReferenceWhoseHandleWasReleased) {
   const uint32_t head = action_in(voice, "head");
   const uint32_t tail = action_in(voice, "tail");
   const uint32_t before = action("before");
@@ -363,7 +363,7 @@ TEST_F(RuleActions, AreInsertedAtAListedReferenceWhoseHandleIsGone) {
   EXPECT_EQ(actions_of(voice), (Handles{head, before, tail, after}));
 }
 
-TEST_F(RuleActions, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
+TEST_F(RuleActions, AreInsertedAtTheFirstOccurrenceOfAReferenceThatIsThereTwice) {
   breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t twice = action_in(voice, "twice");
   const uint32_t once = action_in(voice, "once");
@@ -374,10 +374,10 @@ TEST_F(RuleActions, AreInsertedAtTheFirstPlaceOfAReferenceThatStandsTwice) {
   EXPECT_EQ(zar_add_action_to_rule_after_action(voice, after, twice), 0U);
   EXPECT_EQ(actions_of(voice), (Handles{before, twice, after, once, twice}));
   EXPECT_EQ(zar_remove_action_from_class_action(voice, twice), 0U);
-  EXPECT_EQ(actions_of(voice), (Handles{before, after, once, twice})) << "the first place is the one that goes";
+  EXPECT_EQ(actions_of(voice), (Handles{before, after, once, twice})) << "the first occurrence is removed";
 }
 
-TEST_F(RuleActions, InsertedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
+TEST_F(RuleActions, InsertedAfterOneThatIsThereTwiceComeAfterItsFirstOccurrence) {
   breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t twice = action_in(voice, "twice");
   const uint32_t once = action_in(voice, "once");
@@ -389,7 +389,7 @@ TEST_F(RuleActions, InsertedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
   EXPECT_EQ(actions_of(voice), (Handles{twice, before, once, twice, last}));
 }
 
-TEST_F(RuleActions, OrderedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
+TEST_F(RuleActions, OrderedAfterOneThatIsThereTwiceComeAfterItsFirstOccurrence) {
   breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t twice = action_in(voice, "twice");
   const uint32_t once = action_in(voice, "once");
@@ -402,7 +402,7 @@ TEST_F(RuleActions, OrderedBehindOneThatStandsTwiceComeBehindItsFirstPlace) {
 
 // ---- Taking out
 
-TEST_F(RuleActions, TakenOutLiveOnWithTheirCount) {
+TEST_F(RuleActions, RemovedStillExistWithTheirCount) {
   const uint32_t permit = action_in(voice, "permit");
   EXPECT_EQ(zar_remove_action_from_class_action(voice, permit), 0U);
   EXPECT_TRACED();
@@ -412,7 +412,7 @@ TEST_F(RuleActions, TakenOutLiveOnWithTheirCount) {
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 1U);
 }
 
-TEST_F(RuleActions, ThatAreNotInTheRuleAreTakenOutWithoutEffect) {
+TEST_F(RuleActions, ThatAreNotInTheRuleAreRemovedWithoutEffect) {
   action_in(voice, "listed");
   const uint32_t elsewhere = action_in(video, "elsewhere");
   const uint32_t nowhere = action("nowhere");
@@ -426,7 +426,7 @@ TEST_F(RuleActions, ThatAreNotInTheRuleAreTakenOutWithoutEffect) {
 struct MatchAction : Actions {
   const uint32_t permit = action("permit", 5);
 
-  // Both ways of asking, which differ in how the action is named.
+  // Both operations, which differ in how the action is given.
   uint32_t both_match(const zar_action_context *context) {
     const uint32_t by_record = zar_match_action_parameters(at<zar_action>(permit), context);
     const std::vector<std::string> calls_by_record = take_calls();
@@ -437,7 +437,7 @@ struct MatchAction : Actions {
   }
 };
 
-TEST_F(MatchAction, IsAQuestionOfTheFunctionsAndTheData) {
+TEST_F(MatchAction, DependsOnTheFunctionsAndTheData) {
   zar_action_context sought = action_context("sought", "permit");
   EXPECT_EQ(both_match(&sought), 1U);
   EXPECT_CALLS("compare permit sought");
@@ -456,7 +456,7 @@ TEST_F(MatchAction, ComparesNothingWhereAFunctionDiffers) {
   EXPECT_CALLS();
 }
 
-TEST_F(MatchAction, CallsTheRecordsCompareFunctionAndAnswers1ForAnythingButZero) {
+TEST_F(MatchAction, CallsTheRecordsCompareFunctionAndReturns1ForAnythingButZero) {
   at<zar_action>(permit)->action_compare_fn = answer_the_highest_bit;
   zar_action_context sought = action_context("sought");
   sought.action_compare_fn = nullptr;
@@ -482,7 +482,7 @@ TEST_F(MatchAction, IsNoMatchWithoutARecordOrAContext) {
   EXPECT_CALLS();
 }
 
-TEST_F(MatchAction, IsNoMatchForABadHandleAndSaysNothingOfItsOwn) {
+TEST_F(MatchAction, IsNoMatchForABadHandleAndTracesNothingOfItsOwn) {
   const zar_action_context sought = action_context("sought", "permit");
   expect_each_refused(0, Kind::action, {}, [&](uint32_t handle) { return zar_compare_actions(handle, &sought); });
   expect_each_refused(0, Kind::action, {}, [&](uint32_t handle) { return zar_compare_actions(handle, nullptr); });
@@ -499,7 +499,7 @@ struct RetrieveAction : RuleActions {
   static Line no_place(const char *name) { return error("(ERR): %s: Error: input action handle cannot be NULL", name); }
 };
 
-TEST_F(RetrieveAction, GivesTheFirstWithThisContent) {
+TEST_F(RetrieveAction, ReturnsTheFirstWithThisContent) {
   action_in(voice, "drop");
   const uint32_t first = action_of(action_context("permit", "value"));
   add_action(voice, first);
@@ -513,7 +513,7 @@ TEST_F(RetrieveAction, GivesTheFirstWithThisContent) {
   EXPECT_REQUESTS();
 }
 
-TEST_F(RetrieveAction, GivesHandle0WhenNoneMatches) {
+TEST_F(RetrieveAction, ReturnsHandle0WhenNoneMatches) {
   const zar_action_context sought = action_context("sought");
   EXPECT_EQ(zar_retrieve_action(voice, &sought, &out), 0U);
   EXPECT_EQ(out, 0U);
@@ -526,7 +526,7 @@ TEST_F(RetrieveAction, GivesHandle0WhenNoneMatches) {
   EXPECT_TRACED(retrieved(0, voice));
 }
 
-TEST_F(RetrieveAction, PassesOverOtherFunctionsWithoutComparing) {
+TEST_F(RetrieveAction, SkipsOtherFunctionsWithoutComparing) {
   zar_action_context otherwise = action_context("permit");
   otherwise.action_free_fn = free_otherwise;
   add_action(voice, action_of(otherwise));
@@ -581,7 +581,7 @@ TEST_F(RetrieveAction, NeedsARule) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveAction, NeedsAPlaceForTheHandle) {
+TEST_F(RetrieveAction, NeedsAnOutPlaceForTheHandle) {
   action_in(voice, "permit");
   const zar_action_context sought = action_context("sought", "permit");
   EXPECT_REFUSED(39, zar_retrieve_action(voice, &sought, nullptr));
@@ -623,7 +623,7 @@ struct RetrieveActionNum : RetrieveAction {
   }
 };
 
-TEST_F(RetrieveActionNum, GivesTheFirstOfTheNumber) {
+TEST_F(RetrieveActionNum, ReturnsTheFirstOfTheNumber) {
   action_in(voice, "one", 1);
   const uint32_t first = action_in(voice, "two", 2);
   action_in(voice, "two too", 2);
@@ -640,7 +640,7 @@ TEST_F(RetrieveActionNum, MasksTheNumber) {
   EXPECT_TRACED(retrieved_num(lowest, 1, voice));
 }
 
-TEST_F(RetrieveActionNum, GivesHandle0WhenThereIsNone) {
+TEST_F(RetrieveActionNum, ReturnsHandle0WhenThereIsNone) {
   EXPECT_EQ(zar_retrieve_action_num_in_class_action(voice, 2, &out), 0U);
   EXPECT_EQ(out, 0U);
   EXPECT_TRACED(retrieved_num(0, 2, voice));
@@ -657,7 +657,7 @@ TEST_F(RetrieveActionNum, NeedsARule) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveActionNum, NeedsAPlaceForTheHandle) {
+TEST_F(RetrieveActionNum, NeedsAnOutPlaceForTheHandle) {
   EXPECT_REFUSED(39, zar_retrieve_action_num_in_class_action(voice, 1, nullptr));
   EXPECT_TRACED(no_place(kName));
   EXPECT_REFUSED(39, zar_retrieve_action_num_in_class_action(0, 1, nullptr));
@@ -674,7 +674,7 @@ struct ActionReferences : Actions {
   }
 };
 
-TEST_F(ActionReferences, AreCountedUpWithoutAWord) {
+TEST_F(ActionReferences, AreCountedUpSilently) {
   EXPECT_EQ(zar_increment_action(at<zar_action>(permit)), 1U);
   EXPECT_EQ(zar_increment_action(at<zar_action>(permit)), 1U);
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 3U);
@@ -703,7 +703,7 @@ TEST_F(ActionReferences, AreDroppedOneByOneAndTheLastFrees) {
   EXPECT_EQ(records_taken(kActionTag), 0U);
 }
 
-TEST_F(ActionReferences, LetGoOfTheDataThenTheHandleThenTheRecord) {
+TEST_F(ActionReferences, FreeTheDataThenTheHandleThenTheRecord) {
   NEEDS_TRACE();
   bool handle_there = false;
   size_t records_there = 0;
@@ -747,7 +747,7 @@ TEST_F(ActionReferences, DroppedTooOftenWrapAndNeverFree) {
 
 // ---- Faults
 
-TEST(RuleActionsUnderFaults, LeaveNothingBehindOnceTheRuleIsGone) {
+TEST(RuleActionsUnderFaults, LeaveNothingBehindOnceTheRuleIsDeleted) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t klass = world.cmap("voice");

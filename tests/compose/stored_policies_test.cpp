@@ -1,4 +1,4 @@
-// Assembling stored policy-maps by name: classes and actions under events and without, and taking classes out again.
+// Assembling stored policy-maps by name: classes and actions under events and without, and removing classes.
 #include "composition.h"
 
 using namespace rig;
@@ -120,9 +120,9 @@ TEST_F(PlainPolicy, GetsTheClassActionAtItsEndWithoutNumberAndReferences) {
   EXPECT_CALLS();
 }
 
-TEST_F(PlainPolicy, TakesClassesInTheOrderOfTheirComingAndAsOftenAsTheyCome) {
+TEST_F(PlainPolicy, TakesClassesInTheOrderOfAdditionAndAsOftenAsTheyAreAdded) {
   for (const zar_map_info &each : {video_info, voice_info, video_info})
-    EXPECT_EQ(add_class(plain_info, &at_start, each, 0, 9), 0U) << "an event is not looked at";
+    EXPECT_EQ(add_class(plain_info, &at_start, each, 0, 9), 0U) << "an event is not checked";
   const Handles rules = plain_rules_of(plain);
   ASSERT_EQ(rules.size(), 3U);
   EXPECT_EQ(at<zar_class_action>(rules[0])->cmap, at<zar_cmap>(video));
@@ -153,7 +153,7 @@ TEST_F(PlainPolicy, GetsNoClassActionWhoseNewHandleIsLost) {
   forget_trace();
   lose_record_after("(info): create_class_action_tuple: class-action tuple created");
   EXPECT_EQ(add_class(plain_info, nullptr, voice_info), 37U);
-  EXPECT_EQ(everything(), before) << "nothing is listed, and the record goes back";
+  EXPECT_EQ(everything(), before) << "nothing is in the list, and the record is freed";
   const Lines errors = take_errors();
   ASSERT_EQ(errors.size(), 1U);
   EXPECT_TRUE(errors[0].text.starts_with("(ERR): ZAR Found NULL context with handle")) << errors[0];
@@ -253,7 +253,7 @@ TEST_F(ControlPolicy, TakesAClassOnceAnEvent) {
   EXPECT_EQ(cmap_refs_of(gold), (Counts{{voice, 1}}));
 }
 
-TEST_F(ControlPolicy, CountsAClassUnderTwoEventsTwiceAndLetsItGoWithTheSecond) {
+TEST_F(ControlPolicy, CountsAClassUnderTwoEventsTwiceAndReleasesItWithTheSecond) {
   const zar_event_context at_stop = event_context(8);
   EXPECT_EQ(add_class(gold_info, &at_start, voice_info), 0U);
   EXPECT_EQ(add_class(gold_info, &at_stop, voice_info), 0U);
@@ -264,10 +264,10 @@ TEST_F(ControlPolicy, CountsAClassUnderTwoEventsTwiceAndLetsItGoWithTheSecond) {
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_stop, voice, 1), 0U);
   EXPECT_EQ(cmap_refs_of(gold), Counts{});
   EXPECT_EQ(pmap_refs_of(voice), Handles{});
-  EXPECT_EQ(events_of(gold).size(), 2U) << "events stay when their last class-action goes";
+  EXPECT_EQ(events_of(gold).size(), 2U) << "events stay when their last class-action is deleted";
 }
 
-TEST_F(ControlPolicy, PassesOverEventsWithoutAContext) {
+TEST_F(ControlPolicy, SkipsEventsWithoutAContext) {
   lose_event_context(event_in(gold, 7));
   const uint32_t started = event_in(gold, 7);
   EXPECT_EQ(add_class(gold_info, &at_start, voice_info), 0U);
@@ -485,7 +485,7 @@ TEST_F(AddClassAction, LeavesTheActionOutWhereTheClassIsPresent) {
                        info("(info): %s: class:0x%x already present in policy:0x%x", kAddClass, voice, gold)}));
 }
 
-TEST_F(AddClassAction, MakesNoEvent) {
+TEST_F(AddClassAction, CreatesNoEvent) {
   const Lines refusal = policy_found("gold:d1:1") + (Lines{retrieved(gold), no_matching_event()});
   EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, permit));
   EXPECT_EQ(take_trace(), refusal);
@@ -494,7 +494,7 @@ TEST_F(AddClassAction, MakesNoEvent) {
   EXPECT_EQ(take_trace(), refusal);
 }
 
-TEST_F(AddClassAction, PassesOverEventsWithoutAContext) {
+TEST_F(AddClassAction, SkipsEventsWithoutAContext) {
   lose_event_context(event_in(gold, 7));
   EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, permit));
   EXPECT_EQ(take_trace(),
@@ -628,7 +628,7 @@ TEST_F(ActionByName, GoesIntoTheRuleByItsNumber) {
   EXPECT_CALLS();
 }
 
-TEST_F(ActionByName, ComesOutOfTheRuleAndLivesOn) {
+TEST_F(ActionByName, IsRemovedFromTheRuleAndStillExists) {
   const uint32_t first = rule(started, voice);
   const uint32_t kept = action_in(first, "kept");
   add_action(first, permit);
@@ -639,7 +639,7 @@ TEST_F(ActionByName, ComesOutOfTheRuleAndLivesOn) {
   EXPECT_CALLS();
 }
 
-TEST_F(ActionByName, ThatStandsTwiceComesOutAtItsFirstPlace) {
+TEST_F(ActionByName, ThatIsThereTwiceLosesItsFirstOccurrence) {
   breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t first = rule(started, voice);
   const uint32_t kept = action_in(first, "kept");
@@ -650,7 +650,7 @@ TEST_F(ActionByName, ThatStandsTwiceComesOutAtItsFirstPlace) {
   EXPECT_EQ(actions_of(first), (Handles{kept, permit}));
 }
 
-TEST_F(ActionByName, ThatIsNotInTheRuleCannotComeOut) {
+TEST_F(ActionByName, ThatIsNotInTheRuleCannotBeRemoved) {
   const uint32_t first = rule(started, voice);
   const uint32_t second = rule(started, video);
   add_action(second, permit);
@@ -723,7 +723,7 @@ TEST_F(ActionByName, NeedsTheClassUnderTheEvent) {
   expect_both_refused(gold_info, &at_start, voice_info, refusal);
 }
 
-TEST_F(ActionByName, IsSoughtPastEventsWithoutAContext) {
+TEST_F(ActionByName, IsFoundPastEventsWithoutAContext) {
   lose_event_context(started);
   const uint32_t first = rule(event_in(gold, 7), voice);
   EXPECT_EQ(add(gold_info, &at_start, voice_info, permit), 0U);
@@ -820,7 +820,7 @@ TEST_F(RemoveClass, NeedsTheEventInThePolicyMap) {
   EXPECT_TRACED(refusal);
 }
 
-TEST_F(RemoveClass, PassesOverEventsWithoutAContext) {
+TEST_F(RemoveClass, SkipsEventsWithoutAContext) {
   lose_event_context(started);
   EXPECT_REFUSED(39, zar_remove_class_from_policy(gold, &at_start, voice, 1));
   EXPECT_TRACED(no_event_context(kRemoveClass),
@@ -865,7 +865,7 @@ size_t event_handles_lost() {
                                         error("(ERR): create_event: memory alloc for event context failed")));
 }
 
-// Compares what is live with what was, but for the handles that are known to be lost.
+// Compares the live resources with the earlier ones, except handles that are known to be lost.
 void expect_as_before(const World &world, const std::string &digest, runtime::Inventory inventory) {
   EXPECT_EQ(world.digest(), digest);
   inventory.ids += event_handles_lost();
@@ -875,7 +875,7 @@ void expect_as_before(const World &world, const std::string &digest, runtime::In
 bool failed_under(const FaultClock &clock, uint32_t tag) {
   return clock.failed_in(Service::pool, tag) || clock.failed_in(Service::record, tag);
 }
-// The references' own records are missed in silence.
+// Missing records of references are not reported.
 bool failed_for_references(const FaultClock &clock) {
   return failed_under(clock, 0x3e0003f) || failed_under(clock, 0x3e0003e);
 }
@@ -948,7 +948,7 @@ TEST(StoredPoliciesUnderFaults, AClassWithItsActionIsAddedOrNothingIsLeft) {
   });
 }
 
-// A whole policy by name, each step of which may find that an earlier one failed.
+// A whole policy by name; each step may find that an earlier one failed.
 TEST(StoredPoliciesUnderFaults, AWholePolicyGoesWithoutATrace) {
   NEEDS_TRACE();
   for_each_fault([](FaultClock &clock) {

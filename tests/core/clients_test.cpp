@@ -44,7 +44,7 @@ struct Registration : BareProcess {
   uint32_t clid = kUntouched;
 };
 
-TEST_F(Registration, GivesTheFirstClientClid1) {
+TEST_F(Registration, ReturnsTheFirstClientClid1) {
   NEEDS_FRESH_PROCESS();
   EXPECT_EQ(zar_client_register("one", database, &clid), 0U);
   EXPECT_EQ(clid, 1U);
@@ -91,7 +91,7 @@ TEST_F(Registration, NeedsAName) {
   EXPECT_EQ(zar_current_max_clients, 0U);
 }
 
-TEST_F(Registration, NeedsAPlaceForTheClid) {
+TEST_F(Registration, NeedsAnOutPlaceForTheClid) {
   EXPECT_EQ(zar_client_register("one", database, nullptr), 39U);
   EXPECT_TRACED(error("(ERR): client registration, clid cannot be NULL"));
   EXPECT_EQ(zar_client_register(nullptr, database, nullptr), 39U);
@@ -150,7 +150,7 @@ TEST_F(Registration, OfAnActiveNameChangesNothing) {
   EXPECT_EQ(zar_clients_info[1]->database, nullptr);
 }
 
-TEST_F(Registration, ComparesWholeNames) {
+TEST_F(Registration, ComparesNamesAsAWhole) {
   zar_client_register("abc", nullptr, &clid);
   for (const char *other : {"ab", "abcd", "ABC", ""}) {
     const uint32_t before = zar_current_max_clients;
@@ -159,7 +159,7 @@ TEST_F(Registration, ComparesWholeNames) {
   }
 }
 
-TEST_F(Registration, OfAnInactiveNameRevivesItAndAnswersItsIndex) {
+TEST_F(Registration, OfAnInactiveNameRevivesItAndReturnsItsIndex) {
   for (const uint32_t inactive : {0U, 2U, 0xffffffffU}) {
     register_until(6);
     zar_clients_info[4]->status = inactive;
@@ -187,7 +187,7 @@ TEST_F(Registration, OfTheFirstOfTwoEqualNamesIsWhatCounts) {
   EXPECT_EQ(zar_clients_info[2]->status, 0U);
 }
 
-TEST_F(Registration, PassesOverMissingEntries) {
+TEST_F(Registration, SkipsMissingEntries) {
   register_until(3);
   zar_client_data *second = zar_clients_info[1];
   zar_clients_info[1] = nullptr;
@@ -216,7 +216,7 @@ TEST_F(Registration, OfTheEleventhClientGrowsTheTable) {
       << "the old table is freed";
 }
 
-// A table behind which there is nothing that can be read.
+// A table followed by unreadable memory.
 class TableAtTheEnd {
  public:
   explicit TableAtTheEnd(size_t entries) {
@@ -237,7 +237,7 @@ class TableAtTheEnd {
   zar_client_data **table_ = nullptr;
 };
 
-TEST_F(Registration, ReadsNothingBehindAFullTable) {
+TEST_F(Registration, ReadsNothingAfterAFullTable) {
   register_until(10);
   const TableAtTheEnd full(10);
   std::copy_n(zar_clients_info, 10, full.get());
@@ -279,8 +279,8 @@ TEST_F(Registration, WithoutRoomToGrowCountsNobodyAndKeepsTheNewRecord) {
   EXPECT_EQ(clid, 11U);
 }
 
-// A table of that size cannot be searched in the time of a test, so the numbers run up behind the search: while the name
-// is copied.
+// A table of that size cannot be searched in the time of a test, so the numbers are raised after the search: while the
+// name is copied.
 TEST_F(Registration, EndsWhereTheCapacityWouldBe0) {
   breaks_invariants("more clients are counted than the table holds");
   constexpr uint32_t kLastCapacity = 0xfffffff6;
@@ -397,7 +397,7 @@ TEST_F(Clients, OutOfRangeHaveNoDatabase) {
   EXPECT_EQ(is_default, kUntouched);
 }
 
-TEST_F(Clients, NeedAPlaceForTheDatabase) {
+TEST_F(Clients, NeedAnOutPlaceForTheDatabase) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(0U, zar_get_client_database_handle(one, "caller", nullptr, &is_default));
   EXPECT_EQ(is_default, kUntouched);
@@ -437,7 +437,7 @@ TEST_F(Clients, ThatAreMissingHaveNoDatabase) {
 
 TEST_F(Clients, WithADatabaseBeginWithTheEngine) {
   kel_clid = 42;
-  EXPECT_EQ(zar_get_first_client_with_database(), 42U) << "the table is not looked at";
+  EXPECT_EQ(zar_get_first_client_with_database(), 42U) << "the table is not read";
   kel_clid = 1;
   EXPECT_EQ(zar_get_first_client_with_database(), 1U);
   EXPECT_TRACED();
@@ -458,14 +458,14 @@ TEST_F(Clients, WithADatabaseOfTheirOwnFollowEachOther) {
   EXPECT_TRACED();
 }
 
-TEST_F(Clients, ThatArePassedOverNeedNotBeActive) {
+TEST_F(Clients, ThatAreSkippedNeedNotBeActive) {
   const uint32_t three = client("three", database());
   zar_clients_info[1]->status = 0;
   zar_clients_info[2]->status = 0;
   EXPECT_EQ(zar_get_next_client_with_database(one), three) << "nor need the one that is found";
 }
 
-TEST_F(Clients, ThatAreMissingArePassedOver) {
+TEST_F(Clients, ThatAreMissingAreSkipped) {
   const uint32_t three = client("three", database());
   zar_client_data *second = zar_clients_info[1];
   zar_clients_info[1] = nullptr;
@@ -501,8 +501,8 @@ TEST_F(Clients, AreNamedInTheWalkByTheirEntry) {
   EXPECT_TRACED(info("(info): get next client, sending:%d", 30));
 }
 
-TEST_F(Clients, AreNotSoughtBehindTheLastOne) {
-  // What is left behind the entries in use is nobody's.
+TEST_F(Clients, AreNotSearchedForAfterTheLastOne) {
+  // The memory after the entries in use belongs to nobody.
   zar_client_data nobody{};
   nobody.clid = 3;
   nobody.database = db;
@@ -529,7 +529,7 @@ TEST_F(Clients, OfAnyStatusBut0AreDisplayedAsActive) {
   EXPECT_EQ(traced()[5], info("(info): Client status:%s\n", "Active"));
 }
 
-TEST_F(Clients, WithoutANameAreDisplayedWithABlank) {
+TEST_F(Clients, WithoutANameAreDisplayedWithASpace) {
   uint32_t clid = 0;
   runtime::fail_request(runtime::Service::duplicate, 1);
   zar_client_register("three", nullptr, &clid);
@@ -563,7 +563,7 @@ TEST_F(Clients, ThatAreMissingAreNotDisplayed) {
   zar_clients_info[0] = first;
 }
 
-TEST_F(Clients, BehindTheLastOneAreNotDisplayed) {
+TEST_F(Clients, AfterTheLastOneAreNotDisplayed) {
   zar_client_data nobody{};
   zar_clients_info[2] = &nobody;
   zar_display_clients();
@@ -624,7 +624,7 @@ TEST(ClientsUnderFaults, TheEleventhRegistration) {
     uint32_t clid = kUntouched;
     const uint32_t status = clock.during([&] { return zar_client_register("eleven", nullptr, &clid); });
     using runtime::Service;
-    // A name that cannot be copied is no failure; when all requests fail from there on, the table cannot grow either.
+    // A name that cannot be copied is not a failure; if all requests fail from there on, the table cannot grow either.
     const bool named = clock.failed_in(Service::duplicate, 0x3e00034) && clock.mode() == runtime::Fault::once;
     EXPECT_EQ(status, !clock.hit() || named ? 0U : 37U);
     EXPECT_EQ(clid, status == 0 ? 11U : clock.failed_in(Service::record, 0x3e00025) ? 0U : kUntouched);

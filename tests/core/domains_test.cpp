@@ -24,7 +24,7 @@ struct Domains : Repository {
     EXPECT_EQ(zar_register_domain(clid, domain), 0U);
   }
 
-  // What the question for the owner answers, without its trace.
+  // The result of looking up the owner, without its trace.
   static uint32_t owner_of(const char *domain) {
     const Quiet quiet;
     uint32_t owner = kUntouched;
@@ -73,7 +73,7 @@ TEST_F(Domains, AreNeverNull) {
   EXPECT_TRACED(error("(ERR): domain registration, null domain is not allowed"));
 }
 
-TEST_F(Domains, BelongToWhoCameFirst) {
+TEST_F(Domains, BelongToTheFirstClaimer) {
   const uint32_t three = client("three");
   claim(two, "subscriber");
   for (const uint32_t late : {three, two}) {
@@ -83,7 +83,7 @@ TEST_F(Domains, BelongToWhoCameFirst) {
   EXPECT_EQ(owner_of("subscriber"), 2U);
 }
 
-TEST_F(Domains, AreComparedWhole) {
+TEST_F(Domains, AreComparedAsAWhole) {
   claim(two, "access");
   uint32_t owner = one;
   for (const char *other : {"acces", "access1", "ACCESS", "Access", ""}) {
@@ -118,14 +118,14 @@ TEST_F(Domains, NeedARecord) {
   EXPECT_TRACED(error("(ERR): domain registration, memory alloc failure"));
 }
 
-TEST_F(Domains, GiveTheRecordBackWhenTheNameCannotBeCopied) {
+TEST_F(Domains, FreeTheRecordWhenTheNameCannotBeCopied) {
   runtime::fail_request(runtime::Service::duplicate, 1);
   EXPECT_REFUSED(38U, zar_register_domain(one, "access"));
   EXPECT_TRACED(error("(ERR): domain registration, memory alloc failure for domain"));
   EXPECT_EQ(records_out(0x3e00035), 0U);
 }
 
-TEST_F(Domains, ThatNobodyClaimedBelongToClient1) {
+TEST_F(Domains, ThatAreUnclaimedBelongToClient1) {
   claim(two, "access");
   uint32_t owner = kUntouched;
   EXPECT_REFUSED(0U, zar_get_owner_for_domain("core", &owner));
@@ -133,7 +133,7 @@ TEST_F(Domains, ThatNobodyClaimedBelongToClient1) {
   EXPECT_TRACED(info("(info): no registered owner for domain:%s, using default", "core"));
 }
 
-TEST_F(Domains, ThatNobodyClaimedBelongToClient1EvenWithoutClients) {
+TEST_F(Domains, ThatAreUnclaimedBelongToClient1EvenWithoutClients) {
   start_again();
   EXPECT_EQ(owner_of("core"), 1U);
 }
@@ -158,7 +158,7 @@ TEST_F(Domains, AreAskedForByName) {
   EXPECT_TRACED(error("(ERR): owner lookup, domain name cannot be null"));
 }
 
-TEST_F(Domains, NeedAPlaceForTheOwner) {
+TEST_F(Domains, NeedAnOutPlaceForTheOwner) {
   EXPECT_REFUSED(39U, zar_get_owner_for_domain("access", nullptr));
   EXPECT_TRACED(error("(ERR): owner lookup, clid ptr cannot be null"));
 }

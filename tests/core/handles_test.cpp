@@ -16,7 +16,7 @@ constexpr uint32_t kPmapPool = 0x3e00037;
 uint64_t own_record;
 
 struct HandleTable : Repository {
-  // Handles for the caller's own record until the cap is reached; the last one is given back.
+  // Handles for the caller's own record until the cap is reached; the last one is released.
   static uint32_t fill_up() {
     uint32_t last = 0;
     while (const uint32_t handle = zar_handle_alloc(&own_record))
@@ -25,7 +25,7 @@ struct HandleTable : Repository {
     return last;
   }
 
-  // How many more handles can be had.
+  // How many more handles can be issued.
   static uint32_t room_left() {
     uint32_t room = 0;
     while (zar_handle_alloc(&own_record) != 0)
@@ -37,14 +37,14 @@ struct HandleTable : Repository {
 
 struct HandleTableStart : BareProcess {};
 
-TEST_F(HandleTableStart, MakesOneIdTableUnderItsOldName) {
+TEST_F(HandleTableStart, CreatesOneIdTableNamedAfterPolicyMaps) {
   watch_requests();
   EXPECT_NE(zar_handle_table_init(), 0);
   EXPECT_REQUESTS("id table 0x3e00023 \"ZAR PMAP HANDLE IDs\"");
   EXPECT_TRACED();
 }
 
-TEST_F(HandleTableStart, AnswersTheTableInWhichHandlesAreIssued) {
+TEST_F(HandleTableStart, ReturnsTheTableInWhichHandlesAreIssued) {
   const uint16_t table = zar_handle_table_init();
   const uint32_t handle = zar_handle_alloc(&own_record);
   uint32_t status = 9;
@@ -52,7 +52,7 @@ TEST_F(HandleTableStart, AnswersTheTableInWhichHandlesAreIssued) {
   EXPECT_EQ(status, 0U);
 }
 
-TEST_F(HandleTableStart, PassesOnThatThereIsNoTable) {
+TEST_F(HandleTableStart, ReturnsTheFailureOfTheTable) {
   runtime::fail_request(runtime::Service::id_table, 1);
   EXPECT_EQ(zar_handle_table_init(), 0);
   EXPECT_TRACED();
@@ -125,7 +125,7 @@ TEST_F(HandleTable, CountsEvenTheHandlesThatThePlatformRefused) {
   EXPECT_EQ(room_left(), kMostHandles - 3);
 }
 
-TEST_F(HandleTable, ReleasesWithoutAWord) {
+TEST_F(HandleTable, ReleasesSilently) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   zar_handle_release(handle);
   EXPECT_FALSE(live(handle));
@@ -157,7 +157,7 @@ TEST_F(HandleTable, ReleasingHandle0FreesNoRoom) {
   EXPECT_EQ(room_left(), 0U);
 }
 
-TEST_F(HandleTable, ReleasingADeadHandleLowersTheCountAllTheSame) {
+TEST_F(HandleTable, ReleasingADeadHandleLowersTheCountAnyway) {
   const uint32_t last = fill_up();
   zar_handle_release(last);
   zar_handle_release(last);
@@ -183,12 +183,12 @@ TEST_F(HandleTable, AReleasedHandleIsDestroyedAlready) {
   EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
 }
 
-TEST_F(HandleTable, AHandleThatWasNeverIssuedIsRefusedInSilence) {
+TEST_F(HandleTable, AHandleThatWasNeverIssuedIsRefusedSilently) {
   EXPECT_EQ(zar_handle_get_context(0xfffffff0), nullptr);
   EXPECT_TRACED();
 }
 
-TEST_F(HandleTable, ALiveHandleWithoutARecordIsTakenOutOfTheTable) {
+TEST_F(HandleTable, ALiveHandleWithoutARecordIsRemovedFromTheTable) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   runtime::lose_next_pointer();
   EXPECT_EQ(zar_handle_get_context(handle), nullptr);
@@ -198,14 +198,14 @@ TEST_F(HandleTable, ALiveHandleWithoutARecordIsTakenOutOfTheTable) {
   EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
 }
 
-TEST_F(HandleTable, AHandleThatWasTakenOutLeavesRoomForAnother) {
+TEST_F(HandleTable, AHandleThatWasRemovedLeavesRoomForAnother) {
   const uint32_t last = fill_up();
   runtime::lose_next_pointer();
   zar_handle_get_context(last);
   EXPECT_EQ(room_left(), 1U);
 }
 
-TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsTakenOutTwice) {
+TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsRemovedTwice) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   const uint32_t other = zar_handle_alloc(&own_record);
   zar_handle_release(handle);
@@ -215,7 +215,7 @@ TEST_F(HandleTable, TheCountStaysAt0WhenTheOnlyHandleIsTakenOutTwice) {
   EXPECT_EQ(room_left(), kMostHandles);
 }
 
-TEST_F(HandleTable, EndsOnceAndTellsWhetherThereWasOne) {
+TEST_F(HandleTable, EndsOnceAndReportsWhetherThereWasOne) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   EXPECT_NE(zar_handle_table_destroy(), 0U);
   EXPECT_FALSE(live(handle));
@@ -230,7 +230,7 @@ TEST_F(HandleTable, TheCountOutlivesTheTable) {
   EXPECT_TRACED(error("(ERR): ZAR Handle alloc reached max limit\n"));
 }
 
-TEST_F(HandleTable, ASecondStartBeginsToCountAnew) {
+TEST_F(HandleTable, ASecondStartStartsCountingAgain) {
   fill_up();
   zar_handle_table_init();
   EXPECT_EQ(room_left(), kMostHandles);
@@ -308,7 +308,7 @@ TEST_F(HandleKinds, TheKindEndsWithTheHandle) {
 }
 
 TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
-  // Nearly as many handles as can be live, so that those of all kinds stand close together wherever they are kept.
+  // Nearly as many handles as can be live, so that those of all kinds are close together in the table.
   constexpr uint32_t kEach = 30000;
   runtime::want_trace_levels(0);
   const zar_event_context id = event_context(1);
@@ -325,18 +325,18 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
     }
   };
   expect_kinds(0, 1);
-  // Every other pair goes, then every other of the rest.
+  // Every other pair is released, then every other of the rest.
   for (const uint32_t step : {2U, 4U, 8U}) {
     for (uint32_t i = step / 2; i < kEach; i += step) {
       zar_handle_release(events[i]);
       zar_handle_release(filters[i]);
-      ASSERT_EQ(zar_event_get_match_criteria(events[i]), 0U) << "event " << i << " is gone";
+      ASSERT_EQ(zar_event_get_match_criteria(events[i]), 0U) << "event " << i << " is deleted";
     }
     expect_kinds(0, step);
   }
 }
 
-TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAnew) {
+TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAgain) {
   constexpr uint32_t kLive = 60000, kChanges = 200000;
   runtime::want_trace_levels(0);
   const zar_event_context id = event_context(1);
@@ -366,10 +366,10 @@ TEST_F(HandleKinds, StayKnownWhileHandlesAreIssuedAnew) {
     ASSERT_EQ(zar_event_get_match_criteria(each.handle), each.is_event ? 1U : 0U) << "handle " << each.handle;
 }
 
-// Handles of several generations share homes in the table of kinds. What the first start leaves there, or a round does not
-// give back, would use up its room.
-TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAnew) {
-  // Nearly as many as can be live: much of what is made anew meets a place that is taken.
+// Handles of several generations share homes in the table of kinds. Leftovers of the first start or of a round would
+// use up its room.
+TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAgain) {
+  // Nearly as many as can be live: many of the new ones find their home taken.
   constexpr size_t kLive = 65000, kRounds = 20;
   runtime::want_trace_levels(0);
   zar_filter_context port = filter_context("port");
@@ -394,7 +394,7 @@ TEST_F(HandleKinds, TakeNoMoreRoomHoweverOftenHandlesAreIssuedAnew) {
 }
 
 TEST_F(HandleKinds, AreRatherRefusedThanForgotten) {
-  // Who releases handles that are gone lowers the count of live ones, so that the cap never comes.
+  // Releasing dead handles lowers the count of live ones, so that the cap is never reached.
   const uint32_t gone = zar_handle_alloc(&own_record);
   zar_handle_release(gone);
   runtime::want_trace_levels(1U << 3);

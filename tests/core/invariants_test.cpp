@@ -1,5 +1,5 @@
-// A debug build ends the process when an operation leaves behind what can never be, and when it is called from a second
-// thread. Each test damages one record and makes a call that has nothing to do with it.
+// A debug build aborts the process if an operation leaves an impossible state behind, or is called from a second
+// thread. Each test damages one record and makes an unrelated call.
 #include <thread>
 
 #include "core/queue.h"
@@ -10,7 +10,7 @@ using namespace rig;
 namespace {
 
 struct Invariants : Repository {
-  // The end of the process, and what is said of it. What is damaged here stays so to the end of the test.
+  // The end of the process and its message. The damage stays until the end of the test.
   template <typename Call>
   static void expect_end_of(Call call, const std::string &sentence) {
     EXPECT_DEATH(call(), sentence);
@@ -48,7 +48,7 @@ TEST_F(Invariants, AreLeftToTestsThatBreakThem) {
   expect_no_end();
 }
 
-TEST_F(Invariants, TellWhichOperationLeftThemBroken) {
+TEST_F(Invariants, ReportWhichOperationBrokeThem) {
   at<zar_cmap>(voice)->match_criteria = 3;
   expect_end_of([&] { zar_get_cmap_if_hidden(voice); },
                 "zar: zar_get_cmap_if_hidden left invariant 1 of zar_cmap broken");
@@ -255,7 +255,7 @@ TEST_F(Invariants, OfClassMapsAreFiltersThatLive) {
                 "3 of zar_cmap broken: 'filters' of 0x[0-9a-f]+ holds a record that is gone");
 }
 
-TEST_F(Invariants, OfReferencesThatCouldNotBeHadAreLessThanUses) {
+TEST_F(Invariants, AllowFewerReferencesThanUsesWithoutMemory) {
   const uint32_t other = stored_cmap("two");
   runtime::fail_request(runtime::Service::record, 2);
   uint32_t out = 0;
@@ -332,7 +332,7 @@ TEST_F(Invariants, OfStatementsAreActionsInOrder) {
   expect_end("1 of zar_pmtr_map_stmt broken: action number 2 stands behind 3 in statement 1 of 0x[0-9a-f]+");
 }
 
-// How many objects can live at once while the count of handles is kept down: a handle that is gone is released again.
+// How many objects can exist at once while the count of handles is kept low by releasing a dead handle again.
 template <typename Create>
 Handles as_many_as_can_be(Create create) {
   static uint32_t own_record;

@@ -1,4 +1,4 @@
-// The arguments of platform services that leave no other mark.
+// The arguments of platform services that have no other visible effect.
 #include "support/platform_log.h"
 #include "support/repository.h"
 

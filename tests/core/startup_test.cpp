@@ -29,7 +29,7 @@ TEST_F(StartUp, MakesTheClientTableTheDomainListAndTheHandleTable) {
   EXPECT_EQ(id_to_ptr(handle, &status, table), &zar_domain_list) << "the answer is the handle table";
 }
 
-TEST_F(StartUp, GoesOnWithoutAClientTable) {
+TEST_F(StartUp, ContinuesWithoutAClientTable) {
   runtime::fail_request(runtime::Service::block, 1);
   EXPECT_NE(zar_init(), 0);
   EXPECT_TRACED(error("(ERR): ZAR malloc for clients data error"));
@@ -149,14 +149,14 @@ TEST_F(Databases, ShareOnePool) {
   EXPECT_NE(out, second);
 }
 
-TEST_F(Databases, HaveTheirPoolBeforeTheArgumentIsLookedAt) {
+TEST_F(Databases, HaveTheirPoolBeforeTheArgumentIsChecked) {
   NEEDS_FRESH_PROCESS();
   EXPECT_EQ(zar_create_database(nullptr), 39U);
   EXPECT_REQUESTS("pool 0x3e00024 of 32");
   EXPECT_TRACED();
 }
 
-TEST_F(Databases, NeedAPlaceForTheResult) {
+TEST_F(Databases, NeedAnOutPlaceForTheResult) {
   zar_create_database(&out);
   forget_trace();
   take_requests();
@@ -185,7 +185,7 @@ TEST_F(Databases, WithoutARecordWriteNull) {
   EXPECT_EQ(blocks_out(0x3e00004), 0U);
 }
 
-TEST_F(Databases, StopAtTheFirstTreeThatCannotBeAllocatedAndGiveNothingBack) {
+TEST_F(Databases, StopAtTheFirstTreeThatCannotBeAllocatedAndFreeNothing) {
   for (uint64_t nth = 1; nth <= 4; ++nth) {
     SCOPED_TRACE(nth);
     const runtime::Inventory before = runtime::inventory();
@@ -201,7 +201,7 @@ TEST_F(Databases, StopAtTheFirstTreeThatCannotBeAllocatedAndGiveNothingBack) {
   }
 }
 
-TEST_F(Databases, StopAtTheFirstTreeThatCannotBeInitialisedAndGiveNothingBack) {
+TEST_F(Databases, StopAtTheFirstTreeThatCannotBeInitialisedAndFreeNothing) {
   for (uint64_t nth = 1; nth <= 4; ++nth) {
     SCOPED_TRACE(nth);
     const runtime::Inventory before = runtime::inventory();

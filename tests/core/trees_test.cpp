@@ -1,4 +1,4 @@
-// The keyed trees: comparators, the operations on each tree, and the callbacks that the trees are made with.
+// The keyed trees: comparators, the operations on each tree, and the callbacks of the trees.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr uint32_t kBefore = 0, kEqual = 1, kAfter = 2;
 
-// A record that is known by its key alone, as a probe is. The key is the caller's.
+// A record with only a key, like a probe. The key belongs to the caller.
 template <typename Record>
 Record keyed(const char *key) {
   Record record{};
@@ -117,7 +117,8 @@ struct CmapTree {
   static Line free_null() { return error("(ERR): CMAP avl: Received NULL in free cmap"); }
 };
 
-// Insertions and deletions that fail speak of class-maps, and the wrong deletion leaves its result place out.
+// The messages of failed insertions and deletions mention class-maps, and that of a wrong deletion omits its result
+// place.
 struct PmtrMapTree {
   using Record = zar_pmtr_map;
   static avl_tree *tree(const zar_db &database) { return database.pmtr_map_tree; }
@@ -384,7 +385,7 @@ template <typename Tree>
 struct MapTree : Repository {
   using Record = typename Tree::Record;
 
-  // Keys of which none begins another.
+  // Keys such that none begins with another.
   static constexpr std::array<const char *, 4> kKeys{"a:d:1", "b:d:1", "c:d:1", "d:d:1"};
   std::array<Record, 4> records{keyed<Record>(kKeys[0]), keyed<Record>(kKeys[1]), keyed<Record>(kKeys[2]),
                                 keyed<Record>(kKeys[3])};
@@ -677,7 +678,7 @@ TYPED_TEST(MapTree, IsTheOnlyTreeThatItsOperationsTouch) {
   EXPECT_EQ(size_of(TypeParam::tree(database)), 1);
 }
 
-// ---- Keys of which one begins the other
+// ---- Keys that begin with another
 
 template <typename Tree>
 struct KeyCollision : MapTree<Tree> {
@@ -860,7 +861,7 @@ TEST_P(TargetTree, NeedsAllThreeArgumentsToSearchAndToTakeOut) {
   EXPECT_EQ(targets_in(db), Handles{0x50});
 }
 
-TEST_P(TargetTree, TakesOutByHandle) {
+TEST_P(TargetTree, RemovesByHandle) {
   of.insert(db, &five);
   of.insert(db, &six);
   zar_target probe = numbered(0x50);

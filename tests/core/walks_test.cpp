@@ -1,7 +1,7 @@
 // Walks over queues while the queues change, against a model: every change at every step of every walk.
 //
-// The lists have an element twice, since shared actions may stand so. The model is a row of entries, each visited
-// or not; the order alone says which element has which entry.
+// The lists have an element twice, since shared actions may occur twice. The model is a sequence of entries, each
+// visited or not; only the order says which element has which entry.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -37,7 +37,7 @@ struct Walking : BareProcess {
   }
 };
 
-// What a walk over a list sees that changes under it.
+// The elements that a walk sees if its list changes.
 class Model {
  public:
   explicit Model(const std::vector<uint32_t> &numbers) {
@@ -45,7 +45,7 @@ class Model {
       entries_.push_back({number, true});
   }
 
-  // The next element that was there from the beginning or came between those; false at the end.
+  // The next element that was there from the beginning or was added between those; false at the end.
   bool step(uint32_t &number) {
     for (++at_; at_ < entries_.size(); ++at_) {
       if (!entries_[at_].visited) continue;
@@ -227,7 +227,7 @@ TEST_F(Walking, EndsWhereTheMemoryOfTheQueueIsGivenBack) {
   runtime::abandon(&neighbour.list);
 }
 
-TEST_F(Walking, FindsNoElementThatTheSearchTakesOut) {
+TEST_F(Walking, FindsNoElementThatTheSearchRemoves) {
   fill({0, 1, 0, 2});
   const Element *found = zar::find<Element>(queue, [this](Element &element) {
     if (element.handle != 0) return false;

@@ -1,4 +1,4 @@
-// How often the process has asked the heap for memory. Whoever links allocations.cpp replaces operator new.
+// How often the process has requested memory from the heap. A program that links allocations.cpp replaces operator new.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// A vocabulary for tests of the engine: policies made of filters and actions that a test scripts.
+// Helpers for tests of the engine: policies with scripted filters and actions.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 
 namespace test {
 
-// Data of a filter: what the test wants it to answer.
+// Data of a filter: the result that the test wants.
 struct ScriptedFilter {
   std::function<bool(engine::Run &)> matches;
   uint32_t handle = 0;
@@ -50,7 +50,7 @@ class EngineTest : public testing::Test {
     return filter([matches](engine::Run &) { return matches; });
   }
   ScriptedFilter &filter(std::function<bool(engine::Run &)> matches);
-  // An action that writes its name down in 'ran', then answers 'result'.
+  // An action that appends its name to 'ran', then returns 'result'.
   ScriptedAction &action(const std::string &name, uint32_t result = 0);
   ScriptedAction &action(const std::string &name, std::function<uint32_t(engine::Run &)> run);
 

@@ -26,7 +26,7 @@ class ClassMapEvaluation : public test::EngineTest {
   int policies_ = 0;
 };
 
-// Bit n of 'answers' is what filter n answers, bit n of 'inverted' whether it is a no-match filter.
+// Bit n of 'answers' is the result of filter n, bit n of 'inverted' whether it is a no-match filter.
 bool expected(uint32_t match, unsigned filters, unsigned answers, unsigned inverted) {
   const unsigned all = (1U << filters) - 1;
   const unsigned holds = (answers ^ inverted) & all;

@@ -1,4 +1,4 @@
-// Which policies, events, rules and actions an event reaches, in which order, and what comes of it.
+// Which policies, events, rules and actions an event reaches, in which order, and the outcome.
 #include "allocations.h"
 #include "engine_fixture.h"
 #include "platform/engine.h"
@@ -45,7 +45,7 @@ TEST_F(Events, ReachOnlyThePoliciesThatAreActiveOnTheirTarget) {
   EXPECT_EQ(ran, "gold");
 }
 
-TEST_F(Events, PassOverPoliciesThatAreNotControl) {
+TEST_F(Events, SkipPoliciesThatAreNotControl) {
   const uint32_t marking = policy("marking", kOther);
   const zar_map_info marking_info = info("marking", kOther);
   const zar_map_info class_info = info("voice");
@@ -273,7 +273,7 @@ TEST_F(Events, SeeAPolicyAsItStandsWhenTheyAreRaised) {
   EXPECT_EQ(ran, "new");
 }
 
-// The measure is what the whole process takes from the heap and what the library asks of the runtime.
+// This measures the heap requests of the whole process and the library's requests to the runtime.
 TEST_F(Events, AllocateNothing) {
   const engine::AttributeId mark = engine::register_attribute("mark");
   const engine::AttributeId count = engine::register_attribute("count");

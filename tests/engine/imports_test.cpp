@@ -1,4 +1,4 @@
-// What the library imports of the engine: instances, texts, types.
+// What the library imports from the engine: instances, texts, types.
 #include <gtest/gtest.h>
 
 #include "engine/engine.h"

@@ -1,11 +1,11 @@
-// What an observer is told, and in which order.
+// The notifications of an observer, and their order.
 #include "engine_fixture.h"
 
 namespace {
 
 using engine::Run;
 
-// Writes down what it is told, a line a call.
+// Records its notifications, one line per call.
 class Diary final : public engine::Observer {
  public:
   std::string text;

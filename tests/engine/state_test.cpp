@@ -1,4 +1,4 @@
-// What the engine keeps beside the repository, and that it gives it back.
+// What the engine keeps in addition to the repository, and that it frees it.
 #include "engine_fixture.h"
 
 #include "platform/engine.h"

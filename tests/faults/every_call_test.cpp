@@ -1,11 +1,11 @@
-// Every operation with every one of its platform requests failing: in sequences of calls that build repositories, each call
-// is made with its first request failing, in a repository of its own, then with its second, until none is left; once, and
-// from that request on. After each the call must have said so, the repository must be as it was, nothing may have leaked,
-// and the same call must succeed; what operations leave otherwise is told in one table (fuzz/partial.cpp).
+// Every operation with every one of its platform requests failing: in sequences of calls that build repositories, each
+// call is made with its first request failing, in its own repository, then with its second, until none is left; once,
+// and from that request on. Each time the call must report it, the repository must be unchanged, nothing may leak, and
+// the same call must then succeed; one table (fuzz/partial.cpp) lists the exceptions.
 //
 //   faults_every_call [--sequences N] [--seed S] [--pairs yes]
 //
-// With pairs the call that is made once more meets a second fault, at every request in turn.
+// With pairs the repeated call has a second fault, at every request in turn.
 #include <algorithm>
 #include <cstdio>
 #include <map>
@@ -39,7 +39,7 @@ struct Tally {
   std::set<calls::Op> partial;
 };
 
-// What the sequences are too short to come to by chance: shared actions, texts and listings, handlers that are told.
+// What the sequences are too short to reach by chance: shared actions, texts and listings, notified handlers.
 Calls particular_calls() {
   using enum calls::Op;
   const std::vector<calls::Call> more = {
@@ -108,7 +108,7 @@ Came try_plan(const Calls &calls, size_t at, const fuzz::FaultPlan &plan, Tally 
   std::vector<std::string> told;
   fuzz::Options options;
   options.lines = &told;
-  options.look_every = 1000;  // what is looked at is the call with the fault
+  options.look_every = 1000;  // only the call with the fault is checked
   fuzz::Session session(options);
   for (size_t i = 0; i < at; ++i)
     if (!session.step(calls[i])) break;

@@ -27,7 +27,7 @@ Names names_in_headers() {
 Names names_in_table() {
   Names names;
   for (const Row &row : rows())
-    EXPECT_TRUE(names.insert(row.operation + " " + row.argument).second) << row.operation << " stands there twice";
+    EXPECT_TRUE(names.insert(row.operation + " " + row.argument).second) << row.operation << " is there twice";
   return names;
 }
 

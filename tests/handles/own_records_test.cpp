@@ -63,7 +63,8 @@ TEST_F(OwnRecords, APolicyMapIsStoredUnderItsOwnKey) {
   EXPECT_EQ(zar_avl_delete_pmap(db, &own, &removed), 1U);
 }
 
-// The client hears of each target, though the library never issued the handle and cannot see when the record goes.
+// The client is notified of each target, although the library did not issue the handle and cannot detect when the
+// record is freed.
 TEST_F(OwnRecords, APolicyMapThatIsDeletedIsReportedToItsClient) {
   for (const bool by_name : {true, false}) {
     SCOPED_TRACE(by_name ? "by name" : "by handle");
@@ -86,7 +87,7 @@ TEST_F(OwnRecords, APolicyMapThatIsDeletedIsReportedToItsClient) {
   }
 }
 
-// A released handle of the caller's is as dead as any other.
+// A caller's released handle is as dead as any other.
 TEST_F(OwnRecords, AReleasedHandleIsRefused) {
   zar_cmap own{};
   own.handle = zar_handle_alloc(&own);

@@ -39,7 +39,7 @@ uint64_t given_and_freed(char *text) {
   return text != nullptr;
 }
 
-// ---- What the operations say of a handle without context
+// ---- The messages of the operations for a handle without context
 
 Line no_pmap(const char *name) {
   return info("(info): %s: Error: input pmap context cannot be NULL", name);
@@ -66,7 +66,7 @@ Line no_pmtr_map(const char *name) {
   return error("(ERR): %s: input pmtr-map handle context cannot be NULL", name);
 }
 
-// ---- What they say of other things before they come to the handle, or after it
+// ---- Their other messages before or after the check of the handle
 
 Line in_own_database(const char *name) {
   return info("(info): %s: using client specific database", name);
@@ -112,7 +112,7 @@ Rows of_handles() {
   };
 }
 
-// Any kind of map may be stored as any other, and a walk over maps gets past it.
+// Any kind of map may be stored as any other, and a walk over maps skips it.
 Rows of_stores_and_tree_walks() {
   return {
       row(OPERATION(zar_store_policy, pmap), kMaps, spare, CALL(zar_store_policy(s.one, h)),
@@ -329,7 +329,7 @@ Rows of_targets() {
   };
 }
 
-// The cursor of the walk over active policies is only compared. Deactivation by type looks at nothing.
+// The cursor of the walk over active policies is only compared. Deactivation by type checks nothing.
 Rows of_activation() {
   return {
       row(OPERATION(zar_activate_policy, pmap), kPmap, linked, CALL(zar_activate_policy(s.one, h, s.spare.target)),
@@ -440,7 +440,7 @@ Rows of_queue_walks() {
   };
 }
 
-// An accessor has no name to speak under.
+// An accessor traces under no name.
 Rows of_accessors() {
   return {
       row(OPERATION(zar_get_pmap_target_count, pmap), kPmap, linked, CALL(zar_get_pmap_target_count(h)),
@@ -499,7 +499,7 @@ Rows of_accessors() {
   };
 }
 
-// A notification without an action is no fault.
+// A notification without an action is not an error.
 Rows of_notifications() {
   return {
       row(OPERATION(zar_shim_action_added_removed, action), kAction, linked,
@@ -550,7 +550,7 @@ Rows of_parameter_maps() {
           CALL(kel_pmtr_map_get_filter_expr_by_type(h, kMapIndex, "expr", s.text)),
           {39, SAYS(look_up, no_pmtr_map("get_pmtr_filter_expr_by_type"))}),
 
-      // The compare table takes a class-map that is not there for one without filters.
+      // The compare table treats a missing class-map like one without filters.
       row(OPERATION(zar_init_internal_cmap_compare, cmap), kCmap, linked, CALL((zar_init_internal_cmap_compare(h), 0)),
           {0, SAYS(look_up)}),
       row(OPERATION(zar_add_to_internal_cmap_compare, cmap), kCmap, linked,
@@ -561,7 +561,7 @@ Rows of_parameter_maps() {
 
 Rows of_parameter_map_actions() {
   return {
-      // The context is freed whether an action comes of it or not.
+      // The context is freed whether or not an action is created from it.
       row(OPERATION(zar_pmtr_map_create_action, pmtr_map), kPmtrMap, linked,
           CALL(zar_pmtr_map_create_action(h, kMapIndex, 3, 0, &s.action_twin)),
           {0, SAYS(look_up, no_pmtr_map("retrieve_action_num_in_pmtr_stmt_action"),

@@ -11,7 +11,7 @@
 
 namespace handles {
 
-// Where the handle that the operation is there for comes from.
+// The origin of the operation's main handle.
 enum class Subject { linked, spare, stored_cmap_alone, statement_action };
 
 using Call = uint64_t (*)(Scene &scene, uint32_t handle);
@@ -19,7 +19,7 @@ using Call = uint64_t (*)(Scene &scene, uint32_t handle);
 using Says = Lines (*)(Scene &scene, uint32_t handle);
 inline const Line look_up{0, ""};
 
-// What a call with a handle that it does not take answers, says, and leaves in the result place.
+// The result, the messages and the contents of the result place of a call with a handle that it must refuse.
 struct Refusal {
   uint64_t answer;
   Says says;
@@ -29,12 +29,12 @@ struct Refusal {
 struct Row {
   std::string operation;
   std::string argument;
-  std::vector<Kind> kinds;  // that the argument may name; none: whatever it names, it is the same
+  std::vector<Kind> kinds;  // that the argument may name; none: it makes no difference what it names
   Subject subject;
   Call call;  // with the handle in this argument, and good values in all others
   Refusal refusal;
   uint64_t accepted = 0;             // the answer for a handle of the right kind
-  std::optional<Refusal> of_zero{};  // where 0 is told apart from other handles that name nothing
+  std::optional<Refusal> of_zero{};  // if 0 is treated differently from other handles that name nothing
   std::vector<std::string> calls{};  // that a refusing operation makes of callbacks
 };
 

@@ -82,7 +82,7 @@ Scene::Scene() {
   rig::take_calls();
 }
 
-// The next scene starts the repository anew, which loses this one. It is kept in sight, so that only real leaks show.
+// The next scene starts the repository again, which loses this one. It is kept reachable, so that only real leaks show.
 Scene::~Scene() {
   static std::vector<const void *> past;
   past.push_back(zar_clients_info);
@@ -226,7 +226,7 @@ std::vector<Stranger> handles_of_nothing(Scene &scene, Kind kind) {
   [[maybe_unused]] const void *place = rig::World::at<void>(replaced);
   scene.end(kind, replaced);
   const uint32_t successor = scene.make(kind);
-  // A pool gives out again what came back to it last. On the heap, for the sanitizers, it does not.
+  // A pool reuses the record that was returned last. On the heap, for the sanitizers, it does not.
   if constexpr (!ZAR_RECORDS_ON_HEAP) {
     EXPECT_EQ(rig::World::at<void>(successor), place);
   }

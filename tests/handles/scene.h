@@ -1,4 +1,4 @@
-// A repository in which every kind of record is there: once at work, linked with others, and once set aside.
+// A repository with every kind of record: one in use, linked with others, and one set aside.
 #pragma once
 
 #include <array>
@@ -32,10 +32,10 @@ struct Scene : rig::World {
   Scene();
   ~Scene();
 
-  // In force: a stored CONTROL policy-map with an event, a rule, an action and a class-map with a filter, active on a
+  // In use: a stored CONTROL policy-map with an event, a rule, an action and a class-map with a filter, active on a
   // target with a policy context; and a stored parameter-map with two statements, of which the first has two actions.
   Objects linked{};
-  // Records that nothing refers to, but for the rule, which stands under an event of its own, and the target.
+  // Records that nothing refers to, except the rule, which is under its own event, and the target.
   Objects spare{};
   uint32_t stored_cmap_alone = 0;  // a stored class-map that no policy-map uses
   uint32_t statement_action = 0;   // the first action of the first statement

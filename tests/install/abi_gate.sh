@@ -1,12 +1,12 @@
 #!/bin/sh
-# The check of the binary interface refuses a library in which something went or changed, and lets additions pass.
+# The check of the binary interface refuses a library in which something was removed or changed, and allows additions.
 #   abi_gate.sh CHECK_ABI LIBRARY DESCRIPTION
 set -eu
 check=$1 library=$2 description=$3
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# Where nobody described the interface the check says so and is skipped, as this test is.
+# Without a description of the interface the check reports this and is skipped, like this test.
 status=0
 "$check" "$library" "$scratch/none.abi" 2> "$scratch/report" || status=$?
 test "$status" -eq 77 && grep -q "^check-abi: skipped: there is no $scratch/none.abi" "$scratch/report" || {
@@ -15,7 +15,7 @@ test "$status" -eq 77 && grep -q "^check-abi: skipped: there is no $scratch/none
 }
 test -e "$description" || exit 77
 
-# The library is held against a description of another release, made by an edit that must have taken place.
+# The library is compared with the description of another release, produced by an edit that must have applied.
 described_as() {
   sed "$1" "$description" > "$scratch/other.abi"
   if cmp -s "$description" "$scratch/other.abi"; then
@@ -34,7 +34,7 @@ refuses() {
 refuses "s/name='zar_handle_alloc'/name='zar_handle_obtain'/" "an operation of the other release is gone"
 refuses "s/name='zar_clients_info'/name='zar_clients_table'/" "data of the other release is gone"
 
-# Types are known only where there is debug information.
+# Types are known only if there is debug information.
 if readelf -S "$library" | grep -q '\.debug_info'; then
   refuses "s/\(class-decl name='zar_pmap' size-in-bits='\)[0-9]*/\18/" "a record has another size"
 fi

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The descriptions of the binary interface for the supported machines differ in nothing but the name of the machine.
+# The descriptions of the binary interface for the supported machines differ only in the name of the machine.
 #   abi_machines.sh FOLDER
 set -eu
 cd "$1"

@@ -40,7 +40,7 @@ compiles loading "$@" -DCONSUMER_LOADS
 "$linker" "$@" "$scratch"/loading/*.o -rdynamic -ldl -o "$scratch/loading/host"
 runs "$scratch/loading/host" "$prefix/$libdir/libzar.so.1"
 
-# A program that does not export the imports cannot load the library, and learns why.
+# A program that does not export the imports cannot load the library, and gets the reason.
 "$linker" "$@" "$scratch"/loading/*.o -ldl -o "$scratch/loading/secretive"
 if "$scratch/loading/secretive" "$prefix/$libdir/libzar.so.1" 2> "$scratch/message"; then
   fail "the library was loaded without its imports"

@@ -1,6 +1,6 @@
 #!/bin/sh
 # A host in C++20 is built with find_package from an installation and runs there, linked with the library and loading it.
-# Its platform runtime passes the check that was installed beside the library.
+# Its platform runtime passes the check that was installed with the library.
 #   consumer_cpp.sh PREFIX LIBDIR CMAKE OPTION...     with the options CMake configures the host
 set -eu
 prefix=$1 libdir=$2 cmake=$3

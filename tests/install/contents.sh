@@ -1,7 +1,7 @@
 #!/bin/sh
-# An installation holds what its components promise.
+# Checks that an installation contains what its components promise.
 #   contents.sh PREFIX LIBDIR VERSION ROOT all|library
-# With 'library' there is the library and what its developers need, and none of the tools.
+# With 'library' there are the library and what its developers need, and none of the tools.
 set -eu
 prefix=$1 libdir=$2 version=$3 root=$4 installed=$5
 
@@ -19,30 +19,30 @@ holds "$libdir/libzar.so" "$libdir/libzar.so.1" "$libdir/libzar.so.$version" "$l
   share/doc/zar/README.md share/doc/zar/embedding.md share/doc/zar/abi.md share/doc/zar/platform.md \
   share/doc/zar/CHANGELOG.md
 
-# Every header of the sources is there, and nothing else stands among the headers.
+# Every header of the sources is installed, and nothing else is among the headers.
 for file in "$root"/include/zar/*.h; do holds "include/zar/$(basename "$file")"; done
 for file in "$root"/platform/*.h; do holds "include/zar/platform/$(basename "$file")"; done
 wanted=$(cd "$root" && ls include/zar/*.h platform/*.h | wc -l)
 found=$(find "$prefix/include" -type f | wc -l)
 test "$wanted" -eq "$found" || fail "$found files among the headers instead of $wanted"
 
-# The documents lead to each other and to their pictures.
+# The links between the documents work.
 astray=$(cd "$prefix/share/doc/zar" && grep -oE '\]\([^):#]+' ./*.md | sed 's/:](/ /' | while read -r page link; do
   test -e "$link" || echo "$page leads to $link"
 done)
 test -z "$astray" || fail "$astray"
 
-# Nothing leads back to where it was built.
+# Nothing refers to the build folder.
 for file in "$prefix/$libdir/pkgconfig/zar.pc" "$prefix/$libdir"/cmake/zar/*; do
   if grep -qF "$root" "$file"; then fail "$file names the sources"; fi
 done
 
-# Its files find each other also when the whole tree has moved.
+# Its files still find each other after the whole tree has moved.
 moved=$(mktemp -d)
 trap 'rm -rf "$moved"' EXIT
 cp -a "$prefix" "$moved/elsewhere"
 test "$(PKG_CONFIG_PATH=$moved/elsewhere/$libdir/pkgconfig pkg-config --modversion zar)" = "$version" ||
-  fail "zar.pc tells another version"
+  fail "zar.pc has another version"
 
 if test "$installed" = library; then
   for file in bin "$libdir/zar" share/man/man1 share/man/man5 share/zar share/doc/zar/examples; do

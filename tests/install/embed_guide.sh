@@ -1,5 +1,5 @@
 #!/bin/sh
-# The guide to the example shows the output that the example has, and the example is as short as the guide says.
+# The guide to the example shows the example's output, and the example is as short as the guide says.
 #   embed_guide.sh ROOT
 set -eu
 cd "$1"
@@ -11,7 +11,7 @@ sed -n '/^## What it prints/,/^## What to mind/s/^    //p' docs/embedding.md | d
 lines=$(cat examples/embed/*.c | wc -l)
 test "$lines" -lt 300 || { echo "the example has $lines lines" >&2; exit 1; }
 
-# What the guide quotes of the sources stands there.
+# The guide quotes the sources correctly.
 sed -n '/^## The engine/,/^## From start-up/s/^    //p' docs/embedding.md > "$scratch/quoted"
 test -s "$scratch/quoted"
 while read -r line; do

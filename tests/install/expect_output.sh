@@ -1,5 +1,5 @@
 #!/bin/sh
-# A program ends with 0 and prints exactly what a file holds.
+# Checks that a program exits with 0 and prints exactly the contents of a file.
 #   expect_output.sh EXPECTED PROGRAM [ARGUMENT ...]
 set -eu
 expected=$1

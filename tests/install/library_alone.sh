@@ -1,5 +1,5 @@
 #!/bin/sh
-# The library builds, passes its tests and is installed where CMake finds no other library.
+# Checks that the library builds, passes its tests and is installed if CMake finds no other library.
 #   library_alone.sh CMAKE CTEST ROOT OPTION...     with the options CMake configures it
 set -eu
 cmake=$1 ctest=$2 root=$3
@@ -7,7 +7,7 @@ shift 3
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# Says what a step printed only if it fails.
+# Shows the output of a step only if it fails.
 quietly() {
   "$@" > "$scratch/log" 2>&1 || { cat "$scratch/log"; exit 1; }
 }

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The guides and manual pages name only operations and imports that there are, and the guide for porters names all imports.
+# The guides and manual pages name only existing operations and imports, and the guide for porters names all imports.
 #   names.sh ROOT
 set -eu
 export LC_ALL=C
@@ -19,7 +19,7 @@ names_in() {
 names_in include/zar/*.h platform/*.h examples/*/*.[ch] cmake/*.in > "$scratch/known"
 for file in docs/embedding.md docs/platform.md docs/abi.md docs/man/zar.3.scd docs/api/pages/*.dox; do
   names_in "$file" | grep -vx -e zar_new_operation | comm -13 "$scratch/known" - > "$scratch/found"
-  test ! -s "$scratch/found" || fail "$file names what there is not"
+  test ! -s "$scratch/found" || fail "$file names what does not exist"
 done
 
 grep -v '^#' tests/build/imports.txt | sort > "$scratch/imports"
@@ -27,4 +27,4 @@ test -s "$scratch/imports" || fail "the list of imports is empty"
 while read -r import; do
   grep -qw "$import" docs/platform.md || echo "$import"
 done < "$scratch/imports" | grep -v 'get_string_short$' > "$scratch/found" || true
-test ! -s "$scratch/found" || fail "docs/platform.md does not tell about these imports"
+test ! -s "$scratch/found" || fail "docs/platform.md does not describe these imports"

@@ -1,7 +1,7 @@
 #!/bin/sh
-# The Debian packages hold what they should, depend on what they should, and share no file.
+# Checks that the Debian packages contain what they should, depend on what they should, and share no file.
 #   packages.sh CPACK CONFIG VERSION LIBDIR all|library
-# With 'library' there are the two of the library and none with the tools.
+# With 'library' there are the two packages of the library and none with the tools.
 set -eu
 export LC_ALL=C
 cpack=$1 config=$2 version=$3 libdir=$4 built=$5
@@ -29,7 +29,7 @@ list() {
 field() {
   dpkg-deb -f "$(file_of "$1")" "$2"
 }
-# The package holds each of these, given as patterns of whole paths.
+# The package contains each of these, given as patterns of whole paths.
 holds() {
   package=$1
   shift
@@ -49,12 +49,12 @@ for package in $packages; do
     fail "$package is summed up as '$(field "$package" Description | head -n 1)'"
 done
 
-# The library alone, ready for a daemon: nothing else in it but what every package tells about itself.
+# The library alone, ready for a daemon: nothing else but the documents that every package has.
 test "$(grep -v '^usr/share/doc/libzar1/' "$scratch/libzar1")" = "usr/$libdir/libzar.so.1
 usr/$libdir/libzar.so.$version" || { cat "$scratch/libzar1"; fail "libzar1 holds more or less than the library"; }
 depends libzar1 libc6
 dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./shlibs | grep -q '^libzar 1 libzar1' ||
-  fail "libzar1 does not tell which package brings libzar.so.1"
+  fail "libzar1 does not say which package contains libzar.so.1"
 dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./triggers | grep -qx 'activate-noawait ldconfig' ||
   fail "libzar1 does not have the loader's cache renewed"
 dpkg-deb --fsys-tarfile "$(file_of libzar1)" | tar -xO "./usr/$libdir/libzar.so.$version" > "$scratch/library"

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs the Debian packages on a system that has nothing of them, uses what they bring as its users do, and purges them.
-# It installs and removes packages of the system: it is for a system made for this.
+# Installs the Debian packages on a system without them, uses their contents as users do, and purges them. It installs
+# and removes packages of the system: run it only on a system made for this.
 #   use_packages.sh FOLDER         FOLDER holds the three .deb files
 set -eu
 export LC_ALL=C DEBIAN_FRONTEND=noninteractive
@@ -15,13 +15,13 @@ fail() {
   exit 1
 }
 install() { apt-get install -y -qq --no-install-recommends "$@" >"$scratch/apt" 2>&1 || { cat "$scratch/apt"; fail "cannot install $*"; }; }
-# Every file but what the package system and its hooks write for themselves.
+# Every file except those that the package system and its hooks write for themselves.
 files() {
   find / -xdev \( -path /tmp -o -path /proc -o -path /sys -o -path /dev -o -path /root -o -path /home -o -path /var/cache \
     -o -path /var/log -o -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o -print | sort
 }
 
-# What they depend on, and what their users have, is there before them, so that only they come and go.
+# Their dependencies, and the tools of their users, are installed first, so that only the packages come and go.
 apt-get update -qq
 install man-db bash-completion zsh pkg-config cmake make g++
 dependencies=$(apt-get install --simulate --no-install-recommends "$packages"/*.deb |

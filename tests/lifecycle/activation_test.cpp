@@ -1,4 +1,4 @@
-// Activation of policy-maps on targets, deactivation, and the questions what is active where.
+// Activation of policy-maps on targets, deactivation, and reading what is active where.
 #include <algorithm>
 #include <utility>
 
@@ -38,7 +38,7 @@ struct Activation : Lifecycle {
     }
     return {};
   }
-  // An action of that name, in a rule of its own, whose handler is told.
+  // An action of that name, in its own rule, whose handler is notified.
   uint32_t handler_of(uint32_t pmap_handle, const char *name) {
     return action_in(rule(event_in(pmap_handle, 1), cmap(name)), name);
   }
@@ -701,7 +701,7 @@ TEST_F(RetrievingFromTarget, ChecksEverythingBeforeItRefuses) {
       expected = lines(expected, told(kName, state));
       if (no_info) expected.push_back(no_map_info(kName));
       if (no_place) expected.push_back(no_place_for_pmap(kName));
-      // The look-up is made all the same, into a place of its own.
+      // The look-up is still made, into its own place.
       if (bad_clid) expected.push_back(lookup_refused(0));
       if (no_info) expected.push_back(no_map_info("retrieve_policy"));
       if (!bad_clid && !no_info) expected = lines(expected, found_policy(kSilver));
@@ -901,7 +901,7 @@ TEST_F(Activation, BothSidesAgreeAfterEverySequenceOfFourSteps) {
 
 // ---- Under faults
 
-// What activating answers when this request is the first to fail. Without its list, a handler is just not told.
+// The result of activating if this request is the first to fail. Without its list, a handler is just not notified.
 uint32_t status_of_activating(const FaultClock &clock) {
   return clock.failed_in(runtime::Service::record) || clock.failed_in(runtime::Service::pool) ? 38 : 0;
 }

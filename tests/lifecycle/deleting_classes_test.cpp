@@ -200,8 +200,8 @@ TEST_F(DeletingUnstoredClasses, LeaveAStoredOneInTheTree) {
   const void *record = at<zar_cmap>(voice);
   EXPECT_EQ(zar_delete_class(voice), 0U);
   EXPECT_FALSE(live(voice));
-  EXPECT_EQ(static_cast<const void *>(db->cmap_tree->top.parent), record) << "the tree holds what is gone";
-  // Nothing may look at this tree any more.
+  EXPECT_EQ(static_cast<const void *>(db->cmap_tree->top.parent), record) << "the tree holds a deleted record";
+  // This tree must not be read any more.
   db->cmap_tree->top.parent = nullptr;
 }
 
@@ -244,7 +244,7 @@ TEST_P(DeletingStoredClasses, NeedsAValidClient) {
 
 TEST_P(DeletingStoredClasses, NeedsADatabase) {
   const uint32_t voice = stored_cmap("voice");
-  // The database is sought before the references are looked at.
+  // The database is looked up before the references are checked.
   rule(event_in(pmap("gold"), 1), voice);
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(37U, delete_class(one, voice, "voice"));
@@ -322,7 +322,7 @@ TEST_F(DeletingClassesByHandle, FailWithoutATree) {
 }
 
 TEST_F(DeletingClassesByHandle, FindTheRecordBehindOneWhoseKeyItExtends) {
-  // The third one turns the tree, so that the search for the long key meets the short one first.
+  // The third one rotates the tree, so that the search for the long key finds the short one first.
   const uint32_t longer = stored_cmap("voice:d1", {.domain = "1x"});
   const uint32_t shorter = stored_cmap("voice"), least = stored_cmap("audio");
   EXPECT_EQ(zar_delete_stored_class(one, longer), 0U);
@@ -450,7 +450,7 @@ TEST_F(DeletingClassesByName, UnlinkARecordOfAnotherKindAndRefuseIt) {
   EXPECT_EQ(everything(), before);
 }
 
-// ---- Under faults: what a class-map took is given back, and giving back asks for nothing that could fail.
+// ---- Under faults: a class-map's resources are freed, which requests nothing that could fail.
 
 TEST(DeletingClassesUnderFaults, NeedsNothing) {
   for_each_fault([](FaultClock &clock) {

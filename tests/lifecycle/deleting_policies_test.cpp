@@ -145,7 +145,7 @@ TEST_F(DeletingPolicies, AreDeactivatedWhenTheirEventsAreGone) {
   hear_removals(one);
 
   EXPECT_EQ(zar_delete_policy(gold), 0U);
-  // No handler is told of the deactivation, and neither is the client.
+  // Neither the handlers nor the client are notified of the deactivation.
   EXPECT_CALLS("free permit", instance_sought(first, kGold), instance_deleted(first, kGold),
                instance_sought(second, kGold), instance_deleted(second, kGold));
   NEEDS_TRACE();
@@ -199,8 +199,8 @@ TEST_F(DeletingPolicies, StayInTheTreeOfWhichNothingIsAsked) {
   const void *record = at<zar_pmap>(gold);
   EXPECT_EQ(zar_delete_policy(gold), 0U);
   EXPECT_TRACED(deleted(gold));
-  EXPECT_EQ(static_cast<const void *>(db->pmap_tree->top.parent), record) << "the tree holds what is gone";
-  // Nothing may look at this tree any more.
+  EXPECT_EQ(static_cast<const void *>(db->pmap_tree->top.parent), record) << "the tree holds a deleted record";
+  // This tree must not be read any more.
   db->pmap_tree->top.parent = nullptr;
 }
 
@@ -462,7 +462,7 @@ TEST_P(DeletingStoredPolicies, DropsATargetThatHasLostItsInformation) {
   drop_target(one, broken);
 }
 
-// ---- What callbacks do meanwhile
+// ---- What callbacks do during the deletion
 
 TEST_P(DeletingStoredPolicies, ReportsNoTargetThatTheCallbackHasDeleted) {
   // Each of three targets deletes each.
@@ -978,7 +978,7 @@ TEST_F(PolicyQueries, NothingHasNoName) {
   }
 }
 
-// ---- Under faults: a deletion needs memory only to tell handlers, and succeeds without.
+// ---- Under faults: a deletion needs memory only to notify handlers, and succeeds without it.
 
 TEST(DeletingPoliciesUnderFaults, GoesThroughWithFewerHandlersTold) {
   for_each_fault([](FaultClock &clock) {

@@ -22,7 +22,7 @@ constexpr uint32_t kUntouched = 0xabcd;
 struct Iteration : Lifecycle {
   uint32_t out = kUntouched;
 
-  // What the walk gives, first to last; the calls are expected to succeed.
+  // The results of the walk, first to last; the calls are expected to succeed.
   template <typename First, typename Next>
   static Handles walk(First first, Next next) {
     const Quiet quiet;
@@ -145,7 +145,7 @@ TYPED_TEST(TreeWalks, GiveHandle0InAnEmptyTree) {
   EXPECT_EQ(take_trace(), lines(own_database(TypeParam::kFirst), TypeParam::empty()));
 }
 
-// The tree has said that there is none before the place is written.
+// The tree has reported that there is none before the place is written.
 TYPED_TEST(TreeWalks, WriteThePlaceBeforeTheirLastMessage) {
   NEEDS_TRACE();
   const auto first = [this] { TypeParam::first(this->one, &this->out); };
@@ -507,7 +507,7 @@ TYPED_TEST(ListWalks, EndQuietlyWhenTheCurrentElementIsGone) {
   EXPECT_EQ(this->walked(), (Handles{order[0], order[2]}));
 }
 
-// The trace of a cursor, gone or found, comes before the place is written, the outcome after it.
+// A cursor is traced, as gone or found, before the place is written, and the outcome afterwards.
 TYPED_TEST(ListWalks, WriteThePlaceOnceTheCurrentElementIsTold) {
   NEEDS_TRACE();
   const Handles order{this->add(1), this->add(2)};
@@ -592,7 +592,7 @@ TYPED_TEST(ListWalks, NeedWhatHoldsTheList) {
   EXPECT_EQ(this->out, kUntouched);
 }
 
-// ---- What is particular
+// ---- Particular cases
 
 using EventWalks = ListWalks<EventWalk>;
 

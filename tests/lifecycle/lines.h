@@ -127,7 +127,7 @@ inline Line instance_not_deleted(const char *policy) {
   return error("(ERR): remove_pmap_from_target: Error: pmap:%s could not delete policy instance", policy);
 }
 
-// The client hears of policy-maps that were taken off targets, as calls "removed target:0x.. pmap:0x..".
+// The client is notified of policy-maps removed from targets, as calls "removed target:0x.. pmap:0x..".
 inline void hear_removals(uint32_t clid) {
   const Quiet quiet;
   EXPECT_EQ(zar_client_register_target_policy_removal_vector(clid, policy_removed), 0U);
@@ -136,7 +136,7 @@ inline std::string removal(uint32_t target, uint32_t pmap) {
   return text("removed target:0x%x pmap:0x%x", target, pmap);
 }
 
-// Takes a target out of its tree and deletes it, without trace and calls.
+// Removes a target from its tree and deletes it, without trace and calls.
 inline void drop_target(uint32_t clid, uint32_t target) {
   const Quiet quiet;
   zar_target_info *target_info = nullptr;

@@ -62,14 +62,14 @@ TEST_F(DeactivatingAll, LeavesWhatTheLastHandlerActivates) {
   EXPECT_EQ(active_on(interface), (Handles{iron, gold}));
 }
 
-TEST_F(DeactivatingAll, PassesOverAPolicyThatAHandlerDeletes) {
+TEST_F(DeactivatingAll, SkipsAPolicyThatAHandlerDeletes) {
   once_inside(data_of_action(permit), [this] { EXPECT_EQ(zar_delete_stored_policy(one, silver), 0U); });
   EXPECT_EQ(deactivate_all(), 0U);
   EXPECT_EQ(active_on(interface), Handles{});
   EXPECT_TRUE(engine().instances().empty());
 }
 
-TEST_F(DeactivatingAll, PassesOverATargetThatAHandlerDeletes) {
+TEST_F(DeactivatingAll, SkipsATargetThatAHandlerDeletes) {
   const uint32_t second = target(gold, 8), third = target(gold, 9);
   once_inside(data_of_action(permit), [this, second] { drop_target(one, second); });
   EXPECT_EQ(zar_deactivate_policy_by_handle_from_all_targets(one, gold), 0U);
@@ -103,7 +103,7 @@ TEST_F(DeactivatingAll, AtTheEndOfATargetKeepsItsRecordOutOfTheTrees) {
               [this, &inserted] { inserted = zar_avl_insert_target_client_db(db, at<zar_target>(interface)); });
   drop_target(one, interface);
   EXPECT_EQ(inserted, 0U);
-  EXPECT_EQ(zar_destroy_database(db), 0U) << "nothing that is gone stands in its trees";
+  EXPECT_EQ(zar_destroy_database(db), 0U) << "its trees hold no deleted record";
   for (const uint32_t each : {gold, silver, bronze, iron})
     note(Kind::pmap, each);
   for (const uint32_t each : {permit, drop})

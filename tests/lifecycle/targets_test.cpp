@@ -1,4 +1,4 @@
-// Targets and their policy contexts: how a target comes with its first policy-map, leaves its tree, and is freed.
+// Targets and their policy contexts: how a target is created with its first policy-map, leaves its tree, and is freed.
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
@@ -118,7 +118,7 @@ TEST_F(AddingTargets, AcceptsOneInformationTwice) {
   EXPECT_EQ(targets_of(gold), (Handles{out, second}));
 }
 
-TEST_F(AddingTargets, TellsTheHandlersOfEveryEventInOrder) {
+TEST_F(AddingTargets, NotifiesTheHandlersOfEveryEventInOrder) {
   const uint32_t gold = pmap("gold");
   const uint32_t start = event_in(gold, 1);
   const uint32_t first = rule(start, cmap("voice"));
@@ -471,7 +471,7 @@ TEST_F(PolicyContexts, NeedAHandle) {
   EXPECT_NE(zar_create_policy_context(interface), nullptr);
 }
 
-TEST_F(PolicyContexts, AreFoundInSilence) {
+TEST_F(PolicyContexts, AreFoundSilently) {
   const uint32_t interface = target(pmap("gold"));
   EXPECT_REFUSED(nullptr, zar_retrieve_policy_context(interface));
   EXPECT_TRACED();
@@ -549,7 +549,7 @@ TEST_F(RemovingTargets, ChecksTheClientFirstAndRefusesLast) {
   EXPECT_EQ(out, untouched);
 }
 
-TEST_F(RemovingTargets, NeedsAPlaceForTheInformation) {
+TEST_F(RemovingTargets, NeedsAnOutPlaceForTheInformation) {
   const uint32_t interface = target(pmap("gold"));
   EXPECT_REFUSED(39U, zar_remove_target(one, interface, nullptr));
   NEEDS_TRACE();
@@ -714,7 +714,7 @@ TEST_F(DeletingTargets, LetsTheEngineFreeItsContextFirst) {
   forget_trace();
   engine().on_call = [&](const std::string &call) {
     if (call != ae_context_freed(this)) return;
-    EXPECT_FALSE(live(interface)) << "the target's handle is gone";
+    EXPECT_FALSE(live(interface)) << "the target's handle is released";
     EXPECT_TRUE(live(context_handle)) << "that of the context is not";
     EXPECT_EQ(targets_of(gold), Handles{});
   };
@@ -772,8 +772,8 @@ TEST_F(DeletingTargets, LeavesTheTreeAlone) {
   const void *record = at<zar_target>(interface);
   EXPECT_EQ(zar_delete_target(interface), 0U);
   EXPECT_FALSE(live(interface));
-  EXPECT_EQ(static_cast<const void *>(db->target_tree->top.parent), record) << "the tree holds what is gone";
-  // Nothing may look at this tree any more.
+  EXPECT_EQ(static_cast<const void *>(db->target_tree->top.parent), record) << "the tree holds a deleted record";
+  // This tree must not be read any more.
   db->target_tree->top.parent = nullptr;
 }
 
@@ -807,13 +807,13 @@ TEST_F(DeletingTargets, LeavesNoPairOfAPolicyThatAHandlerActivates) {
   EXPECT_EQ(zar_delete_target(interface), 0U);
   EXPECT_TRUE(activated);
   EXPECT_FALSE(live(interface));
-  EXPECT_EQ(at<zar_pmap>(silver)->target_refs.count, 0U) << "a reference to a target that is gone";
+  EXPECT_EQ(at<zar_pmap>(silver)->target_refs.count, 0U) << "a reference to a deleted target";
 }
 
 // ---- Under faults
 
-// What adding a target answers when this request is the first to fail. Without its list, a handler is just not told; but
-// where all fails from then on, the tree has no room either.
+// The result of adding a target if this request is the first to fail. Without its list, a handler is just not notified;
+// but if everything fails from then on, the tree has no room either.
 uint32_t status_of_adding(const FaultClock &clock) {
   switch (clock.failed().service) {
     case runtime::Service::pool:

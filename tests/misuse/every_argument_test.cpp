@@ -1,8 +1,8 @@
 // Every argument of every operation with every value that the decoder knows for it: NULL in each pointer, the edges of each
 // number, handles of other kinds, 0 and all ones, contexts that lack functions; and names that are empty, of 10,000
-// characters, with colons, that are prefixes of each other as keys, or the same key once it is cut. All other arguments are
-// good, and the call is made in a repository of its own in which everything is linked. The model tells what must come of
-// it, and afterwards everything must still be there to be deleted.
+// characters, with colons, that are prefixes of each other as keys, or the same key once it is cut. All other arguments
+// are good, and the call is made in its own repository in which everything is linked. The model predicts its effects,
+// and afterwards it must still be possible to delete everything.
 #include <algorithm>
 #include <cstdio>
 #include <string>
@@ -59,7 +59,7 @@ std::string try_call(const calls::Call &call, const calls::Alphabet &alphabet, s
   return session.failure();
 }
 
-// The bytes that stand for something of their own in some argument.
+// The bytes that have a special meaning in some argument.
 std::vector<uint8_t> telling_bytes() {
   std::vector<uint8_t> bytes;
   for (unsigned byte = 0; byte < 256; ++byte)
@@ -73,7 +73,7 @@ class Argument {
  public:
   Argument(Op op, size_t at, size_t byte_at) : op_(op), param_(calls::operation(op).params[at]), byte_at_(byte_at) {}
 
-  // False when something is not as it should be.
+  // False if something is wrong.
   bool try_all(const calls::Alphabet &alphabet, Tally &tally) {
     static const std::vector<uint8_t> kBytes = telling_bytes();
     for (uint8_t byte : kBytes)
@@ -97,7 +97,7 @@ class Argument {
     bool made = false;
     const std::string failure = try_call(call, alphabet, told, made);
     ++(made ? tally.calls : tally.not_made);
-    // No other argument is NULL; what the library does not look at is not tried.
+    // No other argument is NULL; arguments that the library does not check are not tried.
     null_ = null_ || !made || told.front().find("NULL") != std::string::npos;
     if (failure.empty()) return true;
     for (const std::string &line : told)

@@ -1,8 +1,8 @@
-// Random walks over the whole interface beside the model.
+// Random walks over the whole interface, compared with the model.
 //
 //   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
 //   model_walk --reentry yes ...         clients whose functions call the library back; without rapidcheck's part
-//   model_walk --session SEED            one session, each call told before it is made
+//   model_walk --session SEED            one session, each call printed before it is made
 //   model_walk --session SEED --shrink yes    the shortest calls of one that ends the process
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
 //
@@ -63,7 +63,7 @@ struct Settings {
 
 uint64_t session_seed = 0;
 
-// A session that ends the process says at least which one it was.
+// A session that ends the process at least prints which one it was.
 void on_end() {
   char line[100];
   const int length =
@@ -197,7 +197,7 @@ int one_session(const Settings &settings, Options options) {
   return failure.empty() ? 0 : 1;
 }
 
-// A walk in which no call was made within others of each depth shows nothing.
+// A walk without nested calls of each depth proves nothing.
 int report_depths(const fuzz::Steps &steps) {
   unsigned long long all = 0;
   for (const uint64_t within : steps.within)

@@ -117,7 +117,8 @@ def goes_on_where_it_was_stopped(toy):
         process.send_signal(signal.SIGTERM)
         output = process.communicate()[0]
     expect(process.returncode != 0 and 'stopped' in output and toy.entries(), 'a stopped run', output)
-    # How far it came depends on the machine. Cut to half a line behind the first verdict, there is always something left.
+    # How far it came depends on the machine. If the file is cut half a line after the first verdict, there is always a
+    # rest.
     ledger = toy.ledgers()[0]
     lines = ledger.read_text().splitlines(keepends=True)
     first = next(number for number, line in enumerate(lines) if '"mutant"' in line)

@@ -66,7 +66,7 @@ TEST_F(Events, ShareTheirPools) {
   EXPECT_REQUESTS("record 0x3e00043 of 64", "id 0x3e00023", "record 0x3e0004a of 16", "text 0x3e0003d \"start\"");
 }
 
-TEST_F(Events, NeedAPlaceForTheHandle) {
+TEST_F(Events, NeedAnOutPlaceForTheHandle) {
   watch_requests();
   EXPECT_REFUSED(39U, zar_create_event(&start, "start", nullptr));
   EXPECT_TRACED(no_place());
@@ -111,7 +111,7 @@ TEST_F(Events, NeedAHandle) {
   EXPECT_EQ(handle, kUntouched);
 }
 
-// The one thing that a failure leaves behind: the handle.
+// The only thing that a failure leaves behind: the handle.
 TEST_F(Events, WithoutAContextRecordGiveTheTupleBackAndLeaveTheHandle) {
   make_pools();
   const std::string digest_before = digest();

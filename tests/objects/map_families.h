@@ -1,4 +1,4 @@
-// What the operations on policy-maps and on class-maps differ in: their texts, tags and sizes.
+// The differences between the operations on policy-maps and on class-maps: their texts, tags and sizes.
 #pragma once
 
 #include "support/repository.h"

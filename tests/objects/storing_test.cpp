@@ -41,7 +41,7 @@ struct Storing : Repository {
     EXPECT_EQ(Family::store(options.clid == 0 ? one : options.clid, handle), 0U);
     return handle;
   }
-  // What the retrieval by name answers, without its trace.
+  // The result of the retrieval by name, without its trace.
   uint32_t retrieved(const char *name, const MapOptions &options = {}) {
     const Quiet quiet;
     const zar_map_info sought = map_info(name, options);
@@ -343,7 +343,7 @@ TYPED_TEST(Storing, CutsTheKeySoughtAsItCutsTheKeyStored) {
   EXPECT_EQ(this->retrieved(stem.substr(1).c_str()), 0U);
 }
 
-// ---- Keys that begin each other, and records of the other kinds
+// ---- Keys that begin with another, and records of other kinds
 
 struct PolicyStoring : Storing<PolicyMaps> {};
 struct ClassStoring : Storing<ClassMaps> {};

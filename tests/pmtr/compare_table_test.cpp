@@ -11,9 +11,9 @@ struct CompareTable : Repository {
   const uint32_t abc = pmtr_map("abc");
   const uint32_t cmap = statement(abc, 10, "type 0")->internal_cmap;
 
-  // Makes the statement one with a filter of each type that has its bit in 'mask', and of no other.
+  // Gives the statement one filter of each type whose bit is in 'mask', and no others.
   void configure(uint32_t mask) { at<zar_cmap>(cmap)->filter_type_mask = mask; }
-  // Says that the subscriber offers the value, or another one, for the type.
+  // Offers the subscriber's value, or another one, for the type.
   void offer(uint32_t slot, bool matching = true) {
     const Quiet quiet;
     const zar_filter_context context = filter_context(matching ? "type 0" : "something else");
@@ -94,7 +94,7 @@ TEST_F(CompareTable, IsEmptyWithoutAClassMap) {
   }
 }
 
-TEST_F(CompareTable, WaitsForATypeWhoseFilterWasTakenOut) {
+TEST_F(CompareTable, WaitsForATypeWhoseFilterWasRemoved) {
   const uint32_t type_0 = filters_of(cmap).front();
   ASSERT_EQ(zar_remove_filter_from_class(cmap, type_0), 0U);
   begin();

@@ -65,7 +65,7 @@ TEST_F(Expressions, AreWrittenWithTheirTerminatorAndNoFurther) {
   EXPECT_EQ(std::string(out, 8), std::string("device\0#", 8));
 }
 
-// The room of the caller's buffer is not known, so no more of it is claimed than the text takes.
+// The size of the caller's buffer is unknown, so no more of it is written than the text needs.
 TEST_F(Expressions, ClaimNoMoreRoomThanTheyTake) {
   statement_of_texts(10, {"device phone"});
   watch_platform();
@@ -169,7 +169,7 @@ TEST_F(Expressions, EndAtAFilterWithoutFunction) {
   EXPECT_REFUSED(40U, find("device"));
   EXPECT_CALLS("text first");
   EXPECT_TRACED();
-  EXPECT_EQ(find("fir"), 0U) << "what stands before it is found";
+  EXPECT_EQ(find("fir"), 0U) << "the one before it is found";
   second->filter_str_fn = function;
 }
 

@@ -235,7 +235,7 @@ TEST_F(HiddenMaps, AreNamedByTheEngine) {
   BUILTIN_DEVICE_TO_TEMPLATE = before;
 }
 
-TEST_F(HiddenMaps, AreUnhiddenForGood) {
+TEST_F(HiddenMaps, AreUnhiddenPermanently) {
   const uint32_t hidden = pmtr_map("BUILTIN"), other = pmtr_map("BUILT");
   zar_unhide_pmap(hidden);
   EXPECT_EQ(zar_is_pmap_hidden(hidden), 0U);
@@ -390,7 +390,7 @@ TEST_F(Finding, PrintsTheKeySought) {
   EXPECT_EQ(take_trace().back(), info("(info): retrieve_pmtr_map: successful, pmtr_map:%s", "abc:access:1"));
 }
 
-TEST_F(Finding, GivesWhateverStandsUnderTheKey) {
+TEST_F(Finding, ReturnsWhateverIsStoredUnderTheKey) {
   const uint32_t policy = pmap("abc", kOfAccess);
   store(policy);
   EXPECT_EQ(zar_retrieve_pmtr_map(one, &abc, &place), 0U);
@@ -595,7 +595,7 @@ TEST_F(TreeWalk, NeedsAllItsArguments) {
 // ---- Deleting
 
 struct Deleting : ParameterMaps {
-  // The domain of a parameter-map is never given back to the string database; everything else is.
+  // The domain of a parameter-map is never released in the string database; everything else is.
   static void expect_domain_left(const runtime::Inventory &before) {
     runtime::Inventory expected = before;
     expected.texts["left behind"] = 1;
@@ -627,7 +627,7 @@ TEST_F(Deleting, AnUnstoredMapLeavesNothingButItsDomain) {
   expect_domain_left(before);
 }
 
-TEST_F(Deleting, AStoredMapTakesItOutOfItsTree) {
+TEST_F(Deleting, AStoredMapRemovesItFromItsTree) {
   const uint32_t abc = stored_pmtr_map("abc"), abd = stored_pmtr_map("abd");
   EXPECT_EQ(zar_delete_stored_pmtr_map(abc, db), 0U);
   EXPECT_TRACED(info("(info): %s: successfully delete pmtr_map:0x%x", "delete_stored_pmtr_map", abc));
@@ -708,7 +708,7 @@ TEST_F(Deleting, NeedsADatabaseForAStoredMap) {
   EXPECT_ONE_ERROR();
 }
 
-TEST_F(Deleting, TakesOutThatVeryMap) {
+TEST_F(Deleting, RemovesThatVeryMap) {
   zar_db *other = database();
   client("three", other);
   const uint32_t abc = pmtr_map("abc");
@@ -744,7 +744,7 @@ TEST_F(Deleting, FreesNothingOfAMapWhoseHandleIsLost) {
   EXPECT_EQ(to_string(runtime::inventory()), to_string(before));
 }
 
-TEST_F(Deleting, GoesOnWhereAClassMapCannotBeDeleted) {
+TEST_F(Deleting, ContinuesWhereAClassMapCannotBeDeleted) {
   const uint32_t abc = pmtr_map("abc");
   const uint32_t hidden = statement(abc, 7)->internal_cmap;
   rule(event_in(pmap("gold"), 1), hidden);

@@ -1,4 +1,4 @@
-// Actions of statements: made, replaced, put in and taken out, found by number and walked.
+// Actions of statements: creating, replacing, adding, removing, finding by number and walking them.
 #include <algorithm>
 #include <cstdlib>
 
@@ -27,7 +27,7 @@ Line no_matching_statement() {
   return error("(ERR): Error: No matching map stmt for this pmtr_map");
 }
 
-// What an action record without all its functions is told, in the order of the checks.
+// The messages for an action record without some of its functions, in the order of the checks.
 Lines all_functions_missing(const char *caller) {
   return {error("(ERR): %s: Error: action_entry_fn from input action context cannot be NULL", caller),
           error("(ERR): %s: Error: action_free_fn from input action context cannot be NULL", caller),
@@ -123,7 +123,7 @@ TEST_F(MakingActions, KeepsTheOrderOfTheNumbers) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST_F(MakingActions, IsTracedAsInsertedBehindAnother) {
+TEST_F(MakingActions, IsTracedAsInsertedAfterAnother) {
   statement_action(abc, 10, 2, "first");
   EXPECT_EQ(make(7, 0, context), 0U);
   const uint32_t action = actions().back();
@@ -172,7 +172,7 @@ TEST_F(MakingActions, GivesNewDataToTheSameActionOfAContextWithLess) {
   EXPECT_EQ(data_of_action(action).name, "newer");
 }
 
-TEST_F(MakingActions, TakesOutAnotherActionOfTheNumber) {
+TEST_F(MakingActions, RemovesAnotherActionOfTheNumber) {
   statement_action(abc, 10, 2, "before");
   const uint32_t old_action = statement_action(abc, 10, 3, "old");
   statement_action(abc, 10, 4, "after");
@@ -241,7 +241,7 @@ TEST_F(MakingActions, CannotFreeAContextWithoutFreeFunction) {
   EXPECT_CALLS();
 }
 
-TEST_F(MakingActions, TakesOutTheOtherActionEvenIfNoneCanBeMade) {
+TEST_F(MakingActions, RemovesTheOtherActionEvenIfNoneCanBeMade) {
   const uint32_t old_action = statement_action(abc, 10, 3, "old");
   context.action_str_fn = nullptr;
   EXPECT_EQ(make(3, 0, context), 0U);
@@ -341,7 +341,7 @@ TEST_F(PuttingIn, IsTracedByThePlace) {
   EXPECT_EQ(at<zar_action>(seven)->ref_count, 1U) << "no reference is added";
 }
 
-TEST_F(PuttingIn, BehindOneThatStandsTwiceComesBehindItsFirstPlace) {
+TEST_F(PuttingIn, AfterOneThatIsThereTwiceComesAfterItsFirstOccurrence) {
   breaks_invariants("a list gets an action without a reference of its own");
   const uint32_t twice = statement_action(abc, 10, 1, "twice");
   EXPECT_EQ(zar_add_action_to_pmtr_map_rule(abc, 10, twice), 0U);
@@ -350,7 +350,7 @@ TEST_F(PuttingIn, BehindOneThatStandsTwiceComesBehindItsFirstPlace) {
   EXPECT_EQ(zar_add_action_to_pmtr_map_rule(abc, 10, late), 0U);
   EXPECT_EQ(actions(), (Handles{twice, late, twice}));
   EXPECT_EQ(zar_remove_action_from_pmtr_stmt_action(abc, 10, twice), 0U);
-  EXPECT_EQ(actions(), (Handles{late, twice})) << "the first place is the one that goes";
+  EXPECT_EQ(actions(), (Handles{late, twice})) << "the first occurrence is removed";
 }
 
 TEST_F(PuttingIn, StopsAtTheFirstFault) {
@@ -393,7 +393,7 @@ TEST_F(TakingOut, OnlyUnlinks) {
   EXPECT_TRACED();
 }
 
-TEST_F(TakingOut, OfAnActionThatIsNotThereChangesNothing) {
+TEST_F(TakingOut, OfAnActionThatDoesNotExistChangesNothing) {
   statement_action(abc, 10, 1, "a");
   const uint32_t loose = action("b");
   EXPECT_REFUSED(0U, zar_remove_action_from_pmtr_stmt_action(abc, 10, loose));
@@ -431,7 +431,7 @@ struct FindingByNumber : StatementActions {
   }
 };
 
-TEST_F(FindingByNumber, GivesTheFirstOfTheNumber) {
+TEST_F(FindingByNumber, ReturnsTheFirstOfTheNumber) {
   statement_action(abc, 10, 1, "a");
   const uint32_t first = statement_action(abc, 10, 2, "b");
   ASSERT_EQ(zar_add_action_to_pmtr_map_rule(abc, 10, action("c", 2)), 0U);
@@ -448,14 +448,14 @@ TEST_F(FindingByNumber, LooksAtTheLowByte) {
   EXPECT_TRACED(found(action, 1));
 }
 
-TEST_F(FindingByNumber, GivesNothingForANumberThatIsNotThere) {
+TEST_F(FindingByNumber, ReturnsNothingForANumberThatDoesNotExist) {
   statement_action(abc, 10, 1, "a");
   EXPECT_REFUSED(0U, find(2));
   EXPECT_EQ(place, 0U);
   EXPECT_TRACED(found(0, 2));
 }
 
-TEST_F(FindingByNumber, GivesNothingForAStatementThatIsNotThere) {
+TEST_F(FindingByNumber, ReturnsNothingForAStatementThatDoesNotExist) {
   statement_action(abc, 10, 1, "a");
   EXPECT_REFUSED(0U, find(1, 11));
   EXPECT_EQ(place, 0U);

@@ -1,4 +1,5 @@
-// Statements of parameter-maps: made with their hidden class-maps, filled, replaced, walked and deleted.
+// Statements of parameter-maps: creating them with their hidden class-maps, filling, replacing, walking and deleting
+// them.
 #include <algorithm>
 #include <cstring>
 
@@ -152,8 +153,8 @@ TEST_F(NewStatement, AsksForWhatItNeedsInOrder) {
   EXPECT_EQ(take_requests().front(), "record of 40");
 }
 
-// Where the copies of name and domain go: a statement made for the first time is listed without them, one that takes the
-// place of another is listed first.
+// When the copies of name and domain are freed: a new statement is added to the list after that, one that replaces
+// another before it.
 TEST_F(NewStatement, GivesTheCopiedTextsBackBeforeItIsListedUnlessItReplacesAnother) {
   const zar_pmtr_map *map = at<zar_pmtr_map>(abc);
   const PlatformCalls of_texts{"duplicate 0x3e0002", "block 0x3e0002", "free 0x3e0002",
@@ -237,13 +238,13 @@ TEST_F(NewStatement, BelongsToTheOwnerOfTheDomain) {
   EXPECT_EQ(cmaps_in(theirs), Handles{});
 }
 
-TEST_F(NewStatement, StandsAmongTheOthersByItsIndex) {
+TEST_F(NewStatement, IsSortedByItsIndex) {
   for (const uint32_t index : {5U, 1U, 3U, 0xffffffffU, 0U, 0x7fffffffU})
     EXPECT_EQ(add(index, "expression"), 0U);
   EXPECT_EQ(map_indexes_of(abc), (std::vector<uint32_t>{0, 1, 3, 5, 0x7fffffff, 0xffffffff}));
 }
 
-TEST_F(NewStatement, IsTracedAsInsertedBehindAnother) {
+TEST_F(NewStatement, IsTracedAsInsertedAfterAnother) {
   statement(abc, 5);
   add(7, "expression");
   NEEDS_TRACE();
@@ -318,7 +319,7 @@ TEST_F(NewStatement, NeedsItsMapToTheEnd) {
                 error("(ERR): Failure enqueing pmtr map statement withmap-index: %d", 10));
   runtime::Inventory expected = before;
   expected.ids -= 1;
-  EXPECT_EQ(to_string(runtime::inventory()), to_string(expected)) << "all that was made is given back";
+  EXPECT_EQ(to_string(runtime::inventory()), to_string(expected)) << "everything that was created is freed";
   EXPECT_EQ(cmaps_in(db), Handles{});
 }
 
@@ -372,7 +373,7 @@ TEST_F(NewStatement, StaysWithoutItsFilterWhenNoneCanBeMade) {
   EXPECT_CALLS();
 }
 
-TEST(NewStatementUnderFaults, GivesBackWhatItMade) {
+TEST(NewStatementUnderFaults, FreesWhatItCreated) {
   for_each_fault([](FaultClock &clock) {
     using runtime::Service;
     World world;
@@ -469,7 +470,7 @@ TEST_F(MoreFilters, AreNotMadeFromAContextWithoutText) {
             "create_filter"));
 }
 
-TEST_F(MoreFilters, AreNotSoughtWithAnUnusableContext) {
+TEST_F(MoreFilters, AreNotSearchedForWithAnUnusableContext) {
   statement(abc, 10, "first");
   zar_filter_context context = filter_context("second");
   context.filter_free_fn = nullptr;
@@ -486,7 +487,7 @@ TEST_F(MoreFilters, AreDeletedAgainWhenTheyCannotBeAdded) {
   const uint32_t cmap = hidden_cmap(10);
   const runtime::Inventory before = runtime::inventory();
   when_traced(info("(info): Created filter for internal class"), [] { runtime::lose_next_pointer(); });
-  EXPECT_EQ(add(10, "second", {.type = 3}), 0U) << "the caller is not told";
+  EXPECT_EQ(add(10, "second", {.type = 3}), 0U) << "the caller is not notified";
   EXPECT_CALLS("compare first second", "free second");
   EXPECT_ERRORS(error("(ERR): ZAR Found NULL context with handle [0x%x]\n", cmap),
                 error("(ERR): %s: input class map handle context cannot be NULL", "add_filter_to_class"),
@@ -496,7 +497,7 @@ TEST_F(MoreFilters, AreDeletedAgainWhenTheyCannotBeAdded) {
   EXPECT_EQ(to_string(runtime::inventory()), to_string(expected));
 }
 
-TEST_F(MoreFilters, TellOfTheDeletionOfTheOneThatCouldNotBeAdded) {
+TEST_F(MoreFilters, ReportTheDeletionOfTheOneThatCouldNotBeAdded) {
   NEEDS_TRACE();
   statement(abc, 10, "first");
   when_traced(info("(info): Created filter for internal class"), [] { runtime::lose_next_pointer(); });
@@ -543,7 +544,7 @@ TEST(MoreFiltersUnderFaults, AreAddedOrNotAndNothingElse) {
 
 struct Replacement : Statements {};
 
-TEST_F(Replacement, DeletesTheStatementAndMakesItAnew) {
+TEST_F(Replacement, DeletesTheStatementAndCreatesItAgain) {
   const zar_pmtr_map_stmt *old_statement = statement(abc, 10, "old");
   const uint32_t old_cmap = hidden_cmap(10);
   const Handles old_filters = filters(10);
@@ -585,7 +586,7 @@ TEST_F(Replacement, FreesItsDuplicatesOnceTheStatementIsQueued) {
   EXPECT_EQ(held, 2U);
 }
 
-TEST_F(Replacement, OfAStatementThatIsNotThereMakesIt) {
+TEST_F(Replacement, OfAStatementThatDoesNotExistCreatesIt) {
   statement(abc, 5);
   watch_requests();
   EXPECT_EQ(add(10, "new", {.replace = 1}), 0U);
@@ -603,7 +604,7 @@ TEST_F(Replacement, KeepsTheOtherStatements) {
   EXPECT_EQ(hidden_cmap(3), last);
 }
 
-TEST_F(Replacement, ThatFailsHasDeletedTheStatementAllTheSame) {
+TEST_F(Replacement, ThatFailsHasDeletedTheStatementAnyway) {
   using runtime::Service;
   const struct {
     Service service;
@@ -629,7 +630,7 @@ TEST_F(Replacement, ThatFailsHasDeletedTheStatementAllTheSame) {
   }
 }
 
-TEST_F(Replacement, GoesOnWhereTheOldStatementCannotBeDeleted) {
+TEST_F(Replacement, ContinuesWhereTheOldStatementCannotBeDeleted) {
   NEEDS_TRACE();
   statement(abc, 10, "old");
   const auto lose_it = [] { runtime::lose_next_pointer(); };
@@ -679,7 +680,7 @@ TEST(ReplacementUnderFaults, LeavesAWholeStatementOrNone) {
 // ---- Statements put in by hand
 
 struct ByHand : Statements {
-  // Statements of a caller's own are taken out before they go.
+  // A caller's own statements are removed before they go out of scope.
   void TearDown() override {
     while (queue_dequeue(&at<zar_pmtr_map>(abc)->stmt_queue) != nullptr) {
     }
@@ -691,7 +692,7 @@ struct ByHand : Statements {
   }
 };
 
-TEST_F(ByHand, StandInOrderOfIndexAndArrivalWhateverTheOrder) {
+TEST_F(ByHand, AreInOrderOfIndexAndAdditionWhateverTheOrder) {
   const uint32_t indexes[] = {1, 2, 2, 3};
   int order[] = {0, 1, 2, 3};
   do {
@@ -785,7 +786,7 @@ TEST_F(Deletion, DropsOneReferenceOnASharedAction) {
   EXPECT_TRUE(live(shared));
 }
 
-TEST_F(Deletion, RefusesAnIndexThatIsNotThere) {
+TEST_F(Deletion, RefusesAnIndexThatDoesNotExist) {
   EXPECT_REFUSED(37U, zar_pmtr_delete_filter(abc, 0));
   EXPECT_TRACED(kNoOwner, error("(ERR): delete_pmtr_map_stmt: pmtr_map stmt not found for map-index %d", 0));
   statement(abc, 10);
@@ -804,7 +805,7 @@ TEST_F(Deletion, NeedsAParameterMap) {
   }
 }
 
-TEST_F(Deletion, GoesOnWhereTheClassMapIsInUse) {
+TEST_F(Deletion, ContinuesWhereTheClassMapIsInUse) {
   const zar_pmtr_map_stmt *gone = statement(abc, 10, "first");
   const uint32_t cmap = hidden_cmap(10);
   rule(event_in(pmap("gold"), 1), cmap);
@@ -819,7 +820,7 @@ TEST_F(Deletion, GoesOnWhereTheClassMapIsInUse) {
   EXPECT_EQ(add(10, "again"), 39U) << "the name of its class-map is taken";
 }
 
-TEST_F(Deletion, GoesOnWithoutADatabase) {
+TEST_F(Deletion, ContinuesWithoutADatabase) {
   statement(abc, 10);
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 10), 0U);
@@ -851,7 +852,7 @@ TEST_F(DeletionByStatement, TakesFiltersActionsAndClassMapAlong) {
   EXPECT_EQ(everything(), before);
 }
 
-TEST_F(DeletionByStatement, GoesOnWhereTheClassMapIsInUse) {
+TEST_F(DeletionByStatement, ContinuesWhereTheClassMapIsInUse) {
   statement(abc, 10, "first");
   rule(event_in(pmap("gold"), 1), hidden_cmap(10));
   EXPECT_EQ(zar_pmtr_delete_filter_by_stmt(take_out()), 0U);
@@ -887,7 +888,7 @@ TEST_F(Indexes, EndWith40) {
                 error("(ERR): Error: No next map statements for this pmtr_map"));
 }
 
-TEST_F(Indexes, ThatAreNotThereHaveNoNext) {
+TEST_F(Indexes, ThatDoNotExistHaveNoNext) {
   statement(abc, 5);
   statement(abc, 7);
   for (const uint32_t index : {0U, 4U, 6U, 8U, 261U}) {
@@ -951,7 +952,7 @@ TEST_F(HiddenClassMap, IsGivenByMapAndIndex) {
   EXPECT_TRACED();
 }
 
-TEST_F(HiddenClassMap, IsNoneForAnIndexThatIsNotThere) {
+TEST_F(HiddenClassMap, IsNoneForAnIndexThatDoesNotExist) {
   EXPECT_REFUSED(0U, zar_get_internal_class_map(abc, 0));
   statement(abc, 5);
   EXPECT_REFUSED(0U, zar_get_internal_class_map(abc, 6));

@@ -48,7 +48,7 @@ struct FindingByName : Subscriber {
   }
 };
 
-TEST_F(FindingByName, GivesTheStoredMap) {
+TEST_F(FindingByName, ReturnsTheStoredMap) {
   const uint32_t abc = stored_pmtr_map("abc"), other = stored_pmtr_map("abc", {.domain = "subscriber", .type = 2});
   stored_pmtr_map("abc", {.domain = "access"});
   EXPECT_REFUSED(0U, find("abc"));
@@ -70,7 +70,7 @@ TEST_F(FindingByName, WorksOnDuplicatesThatItFrees) {
   EXPECT_EQ(blocks_out(0x3e00029) + blocks_out(0x3e0002c), 0U);
 }
 
-TEST_F(FindingByName, Answers40WhenThereIsNone) {
+TEST_F(FindingByName, Returns40WhenThereIsNone) {
   stored_pmtr_map("abc", {.domain = "access"});
   pmtr_map("abc");
   EXPECT_REFUSED(40U, find("abc"));
@@ -116,7 +116,7 @@ TEST_F(FindingByName, TakesAFailedSearchForAFoundMap) {
   EXPECT_EQ(place, kUntouched);
 }
 
-TEST_F(FindingByName, GivesWhateverStandsUnderTheKey) {
+TEST_F(FindingByName, ReturnsWhateverIsStoredUnderTheKey) {
   const uint32_t policy = pmap("abc", {.domain = "subscriber"});
   {
     const Quiet quiet;
@@ -169,7 +169,7 @@ struct MakingByName : Subscriber {
   uint32_t make(const char *name, uint32_t type = 1) { return kel_create_subscriber_parameter_map(name, type, &place); }
 };
 
-TEST_F(MakingByName, MakesAndStores) {
+TEST_F(MakingByName, CreatesAndStores) {
   EXPECT_EQ(make("abc", 2), 0U);
   EXPECT_TRACED(kNoOwner, info("(info): create_pmtr_map: successful, pmtr_map:0x%x", place),
                 info("(info): Created pmtr-map: %s", "abc"), own_database("store_pmtr_map"),
@@ -393,7 +393,7 @@ TEST(DeletingByNameUnderFaults, DeletesOrLeavesAll) {
 
 struct AskingByName : Subscriber {};
 
-TEST_F(AskingByName, GivesTheMapOfTheTypeThatTheEngineHas) {
+TEST_F(AskingByName, ReturnsTheMapOfTheTypeThatTheEngineHas) {
   const uint32_t control = stored_pmtr_map("abc");
   const uint32_t plain = stored_pmtr_map("abc", {.domain = "subscriber", .type = 2});
   EXPECT_REFUSED(control, kel_is_pmap_created("abc"));
@@ -405,7 +405,7 @@ TEST_F(AskingByName, GivesTheMapOfTheTypeThatTheEngineHas) {
   EXPECT_REFUSED(plain, kel_is_pmap_created("abc"));
 }
 
-TEST_F(AskingByName, GivesNothingForAMapThatIsNotStored) {
+TEST_F(AskingByName, ReturnsNothingForAMapThatIsNotStored) {
   pmtr_map("abc");
   stored_pmtr_map("abc", {.domain = "access"});
   EXPECT_REFUSED(0U, kel_is_pmap_created("abc"));
@@ -422,7 +422,7 @@ TEST_F(AskingByName, DoesNotSearchWhereTheEngineHasNoType) {
   EXPECT_REQUESTS();
 }
 
-TEST_F(AskingByName, GivesNothingWhereTheSearchFails) {
+TEST_F(AskingByName, ReturnsNothingWhereTheSearchFails) {
   stored_pmtr_map("abc");
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(0U, kel_is_pmap_created("abc"));
@@ -431,7 +431,7 @@ TEST_F(AskingByName, GivesNothingWhereTheSearchFails) {
   EXPECT_REFUSED(0U, kel_is_pmap_created("abc"));
 }
 
-TEST_F(AskingByName, GivesNothingForNoName) {
+TEST_F(AskingByName, ReturnsNothingForNoName) {
   EXPECT_REFUSED(0U, kel_is_pmap_created(nullptr));
 }
 

@@ -15,7 +15,7 @@ constexpr const char *kNoEvent = "(ERR):  : input event class action handle cont
 constexpr const char *kNoRule = "(ERR):  : input class action handle context cannot be NULL";
 constexpr const char *kNoCmap = "(ERR):  : input class map handle context cannot be NULL";
 
-// An accessor, and what it says of a handle that names nothing.
+// An accessor, and its message for a handle that names nothing.
 struct Accessor {
   const char *name;
   Kind kind;
@@ -64,7 +64,7 @@ const Accessor kAccessors[] = {
 
 struct Accessors : Repository {};
 
-TEST_F(Accessors, GiveNothingForAHandleThatNamesNothing) {
+TEST_F(Accessors, ReturnNothingForAHandleThatNamesNothing) {
   for (const Accessor &accessor : kAccessors) {
     for (const BadHandle &bad : bad_handles(*this, accessor.kind)) {
       SCOPED_TRACE(std::string(accessor.name) + " of " + bad.what);
@@ -80,7 +80,7 @@ TEST_F(Accessors, GiveNothingForAHandleThatNamesNothing) {
 
 // ---- Policy-maps
 
-TEST_F(Accessors, TellWhetherAPolicyIsHidden) {
+TEST_F(Accessors, ReportWhetherAPolicyIsHidden) {
   const uint32_t built_in = pmap(builtin_autoconf_policy);
   const uint32_t ordinary = pmap("gold");
   EXPECT_EQ(zar_is_policy_hidden(built_in), 1U);
@@ -88,7 +88,7 @@ TEST_F(Accessors, TellWhetherAPolicyIsHidden) {
   EXPECT_TRACED();
 }
 
-TEST_F(Accessors, UnhideAPolicyForGood) {
+TEST_F(Accessors, UnhideAPolicyPermanently) {
   const uint32_t built_in = pmap(builtin_autoconf_policy);
   const uint32_t other = pmap(builtin_autoconf_policy, {.domain = "d2"});
   zar_unhide_policy(built_in);
@@ -99,21 +99,21 @@ TEST_F(Accessors, UnhideAPolicyForGood) {
   EXPECT_TRACED();
 }
 
-TEST_F(Accessors, GiveTheDomainOfAPolicy) {
+TEST_F(Accessors, ReturnTheDomainOfAPolicy) {
   EXPECT_STREQ(zar_get_pmap_domain(pmap("gold", {.domain = "access"})), "access");
   EXPECT_TRACED();
 }
 
 // ---- Events
 
-TEST_F(Accessors, GiveIdAndNameOfAnEvent) {
+TEST_F(Accessors, ReturnIdAndNameOfAnEvent) {
   const uint32_t start = event(0xfedcba98, "session-start");
   EXPECT_EQ(zar_get_event_id(start), 0xfedcba98U);
   EXPECT_STREQ(zar_get_event_name(start), "session-start");
   EXPECT_TRACED();
 }
 
-TEST_F(Accessors, SayNothingOfAnEventWithoutContext) {
+TEST_F(Accessors, ReturnNothingForAnEventWithoutContext) {
   const uint32_t start = event(7, "session-start");
   zar_event_context *context = std::exchange(at<zar_event_tuple>(start)->event_context, nullptr);
   EXPECT_EQ(zar_get_event_id(start), 0U);
@@ -122,19 +122,19 @@ TEST_F(Accessors, SayNothingOfAnEventWithoutContext) {
   at<zar_event_tuple>(start)->event_context = context;
 }
 
-TEST_F(Accessors, GiveTheEnginesTextForTheCriteriaOfAnEvent) {
+TEST_F(Accessors, ReturnTheEnginesTextForTheCriteriaOfAnEvent) {
   const uint32_t start = event(7);
   EXPECT_STREQ(zar_get_event_class_match_criteria(start), "match-all");
   at<zar_event_tuple>(start)->match_criteria = 2;
   EXPECT_STREQ(zar_get_event_class_match_criteria(start), "match-first");
   at<zar_event_tuple>(start)->match_criteria = 9;
-  EXPECT_STREQ(zar_get_event_class_match_criteria(start), "unknown") << "the engine answers for every value";
+  EXPECT_STREQ(zar_get_event_class_match_criteria(start), "unknown") << "the engine has a text for every value";
   EXPECT_TRACED();
 }
 
 // ---- Records of callers' own
 
-TEST_F(Accessors, SayNothingOfTextsThatACallersOwnRecordLacks) {
+TEST_F(Accessors, ReturnNothingForTextsThatACallersOwnRecordLacks) {
   zar_pmap policy{};
   zar_cmap klass{};
   zar_event_context hollow{};
@@ -157,7 +157,7 @@ TEST_F(Accessors, SayNothingOfTextsThatACallersOwnRecordLacks) {
 
 // ---- Class-actions
 
-TEST_F(Accessors, GiveNameAndNumberOfAClassAction) {
+TEST_F(Accessors, ReturnNameAndNumberOfAClassAction) {
   const uint32_t start = event(7);
   const uint32_t voice = rule(start, cmap("voice"), 255);
   EXPECT_STREQ(zar_get_class_name_from_class_action(voice), "voice");
@@ -165,7 +165,7 @@ TEST_F(Accessors, GiveNameAndNumberOfAClassAction) {
   EXPECT_TRACED();
 }
 
-TEST_F(Accessors, SayNothingOfAClassActionWithoutClassMap) {
+TEST_F(Accessors, ReturnNothingForAClassActionWithoutClassMap) {
   const uint32_t voice = rule(event(7), cmap("voice"), 5);
   zar_cmap *cmap = std::exchange(at<zar_class_action>(voice)->cmap, nullptr);
   EXPECT_EQ(zar_get_class_name_from_class_action(voice), nullptr);
@@ -174,7 +174,7 @@ TEST_F(Accessors, SayNothingOfAClassActionWithoutClassMap) {
   at<zar_class_action>(voice)->cmap = cmap;
 }
 
-TEST_F(Accessors, GiveTheEnginesTextForTheExecCriteria) {
+TEST_F(Accessors, ReturnTheEnginesTextForTheExecCriteria) {
   const uint32_t voice = cmap("voice");
   const uint32_t start = event(7);
   EXPECT_STREQ(zar_get_action_exec_criteria(rule(start, voice, 1, 1)), "do-all");
@@ -186,14 +186,14 @@ TEST_F(Accessors, GiveTheEnginesTextForTheExecCriteria) {
 
 // ---- Class-maps
 
-TEST_F(Accessors, GiveNameAndDomainOfAClassMap) {
+TEST_F(Accessors, ReturnNameAndDomainOfAClassMap) {
   const uint32_t voice = cmap("voice", {.domain = "access"});
   EXPECT_STREQ(zar_get_cmap_name(voice), "voice");
   EXPECT_STREQ(zar_get_cmap_domain(voice), "access");
   EXPECT_TRACED();
 }
 
-TEST_F(Accessors, TellWhetherAClassMapIsHidden) {
+TEST_F(Accessors, ReportWhetherAClassMapIsHidden) {
   EXPECT_EQ(zar_get_cmap_if_hidden(cmap("shown")), 0U);
   EXPECT_EQ(zar_get_cmap_if_hidden(cmap("hidden", {.hidden = 1})), 1U);
   const uint32_t abc = pmtr_map("abc");
@@ -211,7 +211,7 @@ TEST_F(Accessors, NameTheCriteriaOfAClassMap) {
   EXPECT_TRACED();
 }
 
-TEST_F(Accessors, GiveOtherCriteriaRawAndUnnamed) {
+TEST_F(Accessors, ReturnOtherCriteriaRawAndUnnamed) {
   breaks_invariants("the criteria of a class-map are changed");
   const uint32_t voice = cmap("voice");
   for (const uint32_t criteria : {0U, 4U, 0xffffffffU}) {
@@ -224,7 +224,7 @@ TEST_F(Accessors, GiveOtherCriteriaRawAndUnnamed) {
 
 // ---- Actions
 
-TEST_F(Accessors, GiveNumberAndPrecedenceOfAnAction) {
+TEST_F(Accessors, ReturnNumberAndPrecedenceOfAnAction) {
   const uint32_t log = action("log", 255, 65535);
   EXPECT_EQ(zar_get_action_num(log), 255U);
   EXPECT_EQ(zar_get_precedence_value(log), 65535U);
@@ -293,7 +293,7 @@ TEST_F(ConfigurationTexts, OfAFilterSayWhetherItMatches) {
   EXPECT_TRACED();
 }
 
-TEST_F(ConfigurationTexts, OfAFilterMayBeEmptyBehindThePrefix) {
+TEST_F(ConfigurationTexts, OfAFilterMayBeEmptyAfterThePrefix) {
   Data &nothing = data("");
   const zar_filter filter = bare_filter(nothing, 1);
   watch_requests();
@@ -360,7 +360,7 @@ TEST(ConfigurationTextsUnderFaults, LeaveNothingBehind) {
 
 // ---- Context blocks
 
-// What a free function was given, and how many lines had been traced by then.
+// The arguments of a free function, and how many lines had been traced by then.
 struct Freed {
   void *data = nullptr;
   void *context = nullptr;
@@ -411,7 +411,7 @@ TEST_F(ContextBlocks, OfFiltersCanBeFreedWithTheirData) {
   EXPECT_TRACED(info("(info): free_client_context: freeing client filter params and context:0x%p", &context));
 }
 
-TEST_F(ContextBlocks, ThatAreNoneAreLeftAlone) {
+TEST_F(ContextBlocks, OfNullAreLeftAlone) {
   zar_free_client_action_context(nullptr);
   zar_free_client_filter_context(nullptr);
   zar_free_client_filter_params_context(nullptr);

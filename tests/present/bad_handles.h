@@ -1,4 +1,4 @@
-// The handles that an operation has to refuse, with what the handle table itself says of each.
+// The handles that an operation must refuse, with the handle table's own message for each.
 #pragma once
 
 #include <string>

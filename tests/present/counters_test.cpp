@@ -114,7 +114,7 @@ TEST_F(Counters, OfTheFirstPolicyOfANameAreCleared) {
   EXPECT_TRACED(info("(info): %s: using client specific database", "clear_policymap"));
 }
 
-TEST_F(Counters, OfAPolicyThatIsNotThereAreNone) {
+TEST_F(Counters, OfAPolicyThatDoesNotExistAreNone) {
   const uint32_t log = counted_policy("gold");
   EXPECT_EQ(zar_clear_policymap("d1", "go", 0), 0U);
   EXPECT_EQ(zar_clear_policymap("d1", "gold1", 0), 0U);
@@ -167,7 +167,7 @@ TEST_F(Counters, OfAHiddenClassMapAreClearedByNameToo) {
   EXPECT_EQ(counts_of(hidden), kCleared);
 }
 
-TEST_F(Counters, PassOverRecordsOfAnotherKind) {
+TEST_F(Counters, SkipRecordsOfAnotherKind) {
   const MapOptions elsewhere = {.domain = "d2"};
   const uint32_t guest_class = cmap("guest", elsewhere);
   const uint32_t guest_policy = pmap("guest", elsewhere);
@@ -190,14 +190,14 @@ TEST_F(Counters, PassOverRecordsOfAnotherKind) {
   EXPECT_EQ(executed({own_log}), Counts{0});
 }
 
-// Both commands refuse alike.
+// Both operations refuse in the same way.
 struct Clear {
   const char *name;
   uint32_t (*clear)(const char *domain, const char *name, uint32_t all);
 };
 const Clear kCommands[] = {{"clear_policymap", zar_clear_policymap}, {"clear_classmap", zar_clear_classmap}};
 
-TEST_F(Counters, OfADomainThatNobodyClaimedStay) {
+TEST_F(Counters, OfAnUnclaimedDomainStay) {
   const uint32_t log = counted_policy("gold");
   for (const Clear &command : kCommands) {
     for (const char *domain : {"d", "d11", "D1", ""}) {
@@ -267,7 +267,7 @@ TEST_F(Counters, NeedADomainAndAName) {
   }
 }
 
-TEST_F(Counters, AreSoughtInTheDatabaseOfTheOwner) {
+TEST_F(Counters, AreSearchedForInTheDatabaseOfTheOwner) {
   const uint32_t three = client("three", database());
   {
     const Quiet quiet;

@@ -120,8 +120,8 @@ TEST_F(PolicyListing, ComposesEachLineInABufferOfItsOwn) {
   EXPECT_EQ(blocks_out(kEventTag) + blocks_out(kClassTag) + blocks_out(kClientTextTag), 0U);
 }
 
-// What the printer finds allocated while it has the lines of an action.
-TEST_F(PolicyListing, FreesATextBeforeItTellsHowOftenTheActionRan) {
+// What the printer finds allocated during the lines of an action.
+TEST_F(PolicyListing, FreesATextBeforeItPrintsHowOftenTheActionRan) {
   small_policy("gold");
   std::vector<size_t> texts_out;
   on_printed = [&texts_out](const std::string &) { texts_out.push_back(blocks_out(kClientTextTag)); };
@@ -133,7 +133,7 @@ TEST_F(PolicyListing, FreesATextBeforeItTellsHowOftenTheActionRan) {
   EXPECT_EQ(texts_out, (std::vector<size_t>{0, 0, 0, 1, 1, 0}));
 }
 
-// The buffer of a line is out while the line is printed, and no longer.
+// The buffer of a line exists only while the line is printed.
 TEST_F(PolicyListing, FreesTheBufferOfALineOnceItIsPrinted) {
   small_policy("gold");
   std::vector<size_t> buffers_out;
@@ -284,7 +284,7 @@ TEST_F(PolicyListing, OfAHiddenPolicyIsLikeAnyOther) {
   EXPECT_EQ(take_printed(), lines_of_small(builtin_autoconf_policy));
 }
 
-TEST_F(PolicyListing, OfAPolicyThatIsNotThereIsEmpty) {
+TEST_F(PolicyListing, OfAPolicyThatDoesNotExistIsEmpty) {
   small_policy("gold");
   for (const char *name : {"gol", "gold1", "Gold", ""}) {
     EXPECT_REFUSED(0U, print(name));
@@ -311,7 +311,7 @@ TEST_F(PolicyListing, OfAPolicyThatIsNotControlIsItsHead) {
   EXPECT_CALLS();
 }
 
-TEST_F(PolicyListing, PassesOverRecordsOfAnotherKind) {
+TEST_F(PolicyListing, SkipsRecordsOfAnotherKind) {
   const uint32_t guest = cmap("guest");
   filter_in(guest, "f");
   const uint32_t parameters = pmtr_map("parameters");
@@ -327,7 +327,7 @@ TEST_F(PolicyListing, PassesOverRecordsOfAnotherKind) {
   EXPECT_PRINTED();
 }
 
-TEST_F(PolicyListing, OfADomainThatNobodyClaimedIsEmpty) {
+TEST_F(PolicyListing, OfAnUnclaimedDomainIsEmpty) {
   small_policy("gold");
   for (const char *domain : {"d", "d11", "D1", "d2", ""}) {
     EXPECT_REFUSED(0U, print(nullptr, 1, 0, domain));
@@ -521,7 +521,7 @@ TEST_F(ClassListing, CutsTheClassMapAt99CharactersAndTheFilterNowhere) {
   EXPECT_EQ(take_printed(), (kHead + Strings{row("match-all " + longest.substr(0, 99 - 10), "match " + longest)}));
 }
 
-TEST_F(ClassListing, OfAClassMapWithoutFiltersIsTheHead) {
+TEST_F(ClassListing, OfAClassMapWithoutFiltersIsOnlyTheHeader) {
   stored_cmap("voice");
   EXPECT_REFUSED(0U, print("voice"));
   EXPECT_EQ(take_printed(), kHead);
@@ -551,7 +551,7 @@ TEST_F(ClassListing, OfOneIsTheFirstOfTheName) {
   EXPECT_TRACED(kOwnDatabaseOfClasses);
 }
 
-TEST_F(ClassListing, OfAClassMapThatIsNotThereIsTheHead) {
+TEST_F(ClassListing, OfAClassMapThatDoesNotExistIsOnlyTheHeader) {
   small_class("voice");
   for (const char *name : {"voic", "voice1", "Voice", ""}) {
     EXPECT_REFUSED(0U, print(name));
@@ -560,7 +560,7 @@ TEST_F(ClassListing, OfAClassMapThatIsNotThereIsTheHead) {
   }
 }
 
-TEST_F(ClassListing, OfAnEmptyDatabaseIsTheHead) {
+TEST_F(ClassListing, OfAnEmptyDatabaseIsOnlyTheHeader) {
   EXPECT_REFUSED(0U, print(nullptr, 1));
   EXPECT_EQ(take_printed(), kHead);
   EXPECT_TRACED(kOwnDatabaseOfClasses, info("(info): CMAP avl, get first: no first cmap"));
@@ -586,7 +586,7 @@ TEST_F(ClassListing, OfAllPrintsWhatHasLostItsHandle) {
   const uint32_t voice = small_class("voice", {.hidden = 1});
   zar_handle_release(voice);
   EXPECT_EQ(print(nullptr, 1), 0U);
-  EXPECT_EQ(take_printed(), (kHead + row_of_small("voice"))) << "nothing tells that it is hidden";
+  EXPECT_EQ(take_printed(), (kHead + row_of_small("voice"))) << "nothing shows that it is hidden";
   NEEDS_TRACE();
   const Lines lines = take_errors();
   EXPECT_EQ(std::count(lines.begin(), lines.end(), error("(ERR):  : input class map handle context cannot be NULL")),
@@ -602,7 +602,7 @@ TEST_F(ClassListing, FindsNothingUnderTheNameThatAClassMapHasLost) {
   at<zar_cmap>(voice)->name = name;
 }
 
-TEST_F(ClassListing, PassesOverRecordsOfAnotherKind) {
+TEST_F(ClassListing, SkipsRecordsOfAnotherKind) {
   const uint32_t guest = pmap("guest");
   event_in(guest, 1);
   const uint32_t parameters = pmtr_map("parameters");
@@ -618,7 +618,7 @@ TEST_F(ClassListing, PassesOverRecordsOfAnotherKind) {
   EXPECT_EQ(take_printed(), kHead);
 }
 
-TEST_F(ClassListing, OfADomainThatNobodyClaimedIsTheHead) {
+TEST_F(ClassListing, OfAnUnclaimedDomainIsOnlyTheHeader) {
   small_class("voice");
   for (const char *domain : {"d", "d11", "D1", ""}) {
     EXPECT_REFUSED(0U, print(nullptr, 1, domain));

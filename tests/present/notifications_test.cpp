@@ -1,4 +1,4 @@
-// What the handlers of actions are told, and with which target lists.
+// The notifications of action handlers, and their target lists.
 #include <algorithm>
 #include <utility>
 
@@ -33,7 +33,7 @@ struct Notifications : Repository {
     at<zar_action>(handle)->action_notify_fn = keep_notification;
     return handle;
   }
-  // Actions that were made deaf hear nothing.
+  // Actions without a notification function are not notified.
   static void make_deaf(uint32_t action) { at<zar_action>(action)->action_notify_fn = nullptr; }
 
   void TearDown() override {
@@ -60,7 +60,7 @@ struct ActivePolicy : Notifications {
   const uint32_t video = rule(start, cmap("video"), 2);
   const uint32_t rest = rule(stop, cmap("rest"), 1);
 
-  // Cuts the targets' information off, as a host does that is about to go.
+  // Removes the targets' information, like a host that is about to end.
   static zar_target_info *detach(uint32_t target) {
     return std::exchange(at<zar_target>(target)->target_info, nullptr);
   }
@@ -70,7 +70,7 @@ struct ActivePolicy : Notifications {
 
 struct OneAction : ActivePolicy {};
 
-TEST_F(OneAction, TellsItsHandlerOfAllTargetsOfThePolicy) {
+TEST_F(OneAction, NotifiesItsHandlerOfAllTargetsOfThePolicy) {
   const uint32_t log = action("log");
   zar_shim_action_added_removed(log, gold, 1);
   EXPECT_CALLS("notify added log [7 8]");
@@ -81,7 +81,7 @@ TEST_F(OneAction, TellsItsHandlerOfAllTargetsOfThePolicy) {
   EXPECT_TRACED();
 }
 
-TEST_F(OneAction, HandsOverAListOfItsOwnWithTheCallersRecords) {
+TEST_F(OneAction, PassesItsOwnListWithTheCallersRecords) {
   const uint32_t log = noting_action_in(voice, "log");
   watch_requests();
   zar_shim_action_added_removed(log, gold, 1);
@@ -97,14 +97,14 @@ TEST_F(OneAction, HandsOverAListOfItsOwnWithTheCallersRecords) {
   EXPECT_NE(notifications[1].list, notifications[0].list) << "each call has its own";
 }
 
-TEST_F(OneAction, NeedNotStandInThePolicy) {
+TEST_F(OneAction, NeedNotBeInThePolicy) {
   const uint32_t other = stored_pmap("other");
   target(other, 9);
   zar_shim_action_added_removed(action_in(voice, "log"), other, 1);
   EXPECT_CALLS("notify added log [9]");
 }
 
-TEST_F(OneAction, IsNotTellingWhereThePolicyIsActiveNowhere) {
+TEST_F(OneAction, NotifiesNobodyWhereThePolicyIsActiveNowhere) {
   const uint32_t idle = stored_pmap("idle");
   const uint32_t log = action_in(rule(event_in(idle, 1), cmap("c")), "log");
   const std::string before = everything();
@@ -145,7 +145,7 @@ TEST_F(OneAction, WithoutDataDoesNothing) {
   void *own = std::exchange(at<zar_action>(log)->action_data, nullptr);
   const std::string before = everything();
   zar_shim_action_added_removed(log, gold, 1);
-  EXPECT_EQ(everything(), before) << "a list that nobody gets is not left behind";
+  EXPECT_EQ(everything(), before) << "a list that nobody gets is freed";
   EXPECT_TRUE(notifications.empty());
   EXPECT_TRACED();
   at<zar_action>(log)->action_data = own;
@@ -159,7 +159,7 @@ TEST_F(OneAction, ThatIsNoneDoesNothing) {
     zar_shim_action_added_removed(bad.handle, 0xfffffff0, 1);
     EXPECT_EQ(everything(), before);
     EXPECT_CALLS();
-    // No action is an answer, not a handle to look up.
+    // Handle 0 means no action, and is not looked up.
     EXPECT_EQ(take_trace(), bad.handle == 0 ? Lines{} : bad.said);
   }
 }
@@ -179,14 +179,14 @@ TEST_F(OneAction, NeedsAPolicy) {
   }
 }
 
-TEST_F(OneAction, IsServedForAPolicyThatIsNotControl) {
+TEST_F(OneAction, WorksForAPolicyThatIsNotControl) {
   const uint32_t silver = stored_pmap("silver", {.type = 2});
   target(silver, 9);
   zar_shim_action_added_removed(action("log"), silver, 0);
   EXPECT_CALLS("notify removed log [9]");
 }
 
-TEST_F(OneAction, IsNotTellingWithoutMemoryForTheList) {
+TEST_F(OneAction, NotifiesNobodyWithoutMemoryForTheList) {
   const uint32_t log = action("log");
   const std::string before = everything();
   const uint64_t faults_before = runtime::injected_faults();
@@ -206,7 +206,7 @@ struct Activation : ActivePolicy {
   }
 };
 
-TEST_F(Activation, TellsTheHandlersInTheOrderOfTheRules) {
+TEST_F(Activation, NotifiesTheHandlersInTheOrderOfTheRules) {
   action_in(video, "c", 1);
   action_in(voice, "b", 2);
   action_in(voice, "a", 1);
@@ -221,7 +221,7 @@ TEST_F(Activation, TellsTheHandlersInTheOrderOfTheRules) {
   EXPECT_TRACED();
 }
 
-TEST_F(Activation, TellsTheHandlerAtEachPlaceOfAnAction) {
+TEST_F(Activation, NotifiesTheHandlerAtEachPlaceOfAnAction) {
   const uint32_t log = action_in(voice, "log");
   zar_increment_action(at<zar_action>(log));
   add_action(rest, log);
@@ -229,7 +229,7 @@ TEST_F(Activation, TellsTheHandlerAtEachPlaceOfAnAction) {
   EXPECT_CALLS("notify added log [7]", "notify added log [7 7]");
 }
 
-TEST_F(Activation, HandsOneListToAllHandlers) {
+TEST_F(Activation, PassesOneListToAllHandlers) {
   const uint32_t a = noting_action_in(voice, "a", 1);
   noting_action_in(voice, "b", 2);
   watch_requests();
@@ -244,7 +244,7 @@ TEST_F(Activation, HandsOneListToAllHandlers) {
   EXPECT_EQ(blocks_out(kActivationTag), 1U) << "the list is the handlers'";
 }
 
-TEST_F(Activation, PassesOverActionsWithoutNotificationFunction) {
+TEST_F(Activation, SkipsActionsWithoutNotificationFunction) {
   make_deaf(action_in(voice, "a", 1));
   action_in(voice, "b", 2);
   invoke(gold, seven, 1);
@@ -261,7 +261,7 @@ TEST_F(Activation, NeedsNoListWhereNobodyListens) {
   EXPECT_CALLS();
 }
 
-TEST_F(Activation, TellsOfActionsWithoutDataToo) {
+TEST_F(Activation, AlsoNotifiesActionsWithoutData) {
   const uint32_t a = noting_action_in(voice, "a");
   void *own = std::exchange(at<zar_action>(a)->action_data, nullptr);
   invoke(gold, seven, 1);
@@ -289,7 +289,7 @@ TEST_F(Activation, RefusesATargetWithoutInformation) {
   at<zar_target>(seven)->target_info = own;
 }
 
-TEST_F(Activation, OfAPolicyThatIsNotControlTellsNobody) {
+TEST_F(Activation, OfAPolicyThatIsNotControlNotifiesNobody) {
   const MapOptions plain = {.type = 2};
   const uint32_t silver = stored_pmap("silver", plain);
   stored_cmap("voice", plain);
@@ -314,9 +314,9 @@ TEST_F(Activation, EndsWithoutMemoryForTheList) {
   EXPECT_TRACED();
 }
 
-// The handler of an earlier call keeps its list, so the target's information stands there and an entry of a second list has
-// to be allocated.
-TEST_F(Activation, HandsOverNoEmptyListWhenAnEntryCannotBeHad) {
+// The handler of an earlier call keeps its list, so the target's information is in it and an entry of a second list
+// must be allocated.
+TEST_F(Activation, PassesNoEmptyListWithoutMemoryForAnEntry) {
   noting_action_in(voice, "a", 1);
   noting_action_in(voice, "b", 2);
   invoke(gold, seven, 1);
@@ -326,7 +326,7 @@ TEST_F(Activation, HandsOverNoEmptyListWhenAnEntryCannotBeHad) {
   invoke(gold, seven, 1);
   runtime::clear_faults();
   EXPECT_EQ(notifications.size(), 2U);
-  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+  EXPECT_EQ(everything(), before) << "the list that nobody got is freed";
 
   runtime::fail_request(runtime::Service::queue_entry, 1);
   invoke(gold, seven, 1);
@@ -335,7 +335,7 @@ TEST_F(Activation, HandsOverNoEmptyListWhenAnEntryCannotBeHad) {
   EXPECT_EQ(notifications[2].target_infos, (std::vector<const void *>{at<zar_target>(seven)->target_info}));
 }
 
-TEST_F(OneAction, GetsNoEmptyListWhenAnEntryCannotBeHad) {
+TEST_F(OneAction, GetsNoEmptyListWithoutMemoryForAnEntry) {
   const uint32_t log = noting_action_in(voice, "log");
   zar_shim_action_added_removed(log, gold, 1);
   ASSERT_EQ(notifications.size(), 1U);
@@ -344,7 +344,7 @@ TEST_F(OneAction, GetsNoEmptyListWhenAnEntryCannotBeHad) {
   zar_shim_action_added_removed(log, gold, 1);
   runtime::clear_faults();
   EXPECT_EQ(notifications.size(), 1U);
-  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+  EXPECT_EQ(everything(), before) << "the list that nobody got is freed";
 
   runtime::fail_request(runtime::Service::queue_entry, 1);
   zar_shim_action_added_removed(log, gold, 1);
@@ -353,7 +353,7 @@ TEST_F(OneAction, GetsNoEmptyListWhenAnEntryCannotBeHad) {
       << "what is in the list counts";
 }
 
-TEST_F(Activation, AndDeactivationOfATargetTellTheHandlers) {
+TEST_F(Activation, AndDeactivationOfATargetNotifyTheHandlers) {
   const uint32_t silver = stored_pmap("silver");
   action_in(rule(event_in(silver, 1), cmap("c")), "log");
   EXPECT_EQ(zar_activate_policy(one, silver, seven), 0U);
@@ -367,7 +367,7 @@ TEST_F(Activation, AndDeactivationOfATargetTellTheHandlers) {
 
 struct Removal : ActivePolicy {};
 
-TEST_F(Removal, OfAnEventTellsTheHandlersOfAllItsActions) {
+TEST_F(Removal, OfAnEventNotifiesTheHandlersOfAllItsActions) {
   action_in(video, "c", 1);
   action_in(voice, "b", 2);
   action_in(voice, "a", 1);
@@ -377,7 +377,7 @@ TEST_F(Removal, OfAnEventTellsTheHandlersOfAllItsActions) {
   EXPECT_TRACED();
 }
 
-TEST_F(Removal, OfAClassActionTellsTheHandlersOfItsActions) {
+TEST_F(Removal, OfAClassActionNotifiesTheHandlersOfItsActions) {
   action_in(voice, "b", 2);
   action_in(voice, "a", 1);
   action_in(video, "other");
@@ -412,7 +412,7 @@ struct EachRemoval : ActivePolicy, ::testing::WithParamInterface<Command> {
 INSTANTIATE_TEST_SUITE_P(, EachRemoval, ::testing::ValuesIn(kCommands),
                          [](const auto &command) { return std::string(command.param.name); });
 
-TEST_P(EachRemoval, HandsOneListToAllHandlers) {
+TEST_P(EachRemoval, PassesOneListToAllHandlers) {
   noting_action_in(voice, "a", 1);
   noting_action_in(voice, "b", 2);
   watch_requests();
@@ -425,7 +425,7 @@ TEST_P(EachRemoval, HandsOneListToAllHandlers) {
   EXPECT_EQ(blocks_out(kCollectedTag), 1U) << "the list is the handlers'";
 }
 
-TEST_P(EachRemoval, HandsOverNoEmptyListWhenNoEntryCanBeHad) {
+TEST_P(EachRemoval, PassesNoEmptyListWithoutMemoryForAnyEntry) {
   noting_action_in(voice, "a");
   remove(subject(), gold);
   ASSERT_EQ(notifications.size(), 1U);
@@ -434,17 +434,17 @@ TEST_P(EachRemoval, HandsOverNoEmptyListWhenNoEntryCanBeHad) {
   remove(subject(), gold);
   runtime::clear_faults();
   EXPECT_EQ(notifications.size(), 1U);
-  EXPECT_EQ(everything(), before) << "the list that nobody got goes back";
+  EXPECT_EQ(everything(), before) << "the list that nobody got is freed";
 }
 
-TEST_P(EachRemoval, PassesOverActionsWithoutNotificationFunction) {
+TEST_P(EachRemoval, SkipsActionsWithoutNotificationFunction) {
   make_deaf(action_in(voice, "a", 1));
   action_in(voice, "b", 2);
   remove(subject(), gold);
   EXPECT_CALLS("notify removed b [7 8]");
 }
 
-TEST_P(EachRemoval, TellsOfActionsWithoutDataToo) {
+TEST_P(EachRemoval, AlsoNotifiesActionsWithoutData) {
   const uint32_t a = noting_action_in(voice, "a");
   void *own = std::exchange(at<zar_action>(a)->action_data, nullptr);
   remove(subject(), gold);
@@ -453,7 +453,7 @@ TEST_P(EachRemoval, TellsOfActionsWithoutDataToo) {
   at<zar_action>(a)->action_data = own;
 }
 
-TEST_P(EachRemoval, TellsOfTheTargetsOfTheGivenPolicy) {
+TEST_P(EachRemoval, ReportsTheTargetsOfTheGivenPolicy) {
   action_in(voice, "a");
   const uint32_t other = stored_pmap("other");
   target(other, 9);
@@ -461,7 +461,7 @@ TEST_P(EachRemoval, TellsOfTheTargetsOfTheGivenPolicy) {
   EXPECT_CALLS("notify removed a [9]");
 }
 
-TEST_P(EachRemoval, TellsNobodyWhereThePolicyIsActiveNowhere) {
+TEST_P(EachRemoval, NotifiesNobodyWhereThePolicyIsActiveNowhere) {
   action_in(voice, "a");
   const uint32_t idle = stored_pmap("idle");
   const std::string before = everything();
@@ -538,7 +538,7 @@ TEST_F(Removal, OfAnEventTriesNoOtherRuleWithoutMemoryForTheList) {
   EXPECT_CALLS();
 }
 
-TEST_F(Removal, OfAClassActionIsServedForAPolicyThatIsNotControl) {
+TEST_F(Removal, OfAClassActionWorksForAPolicyThatIsNotControl) {
   const MapOptions plain = {.type = 2};
   const uint32_t silver = stored_pmap("silver", plain);
   stored_cmap("voice", plain);

@@ -1,4 +1,5 @@
-// What parameter-maps need of policies: who uses one, newer data for an action or a filter, a policy-map by its name.
+// What parameter-maps need from policies: which action uses one, newer data for an action or a filter, a policy-map by
+// name.
 #include <cstring>
 #include <utility>
 
@@ -55,13 +56,13 @@ TEST_F(ParameterMapUse, IsAnsweredByTheFirstThatUsesIt) {
   EXPECT_CALLS("uses a", "uses b", "uses c");
 }
 
-// Answers what a test says, to tell any non-zero answer from 1.
+// Returns the value that a test gives, to distinguish any non-zero result from 1.
 uint32_t the_answer = 0;
 uint32_t answer(void *, const void *) {
   return the_answer;
 }
 
-TEST_F(ParameterMapUse, IsOneWhateverTheAnswerIs) {
+TEST_F(ParameterMapUse, IsOneWhateverTheResultIs) {
   claim("d1", one);
   const uint32_t a = action_in(rule(event_in(stored_pmap("gold"), 1), cmap("voice")), "a");
   at<zar_action>(a)->action_param_map_check_fn = answer;
@@ -80,7 +81,7 @@ TEST_F(ParameterMapUse, IsAskedWithTheValueAsItIs) {
   EXPECT_CALLS("uses a");
 }
 
-TEST_F(ParameterMapUse, IsNotAskedBehindAnActionThatCannotAnswer) {
+TEST_F(ParameterMapUse, IsNotAskedAfterAnActionThatCannotBeAsked) {
   claim("d1", one);
   const uint32_t start = event_in(stored_pmap("gold"), 1);
   const uint32_t voice = rule(start, cmap("voice"), 1), video = rule(start, cmap("video"), 2);
@@ -439,7 +440,7 @@ TEST_F(SubscriberPolicy, IsOfThatDomainAndControlOnly) {
                 info("(info): retrieve_policy: search failed as there is no match clid:%d, name:%s", 1, "gold"));
 }
 
-TEST_F(SubscriberPolicy, IsSoughtForTheOwnerOfTheDomain) {
+TEST_F(SubscriberPolicy, IsSearchedForOnBehalfOfTheOwnerOfTheDomain) {
   const uint32_t three = client("three", database());
   {
     const Quiet quiet;
@@ -455,7 +456,7 @@ TEST_F(SubscriberPolicy, IsSoughtForTheOwnerOfTheDomain) {
                 info("(info): retrieve_policy: successful, pmap:%s", "theirs:subscriber:1"));
 }
 
-TEST_F(SubscriberPolicy, IsWhateverStandsUnderTheKey) {
+TEST_F(SubscriberPolicy, IsWhateverIsStoredUnderTheKey) {
   const uint32_t voice = cmap("voice", kOfSubscribers);
   {
     const Quiet quiet;

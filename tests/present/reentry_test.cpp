@@ -1,4 +1,4 @@
-// Handlers, text functions and printers that take out and delete what is being walked.
+// Handlers, text functions and printers that remove and delete what is being walked.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -64,7 +64,7 @@ struct TwoByTwo : Lifecycle {
   }
 };
 
-// What a function of the first action does, and whose functions are called all the same.
+// What a function of the first action does, and whose functions are still called.
 struct Deed {
   const char *name;
   std::function<void(const TwoByTwo &)> act;
@@ -101,14 +101,14 @@ struct Notifying : TwoByTwo, testing::WithParamInterface<Deed> {
 };
 INSTANTIATE_TEST_SUITE_P(Each, Notifying, testing::ValuesIn(kDeeds), [](const auto &each) { return each.param.name; });
 
-TEST_P(Notifying, OfAnActivationTellsTheActionsThatAreLeft) {
+TEST_P(Notifying, OfAnActivationNotifiesTheActionsThatAreLeft) {
   once_inside(data_of_action(handler), [this] { GetParam().act(*this); });
   EXPECT_EQ(zar_activate_policy(one, gold, interface), 0U);
   EXPECT_EQ(places(2), GetParam().left);
   EXPECT_EQ(targets_of(gold), Handles{interface});
 }
 
-TEST_P(Notifying, OfADeactivationTellsTheActionsThatAreLeft) {
+TEST_P(Notifying, OfADeactivationNotifiesTheActionsThatAreLeft) {
   activate(gold, interface);
   once_inside(data_of_action(handler), [this] { GetParam().act(*this); });
   const zar_map_info info = map_info("gold");
@@ -117,7 +117,7 @@ TEST_P(Notifying, OfADeactivationTellsTheActionsThatAreLeft) {
   EXPECT_EQ(targets_of(gold), Handles{});
 }
 
-TEST_P(Notifying, OfARemovedEventTellsTheActionsThatAreLeft) {
+TEST_P(Notifying, OfARemovedEventNotifiesTheActionsThatAreLeft) {
   activate(gold, interface);
   once_inside(data_of_action(handler), [this] { GetParam().act(*this); });
   zar_remove_action_handler_for_event(events[0], gold);
@@ -127,7 +127,7 @@ TEST_P(Notifying, OfARemovedEventTellsTheActionsThatAreLeft) {
   EXPECT_EQ(places(2), expected);
 }
 
-TEST_P(Notifying, OfARemovedClassTellsTheActionsThatAreLeft) {
+TEST_P(Notifying, OfARemovedClassNotifiesTheActionsThatAreLeft) {
   activate(gold, interface);
   once_inside(data_of_action(handler), [this] { GetParam().act(*this); });
   zar_remove_action_handler_for_class(rules[0], gold);
@@ -137,7 +137,7 @@ TEST_P(Notifying, OfARemovedClassTellsTheActionsThatAreLeft) {
   EXPECT_EQ(places(2), expected);
 }
 
-TEST_P(Notifying, TellsTheActionsThatAreLeftWhenTheDeedIsDoneOneLevelDeeper) {
+TEST_P(Notifying, NotifiesTheActionsThatAreLeftWhenTheCallIsMadeOneLevelDeeper) {
   uint32_t other = 0;
   data_of_action(handler).on_call = [this, &other, calls = 0]() mutable {
     const Quiet quiet;
@@ -155,7 +155,7 @@ struct NotifyingOnce : TwoByTwo {
   const uint32_t interface = target(silver, 7);
 };
 
-TEST_F(NotifyingOnce, TellsEachActionOnceThoughOneThatWasToldGoes) {
+TEST_F(NotifyingOnce, NotifiesEachActionOnceEvenIfANotifiedOneIsDeleted) {
   const uint32_t second = actions_of(rules[0])[1];
   once_inside(data_of_action(second), [this] { drop_action("111"); });
   EXPECT_EQ(zar_activate_policy(one, gold, interface), 0U);
@@ -183,7 +183,7 @@ TEST_F(NotifyingOnce, EndsWhenTheHandlerDeletesThePolicyOfTheQuestion) {
   EXPECT_FALSE(live(silver));
 }
 
-TEST_F(NotifyingOnce, TellsAnActionThatStandsTwiceOfTheSecondPlaceTooWhenTheFirstGoes) {
+TEST_F(NotifyingOnce, NotifiesAnActionAgainForItsSecondOccurrenceWhenTheFirstIsRemoved) {
   const uint32_t second = actions_of(rules[0])[1];
   zar_increment_action(at<zar_action>(handler));
   add_action(rules[1], handler);
@@ -229,7 +229,7 @@ struct ListingDatabases : TwoByTwo {
   static uint32_t print_policies() { return zar_print_policymap("", capture_printer, "d1", nullptr, 1, 0); }
 };
 
-TEST_F(ListingDatabases, PassOverAPolicyThatATextFunctionDeletes) {
+TEST_F(ListingDatabases, SkipAPolicyThatATextFunctionDeletes) {
   once_inside(data_of_action(handler), [this] { EXPECT_EQ(zar_delete_stored_policy(one, iron), 0U); });
   EXPECT_EQ(print_policies(), 0U);
   Strings lines = take_printed();
@@ -238,7 +238,7 @@ TEST_F(ListingDatabases, PassOverAPolicyThatATextFunctionDeletes) {
   EXPECT_EQ(std::count(lines.begin(), lines.end(), "iron"), 0);
 }
 
-TEST_F(ListingDatabases, GoOnBehindThePolicyThatThePrinterDeletesWhateverItShows) {
+TEST_F(ListingDatabases, ContinueAfterThePolicyThatThePrinterDeletesWhateverItShows) {
   const uint32_t last = stored_pmap("zinc");
   size_t lines = 0;
   EXPECT_EQ(print_policies(), 0U);
@@ -265,7 +265,7 @@ TEST_F(ListingDatabases, GoOnBehindThePolicyThatThePrinterDeletesWhateverItShows
   EXPECT_TRUE(live(last));
 }
 
-TEST_F(ListingDatabases, PassOverAllThatThePrinterDeletes) {
+TEST_F(ListingDatabases, SkipAllThatThePrinterDeletes) {
   at_line(1, [this] {
     for (const uint32_t each : {gold, iron, silver})
       EXPECT_EQ(zar_delete_stored_policy(one, each), 0U);
@@ -275,7 +275,7 @@ TEST_F(ListingDatabases, PassOverAllThatThePrinterDeletes) {
   EXPECT_EQ(pmaps_in(db), Handles{});
 }
 
-TEST_F(ListingDatabases, GoOnBehindAPolicyThatLeavesTheTree) {
+TEST_F(ListingDatabases, ContinueAfterAPolicyThatLeavesTheTree) {
   at_line(1, [this] {
     zar_pmap *removed = nullptr;
     EXPECT_EQ(zar_avl_delete_pmap(db, at<zar_pmap>(gold), &removed), 1U);
@@ -346,12 +346,12 @@ TEST_F(ListingClasses, ShowTheFiltersThatATextFunctionLeaves) {
   EXPECT_EQ(print("alpha"), (Strings{"match first", "match third"}));
 }
 
-TEST_F(ListingClasses, PassOverAClassThatATextFunctionDeletes) {
+TEST_F(ListingClasses, SkipAClassThatATextFunctionDeletes) {
   once_inside(data_of_filter(first), [this] { EXPECT_EQ(zar_delete_stored_class(one, beta), 0U); });
   EXPECT_EQ(print(nullptr), (Strings{"match first", "match second", "match third", "match of gamma"}));
 }
 
-TEST_F(ListingClasses, GoOnBehindTheClassThatThePrinterDeletes) {
+TEST_F(ListingClasses, ContinueAfterTheClassThatThePrinterDeletes) {
   on_printed = [this](const std::string &) {
     if (printed().size() != 3) return;
     const Quiet quiet;

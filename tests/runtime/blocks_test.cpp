@@ -71,7 +71,7 @@ TEST_F(BlocksTest, FreeingNothingDoesNothing) {
   bfree_named(nullptr);
 }
 
-TEST_F(BlocksTest, WhatIsNoBlockIsNotFreed) {
+TEST_F(BlocksTest, AnUnknownBlockIsNotFreed) {
   int on_stack = 0;
   for (size_t size : {20u, 2000u}) {
     auto block = static_cast<char *>(bcalloc_named(1, size, 5));

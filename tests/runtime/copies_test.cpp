@@ -33,7 +33,7 @@ TEST_F(CopiesTest, WhatDoesNotFitLeavesAnEmptyText) {
   EXPECT_STREQ(to, "four");
 }
 
-TEST_F(CopiesTest, NothingBehindTheCountIsRead) {
+TEST_F(CopiesTest, NothingAfterTheCountIsRead) {
   const char unterminated[3] = {'a', 'b', 'c'};
   EXPECT_EQ(strncpy_s(to, sizeof to, unterminated, 3), 0);
   EXPECT_STREQ(to, "abc");

@@ -12,7 +12,7 @@ uint32_t never_equal(const void *, const void *) {
   return 0;
 }
 
-// One request of a service, which is undone at once; false when it was refused.
+// One request of a service, which is undone immediately; false if it was refused.
 struct Requester {
   Service service;
   bool (*make)();
@@ -139,14 +139,14 @@ TEST_P(FaultsTest, RequestsFailFromTheNthOnUntilTheFaultsAreCleared) {
   EXPECT_EQ(make(2), (std::vector<bool>{true, true}));
 }
 
-TEST_P(FaultsTest, TheClockOfAnyServiceStrikesThisOneToo) {
+TEST_P(FaultsTest, TheClockOfAnyServiceAlsoFailsThisOne) {
   runtime::fail_request(2);
   EXPECT_EQ(make(3), (std::vector<bool>{true, false, true}));
   runtime::fail_request(1, Fault::from_then_on);
   EXPECT_EQ(make(2), (std::vector<bool>{false, false}));
 }
 
-TEST_P(FaultsTest, TheClockOfOneServiceDoesNotTickForOthers) {
+TEST_P(FaultsTest, TheClockOfOneServiceDoesNotCountOthers) {
   runtime::fail_request(GetParam().service, 1);
   EXPECT_EQ(make(3, other_than(GetParam().service)), (std::vector<bool>{true, true, true}));
   EXPECT_EQ(make(1), (std::vector<bool>{false}));

@@ -1,4 +1,4 @@
-// What the tests of the runtime share.
+// Shared by the tests of the runtime.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 #include "host/runtime/control.h"
 #include "platform/runtime.h"
 
-// Every test ends without a complaint that it has not asked for.
+// Every test ends without unexpected complaints.
 class RuntimeTest : public testing::Test {
  protected:
   void TearDown() override { EXPECT_EQ(complaints(), std::vector<std::string>()); }
@@ -27,7 +27,7 @@ class RuntimeTest : public testing::Test {
   static size_t n_complaints() { return complaints().size(); }
 };
 
-// Random numbers that come again: the seed is printed.
+// Reproducible random numbers: the seed is printed.
 class Random {
  public:
   explicit Random(uint32_t seed) : engine_(seed) { std::cout << "seed " << seed << "\n"; }

@@ -41,7 +41,7 @@ TEST_F(IdsTest, ALiveIdLeadsToItsPointer) {
   EXPECT_EQ(status, kLive);
 }
 
-TEST_F(IdsTest, ADeletedIdIsToldFromOneThatWasNeverIssued) {
+TEST_F(IdsTest, ADeletedIdIsDistinguishedFromOneThatWasNeverIssued) {
   uint32_t id = issue(&object);
   EXPECT_NE(id_delete(id, table), 0u);
   EXPECT_EQ(look_up(id), nullptr);
@@ -122,7 +122,7 @@ TEST_F(IdsTest, ATableThatDoesNotExistIssuesNothing) {
   EXPECT_EQ(n_complaints(), 2u);
 }
 
-TEST_F(IdsTest, NumberingGoesOnOverTables) {
+TEST_F(IdsTest, NumberingContinuesAcrossTables) {
   std::vector<uint32_t> issued;
   std::vector<uint16_t> kept;
   for (int i = 0; i < 1000; ++i) {
@@ -215,7 +215,7 @@ TEST_F(IdsTest, AValueDoesNotComeBackWithin16MillionAllocations) {
   EXPECT_GE(again, kDistance) << "0: it never came back, and this test does not see the wrap";
 }
 
-TEST_F(IdsTest, IdsStayDeletedWhenTheirSlotsBeginAnew) {
+TEST_F(IdsTest, IdsStayDeletedWhenTheirSlotsWrapAround) {
   std::vector<uint32_t> newest(5000);
   uint32_t first = issue(&object);
   id_delete(first, table);

@@ -16,7 +16,7 @@ class PoolsTest : public RuntimeTest {
   static runtime::PoolInfo newest() { return runtime::pools().back(); }
 };
 
-TEST_F(PoolsTest, APoolTellsWhatItWasMadeWith) {
+TEST_F(PoolsTest, APoolReportsWhatItWasMadeWith) {
   ASSERT_NE(chunk_create_bmalloc(152, 20, kFlags, 0, 0x3e00037), nullptr);
   EXPECT_EQ(newest().name, "");
   EXPECT_EQ(newest().tag, 0x3e00037u);
@@ -48,7 +48,7 @@ TEST_F(PoolsTest, RecordsAreDistinctAndAligned) {
   }
 }
 
-TEST_F(PoolsTest, CountsWhatIsOutAndWhatEverWas) {
+TEST_F(PoolsTest, CountsRecordsInUseAndEverUsed) {
   size_t live_before = runtime::live_records();
   chunk_pool *pool = make(48);
   void *a = chunk_malloc(pool), *b = chunk_malloc(pool);
@@ -61,7 +61,7 @@ TEST_F(PoolsTest, CountsWhatIsOutAndWhatEverWas) {
   EXPECT_EQ(runtime::live_records(), live_before);
 }
 
-TEST_F(PoolsTest, NoPoolGivesNothing) {
+TEST_F(PoolsTest, NoPoolReturnsNothing) {
   int record = 0;
   EXPECT_EQ(chunk_malloc(nullptr), nullptr);
   EXPECT_EQ(n_complaints(), 0u);
@@ -115,7 +115,7 @@ TEST_F(PoolsTest, ContentThatLooksLikeAFreeRecordIsNoObstacle) {
 #if ZAR_RECORDS_ON_HEAP
   char left_behind[64] = {};
 #else
-  // Whatever the pool writes into a record that it holds, a user may write too.
+  // A user may write anything that the pool writes into a free record.
   char left_behind[64];
   std::memcpy(left_behind, record, sizeof left_behind);
 #endif

@@ -104,7 +104,7 @@ TEST_F(QueuesTest, WithoutItsPredecessorAnElementGoesToTheTail) {
   EXPECT_EQ(n_complaints(), 2u);
 }
 
-TEST_F(QueuesTest, UnqueueTakesOutFromAnyPlace) {
+TEST_F(QueuesTest, UnqueueRemovesFromAnyPlace) {
   enqueue({0, 1, 2, 3, 4});
   queue_unqueue(&queue, &items[2]);
   EXPECT_EQ(walk(queue), named({0, 1, 3, 4}));
@@ -139,7 +139,7 @@ TEST_F(QueuesTest, OnePlaceCostsNoAllocation) {
   EXPECT_EQ(runtime::live_queue_entries(), 0u);
 }
 
-TEST_F(QueuesTest, AnElementMayStandInSeveralQueues) {
+TEST_F(QueuesTest, AnElementMayBeInSeveralQueues) {
   enqueue({0, 1, 2});
   for (size_t index : {2u, 1u, 0u})
     queue_enqueue(&other, &items[index]);
@@ -154,7 +154,7 @@ TEST_F(QueuesTest, AnElementMayStandInSeveralQueues) {
   EXPECT_EQ(runtime::live_queue_entries(), 2u);
 }
 
-TEST_F(QueuesTest, AnElementMayStandInOneQueueSeveralTimes) {
+TEST_F(QueuesTest, AnElementMayBeInOneQueueSeveralTimes) {
   enqueue({0, 1, 0, 0, 2, 0});
   EXPECT_EQ(walk(queue), named({0, 1, 0, 0, 2, 0}));
   queue_unqueue(&queue, &items[0]);
@@ -189,7 +189,7 @@ TEST_F(QueuesTest, ACursorIsNotDisturbedByInserting) {
   EXPECT_EQ(queue_get_next(&queue, &cursor), nullptr);
 }
 
-TEST_F(QueuesTest, AnElementMayBeTakenOutAndFreedOnceTheNextOneWasFetched) {
+TEST_F(QueuesTest, AnElementMayBeRemovedAndFreedOnceTheNextOneWasFetched) {
   for (int i = 0; i < 10; ++i)
     queue_enqueue(&queue, new Item{{}, i});
   queue_cursor cursor{};
@@ -206,7 +206,7 @@ TEST_F(QueuesTest, AnElementMayBeTakenOutAndFreedOnceTheNextOneWasFetched) {
   EXPECT_EQ(queue.count, 0u);
 }
 
-TEST_F(QueuesTest, TheSameHoldsForAnElementThatStandsThereSeveralTimes) {
+TEST_F(QueuesTest, TheSameHoldsForAnElementWithSeveralOccurrences) {
   enqueue({0, 1, 0, 0, 1});
   queue_cursor cursor{};
   Elements seen;
@@ -214,7 +214,7 @@ TEST_F(QueuesTest, TheSameHoldsForAnElementThatStandsThereSeveralTimes) {
   while (current) {
     void *next = queue_get_next(&queue, &cursor);
     seen.push_back(current);
-    queue_unqueue(&queue, current);  // the first of its places is the one that the walk has just left
+    queue_unqueue(&queue, current);  // its first entry is the one that the walk has just left
     current = next;
   }
   EXPECT_EQ(seen, named({0, 1, 0, 0, 1}));
@@ -267,7 +267,7 @@ TEST_F(QueuesTest, AnAbandonedListLeavesItsElementsFree) {
   runtime::abandon(nullptr);
 }
 
-TEST_F(QueuesTest, AListThatWasThrownAwayFullDoesNoHarm) {
+TEST_F(QueuesTest, AListThatWasDiscardedFullDoesNoHarm) {
   {
     queue_head list;
     queue_init(&list, 0);

@@ -74,7 +74,7 @@ TEST_F(TextsTest, RemovingMoreOftenThanAddingIsRefused) {
   }
 }
 
-TEST_F(TextsTest, WhatIsNoReferenceIsRefused) {
+TEST_F(TextsTest, AnUnknownReferenceIsRefused) {
   std::vector<char> elsewhere(64);
   EXPECT_EQ(sdb_string_addr_ptr(nullptr), nullptr);
   EXPECT_EQ(remove(nullptr), 0u);

@@ -49,7 +49,7 @@ TEST_F(TraceTest, EachLevelIsWantedOnItsOwn) {
   EXPECT_EQ(lines[0].text, "wanted");
 }
 
-TEST_F(TraceTest, ALineTellsWhatWasPassed) {
+TEST_F(TraceTest, ALineReportsWhatWasPassed) {
   runtime::want_trace_levels(~0u);
   btrace_wrapper(17, 6, 0, "(info): %s: 0x%x", "add", 0xabcu);
   ASSERT_EQ(lines.size(), 1u);

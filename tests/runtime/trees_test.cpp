@@ -116,7 +116,7 @@ TEST_F(TreesTest, EveryOrderOfFiveInsertsWalksInKeyOrder) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST_F(TreesTest, EverySubsetCanBeTakenOutOfEveryTreeOfFive) {
+TEST_F(TreesTest, EverySubsetCanBeRemovedFromEveryTreeOfFive) {
   std::vector<uint32_t> order = {1, 2, 3, 4, 5};
   do {
     for (uint32_t subset = 0; subset < 32; ++subset) {
@@ -162,7 +162,7 @@ TEST_F(TreesTest, ANodeThatIsLinkedIsRefusedInWhateverTree) {
   check_structure(1);
 }
 
-TEST_F(TreesTest, ANodeThatWasTakenOutCanGoIntoAnotherTree) {
+TEST_F(TreesTest, ANodeThatWasRemovedCanGoIntoAnotherTree) {
   avl_tree other;
   ASSERT_NE(i_avl_tree_init(&other, by_key, nullptr), 0u);
   std::vector<Item> items;
@@ -174,7 +174,7 @@ TEST_F(TreesTest, ANodeThatWasTakenOutCanGoIntoAnotherTree) {
 }
 
 TEST_F(TreesTest, AProbeThatIsANodeIsDeletedItself) {
-  // Answers "equal" for every pair, after the nodes went in by their keys.
+  // Returns "equal" for every pair, after the nodes were inserted by their keys.
   std::vector<Item> items;
   insert_all(items, {4, 2, 6, 1, 3, 5, 7});
   tree.compare = [](const void *, const void *) -> uint32_t { return kEqual; };
@@ -251,7 +251,7 @@ TEST_F(TreesTest, TheFreeFunctionMayFreeTheRecord) {
 avl_tree *shrinking_tree;
 
 TEST_F(TreesTest, TheFreeFunctionMayDeleteOtherNodes) {
-  // Each call deletes the last node as well, and frees both records.
+  // Each call also deletes the last node, and frees both records.
   shrinking_tree = &tree;
   tree.free_node = [](void *node) {
     freed.push_back(nullptr);
@@ -329,10 +329,10 @@ TEST_F(TreesTest, BehavesAsASetOfKeys) {
 
 std::mt19937 whims;
 
-TEST_F(TreesTest, StaysLinkedAndBalancedWhateverTheComparatorAnswers) {
+TEST_F(TreesTest, StaysLinkedAndBalancedWhateverTheComparatorReturns) {
   std::cout << "seed 99\n";
   whims.seed(99);
-  // Mostly one of the three answers, now and then one that is none of them.
+  // Usually one of the three results, occasionally one that is none of them.
   tree.compare = [](const void *, const void *) -> uint32_t {
     uint32_t whim = static_cast<uint32_t>(whims() % 100);
     return whim < 48 ? kBefore : whim < 96 ? kAfter : whim < 98 ? kEqual : 3 + whim;

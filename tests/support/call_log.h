@@ -10,7 +10,7 @@ namespace rig {
 namespace detail {
 std::string format_text(const char *format, ...);
 
-// What a variadic function can take: pointers of every type print with %p, strings with %s.
+// Converts arguments for a variadic function: pointers of every type print with %p, strings with %s.
 template <typename Value>
 auto printable(const Value &value) {
   if constexpr (std::is_same_v<Value, std::string>) {

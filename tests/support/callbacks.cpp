@@ -26,7 +26,7 @@ void called(const Data &data, std::string call) {
   if (data.on_call) data.on_call();
 }
 
-// A list serves several calls of one notification and holds the same record several times.
+// A list is used for several calls of one notification and holds the same record several times.
 std::string target_ids(const queue_head *target_infos) {
   std::string out;
   for (const void *element : runtime::elements(target_infos)) {

@@ -1,5 +1,5 @@
-// What a client hands to the repository: data blocks with a name and a value, and the functions that go with them. Every
-// function logs its call.
+// What a client passes to the repository: data blocks with a name and a value, and their functions. Every function logs
+// its call.
 #pragma once
 
 #include <cstdint>
@@ -11,16 +11,16 @@
 
 namespace rig {
 
-// The tag of the texts that the string functions give out.
+// The tag of the texts that the string functions return.
 inline constexpr uint32_t kClientTextTag = 0x7e570001;
 
 // The data behind an action or a filter.
 struct Data {
   std::string name;
-  std::string value;                   // two blocks are equal when their values are
-  bool without_text = false;           // the string function answers NULL
+  std::string value;                   // two blocks are equal if their values are
+  bool without_text = false;           // the string function returns NULL
   const void *param_map = nullptr;     // the parameter-map that the action uses
-  int freed = 0;                       // how often the free function had it
+  int freed = 0;                       // how often the free function was called for it
   std::function<void()> on_call = {};  // runs inside each function, after the call was logged
 };
 
@@ -50,10 +50,10 @@ extern std::function<void(uint32_t target, uint32_t pmap)> on_policy_removed;
 zar_action_context action_context(Data &data);
 zar_filter_context filter_context(Data &data);
 
-// The target lists that notifications handed over; the library leaves them to the handlers. Frees and forgets them.
+// The target lists that notifications handed over; the handlers own them. Frees and forgets them.
 void free_target_lists();
 
-// A printer that keeps what it is given. Runs 'on_printed' inside each call, after the line was kept.
+// A printer that stores its lines. Runs 'on_printed' inside each call, after storing the line.
 extern std::function<void(const std::string &line)> on_printed;
 struct Printed {
   std::string format;
@@ -66,5 +66,5 @@ std::vector<std::string> take_printed();
 
 }  // namespace rig
 
-// Exactly these lines went to the printer since the last look.
+// Exactly these lines went to the printer since the last check.
 #define EXPECT_PRINTED(...) EXPECT_EQ(::rig::take_printed(), (std::vector<std::string>{__VA_ARGS__}))

@@ -1,6 +1,6 @@
 // The repository as a text. Objects are found by their structure, starting at the trees and at what the makers made, and
-// are written in the order of their handles. A pointer is followed only when a live handle stands for it, so that a state
-// with dangling references can still be written.
+// are written in the order of their handles. A pointer is followed only if a live handle names it, so that a state with
+// dangling references can still be written.
 #include <cinttypes>
 #include <set>
 #include <unordered_map>
@@ -90,7 +90,7 @@ class Digest {
     add(line);
   }
 
-  // A tree of maps takes maps of every kind; a record that a maker made is known by its own.
+  // A tree of maps accepts maps of every kind; the kind of a record that a maker created is known.
   Kind kind_in_tree(const void *record, Kind kind) const {
     const auto handle = handles_.find(record);
     if (handle == handles_.end()) return kind;
@@ -100,7 +100,7 @@ class Digest {
 
   // ---- Objects
 
-  // The handle as a text; the object is written when it is met for the first time.
+  // The handle as a text; the object is written at its first occurrence.
   std::string reach(Kind kind, const void *record) {
     if (record == nullptr) return "none";
     const auto handle = handles_.find(record);

@@ -13,7 +13,7 @@ namespace {
 constexpr int kNoFault = 0;
 constexpr int kFailed = 1;
 constexpr int kFaultHit = 10;
-// No scenario comes near; a clock that never runs out is a fault of its own.
+// No scenario comes near this; a clock that never runs out is a fault in itself.
 constexpr uint64_t kMostFaultPoints = 20000;
 // A scenario that fails in any case would fail at every point.
 constexpr int kMostFailures = 3;

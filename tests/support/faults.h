@@ -13,8 +13,8 @@ class FaultClock {
  public:
   FaultClock(uint64_t nth, runtime::Fault mode);
 
-  // Runs 'act' with the clock ticking and answers its result. Outside of it no request fails. May be called several times;
-  // the requests are numbered through.
+  // Runs 'act' with the clock running and returns its result. Outside of it no request fails. May be called several
+  // times; the requests are numbered consecutively.
   template <typename Act>
   auto during(Act &&act) {
     start();
@@ -41,15 +41,15 @@ class FaultClock {
 
   uint64_t nth_;
   runtime::Fault mode_;
-  uint64_t passed_ = 0;  // requests made while the clock ticked
+  uint64_t passed_ = 0;  // requests made while the clock ran
   uint64_t requests_before_ = 0;
   bool hit_ = false;
   runtime::Request failed_;
 };
 
-// Runs 'scenario' in a process of its own with the first request failing, with the second, and so on until none fails any
-// more; first once, then from that request on. Prints the number of fault points and expects it to be above zero.
-// The scenario makes its own World. Answers the number of points at which a single request failed.
+// Runs 'scenario' in its own process with the first request failing, then with the second, and so on until none fails;
+// first once, then from that request on. Prints the number of fault points and expects it to be above zero. The
+// scenario creates its own World. Returns the number of points at which a single request failed.
 uint32_t for_each_fault(const std::function<void(FaultClock &)> &scenario);
 
 }  // namespace rig

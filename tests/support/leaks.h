@@ -1,5 +1,5 @@
-// What the library leaves behind on purpose, told to leak checks, which would call it a leak: to that of sanitizer builds,
-// or to valgrind's by something that points to it. Tests assert such leftovers by the runtime's inventory.
+// Hides what the library leaves behind on purpose from leak checks: from that of sanitizer builds, and from valgrind's
+// by keeping a pointer to it. Tests assert such leftovers with the runtime's inventory.
 #pragma once
 
 #include <vector>
@@ -19,7 +19,7 @@
 
 namespace rig {
 
-// 'block', and what hangs on it, is lost from now on. NULL is nothing.
+// 'block', and what it points to, is lost from now on. NULL does nothing.
 inline void lost_on_purpose(const void *block) {
 #ifdef RIG_LEAK_CHECK
   if (block != nullptr) __lsan_ignore_object(block);

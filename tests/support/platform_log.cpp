@@ -22,7 +22,7 @@ struct Log {
   std::unordered_map<const void *, std::string> blocks;  // tag
 };
 
-// Blocks are given back until the process is gone.
+// Blocks are freed until the process ends.
 Log &seen() {
   static Log &log = *new Log;
   return log;
@@ -35,13 +35,13 @@ void note(const char *format, const Values &...values) {
   if (seen().act && seen().calls.back().starts_with(seen().awaited)) std::exchange(seen().act, nullptr)();
 }
 
-// What the service would have been without this file.
+// The service that this file replaces.
 template <typename Function>
 Function *next(const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-// The runtime asks itself again when it is handed a message.
+// The runtime calls this itself again when it receives a message.
 bool is_of_runtime(const void *code) {
   Dl_info caller{}, runtime{};
   const auto *service = reinterpret_cast<const void *>(next<decltype(btrace_module_test)>("btrace_module_test"));

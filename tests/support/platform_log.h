@@ -1,5 +1,5 @@
-// The library's calls of the platform, in order and with the places that it hands over. A test program that links with
-// zar_test_platform has the services in front of the runtime's own; each notes its call and then passes it on. The lines:
+// The library's calls of the platform, in order and with the places that it passes. A test program that links with
+// zar_test_platform gets wrappers of the runtime's services; each records its call and then passes it on. The lines:
 //   id table 256 256 "ZAR PMAP HANDLE IDs" 0x3e00023                     id 0x3e00023          end id 0x30003
 //   pool 152 20 0x111 0 0x3e00037    pool "NAME" 104 20 0x111 0 0        (size, per chunk, flags, what is reserved, tag)
 //   record 0x3e00037    give back 0x3e00037    record "NAME"             (by the tag or the name of the pool)
@@ -25,7 +25,7 @@ namespace rig {
 
 using PlatformCalls = std::vector<std::string>;
 
-// Begins to note calls, and forgets what was noted.
+// Starts to record calls, and forgets earlier ones.
 void watch_platform();
 // The calls since the last look, in order. With beginnings: of those, the lines that start with one of them.
 PlatformCalls take_platform_calls();

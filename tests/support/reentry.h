@@ -9,7 +9,7 @@
 
 namespace rig {
 
-// 'act' runs inside the next call of a function that has this data, once; it leaves neither trace nor calls behind.
+// 'act' runs inside the next call of a function that has this data, once; it leaves no trace and no calls in the logs.
 inline void once_inside(Data &data, std::function<void()> act) {
   data.on_call = [act = std::move(act), done = false]() mutable {
     if (std::exchange(done, true)) return;

@@ -11,7 +11,7 @@ namespace {
 
 int rigs = 0;
 
-// What a maker makes of a status: a test goes on with handle 0, but it has failed.
+// How a maker handles a status: the test fails, but continues with handle 0.
 void expect_made(uint32_t status) {
   EXPECT_EQ(status, 0U) << "a maker failed; the end of the trace:"
                         << (traced().empty() ? " none" : traced().back().text);
@@ -29,7 +29,7 @@ Handles handles_in(const avl_tree *tree, uint32_t (*handle_of)(const void *)) {
   return handles;
 }
 
-// Handles stand at one place in all records that a map tree can hold.
+// Handles are at the same offset in all records that a map tree can hold.
 uint32_t map_handle(const void *record) {
   return static_cast<const zar_pmap *>(record)->handle;
 }

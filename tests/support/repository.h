@@ -1,4 +1,4 @@
-// The vocabulary of the tests. A test reads like this:
+// The helpers shared by the tests. A test looks like this:
 //
 //   #include "support/repository.h"
 //   using namespace rig;
@@ -30,14 +30,14 @@
 //     });
 //   }
 //
-// Expectations look at what happened since the last one (EXPECT_TRACED, EXPECT_ERRORS, EXPECT_CALLS, EXPECT_PRINTED) and
-// forget it. Lines of level 3 are error(...), of level 6 info(...); texts are the library's own, prefix included. The lines
-// in which comparators tell the nodes that they pass are left out until hear_comparisons(true).
+// Expectations check what happened since the last one (EXPECT_TRACED, EXPECT_ERRORS, EXPECT_CALLS, EXPECT_PRINTED) and
+// forget it. Lines of level 3 are error(...), of level 6 info(...); texts are the library's own, including the prefix.
+// Lines in which comparators report the nodes that they visit are omitted until hear_comparisons(true).
 //
-// What the library asks of the runtime is watched from watch_requests() on and expected with EXPECT_REQUESTS and
-// EXPECT_TEXT_REMOVALS (requests.h). Programs that link with zar_test_platform see every call of the platform, in order and
-// with the places that it hands over, and can step into one (platform_log.h). What it loses on purpose is named to the leak
-// check with lost_on_purpose() or LosesOnPurpose (leaks.h).
+// The library's requests to the runtime are recorded from watch_requests() on and expected with EXPECT_REQUESTS and
+// EXPECT_TEXT_REMOVALS (requests.h). Programs that link with zar_test_platform see every call of the platform, in order
+// and with the places that it passes, and can step into one (platform_log.h). What the library loses on purpose is
+// reported to the leak check with lost_on_purpose() or LosesOnPurpose (leaks.h).
 //
 // Each test runs in a process of its own under ctest, because pools live as long as the process. A test whose outcome
 // depends on pools that are not there yet begins with NEEDS_FRESH_PROCESS(), and is skipped in a process that is not fresh.
@@ -68,7 +68,7 @@ enum class Kind { pmap, cmap, action, filter, event, rule, target, policy_contex
 
 using Handles = std::vector<uint32_t>;
 
-// What a maker of maps may be told beside the name.
+// Optional arguments of the makers of maps, besides the name.
 struct MapOptions {
   const char *domain = "d1";
   uint32_t type = 1;
@@ -77,15 +77,15 @@ struct MapOptions {
   uint32_t clid = 0;            // 0: client one
 };
 
-// Gives a test a fresh surrounding: engine, callbacks, trace and runtime as at the start. A World does it itself.
+// Resets the surroundings of a test: engine, callbacks, trace and runtime as at the start. A World does this itself.
 void start_rig();
-// For a test that damages records on purpose, or that leaves out what callers owe: a debug build, which checks what
-// always holds, does not look at the rest of the test. 'what' tells the reader how it is broken.
+// For a test that damages records on purpose, or neglects a duty of callers: a debug build does not check the
+// invariants in the rest of the test. 'what' describes what is broken.
 void breaks_invariants(const char *what);
-// How often that was done in this process.
+// How often this was called in this process.
 int rigs_started();
 
-// A repository that was just started, with two clients, and everything to fill and read it.
+// A newly started repository with two clients, and everything to fill and read it.
 class World {
  public:
   World();
@@ -98,7 +98,8 @@ class World {
   uint32_t one = 0;
   uint32_t two = 0;
 
-  // ---- Makers: each does one exported call, expects it to succeed, and leaves neither trace nor calls behind ----------
+  // ---- Makers: each makes one exported call, expects success, and leaves no trace and no calls in the logs
+  // ------------
 
   zar_db *database();
   uint32_t client(const char *name, zar_db *database = nullptr);
@@ -130,25 +131,25 @@ class World {
   uint32_t target(uint32_t pmap, uintptr_t target_id = 1, uint32_t clid = 0);
   void activate(uint32_t pmap, uint32_t target);
 
-  // The statement 'map_index' gets the filter 'name', and is made if it is not there; its record.
+  // Adds the filter 'name' to the statement 'map_index', which is created if it does not exist; returns its record.
   zar_pmtr_map_stmt *statement(uint32_t pmtr_map, uint32_t map_index, const std::string &name = "expression");
   // The handle of the new action.
   uint32_t statement_action(uint32_t pmtr_map, uint32_t map_index, uint8_t action_num, const std::string &name);
 
-  // Tells the digest of an object that a test made itself and that no other object leads to.
+  // Adds to the digest an object that a test created itself and that no other object leads to.
   uint32_t note(Kind kind, uint32_t handle);
 
-  // Starts the library once more, as no host does: clients, domains and handles are forgotten.
+  // Starts the library again, as no host would: clients, domains and handles are forgotten.
   static void start_again();
 
   // ---- Arguments ------------------------------------------------------------------------------------------------------
 
   static zar_map_info map_info(const char *name, const MapOptions &options = {});
   static zar_event_context event_context(uint32_t id);
-  // A data block of this world; its value is its name unless given.
+  // A data block of this world; by default its value is its name.
   Data &data(const std::string &name);
   Data &data(const std::string &name, const std::string &value);
-  // Contexts over a new data block, or over one that is there.
+  // Contexts with a new data block, or with an existing one.
   static zar_action_context action_context(Data &data) { return rig::action_context(data); }
   static zar_filter_context filter_context(Data &data) { return rig::filter_context(data); }
   zar_action_context action_context(const std::string &name);
@@ -157,7 +158,8 @@ class World {
   zar_filter_context filter_context(const std::string &name, const std::string &value);
   zar_target_info *target_info(uintptr_t target_id);
 
-  // ---- Readers: they disturb nothing and leave no trace ---------------------------------------------------------------
+  // ---- Readers: they change nothing and leave no trace
+  // ----------------------------------------------------------------
 
   // The record behind a handle: at<zar_pmap>(gold)->domain_type.
   template <typename Record>
@@ -191,7 +193,7 @@ class World {
   // The state of the whole repository as a text, one line an object: client table, domains, trees in their order, and every
   // object that a tree, another object or a maker leads to, with all its fields, lists, counts and counters.
   std::string digest() const;
-  // The same with what the platform runtime has given out, so that a leak shows.
+  // The same with the live resources of the platform runtime, so that a leak is visible.
   std::string everything() const;
 
  private:
@@ -204,13 +206,13 @@ class World {
   std::deque<zar_target_info> target_infos_;
 };
 
-// The fixture: a world, and a look at the platform runtime's complaints at the end.
+// The fixture: a world, and a check of the platform runtime's complaints at the end.
 class Repository : public ::testing::Test, public World {
  protected:
   void TearDown() override;
 };
 
-// The fixture for what comes before: nothing was started yet.
+// The fixture for tests before start-up: nothing was started yet.
 class BareProcess : public ::testing::Test {
  protected:
   BareProcess() { start_rig(); }
@@ -219,7 +221,7 @@ class BareProcess : public ::testing::Test {
 
 }  // namespace rig
 
-// The call answers 'status' and changes nothing, neither in the repository nor in what the runtime has given out.
+// The call returns 'status' and changes nothing, neither in the repository nor in the resources of the runtime.
 #define EXPECT_REFUSED(status, call)                             \
   do {                                                           \
     const std::string everything_before_the_call = everything(); \

@@ -46,7 +46,7 @@ std::string line_of(const Request &request) {
   return "?";
 }
 
-// Takes over what the runtime has recorded, and goes on recording.
+// Takes over what the runtime has recorded, and continues recording.
 void drain() {
   for (const Request &request : runtime::recorded_requests())
     requests_seen.push_back(line_of(request) + (request.failed ? " failed" : ""));

@@ -74,7 +74,7 @@ const char *BUILTIN_DEVICE_TO_TEMPLATE = "BUILTIN_DEVICE_TO_TEMPLATE";
 uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32_t clid, const zar_map_info *key) {
   rig::called(rig::instance_created(target, clid, rig::key_text(key)));
   if (engine().create_status != 0) return engine().create_status;
-  // The address of the map's own entry is as good an instance as any: unique, stable, and never dereferenced.
+  // The address of the map's own entry serves as instance: unique, stable, and never dereferenced.
   auto &entry = *engine().instances_.try_emplace(rig::place(target, rig::key_text(key))).first;
   entry.second = &entry;
   *instance_out = entry.second;

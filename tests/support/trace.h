@@ -20,17 +20,18 @@ struct Line {
 };
 std::ostream &operator<<(std::ostream &out, const Line &line);
 
-// Whether this run goes without a trace: with ZAR_TESTS_UNTRACED in the environment no level is on, and everything else
-// must be as ever.
+// Whether this run has no trace: with ZAR_TESTS_UNTRACED in the environment no level is on, and everything else must be
+// unchanged.
 bool untraced();
 
-// Lines in order. In a run without a trace, lines are as expected when there are none.
+// Lines in order. In a run without a trace, the expectation is met if there are none.
 struct Lines : std::vector<Line> {
   using std::vector<Line>::vector;
   bool operator==(const Lines &other) const;
 };
 
-// A line of level 3 (error) or 6 (info). The text is the message's own, prefix included: some carry the other level's.
+// A line of level 3 (error) or 6 (info). The text is the message's own, including the prefix, which some take from the
+// other level.
 template <typename... Values>
 Line error(const char *format, const Values &...values) {
   return {3, text(format, values...)};
@@ -40,7 +41,8 @@ Line info(const char *format, const Values &...values) {
   return {6, text(format, values...)};
 }
 
-// What the runtime calls with each line: keeps it, and tells whether it did. Comparators are heard only on request.
+// The runtime calls this for each line: it stores the line, and returns whether it did. Comparators are included on
+// request.
 bool capture(const runtime::TraceLine &line);
 // Begins to capture levels 3 and 6 and forgets what was captured.
 void start_trace();
@@ -52,7 +54,7 @@ void forget_trace();
 const Lines &trace_history();
 // Of it, the lines of level 3 alone.
 Lines take_errors();
-// The comparators trace addresses at each node that they pass. Their lines are left out unless a test asks for them.
+// The comparators trace addresses at each node that they visit. Their lines are omitted unless a test asks for them.
 void hear_comparisons(bool on);
 
 // While one is alive, nothing new is captured or logged.
@@ -73,11 +75,11 @@ class Quiet {
 // For a test whose subject is the trace itself, or that steps in where a line is traced.
 #define NEEDS_TRACE() \
   if (::rig::untraced()) GTEST_SKIP() << "the trace is its subject"
-// Exactly these lines, in this order, since the last look; they are then forgotten.
+// Exactly these lines, in this order, since the last check; they are then forgotten.
 #define EXPECT_TRACED(...) EXPECT_EQ(::rig::take_trace(), (::rig::Lines{__VA_ARGS__}))
 // Exactly these lines of level 3; those of level 6 are forgotten with them.
 #define EXPECT_ERRORS(...) EXPECT_EQ(::rig::take_errors(), (::rig::Lines{__VA_ARGS__}))
 // One line of level 3, whatever it says; it is then forgotten.
 #define EXPECT_ONE_ERROR() EXPECT_EQ(::rig::take_errors().size(), ::rig::untraced() ? 0U : 1U)
-// Exactly these calls of the engine and the callbacks, in this order, since the last look; they are then forgotten.
+// Exactly these calls of the engine and the callbacks, in this order, since the last check; they are then forgotten.
 #define EXPECT_CALLS(...) EXPECT_EQ(::rig::take_calls(), (std::vector<std::string>{__VA_ARGS__}))

@@ -1,4 +1,4 @@
-// Steps into an operation where the library traces a line: the way to faults that lie between two of its steps.
+// Steps into an operation where the library traces a line, to cause faults between two of its steps.
 #pragma once
 
 #include <functional>
@@ -12,7 +12,7 @@
 
 namespace rig {
 
-// Runs 'act' whenever the library traces a text with this beginning. The trace is captured as ever.
+// Runs 'act' whenever the library traces a text with this beginning. The trace is captured as usual.
 inline void whenever_traced(const std::string &beginning, std::function<void()> act) {
   runtime::trace_to([beginning, act = std::move(act)](const runtime::TraceLine &seen) {
     if (capture(seen) && traced().back().text.starts_with(beginning)) act();

@@ -1,6 +1,6 @@
 /* A host in C11. Built as it is, it is linked with the library; with CONSUMER_LOADS it loads the library that its argument
- * names. Its platform runtime is another file; the engine is here. It makes a policy, activates it on a target, walks back
- * what the target runs, and takes everything down again. */
+ * names. Its platform runtime is another file; the engine is here. It creates a policy, activates it on a target, walks
+ * what the target runs, and deletes everything again. */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -10,7 +10,7 @@
 #include <zar/version.h>
 #include <zar/zar.h>
 
-/* What this host uses of the library. */
+/* What this host uses from the library. */
 #define OPERATIONS(X)                      \
   X(zar_init)                              \
   X(zar_create_database)                   \

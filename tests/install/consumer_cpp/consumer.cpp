@@ -1,5 +1,6 @@
 // A host in C++20. Built as it is, it is linked with the library; with CONSUMER_LOADS it loads the library that its
-// argument names. Besides the answers it looks at its own runtime: a policy that came and went leaves nothing behind.
+// argument names. Besides the results it checks its own runtime: a policy that was created and deleted leaves nothing
+// behind.
 #include <dlfcn.h>
 #include <zar/platform/engine.h>
 #include <zar/platform/runtime.h>

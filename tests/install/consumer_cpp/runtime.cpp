@@ -1,5 +1,5 @@
-// A platform runtime in C++20, on the containers of the standard library. It counts what is out, so that the host can say
-// that everything came back.
+// A platform runtime in C++20, on the containers of the standard library. It counts what is in use, so that the host
+// can check that everything was returned.
 #include "runtime.h"
 
 #include <zar/platform/runtime.h>
@@ -44,7 +44,7 @@ avl_node *as_node(void *record) {
   return static_cast<avl_node *>(record);
 }
 
-// Whoever asks for the first node gives the root, and so the first node is the root.
+// The call for the first node passes the root, so the first node is the root.
 void show_root(avl_tree &tree) {
   auto &nodes = nodes_of[&tree];
   tree.top.parent = nodes.empty() ? nullptr : nodes.front();

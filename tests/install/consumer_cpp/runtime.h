@@ -5,7 +5,7 @@
 
 namespace consumer {
 
-// What is out and has not come back.
+// What is in use and was not returned.
 struct Live {
   size_t ids = 0;
   size_t records = 0;

@@ -1,5 +1,5 @@
 #!/bin/sh
-# With one promise broken on purpose the program says so, of that promise, and answers 1.
+# With one promise broken on purpose the program reports this promise and exits with 1.
 #   breaks.sh PROGRAM BREAKAGE SENTENCE
 set -eu
 program=$1 breakage=$2 sentence=$3

@@ -1,5 +1,5 @@
-// Stands between the program and the stand-in runtime and breaks one promise, which BREAK in the environment names. Every
-// other service, and every service without BREAK, is the stand-in's.
+// Is between the program and the stand-in runtime and breaks one promise, named by BREAK in the environment. All other
+// services, and all services without BREAK, are the stand-in's.
 #include <dlfcn.h>
 #include <unistd.h>
 
