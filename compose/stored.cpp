@@ -1,6 +1,5 @@
 // Policy-maps built by name: adding classes and actions to stored policy-maps, and removing them.
 #include "compose/rules.h"
-#include "objects/leaves.h"
 #include "zar/objects.h"
 
 using namespace zar;

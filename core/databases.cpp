@@ -75,7 +75,7 @@ uint16_t zar_init(void) {
 }
 
 uint32_t zar_create_database(zar_db **out) {
-  if (!databases.ready()) {
+  if (!database_pool.ready()) {
     TRACE_ERROR("(ERR): Create Database: db create chunk error");
     return kNoMemory;
   }
@@ -83,7 +83,7 @@ uint32_t zar_create_database(zar_db **out) {
   TRACE_INFO("(info): Creating Database");
 
   // If not all trees can be created, the database is left as it is: the record and its trees stay allocated.
-  zar_db *database = databases.take_if_ready().keep();
+  zar_db *database = database_pool.take_if_ready().keep();
   if (!database) {
     *out = nullptr;
     return kNoMemory;

@@ -16,7 +16,7 @@ constexpr uint32_t kFirstMatchCriteria = 1, kLastMatchCriteria = 3;
 
 struct PolicyMaps {
   using Record = zar_pmap;
-  static Pool<zar_pmap> &pool() { return pmaps; }
+  static Pool<zar_pmap> &pool() { return pmap_pool; }
   static constexpr uint32_t kNameTag = 0x3e00038;
   static constexpr uint32_t kKeyTag = 0x3e00039;
   static constexpr auto insert = zar_avl_insert_pmap;
@@ -48,7 +48,7 @@ struct PolicyMaps {
 
 struct ClassMaps {
   using Record = zar_cmap;
-  static Pool<zar_cmap> &pool() { return cmaps; }
+  static Pool<zar_cmap> &pool() { return cmap_pool; }
   static constexpr uint32_t kNameTag = 0x3e0003b;
   static constexpr uint32_t kKeyTag = 0x3e0003c;
   static constexpr auto insert = zar_avl_insert_cmap;

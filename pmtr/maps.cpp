@@ -8,7 +8,6 @@
 
 using namespace zar;
 
-const char *const kel_parameter_map_subscriber_domain_str = "subscriber";
 const char *const zar_db_pmtr_map_chunk_str = "ZAR DB pmtr-map chunk";
 
 namespace {
@@ -17,7 +16,7 @@ constexpr uint32_t kNameTextTag = 0x3e00032;
 
 struct ParameterMaps {
   using Record = zar_pmtr_map;
-  static Pool<zar_pmtr_map> &pool() { return pmtr_maps; }
+  static Pool<zar_pmtr_map> &pool() { return pmtr_map_pool; }
   static constexpr uint32_t kNameTag = kNameTextTag;
   static constexpr uint32_t kKeyTag = 0x3e0005a;
   static constexpr auto insert = zar_avl_insert_pmtr_map;
@@ -86,7 +85,7 @@ void zar_release_pmtr_map(uint32_t handle, const char *name) {
   zar_handle_release(handle);
   sdb_remove_block(map->name, kNameTextTag);
   release_key(*map);
-  pmtr_maps.give_back(map);
+  pmtr_map_pool.give_back(map);
 }
 
 void trace_deleted(const char *name, uint32_t handle) {
