@@ -1,3 +1,4 @@
+#include "core/checks.h"
 #include "core/debug/ledger.h"
 #include "core/handles.h"
 #include "core/pool.h"
@@ -97,10 +98,7 @@ uint32_t zar_create_database(zar_db **out) {
 
 // The record and its tree objects stay allocated and clients still point to them; only the trees are emptied.
 uint32_t zar_destroy_database(zar_db *database) {
-  if (!database) {
-    TRACE_ERROR("(ERR): %s: input database handle cannot be NULL", kDestroy);
-    return kInvalidArgument;
-  }
+  if (!database_given(kDestroy, database)) return kInvalidArgument;
   TRACE_INFO("(info): %s: Destroying database handle:0x%p", kDestroy, address(database));
   empty_trees(database);
   TRACE_INFO("(info): %s: destroyed database, hdl:0x%p", kDestroy, address(database));

@@ -117,7 +117,7 @@ uint32_t zar::associate_target_and_policy(uint32_t clid, zar_target *target, zar
 }
 
 uint32_t zar::disassociate_target_and_policy(zar_pmap *pmap, zar_target *target) {
-  if (!has_target_info("disassociate_target_and_policy", *target)) return kNo;
+  if (!target_info_given("disassociate_target_and_policy", target->target_info)) return kNo;
   unlink_both_ways(*pmap, *target);
   if (!delete_instance(*pmap, target->handle)) return kNo;
   zar_invoke_action_handler(pmap, target, kNo);

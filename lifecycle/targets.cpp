@@ -37,11 +37,6 @@ struct TargetDatabase {
   decltype(&zar_avl_delete_target_client_db) remove_fn = zar_avl_delete_target_client_db;
 };
 
-bool target_info_given(const char *name, const zar_target_info *info) {
-  if (!info) TRACE_ERROR("(ERR): %s: input target info cannot be NULL", name);
-  return info;
-}
-
 // False if the engine does not release what it keeps there; the context then stays.
 bool free_policy_context(const zar_target &target) {
   zar_target_policy_context *context = target.policy_context;

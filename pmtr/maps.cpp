@@ -69,10 +69,7 @@ uint32_t zar_delete_stored_pmtr_map(uint32_t pmtr_map, zar_db *database) {
   static constexpr char kName[] = "delete_stored_pmtr_map";
   auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
-  if (!database) {
-    TRACE_ERROR("(ERR): %s: input database handle cannot be NULL", kName);
-    return kInvalidArgument;
-  }
+  if (!database_given(kName, database)) return kInvalidArgument;
   if (!remove_itself(database, map)) {
     TRACE_ERROR("(ERR): %s: Error: avl delete failed", kName);
     return kTreeFailed;
