@@ -64,7 +64,7 @@ holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar
   usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
   "usr/$libdir/pkgconfig/zar.pc" "usr/$libdir/cmake/zar/zarConfig.cmake" \
   "usr/$libdir/cmake/zar/zarConfigVersion.cmake" "usr/$libdir/cmake/zar/zarTargets.cmake" \
-  usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md \
+  usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md
 depends libzar-dev "libzar1 (= $version)"
 
 test "$built" = all || exit 0
