@@ -40,7 +40,7 @@ TEST_F(StartUp, ContinuesWithoutAClientTable) {
   EXPECT_NE(zar_handle_alloc(&zar_domain_list), 0U);
 }
 
-TEST_F(StartUp, PassesOnThatThereIsNoHandleTable) {
+TEST_F(StartUp, ReturnsTheFailureOfTheHandleTable) {
   runtime::fail_request(runtime::Service::id_table, 1);
   EXPECT_EQ(zar_init(), 0);
   EXPECT_TRACED();
@@ -277,7 +277,7 @@ TEST_F(DatabaseEnd, DeletesItsTargets) {
   EXPECT_ERRORS();
 }
 
-TEST_F(DatabaseEnd, GoesOnAfterATargetThatCannotBeDeleted) {
+TEST_F(DatabaseEnd, ContinuesAfterATargetThatCannotBeDeleted) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t broken = target(gold, 1);
   const uint32_t second = target(gold, 2);
