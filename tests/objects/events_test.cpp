@@ -259,8 +259,8 @@ TEST(EventsUnderFaults, AreCreatedOrNot) {
     const bool no_memory = clock.failed_in(Service::pool) || clock.failed_in(Service::record);
     EXPECT_EQ(status, !clock.hit() ? 0U : no_memory ? 38U : 37U);
     if (!clock.hit()) return;
-    // Without a context record the handle stays behind. The pool of contexts is asked for before the tuple is, so that when
-    // everything fails from there on there is no tuple.
+    // Without a context record the handle stays behind. The pool of contexts is requested before the tuple, so that
+    // when everything fails from there on there is no tuple.
     const bool once = clock.mode() == runtime::Fault::once;
     const bool handle_left =
         clock.failed_in(Service::record, kContextPool) || (clock.failed_in(Service::pool, kContextPool) && once);
