@@ -97,7 +97,7 @@ void measure(benchmark::State &state, uint32_t n_targets, void (Side::*part)()) 
     side.shuffle(random);
     timed(&Side::delete_targets);
   };
-  live();  // until then the memory grows
+  live();  // memory grows until here
   for (auto _ : state)
     live();
 }

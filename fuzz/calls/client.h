@@ -1,5 +1,5 @@
-// The outside of the library in a sequence of calls: the clients with their data and functions, the printer, and the engine.
-// Each call of these leaves a line in one log.
+// Everything outside the library in a sequence of calls: the clients with their data and functions, the printer, and
+// the engine. Each call of these leaves a line in one log.
 #pragma once
 
 #include <cstdint>

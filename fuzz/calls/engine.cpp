@@ -1,5 +1,5 @@
-// The engine of sequences of calls: it defines every name that the library imports from its engine, keeps instances, and
-// refuses what it is told to refuse.
+// The engine of sequences of calls: it defines every name that the library imports from its engine, keeps instances,
+// and refuses what it is scripted to refuse.
 #include "platform/engine.h"
 #include "fuzz/calls/client.h"
 
@@ -10,7 +10,7 @@ std::string place_of(uint32_t target, const zar_map_info *key) {
   return text("0x%x/", target) + instance_key(key->map_name, key->domain, key->domain_type);
 }
 
-// Whether this is the request that it was told to refuse; it refuses once.
+// Whether this is the request that it is scripted to refuse; it refuses once.
 bool refuses(Refusal request) {
   if (engine().refusal != request) return false;
   engine().refusal = Refusal::none;

@@ -74,7 +74,8 @@ static_assert(kOperations.size() == static_cast<size_t>(Op::count));
 
 // ---- Bytes
 
-// The lower half of the codes means what builds a repository; after any other, a second byte means one of all operations.
+// The lower half of the codes stands for operations that build a repository; after any other code, a second byte
+// selects one of all operations.
 constexpr size_t kBuildingCodes = 128;
 
 constexpr std::array<Op, kBuildingCodes> building_operations() {
@@ -160,7 +161,7 @@ void Scene::resolve(const Call &call, Arguments &arguments, const void *reposito
 
 namespace {
 
-// Most handles are among two of a kind, so that calls meet on the same objects.
+// Most handles are one of two of a kind, so that calls often use the same objects.
 uint8_t slot_of(uint8_t byte) {
   return byte % 8 < 6 ? byte % 2 : byte % 8 - 4;
 }
@@ -280,7 +281,7 @@ void Scene::resolve_one(Arguments &arguments, size_t i, Param param, uint8_t byt
   }
 }
 
-// Three quarters and more are handles of the wanted kind.
+// At least three quarters are handles of the wanted kind.
 void Scene::handle(Arguments &arguments, size_t i, Param param, uint8_t byte) {
   const size_t slot_at = slot_of(byte);
   const size_t way = byte / 8;

@@ -6,9 +6,9 @@
 /**
  * @page zar_conventions Conventions
  *
- * These conventions apply to every operation and are not repeated there. An operation's own comment describes, in this
- * order: its effect; its arguments; who owns what afterwards; each result with its cause; what a failure leaves behind;
- * what is not checked and is therefore the caller's duty; and, after "Quirk", what a caller would not expect.
+ * These conventions apply to every operation and are not repeated elsewhere. An operation's own comment describes, in
+ * this order: its effect; its arguments; who owns what afterwards; each result with its cause; what a failure leaves
+ * behind; what is not checked and is therefore the caller's duty; and, after "Quirk", what a caller would not expect.
  *
  * @section conv_start Order of calls
  *
@@ -26,9 +26,9 @@
  * @section conv_handles Handles
  *
  * A handle is a 32-bit number that names one record. 0 is never valid. Nine kinds have handles: policy-map, class-map,
- * parameter-map, event, class-action, action, filter, target and policy context. A handle lives as long as its record;
- * at most 65,536 are live at a time, counting all kinds and the handles that callers made. The platform may issue the
- * number of a released handle again, though not soon.
+ * parameter-map, event, class-action, action, filter, target and policy context. The library issues a handle with the
+ * record and releases it with the record; at most 65,536 are live at a time, counting all kinds and the handles that
+ * callers made. The platform may issue the number of a released handle again, though not soon.
  *
  * A handle *resolves* when it names a live record of the kind that the operation needs. All others are refused in the
  * same way. First the look-up itself traces: a level-6 message for 0, a level-3 message for a released handle

@@ -536,7 +536,7 @@ TEST_F(RetrieveClassAction, LeavesTheOutPlaceAloneOnAPolicyMapThatIsNotControl) 
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(RetrieveClassAction, NeedsAPlaceAndAClassMapOnAPolicyMapThatIsNotControlToo) {
+TEST_F(RetrieveClassAction, NeedsAnOutPlaceAndAClassMapOnAPolicyMapThatIsNotControlToo) {
   EXPECT_REFUSED(39, zar_retrieve_class_action(plain, started, voice, nullptr));
   EXPECT_TRACED(no_rule_place("retrieve_class_action"));
   EXPECT_REFUSED(39, zar_retrieve_class_action(plain, started, 0, &out));

@@ -132,7 +132,7 @@ TEST_F(PlainPolicy, TakesClassesInTheOrderOfAdditionAndAsOftenAsTheyAreAdded) {
   EXPECT_EQ(records_taken(kEventTag), 0U);
 }
 
-TEST_F(PlainPolicy, PassesOnThatAClassActionCannotBeMade) {
+TEST_F(PlainPolicy, ReturnsTheFailureOfTheClassAction) {
   const Lines lookups = policy_found("plain:d1:2") + class_found("voice:d1:1") + Lines{retrieved(plain, voice)};
   rule(event(1), video);
   forget_trace();
@@ -554,7 +554,7 @@ TEST_F(AddClassAction, NeedsAStoredPolicyMapAndAnEventAndTracesTheActionWithThem
                               (Lines{retrieved(gold), needs_event(kAddClass), handle_0(), no_action(kAddClass)}));
 }
 
-TEST_F(AddClassAction, PassesOnThatAClassActionCannotBeMade) {
+TEST_F(AddClassAction, ReturnsTheFailureOfTheClassAction) {
   event_in(gold, 7);
   rule(event(1), video);
   forget_trace();

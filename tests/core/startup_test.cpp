@@ -1,4 +1,4 @@
-// Start-up, databases and their end, and the pools of all records.
+// Start-up, creation and destruction of databases, and the pools of all records.
 #include <algorithm>
 
 #include "platform/runtime.h"
@@ -40,7 +40,7 @@ TEST_F(StartUp, ContinuesWithoutAClientTable) {
   EXPECT_NE(zar_handle_alloc(&zar_domain_list), 0U);
 }
 
-TEST_F(StartUp, PassesOnThatThereIsNoHandleTable) {
+TEST_F(StartUp, ReturnsTheFailureOfTheHandleTable) {
   runtime::fail_request(runtime::Service::id_table, 1);
   EXPECT_EQ(zar_init(), 0);
   EXPECT_TRACED();
@@ -105,7 +105,7 @@ struct Databases : BareProcess {
     forget_trace();
     watch_requests();
   }
-  // What making one asks for, once the pool is there.
+  // The requests for creating one, once the pool exists.
   std::vector<std::string> requests_of_one{"record 0x3e00024 of 32",
                                            "block 0x3e00004 of 48",
                                            "tree init",
@@ -217,7 +217,7 @@ TEST_F(Databases, StopAtTheFirstTreeThatCannotBeInitialisedAndFreeNothing) {
   }
 }
 
-// ---- The end of a database
+// ---- The destruction of a database
 
 struct DatabaseEnd : Repository {
   static Line destroying(const zar_db *database) {
@@ -277,7 +277,7 @@ TEST_F(DatabaseEnd, DeletesItsTargets) {
   EXPECT_ERRORS();
 }
 
-TEST_F(DatabaseEnd, GoesOnAfterATargetThatCannotBeDeleted) {
+TEST_F(DatabaseEnd, ContinuesAfterATargetThatCannotBeDeleted) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t broken = target(gold, 1);
   const uint32_t second = target(gold, 2);
@@ -388,7 +388,7 @@ TEST_F(Pools, AreMadeOnFirstUseWithTheirOwnSizes) {
 
 // ---- Faults
 
-// The statuses of making a database, whatever fails.
+// The statuses of creating a database, whichever request fails.
 TEST(StartUpUnderFaults, ADatabaseIsMadeOrRefusedWith38) {
   for_each_fault([](FaultClock &clock) {
     start_rig();

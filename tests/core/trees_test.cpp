@@ -221,7 +221,7 @@ TYPED_TEST(KeyComparator, FindsAKeyThatExtendsOneInTheTreeEqual) {
   EXPECT_EQ(this->compare("ab:d:12", "ab:d:1"), kEqual);
 }
 
-TYPED_TEST(KeyComparator, TellsNodesAndKeys) {
+TYPED_TEST(KeyComparator, TracesNodesAndKeys) {
   hear_comparisons(true);
   const auto nascent = keyed<typename TypeParam::Record>("a:d:1");
   const auto tree = keyed<typename TypeParam::Record>("b:d:1");
@@ -239,13 +239,13 @@ TYPED_TEST(KeyComparator, PutsAMissingNascentNodeBeforeAndAMissingTreeNodeLast) 
                 TypeParam::comparing(nullptr, &record));
 }
 
-TYPED_TEST(KeyComparator, TakesAMissingKeyForAnEmptyOne) {
+TYPED_TEST(KeyComparator, TreatsAMissingKeyAsAnEmptyOne) {
   EXPECT_EQ(this->compare(nullptr, nullptr), kEqual);
   EXPECT_EQ(this->compare("a", nullptr), kEqual);
   EXPECT_EQ(this->compare(nullptr, "a"), this->expected("", "a"));
 }
 
-TYPED_TEST(KeyComparator, SaysTheSameWhenNobodyListens) {
+TYPED_TEST(KeyComparator, ReturnsTheSameWithoutATrace) {
   runtime::want_trace_levels(0);
   for (const std::string &nascent : small_texts()) {
     for (const std::string &tree : small_texts())
@@ -255,7 +255,7 @@ TYPED_TEST(KeyComparator, SaysTheSameWhenNobodyListens) {
 }
 
 // Comparators run at every node that a search passes: no more tests than messages.
-TYPED_TEST(KeyComparator, AsksOnceForEachMessageWhetherItIsWanted) {
+TYPED_TEST(KeyComparator, TestsTheLevelOnceForEachMessage) {
   NEEDS_TRACE();
   const auto record = keyed<typename TypeParam::Record>("a:d:1");
   watch_platform();
@@ -265,7 +265,7 @@ TYPED_TEST(KeyComparator, AsksOnceForEachMessageWhetherItIsWanted) {
   EXPECT_EQ(take_level_tests(6), 1U);
 }
 
-TYPED_TEST(KeyComparator, AsksOnceOrTwiceWhenNobodyListens) {
+TYPED_TEST(KeyComparator, TestsTheLevelOnceOrTwiceWithoutATrace) {
   const auto record = keyed<typename TypeParam::Record>("a:d:1");
   runtime::want_trace_levels(0);
   watch_platform();
@@ -276,7 +276,7 @@ TYPED_TEST(KeyComparator, AsksOnceOrTwiceWhenNobodyListens) {
   EXPECT_EQ(take_level_tests(3), 0U);
 }
 
-TYPED_TEST(KeyComparator, LeavesOutTheMessageThatIsNotWantedAnyMore) {
+TYPED_TEST(KeyComparator, OmitsTheMessageThatIsNoLongerWanted) {
   NEEDS_TRACE();
   hear_comparisons(true);
   const auto nascent = keyed<typename TypeParam::Record>("a:d:1");
@@ -314,7 +314,7 @@ TEST_F(TargetComparator, OrdersHandlesAsUnsignedNumbers) {
   }
 }
 
-TEST_F(TargetComparator, TellsNodesHandlesAndAMatch) {
+TEST_F(TargetComparator, TracesNodesHandlesAndAMatch) {
   hear_comparisons(true);
   const zar_target five = numbered(5), six = numbered(6);
   zar_target_compare_int(&five, &six);
@@ -329,7 +329,7 @@ TEST_F(TargetComparator, TellsNodesHandlesAndAMatch) {
                 info("(info): Target avl comp, values matched"));
 }
 
-TEST_F(TargetComparator, AsksOnceForEachMessageWhetherItIsWanted) {
+TEST_F(TargetComparator, TestsTheLevelOnceForEachMessage) {
   NEEDS_TRACE();
   const zar_target five = numbered(5), six = numbered(6);
   watch_platform();
@@ -342,7 +342,7 @@ TEST_F(TargetComparator, AsksOnceForEachMessageWhetherItIsWanted) {
   EXPECT_EQ(take_level_tests(3), 1U);
 }
 
-TEST_F(TargetComparator, AsksOnceOrTwiceWhenNobodyListens) {
+TEST_F(TargetComparator, TestsTheLevelOnceOrTwiceWithoutATrace) {
   const zar_target five = numbered(5);
   runtime::want_trace_levels(0);
   watch_platform();
@@ -352,7 +352,7 @@ TEST_F(TargetComparator, AsksOnceOrTwiceWhenNobodyListens) {
   EXPECT_LE(tests, 2U);
 }
 
-TEST_F(TargetComparator, LeavesOutTheMessagesThatAreNotWantedAnyMore) {
+TEST_F(TargetComparator, OmitsTheMessagesThatAreNoLongerWanted) {
   NEEDS_TRACE();
   hear_comparisons(true);
   const zar_target five = numbered(5);
@@ -413,7 +413,7 @@ struct MapTree : Repository {
 };
 TYPED_TEST_SUITE(MapTree, AllTrees, TreeNames);
 
-TYPED_TEST(MapTree, IsInOrderWhateverWasInsertedFirstAndTakenOut) {
+TYPED_TEST(MapTree, IsInOrderWhateverWasInsertedFirstAndRemoved) {
   std::array<size_t, 4> order{0, 1, 2, 3};
   do {
     for (unsigned taken_out = 0; taken_out < 16; ++taken_out) {
@@ -515,7 +515,7 @@ TYPED_TEST(MapTree, NeedsADatabaseAndAProbeToSearch) {
   EXPECT_EQ(found, this->nowhere);
 }
 
-TYPED_TEST(MapTree, TakesOutByKey) {
+TYPED_TEST(MapTree, RemovesByKey) {
   TypeParam::insert(this->db, &this->records[0]);
   TypeParam::insert(this->db, &this->records[1]);
   auto probe = keyed<typename TypeParam::Record>("a:d:1");
@@ -526,7 +526,7 @@ TYPED_TEST(MapTree, TakesOutByKey) {
   EXPECT_EQ(this->walk(), std::vector<std::string>{"b:d:1"});
 }
 
-TYPED_TEST(MapTree, CannotTakeOutWhatIsNotThere) {
+TYPED_TEST(MapTree, CannotRemoveWhatIsNotThere) {
   TypeParam::insert(this->db, &this->records[0]);
   auto *removed = this->nowhere;
   EXPECT_EQ(TypeParam::take_out(this->db, &this->records[1], &removed), 0U);
@@ -535,7 +535,7 @@ TYPED_TEST(MapTree, CannotTakeOutWhatIsNotThere) {
   EXPECT_EQ(this->walk(), std::vector<std::string>{"a:d:1"});
 }
 
-TYPED_TEST(MapTree, NeedsAllThreeArgumentsToTakeOut) {
+TYPED_TEST(MapTree, NeedsAllThreeArgumentsToRemove) {
   TypeParam::insert(this->db, &this->records[0]);
   auto *removed = this->nowhere;
   zar_db treeless = this->treeless();
@@ -583,7 +583,7 @@ TYPED_TEST(MapTree, NeedsADatabaseAndAPlaceForTheFirst) {
   EXPECT_EQ(first, this->nowhere);
 }
 
-TYPED_TEST(MapTree, EndsBehindTheGreatestKey) {
+TYPED_TEST(MapTree, EndsAfterTheGreatestKey) {
   TypeParam::insert(this->db, &this->records[0]);
   TypeParam::insert(this->db, &this->records[1]);
   auto *next = this->nowhere;
@@ -595,7 +595,7 @@ TYPED_TEST(MapTree, EndsBehindTheGreatestKey) {
   EXPECT_TRACED(TypeParam::no_next());
 }
 
-TYPED_TEST(MapTree, GoesOnFromARecordThatIsNotInIt) {
+TYPED_TEST(MapTree, ContinuesFromARecordThatIsNotInIt) {
   TypeParam::insert(this->db, &this->records[0]);
   TypeParam::insert(this->db, &this->records[2]);
   auto *next = this->nowhere;
@@ -620,7 +620,7 @@ TYPED_TEST(MapTree, NeedsAllThreeArgumentsForTheNext) {
 }
 
 // The platform may read the place, and writes to it even where it fails.
-TYPED_TEST(MapTree, HandsTheCallersPlacesToThePlatform) {
+TYPED_TEST(MapTree, PassesTheCallersPlacesToThePlatform) {
   TypeParam::insert(this->db, &this->records[0]);
   const avl_tree *tree = TypeParam::tree(*this->db);
   auto *place = this->nowhere;
@@ -843,7 +843,7 @@ TEST_P(TargetTree, FindsNothingAndCallsThatAFailure) {
   EXPECT_TRACED(error(of.search_failed, 0x60));
 }
 
-TEST_P(TargetTree, NeedsAllThreeArgumentsToSearchAndToTakeOut) {
+TEST_P(TargetTree, NeedsAllThreeArgumentsToSearchAndToRemove) {
   of.insert(db, &five);
   zar_db lost = treeless();
   for (zar_db *database : {db, static_cast<zar_db *>(nullptr), &lost}) {
@@ -871,7 +871,7 @@ TEST_P(TargetTree, RemovesByHandle) {
   EXPECT_EQ(targets_in(db), Handles{0x60});
 }
 
-TEST_P(TargetTree, CannotTakeOutWhatIsNotThere) {
+TEST_P(TargetTree, CannotRemoveWhatIsNotThere) {
   of.insert(db, &five);
   EXPECT_EQ(of.take_out(db, &six, &place), 0U);
   EXPECT_EQ(place, &six) << "the place names what was asked for";
@@ -879,7 +879,7 @@ TEST_P(TargetTree, CannotTakeOutWhatIsNotThere) {
   EXPECT_EQ(targets_in(db), Handles{0x50});
 }
 
-TEST_P(TargetTree, HandsTheCallersPlaceToThePlatform) {
+TEST_P(TargetTree, PassesTheCallersPlaceToThePlatform) {
   of.insert(db, &five);
   watch_platform();
   const zar_target *meant = nullptr;
@@ -938,7 +938,7 @@ TEST_F(TargetTreeEnd, FreesATargetByDeletingIt) {
   EXPECT_ERRORS();
 }
 
-TEST_F(TargetTreeEnd, TellsOfATargetThatCannotBeDeleted) {
+TEST_F(TargetTreeEnd, ReportsATargetThatCannotBeDeleted) {
   zar_target unknown = numbered(0xfffffff0);
   zar_avl_free_target(&unknown);
   EXPECT_ERRORS(error("(ERR): Target avl: delete target:0x%p failed", &unknown));

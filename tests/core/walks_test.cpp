@@ -142,7 +142,7 @@ void make(queue_head &queue, Element *elements, const Change &change) {
   }
 }
 
-TEST_F(Walking, VisitsWhatTheModelVisitsWhateverTwoChangesAreMadeMeanwhile) {
+TEST_F(Walking, VisitsWhatTheModelVisitsWhateverTwoChangesAreMadeDuringTheWalk) {
   for (const std::vector<uint32_t> &numbers :
        std::vector<std::vector<uint32_t>>{{0}, {0, 1, 2}, {0, 0}, {0, 1, 0, 2}, {1, 0, 0}}) {
     const std::vector<Change> all = changes(numbers);
@@ -202,7 +202,7 @@ TEST_F(Walking, IsMovedInEveryWalkOfTheQueueAndInNoOther) {
   runtime::abandon(&other);
 }
 
-TEST_F(Walking, EndsWhereTheMemoryOfTheQueueIsGivenBack) {
+TEST_F(Walking, EndsWhereTheMemoryOfTheQueueIsFreed) {
   struct Holder {
     uint32_t before;
     queue_head list;

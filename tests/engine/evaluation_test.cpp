@@ -34,7 +34,7 @@ bool expected(uint32_t match, unsigned filters, unsigned answers, unsigned inver
   return match == 2 ? holds != 0 : holds == 0;
 }
 
-TEST_F(ClassMapEvaluation, FollowsTheMatchCriteriaForAllAnswersAndInversions) {
+TEST_F(ClassMapEvaluation, FollowsTheMatchCriteriaForAllResultsAndInversions) {
   for (const ClassMatch match : {kAll, kAny, kNone}) {
     for (unsigned count = 0; count <= 3; ++count) {
       for (unsigned bits = 0; bits < 1U << (2 * count); ++bits) {

@@ -255,7 +255,7 @@ TEST_F(Events, NestABoundedNumberOfTimes) {
   EXPECT_EQ(runs, engine::kMaxNested + 1);
 }
 
-TEST_F(Events, OnWhatIsNoTargetAreRefused) {
+TEST_F(Events, OnAnythingButATargetAreRefused) {
   const uint32_t gold = policy("gold");
   for (const uint32_t handle : {0U, ~0U, gold}) {
     EXPECT_EQ(engine::raise_event(handle, kStart).status, 39u) << handle;
@@ -263,7 +263,7 @@ TEST_F(Events, OnWhatIsNoTargetAreRefused) {
   }
 }
 
-TEST_F(Events, SeeAPolicyAsItStandsWhenTheyAreRaised) {
+TEST_F(Events, SeeTheCurrentPolicyWhenTheyAreRaised) {
   const uint32_t gold = policy("gold");
   const uint32_t start = event(gold, kStart);
   const uint32_t at = target(gold);

@@ -28,7 +28,7 @@ TEST(Instances, AreFoundByTheirKey) {
   EXPECT_EQ(find(17, {domain.c_str(), 1, name.c_str(), 0}), made);
 }
 
-TEST(Instances, AreToldApartByEveryPartOfTheirKey) {
+TEST(Instances, AreDistinguishedByEveryPartOfTheirKey) {
   void *made = create(17, kGold);
   for (const auto &[target, key] : {std::pair<uint32_t, zar_map_info>{18, kGold},
                                     {17, {"subscriber", 2, "gold", 0}},
@@ -99,7 +99,7 @@ TEST(Texts, NameEveryCriteria) {
   EXPECT_STREQ(kel_pmap_action_exec_criteria_get_string_short(3), "stop-on-success");
 }
 
-TEST(Texts, AreThereForCriteriaThatAreNone) {
+TEST(Texts, ExistForUnknownCriteria) {
   for (const uint32_t criteria : {0U, 4U, ~0U}) {
     EXPECT_NE(kel_cmap_match_criteria_get_string_short(criteria), nullptr);
     EXPECT_NE(kel_pmap_class_match_get_string_short(criteria), nullptr);
@@ -116,7 +116,7 @@ TEST(ParameterMapTypes, AreKnownForSubscribersOnly) {
   EXPECT_NE(kel_parameter_map_get_type("subscriber", nullptr), 0u);
 }
 
-TEST(AeContexts, ThatAreNoneAreRefused) {
+TEST(AeContexts, ThatAreNullAreRefused) {
   EXPECT_NE(kel_free_all_policy_ae_context(nullptr), 0u);
 }
 

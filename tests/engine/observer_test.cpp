@@ -56,7 +56,7 @@ class Observation : public test::EngineTest {
   Diary diary;
 };
 
-TEST_F(Observation, TellsEveryStepOfAnEvent) {
+TEST_F(Observation, ReportsEveryStepOfAnEvent) {
   const uint32_t silver = policy("silver");
   const uint32_t gold = policy("gold");
   event(silver, 2);
@@ -97,14 +97,14 @@ TEST_F(Observation, TellsEveryStepOfAnEvent) {
             "event 1 ends after 2 actions\n");
 }
 
-TEST_F(Observation, DoesNotTellOfARuleCutShortByItsLastAction) {
+TEST_F(Observation, DoesNotReportARuleCutShortByItsLastAction) {
   const uint32_t gold = policy("gold");
   rule(event(gold, 1), 1, {&action("good"), &action("bad", 1)});
   engine::raise_event(target(gold), 1);
   EXPECT_NE(diary.text.find("action 2 answers 1\npolicy gold ends\n"), std::string::npos) << diary.text;
 }
 
-TEST_F(Observation, TellsChangesOfAttributes) {
+TEST_F(Observation, ReportsChangesOfAttributes) {
   const engine::AttributeId user = engine::register_attribute("user");
   const engine::AttributeId tries = engine::register_attribute("tries");
   const uint32_t gold = policy("gold");
@@ -129,7 +129,7 @@ TEST_F(Observation, TellsChangesOfAttributes) {
       << diary.text;
 }
 
-TEST_F(Observation, TellsEventsWithinEvents) {
+TEST_F(Observation, ReportsEventsWithinEvents) {
   const uint32_t gold = policy("gold");
   rule(event(gold, 1), 1, {&action("raise", [](Run &run) { return run.raise(2) ? 0u : 1u; })});
   event(gold, 2);
@@ -150,7 +150,7 @@ TEST_F(Observation, TellsEventsWithinEvents) {
             "event 1 ends after 1 actions\n");
 }
 
-TEST_F(Observation, TellsARefusedRaise) {
+TEST_F(Observation, ReportsARefusedRaise) {
   const uint32_t gold = policy("gold");
   rule(event(gold, 1), 1, {&action("raise", [](Run &run) { return run.raise(1) ? 0u : 1u; })});
   engine::raise_event(target(gold), 1);

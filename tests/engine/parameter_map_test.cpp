@@ -125,7 +125,7 @@ TEST_F(ParameterMaps, RunTheActionsInActionNumberOrder) {
   EXPECT_EQ(five.record().executed_count, 1u);
 }
 
-TEST_F(ParameterMaps, RunAllActionsAndTellOfAFailure) {
+TEST_F(ParameterMaps, RunAllActionsAndReportAFailure) {
   const uint32_t map = parameter_map("profiles");
   filter_of(map, 10, kService, "gold");
   action_of(map, 10, 1, action("bad", 1));
@@ -175,7 +175,7 @@ TEST_F(ParameterMaps, WithoutAMatchingStatementDoNothing) {
   EXPECT_EQ(ran, "apply");
 }
 
-TEST_F(ParameterMaps, ThatAreNoneAreNotApplied) {
+TEST_F(ParameterMaps, ThatDoNotExistAreNotApplied) {
   const uint32_t map = parameter_map("profiles");
   const uint32_t gold = policy("gold");
   ASSERT_DONE(kel_delete_subscriber_parameter_map("profiles", 1));
@@ -196,7 +196,7 @@ TEST_F(ParameterMaps, CanApplyEachOtherToABoundedDepth) {
   EXPECT_EQ(times, engine::kMaxDepth);
 }
 
-TEST_F(ParameterMaps, TellAnObserverOfEveryStatementUpToTheOneThatMatches) {
+TEST_F(ParameterMaps, NotifyAnObserverOfEveryStatementUpToTheOneThatMatches) {
   struct Diary final : engine::Observer {
     std::string text;
     void statement_evaluated(const zar_pmtr_map &map, const zar_pmtr_map_stmt &statement, bool matches) override {

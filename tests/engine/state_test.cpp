@@ -19,7 +19,7 @@ TEST_F(State, TheEngineIsTheFirstClientWithTheDefaultDatabase) {
   EXPECT_EQ(database, zar_clients_info[0]->database);
 }
 
-TEST_F(State, OfATargetIsMadeWhenItIsAskedFor) {
+TEST_F(State, OfATargetIsCreatedWhenItIsRequested) {
   const uint32_t at = target(policy("gold"));
   EXPECT_EQ(engine::live_target_states(), 0u);
   engine::Attributes *attributes = engine::attributes_of(at);
@@ -28,7 +28,7 @@ TEST_F(State, OfATargetIsMadeWhenItIsAskedFor) {
   EXPECT_EQ(engine::live_target_states(), 1u);
 }
 
-TEST_F(State, OfATargetGoesWithTheTarget) {
+TEST_F(State, OfATargetIsDeletedWithTheTarget) {
   const uint32_t at = target(policy("gold"));
   engine::attributes_of(at)->set(engine::register_attribute("user"), "alice");
   zar_target_info *information = nullptr;

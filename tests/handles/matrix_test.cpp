@@ -122,7 +122,7 @@ TEST_P(StrangeHandles, AreRefusedAndChangeNothing) {
 
 struct GoodHandles : OnRow {};
 
-TEST_P(GoodHandles, AreAcceptedWhoeverMadeThem) {
+TEST_P(GoodHandles, AreAcceptedFromLibraryAndCaller) {
   for (Kind kind : GetParam().kinds) {
     SCOPED_TRACE(name_of(kind));
     {

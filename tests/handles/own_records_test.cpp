@@ -26,7 +26,7 @@ TEST_F(OwnRecords, AClassMapTakesFiltersAndIsRead) {
   EXPECT_EQ(zar_remove_filter_from_class(own.handle, spare.filter), 0U);
 }
 
-TEST_F(OwnRecords, AnActionStandsInARule) {
+TEST_F(OwnRecords, AnActionIsInARule) {
   zar_action own{};
   own.action_num = 9;
   own.action_free_fn = rig::free_data;

@@ -58,7 +58,7 @@ struct Activating : Activation {
   }
 };
 
-TEST_F(Activating, LinksThePairBothWaysAndTellsTheEngineAndTheHandlers) {
+TEST_F(Activating, LinksThePairInBothDirectionsAndNotifiesTheEngineAndTheHandlers) {
   handler_of(gold, "permit");
   EXPECT_EQ(zar_activate_policy(one, gold, interface), 0U);
   EXPECT_TRACED(associated(7, "gold"), activated("gold"));
@@ -67,7 +67,7 @@ TEST_F(Activating, LinksThePairBothWaysAndTellsTheEngineAndTheHandlers) {
   EXPECT_EQ(targets_of(gold), Handles{interface});
 }
 
-TEST_F(Activating, LinksBeforeItAsksTheEngineAndTellsHandlersAfterwards) {
+TEST_F(Activating, LinksBeforeItCallsTheEngineAndNotifiesHandlersAfterwards) {
   const uint32_t permit = handler_of(gold, "permit");
   engine().on_call = [&](const std::string &) {
     EXPECT_EQ(targets_of(gold), Handles{interface});
@@ -93,7 +93,7 @@ TEST_F(Activating, IsForPoliciesOfAnyKindStoredOrNot) {
                instance_created(interface, one, "zinc:d1:2"));
 }
 
-TEST_F(Activating, TellsTheEngineWhoseCallItIs) {
+TEST_F(Activating, PassesTheClientToTheEngine) {
   EXPECT_EQ(zar_activate_policy(two, gold, interface), 0U);
   EXPECT_CALLS(instance_created(interface, two, kGold));
 }
@@ -201,7 +201,7 @@ TEST_F(ActivatingByName, FindsThePolicy) {
   EXPECT_EQ(active_on(interface), (Handles{silver, gold}));
 }
 
-TEST_F(ActivatingByName, LooksIntoTheDatabaseOfTheClient) {
+TEST_F(ActivatingByName, SearchesTheDatabaseOfTheClient) {
   const uint32_t three = client("three", database());
   const uint32_t other_gold = stored_pmap("gold", {.clid = three});
   EXPECT_EQ(zar_activate_policy_by_name(three, interface, &gold_info), 0U);
@@ -218,7 +218,7 @@ TEST_F(ActivatingByName, OfAnActivePolicySucceeds) {
   EXPECT_CALLS();
 }
 
-TEST_F(ActivatingByName, AnswersEveryFailedLookUpWith39) {
+TEST_F(ActivatingByName, Returns39ForEveryFailedLookUp) {
   EXPECT_REFUSED(39U, zar_activate_policy_by_name(0, interface, &gold_info));
   NEEDS_TRACE();
   EXPECT_TRACED(lookup_refused(0));
@@ -252,7 +252,7 @@ TEST_F(ActivatingByName, RefusesARecordOfAnotherKind) {
   EXPECT_EQ(take_trace(), lines(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kName)));
 }
 
-TEST_F(ActivatingByName, HandsFailuresOn) {
+TEST_F(ActivatingByName, ReturnsFailures) {
   NEEDS_TRACE();
   for (const TargetState state : {TargetState::unknown, TargetState::without_info}) {
     const uint32_t where = target_in(state);
@@ -274,7 +274,7 @@ struct DeactivatingByName : Activation {
   static constexpr const char *kName = "deactivate_policy_by_name";
 };
 
-TEST_F(DeactivatingByName, TakesThePairApart) {
+TEST_F(DeactivatingByName, UnlinksThePair) {
   activate(gold, interface);
   handler_of(silver, "permit");
   const uint32_t other = target(silver, 8);
@@ -287,7 +287,7 @@ TEST_F(DeactivatingByName, TakesThePairApart) {
   EXPECT_EQ(targets_of(silver), Handles{other});
 }
 
-TEST_F(DeactivatingByName, TellsHandlersWhenAllIsOver) {
+TEST_F(DeactivatingByName, NotifiesHandlersAtTheEnd) {
   const uint32_t permit = handler_of(silver, "permit");
   bool told_handler = false;
   data_of_action(permit).on_call = [&] {
@@ -381,7 +381,7 @@ struct DeactivatingAny : Activation {
   static Line deactivated() { return info("(info): %s: success, deactivated all policies on target", kName); }
 };
 
-TEST_F(DeactivatingAny, TakesAllOffInOrder) {
+TEST_F(DeactivatingAny, DeactivatesAllInOrder) {
   activate(gold, interface);
   activate(bronze, interface);
   handler_of(gold, "permit");
@@ -413,7 +413,7 @@ TEST_F(DeactivatingAny, NeedsNoDatabase) {
   EXPECT_EQ(active_on(interface), Handles{});
 }
 
-TEST_F(DeactivatingAny, TakesAllOffWhicheverTheEngineFailsFor) {
+TEST_F(DeactivatingAny, DeactivatesAllWhicheverTheEngineFailsFor) {
   const std::pair<uint32_t, const char *> policies[] = {{silver, "silver"}, {gold, "gold"}, {bronze, "bronze"}};
   for (const auto &[failing, name] : policies) {
     for (const auto &[policy, unused] : policies)
@@ -435,7 +435,7 @@ TEST_F(DeactivatingAny, TakesAllOffWhicheverTheEngineFailsFor) {
   }
 }
 
-TEST_F(DeactivatingAny, SaysNothingOfSuccessWhenTheEngineFails) {
+TEST_F(DeactivatingAny, TracesNoSuccessWhenTheEngineFails) {
   engine().delete_status = 1;
   EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 37U);
   EXPECT_EQ(take_trace(), lines(unlinked("silver"), instance_not_deleted("silver")));
@@ -473,7 +473,7 @@ TEST_F(DeactivatingAny, SurvivesAHandlerThatDeactivatesTheOthers) {
   EXPECT_TRUE(engine().instances().empty());
 }
 
-TEST_F(DeactivatingAny, FailsWhenTheTargetLosesItsInformationMeanwhile) {
+TEST_F(DeactivatingAny, FailsWhenTheTargetLosesItsInformationDuringTheCall) {
   activate(gold, interface);
   const uint32_t permit = handler_of(silver, "permit");
   data_of_action(permit).on_call = [&] { target_in(TargetState::without_info); };
@@ -603,7 +603,7 @@ TEST_F(DeactivatingEverywhere, ByHandleNeedsNoDatabaseAndNoStoredPolicy) {
   EXPECT_EQ(active_on(interface), Handles{silver});
 }
 
-TEST_F(DeactivatingEverywhere, PassesByATargetThatHasLostItsInformation) {
+TEST_F(DeactivatingEverywhere, SkipsATargetThatHasLostItsInformation) {
   const uint32_t second = target(silver, 8);
   target_in(TargetState::without_info);
   EXPECT_EQ(deactivate(false), 0U);
@@ -725,7 +725,7 @@ TEST_F(RetrievingFromTarget, NeedsAWholeMapInfo) {
   EXPECT_EQ(out, kUntouched);
 }
 
-TEST_F(RetrievingFromTarget, AnswersAFailedLookUpWith39) {
+TEST_F(RetrievingFromTarget, Returns39ForAFailedLookUp) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(39U, zar_retrieve_policy_from_target(one, interface, &silver_info, nullptr, &out));
   EXPECT_TRACED(inactive_client("retrieve_policy", one));
@@ -797,7 +797,7 @@ TEST_F(ActivePolicies, MayBeNone) {
   EXPECT_EQ(reserved, 0U);
 }
 
-TEST_F(ActivePolicies, AreNoMoreAfterACurrentOneThatIsGone) {
+TEST_F(ActivePolicies, EndAfterACurrentOneThatIsInactive) {
   activate(gold, interface);
   activate(bronze, interface);
   EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &gold_info), 0U);
@@ -932,7 +932,7 @@ TEST(ActivationUnderFaults, IsWholeOrNotAtAll) {
   });
 }
 
-TEST(ActivationUnderFaults, EndsWithFewerHandlersTold) {
+TEST(ActivationUnderFaults, EndsWithFewerHandlersNotified) {
   const auto run_with = [](uint32_t (*deactivate)(const World &world, uint32_t gold, uint32_t interface)) {
     for_each_fault([deactivate](FaultClock &clock) {
       World world;

@@ -82,7 +82,7 @@ struct DeletingClasses : Lifecycle, ::testing::WithParamInterface<By> {
 INSTANTIATE_TEST_SUITE_P(, DeletingClasses, ::testing::Values(By::unstored_handle, By::handle, By::name),
                          [](const auto &param) { return to_text(param.param); });
 
-TEST_P(DeletingClasses, GivesBackHandleTextsKeyAndRecord) {
+TEST_P(DeletingClasses, FreesHandleTextsKeyAndRecord) {
   const uint32_t other = deletable("video");
   const std::string before = everything();
   const size_t records = records_out(kCmapPool), keys = blocks_out(kCmapKey);
@@ -154,7 +154,7 @@ TEST_P(DeletingClasses, NamesNoPolicyForAReferenceWithoutOne) {
   EXPECT_TRUE(live(voice));
 }
 
-TEST_P(DeletingClasses, GoesThroughOnceTheLastReferenceIsDropped) {
+TEST_P(DeletingClasses, SucceedsOnceTheLastReferenceIsDropped) {
   const uint32_t voice = deletable("voice");
   const uint32_t gold = pmap("gold"), silver = pmap("silver");
   rule(event_in(gold, 1), voice);
@@ -169,7 +169,7 @@ TEST_P(DeletingClasses, GoesThroughOnceTheLastReferenceIsDropped) {
   EXPECT_FALSE(live(voice));
 }
 
-TEST_P(DeletingClasses, GoesOnlyOnce) {
+TEST_P(DeletingClasses, WorksOnlyOnce) {
   const uint32_t voice = deletable("voice");
   EXPECT_EQ(delete_class(one, voice, "voice"), 0U);
   forget_trace();
@@ -213,7 +213,7 @@ struct DeletingStoredClasses : DeletingClasses {
 INSTANTIATE_TEST_SUITE_P(, DeletingStoredClasses, ::testing::Values(By::handle, By::name),
                          [](const auto &param) { return to_text(param.param); });
 
-TEST_P(DeletingStoredClasses, TakesThemOutOfTheTree) {
+TEST_P(DeletingStoredClasses, RemovesThemFromTheTree) {
   const uint32_t video = stored_cmap("video"), data_class = stored_cmap("data"), voice = stored_cmap("voice");
   EXPECT_EQ(delete_class(one, video, "video"), 0U);
   EXPECT_EQ(cmaps_in(db), (Handles{data_class, voice}));
@@ -274,7 +274,7 @@ TEST_P(DeletingStoredClasses, FailsWithTheTree) {
   EXPECT_CALLS();
 }
 
-TEST_P(DeletingStoredClasses, LooksAtTheReferencesBeforeTheTree) {
+TEST_P(DeletingStoredClasses, ChecksTheReferencesBeforeTheTree) {
   const uint32_t voice = stored_cmap("voice");
   rule(event_in(pmap("gold"), 1), voice);
   runtime::fail_next_tree_delete();
@@ -330,7 +330,7 @@ TEST_F(DeletingClassesByHandle, FindTheRecordBehindOneWhoseKeyItExtends) {
   EXPECT_EQ(cmaps_in(db), (Handles{least, shorter}));
 }
 
-TEST_F(DeletingClassesByHandle, TakeThatVeryRecord) {
+TEST_F(DeletingClassesByHandle, DeleteExactlyThatRecord) {
   const uint32_t voice = stored_cmap("voice");
   const uint32_t twin = cmap("voice");
   EXPECT_REFUSED(41U, zar_delete_stored_class(one, twin));
@@ -339,7 +339,7 @@ TEST_F(DeletingClassesByHandle, TakeThatVeryRecord) {
   EXPECT_EQ(cmaps_in(db), Handles{voice});
 }
 
-TEST_F(DeletingClassesByHandle, TakeThatVeryRecordWhereItsKeyExtendsAnother) {
+TEST_F(DeletingClassesByHandle, DeleteExactlyThatRecordWhereItsKeyExtendsAnother) {
   const uint32_t voice = stored_cmap("voice");
   const uint32_t extended = cmap("voice:d1", {.domain = "1"});
   EXPECT_REFUSED(41U, zar_delete_stored_class(one, extended));
@@ -420,7 +420,7 @@ TEST_F(DeletingClassesByName, FindALongNameByItsCutKey) {
   EXPECT_FALSE(live(longest));
 }
 
-TEST_F(DeletingClassesByName, TakeTheOneWhoseKeyTheirsExtends) {
+TEST_F(DeletingClassesByName, DeleteTheOneWhoseKeyTheirsExtends) {
   const uint32_t voice = stored_cmap("voice");
   const zar_map_info info = map_info("voice:d1", {.domain = "1"});
   EXPECT_EQ(zar_delete_stored_class_by_name(one, &info), 0U);
@@ -428,7 +428,7 @@ TEST_F(DeletingClassesByName, TakeTheOneWhoseKeyTheirsExtends) {
   EXPECT_FALSE(live(voice));
 }
 
-TEST_F(DeletingClassesByName, TakeNoneWhoseKeyExtendsTheirs) {
+TEST_F(DeletingClassesByName, DeleteNoneWhoseKeyExtendsTheirs) {
   const uint32_t extended = stored_cmap("voice:d1", {.domain = "1"});
   const zar_map_info info = map_info("voice");
   EXPECT_REFUSED(0U, zar_delete_stored_class_by_name(one, &info));

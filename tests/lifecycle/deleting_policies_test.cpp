@@ -56,7 +56,7 @@ struct DeletingPolicies : Lifecycle {
   }
 };
 
-TEST_F(DeletingPolicies, GiveBackHandleTextsKeyAndRecord) {
+TEST_F(DeletingPolicies, FreeHandleTextsKeyAndRecord) {
   const std::string before = everything();
   const size_t records = records_out(kPmapPool), keys = blocks_out(kPmapKey);
   const uint32_t gold = pmap("gold");
@@ -95,7 +95,7 @@ TEST_F(DeletingPolicies, NeedAPolicy) {
   }
 }
 
-TEST_F(DeletingPolicies, GoOnlyOnce) {
+TEST_F(DeletingPolicies, WorkOnlyOnce) {
   const uint32_t gold = pmap("gold");
   EXPECT_EQ(zar_delete_policy(gold), 0U);
   forget_trace();
@@ -137,7 +137,7 @@ TEST_F(DeletingPolicies, LeaveASharedActionToItsOtherHolder) {
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 1U);
 }
 
-TEST_F(DeletingPolicies, AreDeactivatedWhenTheirEventsAreGone) {
+TEST_F(DeletingPolicies, AreDeactivatedAfterTheirEventsAreDeleted) {
   const uint32_t gold = pmap("gold");
   const uint32_t start = event_in(gold, 1);
   action_in(rule(start, cmap("voice")), "permit");
@@ -170,7 +170,7 @@ TEST_F(DeletingPolicies, LeaveTheOthersOnTheTargetActive) {
   EXPECT_EQ(targets_of(silver), Handles{interface});
 }
 
-TEST_F(DeletingPolicies, AreDeletedWhateverTheEngineSays) {
+TEST_F(DeletingPolicies, AreDeletedWhateverTheEngineReturns) {
   for (const bool find_fails : {true, false}) {
     const uint32_t gold = pmap("gold");
     const uint32_t first = target(gold, 1), second = target(gold, 2);
@@ -193,7 +193,7 @@ TEST_F(DeletingPolicies, AreDeletedWhateverTheEngineSays) {
   }
 }
 
-TEST_F(DeletingPolicies, StayInTheTreeOfWhichNothingIsAsked) {
+TEST_F(DeletingPolicies, StayInTheTreeWhichIsNotChecked) {
   breaks_invariants("what stands in a tree is deleted");
   const uint32_t gold = stored_pmap("gold");
   const void *record = at<zar_pmap>(gold);
@@ -220,7 +220,7 @@ TEST_F(DeletingPolicies, DropATargetThatHasLostItsInformation) {
 
 // ---- Policy-maps that are not CONTROL
 
-TEST_F(DeletingPolicies, ReleaseClassActionsThatStandUnderNoEvent) {
+TEST_F(DeletingPolicies, ReleaseClassActionsWithoutAnEvent) {
   const size_t rules = records_out(kRulePool);
   const uint32_t gold = stored_pmap("gold", {.type = 2});
   stored_cmap("voice", {.type = 2});
@@ -299,7 +299,7 @@ struct DeletingStoredPolicies : DeletingPolicies, ::testing::WithParamInterface<
 INSTANTIATE_TEST_SUITE_P(, DeletingStoredPolicies, ::testing::Values(By::name, By::handle),
                          [](const auto &param) { return to_text(param.param); });
 
-TEST_P(DeletingStoredPolicies, TakesThemOutOfTheTreeAndFreesThem) {
+TEST_P(DeletingStoredPolicies, RemovesThemFromTheTreeAndFreesThem) {
   const uint32_t silver = stored_pmap("silver"), bronze = stored_pmap("bronze");
   const std::string before = everything();
   const uint32_t gold = stored_pmap("gold");
@@ -388,7 +388,7 @@ TEST_P(DeletingStoredPolicies, FailsWithoutATree) {
   EXPECT_EQ(pmaps_in(db), Handles{gold});
 }
 
-TEST_P(DeletingStoredPolicies, TellsTheClientOfEachTargetOnceItIsOff) {
+TEST_P(DeletingStoredPolicies, NotifiesTheClientOfEachTargetOnceItIsDeactivated) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t start = event_in(gold, 1);
   action_in(rule(start, cmap("voice")), "permit");
@@ -417,7 +417,7 @@ TEST_P(DeletingStoredPolicies, TellsTheClientOfEachTargetOnceItIsOff) {
   EXPECT_EQ(targets_in(db), (Handles{first, second}));
 }
 
-TEST_P(DeletingStoredPolicies, TellsNoOtherClient) {
+TEST_P(DeletingStoredPolicies, NotifiesNoOtherClient) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t interface = target(gold);
   hear_removals(one);
@@ -425,7 +425,7 @@ TEST_P(DeletingStoredPolicies, TellsNoOtherClient) {
   EXPECT_CALLS(instance_sought(interface, kGold), instance_deleted(interface, kGold));
 }
 
-TEST_P(DeletingStoredPolicies, TellsTheClientEvenWhenTheEngineFails) {
+TEST_P(DeletingStoredPolicies, NotifiesTheClientEvenWhenTheEngineFails) {
   hear_removals(one);
   for (const bool find_fails : {true, false}) {
     const uint32_t gold = stored_pmap("gold");
@@ -557,7 +557,7 @@ TEST_P(DeletingStoredPolicies, FindsItselfUnstoredInTheCallback) {
   EXPECT_FALSE(live(gold));
 }
 
-TEST_P(DeletingStoredPolicies, TakesOffAgainWhatTheCallbackActivates) {
+TEST_P(DeletingStoredPolicies, DeactivatesAgainWhatTheCallbackActivates) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t interface = target(gold);
   hear_removals(one);
@@ -668,7 +668,7 @@ TEST_F(DeletingPoliciesByName, FindALongNameByItsCutKey) {
   EXPECT_FALSE(live(longest));
 }
 
-TEST_F(DeletingPoliciesByName, TakeTheOneWhoseKeyTheirsExtends) {
+TEST_F(DeletingPoliciesByName, DeleteTheOneWhoseKeyTheirsExtends) {
   const uint32_t gold = stored_pmap("gold");
   const zar_map_info info = map_info("gold:d1", {.domain = "1"});
   EXPECT_EQ(zar_delete_stored_policy_by_name(one, &info), 0U);
@@ -707,7 +707,7 @@ TEST_F(DeletingPoliciesByHandle, NeedAPolicy) {
   }
 }
 
-TEST_F(DeletingPoliciesByHandle, TakeThatVeryRecord) {
+TEST_F(DeletingPoliciesByHandle, DeleteExactlyThatRecord) {
   const uint32_t gold = stored_pmap("gold");
   const uint32_t twin = pmap("gold");
   target(twin);
@@ -719,7 +719,7 @@ TEST_F(DeletingPoliciesByHandle, TakeThatVeryRecord) {
   EXPECT_EQ(pmaps_in(db), Handles{gold});
 }
 
-TEST_F(DeletingPoliciesByHandle, TakeThatVeryRecordAmongKeysThatCompareEqual) {
+TEST_F(DeletingPoliciesByHandle, DeleteExactlyThatRecordAmongKeysThatCompareEqual) {
   // Keys compare over their common length, so the shorter equals both longer ones, which differ.
   const uint32_t first = stored_pmap("gold:d1", {.domain = "1a"});
   const uint32_t second = stored_pmap("gold:d1", {.domain = "1b"});
@@ -792,7 +792,7 @@ TEST_F(BuiltIn, IsEmptiedInsteadOfDeleted) {
   EXPECT_EQ(everything(), before);
 }
 
-TEST_F(BuiltIn, IsEmptiedByTheOperationOfItsOwn) {
+TEST_F(BuiltIn, IsEmptiedByItsOwnOperation) {
   const uint32_t built_in = stored_pmap(kBuiltIn, kSubscriber);
   const uint32_t start = event_in(built_in, 1), stop = event_in(built_in, 2);
   zar_delete_autoconf_policy();
@@ -814,7 +814,7 @@ TEST_F(BuiltIn, MayBeMissing) {
   EXPECT_EQ(everything(), before);
 }
 
-TEST_F(BuiltIn, IsSoughtInTheDatabaseOfTheOwner) {
+TEST_F(BuiltIn, IsSearchedForInTheDatabaseOfTheOwner) {
   zar_db *other_db = database();
   const uint32_t three = client("three", other_db);
   ASSERT_EQ(zar_register_domain(three, "subscriber"), 0U);
@@ -829,7 +829,7 @@ TEST_F(BuiltIn, IsSoughtInTheDatabaseOfTheOwner) {
   EXPECT_EQ(events_of(owners), Handles{});
 }
 
-TEST_F(BuiltIn, IsNotSoughtForAnInactiveOwner) {
+TEST_F(BuiltIn, IsNotSearchedForOnBehalfOfAnInactiveOwner) {
   const uint32_t built_in = stored_pmap(kBuiltIn, kSubscriber);
   event_in(built_in, 1);
   zar_clients_info[0]->status = 0;
@@ -914,7 +914,7 @@ TEST_F(BuiltIn, IsKnownByItsNameWhenItWasUnhidden) {
   EXPECT_TRUE(live(built_in));
 }
 
-TEST_P(DeletingStoredPolicies, TakesTheBuiltInOneOutAndEmptiesIt) {
+TEST_P(DeletingStoredPolicies, RemovesTheBuiltInOneAndEmptiesIt) {
   const MapOptions subscriber{.domain = "subscriber"};
   const uint32_t built_in = stored_pmap(kBuiltIn, subscriber);
   const uint32_t start = event_in(built_in, 1);
@@ -936,7 +936,7 @@ TEST_P(DeletingStoredPolicies, TakesTheBuiltInOneOutAndEmptiesIt) {
 
 struct PolicyQueries : Lifecycle {};
 
-TEST_F(PolicyQueries, TheTargetCountIsAFieldThatNobodyWrites) {
+TEST_F(PolicyQueries, TheTargetCountIsNeverWritten) {
   const uint32_t gold = pmap("gold");
   EXPECT_EQ(zar_get_pmap_target_count(gold), 0U);
   target(gold, 1);
@@ -980,7 +980,7 @@ TEST_F(PolicyQueries, NothingHasNoName) {
 
 // ---- Under faults: a deletion needs memory only to notify handlers, and succeeds without it.
 
-TEST(DeletingPoliciesUnderFaults, GoesThroughWithFewerHandlersTold) {
+TEST(DeletingPoliciesUnderFaults, SucceedsWithFewerHandlersNotified) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t voice = world.cmap("voice");

@@ -138,7 +138,7 @@ TYPED_TEST(TreeWalks, GoInTheOrderOfTheKeys) {
   EXPECT_CALLS();
 }
 
-TYPED_TEST(TreeWalks, GiveHandle0InAnEmptyTree) {
+TYPED_TEST(TreeWalks, ReturnHandle0InAnEmptyTree) {
   TypeParam::make(*this, "unstored");
   EXPECT_ANSWER(0U, TypeParam::first(this->one, &this->out));
   EXPECT_EQ(this->out, 0U);
@@ -158,7 +158,7 @@ TYPED_TEST(TreeWalks, WriteThePlaceBeforeTheirLastMessage) {
   EXPECT_EQ(values_when_traced(this->out, next), (Handles{kUntouched, kUntouched, 0}));
 }
 
-TYPED_TEST(TreeWalks, WriteHandle0BeforeTheySayThatTheTreeFailed) {
+TYPED_TEST(TreeWalks, WriteHandle0BeforeTheyTraceThatTheTreeFailed) {
   NEEDS_TRACE();
   const uint32_t gold = TypeParam::make_stored(*this, "gold");
   avl_tree *own = std::exchange(TypeParam::tree(*this->db), nullptr);
@@ -191,14 +191,14 @@ TYPED_TEST(TreeWalks, SkipNoTypeAndNothingHidden) {
   EXPECT_EQ(this->walked(this->one), order);
 }
 
-TYPED_TEST(TreeWalks, GetPastRecordsOfTheOtherMapKinds) {
+TYPED_TEST(TreeWalks, SkipRecordsOfTheOtherMapKinds) {
   const Handles order{this->pmap("a"), this->cmap("b"), this->pmtr_map("c"), TypeParam::make(*this, "d")};
   for (const uint32_t map : order)
     ASSERT_EQ(TypeParam::store(this->one, map), 0U);
   EXPECT_EQ(this->walked(this->one), order);
 }
 
-TYPED_TEST(TreeWalks, GoOnAfterARecordThatIsNotStored) {
+TYPED_TEST(TreeWalks, ContinueAfterARecordThatIsNotStored) {
   TypeParam::make_stored(*this, "bronze");
   const uint32_t gold = TypeParam::make(*this, "gold"), silver = TypeParam::make_stored(*this, "silver"),
                  tin = TypeParam::make(*this, "tin");
@@ -287,7 +287,7 @@ TYPED_TEST(TreeWalks, FailWithoutATree) {
   EXPECT_EQ(at_next[1], TypeParam::next_failed());
 }
 
-TEST_F(Iteration, GivesTheInternalClassesOfParameterMaps) {
+TEST_F(Iteration, ReturnsTheInternalClassesOfParameterMaps) {
   const uint32_t values = pmtr_map("values");
   const Handles internal{statement(values, 1)->internal_cmap, statement(values, 2)->internal_cmap};
   const uint32_t voice = stored_cmap("voice");
@@ -484,7 +484,7 @@ TYPED_TEST(ListWalks, GoInTheOrderOfTheList) {
   EXPECT_CALLS();
 }
 
-TYPED_TEST(ListWalks, GiveHandle0ForAnEmptyList) {
+TYPED_TEST(ListWalks, ReturnHandle0ForAnEmptyList) {
   EXPECT_ANSWER(0U, this->first(this->one, this->holder, &this->out));
   EXPECT_EQ(this->out, 0U);
   EXPECT_TRACED(this->empty());
@@ -494,7 +494,7 @@ TYPED_TEST(ListWalks, GiveHandle0ForAnEmptyList) {
   EXPECT_TRACED(this->gone(this->holder));
 }
 
-TYPED_TEST(ListWalks, EndQuietlyWhenTheCurrentElementIsGone) {
+TYPED_TEST(ListWalks, EndSilentlyWhenTheCurrentElementIsGone) {
   const Handles order{this->add(1), this->add(2), this->add(3)};
   this->remove(order[1]);
   forget_trace();
@@ -508,7 +508,7 @@ TYPED_TEST(ListWalks, EndQuietlyWhenTheCurrentElementIsGone) {
 }
 
 // A cursor is traced, as gone or found, before the place is written, and the outcome afterwards.
-TYPED_TEST(ListWalks, WriteThePlaceOnceTheCurrentElementIsTold) {
+TYPED_TEST(ListWalks, WriteThePlaceOnceTheCurrentElementIsTraced) {
   NEEDS_TRACE();
   const Handles order{this->add(1), this->add(2)};
   const auto values_of_next = [&](uint32_t current) {
@@ -524,7 +524,7 @@ TYPED_TEST(ListWalks, WriteThePlaceOnceTheCurrentElementIsTold) {
   EXPECT_EQ(values_of_next(order[1]), values);
 }
 
-TYPED_TEST(ListWalks, SeeWhatIsAddedMeanwhile) {
+TYPED_TEST(ListWalks, SeeWhatIsAddedDuringTheWalk) {
   const uint32_t only = this->add(1);
   EXPECT_EQ(this->first(this->one, this->holder, &this->out), 0U);
   const uint32_t second = this->add(2);
@@ -560,7 +560,7 @@ TYPED_TEST(ListWalks, CheckEverythingBeforeTheyBegin) {
   EXPECT_EQ(this->out, kUntouched);
 }
 
-TYPED_TEST(ListWalks, CheckEverythingBeforeTheyGoOn) {
+TYPED_TEST(ListWalks, CheckEverythingBeforeTheyContinue) {
   const uint32_t only = this->add(1);
   for (const uint32_t clid : {this->one, 0U, 3U, 0xffffffffU}) {
     for (const bool no_holder : {false, true}) {
@@ -596,7 +596,7 @@ TYPED_TEST(ListWalks, NeedWhatHoldsTheList) {
 
 using EventWalks = ListWalks<EventWalk>;
 
-TEST_F(EventWalks, GiveTheClassActionsOfAPolicyThatIsNotControl) {
+TEST_F(EventWalks, ReturnTheClassActionsOfAPolicyThatIsNotControl) {
   holder = stored_pmap("plain", {.type = 2});
   stored_cmap("voice", {.type = 2});
   stored_cmap("video", {.type = 2});
@@ -633,7 +633,7 @@ TEST_F(RuleWalks, CheckTheEventWithTheOtherArguments) {
   EXPECT_TRACED(wrong_clid(kNext, 9), invalid_handle(), no_event(kNext), no_place(kNext));
 }
 
-TEST_F(RuleWalks, DoNotAskWhoseEventItIs) {
+TEST_F(RuleWalks, DoNotCheckTheOwnerOfTheEvent) {
   const uint32_t only = add(1);
   const uint32_t silver = pmap("silver");
   EXPECT_REFUSED(0U, zar_get_class_action(one, silver, started, &out));
@@ -690,7 +690,7 @@ TEST_F(ActionWalks, TakeTheFirstOfTwoOccurrencesForTheCurrentOne) {
   EXPECT_EQ(out, other) << "the walk goes round";
 }
 
-TEST_F(ActionWalks, GoThroughClassActionsThatStandUnderNoEvent) {
+TEST_F(ActionWalks, GoThroughClassActionsWithoutAnEvent) {
   stored_pmap("plain", {.type = 2});
   stored_cmap("voice", {.type = 2});
   const uint32_t plain_one = plain_rule("plain", "voice");
@@ -703,7 +703,7 @@ TEST_F(ActionWalks, GoThroughClassActionsThatStandUnderNoEvent) {
 
 // ---- A whole repository, walked as a caller does. Nothing is asked of the platform on the way.
 
-TEST_F(Iteration, ReachesEverythingAndAsksForNothing) {
+TEST_F(Iteration, ReachesEverythingAndRequestsNothing) {
   const uint32_t voice = stored_cmap("voice");
   const Handles filters{filter_in(voice, "port"), filter_in(voice, "rate")};
   const uint32_t gold = stored_pmap("gold"), silver = stored_pmap("silver");

@@ -29,19 +29,19 @@ struct DeactivatingAll : Lifecycle {
   uint32_t deactivate_all() const { return zar_deactivate_any_policy_for_target(one, interface); }
 };
 
-TEST_F(DeactivatingAll, LeavesWhatAHandlerActivatesMeanwhile) {
+TEST_F(DeactivatingAll, LeavesWhatAHandlerActivatesDuringTheCall) {
   once_inside(data_of_action(permit), [this] { activate(iron, interface); });
   EXPECT_EQ(deactivate_all(), 0U);
   EXPECT_EQ(active_on(interface), Handles{iron});
 }
 
-TEST_F(DeactivatingAll, LeavesThePolicyOfTheHandlerWhenThatActivatesItAnew) {
+TEST_F(DeactivatingAll, LeavesThePolicyOfTheHandlerWhenThatActivatesItAgain) {
   once_inside(data_of_action(permit), [this] { activate(gold, interface); });
   EXPECT_EQ(deactivate_all(), 0U);
   EXPECT_EQ(active_on(interface), Handles{gold}) << "whether or not its link has the memory of the old one";
 }
 
-TEST_F(DeactivatingAll, LeavesWhatAHandlerDeactivatesAndActivatesAnew) {
+TEST_F(DeactivatingAll, LeavesWhatAHandlerDeactivatesAndActivatesAgain) {
   once_inside(data_of_action(permit), [this] {
     const zar_map_info info = map_info("bronze");
     EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &info), 0U);
@@ -79,7 +79,7 @@ TEST_F(DeactivatingAll, SkipsATargetThatAHandlerDeletes) {
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "notify removed permit [9]"), 1);
 }
 
-TEST_F(DeactivatingAll, LeavesATargetWhereAHandlerActivatesAnew) {
+TEST_F(DeactivatingAll, LeavesATargetWhereAHandlerActivatesAgain) {
   const uint32_t second = target(gold, 8);
   once_inside(data_of_action(permit), [this] { activate(gold, interface); });
   EXPECT_EQ(zar_deactivate_policy_by_handle_from_all_targets(one, gold), 0U);
@@ -87,7 +87,7 @@ TEST_F(DeactivatingAll, LeavesATargetWhereAHandlerActivatesAnew) {
   EXPECT_EQ(active_on(second), Handles{});
 }
 
-TEST_F(DeactivatingAll, AtTheEndOfATargetIsNotEndedByASecondDeletion) {
+TEST_F(DeactivatingAll, DuringTheDeletionOfATargetIsNotEndedByASecondDeletion) {
   uint32_t inner = 0;
   once_inside(data_of_action(permit), [this, &inner] { inner = zar_delete_target(interface); });
   drop_target(one, interface);
@@ -97,7 +97,7 @@ TEST_F(DeactivatingAll, AtTheEndOfATargetIsNotEndedByASecondDeletion) {
     EXPECT_EQ(targets_of(each), Handles{});
 }
 
-TEST_F(DeactivatingAll, AtTheEndOfATargetKeepsItsRecordOutOfTheTrees) {
+TEST_F(DeactivatingAll, DuringTheDeletionOfATargetKeepsItsRecordOutOfTheTrees) {
   uint32_t inserted = 1;
   once_inside(data_of_action(permit),
               [this, &inserted] { inserted = zar_avl_insert_target_client_db(db, at<zar_target>(interface)); });
@@ -139,7 +139,7 @@ TEST_F(Ending, OfAPolicyTakesEachEventThoughAFreeFunctionDeletesAllOthers) {
     EXPECT_FALSE(live(each));
 }
 
-TEST_F(Ending, OfAPolicyHidesItFromWhatRunsMeanwhile) {
+TEST_F(Ending, OfAPolicyHidesItFromCallbacksDuringTheCall) {
   const uint32_t more = event(9);
   once_inside(data_of_action(permit), [this, more] {
     EXPECT_EQ(zar_delete_policy(gold), 39U);
@@ -163,7 +163,7 @@ TEST_F(Ending, OfAPolicyKeepsItsRecordOutOfTheTrees) {
   EXPECT_EQ(pmaps_in(db).size(), 1U);
 }
 
-TEST_F(Ending, OfTheBuiltInPolicyLeavesTheEventsThatAreAddedMeanwhile) {
+TEST_F(Ending, OfTheBuiltInPolicyLeavesTheEventsThatAreAddedDuringTheCall) {
   const uint32_t built_in = stored_pmap("BUILTIN_AUTOCONF_POLICY", {.domain = "subscriber"});
   const uint32_t first = event_in(built_in, 1), second = event_in(built_in, 2);
   uint32_t added = 0;
@@ -175,7 +175,7 @@ TEST_F(Ending, OfTheBuiltInPolicyLeavesTheEventsThatAreAddedMeanwhile) {
   EXPECT_EQ(events_of(built_in), Handles{added});
 }
 
-TEST_F(Ending, OfAClassHidesItFromWhatRunsMeanwhile) {
+TEST_F(Ending, OfAClassHidesItFromCallbacksDuringTheCall) {
   const uint32_t video = stored_cmap("video");
   const uint32_t port = filter_in(video, "port"), host = filter_in(video, "host");
   const uint32_t more = filter("more");
@@ -259,7 +259,7 @@ TEST_F(Removal, MayStoreThePolicyAndEmptyTheTree) {
   expect_gone();
 }
 
-TEST_F(Removal, MayStoreThePolicyAndAnotherOneOfItsNameInItsPlace) {
+TEST_F(Removal, MayStoreThePolicyAndReplaceItByAnotherOneOfItsName) {
   uint32_t second = 0;
   at_removal(1, [this, &second] {
     EXPECT_EQ(zar_store_policy(one, gold), 0U);
@@ -311,7 +311,7 @@ TEST_F(Removal, LeavesTheBuiltInPolicyOutOfEveryTree) {
 
 // ---- The end of a database
 
-TEST_F(DeactivatingAll, AtTheEndOfADatabaseMayDeleteOtherTargets) {
+TEST_F(DeactivatingAll, DuringTheDeletionOfADatabaseMayDeleteOtherTargets) {
   const uint32_t second = target(gold, 8), third = target(silver, 9);
   once_inside(data_of_action(permit), [this, second, third] {
     drop_target(one, live(third) ? third : second);

@@ -31,7 +31,7 @@ TEST_F(TargetCheck, AcceptsAnyRecord) {
   EXPECT_TRACED();
 }
 
-TEST_F(TargetCheck, RefusesNullWithTheNameOfWhoAsked) {
+TEST_F(TargetCheck, RefusesNullWithTheNameOfTheCaller) {
   EXPECT_EQ(zar_verify_target_context(nullptr, "asker"), 1U);
   EXPECT_TRACED(no_target("asker"));
   EXPECT_EQ(zar_verify_target_context(nullptr, nullptr), 1U);
@@ -130,7 +130,7 @@ TEST_F(AddingTargets, NotifiesTheHandlersOfEveryEventInOrder) {
                "notify added deny [7 7 7]");
 }
 
-TEST_F(AddingTargets, TellsTheEngineAndTheHandlersBeforeTheCaller) {
+TEST_F(AddingTargets, NotifiesTheEngineAndTheHandlersBeforeTheCaller) {
   const uint32_t gold = pmap("gold");
   const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
   int n_calls = 0;
@@ -220,7 +220,7 @@ TEST_F(AddingTargets, NeedsAHandle) {
   EXPECT_EQ(records_out(kTargetPool), records);
 }
 
-TEST_F(AddingTargets, ReadsAnAssociationWithoutMemoryAs37) {
+TEST_F(AddingTargets, Reports37ForAnAssociationWithoutMemory) {
   const uint32_t gold = pmap("gold");
   runtime::fail_request(runtime::Service::record, 2);
   expect_undone(37, two, gold);
@@ -300,7 +300,7 @@ TEST_F(AddingTargets, NeedsRoomInTheTree) {
   }
 }
 
-TEST_F(AddingTargets, TellsOfTheEndOfItsPolicyWhileItsHandleIsLive) {
+TEST_F(AddingTargets, ReportsTheEndOfItsPolicyWhileItsHandleIsLive) {
   const uint32_t gold = pmap("gold");
   uint32_t target = 0;
   std::vector<bool> was_live;
@@ -330,7 +330,7 @@ TEST_F(AddingTargets, FailsWithoutATree) {
   EXPECT_TRUE(engine().instances().empty());
 }
 
-TEST_F(AddingTargets, LetsAHandlerActivateAnotherPolicyMeanwhile) {
+TEST_F(AddingTargets, LetsAHandlerActivateAnotherPolicyDuringTheCall) {
   const uint32_t gold = pmap("gold"), silver = pmap("silver");
   const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
   data_of_action(permit).on_call = [&] {
@@ -357,7 +357,7 @@ TEST_F(AddingTargets, UndoesWhatAHandlerActivatedWhenTheTargetCannotBeStored) {
   EXPECT_TRUE(activated);
 }
 
-TEST_F(AddingTargets, AcceptsNoPolicyAnyMoreWhileTheTargetIsUndone) {
+TEST_F(AddingTargets, AcceptsNoPolicyWhileTheTargetIsUndone) {
   const uint32_t gold = pmap("gold"), silver = pmap("silver"), bronze = pmap("bronze");
   const uint32_t permit = action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
   const uint32_t drop = action_in(rule(event_in(silver, 1), cmap("video")), "drop");
@@ -384,7 +384,7 @@ struct PolicyContexts : Lifecycle {
   static Line created() { return info("(info): %s: success", "create_policy_context"); }
 };
 
-TEST_F(PolicyContexts, AreMadeOnceATarget) {
+TEST_F(PolicyContexts, AreCreatedOncePerTarget) {
   NEEDS_FRESH_PROCESS();
   const uint32_t interface = target(pmap("gold"));
   watch_requests();
@@ -481,7 +481,7 @@ TEST_F(PolicyContexts, AreFoundSilently) {
   EXPECT_TRACED();
 }
 
-TEST_F(PolicyContexts, AreFoundWithoutALookAtTheTargetInformation) {
+TEST_F(PolicyContexts, AreFoundWithoutCheckingTheTargetInformation) {
   const uint32_t interface = target(pmap("gold"));
   zar_target_policy_context *context = zar_create_policy_context(interface);
   forget_trace();
@@ -498,7 +498,7 @@ struct RemovingTargets : Lifecycle {
   zar_target_info *out = untouched;
 };
 
-TEST_F(RemovingTargets, HandsTheInformationBackAndKeepsTheRecord) {
+TEST_F(RemovingTargets, ReturnsTheInformationAndKeepsTheRecord) {
   const uint32_t gold = pmap("gold");
   const uint32_t interface = target(gold, 7), other = target(gold, 8);
   watch_requests();
@@ -639,7 +639,7 @@ struct DeletingTargets : Lifecycle {
   }
 };
 
-TEST_F(DeletingTargets, GivesHandleAndRecordBack) {
+TEST_F(DeletingTargets, FreesHandleAndRecord) {
   const uint32_t gold = pmap("gold");
   const std::string before = everything();
   const uint32_t interface = removed_target(gold);
@@ -677,7 +677,7 @@ TEST_F(DeletingTargets, NeedsNoActivePolicy) {
   EXPECT_CALLS();
 }
 
-TEST_F(DeletingTargets, IsDoneWhateverTheEngineSaysOfTheInstances) {
+TEST_F(DeletingTargets, IsDoneWhateverTheEngineReturnsOfTheInstances) {
   const uint32_t gold = pmap("gold"), silver = pmap("silver");
   const uint32_t interface = removed_target(gold);
   activate(silver, interface);
@@ -872,7 +872,7 @@ TEST(TargetsUnderFaults, GetTheirContextOrNone) {
   });
 }
 
-TEST(TargetsUnderFaults, AreDeletedWithFewerHandlersTold) {
+TEST(TargetsUnderFaults, AreDeletedWithFewerHandlersNotified) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const uint32_t gold = world.pmap("gold");

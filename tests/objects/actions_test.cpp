@@ -31,7 +31,7 @@ struct Actions : Repository {
   }
 };
 
-TEST_F(Actions, AreMadeOfAContext) {
+TEST_F(Actions, AreCreatedFromAContext) {
   NEEDS_FRESH_PROCESS();
   watch_requests();
   EXPECT_EQ(zar_create_action(&permit, 3, 700, &handle), 0U);
@@ -81,7 +81,7 @@ TEST_F(Actions, MayGoWithoutDataNotificationAndParameterMapCheck) {
   EXPECT_EQ(at<zar_action>(handle)->action_param_map_check_fn, nullptr);
 }
 
-TEST_F(Actions, TellAllFaultsOfTheirArguments) {
+TEST_F(Actions, TraceAllFaultsOfTheirArguments) {
   // Which of place, free, entry, text and compare function are missing.
   for (unsigned missing = 1; missing < 32; ++missing) {
     SCOPED_TRACE(missing);
@@ -147,7 +147,7 @@ TEST_F(Actions, BeginWithACleanRecord) {
 
 // ---- Giving a record back
 
-TEST_F(Actions, AreGivenBackToTheirPoolAsTheyAre) {
+TEST_F(Actions, AreReturnedToTheirPoolAsTheyAre) {
   const uint32_t permit_action = action("permit");
   zar_action *record = at<zar_action>(permit_action);
   EXPECT_NE(zar_free_action_from_action_chunk(record), 0U);
@@ -158,12 +158,12 @@ TEST_F(Actions, AreGivenBackToTheirPoolAsTheyAre) {
   zar_handle_release(permit_action);
 }
 
-TEST_F(Actions, ThatAreNoneAreNotGivenBack) {
+TEST_F(Actions, ThatAreNullAreNotReturned) {
   action("permit");
   EXPECT_REFUSED(0U, zar_free_action_from_action_chunk(nullptr));
 }
 
-TEST(ActionsUnderFaults, AreMadeOrNot) {
+TEST(ActionsUnderFaults, AreCreatedOrNot) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const zar_action_context permit = world.action_context("permit");

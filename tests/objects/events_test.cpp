@@ -26,7 +26,7 @@ struct Events : Repository {
   }
 };
 
-TEST_F(Events, AreMadeOfAnIdAndAName) {
+TEST_F(Events, AreCreatedFromAnIdAndAName) {
   NEEDS_FRESH_PROCESS();
   watch_requests();
   EXPECT_EQ(zar_create_event(&start, "session-start", &handle), 0U);
@@ -112,7 +112,7 @@ TEST_F(Events, NeedAHandle) {
 }
 
 // The only thing that a failure leaves behind: the handle.
-TEST_F(Events, WithoutAContextRecordGiveTheTupleBackAndLeaveTheHandle) {
+TEST_F(Events, WithoutAContextRecordFreeTheTupleAndLeaveTheHandle) {
   make_pools();
   const std::string digest_before = digest();
   runtime::Inventory expected = runtime::inventory();
@@ -126,7 +126,7 @@ TEST_F(Events, WithoutAContextRecordGiveTheTupleBackAndLeaveTheHandle) {
   EXPECT_EQ(digest(), digest_before);
 }
 
-TEST_F(Events, WithoutThePoolOfContextsGiveTheTupleBackAndLeaveTheHandle) {
+TEST_F(Events, WithoutThePoolOfContextsFreeTheTupleAndLeaveTheHandle) {
   NEEDS_FRESH_PROCESS();
   runtime::Inventory expected = runtime::inventory();
   runtime::fail_request(runtime::Service::pool, 2);
@@ -137,7 +137,7 @@ TEST_F(Events, WithoutThePoolOfContextsGiveTheTupleBackAndLeaveTheHandle) {
   EXPECT_EQ(zar_create_event(&start, "start", &handle), 0U) << "the pool is tried again";
 }
 
-TEST_F(Events, WhoseHandleWasLeftAreNotTakenForTheNextOne) {
+TEST_F(Events, WhoseHandleWasLeftAreNotMistakenForTheNextOne) {
   make_pools();
   runtime::fail_request(runtime::Service::record, 2);
   zar_create_event(&start, "start", &handle);
@@ -166,7 +166,7 @@ TEST_F(Events, NeedTheirNameInterned) {
   EXPECT_EQ(handle, kUntouched);
 }
 
-TEST_F(Events, WithoutANameGiveBackTheHandleThenTheTupleThenTheContext) {
+TEST_F(Events, WithoutANameFreeTheHandleThenTheTupleThenTheContext) {
   make_pools();
   watch_platform();
   EXPECT_EQ(zar_create_event(&start, nullptr, &handle), 37U);
@@ -202,7 +202,7 @@ struct MatchCriteria : Repository {
   }
 };
 
-TEST_F(MatchCriteria, OfAFreshEventAreMatchAll) {
+TEST_F(MatchCriteria, OfANewEventAreMatchAll) {
   EXPECT_EQ(zar_event_get_match_criteria(started), 1U);
   EXPECT_TRACED();
 }
@@ -242,12 +242,12 @@ TEST_F(MatchCriteria, NeedAnEvent) {
   EXPECT_TRACED(no_event("event_get_match_criteria"));
 }
 
-TEST_F(MatchCriteria, AreToldBothFaults) {
+TEST_F(MatchCriteria, ReportBothFaults) {
   EXPECT_REFUSED(39U, zar_event_set_match_criteria(0xfffffff0, 3));
   EXPECT_TRACED(no_event("event_set_match_criteria"), invalid());
 }
 
-TEST(EventsUnderFaults, AreMadeOrNot) {
+TEST(EventsUnderFaults, AreCreatedOrNot) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const zar_event_context start = World::event_context(7);
@@ -259,8 +259,8 @@ TEST(EventsUnderFaults, AreMadeOrNot) {
     const bool no_memory = clock.failed_in(Service::pool) || clock.failed_in(Service::record);
     EXPECT_EQ(status, !clock.hit() ? 0U : no_memory ? 38U : 37U);
     if (!clock.hit()) return;
-    // Without a context record the handle stays behind. The pool of contexts is asked for before the tuple is, so that when
-    // everything fails from there on there is no tuple.
+    // Without a context record the handle stays behind. The pool of contexts is requested before the tuple, so that
+    // when everything fails from there on there is no tuple.
     const bool once = clock.mode() == runtime::Fault::once;
     const bool handle_left =
         clock.failed_in(Service::record, kContextPool) || (clock.failed_in(Service::pool, kContextPool) && once);

@@ -50,7 +50,7 @@ INSTANTIATE_TEST_SUITE_P(Of, Filters,
                                            Maker{"Statements", true, kPmtrPoolTag}),
                          [](const auto &maker) { return std::string(maker.param.name); });
 
-TEST_P(Filters, AreMadeOfAContext) {
+TEST_P(Filters, AreCreatedFromAContext) {
   NEEDS_FRESH_PROCESS();
   watch_requests();
   EXPECT_EQ(make(&port, &handle), 0U);
@@ -102,7 +102,7 @@ TEST_P(Filters, MayGoWithoutData) {
   EXPECT_EQ(at<zar_filter>(handle)->filter_data, nullptr);
 }
 
-TEST_P(Filters, TellAllFaultsOfTheirArguments) {
+TEST_P(Filters, TraceAllFaultsOfTheirArguments) {
   // Which of place, free, evaluation, text and compare function are missing.
   for (unsigned missing = 1; missing < 32; ++missing) {
     SCOPED_TRACE(missing);
@@ -184,7 +184,7 @@ TEST_F(StatementFilters, KeepTheLow8BitsOfTheirFourValues) {
   EXPECT_TRACED(info("(info): create_filter: successful, filter:0x%x type:%s regex:%d", handle, "no-match", 2));
 }
 
-TEST_F(StatementFilters, TellTheRegexFlagAsItIsStored) {
+TEST_F(StatementFilters, TraceTheRegexFlagAsItIsStored) {
   const zar_filter_context port = filter_context("port");
   uint32_t handle = 0;
   EXPECT_EQ(zar_pmtr_create_filter(&port, &handle, 0, 256, 0, 0), 0U);
@@ -196,7 +196,7 @@ TEST(FilterWords, AreExported) {
   EXPECT_STREQ(zar_no_match, "no-match");
 }
 
-TEST_P(Filters, UnderFaultsAreMadeOrNot) {
+TEST_P(Filters, UnderFaultsAreCreatedOrNot) {
   for_each_fault([this](FaultClock &clock) {
     World world;
     const zar_filter_context context = world.filter_context("port");

@@ -47,7 +47,7 @@ TEST_F(MapInfo, MustBeThere) {
   EXPECT_TRACED(no_info(" "));
 }
 
-TEST_F(MapInfo, IsToldAllItsFaults) {
+TEST_F(MapInfo, ReportsAllItsFaults) {
   for (const char *caller : {"caller", static_cast<const char *>(nullptr)}) {
     const char *printed_caller = caller ? caller : " ";
     for (const uint32_t type : {1U, 2U, 0U, 3U, 0xffffffffU}) {
@@ -125,7 +125,7 @@ struct MapCreation : Repository {
 };
 TYPED_TEST_SUITE(MapCreation, BothFamilies, FamilyNames);
 
-TYPED_TEST(MapCreation, AnswersAHandleAndTellsIt) {
+TYPED_TEST(MapCreation, ReturnsAHandleAndTracesIt) {
   NEEDS_FRESH_PROCESS();
   watch_requests();
   EXPECT_EQ(TypeParam::create(this->one, &this->gold, &this->handle), 0U);
@@ -177,7 +177,7 @@ TYPED_TEST(MapCreation, WithoutAKeyNeedsNoQueues) {
   EXPECT_EQ(take_platform_calls({"queue"}), PlatformCalls{});
 }
 
-TYPED_TEST(MapCreation, UsesThePoolThatIsThere) {
+TYPED_TEST(MapCreation, UsesTheExistingPool) {
   this->make_pool();
   EXPECT_EQ(TypeParam::create(this->one, &this->gold, &this->handle), 0U);
   EXPECT_EQ(take_requests(), this->requests_of_one());
@@ -197,12 +197,12 @@ TYPED_TEST(MapCreation, FillsTheCommonFields) {
   }
 }
 
-TYPED_TEST(MapCreation, EntersNoTree) {
+TYPED_TEST(MapCreation, IsInNoTree) {
   TypeParam::create(this->one, &this->gold, &this->handle);
   EXPECT_EQ(TypeParam::stored(this->db), Handles{});
 }
 
-TYPED_TEST(MapCreation, MakesAsManyMapsOfOneNameAsAreAskedFor) {
+TYPED_TEST(MapCreation, MakesAnyNumberOfMapsWithOneName) {
   uint32_t second = 0;
   EXPECT_EQ(TypeParam::create(this->one, &this->gold, &this->handle), 0U);
   EXPECT_EQ(TypeParam::create(this->one, &this->gold, &second), 0U);
@@ -218,7 +218,7 @@ TYPED_TEST(MapCreation, AsksForNoDatabaseAndNoActiveClient) {
   EXPECT_TRACED(TypeParam::created(this->handle));
 }
 
-TYPED_TEST(MapCreation, TellsAllFaultsOfItsArguments) {
+TYPED_TEST(MapCreation, TracesAllFaultsOfItsArguments) {
   const zar_map_info broken{nullptr, 3, nullptr, 0};
   for (const uint32_t clid : {this->one, 0U, 3U, 0xffffffffU}) {
     for (uint32_t *place : {&this->handle, static_cast<uint32_t *>(nullptr)}) {
@@ -245,7 +245,7 @@ TYPED_TEST(MapCreation, TellsAllFaultsOfItsArguments) {
   EXPECT_EQ(this->handle, kUntouched);
 }
 
-TYPED_TEST(MapCreation, TellsADomainAndATypeThatAreBothWrong) {
+TYPED_TEST(MapCreation, TracesADomainAndATypeThatAreBothWrong) {
   const zar_map_info broken{nullptr, 3, "gold", 0};
   EXPECT_EQ(TypeParam::create(this->one, &broken, &this->handle), 39U);
   EXPECT_TRACED(no_domain(TypeParam::kCreate), bad_type(TypeParam::kCreate, 3));
@@ -411,7 +411,7 @@ TEST_F(ClassCreation, RefusesOtherMatchCriteria) {
   }
 }
 
-TEST_F(ClassCreation, TellsWrongCriteriaAfterAllOtherFaults) {
+TEST_F(ClassCreation, TracesWrongCriteriaAfterAllOtherFaults) {
   EXPECT_REFUSED(39U, zar_create_class(9, nullptr, 0, nullptr));
   EXPECT_TRACED(wrong_clid("create_class", 9, 2),
                 error("(ERR): %s: clid:%d, input class map handle cannot be NULL", "create_class", 9),

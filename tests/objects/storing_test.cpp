@@ -62,7 +62,7 @@ struct Storing : Repository {
 
 TYPED_TEST_SUITE(Storing, BothFamilies, FamilyNames);
 
-TYPED_TEST(Storing, EntersAMapUnderItsKey) {
+TYPED_TEST(Storing, InsertsAMapUnderItsKey) {
   const uint32_t gold = this->make("gold");
   watch_requests();
   EXPECT_EQ(TypeParam::store(this->one, gold), 0U);
@@ -167,7 +167,7 @@ TYPED_TEST(Storing, RefusesAMapThatAnotherDatabaseHolds) {
   EXPECT_EQ(TypeParam::stored(this->db), Handles{gold});
 }
 
-TYPED_TEST(Storing, TellsWhenTheTreeRefuses) {
+TYPED_TEST(Storing, TracesThatTheTreeRefuses) {
   const uint32_t gold = this->make("gold");
   runtime::fail_request(runtime::Service::tree_insert, 1);
   EXPECT_EQ(TypeParam::store(this->one, gold), 41U);
@@ -201,7 +201,7 @@ TYPED_TEST(Storing, IsForFindingAgain) {
   EXPECT_EQ(this->retrieved("gold"), gold);
 }
 
-TYPED_TEST(Storing, IsWhatMakesAMapFindable) {
+TYPED_TEST(Storing, MakesAMapFindable) {
   this->make("gold");
   EXPECT_EQ(this->retrieved("gold"), 0U);
 }
@@ -231,7 +231,7 @@ TYPED_TEST(Storing, WritesThePlaceBeforeTheMessageOfAMapAndAfterThatOfNone) {
   EXPECT_EQ(handle, 0U);
 }
 
-TYPED_TEST(Storing, TellsMapsApartByDomainAndType) {
+TYPED_TEST(Storing, DistinguishesMapsByDomainAndType) {
   const uint32_t gold = this->make_stored("gold");
   const uint32_t other_domain = this->make_stored("gold", {.domain = "d2"});
   const uint32_t other_type = this->make_stored("gold", {.type = 2});
@@ -269,7 +269,7 @@ TYPED_TEST(Storing, InADatabaseOfItsOwnIsForThatClientAlone) {
   EXPECT_EQ(this->retrieved("gold", {.clid = this->two}), 0U);
 }
 
-TYPED_TEST(Storing, TellsAllFaultsOfARetrieval) {
+TYPED_TEST(Storing, TracesAllFaultsOfARetrieval) {
   this->make_stored("gold");
   const zar_map_info gold = World::map_info("gold");
   const zar_map_info broken{nullptr, 0, nullptr, 0};
@@ -334,7 +334,7 @@ TYPED_TEST(Storing, CannotBeSearchedWithoutATree) {
   zar_clients_info[0]->database = this->db;
 }
 
-TYPED_TEST(Storing, CutsTheKeySoughtAsItCutsTheKeyStored) {
+TYPED_TEST(Storing, CutsTheProbeKeyLikeTheStoredKey) {
   const std::string stem(99, 'x');
   const uint32_t stored = this->make_stored((stem + "a").c_str());
   EXPECT_EQ(this->retrieved((stem + "a").c_str()), stored);
@@ -348,7 +348,7 @@ TYPED_TEST(Storing, CutsTheKeySoughtAsItCutsTheKeyStored) {
 struct PolicyStoring : Storing<PolicyMaps> {};
 struct ClassStoring : Storing<ClassMaps> {};
 
-TEST_F(ClassStoring, FindsAStoredMapWhoseKeyTheSoughtOneExtends) {
+TEST_F(ClassStoring, FindsAStoredMapWhoseKeyTheProbeExtends) {
   // A domain may hold a colon, so that the key "gold:d:1" is the beginning of "gold:d:1:2".
   const uint32_t gold = make_stored("gold", {.domain = "d"});
   const zar_map_info sought = map_info("gold", {.domain = "d:1", .type = 2});
@@ -358,7 +358,7 @@ TEST_F(ClassStoring, FindsAStoredMapWhoseKeyTheSoughtOneExtends) {
   EXPECT_TRACED(own_database("retrieve_class"), found("gold:d:1:2"));
 }
 
-TEST_F(ClassStoring, DoesNotFindAStoredMapWhoseKeyExtendsTheSoughtOne) {
+TEST_F(ClassStoring, DoesNotFindAStoredMapWhoseKeyExtendsTheProbe) {
   make_stored("gold", {.domain = "d:1", .type = 2});
   EXPECT_EQ(retrieved("gold", {.domain = "d"}), 0U);
 }
@@ -372,7 +372,7 @@ TEST_F(ClassStoring, TakesAKeyThatBeginsAStoredOneButNotTheOtherWayRound) {
   EXPECT_EQ(zar_store_class(one, make("silver", {.domain = "d:1"})), 41U);
 }
 
-TEST_F(PolicyStoring, FindsAStoredMapWhoseKeyBeginsOrExtendsTheSoughtOne) {
+TEST_F(PolicyStoring, FindsAStoredMapWhoseKeyBeginsOrExtendsTheProbe) {
   const uint32_t brief = make_stored("gold", {.domain = "d"});
   EXPECT_EQ(retrieved("gold", {.domain = "d:1", .type = 2}), brief);
   const uint32_t extended = make_stored("silver", {.domain = "d:1", .type = 2});
@@ -392,7 +392,7 @@ TEST_F(PolicyStoring, RefusesAKeyThatBeginsOrExtendsAStoredOne) {
 
 struct StoringAcrossKinds : Repository {};
 
-TEST_F(StoringAcrossKinds, EntersAnyMapIntoAnyTree) {
+TEST_F(StoringAcrossKinds, InsertsAnyMapIntoAnyTree) {
   const uint32_t voice = cmap("voice"), values = pmtr_map("values", {.domain = "d1"}), gold = pmap("gold");
   EXPECT_EQ(zar_store_policy(one, voice), 0U);
   EXPECT_TRACED(own_database("store_policy"), PolicyMaps::was_stored(voice, "voice:d1:1"));
@@ -402,7 +402,7 @@ TEST_F(StoringAcrossKinds, EntersAnyMapIntoAnyTree) {
   EXPECT_EQ(cmaps_in(db), Handles{gold});
 }
 
-TEST_F(StoringAcrossKinds, FindsTheRecordThatTheTreeHoldsOfWhateverKind) {
+TEST_F(StoringAcrossKinds, FindsTheRecordThatTheTreeHoldsOfAnyKind) {
   const uint32_t voice = cmap("voice");
   ASSERT_EQ(zar_store_policy(one, voice), 0U);
   const zar_map_info sought = map_info("voice");
@@ -418,7 +418,7 @@ TEST_F(StoringAcrossKinds, ComparesKeysOfTheTwoKindsLikeAnyOther) {
   EXPECT_EQ(zar_store_policy(one, cmap("gold")), 41U);
 }
 
-TEST_F(StoringAcrossKinds, LetsAMapStandInOneTreeOnly) {
+TEST_F(StoringAcrossKinds, LetsAMapBeInOneTreeOnly) {
   const uint32_t gold = stored_pmap("gold");
   EXPECT_EQ(zar_store_class(one, gold), 41U);
   EXPECT_EQ(cmaps_in(db), Handles{});

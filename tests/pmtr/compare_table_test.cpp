@@ -44,7 +44,7 @@ TEST_F(CompareTable, IsSatisfiedWhenEveryConfiguredTypeWasMatched) {
 }
 
 // All sets of configured types with all sets of matched and of failed ones among them, against what they mean.
-TEST_F(CompareTable, AnswersForEverySetOfTypes) {
+TEST_F(CompareTable, IsCorrectForEverySetOfTypes) {
   for (uint32_t configured = 0; configured < 1U << kTypes; ++configured) {
     configure(configured);
     for (uint32_t matched = 0; matched < 1U << kTypes; ++matched) {
@@ -59,7 +59,7 @@ TEST_F(CompareTable, AnswersForEverySetOfTypes) {
   }
 }
 
-TEST_F(CompareTable, BeginsAnewForEachStatement) {
+TEST_F(CompareTable, StartsAgainForEachStatement) {
   configure(1);
   begin();
   offer(0);
@@ -106,7 +106,7 @@ TEST_F(CompareTable, WaitsForATypeWhoseFilterWasRemoved) {
   EXPECT_EQ(zar_internal_cmap_compare(), 0U) << "slot 0 is configured for good";
 }
 
-TEST_F(CompareTable, TakesTheLastWordOnASlot) {
+TEST_F(CompareTable, TakesTheLastResultOfASlot) {
   configure(1);
   begin();
   offer(0);
@@ -141,7 +141,7 @@ TEST_F(CompareTable, IgnoresSlotsAbove4) {
   }
 }
 
-TEST_F(CompareTable, SeeksTheFilterWithItsMatchFlag) {
+TEST_F(CompareTable, SearchesForTheFilterWithItsMatchFlag) {
   configure(1);
   begin();
   const zar_filter_context context = filter_context("other name", "type 0");
@@ -162,7 +162,7 @@ TEST_F(CompareTable, TracesTheSearch) {
                      filters_of(cmap).front(), cmap));
 }
 
-TEST_F(CompareTable, TakesAFailedSearchForAFailedType) {
+TEST_F(CompareTable, TreatsAFailedSearchAsAFailedType) {
   const zar_filter_context good = filter_context("type 0");
   zar_filter_context unusable = good;
   unusable.filter_eval_fn = nullptr;

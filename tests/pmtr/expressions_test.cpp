@@ -58,7 +58,7 @@ TEST_F(Expressions, AreGivenWithoutMatchPrefix) {
   EXPECT_EQ(find("no-match"), 40U);
 }
 
-TEST_F(Expressions, AreWrittenWithTheirTerminatorAndNoFurther) {
+TEST_F(Expressions, AreWrittenWithTheirTerminatorAndNothingElse) {
   statement_of_texts(10, {"device"});
   std::fill(std::begin(out), std::end(out), '#');
   EXPECT_EQ(find("dev"), 0U);
@@ -66,7 +66,7 @@ TEST_F(Expressions, AreWrittenWithTheirTerminatorAndNoFurther) {
 }
 
 // The size of the caller's buffer is unknown, so no more of it is written than the text needs.
-TEST_F(Expressions, ClaimNoMoreRoomThanTheyTake) {
+TEST_F(Expressions, NeedNoMoreRoomThanTheirLength) {
   statement_of_texts(10, {"device phone"});
   watch_platform();
   find("device");
@@ -146,14 +146,14 @@ TEST_F(LongKeywords, EndTheCallWhenTheCountRunsOver) {
   }
 }
 
-TEST_F(LongKeywords, GoOnToTheNextExpressionWhereTheyDifferEarlier) {
+TEST_F(LongKeywords, ContinueWithTheNextExpressionWhereTheyDifferEarlier) {
   const std::string late_difference = x(255) + "y" + x(100);
   statement_of_texts(10, {"short", x(255), late_difference, "last"});
   EXPECT_REFUSED(40U, find(x(300).c_str()));
   EXPECT_CALLS("text short", "text " + x(255), "text " + late_difference, "text last");
 }
 
-TEST_F(LongKeywords, AreNoMatterForLongExpressions) {
+TEST_F(LongKeywords, DoNotAffectLongExpressions) {
   statement_of_texts(10, {"device " + x(900)});
   EXPECT_EQ(find("device"), 0U);
   EXPECT_EQ(out, "device " + x(900));
@@ -173,7 +173,7 @@ TEST_F(Expressions, EndAtAFilterWithoutFunction) {
   second->filter_str_fn = function;
 }
 
-TEST_F(Expressions, AreSoughtBehindAFilterWithoutText) {
+TEST_F(Expressions, AreSearchedForAfterAFilterWithoutText) {
   const uint32_t cmap = statement_of_texts(10, {"mute", "device phone"});
   data_of_filter(filters_of(cmap)[0]).without_text = true;
   watch_requests();
@@ -225,7 +225,7 @@ TEST_F(Expressions, AreThoseOfAStatement) {
   }
 }
 
-TEST_F(Expressions, AreSoughtByTheLowByteOfTheIndex) {
+TEST_F(Expressions, AreSearchedForByTheLowByteOfTheIndex) {
   statement_of_texts(10, {"device phone"});
   statement_of_texts(511, {"device out of reach"});
   for (const uint32_t index : {10U, 266U, 0xffffff0aU}) {
@@ -245,7 +245,7 @@ TEST_F(Expressions, NeedTheClassMapOfTheStatement) {
                 error("(ERR): %s: input class map handle context cannot be NULL", kName));
 }
 
-TEST_F(Expressions, NeedAPlace) {
+TEST_F(Expressions, NeedAnOutPlace) {
   statement_of_texts(10, {"device phone"});
   EXPECT_REFUSED(39U, kel_pmtr_map_get_filter_expr_by_type(abc, 10, "device", nullptr));
   EXPECT_ONE_ERROR();

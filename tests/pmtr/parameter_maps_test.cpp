@@ -48,7 +48,7 @@ struct Making : ParameterMaps {
   const zar_map_info abc = map_info("abc", kOfAccess);
 };
 
-TEST_F(Making, GivesAnEmptyMapThatStandsNowhere) {
+TEST_F(Making, ReturnsAnEmptyMapInNoTree) {
   EXPECT_EQ(zar_create_pmtr_map(two, &abc, &place), 0U);
   EXPECT_TRACED(info("(info): create_pmtr_map: successful, pmtr_map:0x%x", place));
   const zar_pmtr_map *map = at<zar_pmtr_map>(place);
@@ -64,7 +64,7 @@ TEST_F(Making, GivesAnEmptyMapThatStandsNowhere) {
   EXPECT_CALLS();
 }
 
-TEST_F(Making, AsksForWhatItNeedsInOrder) {
+TEST_F(Making, RequestsWhatItNeedsInOrder) {
   NEEDS_FRESH_PROCESS();
   EXPECT_EQ(pool_of(kPool), "") << "the pool is made with the first parameter-map";
   watch_requests();
@@ -107,7 +107,7 @@ TEST_F(Making, CutsTheKeyAt99Characters) {
   }
 }
 
-TEST_F(Making, DoesNotLookWhetherTheClientIsActive) {
+TEST_F(Making, DoesNotCheckWhetherTheClientIsActive) {
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(zar_create_pmtr_map(one, &abc, &place), 0U);
 }
@@ -190,7 +190,7 @@ TEST_F(Making, NeedsItsKey) {
   EXPECT_EQ(place, kUntouched);
 }
 
-TEST(MakingUnderFaults, GivesEverythingBack) {
+TEST(MakingUnderFaults, FreesEverything) {
   for_each_fault([](FaultClock &clock) {
     World world;
     const std::string before = world.everything();
@@ -269,7 +269,7 @@ TEST_F(HiddenMaps, AreNotPolicies) {
 
 struct Storing : ParameterMaps {};
 
-TEST_F(Storing, EntersTheMapUnderItsKey) {
+TEST_F(Storing, InsertsTheMapUnderItsKey) {
   const uint32_t abc = pmtr_map("abc");
   EXPECT_EQ(zar_store_pmtr_map(one, abc), 0U);
   EXPECT_TRACED(own_database("store_pmtr_map"), info("(info): store_pmtr_map: successful"));
@@ -348,7 +348,7 @@ struct Finding : ParameterMaps {
   const zar_map_info abc = map_info("abc", kOfAccess);
 };
 
-TEST_F(Finding, GivesTheHandleOfTheStoredMap) {
+TEST_F(Finding, ReturnsTheHandleOfTheStoredMap) {
   const uint32_t map = stored_pmtr_map("abc", kOfAccess);
   EXPECT_REFUSED(0U, zar_retrieve_pmtr_map(one, &abc, &place));
   EXPECT_EQ(place, map);
@@ -361,7 +361,7 @@ TEST_F(Finding, GivesTheHandleOfTheStoredMap) {
                 info("(info): retrieve_pmtr_map: successful, pmtr_map:%s", "abc:access:1"));
 }
 
-TEST_F(Finding, GivesNoHandleForAMapThatIsNotStored) {
+TEST_F(Finding, ReturnsNoHandleForAMapThatIsNotStored) {
   pmtr_map("abc", kOfAccess);
   stored_pmtr_map("abc", {.domain = "access", .type = 2});
   stored_pmtr_map("abc", {.domain = "core"});
@@ -381,7 +381,7 @@ TEST_F(Finding, GoesByTheKeyCutAt99Characters) {
   EXPECT_EQ(place, map);
 }
 
-TEST_F(Finding, PrintsTheKeySought) {
+TEST_F(Finding, PrintsTheProbeKey) {
   const uint32_t map = stored_pmtr_map("abc", kOfAccess);
   at<zar_pmtr_map>(map)->hash_str[4] = '\0';  // the stored key "abc:" now begins the one sought
   EXPECT_EQ(zar_retrieve_pmtr_map(one, &abc, &place), 0U);
@@ -480,7 +480,7 @@ TEST_F(Walking, FindsNothingInAnEmptyDatabase) {
                 info("(info): %s: success, no first pmtr_map in the database", "get_first_pmtr_map"));
 }
 
-TEST_F(Walking, GoesOnFromAMapThatIsNotStored) {
+TEST_F(Walking, ContinuesFromAMapThatIsNotStored) {
   const uint32_t b = pmtr_map("b");
   stored_pmtr_map("a");
   const uint32_t c = stored_pmtr_map("c");
@@ -488,7 +488,7 @@ TEST_F(Walking, GoesOnFromAMapThatIsNotStored) {
   EXPECT_EQ(place, c);
 }
 
-TEST_F(Walking, GetsPastMapsOfAnotherKind) {
+TEST_F(Walking, SkipsMapsOfAnotherKind) {
   const uint32_t a = stored_pmtr_map("a"), policy = pmap("b"), voice = cmap("c"), d = stored_pmtr_map("d");
   store(policy);
   store(voice);
@@ -511,7 +511,7 @@ TEST_F(Walking, BeginsWithAClientAPlaceAndADatabase) {
   EXPECT_EQ(place, kUntouched);
 }
 
-TEST_F(Walking, GoesOnWithAClientAPlaceAndADatabase) {
+TEST_F(Walking, ContinuesWithAClientAPlaceAndADatabase) {
   const uint32_t a = stored_pmtr_map("a");
   for (const uint32_t clid : {0U, 3U, 0xffffffffU}) {
     EXPECT_REFUSED(39U, zar_get_next_pmtr_map(clid, a, nullptr));
@@ -525,7 +525,7 @@ TEST_F(Walking, GoesOnWithAClientAPlaceAndADatabase) {
   EXPECT_EQ(place, kUntouched);
 }
 
-TEST_F(Walking, GoesOnFromAMap) {
+TEST_F(Walking, ContinuesFromAMap) {
   stored_pmtr_map("a");
   for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
     SCOPED_TRACE(bad.what);
@@ -556,7 +556,7 @@ struct TreeWalk : ParameterMaps {
   zar_pmtr_map *out = nullptr;
 };
 
-TEST_F(TreeWalk, GivesTheRecordsInOrder) {
+TEST_F(TreeWalk, ReturnsTheRecordsInOrder) {
   const uint32_t b = stored_pmtr_map("b"), a = stored_pmtr_map("a");
   EXPECT_EQ(zar_avl_get_first_pmtr_map(db, &out), 1U);
   EXPECT_EQ(out, at<zar_pmtr_map>(a));
@@ -636,7 +636,7 @@ TEST_F(Deleting, AStoredMapRemovesItFromItsTree) {
   EXPECT_EQ(blocks_out(kKeyTag), 1U);
 }
 
-TEST_F(Deleting, TakesTheStatementsAlongInTheirOrder) {
+TEST_F(Deleting, DeletesTheStatementsInTheirOrder) {
   struct {
     const char *name;
     std::function<uint32_t(uint32_t)> destroy;
@@ -722,7 +722,7 @@ TEST_F(Deleting, RemovesThatVeryMap) {
                 error("(ERR): %s: Error: avl delete failed", "delete_stored_pmtr_map"));
 }
 
-TEST_F(Deleting, KeepsTheMapThatTheTreeDoesNotGiveBack) {
+TEST_F(Deleting, KeepsTheMapThatTheTreeDoesNotReturn) {
   const uint32_t abc = stored_pmtr_map("abc");
   statement(abc, 1);
   runtime::fail_next_tree_delete();

@@ -25,7 +25,7 @@ struct Statements : Lifecycle {
 
 // ---- A statement whose contents are being freed
 
-TEST_F(Statements, ThatIsDeletedIsNotThereForASecondDeletion) {
+TEST_F(Statements, ThatIsDeletedDoesNotExistForASecondDeletion) {
   while_freed([this] { inner = zar_pmtr_delete_filter(abc, 1); });
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 1), 0U);
   EXPECT_EQ(inner, 37U);
@@ -35,21 +35,21 @@ TEST_F(Statements, ThatIsDeletedIsNotThereForASecondDeletion) {
   EXPECT_CALLS("free permit", "free drop", "free first");
 }
 
-TEST_F(Statements, ThatIsDeletedIsNotThereForADeletionOfItsRecord) {
+TEST_F(Statements, ThatIsDeletedDoesNotExistForADeletionOfItsRecord) {
   while_freed([this] { inner = zar_pmtr_delete_filter_by_stmt(first); });
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 1), 0U);
   EXPECT_EQ(inner, 39U);
   EXPECT_EQ(map_indexes_of(abc), std::vector<uint32_t>{2});
 }
 
-TEST_F(Statements, ThatIsDeletedIsNotThereForADeletionFromItsFilter) {
+TEST_F(Statements, ThatIsDeletedDoesNotExistForADeletionFromItsFilter) {
   once_inside(data_of_filter(filters_of(hidden).at(0)), [this] { inner = zar_pmtr_delete_filter(abc, 1); });
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 1), 0U);
   EXPECT_EQ(inner, 37U);
   EXPECT_FALSE(live(hidden));
 }
 
-TEST_F(Statements, ThatIsDeletedTakesNothingMore) {
+TEST_F(Statements, ThatIsDeletedAcceptsNothingMore) {
   const uint32_t more = action("more");
   while_freed([this, more] {
     EXPECT_EQ(zar_add_action_to_pmtr_map_rule(abc, 1, more), 39U);
@@ -62,7 +62,7 @@ TEST_F(Statements, ThatIsDeletedTakesNothingMore) {
   EXPECT_EQ(zar_delete_action(more), 0U);
 }
 
-TEST_F(Statements, ThatIsDeletedIsNotMadeAnewBeforeItsClassIsGone) {
+TEST_F(Statements, ThatIsDeletedIsNotCreatedAgainBeforeItsClassIsDeleted) {
   const zar_filter_context port = filter_context("port");
   while_freed([this, port] { inner = zar_pmtr_create_or_add_filter(abc, &port, 0, 0, 0, 1, 0, 0); });
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 1), 0U);
@@ -97,7 +97,7 @@ TEST_F(Statements, ThatIsReplacedMayLoseItsParameterMap) {
 
 // ---- A parameter-map whose statements are being freed
 
-TEST_F(Statements, OfADeletedMapDoNotSeeItAnyMore) {
+TEST_F(Statements, OfADeletedMapNoLongerSeeIt) {
   const uint32_t more = action("more");
   while_freed([this, more] {
     EXPECT_EQ(zar_delete_pmtr_map(abc), 39U);
@@ -118,7 +118,7 @@ TEST_F(Statements, OfADeletedMapDoNotSeeItAnyMore) {
   EXPECT_EQ(zar_delete_action(more), 0U);
 }
 
-TEST_F(Statements, OfAnUnstoredMapThatIsDeletedDoNotSeeItAnyMore) {
+TEST_F(Statements, OfAnUnstoredMapThatIsDeletedNoLongerSeeIt) {
   const uint32_t xyz = pmtr_map("xyz");
   statement(xyz, 1, "first");
   const uint32_t only = statement_action(xyz, 1, 1, "only");
@@ -130,7 +130,7 @@ TEST_F(Statements, OfAnUnstoredMapThatIsDeletedDoNotSeeItAnyMore) {
 
 // ---- Searches
 
-TEST_F(Statements, AreSearchedBehindTheFilterThatATextFunctionDeletes) {
+TEST_F(Statements, AreSearchedAfterTheFilterThatATextFunctionDeletes) {
   const uint32_t taken = filter_in(hidden, "taken"), sought = filter_in(hidden, "sought");
   once_inside(data_of_filter(filters_of(hidden).at(0)), [this, taken] {
     EXPECT_EQ(zar_remove_filter_from_class(hidden, taken), 0U);
@@ -142,7 +142,7 @@ TEST_F(Statements, AreSearchedBehindTheFilterThatATextFunctionDeletes) {
   EXPECT_TRUE(live(sought));
 }
 
-TEST_F(Statements, AreComparedBehindTheFilterThatACompareFunctionDeletes) {
+TEST_F(Statements, AreComparedAfterTheFilterThatACompareFunctionDeletes) {
   const uint32_t taken = filter_in(hidden, "taken"), sought = filter_in(hidden, "sought");
   once_inside(data_of_filter(filters_of(hidden).at(0)), [this, taken] {
     EXPECT_EQ(zar_remove_filter_from_class(hidden, taken), 0U);

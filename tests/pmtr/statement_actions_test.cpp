@@ -269,7 +269,7 @@ TEST_F(MakingActions, DeletesTheActionWhereThereIsNoStatement) {
                                           info("(info): %s: deleted action:0x%x", "delete_action", action)}));
 }
 
-TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBePutIn) {
+TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBeAdded) {
   NEEDS_TRACE();
   when_traced(info("(info): Created action with index: %d", 3), [&] { zar_handle_release(abc); });
   EXPECT_EQ(make(3, 0, context), 1U);
@@ -309,7 +309,7 @@ TEST(MakingActionsUnderFaults, MakesAnActionOrNothing) {
 
 struct PuttingIn : StatementActions {};
 
-TEST_F(PuttingIn, GoesByNumberAndArrivalWhateverTheOrder) {
+TEST_F(PuttingIn, GoesByNumberAndOrderOfAdditionWhateverTheOrder) {
   const uint32_t action_numbers[] = {1, 2, 2, 3};
   Handles handles;
   for (const uint32_t number : action_numbers)
@@ -441,7 +441,7 @@ TEST_F(FindingByNumber, ReturnsTheFirstOfTheNumber) {
   EXPECT_TRACED(found(first, 2));
 }
 
-TEST_F(FindingByNumber, LooksAtTheLowByte) {
+TEST_F(FindingByNumber, ChecksTheLowByte) {
   const uint32_t action = statement_action(abc, 10, 1, "a");
   EXPECT_EQ(find(257), 0U);
   EXPECT_EQ(place, action);
@@ -479,7 +479,7 @@ TEST_F(FindingByNumber, StopsAtTheFirstFault) {
 
 struct ActionChecks : Repository {};
 
-TEST_F(ActionChecks, WantAHandle) {
+TEST_F(ActionChecks, NeedAHandle) {
   EXPECT_EQ(zar_pmtr_verify_action_hdl(1, "caller"), 0U);
   EXPECT_EQ(zar_pmtr_verify_action_hdl(0xffffffff, nullptr), 0U) << "it is not resolved";
   EXPECT_TRACED();
@@ -489,14 +489,14 @@ TEST_F(ActionChecks, WantAHandle) {
   EXPECT_TRACED(error("(ERR): %s: Error: input action handle cannot be NULL", " "));
 }
 
-TEST_F(ActionChecks, WantARecord) {
+TEST_F(ActionChecks, NeedARecord) {
   EXPECT_EQ(zar_pmtr_verify_action_content(nullptr, "caller"), 1U);
   EXPECT_TRACED(error("(ERR): %s: Error: input action context cannot be NULL", "caller"));
   EXPECT_EQ(zar_pmtr_verify_action_content(nullptr, nullptr), 1U);
   EXPECT_TRACED(error("(ERR): %s: Error: input action context cannot be NULL", " "));
 }
 
-TEST_F(ActionChecks, WantFourFunctions) {
+TEST_F(ActionChecks, NeedFourFunctions) {
   const zar_action whole = *at<zar_action>(action("log"));
   EXPECT_EQ(zar_pmtr_verify_action_content(&whole, "caller"), 0U);
   EXPECT_TRACED();
@@ -518,7 +518,7 @@ TEST_F(ActionChecks, WantFourFunctions) {
   }
 }
 
-TEST_F(ActionChecks, DoNotWantTheOtherTwo) {
+TEST_F(ActionChecks, DoNotNeedTheOtherTwo) {
   zar_action part = *at<zar_action>(action("log"));
   part.action_notify_fn = nullptr;
   part.action_param_map_check_fn = nullptr;
@@ -558,7 +558,7 @@ TEST_F(WalkingActions, GoesInTheOrderOfTheNumbers) {
                 info("(info): %s: no next action found next to:0x%x", kNext, seven));
 }
 
-TEST_F(WalkingActions, WritesThePlaceOnceTheCurrentActionIsTold) {
+TEST_F(WalkingActions, WritesThePlaceOnceTheCurrentActionIsTraced) {
   NEEDS_TRACE();
   const uint32_t a = statement_action(abc, 10, 1, "a"), b = statement_action(abc, 10, 2, "b");
   const auto values_of_next = [this](uint32_t current, uint32_t index) {
@@ -571,7 +571,7 @@ TEST_F(WalkingActions, WritesThePlaceOnceTheCurrentActionIsTold) {
   EXPECT_EQ(values_of_next(a, 11), (Handles{kUntouched, 0}));
 }
 
-TEST_F(WalkingActions, GoesOnFromActionsOfTheStatementOnly) {
+TEST_F(WalkingActions, ContinuesFromActionsOfTheStatementOnly) {
   statement_action(abc, 10, 1, "a");
   statement(abc, 20);
   const uint32_t elsewhere = statement_action(abc, 20, 1, "b");
@@ -627,7 +627,7 @@ TEST_F(WalkingActions, StopsAtTheFirstFault) {
   EXPECT_EQ(place, kUntouched);
 }
 
-TEST_F(WalkingActions, NeedsAPlace) {
+TEST_F(WalkingActions, NeedsAnOutPlace) {
   const uint32_t a = statement_action(abc, 10, 1, "a");
   EXPECT_REFUSED(39U, zar_pmtr_get_first_action_index(one, abc, 10, nullptr));
   EXPECT_ONE_ERROR();

@@ -135,7 +135,7 @@ TEST_F(NewStatement, OwnsAHiddenClassMapOfTheEnginesDomain) {
   EXPECT_EQ(statement_of(abc, 10)->action_queue.limit, 0U);
 }
 
-TEST_F(NewStatement, AsksForWhatItNeedsInOrder) {
+TEST_F(NewStatement, RequestsWhatItNeedsInOrder) {
   NEEDS_FRESH_PROCESS();
   EXPECT_EQ(pool_of(kPool), "") << "the pool is made with the first statement";
   watch_requests();
@@ -155,7 +155,7 @@ TEST_F(NewStatement, AsksForWhatItNeedsInOrder) {
 
 // When the copies of name and domain are freed: a new statement is added to the list after that, one that replaces
 // another before it.
-TEST_F(NewStatement, GivesTheCopiedTextsBackBeforeItIsListedUnlessItReplacesAnother) {
+TEST_F(NewStatement, FreesTheCopiedTextsBeforeItIsInTheListUnlessItReplacesAnother) {
   const zar_pmtr_map *map = at<zar_pmtr_map>(abc);
   const PlatformCalls of_texts{"duplicate 0x3e0002", "block 0x3e0002", "free 0x3e0002",
                                text("prepend %p", &map->stmt_queue)};
@@ -565,7 +565,7 @@ TEST_F(Replacement, DeletesTheStatementAndCreatesItAgain) {
   EXPECT_EQ(statement_actions_of(abc, 10), Handles{});
 }
 
-TEST_F(Replacement, AsksForWhatItNeedsInOrder) {
+TEST_F(Replacement, RequestsWhatItNeedsInOrder) {
   statement(abc, 10);
   watch_requests();
   add(10, "new", {.replace = 1});
@@ -744,7 +744,7 @@ TEST_F(ByHand, NeedAParameterMapAndAStatement) {
 
 struct Deletion : Statements {};
 
-TEST_F(Deletion, TakesFiltersActionsAndClassMapAlong) {
+TEST_F(Deletion, DeletesFiltersActionsAndClassMap) {
   const std::string before = everything();
   const zar_pmtr_map_stmt *gone = statement(abc, 10, "first");
   statement(abc, 10, "second");
@@ -835,7 +835,7 @@ struct DeletionByStatement : Statements {
   }
 };
 
-TEST_F(DeletionByStatement, TakesFiltersActionsAndClassMapAlong) {
+TEST_F(DeletionByStatement, DeletesFiltersActionsAndClassMap) {
   const std::string before = everything();
   statement(abc, 10, "first");
   const Handles old_filters = filters(10);
@@ -932,7 +932,7 @@ TEST_F(Indexes, NeedAClientAMapAndADatabase) {
   EXPECT_EQ(place, kUntouched);
 }
 
-TEST_F(Indexes, NeedAPlace) {
+TEST_F(Indexes, NeedAnOutPlace) {
   statement(abc, 5);
   EXPECT_REFUSED(39U, zar_get_first_pmtr_map_index(one, abc, nullptr));
   EXPECT_ONE_ERROR();

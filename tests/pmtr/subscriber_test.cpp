@@ -91,7 +91,7 @@ TEST_F(FindingByName, ActsForTheOwnerOfTheDomain) {
   EXPECT_EQ(find("ours"), 40U);
 }
 
-TEST_F(FindingByName, TakesAFailedSearchForAFoundMap) {
+TEST_F(FindingByName, TreatsAFailedSearchAsAFoundMap) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(37U, find("abc"));
   NEEDS_TRACE();
@@ -218,7 +218,7 @@ TEST_F(MakingByName, KeepsAMapWhoseOwnerIsInactive) {
   EXPECT_STREQ(zar_get_pmtr_map_name(place), "abc");
 }
 
-TEST_F(MakingByName, PassesOnWhyItCouldNotMake) {
+TEST_F(MakingByName, ReturnsTheReasonOfAFailedCreation) {
   EXPECT_REFUSED(39U, make("abc", 0));
   EXPECT_TRACED(kNoOwner,
                 error("(ERR): %s: domain type:%d from input map info is invalid expected range: %d - %d",
@@ -319,7 +319,7 @@ TEST_F(DeletingByName, RefusesANameThatIsNotStored) {
   EXPECT_ERRORS(error("(ERR): pmtr-map not found: %s", "abc"), error("(ERR): Could not find pmtr-map: %s", "abc"));
 }
 
-TEST_F(DeletingByName, TakesAFailedSearchForNothingFound) {
+TEST_F(DeletingByName, TreatsAFailedSearchAsNothingFound) {
   stored_pmtr_map("abc");
   EXPECT_REFUSED(39U, kel_delete_subscriber_parameter_map("abc", 3));
   NEEDS_TRACE();
@@ -348,7 +348,7 @@ TEST_F(DeletingByName, NeedsAClient) {
   EXPECT_ERRORS(no_client_yet("delete_subscriber_pmtr_map"));
 }
 
-TEST_F(DeletingByName, PassesOnThatTheTreeRefused) {
+TEST_F(DeletingByName, ReturnsTheRefusalOfTheTree) {
   stored_pmtr_map("abc");
   runtime::fail_next_tree_delete();
   EXPECT_REFUSED(41U, kel_delete_subscriber_parameter_map("abc", 1));
@@ -446,7 +446,7 @@ TEST_F(AskingByName, KnowsNamesOfUpTo99Characters) {
   EXPECT_REFUSED(0U, kel_is_pmap_created((longest + "x").c_str()));
 }
 
-TEST_F(AskingByName, DoesNotTakeATooLongNameForTheEmptyOne) {
+TEST_F(AskingByName, DoesNotTreatATooLongNameAsTheEmptyOne) {
   const uint32_t nameless = stored_pmtr_map("");
   EXPECT_EQ(kel_is_pmap_created(""), nameless);
   EXPECT_EQ(kel_is_pmap_created(std::string(100, 'n').c_str()), 0U);

@@ -400,7 +400,7 @@ TEST_F(PolicyListing, NeedsAPrinterADomainAndAName) {
   EXPECT_PRINTED();
 }
 
-TEST_F(PolicyListing, TakesNoPrefixForAnEmptyOne) {
+TEST_F(PolicyListing, TreatsNoPrefixAsAnEmptyOne) {
   const uint32_t gold = stored_pmap("gold");
   rule(event_in(gold, 1, "start"), cmap("voice"), 1, 1);
   EXPECT_EQ(zar_print_policymap(nullptr, capture_printer, "d1", "gold", 0, 0), 0U);
@@ -724,7 +724,7 @@ TEST_F(ClassListing, NeedsAPrinterADomainAndAName) {
   EXPECT_PRINTED();
 }
 
-TEST_F(ClassListing, TakesNoPrefixAndNoSuffixForEmptyOnes) {
+TEST_F(ClassListing, TreatsNoPrefixAndNoSuffixAsEmptyOnes) {
   small_class("voice");
   EXPECT_EQ(zar_print_classmap(nullptr, capture_printer, nullptr, "d1", "voice", 0), 0U);
   Strings bare;

@@ -27,7 +27,7 @@ struct ParameterMapUse : Repository {
 const Line kOwnDatabase = info("(info): %s: using client specific database", "check_param_map");
 const Line kNoNext = info("(info): PMAP avl: get next, no next pmap");
 
-TEST_F(ParameterMapUse, IsAskedOfEveryActionInTheOrderOfTheRules) {
+TEST_F(ParameterMapUse, AsksEveryActionInTheOrderOfTheRules) {
   claim("d1", one);
   const uint32_t silver = stored_pmap("silver"), gold = stored_pmap("gold", {.domain = "d2"});
   action_in(rule(event_in(silver, 1), cmap("s")), "silver");

@@ -16,7 +16,7 @@
 //     EXPECT_CALLS();                                                 // neither engine nor callbacks were called
 //   }
 //
-//   TEST(StoringUnderFaults, GivesEverythingBack) {
+//   TEST(StoringUnderFaults, FreesEverything) {
 //     for_each_fault([](FaultClock &clock) {                          // a fresh process for every request in turn
 //       World world;
 //       const auto before = world.everything();
