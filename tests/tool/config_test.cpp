@@ -4,10 +4,10 @@
 #include <limits>
 
 #include "runner.h"
-#include "tool/inventory/read.h"
-#include "tool/policy/parse_text.h"
-#include "tool/policy/write.h"
-#include "tool/repository.h"
+#include "simulator/inventory/read.h"
+#include "simulator/policy/parse_text.h"
+#include "simulator/policy/write.h"
+#include "simulator/repository/repository.h"
 
 namespace {
 
@@ -49,15 +49,15 @@ TEST_P(Config, MakesAnEqualRepositoryThatDecidesTheSame) {
 
 // Which objects there are is compared above; what is compared here is the order of those that have one.
 TEST_P(Config, KeepsTheIdsOfEventsAndTheOrderOfTargets) {
-  tool::Diagnostics diagnostics;
-  const tool::Source source = tool::Source::read(std::string(ZAR_SOURCE_DIR) + "/" + GetParam(), diagnostics);
-  const std::optional<tool::PolicyFile> file = tool::load(source, diagnostics);
+  simulator::Diagnostics diagnostics;
+  const simulator::Source source = simulator::Source::read(std::string(ZAR_SOURCE_DIR) + "/" + GetParam(), diagnostics);
+  const std::optional<simulator::PolicyFile> file = simulator::load(source, diagnostics);
   ASSERT_TRUE(file.has_value());
-  tool::Repository repository(*file);
+  simulator::Repository repository(*file);
   ASSERT_TRUE(repository.build());
-  std::string problem;
-  const std::optional<tool::PolicyFile> running = tool::inventory::read(problem);
-  ASSERT_TRUE(running.has_value()) << problem;
+  simulator::Complaints problems;
+  const std::optional<simulator::PolicyFile> running = simulator::inventory::read(problems);
+  ASSERT_TRUE(running.has_value()) << problems.front();
 
   EXPECT_EQ(running->events, file->events);
   EXPECT_EQ(test::load_good(write_objects(*running)).events, file->events);
@@ -146,35 +146,35 @@ TEST(FilterTexts, AreReadAsTheyWereWritten) {
   for (const char *text :
        {"a equals b", "a equals \"\"", "a prefix \"two words\"", "a regex ^x|y$", "a regex \"a\\\\\\\"\\n\\x01\"",
         "a present", "a range 1..2", "a range -5..", "a range ..-5", "a range ..", "a equals ü"}) {
-    const std::optional<tool::Filter> filter = tool::parse_filter(text);
+    const std::optional<simulator::Filter> filter = simulator::parse_filter(text);
     ASSERT_TRUE(filter.has_value()) << text;
     EXPECT_EQ(to_string(*filter), text);
   }
-  const std::optional<tool::Filter> open = tool::parse_filter("a range 7..");
+  const std::optional<simulator::Filter> open = simulator::parse_filter("a range 7..");
   EXPECT_EQ(open->low, 7);
   EXPECT_EQ(open->high, kHighest);
-  EXPECT_EQ(tool::parse_filter("a range ..7")->low, kLowest);
-  EXPECT_EQ(tool::parse_filter("a equals \"x \\\"y\\\\\\n\\x7f\"")->text, "x \"y\\\n\x7f");
+  EXPECT_EQ(simulator::parse_filter("a range ..7")->low, kLowest);
+  EXPECT_EQ(simulator::parse_filter("a equals \"x \\\"y\\\\\\n\\x7f\"")->text, "x \"y\\\n\x7f");
 }
 
 TEST(ActionTexts, AreReadAsTheyWereWritten) {
   for (const char *text : {"set a b", "set a \"\"", "set a \"b c\"", "clear a", "count a", "log \"\"", "log \"a b\"",
                            "permit", "deny", "raise e", "apply m"}) {
-    const std::optional<tool::Action> action = tool::parse_action(text);
+    const std::optional<simulator::Action> action = simulator::parse_action(text);
     ASSERT_TRUE(action.has_value()) << text;
     EXPECT_EQ(to_string(*action), text);
   }
-  EXPECT_EQ(tool::parse_action("set a \"b c\"")->text, "b c");
-  EXPECT_EQ(tool::parse_action("set a \"b c\"")->subject.value, "a");
+  EXPECT_EQ(simulator::parse_action("set a \"b c\"")->text, "b c");
+  EXPECT_EQ(simulator::parse_action("set a \"b c\"")->subject.value, "a");
 }
 
 TEST(Texts, ThatNobodyWroteAreRefused) {
   for (const char *text : {"", "a", "a is b", "a equals", "a equals two words", "a equals \"open", "a equals \"x\" y",
                            "a equals \"\\q\"", "a equals \"\\x4\"", "a equals \"\\xzz\"", "a present x", "a range 5",
                            "a range x..", "a range 1..2x", " equals b"})
-    EXPECT_FALSE(tool::parse_filter(text).has_value()) << text;
+    EXPECT_FALSE(simulator::parse_filter(text).has_value()) << text;
   for (const char *text : {"", "sing", "set a", "set", "log a", "log", "clear", "clear a b", "permit x", "raise "})
-    EXPECT_FALSE(tool::parse_action(text).has_value()) << text;
+    EXPECT_FALSE(simulator::parse_action(text).has_value()) << text;
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // What filters test and actions do, in a repository built from a file.
 #include "engine/engine.h"
 #include "runner.h"
-#include "tool/repository.h"
-#include "tool/simulation.h"
+#include "simulator/repository/repository.h"
+#include "simulator/repository/run_step.h"
 
 namespace {
 
@@ -45,8 +45,8 @@ class World {
     return all;
   }
 
-  tool::PolicyFile file_;
-  tool::Repository repository_;
+  simulator::PolicyFile file_;
+  simulator::Repository repository_;
 };
 
 struct FilterCase {
@@ -228,9 +228,9 @@ TEST(ParameterMaps, AreKnownToBeInUse) {
 }
 
 TEST(Steps, ChangeAttributesBeforeTheirEvent) {
-  const tool::PolicyFile file = load_good(policy_with({"actions: [{clear: a}]"}) +
-                                          "scenario: [{event: e1, target: t, set: {a: 1}, clear: [a, b]}]\n");
-  tool::Repository repository(file);
+  const simulator::PolicyFile file = load_good(policy_with({"actions: [{clear: a}]"}) +
+                                               "scenario: [{event: e1, target: t, set: {a: 1}, clear: [a, b]}]\n");
+  simulator::Repository repository(file);
   ASSERT_TRUE(repository.build());
   EXPECT_EQ(run_step(file, repository, file.scenario.at(0)).failures, 0u) << "what is set is set after the clearing";
 }

@@ -7,9 +7,9 @@
 #include "platform/runtime.h"
 #include "runner.h"
 #include "runtime/control.h"
-#include "tool/leftovers.h"
-#include "tool/repository.h"
-#include "tool/simulation.h"
+#include "simulator/repository/leftovers.h"
+#include "simulator/repository/repository.h"
+#include "simulator/repository/run_step.h"
 
 namespace {
 
@@ -51,10 +51,10 @@ std::string joined(const std::vector<std::string> &lines) {
 }
 
 TEST(TearDown, LeavesNothing) {
-  const tool::PolicyFile file = load_good(kEverything);
-  tool::Repository repository(file);
+  const simulator::PolicyFile file = load_good(kEverything);
+  simulator::Repository repository(file);
   ASSERT_TRUE(repository.build());
-  for (const tool::Step &step : file.scenario)
+  for (const simulator::Step &step : file.scenario)
     EXPECT_EQ(run_step(file, repository, step).status, 0u);
   repository.tear_down();
   EXPECT_EQ(joined(repository.problems()), "");
@@ -64,16 +64,16 @@ TEST(TearDown, LeavesNothingOfManyClients) {
   std::string text = "clients:\n";
   for (int at = 0; at < 25; ++at)
     text += "  client-" + std::to_string(at) + ": {database: own}\n";
-  const tool::PolicyFile file = load_good(text);
-  tool::Repository repository(file);
+  const simulator::PolicyFile file = load_good(text);
+  simulator::Repository repository(file);
   ASSERT_TRUE(repository.build());
   repository.tear_down();
   EXPECT_EQ(joined(repository.problems()), "");
 }
 
 TEST(TearDown, HappensOnce) {
-  const tool::PolicyFile file = load_good(kEverything);
-  tool::Repository repository(file);
+  const simulator::PolicyFile file = load_good(kEverything);
+  simulator::Repository repository(file);
   ASSERT_TRUE(repository.build());
   repository.tear_down();
   repository.tear_down();
@@ -82,7 +82,7 @@ TEST(TearDown, HappensOnce) {
 
 // What a process of the file above keeps: three clients with the engine, three domains, the databases of the engine and of
 // client a, and two deleted parameter-maps.
-constexpr tool::Permanent kKept = {3, 3, 2, 2};
+constexpr simulator::Permanent kKept = {3, 3, 2, 2};
 
 class Leftovers : public testing::Test {
  protected:
@@ -94,8 +94,8 @@ class Leftovers : public testing::Test {
   }
 
  private:
-  tool::PolicyFile file_;
-  tool::Repository repository_;
+  simulator::PolicyFile file_;
+  simulator::Repository repository_;
 };
 
 TEST_F(Leftovers, OfABlockAreFound) {
@@ -132,7 +132,7 @@ TEST_F(Leftovers, OfTheEngineAreFound) {
 
 TEST_F(Leftovers, ThatShouldBeThereAreMissed) {
   after_tear_down();
-  const std::string missed = joined(tool::find_leftovers({4, 3, 2, 3}));
+  const std::string missed = joined(simulator::find_leftovers({4, 3, 2, 3}));
   EXPECT_EQ(missed,
             "records of pool 0x3e00025: 3 left, 4 expected\n"
             "blocks of tag 0x3e00034: 3 left, 4 expected\n"
@@ -148,12 +148,12 @@ TEST_F(Leftovers, IncludeMisuseOfTheRuntime) {
 // Builds, runs and tears down with the nth request of the runtime failing, in a process of its own. Answers 0 when the
 // process came through, 1 when there was no nth request, 2 when the runtime was misused, 3 when a build failed in silence.
 int survive(uint64_t nth) {
-  const tool::PolicyFile file = load_good(kEverything);
-  tool::Repository repository(file);
+  const simulator::PolicyFile file = load_good(kEverything);
+  simulator::Repository repository(file);
   runtime::fail_request(nth);
   const bool built = repository.build();
   if (built) {
-    for (const tool::Step &step : file.scenario)
+    for (const simulator::Step &step : file.scenario)
       run_step(file, repository, step);
   }
   const uint64_t faults = runtime::injected_faults();

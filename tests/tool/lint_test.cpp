@@ -2,18 +2,18 @@
 #include <random>
 
 #include "runner.h"
-#include "tool/lint/findings.h"
+#include "simulator/lint/findings.h"
 
 namespace {
 
+using simulator::lint::Can;
+using simulator::lint::matches;
+using simulator::lint::that_does_not_match;
+using simulator::lint::that_matches;
 using test::expect_golden;
 using test::load_good;
 using test::Result;
 using test::run_zar;
-using tool::lint::Can;
-using tool::lint::matches;
-using tool::lint::that_does_not_match;
-using tool::lint::that_matches;
 
 constexpr const char *kLint = "tests/tool/policies/lint.yaml";
 
@@ -187,17 +187,19 @@ class Soundness : public testing::TestWithParam<unsigned> {
 
 // Answers what was claimed of one and not the other.
 Can Soundness::check_two_class_maps() {
-  const tool::PolicyFile file =
+  const simulator::PolicyFile file =
       load_good("domains: {d: }\nclass-maps:\n  one: " + random_class() + "\n  other: " + random_class() + "\n");
-  const tool::ClassMap &one = file.class_maps.at(0);
-  const tool::ClassMap &other = file.class_maps.at(1);
-  std::vector<tool::lint::Condition> conditions = that_matches(one);
-  for (tool::lint::Condition &condition : that_does_not_match(other))
+  const simulator::ClassMap &one = file.class_maps.at(0);
+  const simulator::ClassMap &other = file.class_maps.at(1);
+  std::vector<simulator::lint::Condition> conditions = that_matches(one);
+  for (simulator::lint::Condition &condition : that_does_not_match(other))
     conditions.push_back(condition);
-  tool::lint::Prover prover(file);
-  const tool::lint::InputAnswer answer = prover.find_input(conditions);
+  simulator::lint::Prover prover(file);
+  const simulator::lint::InputAnswer answer = prover.find_input(conditions);
 
-  const auto does_it = [&](const tool::lint::Input &input) { return matches(one, input) && !matches(other, input); };
+  const auto does_it = [&](const simulator::lint::Input &input) {
+    return matches(one, input) && !matches(other, input);
+  };
   if (answer.can == Can::possible) {
     EXPECT_TRUE(does_it(answer.input));
   } else if (answer.can == Can::impossible) {
@@ -249,9 +251,10 @@ TEST(Completeness, OfTheInferencesAboutNumbersAndPrefixes) {
       {"{attribute: a, regex: '^q'}", Can::unknown},
   };
   for (const Case &given : cases) {
-    const tool::PolicyFile file = load_good("domains: {d: }\nclass-maps: {c: {filters: [" + given.filters + "]}}\n");
+    const simulator::PolicyFile file =
+        load_good("domains: {d: }\nclass-maps: {c: {filters: [" + given.filters + "]}}\n");
     ASSERT_EQ(file.class_maps.size(), 1u);
-    tool::lint::Prover prover(file);
+    simulator::lint::Prover prover(file);
     EXPECT_EQ(static_cast<int>(prover.find_input(that_matches(file.class_maps[0])).can), static_cast<int>(given.can))
         << given.filters;
   }

@@ -3,9 +3,9 @@
 
 namespace {
 
+using simulator::Place;
+using simulator::PolicyFile;
 using test::load_good;
-using tool::Place;
-using tool::PolicyFile;
 
 constexpr const char *kSmall = R"(domains: {d: }
 class-maps:
@@ -26,19 +26,19 @@ targets:
 TEST(Loading, FillsInTheDefaults) {
   const PolicyFile file = load_good(kSmall);
   EXPECT_EQ(file.domains.at(0).owner, std::nullopt);
-  EXPECT_EQ(file.class_maps.at(0).match, tool::ClassMatch::all);
+  EXPECT_EQ(file.class_maps.at(0).match, simulator::ClassMatch::all);
   EXPECT_EQ(file.class_maps[0].domain.value, "d") << "the only domain is everybody's";
-  const tool::EventRules &start = file.policy_maps.at(0).events.at(0);
-  EXPECT_EQ(start.match, tool::EventMatch::all);
-  EXPECT_EQ(start.rules.at(0).execute, tool::Execute::stop_on_failure);
-  EXPECT_EQ(file.policy_maps[0].events.at(1).match, tool::EventMatch::first);
+  const simulator::EventRules &start = file.policy_maps.at(0).events.at(0);
+  EXPECT_EQ(start.match, simulator::EventMatch::all);
+  EXPECT_EQ(start.rules.at(0).execute, simulator::Execute::stop_on_failure);
+  EXPECT_EQ(file.policy_maps[0].events.at(1).match, simulator::EventMatch::first);
   EXPECT_EQ(file.targets.at(0).client, std::nullopt);
 }
 
 TEST(Loading, NumbersActionsFromTheOneBefore) {
   const PolicyFile file = load_good(kSmall);
   std::vector<uint32_t> numbers;
-  for (const tool::Action &action : file.policy_maps.at(0).events.at(0).rules.at(0).actions) {
+  for (const simulator::Action &action : file.policy_maps.at(0).events.at(0).rules.at(0).actions) {
     numbers.push_back(action.number);
   }
   EXPECT_EQ(numbers, (std::vector<uint32_t>{1, 9, 10}));
@@ -54,7 +54,7 @@ TEST(Loading, NumbersEventsByTheirFirstAppearance) {
 TEST(Loading, KnowsWhereEverythingStands) {
   const PolicyFile file = load_good(kSmall);
   EXPECT_EQ(file.class_maps.at(0).name.place, (Place{3, 3}));
-  const tool::EventRules &start = file.policy_maps.at(0).events.at(0);
+  const simulator::EventRules &start = file.policy_maps.at(0).events.at(0);
   EXPECT_EQ(start.event.place, (Place{7, 7}));
   EXPECT_EQ(start.rules.at(0).class_map.place, (Place{9, 33}));
   EXPECT_EQ(start.rules[0].actions.at(1).place, (Place{9, 59}));
@@ -74,7 +74,7 @@ class-maps:
   one: &like {match: any, filters: [{attribute: a, present: true}]}
   two: *like
 )");
-  EXPECT_EQ(file.class_maps.at(1).match, tool::ClassMatch::any);
+  EXPECT_EQ(file.class_maps.at(1).match, simulator::ClassMatch::any);
   EXPECT_EQ(file.class_maps[1].filters.at(0).place, file.class_maps[0].filters.at(0).place);
 }
 
@@ -85,7 +85,7 @@ targets:
   t: {policies: [p], attributes: {a: 007, b: yes, c: 1e3, d: "", e: 'it''s'}}
 )");
   std::vector<std::string> values;
-  for (const tool::Assignment &assignment : file.targets.at(0).attributes)
+  for (const simulator::Assignment &assignment : file.targets.at(0).attributes)
     values.push_back(assignment.text);
   EXPECT_EQ(values, (std::vector<std::string>{"007", "yes", "1e3", "", "it's"}));
 }
@@ -97,7 +97,7 @@ TEST(Loading, SortsStatementsAndGivesAttributesTheirFilterTypes) {
       - {index: 20, filters: [{attribute: b, present: true}], actions: []}
       - {index: 10, filters: [{attribute: a, present: true}, {attribute: b, present: true}], actions: []}
 )");
-  const tool::ParameterMap &map = file.parameter_maps.at(0);
+  const simulator::ParameterMap &map = file.parameter_maps.at(0);
   EXPECT_EQ(map.statements.at(0).index, 10u);
   // The types go by the sorted statements, so that a file that has them in another order means the same.
   EXPECT_EQ(map.filter_type_of("a"), 0);
@@ -142,13 +142,13 @@ policy-maps:
 parameter-maps: {m: {statements: []}}
 )");
   std::vector<std::string> filters;
-  for (const tool::Filter &filter : file.class_maps.at(0).filters)
+  for (const simulator::Filter &filter : file.class_maps.at(0).filters)
     filters.push_back(to_string(filter));
   EXPECT_EQ(filters,
             (std::vector<std::string>{"a equals gold", "a equals \"two words\"", "a prefix \"\"", "a regex ^x+$",
                                       "a range 1..2", "a range -5..", "a range ..7", "a present"}));
   std::vector<std::string> actions;
-  for (const tool::Action &action : file.policy_maps.at(0).events.at(0).rules.at(0).actions) {
+  for (const simulator::Action &action : file.policy_maps.at(0).events.at(0).rules.at(0).actions) {
     actions.push_back(to_string(action));
   }
   EXPECT_EQ(actions, (std::vector<std::string>{"set a b", "set a \"\"", "clear a", "log \"hello\"", "count a", "permit",

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <memory>
 
+#include "command/program.h"
 #include "runner.h"
 #include "runtime/control.h"
-#include "tool/program.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ scenario: [{event: e1, target: t1}]
 
 struct Asked {
   const char *name;
-  std::unique_ptr<tool::Command> (*make)();
+  std::unique_ptr<command::Command> (*make)();
   std::vector<std::string> arguments;
 };
 
@@ -44,7 +44,7 @@ constexpr int kNotRefused = 99;
 // Runs the command with the nth request of the runtime failing; code kNotRefused when there was no such request.
 Result run_with_refusal(const Asked &asked, uint64_t nth) {
   const auto work = [&] {
-    tool::Program program("zar", "", "", "");
+    command::Program program("zar", "", "", "");
     program.add(asked.make());
     std::vector<std::string> words = asked.arguments;
     words.insert(words.begin(), "zar");
@@ -84,10 +84,10 @@ TEST_P(Refusals, OfEveryRequestInTurnAreTold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(To, Refusals,
-                         testing::Values(Asked{"Config", tool::make_config_command, {"config", "-"}},
-                                         Asked{"Graph", tool::make_graph_command, {"graph", "-"}},
-                                         Asked{"Show", tool::make_show_command, {"show", "-"}},
-                                         Asked{"ShowOfOne", tool::make_show_command, {"show", "-", "policy", "p1"}}),
+                         testing::Values(Asked{"Config", command::make_config_command, {"config", "-"}},
+                                         Asked{"Graph", command::make_graph_command, {"graph", "-"}},
+                                         Asked{"Show", command::make_show_command, {"show", "-"}},
+                                         Asked{"ShowOfOne", command::make_show_command, {"show", "-", "policy", "p1"}}),
                          [](const auto &parameter) { return std::string(parameter.param.name); });
 
 }  // namespace

@@ -109,12 +109,12 @@ void expect_golden(const std::string &name, const std::string &text) {
   EXPECT_EQ(normalised, read_file(path)) << "differs from " << path;
 }
 
-tool::PolicyFile load_good(const std::string &text) {
-  tool::Diagnostics diagnostics;
-  const tool::Source source("test.yaml", text);
-  std::optional<tool::PolicyFile> file = tool::load(source, diagnostics);
-  EXPECT_TRUE(file.has_value()) << tool::render(diagnostics, source);
-  return file ? std::move(*file) : tool::PolicyFile();
+simulator::PolicyFile load_good(const std::string &text) {
+  simulator::Diagnostics diagnostics;
+  const simulator::Source source("test.yaml", text);
+  std::optional<simulator::PolicyFile> file = simulator::load(source, diagnostics);
+  EXPECT_TRUE(file.has_value()) << simulator::render(diagnostics, source);
+  return file ? std::move(*file) : simulator::PolicyFile();
 }
 
 }  // namespace test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/policy/load.h"
+#include "simulator/policy/load.h"
 
 namespace test {
 
@@ -31,6 +31,6 @@ std::string without_addresses(const std::string &text);
 void expect_golden(const std::string &name, const std::string &text);
 
 // A policy file from a text, which has to be good.
-tool::PolicyFile load_good(const std::string &text);
+simulator::PolicyFile load_good(const std::string &text);
 
 }  // namespace test

@@ -3,14 +3,16 @@
 #include <cstdio>
 #include <sstream>
 
+#include "command/report.h"
 #include "runner.h"
 #include "runtime/control.h"
-#include "tool/shell/commands.h"
+#include "simulator/session/commands.h"
 
 namespace {
 
+using simulator::session::Reply;
+using simulator::session::Session;
 using test::Result;
-using tool::shell::Session;
 
 constexpr int kNotRefused = 99;
 constexpr int kFailedAgain = 98;
@@ -27,22 +29,28 @@ const std::vector<std::string> kCommands = {
     "show",
 };
 
+bool is_done(const Reply &reply) {
+  command::complain(reply.trouble.complaints);
+  return reply.status == simulator::session::Status::done;
+}
+
 // Runs the commands with the nth request failing, then those again that failed.
 int survive(uint64_t nth) {
   Session session;
-  if (!session.begin() || run(session, "create domain d", 1) != tool::shell::Result::done) return kFailedAgain;
+  simulator::session::Trouble trouble;
+  if (!session.begin(trouble) || !is_done(run(session, "create domain d", 1))) return kFailedAgain;
   runtime::fail_request(nth);
   std::vector<std::string> failed;
   for (const std::string &command : kCommands) {
-    if (run(session, command, 2) != tool::shell::Result::done) failed.push_back(command);
+    if (!is_done(run(session, command, 2))) failed.push_back(command);
   }
   const bool refused = runtime::injected_faults() != 0;
   runtime::clear_faults();
   std::fprintf(stderr, "---- again\n");
   for (const std::string &command : failed) {
-    if (run(session, command, 3) != tool::shell::Result::done) return kFailedAgain;
+    if (!is_done(run(session, command, 3))) return kFailedAgain;
   }
-  const int code = session.end();
+  const int code = command::report_internal(session.end());
   return refused ? code : kNotRefused;
 }
 

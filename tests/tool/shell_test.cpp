@@ -2,8 +2,8 @@
 #include <nlohmann/json.hpp>
 
 #include "runner.h"
+#include "simulator/session/words.h"
 #include "terminal_runner.h"
-#include "tool/shell/words.h"
 
 namespace {
 
@@ -174,13 +174,13 @@ TEST(PipedSession, OfABadFileDoesNotBegin) {
 }
 
 TEST(Words, AreSeparatedByBlanksUnlessQuoted) {
-  const auto words = [](const char *text) { return tool::shell::split(text).words; };
+  const auto words = [](const char *text) { return simulator::session::split(text).words; };
   EXPECT_EQ(words("  a\tb  c "), (std::vector<std::string>{"a", "b", "c"}));
   EXPECT_EQ(words("a='b c' \"d'e\" ''"), (std::vector<std::string>{"a=b c", "d'e", ""}));
   EXPECT_EQ(words(" # a"), (std::vector<std::string>{}));
   EXPECT_EQ(words("a #b"), (std::vector<std::string>{"a", "#b"}));
-  EXPECT_EQ(tool::shell::split("a b  {c: 'd'}  ").rest_after(2), "{c: 'd'}");
-  EXPECT_EQ(tool::shell::split("a b").rest_after(2), "");
+  EXPECT_EQ(simulator::session::split("a b  {c: 'd'}  ").rest_after(2), "{c: 'd'}");
+  EXPECT_EQ(simulator::session::split("a b").rest_after(2), "");
 }
 
 // ---- At a terminal --------------------------------------------------------------------------------------------------------------

@@ -1,13 +1,13 @@
 // Quoting and suggestions.
-#include "tool/policy/text.h"
+#include "simulator/text/text.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using tool::as_word;
-using tool::nearest;
-using tool::quoted;
+using simulator::as_word;
+using simulator::nearest;
+using simulator::quoted;
 
 TEST(Quoting, EscapesWhatWouldEndTheQuotesOrTheLine) {
   EXPECT_EQ(quoted("plain"), "\"plain\"");
@@ -28,9 +28,9 @@ TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
 }
 
 TEST(Messages, HoldNothingThatATerminalObeys) {
-  EXPECT_EQ(tool::harmless("plain \"text\" with \\ in it"), "plain \"text\" with \\ in it");
-  EXPECT_EQ(tool::harmless("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\xc2\\x9bm and \\x07");
-  EXPECT_EQ(tool::harmless("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\xc2");
+  EXPECT_EQ(simulator::harmless("plain \"text\" with \\ in it"), "plain \"text\" with \\ in it");
+  EXPECT_EQ(simulator::harmless("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\xc2\\x9bm and \\x07");
+  EXPECT_EQ(simulator::harmless("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\xc2");
 }
 
 TEST(Suggestions, FindOneSlipOfTheFingers) {

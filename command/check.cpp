@@ -1,0 +1,169 @@
+// zar check: loads policy files into a scratch repository and reports everything that is wrong with them.
+#include <algorithm>
+#include <iostream>
+
+#include "command/child_process.h"
+#include "command/command.h"
+#include "command/exit_codes.h"
+#include "command/json_output.h"
+#include "command/load_file.h"
+#include "command/report.h"
+#include "command/terminal.h"
+#include "simulator/policy/position_json.h"
+#include "simulator/text/text.h"
+
+using namespace simulator;
+
+namespace command {
+
+namespace {
+
+// What came of one file: a line and an object.
+struct Told {
+  int code = kSuccess;
+  std::string errors;
+  std::string text;
+  Json json;
+};
+
+std::string count_of(size_t count, const std::string &one, const std::string &several) {
+  return text_of(count, " ", count == 1 ? one : several);
+}
+
+std::string summary(const PolicyFile &file) {
+  return text_of(file.path, ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
+                 count_of(file.class_maps.size(), "class-map", "class-maps"), ", ",
+                 count_of(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
+                 count_of(file.targets.size(), "target", "targets"), "\n");
+}
+
+Json objects_json(const PolicyFile &file) {
+  Json object;
+  object["policy_maps"] = file.policy_maps.size();
+  object["class_maps"] = file.class_maps.size();
+  object["parameter_maps"] = file.parameter_maps.size();
+  object["targets"] = file.targets.size();
+  return object;
+}
+
+Json text_or_nothing(const std::string &text) {
+  return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json error_json(const Diagnostic &diagnostic) {
+  Json object;
+  add_place_or_null(object, diagnostic.place);
+  object["message"] = diagnostic.message;
+  object["expected"] = text_or_nothing(diagnostic.expected);
+  object["suggestion"] = text_or_nothing(diagnostic.suggestion);
+  return object;
+}
+
+Json errors_json(const Diagnostics &diagnostics) {
+  Json errors = Json::array();
+  for (const Diagnostic &diagnostic : diagnostics.sorted()) {
+    if (errors.size() == Diagnostics::kMostShown) break;
+    errors.push_back(error_json(diagnostic));
+  }
+  return errors;
+}
+
+Told check(const std::string &path) {
+  const Loaded loaded = load_path(path);
+  Told told;
+  if (loaded.file) {
+    Repository repository(*loaded.file);
+    repository.build();
+    told.code = finish(repository);
+    if (told.code == kSuccess) told.text = summary(*loaded.file);
+  } else {
+    told.code = kBadFile;
+    told.errors = render(loaded.diagnostics, loaded.source, terminal::colours(terminal::Stream::err));
+  }
+  told.json["file"] = loaded.source.name();
+  told.json["good"] = told.code == kSuccess;
+  told.json["errors"] = errors_json(loaded.diagnostics);
+  told.json["more_errors"] = loaded.diagnostics.count() - told.json["errors"].size();
+  told.json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
+  return told;
+}
+
+class CheckCommand final : public Command {
+ public:
+  const char *name() const override { return "check"; }
+  const char *summary() const override { return "Check policy files"; }
+
+  void declare(Options &options) override {
+    options.required_arguments("FILE", paths_, "Policy files; - is standard input");
+    options.flag("--json", json_, "Write one JSON object, errors included");
+    options.epilogue(
+        "Loads each file into a scratch repository and reports all errors at once.\n"
+        "Exit code 0: all files are good; 65: at least one is not.\n\n"
+        "Examples:\n"
+        "  zar check policy.yaml\n"
+        "  zar check examples/*.yaml\n"
+        "  zar check policy.yaml --json");
+  }
+
+  int run() override {
+    if (!name_stdin_once(paths_)) return kUsage;
+    Json files = Json::array();
+    const int code = paths_.size() == 1 ? run_one(files) : run_several(files);
+    if (json_) {
+      Json object = begin_json("check");
+      object["good"] = code == kSuccess;
+      object["files"] = std::move(files);
+      print_json(std::cout, object);
+    }
+    return code;
+  }
+
+ private:
+  int run_one(Json &files) const {
+    Told told = check(paths_[0]);
+    tell(told.errors, told.text);
+    files.push_back(std::move(told.json));
+    return told.code;
+  }
+
+  int run_several(Json &files) const {
+    int worst = kSuccess;
+    for (const std::string &path : paths_) {
+      const Apart apart = run_apart(path, [&](std::ostream &answer) { return answer_for(path, answer); });
+      worst = std::max(worst, apart.code);
+      Json told = Json::parse(apart.answer, nullptr, false);
+      // A process that broke down has no answer, and has been complained about.
+      if (told.is_discarded()) continue;
+      tell(told["errors"].get_ref<const std::string &>(), told["text"].get_ref<const std::string &>());
+      files.push_back(std::move(told["json"]));
+    }
+    return worst;
+  }
+
+  void tell(const std::string &errors, const std::string &text) const {
+    if (json_) return;
+    std::cerr << errors;
+    std::cout << text;
+  }
+
+  static int answer_for(const std::string &path, std::ostream &answer) {
+    Told told = check(path);
+    Json object;
+    object["errors"] = std::move(told.errors);
+    object["text"] = std::move(told.text);
+    object["json"] = std::move(told.json);
+    print_json(answer, object);
+    return told.code;
+  }
+
+  std::vector<std::string> paths_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_check_command() {
+  return std::make_unique<CheckCommand>();
+}
+
+}  // namespace command

@@ -1,0 +1,49 @@
+#include "command/report.h"
+
+#include <iostream>
+
+#include "command/exit_codes.h"
+#include "command/terminal.h"
+#include "simulator/text/text.h"
+
+using namespace simulator;
+
+namespace command {
+
+namespace {
+
+std::string &origin() {
+  static std::string text = "zar";
+  return text;
+}
+
+}  // namespace
+
+void complain(std::string_view text) {
+  std::cerr << harmless(text_of(origin(), ": ", text)) << '\n';
+}
+
+void complain(const Complaints &complaints) {
+  for (const std::string &complaint : complaints)
+    complain(complaint);
+}
+
+void complain_from(std::string from) {
+  origin() = std::move(from);
+}
+
+void report(const Diagnostics &diagnostics, const Source &source) {
+  std::cerr << render(diagnostics, source, terminal::colours(terminal::Stream::err));
+}
+
+int report_internal(const Complaints &problems) {
+  for (const std::string &problem : problems)
+    complain(text_of("internal error: ", problem));
+  return problems.empty() ? kSuccess : kInternal;
+}
+
+int finish(Repository &repository) {
+  return report_internal(repository.finish());
+}
+
+}  // namespace command

@@ -1,0 +1,200 @@
+#include "simulator/explanation/explanation_json.h"
+
+#include "simulator/explanation/nearest.h"
+#include "simulator/explanation/words.h"
+#include "simulator/policy/position_json.h"
+
+namespace simulator {
+
+namespace {
+
+Json list() {
+  return Json::array();
+}
+
+template <class Each, class Elements>
+Json list_of(const Elements &elements, Each each) {
+  Json all = list();
+  for (const auto &element : elements)
+    all.push_back(each(element));
+  return all;
+}
+
+Json filter_json(const FilterAccount &filter) {
+  Json object;
+  object["filter"] = filter_text(*filter.filter);
+  object["attribute"] = filter.filter->attribute.value;
+  object["value"] = text_or_null(filter.value);
+  object["asked"] = filter.asked;
+  object["holds"] = filter.holds;
+  add_place(object, filter.filter->place);
+  return object;
+}
+
+Json rule_run_json(const RuleRun &run) {
+  Json object;
+  object["rule"] = rule_name(*run.policy, *run.event, *run.rule->rule);
+  object["class_map"] = run.rule->class_map->name.value;
+  add_place(object, run.rule->rule->place);
+  return object;
+}
+
+Json missing_json(const Shortfall &shortfall) {
+  Json object;
+  object["missing"] = shortfall.first ? Json(shortfall.missing) : Json(nullptr);
+  object["first"] = shortfall.first ? filter_json(*shortfall.first) : Json(nullptr);
+  return object;
+}
+
+Json nearest_json(const std::optional<NearestRule> &nearest) {
+  if (!nearest) return nullptr;
+  Json object = rule_run_json({nearest->policy->policy, nearest->policy->event, nearest->rule});
+  object.update(missing_json(nearest->shortfall));
+  return object;
+}
+
+Json nearest_json(const std::optional<NearestStatement> &nearest) {
+  if (!nearest) return nullptr;
+  Json object;
+  object["index"] = nearest->statement->statement->index;
+  add_place(object, nearest->statement->statement->place);
+  object.update(missing_json(nearest->shortfall));
+  return object;
+}
+
+class Builder {
+ public:
+  explicit Builder(Level level) : level_(level) {}
+
+  Json event(const EventAccount &account) const {
+    Json object;
+    object["event"] = account.event;
+    object["verdict"] = to_string(account.outcome.verdict);
+    object["policies"] = list_of(account.policies, [&](const PolicyAccount &active) { return policy(active); });
+    return object;
+  }
+
+ private:
+  Json policy(const PolicyAccount &policy) const {
+    Json object;
+    object["policy_map"] = policy.policy->name.value;
+    object["handles_event"] = policy.event != nullptr;
+    add_place(object, policy.event ? policy.event->event.place : policy.policy->name.place);
+    if (!policy.event) return object;
+    object["match"] = to_string(policy.event->match);
+    object["rules"] = list_of(policy.rules, [&](const RuleAccount &tried) { return rule(tried); });
+    if (!policy.any_matched()) object["nearest"] = nearest_json(nearest_rule(policy));
+    return object;
+  }
+
+  Json rule(const RuleAccount &rule) const {
+    Json object;
+    object["number"] = rule.rule->number;
+    object["class_map"] = rule.class_map->name.value;
+    object["match"] = to_string(rule.class_map->match);
+    object["matched"] = rule.matched;
+    add_place(object, rule.rule->place);
+    add_filters(object, rule.filters);
+    object["actions"] = list_of(rule.actions, [&](const ActionAccount &ran) { return action(ran); });
+    object["cut_short"] = rule.cut_short && rule.actions.size() < rule.rule->actions.size();
+    return object;
+  }
+
+  Json action(const ActionAccount &action) const {
+    Json object;
+    object["number"] = action.action->number;
+    object["action"] = to_string(*action.action);
+    object["failed"] = action.failed;
+    object["refused"] = action.refused;
+    add_place(object, action.action->place);
+    object["changes"] = list_of(action.changes, change_json);
+    if (action.raised) object["raised"] = event(*action.raised);
+    if (action.applied && !action.refused) object["applied"] = map(*action.applied);
+    return object;
+  }
+
+  Json map(const MapAccount &map) const {
+    Json object;
+    object["parameter_map"] = map.map->name.value;
+    object["statements"] = list_of(map.statements, [&](const StatementAccount &asked) { return statement(asked); });
+    object["actions"] = list_of(map.actions, [&](const ActionAccount &ran) { return action(ran); });
+    if (!map.matched()) object["nearest"] = nearest_json(nearest_statement(map));
+    return object;
+  }
+
+  Json statement(const StatementAccount &statement) const {
+    Json object;
+    object["index"] = statement.statement->index;
+    object["matched"] = statement.matched;
+    add_place(object, statement.statement->place);
+    add_filters(object, statement.filters);
+    return object;
+  }
+
+  void add_filters(Json &object, const std::vector<FilterAccount> &filters) const {
+    if (level_ == Level::filters) object["filters"] = list_of(filters, filter_json);
+  }
+
+  Level level_;
+};
+
+const char *name_of(Level level) {
+  switch (level) {
+    case Level::decision:
+      return "decision";
+    case Level::rules:
+      return "rules";
+    case Level::filters:
+      return "filters";
+  }
+  return "";
+}
+
+Json given_json(const Step &step) {
+  Json object;
+  object["clear"] = list_of(step.clear, [](const Name &attribute) { return attribute.value; });
+  object["set"] = Json::object();
+  for (const Assignment &set : step.set)
+    object["set"][set.attribute.value] = set.text;
+  return object;
+}
+
+Json decided_json(const std::optional<Decision> &decided) {
+  if (!decided) return nullptr;
+  Json object = rule_run_json(decided->rule);
+  Json action;
+  action["number"] = decided->action->action->number;
+  action["action"] = to_string(*decided->action->action);
+  add_place(action, decided->action->action->place);
+  object["action"] = std::move(action);
+  return object;
+}
+
+}  // namespace
+
+Json change_json(const Change &change) {
+  Json object;
+  object["attribute"] = engine::attribute_name(change.attribute);
+  object["before"] = text_or_null(change.before);
+  object["after"] = text_or_null(change.after);
+  return object;
+}
+
+Json account_json(const EventAccount &account, const PolicyFile &file, const Step &step, Level level) {
+  Json object;
+  object["file"] = file.path;
+  object["event"] = account.event;
+  object["target"] = step.target.value;
+  object["given"] = given_json(step);
+  object["level"] = name_of(level);
+  object["verdict"] = to_string(account.outcome.verdict);
+  object["decided_by"] = decided_json(decision(account));
+  object["rules_run"] = list_of(rules_run(account), rule_run_json);
+  object["changes"] = list_of(net_changes(account), change_json);
+  object["log"] = logs(account);
+  if (!account.any_matched()) object["nearest"] = nearest_json(nearest_rule(account));
+  if (level != Level::decision) object["policies"] = Builder(level).event(account)["policies"];
+  return object;
+}
+
+}  // namespace simulator
