@@ -27,14 +27,14 @@ struct Told {
 };
 
 std::string count_of(size_t count, const std::string &one, const std::string &several) {
-  return text_of(count, " ", count == 1 ? one : several);
+  return concat(count, " ", count == 1 ? one : several);
 }
 
 std::string summary(const PolicyFile &file) {
-  return text_of(file.path, ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
-                 count_of(file.class_maps.size(), "class-map", "class-maps"), ", ",
-                 count_of(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
-                 count_of(file.targets.size(), "target", "targets"), "\n");
+  return concat(file.path, ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
+                count_of(file.class_maps.size(), "class-map", "class-maps"), ", ",
+                count_of(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
+                count_of(file.targets.size(), "target", "targets"), "\n");
 }
 
 Json objects_json(const PolicyFile &file) {
@@ -52,7 +52,7 @@ Json text_or_nothing(const std::string &text) {
 
 Json error_json(const Diagnostic &diagnostic) {
   Json object;
-  add_place_or_null(object, diagnostic.place);
+  add_position_or_null(object, diagnostic.position);
   object["message"] = diagnostic.message;
   object["expected"] = text_or_nothing(diagnostic.expected);
   object["suggestion"] = text_or_nothing(diagnostic.suggestion);
@@ -129,7 +129,7 @@ class CheckCommand final : public Command {
   int run_several(Json &files) const {
     int worst = kSuccess;
     for (const std::string &path : paths_) {
-      const Apart apart = run_apart(path, [&](std::ostream &answer) { return answer_for(path, answer); });
+      const Apart apart = run_in_child_process(path, [&](std::ostream &answer) { return answer_for(path, answer); });
       worst = std::max(worst, apart.code);
       Json told = Json::parse(apart.answer, nullptr, false);
       // A process that broke down has no answer, and has been complained about.

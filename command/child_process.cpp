@@ -45,7 +45,7 @@ std::string read_all(int from) {
   try {
     code = work(answer);
   } catch (const std::exception &error) {
-    complain(text_of("internal error: ", error.what()));
+    complain(concat("internal error: ", error.what()));
   }
   std::cout.flush();
   write_all(answer_to, answer.str());
@@ -59,13 +59,13 @@ int wait_for(pid_t child, const std::string &name) {
     ended = waitpid(child, &status, 0);
   } while (ended < 0 && errno == EINTR);
   if (ended == child && WIFEXITED(status)) return WEXITSTATUS(status);
-  complain(text_of(name, ": internal error: its process ended abnormally"));
+  complain(concat(name, ": internal error: its process ended abnormally"));
   return kInternal;
 }
 
 }  // namespace
 
-Apart run_apart(const std::string &name, const std::function<int(std::ostream &answer)> &work) {
+Apart run_in_child_process(const std::string &name, const std::function<int(std::ostream &answer)> &work) {
   std::cout.flush();
   int ends[2];
   if (pipe(ends) != 0) {

@@ -14,6 +14,6 @@ struct Apart {
 
 // Runs 'work' in a process that begins as a copy of this one and ends with it. Nothing of what it changes is seen here but
 // its answer. 'name' stands for it in messages.
-Apart run_apart(const std::string &name, const std::function<int(std::ostream &answer)> &work);
+Apart run_in_child_process(const std::string &name, const std::function<int(std::ostream &answer)> &work);
 
 }  // namespace command

@@ -41,28 +41,28 @@ struct Files {
 };
 
 std::string text_of_difference(const Difference &difference) {
-  const std::string front = text_of("  ", difference.property, ": ");
+  const std::string front = concat("  ", difference.property, ": ");
   if (!difference.is_list || difference.reordered) {
-    return text_of(front, listed(difference.before), " -> ", listed(difference.after), "\n");
+    return concat(front, listed(difference.before), " -> ", listed(difference.after), "\n");
   }
   std::string text;
   for (const std::string &gone : difference.before)
-    text += text_of(front, "- ", gone, "\n");
+    text += concat(front, "- ", gone, "\n");
   for (const std::string &come : difference.after)
-    text += text_of(front, "+ ", come, "\n");
+    text += concat(front, "+ ", come, "\n");
   return text;
 }
 
 std::string text_of_change(const ObjectChange &change, const Files &files) {
   const auto at = [](const PolicyFile &file, const Object &object) {
-    return text_of(file.path, ":", object.place.line);
+    return concat(file.path, ":", object.position.line);
   };
   const Object &object = change.before ? *change.before : *change.after;
-  std::string text = text_of(painted_name_of_change(change), " ");
+  std::string text = concat(painted_name_of_change(change), " ");
   if (change.before) text += at(*files.before, *change.before);
   if (change.before && change.after) text += " -> ";
   if (change.after) text += at(*files.after, *change.after);
-  text += text_of(": ", object.kind, " ", object.name, "\n");
+  text += concat(": ", object.kind, " ", object.name, "\n");
   for (const Difference &difference : change.differences)
     text += text_of_difference(difference);
   return text;
@@ -72,7 +72,7 @@ Json json_of_object(const std::optional<Object> &object) {
   if (!object) return nullptr;
   Json json;
   json["name"] = object->name;
-  add_place(json, object->place);
+  add_position(json, object->position);
   return json;
 }
 
@@ -151,7 +151,7 @@ std::string texts_of_log(const std::vector<std::string> &log) {
 std::string compared(const Decided &before, const Decided &after) {
   std::string text;
   const auto line = [&](const std::string &what, const std::string &was, const std::string &is) {
-    if (was != is) text += text_of("  ", what, ": ", was, " -> ", is, "\n");
+    if (was != is) text += concat("  ", what, ": ", was, " -> ", is, "\n");
   };
   const auto possible = [](const Decided &decided) { return decided.impossible.empty() ? "yes" : decided.impossible; };
   line("possible", possible(before), possible(after));
@@ -160,7 +160,7 @@ std::string compared(const Decided &before, const Decided &after) {
   std::map<std::string, std::optional<std::string>> either = before.changed;
   either.insert(after.changed.begin(), after.changed.end());
   for (const auto &[attribute, any] : either)
-    line(text_of("attribute ", attribute), value_or_unchanged(before, attribute), value_or_unchanged(after, attribute));
+    line(concat("attribute ", attribute), value_or_unchanged(before, attribute), value_or_unchanged(after, attribute));
   line("log", texts_of_log(before.log), texts_of_log(after.log));
   line("rules", listed(before.rules), listed(after.rules));
   return text;
@@ -175,29 +175,28 @@ size_t count_of(const Replayed &replayed, const std::string &aspect) {
 
 std::string event_text(const PolicyFile &scenario, size_t number) {
   const Step &step = scenario.scenario[number];
-  return text_of(scenario.path, ":", step.place.line, ": [", number + 1, "] ", step.event.value, " at ",
-                 step.target.value);
+  return concat(scenario.path, ":", step.position.line, ": [", number + 1, "] ", step.event.value, " at ",
+                step.target.value);
 }
 
 std::string text_of_replay(const Replayed &replayed, const PolicyFile &scenario, const Files &files) {
   constexpr size_t kMostShown = 20;
-  std::string text = text_of(replayed.different.size(), " of ", scenario.scenario.size(), " events differ\n");
-  if (replayed.impossible > 0) text += text_of("  ", replayed.impossible, " can be raised on neither side\n");
+  std::string text = concat(replayed.different.size(), " of ", scenario.scenario.size(), " events differ\n");
+  if (replayed.impossible > 0) text += concat("  ", replayed.impossible, " can be raised on neither side\n");
   if (replayed.different.empty()) return text;
   for (const char *aspect : kAspects) {
-    if (const size_t many = count_of(replayed, aspect)) text += text_of("  ", many, " in ", aspect, "\n");
+    if (const size_t many = count_of(replayed, aspect)) text += concat("  ", many, " in ", aspect, "\n");
   }
   for (size_t at = 0; at < std::min(kMostShown, replayed.different.size()); ++at) {
     const DifferentEvent &event = replayed.different[at];
-    text += text_of(event_text(scenario, event.number), ": ", listed(event.aspects), "\n");
+    text += concat(event_text(scenario, event.number), ": ", listed(event.aspects), "\n");
   }
-  if (replayed.different.size() > kMostShown)
-    text += text_of("and ", replayed.different.size() - kMostShown, " more\n");
+  if (replayed.different.size() > kMostShown) text += concat("and ", replayed.different.size() - kMostShown, " more\n");
 
-  text += text_of("the first difference: ", event_text(scenario, replayed.different[0].number), "\n");
+  text += concat("the first difference: ", event_text(scenario, replayed.different[0].number), "\n");
   text += compared(replayed.first_before, replayed.first_after);
-  text += text_of("in ", files.before->path, "\n", indented(replayed.before.text, "  "));
-  text += text_of("in ", files.after->path, "\n", indented(replayed.after.text, "  "));
+  text += concat("in ", files.before->path, "\n", indented(replayed.before.text, "  "));
+  text += concat("in ", files.after->path, "\n", indented(replayed.after.text, "  "));
   return text;
 }
 
@@ -216,7 +215,7 @@ Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario) {
     entry["number"] = event.number + 1;
     entry["event"] = step.event.value;
     entry["target"] = step.target.value;
-    add_place(entry, step.place);
+    add_position(entry, step.position);
     entry["aspects"] = event.aspects;
     json["differences"].push_back(std::move(entry));
   }
@@ -305,7 +304,7 @@ class DiffCommand final : public Command {
     for (const ObjectChange &change : changes)
       std::cout << text_of_change(change, files);
     const Counts counts = count(changes);
-    std::cout << text_of(counts.added, " added, ", counts.removed, " removed, ", counts.changed, " changed\n");
+    std::cout << concat(counts.added, " added, ", counts.removed, " removed, ", counts.changed, " changed\n");
     if (replayed) std::cout << text_of_replay(*replayed, *scenario, files);
   }
 

@@ -73,13 +73,13 @@ class ExplainCommand final : public Command {
   Level level() const { return parse_level(level_).value_or(Level::rules); }
 
   void explain(const PolicyFile &file, const Repository &repository, const Step &step) const {
-    const EventAccount account = Recorder(file).raise(repository, step);
+    const EventExplanation explanation = Recorder(file).raise(repository, step);
     if (json_) {
       Json object = begin_json("explain");
-      object["explanation"] = account_json(account, file, step, level());
+      object["explanation"] = explanation_json(explanation, file, step, level());
       print_json(std::cout, object);
     } else {
-      std::cout << account_text(account, file, step, level(), terminal::colours(terminal::Stream::out));
+      std::cout << explanation_text(explanation, file, step, level(), terminal::colours(terminal::Stream::out));
     }
   }
 

@@ -42,9 +42,9 @@ Json json_of(const graph::Edge &edge) {
 }
 
 std::string caption_of(const PolicyFile &file) {
-  if (file.scenario.empty()) return text_of(file.path, ", without a scenario");
-  return text_of(file.path, ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
-                 " of the scenario. On edges: how often; to a rule or statement: matches of tries.");
+  if (file.scenario.empty()) return concat(file.path, ", without a scenario");
+  return concat(file.path, ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
+                " of the scenario. On edges: how often; to a rule or statement: matches of tries.");
 }
 
 class GraphCommand final : public Command {

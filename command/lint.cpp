@@ -23,16 +23,16 @@ std::string text_of_input(const Input &input) {
   if (input.empty()) return "whatever the attributes are";
   std::string text;
   for (const auto &[attribute, value] : input)
-    text += text_of(text.empty() ? "" : ", ", attribute, " is ", value ? as_word(*value) : "absent");
+    text += concat(text.empty() ? "" : ", ", attribute, " is ", value ? as_word(*value) : "absent");
   return text;
 }
 
 std::string text_of_finding(const PolicyFile &file, const Finding &finding) {
-  const auto at = [&](Place place) { return text_of(file.path, ":", place.line, ":", place.column, ": "); };
-  std::string text = text_of(at(finding.place), lint::to_string(finding.kind), ": ", finding.message, "\n");
+  const auto at = [&](Position position) { return concat(file.path, ":", position.line, ":", position.column, ": "); };
+  std::string text = concat(at(finding.position), lint::to_string(finding.kind), ": ", finding.message, "\n");
   for (const lint::Reason &reason : finding.because)
-    text += text_of("  ", at(reason.place), reason.what, "\n");
-  if (finding.input) text += text_of("  for example: ", text_of_input(*finding.input), "\n");
+    text += concat("  ", at(reason.position), reason.what, "\n");
+  if (finding.input) text += concat("  for example: ", text_of_input(*finding.input), "\n");
   return text;
 }
 
@@ -54,12 +54,12 @@ Json json_of_finding(const Finding &finding) {
   Json object;
   object["kind"] = lint::to_string(finding.kind);
   object["message"] = finding.message;
-  add_place(object, finding.place);
+  add_position(object, finding.position);
   object["because"] = Json::array();
   for (const lint::Reason &reason : finding.because) {
     Json because;
     because["what"] = reason.what;
-    add_place(because, reason.place);
+    add_position(because, reason.position);
     object["because"].push_back(std::move(because));
   }
   object["input"] = finding.input ? json_of_input(*finding.input) : Json(nullptr);
@@ -96,7 +96,7 @@ class LintCommand final : public Command {
       for (const Finding &finding : findings.all)
         std::cout << text_of_finding(*file, finding);
     }
-    if (!findings.complete) complain(text_of(file->path, ": too much to prove: there may be more"));
+    if (!findings.complete) complain(concat(file->path, ": too much to prove: there may be more"));
     return findings.all.empty() ? kSuccess : kNo;
   }
 

@@ -42,7 +42,7 @@ int main(int argc, char **argv) {
   try {
     return run_program(argc, argv);
   } catch (const std::exception &error) {
-    command::complain(simulator::text_of("internal error: ", error.what()));
+    command::complain(simulator::concat("internal error: ", error.what()));
     return command::kInternal;
   }
 }

@@ -18,8 +18,8 @@ CLI::Validator one_of(std::vector<std::string> words) {
     if (std::find(words.begin(), words.end(), word) != words.end()) return {};
     const std::vector<std::string_view> known(words.begin(), words.end());
     const std::string_view near = nearest(word, known);
-    return text_of("'", word, "' is none of ", comma_separated(known),
-                   near.empty() ? "" : text_of("; did you mean '", near, "'?"));
+    return concat("'", word, "' is none of ", comma_separated(known),
+                  near.empty() ? "" : concat("; did you mean '", near, "'?"));
   };
   return {check, std::move(described)};
 }
@@ -29,7 +29,7 @@ std::string check_percentage(const std::string &text) {
   for (uint32_t percentage = 0; percentage <= 100; ++percentage) {
     if (text == std::to_string(percentage)) return {};
   }
-  return text_of("'", text, "' is no whole number from 0 to 100");
+  return concat("'", text, "' is no whole number from 0 to 100");
 }
 
 }  // namespace

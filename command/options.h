@@ -17,7 +17,7 @@ class Options {
  public:
   explicit Options(CLI::App &command) : command_(command) {}
 
-  // Arguments are told by their place, in the order in which they are declared.
+  // Arguments come in the order in which they are declared.
   void required_argument(const char *name, std::string &value, const char *help);
   void required_arguments(const char *name, std::vector<std::string> &values, const char *help);
   void argument(const char *name, std::optional<std::string> &value, const char *help);

@@ -58,7 +58,7 @@ int written(int code) {
 
 Program::Program(const char *name, const char *summary, const char *version, const char *epilogue)
     : parser_(std::make_unique<CLI::App>(summary, name)) {
-  parser_->set_version_flag("--version", text_of(name, " ", version));
+  parser_->set_version_flag("--version", concat(name, " ", version));
   parser_->require_subcommand(1);
   parser_->footer(epilogue);
 }
@@ -129,7 +129,7 @@ int Program::complain_about_arguments(const CLI::ParseError &error, const std::v
   if (!option.empty()) {
     complain_about_option(parser, option);
   } else if (command && looks_like_option(arguments[0])) {
-    complain(text_of("options stand behind the command: zar ", parser.get_name(), " ", arguments[0]));
+    complain(concat("options stand behind the command: zar ", parser.get_name(), " ", arguments[0]));
   } else {
     complain(describe_usage(error, parser, arguments));
   }

@@ -22,7 +22,7 @@ Progress::~Progress() {
 void Progress::step() {
   ++done_;
   if (!shown_ || done_ % kStride != 0) return;
-  std::cerr << text_of(terminal::line_eraser(), done_, " of ", total_, " events") << std::flush;
+  std::cerr << concat(terminal::line_eraser(), done_, " of ", total_, " events") << std::flush;
 }
 
 }  // namespace command

@@ -20,7 +20,7 @@ std::string &origin() {
 }  // namespace
 
 void complain(std::string_view text) {
-  std::cerr << harmless(text_of(origin(), ": ", text)) << '\n';
+  std::cerr << escape_control_characters(concat(origin(), ": ", text)) << '\n';
 }
 
 void complain(const Complaints &complaints) {
@@ -38,7 +38,7 @@ void report(const Diagnostics &diagnostics, const Source &source) {
 
 int report_internal(const Complaints &problems) {
   for (const std::string &problem : problems)
-    complain(text_of("internal error: ", problem));
+    complain(concat("internal error: ", problem));
   return problems.empty() ? kSuccess : kInternal;
 }
 

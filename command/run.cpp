@@ -104,7 +104,7 @@ class RunCommand final : public Command {
     Json bad_files = Json::array();
     std::optional<JsonStream> files = begin_files();
     for (const std::string &path : paths_) {
-      const Apart apart = run_apart(path, [&](std::ostream &answer) {
+      const Apart apart = run_in_child_process(path, [&](std::ostream &answer) {
         std::optional<Prepared> prepared;
         const int code = prepare(path, prepared);
         if (!prepared) return code;
@@ -194,13 +194,13 @@ class RunCommand final : public Command {
     Progress progress(prepared.steps().size());
     size_t number = 0;
     for (const Step &step : prepared.steps()) {
-      const EventAccount account = recorder.raise(repository, step);
+      const EventExplanation explanation = recorder.raise(repository, step);
       Json event;
       event["number"] = ++number;
-      add_place_or_null(event, step.place);
-      event["counts"] = counts_json(account.outcome);
+      add_position_or_null(event, step.position);
+      event["counts"] = counts_json(explanation.outcome);
       event["attributes"] = attributes_json(repository.target_handle(step.target.value));
-      event["explanation"] = account_json(account, file, step, Level::decision);
+      event["explanation"] = explanation_json(explanation, file, step, Level::decision);
       stream.add(event);
       progress.step();
     }

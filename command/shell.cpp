@@ -28,8 +28,8 @@ using session::ToldEvent;
 
 std::string text_of_event(const ToldEvent &event, const PolicyFile &file) {
   if (event.rehearsed)
-    return account_text(event.account, file, event.step, event.level, terminal::colours(terminal::Stream::out));
-  return text_of(event.step.event.value, " at ", event.step.target.value, "\n", outline(event.account));
+    return explanation_text(event.explanation, file, event.step, event.level, terminal::colours(terminal::Stream::out));
+  return concat(event.step.event.value, " at ", event.step.target.value, "\n", outline(event.explanation));
 }
 
 void report_trouble(const session::Trouble &trouble) {
@@ -76,7 +76,7 @@ Status add_line(Session &session, const std::string &line, size_t number, JsonSt
   entry["output"] = reply.output;
   entry["explanation"] = nullptr;
   if (const std::optional<ToldEvent> &event = reply.event)
-    entry["explanation"] = account_json(event->account, session.file(), event->step, event->level);
+    entry["explanation"] = explanation_json(event->explanation, session.file(), event->step, event->level);
   commands.add(entry);
   return reply.status;
 }
@@ -85,7 +85,7 @@ Status add_line(Session &session, const std::string &line, size_t number, JsonSt
 int follow(Session &session, JsonStream *commands) {
   size_t number = 0;
   for (std::string line; std::getline(std::cin, line);) {
-    complain_from(text_of("<stdin>:", ++number));
+    complain_from(concat("<stdin>:", ++number));
     const Status status = commands ? add_line(session, line, number, *commands) : print_line(session, line, number);
     if (status == Status::quit) break;
     if (status == Status::failed) {

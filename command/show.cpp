@@ -97,7 +97,7 @@ class ShowCommand final : public Command {
     if (!chosen_) {
       complain(no_such("kind of object", *kind_, {"policy", "class", "target", "parameter-map"}));
     } else if (listing_ && chosen_->kind != ObjectKind::policy && chosen_->kind != ObjectKind::class_map) {
-      complain(text_of("the library has no listing of ", chosen_->title, "s"));
+      complain(concat("the library has no listing of ", chosen_->title, "s"));
       return false;
     }
     return chosen_ != nullptr;

@@ -1,4 +1,4 @@
-// The one place that knows what a terminal is and the codes that it acts on.
+// All that knows what a terminal is and the codes that it acts on.
 //
 // Colour goes to a terminal only, and never where the environment holds NO_COLOR or the terminal is a dumb one.
 #pragma once

@@ -42,43 +42,44 @@ std::string mark_of(bool passed) {
                  passed ? "ok    " : "FAIL  ");
 }
 
-void tell_test(const PolicyFile &file, const TestOutcome &outcome, const EventAccount &account, Told &told) {
+void tell_test(const PolicyFile &file, const TestOutcome &outcome, const EventExplanation &explanation, Told &told) {
   const Test &test = *outcome.test;
   const bool passed = outcome.failures.empty();
   ++(passed ? told.passed : told.failed);
-  told.text += text_of(mark_of(passed), file.path, ":", test.name.place.line, ": ", harmless(test.name.value), "\n");
+  told.text += concat(mark_of(passed), file.path, ":", test.name.position.line, ": ",
+                      escape_control_characters(test.name.value), "\n");
   Json object;
   object["name"] = test.name.value;
-  add_place(object, test.name.place);
+  add_position(object, test.name.position);
   object["passed"] = passed;
   object["failures"] = Json::array();
   for (const Failure &failure : outcome.failures) {
     told.text +=
-        text_of("  ", failure.what, "\n    expected: ", failure.expected, "\n    actual:   ", failure.actual, "\n");
+        concat("  ", failure.what, "\n    expected: ", failure.expected, "\n    actual:   ", failure.actual, "\n");
     object["failures"].push_back(failure_json(failure));
   }
   if (!passed) {
-    told.text += "  explanation\n" + indented(account_text(account, file, test.step, Level::rules,
-                                                           terminal::colours(terminal::Stream::out)),
+    told.text += "  explanation\n" + indented(explanation_text(explanation, file, test.step, Level::rules,
+                                                               terminal::colours(terminal::Stream::out)),
                                               "    ");
-    object["explanation"] = account_json(account, file, test.step, Level::rules);
+    object["explanation"] = explanation_json(explanation, file, test.step, Level::rules);
   }
   told.json["tests"].push_back(std::move(object));
 }
 
 void tell_part(const PolicyFile &file, const std::string &name, const std::string &verb, const Coverage::Part &part,
                std::string &summary, std::string &missed, Json &json) {
-  if (part.total > 0) summary += text_of("  ", part.covered, " of ", part.total, " ", name, " ", verb, "\n");
+  if (part.total > 0) summary += concat("  ", part.covered, " of ", part.total, " ", name, " ", verb, "\n");
   Json object;
   object["covered"] = part.covered;
   object["total"] = part.total;
   object["missed"] = Json::array();
   for (const Coverage::Missed &what : part.missed) {
-    missed += text_of("  ", file.path, ":", what.place.line, ": ", what.what, " ", what.why, "\n");
+    missed += concat("  ", file.path, ":", what.position.line, ": ", what.what, " ", what.why, "\n");
     Json entry;
     entry["what"] = what.what;
     entry["why"] = what.why;
-    add_place(entry, what.place);
+    add_position(entry, what.position);
     object["missed"].push_back(std::move(entry));
   }
   json[name] = std::move(object);
@@ -100,7 +101,7 @@ uint32_t tell_coverage(const PolicyFile &file, const Coverage &coverage, Told &t
   tell_part(file, "rules", "ran", rules, summary, missed, json);
   tell_part(file, "statements", "matched", statements, summary, missed, json);
   tell_part(file, "filters", "both held and did not", filters, summary, missed, json);
-  told.text += text_of("coverage: ", percent, "%, ", covered, " of ", total, "\n", summary, missed);
+  told.text += concat("coverage: ", percent, "%, ", covered, " of ", total, "\n", summary, missed);
   told.json["coverage"] = std::move(json);
   return percent;
 }
@@ -151,7 +152,7 @@ class TestCommand final : public Command {
     Json files = Json::array();
     Json bad_files = Json::array();
     for (const std::string &path : paths_) {
-      const Apart apart = run_apart(path, [&](std::ostream &answer) { return answer_for(path, answer); });
+      const Apart apart = run_in_child_process(path, [&](std::ostream &answer) { return answer_for(path, answer); });
       worst = std::max(worst, apart.code);
       if (apart.code == kBadFile || apart.code == kInternal) {
         bad_files.push_back(path);
@@ -166,7 +167,7 @@ class TestCommand final : public Command {
     if (json_) {
       write_json(passed, failed, std::move(bad_files), std::move(files));
     } else {
-      std::cout << text_of("all files: ", passed, " passed, ", failed, " failed\n");
+      std::cout << concat("all files: ", passed, " passed, ", failed, " failed\n");
     }
     return worst;
   }
@@ -203,9 +204,9 @@ class TestCommand final : public Command {
     told.json["passed"] = 0;
     told.json["failed"] = 0;
     told.json["tests"] = Json::array();
-    run_tests(*file, repository, [&](const TestOutcome &outcome, const EventAccount &account) {
-      coverage.add(account);
-      tell_test(*file, outcome, account, told);
+    run_tests(*file, repository, [&](const TestOutcome &outcome, const EventExplanation &explanation) {
+      coverage.add(explanation);
+      tell_test(*file, outcome, explanation, told);
     });
     const bool good = sum_up(*file, coverage, told);
     const int code = finish(repository);
@@ -215,10 +216,10 @@ class TestCommand final : public Command {
   bool sum_up(const PolicyFile &file, const Coverage &coverage, Told &told) const {
     told.json["passed"] = told.passed;
     told.json["failed"] = told.failed;
-    told.text += text_of(file.path, ": ", told.passed, " passed, ", told.failed, " failed\n");
+    told.text += concat(file.path, ": ", told.passed, " passed, ", told.failed, " failed\n");
     const uint32_t percent = tell_coverage(file, coverage, told);
-    if (percent < min_coverage_) complain(text_of(file.path, ": ", percent, "% covered, ", min_coverage_, "% wanted"));
-    if (file.tests.empty()) complain(text_of(file.path, ": the file has no tests"));
+    if (percent < min_coverage_) complain(concat(file.path, ": ", percent, "% covered, ", min_coverage_, "% wanted"));
+    if (file.tests.empty()) complain(concat(file.path, ": the file has no tests"));
     return told.failed == 0 && percent >= min_coverage_ && !file.tests.empty();
   }
 

@@ -20,7 +20,7 @@ bool takes_no_value(const CLI::Option &option) {
 
 std::string describe_missing(const CLI::App &parser) {
   for (const CLI::Option *option : parser.get_options()) {
-    if (option->get_required() && option->count() == 0) return text_of(option->get_name(), " is required");
+    if (option->get_required() && option->count() == 0) return concat(option->get_name(), " is required");
   }
   return "a command is missing";
 }
@@ -30,14 +30,14 @@ std::string describe_surplus(const CLI::App &parser) {
   Arguments surplus = parser.remaining();
   if (surplus.empty() && parser.get_parent()) surplus = parser.get_parent()->remaining();
   if (surplus.empty()) return "there is an argument too many";
-  return text_of("'", surplus.front(), "' is one argument too many");
+  return concat("'", surplus.front(), "' is one argument too many");
 }
 
 std::string describe_exclusion(const CLI::App &parser) {
   for (const CLI::Option *option : parser.get_options()) {
     if (option->count() == 0) continue;
     for (const CLI::Option *other : option->get_excludes()) {
-      if (other->count() != 0) return text_of(option->get_name(), " and ", other->get_name(), " exclude each other");
+      if (other->count() != 0) return concat(option->get_name(), " and ", other->get_name(), " exclude each other");
     }
   }
   return "two of the options exclude each other";
@@ -47,7 +47,7 @@ std::string describe_repeated(const CLI::App &parser) {
   for (const CLI::Option *option : parser.get_options()) {
     if (takes_no_value(*option)) continue;
     const auto most = static_cast<size_t>(option->get_items_expected_max());
-    if (option->count() > most) return text_of(option->get_name(), " is given ", option->count(), " times, not once");
+    if (option->count() > most) return concat(option->get_name(), " is given ", option->count(), " times, not once");
   }
   return {};
 }
@@ -57,7 +57,7 @@ std::string describe_flag_with_value(const CLI::App &parser, const Arguments &ar
     const size_t equals = argument.find('=');
     if (equals == std::string::npos) continue;
     const CLI::Option *option = parser.get_option_no_throw(argument.substr(0, equals));
-    if (option && takes_no_value(*option)) return text_of(option->get_name(), " takes no value");
+    if (option && takes_no_value(*option)) return concat(option->get_name(), " takes no value");
   }
   return {};
 }
@@ -67,7 +67,7 @@ std::string describe_missing_value(const CLI::App &parser, const Arguments &argu
   const std::string &last = arguments.back();
   const CLI::Option *option = parser.get_option_no_throw(last.substr(0, last.find('=')));
   if (!option) return {};
-  return text_of(option->get_name(), " needs a value: ", option->get_type_name());
+  return concat(option->get_name(), " needs a value: ", option->get_type_name());
 }
 
 std::string describe_values(const CLI::App &parser, const Arguments &arguments) {

@@ -33,7 +33,7 @@ std::vector<std::string> texts_of(const std::vector<Element> &elements, Text tex
 }
 
 std::string text_of_action(const Action &action) {
-  return to_string(action) + (action.precedence != 0 ? text_of(", precedence ", action.precedence) : "");
+  return to_string(action) + (action.precedence != 0 ? concat(", precedence ", action.precedence) : "");
 }
 
 std::vector<std::string> texts_of_actions(std::vector<Action> actions) {
@@ -47,16 +47,17 @@ std::string owner_text(const std::optional<Name> &client) {
 }
 
 void add_policy(const PolicyMap &policy, std::vector<Object> &objects) {
-  objects.push_back({"policy-map", policy.name.value, "", policy.name.place, {single("domain", policy.domain.value)}});
+  objects.push_back(
+      {"policy-map", policy.name.value, "", policy.name.position, {single("domain", policy.domain.value)}});
   for (const EventRules &event : policy.events) {
-    const std::string name = text_of(policy.name.value, "/", event.event.value);
-    objects.push_back({"event", name, "", event.event.place, {single("match", to_string(event.match))}});
+    const std::string name = concat(policy.name.value, "/", event.event.value);
+    objects.push_back({"event", name, "", event.event.position, {single("match", to_string(event.match))}});
     for (const Rule &rule : event.rules) {
       objects.push_back(
           {"rule",
            rule_name(policy, event, rule),
-           text_of(name, " ", rule.class_map.value),
-           rule.place,
+           concat(name, " ", rule.class_map.value),
+           rule.position,
            {single("number", std::to_string(rule.number)), single("class-map", rule.class_map.value),
             single("execute", to_string(rule.execute)), ordered_list("actions", texts_of_actions(rule.actions))}});
     }
@@ -64,12 +65,12 @@ void add_policy(const PolicyMap &policy, std::vector<Object> &objects) {
 }
 
 void add_parameter_map(const ParameterMap &map, std::vector<Object> &objects) {
-  objects.push_back({"parameter-map", map.name.value, "", map.name.place, {}});
+  objects.push_back({"parameter-map", map.name.value, "", map.name.position, {}});
   for (const Statement &statement : map.statements) {
     objects.push_back({"statement",
-                       text_of(map.name.value, "/", statement.index),
+                       concat(map.name.value, "/", statement.index),
                        "",
-                       statement.place,
+                       statement.position,
                        {list("filters", texts_of(statement.filters, filter_text)),
                         ordered_list("actions", texts_of_actions(statement.actions))}});
   }
@@ -83,18 +84,18 @@ std::vector<Object> objects_of(const PolicyFile &file) {
     objects.push_back({"client",
                        client.name.value,
                        "",
-                       client.name.place,
+                       client.name.position,
                        {single("database", client.own_database ? "own" : "default")}});
   }
   for (const Domain &domain : file.domains) {
     objects.push_back(
-        {"domain", domain.name.value, "", domain.name.place, {single("owner", owner_text(domain.owner))}});
+        {"domain", domain.name.value, "", domain.name.position, {single("owner", owner_text(domain.owner))}});
   }
   for (const ClassMap &map : file.class_maps) {
     objects.push_back({"class-map",
                        map.name.value,
                        "",
-                       map.name.place,
+                       map.name.position,
                        {single("domain", map.domain.value), single("match", to_string(map.match)),
                         list("filters", texts_of(map.filters, filter_text))}});
   }
@@ -107,11 +108,11 @@ std::vector<Object> objects_of(const PolicyFile &file) {
         {"target",
          target.name.value,
          "",
-         target.name.place,
+         target.name.position,
          {single("client", owner_text(target.client)),
           list("attributes",
                texts_of(target.attributes,
-                        [](const Assignment &a) { return text_of(a.attribute.value, " ", as_word(a.text)); })),
+                        [](const Assignment &a) { return concat(a.attribute.value, " ", as_word(a.text)); })),
           ordered_list("policies", texts_of(target.policies, [](const Name &name) { return name.value; }))}});
   }
   return objects;
@@ -160,9 +161,9 @@ class Comparison {
         paired_(after_.size()) {}
 
   std::vector<ObjectChange> run() {
-    pair_by([](const Object &object) { return text_of(object.kind, " ", object.name); });
+    pair_by([](const Object &object) { return concat(object.kind, " ", object.name); });
     pair_by([](const Object &object) {
-      return object.second_name.empty() ? "" : text_of(object.kind, " ", object.second_name);
+      return object.second_name.empty() ? "" : concat(object.kind, " ", object.second_name);
     });
     collect();
     return std::move(changes_);
@@ -206,7 +207,7 @@ class Comparison {
 
   std::vector<Object> before_;
   std::vector<Object> after_;
-  std::vector<size_t> pair_of_;  // of each of 'before_': its place in 'after_'
+  std::vector<size_t> pair_of_;  // of each of 'before_': its index in 'after_'
   std::vector<bool> paired_;     // of each of 'after_'
   std::vector<ObjectChange> changes_;
 };

@@ -26,7 +26,7 @@ struct Object {
   std::string kind;
   std::string name;
   std::string second_name;  // another one to know it by; may be empty
-  Place place;
+  Position position;
   std::vector<Property> properties;  // in a fixed order for each kind
 };
 

@@ -28,14 +28,14 @@ class Player {
 
   // Calls 'each' with every step as this file has it, why it cannot be raised, and what came of it. Answers an exit code.
   int play(const std::vector<Step> &steps,
-           const std::function<void(const Step &, const std::string &, const EventAccount &)> &each) const {
+           const std::function<void(const Step &, const std::string &, const EventExplanation &)> &each) const {
     Repository repository(*file_);
     if (repository.build()) {
       Recorder recorder(*file_);
       for (const Step &given : steps) {
         const Step step = known_part_of(given);
         const std::string impossible = why_impossible(step);
-        each(step, impossible, impossible.empty() ? recorder.raise(repository, step) : EventAccount());
+        each(step, impossible, impossible.empty() ? recorder.raise(repository, step) : EventExplanation());
       }
     }
     return command::finish(repository);
@@ -47,18 +47,18 @@ class Player {
     Step known = step;
     std::erase_if(known.set, [&](const Assignment &set) { return !attributes_.contains(set.attribute.value); });
     std::erase_if(known.clear, [&](const Name &attribute) { return !attributes_.contains(attribute.value); });
-    // The places are those of another file.
-    known.place = {};
+    // The positions are those of another file.
+    known.position = {};
     for (Assignment &set : known.set)
-      set.attribute.place = {};
+      set.attribute.position = {};
     for (Name &attribute : known.clear)
-      attribute.place = {};
+      attribute.position = {};
     return known;
   }
 
   std::string why_impossible(const Step &step) const {
-    if (file_->event_id(step.event.value) == 0) return text_of("no policy-map handles the event ", step.event.value);
-    if (!file_->find_target(step.target.value)) return text_of("there is no target ", step.target.value);
+    if (file_->event_id(step.event.value) == 0) return concat("no policy-map handles the event ", step.event.value);
+    if (!file_->find_target(step.target.value)) return concat("there is no target ", step.target.value);
     return {};
   }
 
@@ -66,14 +66,14 @@ class Player {
   std::unordered_set<std::string_view> attributes_;
 };
 
-Decided decided_by(const std::string &impossible, const EventAccount &account) {
+Decided decided_by(const std::string &impossible, const EventExplanation &explanation) {
   if (!impossible.empty()) return {.impossible = impossible};
-  Decided decided{.verdict = to_string(account.outcome.verdict), .log = logs(account)};
-  for (const RuleRun &run : rules_run(account)) {
+  Decided decided{.verdict = to_string(explanation.outcome.verdict), .log = logs(explanation)};
+  for (const RuleRun &run : rules_run(explanation)) {
     decided.rules.push_back(
-        text_of(run.policy->name.value, "/", run.event->event.value, " ", run.rule->class_map->name.value));
+        concat(run.policy->name.value, "/", run.event->event.value, " ", run.rule->class_map->name.value));
   }
-  for (Change &change : net_changes(account))
+  for (Change &change : net_changes(explanation))
     decided.changed[engine::attribute_name(change.attribute)] = std::move(change.after);
   return decided;
 }
@@ -96,11 +96,11 @@ Decided from_json(const Json &json) {
 }  // namespace
 
 std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps) {
-  const command::Apart apart = command::run_apart(file.path, [&](std::ostream &answer) {
+  const command::Apart apart = command::run_in_child_process(file.path, [&](std::ostream &answer) {
     Json all = Json::array();
     const int code =
-        Player(file).play(steps, [&](const Step &, const std::string &impossible, const EventAccount &account) {
-          all.push_back(to_json(decided_by(impossible, account)));
+        Player(file).play(steps, [&](const Step &, const std::string &impossible, const EventExplanation &explanation) {
+          all.push_back(to_json(decided_by(impossible, explanation)));
         });
     answer << all.dump();
     return code;
@@ -114,16 +114,16 @@ std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::ve
 
 std::optional<Explanation> explain(const PolicyFile &file, const std::vector<Step> &steps, size_t number) {
   const std::vector<Step> up_to(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(number) + 1);
-  const command::Apart apart = command::run_apart(file.path, [&](std::ostream &answer) {
+  const command::Apart apart = command::run_in_child_process(file.path, [&](std::ostream &answer) {
     Json explanation;
     size_t at = 0;
-    const int code =
-        Player(file).play(up_to, [&](const Step &step, const std::string &impossible, const EventAccount &account) {
-          if (at++ != number) return;
-          const bool possible = impossible.empty();
-          explanation = {possible ? account_text(account, file, step, Level::rules, Colours::off) : impossible + "\n",
-                         possible ? account_json(account, file, step, Level::rules) : Json(nullptr)};
-        });
+    const int code = Player(file).play(up_to, [&](const Step &step, const std::string &impossible,
+                                                  const EventExplanation &raised) {
+      if (at++ != number) return;
+      const bool possible = impossible.empty();
+      explanation = {possible ? explanation_text(raised, file, step, Level::rules, Colours::off) : impossible + "\n",
+                     possible ? explanation_json(raised, file, step, Level::rules) : Json(nullptr)};
+    });
     command::print_json(answer, explanation);
     return code;
   });

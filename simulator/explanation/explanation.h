@@ -1,4 +1,4 @@
-// The account of an event: everything that was tried, what held, what ran, and what it changed.
+// The explanation of an event: everything that was tried, what held, what ran, and what it changed.
 //
 // A Recorder writes one down; texts, JSON and counts are made of it. It points into the policy file and into the
 // repository's data and is good as long as both are.
@@ -14,10 +14,10 @@
 
 namespace simulator {
 
-struct EventAccount;
-struct MapAccount;
+struct EventExplanation;
+struct ParameterMapExplanation;
 
-struct FilterAccount {
+struct FilterExplanation {
   const Filter *filter = nullptr;
   bool asked = false;  // false: the outcome was certain without it
   bool holds = false;  // no-match taken into account; of one that was not asked: what it would have said
@@ -30,50 +30,50 @@ struct Change {
   std::optional<std::string> after{};
 };
 
-struct ActionAccount {
+struct ActionExplanation {
   const Action *action = nullptr;
   bool failed = false;
   bool refused = false;  // an event or a parameter-map that was nested too deep or too often
   engine::Verdict decided = engine::Verdict::none;
   std::vector<Change> changes{};
-  std::unique_ptr<EventAccount> raised{};  // of a raise that was not refused
-  std::unique_ptr<MapAccount> applied{};   // of an apply
+  std::unique_ptr<EventExplanation> raised{};          // of a raise that was not refused
+  std::unique_ptr<ParameterMapExplanation> applied{};  // of an apply
 };
 
-struct StatementAccount {
+struct StatementExplanation {
   const Statement *statement = nullptr;
   bool matched = false;
-  std::vector<FilterAccount> filters{};
+  std::vector<FilterExplanation> filters{};
 };
 
-struct MapAccount {
+struct ParameterMapExplanation {
   const ParameterMap *map = nullptr;
-  std::vector<StatementAccount> statements{};  // up to the one that matched
-  std::vector<ActionAccount> actions{};        // of the statement that matched
+  std::vector<StatementExplanation> statements{};  // up to the one that matched
+  std::vector<ActionExplanation> actions{};        // of the statement that matched
 
   bool matched() const { return !statements.empty() && statements.back().matched; }
 };
 
-struct RuleAccount {
+struct RuleExplanation {
   const Rule *rule = nullptr;
   const ClassMap *class_map = nullptr;
   bool matched = false;
-  std::vector<FilterAccount> filters{};  // of the class-map, in the order of asking
-  std::vector<ActionAccount> actions{};
+  std::vector<FilterExplanation> filters{};  // of the class-map, in the order of asking
+  std::vector<ActionExplanation> actions{};
   bool cut_short = false;  // the exec criteria left the rest of the actions out
 };
 
-struct PolicyAccount {
+struct PolicyExplanation {
   const PolicyMap *policy = nullptr;
-  const EventRules *event = nullptr;  // NULL: the policy-map does not handle the event
-  std::vector<RuleAccount> rules{};   // the ones that were tried
+  const EventRules *event = nullptr;     // NULL: the policy-map does not handle the event
+  std::vector<RuleExplanation> rules{};  // the ones that were tried
 
   bool any_matched() const;
 };
 
-struct EventAccount {
+struct EventExplanation {
   std::string event{};
-  std::vector<PolicyAccount> policies{};  // all that are active on the target
+  std::vector<PolicyExplanation> policies{};  // all that are active on the target
   engine::Outcome outcome{};
 
   // Where a rule of any policy-map matched.
@@ -84,30 +84,30 @@ struct EventAccount {
 struct RuleRun {
   const PolicyMap *policy;
   const EventRules *event;
-  const RuleAccount *rule;
+  const RuleExplanation *rule;
 };
 
 // The rules that ran, in the order in which they began, those of raised events included.
-std::vector<RuleRun> rules_run(const EventAccount &account);
+std::vector<RuleRun> rules_run(const EventExplanation &explanation);
 // The texts that were logged, in order.
-std::vector<std::string> logs(const EventAccount &account);
+std::vector<std::string> logs(const EventExplanation &explanation);
 // What the event changed in the end, in the order of the first changes; what is as it was before is left out.
-std::vector<Change> net_changes(const EventAccount &account);
+std::vector<Change> net_changes(const EventExplanation &explanation);
 
 // The last permit or deny that ran for this very event.
 struct Decision {
   RuleRun rule;
-  const ActionAccount *action;
+  const ActionExplanation *action;
 };
-std::optional<Decision> decision(const EventAccount &account);
+std::optional<Decision> decision(const EventExplanation &explanation);
 
 // Calls 'visit' with every action that ran, in the order in which they ended; of nested ones first.
 template <class Visit>
-void for_each_action(const EventAccount &account, Visit visit);
+void for_each_action(const EventExplanation &explanation, Visit visit);
 
 template <class Visit>
-void for_each_action(const std::vector<ActionAccount> &actions, Visit visit) {
-  for (const ActionAccount &action : actions) {
+void for_each_action(const std::vector<ActionExplanation> &actions, Visit visit) {
+  for (const ActionExplanation &action : actions) {
     if (action.raised) for_each_action(*action.raised, visit);
     if (action.applied) for_each_action(action.applied->actions, visit);
     visit(action);
@@ -115,9 +115,9 @@ void for_each_action(const std::vector<ActionAccount> &actions, Visit visit) {
 }
 
 template <class Visit>
-void for_each_action(const EventAccount &account, Visit visit) {
-  for (const PolicyAccount &policy : account.policies) {
-    for (const RuleAccount &rule : policy.rules)
+void for_each_action(const EventExplanation &explanation, Visit visit) {
+  for (const PolicyExplanation &policy : explanation.policies) {
+    for (const RuleExplanation &rule : policy.rules)
       for_each_action(rule.actions, visit);
   }
 }

@@ -20,14 +20,14 @@ Json list_of(const Elements &elements, Each each) {
   return all;
 }
 
-Json filter_json(const FilterAccount &filter) {
+Json filter_json(const FilterExplanation &filter) {
   Json object;
   object["filter"] = filter_text(*filter.filter);
   object["attribute"] = filter.filter->attribute.value;
   object["value"] = text_or_null(filter.value);
   object["asked"] = filter.asked;
   object["holds"] = filter.holds;
-  add_place(object, filter.filter->place);
+  add_position(object, filter.filter->position);
   return object;
 }
 
@@ -35,7 +35,7 @@ Json rule_run_json(const RuleRun &run) {
   Json object;
   object["rule"] = rule_name(*run.policy, *run.event, *run.rule->rule);
   object["class_map"] = run.rule->class_map->name.value;
-  add_place(object, run.rule->rule->place);
+  add_position(object, run.rule->rule->position);
   return object;
 }
 
@@ -57,7 +57,7 @@ Json nearest_json(const std::optional<NearestStatement> &nearest) {
   if (!nearest) return nullptr;
   Json object;
   object["index"] = nearest->statement->statement->index;
-  add_place(object, nearest->statement->statement->place);
+  add_position(object, nearest->statement->statement->position);
   object.update(missing_json(nearest->shortfall));
   return object;
 }
@@ -66,72 +66,72 @@ class Builder {
  public:
   explicit Builder(Level level) : level_(level) {}
 
-  Json event(const EventAccount &account) const {
+  Json event(const EventExplanation &explanation) const {
     Json object;
-    object["event"] = account.event;
-    object["verdict"] = to_string(account.outcome.verdict);
-    object["policies"] = list_of(account.policies, [&](const PolicyAccount &active) { return policy(active); });
+    object["event"] = explanation.event;
+    object["verdict"] = to_string(explanation.outcome.verdict);
+    object["policies"] = list_of(explanation.policies, [&](const PolicyExplanation &active) { return policy(active); });
     return object;
   }
 
  private:
-  Json policy(const PolicyAccount &policy) const {
+  Json policy(const PolicyExplanation &policy) const {
     Json object;
     object["policy_map"] = policy.policy->name.value;
     object["handles_event"] = policy.event != nullptr;
-    add_place(object, policy.event ? policy.event->event.place : policy.policy->name.place);
+    add_position(object, policy.event ? policy.event->event.position : policy.policy->name.position);
     if (!policy.event) return object;
     object["match"] = to_string(policy.event->match);
-    object["rules"] = list_of(policy.rules, [&](const RuleAccount &tried) { return rule(tried); });
+    object["rules"] = list_of(policy.rules, [&](const RuleExplanation &tried) { return rule(tried); });
     if (!policy.any_matched()) object["nearest"] = nearest_json(nearest_rule(policy));
     return object;
   }
 
-  Json rule(const RuleAccount &rule) const {
+  Json rule(const RuleExplanation &rule) const {
     Json object;
     object["number"] = rule.rule->number;
     object["class_map"] = rule.class_map->name.value;
     object["match"] = to_string(rule.class_map->match);
     object["matched"] = rule.matched;
-    add_place(object, rule.rule->place);
+    add_position(object, rule.rule->position);
     add_filters(object, rule.filters);
-    object["actions"] = list_of(rule.actions, [&](const ActionAccount &ran) { return action(ran); });
+    object["actions"] = list_of(rule.actions, [&](const ActionExplanation &ran) { return action(ran); });
     object["cut_short"] = rule.cut_short && rule.actions.size() < rule.rule->actions.size();
     return object;
   }
 
-  Json action(const ActionAccount &action) const {
+  Json action(const ActionExplanation &action) const {
     Json object;
     object["number"] = action.action->number;
     object["action"] = to_string(*action.action);
     object["failed"] = action.failed;
     object["refused"] = action.refused;
-    add_place(object, action.action->place);
+    add_position(object, action.action->position);
     object["changes"] = list_of(action.changes, change_json);
     if (action.raised) object["raised"] = event(*action.raised);
     if (action.applied && !action.refused) object["applied"] = map(*action.applied);
     return object;
   }
 
-  Json map(const MapAccount &map) const {
+  Json map(const ParameterMapExplanation &map) const {
     Json object;
     object["parameter_map"] = map.map->name.value;
-    object["statements"] = list_of(map.statements, [&](const StatementAccount &asked) { return statement(asked); });
-    object["actions"] = list_of(map.actions, [&](const ActionAccount &ran) { return action(ran); });
+    object["statements"] = list_of(map.statements, [&](const StatementExplanation &asked) { return statement(asked); });
+    object["actions"] = list_of(map.actions, [&](const ActionExplanation &ran) { return action(ran); });
     if (!map.matched()) object["nearest"] = nearest_json(nearest_statement(map));
     return object;
   }
 
-  Json statement(const StatementAccount &statement) const {
+  Json statement(const StatementExplanation &statement) const {
     Json object;
     object["index"] = statement.statement->index;
     object["matched"] = statement.matched;
-    add_place(object, statement.statement->place);
+    add_position(object, statement.statement->position);
     add_filters(object, statement.filters);
     return object;
   }
 
-  void add_filters(Json &object, const std::vector<FilterAccount> &filters) const {
+  void add_filters(Json &object, const std::vector<FilterExplanation> &filters) const {
     if (level_ == Level::filters) object["filters"] = list_of(filters, filter_json);
   }
 
@@ -165,7 +165,7 @@ Json decided_json(const std::optional<Decision> &decided) {
   Json action;
   action["number"] = decided->action->action->number;
   action["action"] = to_string(*decided->action->action);
-  add_place(action, decided->action->action->place);
+  add_position(action, decided->action->action->position);
   object["action"] = std::move(action);
   return object;
 }
@@ -180,20 +180,20 @@ Json change_json(const Change &change) {
   return object;
 }
 
-Json account_json(const EventAccount &account, const PolicyFile &file, const Step &step, Level level) {
+Json explanation_json(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level) {
   Json object;
   object["file"] = file.path;
-  object["event"] = account.event;
+  object["event"] = explanation.event;
   object["target"] = step.target.value;
   object["given"] = given_json(step);
   object["level"] = name_of(level);
-  object["verdict"] = to_string(account.outcome.verdict);
-  object["decided_by"] = decided_json(decision(account));
-  object["rules_run"] = list_of(rules_run(account), rule_run_json);
-  object["changes"] = list_of(net_changes(account), change_json);
-  object["log"] = logs(account);
-  if (!account.any_matched()) object["nearest"] = nearest_json(nearest_rule(account));
-  if (level != Level::decision) object["policies"] = Builder(level).event(account)["policies"];
+  object["verdict"] = to_string(explanation.outcome.verdict);
+  object["decided_by"] = decided_json(decision(explanation));
+  object["rules_run"] = list_of(rules_run(explanation), rule_run_json);
+  object["changes"] = list_of(net_changes(explanation), change_json);
+  object["log"] = logs(explanation);
+  if (!explanation.any_matched()) object["nearest"] = nearest_json(nearest_rule(explanation));
+  if (level != Level::decision) object["policies"] = Builder(level).event(explanation)["policies"];
   return object;
 }
 

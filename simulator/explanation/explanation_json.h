@@ -1,4 +1,4 @@
-// The account of an event as JSON.
+// The explanation of an event as JSON.
 #pragma once
 
 #include "simulator/explanation/explanation_text.h"
@@ -7,7 +7,7 @@
 namespace simulator {
 
 // Everything that the text of the same level tells, and the numbers behind it.
-Json account_json(const EventAccount &account, const PolicyFile &file, const Step &step, Level level);
+Json explanation_json(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level);
 
 // {"attribute", "before", "after"}; null is an absent value.
 Json change_json(const Change &change);

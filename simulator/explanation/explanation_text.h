@@ -1,4 +1,4 @@
-// The account of an event as a tree that a person reads.
+// The explanation of an event as a tree that a person reads.
 #pragma once
 
 #include <optional>
@@ -10,7 +10,7 @@
 
 namespace simulator {
 
-// How much of an account is shown.
+// How much of an explanation is shown.
 enum class Level : uint8_t {
   decision,  // what decided, what changed, and why nothing matched where nothing did
   rules,     // every policy-map and rule that was tried, every action that ran
@@ -20,8 +20,8 @@ enum class Level : uint8_t {
 // "decision", "rules" or "filters".
 std::optional<Level> parse_level(std::string_view word);
 
-// A line for each step; each begins with the place in the policy file that it comes from.
-std::string account_text(const EventAccount &account, const PolicyFile &file, const Step &step, Level level,
-                         Colours colours);
+// A line for each step; each begins with the position in the policy file that it comes from.
+std::string explanation_text(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level,
+                             Colours colours);
 
 }  // namespace simulator

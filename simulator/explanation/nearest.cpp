@@ -16,9 +16,9 @@ bool is_nearer(const Shortfall &a, const Shortfall &b) {
 }
 
 // Every filter has to answer 'wanted'.
-Shortfall shortfall_of_all(const std::vector<FilterAccount> &filters, bool wanted) {
+Shortfall shortfall_of_all(const std::vector<FilterExplanation> &filters, bool wanted) {
   Shortfall shortfall;
-  for (const FilterAccount &filter : filters) {
+  for (const FilterExplanation &filter : filters) {
     if (filter.holds == wanted) {
       if (!shortfall.first) ++shortfall.before_first;
       continue;
@@ -36,7 +36,7 @@ void keep_nearer(std::optional<Nearest> &nearest, const Nearest &other) {
 
 }  // namespace
 
-Shortfall shortfall(const RuleAccount &rule) {
+Shortfall shortfall(const RuleExplanation &rule) {
   if (rule.class_map->match != ClassMatch::any)
     return shortfall_of_all(rule.filters, rule.class_map->match == ClassMatch::all);
   // One of them would do.
@@ -44,11 +44,11 @@ Shortfall shortfall(const RuleAccount &rule) {
 }
 
 // Of the filters of one attribute one has to hold.
-Shortfall shortfall(const StatementAccount &statement) {
-  std::vector<FilterAccount> of_attributes;
-  std::vector<const FilterAccount *> firsts;
-  for (const FilterAccount &filter : statement.filters) {
-    const auto known = std::find_if(firsts.begin(), firsts.end(), [&](const FilterAccount *first) {
+Shortfall shortfall(const StatementExplanation &statement) {
+  std::vector<FilterExplanation> of_attributes;
+  std::vector<const FilterExplanation *> firsts;
+  for (const FilterExplanation &filter : statement.filters) {
+    const auto known = std::find_if(firsts.begin(), firsts.end(), [&](const FilterExplanation *first) {
       return first->filter->attribute.value == filter.filter->attribute.value;
     });
     if (known == firsts.end()) {
@@ -63,24 +63,24 @@ Shortfall shortfall(const StatementAccount &statement) {
   return shortfall;
 }
 
-std::optional<NearestRule> nearest_rule(const PolicyAccount &policy) {
+std::optional<NearestRule> nearest_rule(const PolicyExplanation &policy) {
   std::optional<NearestRule> nearest;
-  for (const RuleAccount &rule : policy.rules)
+  for (const RuleExplanation &rule : policy.rules)
     keep_nearer(nearest, NearestRule{&policy, &rule, shortfall(rule)});
   return nearest;
 }
 
-std::optional<NearestRule> nearest_rule(const EventAccount &account) {
+std::optional<NearestRule> nearest_rule(const EventExplanation &explanation) {
   std::optional<NearestRule> nearest;
-  for (const PolicyAccount &policy : account.policies) {
+  for (const PolicyExplanation &policy : explanation.policies) {
     if (const std::optional<NearestRule> of_policy = nearest_rule(policy)) keep_nearer(nearest, *of_policy);
   }
   return nearest;
 }
 
-std::optional<NearestStatement> nearest_statement(const MapAccount &map) {
+std::optional<NearestStatement> nearest_statement(const ParameterMapExplanation &map) {
   std::optional<NearestStatement> nearest;
-  for (const StatementAccount &statement : map.statements)
+  for (const StatementExplanation &statement : map.statements)
     keep_nearer(nearest, NearestStatement{&statement, shortfall(statement)});
   return nearest;
 }

@@ -7,28 +7,28 @@ namespace simulator {
 
 // What would have had to be otherwise for a class-map or a statement to match.
 struct Shortfall {
-  size_t missing = 0;                    // how many filters would have to change their answer
-  size_t before_first = 0;               // how many answered as needed before the first of these
-  const FilterAccount *first = nullptr;  // NULL: no filters, and no way to match
+  size_t missing = 0;                        // how many filters would have to change their answer
+  size_t before_first = 0;                   // how many answered as needed before the first of these
+  const FilterExplanation *first = nullptr;  // NULL: no filters, and no way to match
 };
 
-Shortfall shortfall(const RuleAccount &rule);
-Shortfall shortfall(const StatementAccount &statement);
+Shortfall shortfall(const RuleExplanation &rule);
+Shortfall shortfall(const StatementExplanation &statement);
 
 // The one with the fewest missing filters; of equals the one that got furthest, then the earlier one.
 struct NearestRule {
-  const PolicyAccount *policy = nullptr;
-  const RuleAccount *rule = nullptr;
+  const PolicyExplanation *policy = nullptr;
+  const RuleExplanation *rule = nullptr;
   Shortfall shortfall{};
 };
 struct NearestStatement {
-  const StatementAccount *statement = nullptr;
+  const StatementExplanation *statement = nullptr;
   Shortfall shortfall{};
 };
 
 // Nothing where no rule was tried.
-std::optional<NearestRule> nearest_rule(const PolicyAccount &policy);
-std::optional<NearestRule> nearest_rule(const EventAccount &account);
-std::optional<NearestStatement> nearest_statement(const MapAccount &map);
+std::optional<NearestRule> nearest_rule(const PolicyExplanation &policy);
+std::optional<NearestRule> nearest_rule(const EventExplanation &explanation);
+std::optional<NearestStatement> nearest_statement(const ParameterMapExplanation &map);
 
 }  // namespace simulator

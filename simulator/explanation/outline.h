@@ -9,6 +9,6 @@ namespace simulator {
 
 // What did not match is left out, but for policy-maps of which no rule matched. Every line is indented by two at least.
 // Nothing for an event that could not be raised.
-std::string outline(const EventAccount &account);
+std::string outline(const EventExplanation &explanation);
 
 }  // namespace simulator

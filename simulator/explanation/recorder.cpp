@@ -43,7 +43,7 @@ Recorder::~Recorder() {
   engine::observe(nullptr);
 }
 
-EventAccount Recorder::raise(const Repository &repository, const Step &step) {
+EventExplanation Recorder::raise(const Repository &repository, const Step &step) {
   root_ = {};
   const engine::Outcome outcome = run_step(*file_, repository, step);
   root_.event = step.event.value;
@@ -52,17 +52,17 @@ EventAccount Recorder::raise(const Repository &repository, const Step &step) {
 }
 
 void Recorder::event_begins(const engine::Run &run) {
-  EventAccount *account = &root_;
+  EventExplanation *explanation = &root_;
   if (run.depth() > 0) {
-    action().raised = std::make_unique<EventAccount>();
-    account = action().raised.get();
+    action().raised = std::make_unique<EventExplanation>();
+    explanation = action().raised.get();
   }
-  account->event = file_->events[run.event_id() - 1];
-  frames_.push_back({account, &run, {}});
+  explanation->event = file_->events[run.event_id() - 1];
+  frames_.push_back({explanation, &run, {}});
 }
 
 void Recorder::event_ends(const engine::Run &, const engine::Outcome &outcome) {
-  frames_.back().account->outcome = outcome;
+  frames_.back().explanation->outcome = outcome;
   frames_.pop_back();
 }
 
@@ -73,10 +73,10 @@ void Recorder::nested_too_deep(const engine::Run &) {
 void Recorder::policy_begins(const zar_pmap &pmap, const zar_event_tuple *tuple) {
   const PolicyMap *policy = file_->find_policy_map(zar_get_pmap_name(pmap.handle));
   const EventRules *event = tuple ? find_event(*policy, zar_get_event_name(tuple->handle)) : nullptr;
-  frames_.back().account->policies.push_back({policy, event, {}});
+  frames_.back().explanation->policies.push_back({policy, event, {}});
 }
 
-FilterAccount Recorder::ask(const Filter &filter) const {
+FilterExplanation Recorder::ask(const Filter &filter) const {
   const engine::Run &run = *frames_.back().run;
   const engine::Attribute *value = run.attribute(engine::register_attribute(filter.attribute.value));
   return {&filter, true, client::holds(filter, value), value ? std::optional(value->text) : std::nullopt};
@@ -98,7 +98,7 @@ void Recorder::class_evaluated(const zar_cmap &cmap, bool, const zar_filter *) {
 }
 
 void Recorder::rule_begins(const zar_class_action &rule, bool matches) {
-  PolicyAccount &of = policy();
+  PolicyExplanation &of = policy();
   const ClassMap *class_map = file_->find_class_map(zar_get_cmap_name(rule.cmap->handle));
   of.rules.push_back({find_rule(*of.event, rule.class_num), class_map, matches, std::move(filters_), {}});
   filters_.clear();
@@ -109,16 +109,16 @@ void Recorder::rule_cut_short(const zar_class_action &, const zar_action &) {
 }
 
 // Where the next action of this event belongs: to the parameter-map that an action applies, or else to the rule.
-std::vector<ActionAccount> &Recorder::actions() {
+std::vector<ActionExplanation> &Recorder::actions() {
   if (frames_.back().actions_under_way.empty()) return rule().actions;
   return action().applied->actions;
 }
 
 void Recorder::action_begins(const zar_action &record) {
-  ActionAccount &begun = actions().emplace_back();
+  ActionExplanation &begun = actions().emplace_back();
   begun.action = &client::action_of(record);
   if (begun.action->kind == ActionKind::apply) {
-    begun.applied = std::make_unique<MapAccount>();
+    begun.applied = std::make_unique<ParameterMapExplanation>();
     begun.applied->map = file_->find_parameter_map(begun.action->subject.value);
   }
   frames_.back().actions_under_way.push_back(&begun);
@@ -130,8 +130,8 @@ void Recorder::action_ends(const zar_action &, uint32_t result) {
 }
 
 void Recorder::statement_evaluated(const zar_pmtr_map &, const zar_pmtr_map_stmt &record, bool matches) {
-  MapAccount &applied = *action().applied;
-  StatementAccount &asked = applied.statements.emplace_back();
+  ParameterMapExplanation &applied = *action().applied;
+  StatementExplanation &asked = applied.statements.emplace_back();
   asked.statement = find_statement(*applied.map, record.map_index);
   asked.matched = matches;
   for (const Filter &filter : asked.statement->filters)

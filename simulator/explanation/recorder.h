@@ -1,4 +1,4 @@
-// Writes down the account of every event that is raised while it observes.
+// Records the explanation of every event that is raised while it observes.
 #pragma once
 
 #include <vector>
@@ -17,7 +17,7 @@ class Recorder : public engine::Observer {
   Recorder &operator=(const Recorder &) = delete;
 
   // Runs a step on the repository of the file. An event that could not be raised has nothing but its status.
-  EventAccount raise(const Repository &repository, const Step &step);
+  EventExplanation raise(const Repository &repository, const Step &step);
 
   void event_begins(const engine::Run &run) override;
   void event_ends(const engine::Run &run, const engine::Outcome &outcome) override;
@@ -36,21 +36,21 @@ class Recorder : public engine::Observer {
  private:
   // An event under way. Events within events put several on the stack.
   struct Frame {
-    EventAccount *account;
+    EventExplanation *explanation;
     const engine::Run *run;
-    std::vector<ActionAccount *> actions_under_way;
+    std::vector<ActionExplanation *> actions_under_way;
   };
 
-  PolicyAccount &policy() { return frames_.back().account->policies.back(); }
-  RuleAccount &rule() { return policy().rules.back(); }
-  ActionAccount &action() { return *frames_.back().actions_under_way.back(); }
-  std::vector<ActionAccount> &actions();
-  FilterAccount ask(const Filter &filter) const;
+  PolicyExplanation &policy() { return frames_.back().explanation->policies.back(); }
+  RuleExplanation &rule() { return policy().rules.back(); }
+  ActionExplanation &action() { return *frames_.back().actions_under_way.back(); }
+  std::vector<ActionExplanation> &actions();
+  FilterExplanation ask(const Filter &filter) const;
 
   const PolicyFile *file_;
-  EventAccount root_;
+  EventExplanation root_;
   std::vector<Frame> frames_;
-  std::vector<FilterAccount> filters_;  // of the class-map under evaluation, then of the rule that begins
+  std::vector<FilterExplanation> filters_;  // of the class-map under evaluation, then of the rule that begins
 };
 
 }  // namespace simulator

@@ -60,7 +60,7 @@ class KeptAttributes {
 
 }  // namespace
 
-EventAccount rehearse(const PolicyFile &file, const Repository &repository, const Step &step) {
+EventExplanation rehearse(const PolicyFile &file, const Repository &repository, const Step &step) {
   Rehearsal rehearsal(file);
   // A target without room for attributes has none to keep, and no event can be raised on it.
   std::optional<KeptAttributes> kept;

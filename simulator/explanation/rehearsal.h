@@ -8,6 +8,6 @@ namespace simulator {
 
 // Does what run_step does and takes it back: the attributes of the target, the counters of filters and actions. Nothing
 // else changes when an event is raised.
-EventAccount rehearse(const PolicyFile &file, const Repository &repository, const Step &step);
+EventExplanation rehearse(const PolicyFile &file, const Repository &repository, const Step &step);
 
 }  // namespace simulator

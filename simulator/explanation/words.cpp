@@ -20,15 +20,15 @@ std::string value_text(const std::optional<std::string> &value) {
   return value ? as_word(*value) : "absent";
 }
 
-std::string answer_text(const FilterAccount &filter) {
-  return text_of(filter_text(*filter.filter),
-                 filter.holds ? " holds: " : " does not hold: ", filter.filter->attribute.value, " is ",
-                 value_text(filter.value));
+std::string answer_text(const FilterExplanation &filter) {
+  return concat(filter_text(*filter.filter),
+                filter.holds ? " holds: " : " does not hold: ", filter.filter->attribute.value, " is ",
+                value_text(filter.value));
 }
 
 std::string change_text(const Change &change) {
-  return text_of(engine::attribute_name(change.attribute), ": ", value_text(change.before), " -> ",
-                 value_text(change.after));
+  return concat(engine::attribute_name(change.attribute), ": ", value_text(change.before), " -> ",
+                value_text(change.after));
 }
 
 }  // namespace simulator

@@ -13,7 +13,7 @@ const char *to_string(engine::Verdict verdict);
 // A value or its absence, as a word.
 std::string value_text(const std::optional<std::string> &value);
 // What a filter said, and of which value: "a equals 1 does not hold: a is absent".
-std::string answer_text(const FilterAccount &filter);
+std::string answer_text(const FilterExplanation &filter);
 // "starts: absent -> 1".
 std::string change_text(const Change &change);
 

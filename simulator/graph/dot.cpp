@@ -38,7 +38,7 @@ std::string cut(std::string_view text) {
   // Not inside of a character.
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)
     --end;
-  return text_of(text.substr(0, end), "...");
+  return concat(text.substr(0, end), "...");
 }
 
 const char *look_of(NodeKind kind) {
@@ -68,34 +68,34 @@ constexpr const char *kNeverLook =
     "shape=box, style=\"filled,rounded,dashed\", fillcolor=\"#eeeeee\", color=\"#b03030\"";
 
 std::string label_of(const Node &node) {
-  std::string label = text_of("<b>", escaped(node.title), "</b><br align=\"left\"/>");
+  std::string label = concat("<b>", escaped(node.title), "</b><br align=\"left\"/>");
   for (size_t at = 0; at < node.lines.size() && at < kMostLines; ++at)
-    label += text_of(escaped(cut(node.lines[at])), "<br align=\"left\"/>");
+    label += concat(escaped(cut(node.lines[at])), "<br align=\"left\"/>");
   if (node.lines.size() > kMostLines)
-    label += text_of("and ", node.lines.size() - kMostLines, " more<br align=\"left\"/>");
+    label += concat("and ", node.lines.size() - kMostLines, " more<br align=\"left\"/>");
   if (node.never) label += "<font color=\"#b03030\"><i>never hit</i></font><br align=\"left\"/>";
   return label;
 }
 
 std::string node_line(const Node &node) {
-  return text_of("  ", quoted(node.id), " [", node.never ? kNeverLook : look_of(node.kind), ", label=<", label_of(node),
-                 ">];\n");
+  return concat("  ", quoted(node.id), " [", node.never ? kNeverLook : look_of(node.kind), ", label=<", label_of(node),
+                ">];\n");
 }
 
 std::string label_of(const Edge &edge) {
-  if (edge.tries) return text_of(edge.hits, " of ", *edge.tries);
+  if (edge.tries) return concat(edge.hits, " of ", *edge.tries);
   return std::to_string(edge.hits);
 }
 
 std::string edge_line(const Edge &edge, bool counted) {
-  std::string line = text_of("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
+  std::string line = concat("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
   if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
   // Raising leads back to an event, which should not turn the order of the columns round.
   if (edge.kind == EdgeKind::raises) line += "constraint=false, ";
-  if (counted) line += text_of("label=\"", label_of(edge), "\", ");
+  if (counted) line += concat("label=\"", label_of(edge), "\", ");
   if (counted && edge.hits == 0) return line + "style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"];\n";
   const std::string_view color = edge.kind == EdgeKind::raises ? "#c07000" : "#505050";
-  return text_of(line, "color=\"", color, "\", fontcolor=\"", color, "\"];\n");
+  return concat(line, "color=\"", color, "\", fontcolor=\"", color, "\"];\n");
 }
 
 constexpr const char *kHead =
@@ -108,9 +108,9 @@ constexpr const char *kHead =
 std::string column(const Graph &graph, NodeKind kind) {
   std::string ids;
   for (const Node &node : graph.nodes) {
-    if (node.kind == kind) ids += text_of(ids.empty() ? "" : " -> ", quoted(node.id));
+    if (node.kind == kind) ids += concat(ids.empty() ? "" : " -> ", quoted(node.id));
   }
-  return ids.empty() ? "" : text_of("  { rank=same; edge [style=invis]; ", ids, "; }\n");
+  return ids.empty() ? "" : concat("  { rank=same; edge [style=invis]; ", ids, "; }\n");
 }
 
 // What nobody uses would otherwise stand among the targets.
@@ -121,15 +121,15 @@ std::string last_column(const Graph &graph) {
   std::string ids;
   for (const Node &node : graph.nodes) {
     const bool is_unused_map = node.kind == NodeKind::parameter_map && !used.contains(node.id);
-    if (node.kind == NodeKind::class_map || is_unused_map) ids += text_of(" ", quoted(node.id), ";");
+    if (node.kind == NodeKind::class_map || is_unused_map) ids += concat(" ", quoted(node.id), ";");
   }
-  return ids.empty() ? "" : text_of("  { rank=same;", ids, " }\n");
+  return ids.empty() ? "" : concat("  { rank=same;", ids, " }\n");
 }
 
 }  // namespace
 
 std::string to_dot(const Graph &graph, const std::string &caption) {
-  std::string dot = text_of("digraph policies {\n", kHead, "  label=<", escaped(caption), "<br align=\"left\"/>>;\n");
+  std::string dot = concat("digraph policies {\n", kHead, "  label=<", escaped(caption), "<br align=\"left\"/>>;\n");
   for (const Node &node : graph.nodes)
     dot += node_line(node);
   for (const NodeKind kind : {NodeKind::policy_map, NodeKind::event, NodeKind::rule, NodeKind::statement})

@@ -60,7 +60,7 @@ std::vector<std::string> lines_of(const std::vector<Filter> &filters) {
 std::vector<std::string> lines_of(const std::vector<Action> &actions) {
   std::vector<std::string> lines;
   for (const Action &action : actions)
-    lines.push_back(text_of(action.number, " ", to_string(action)));
+    lines.push_back(concat(action.number, " ", to_string(action)));
   return lines;
 }
 
@@ -80,7 +80,7 @@ class Maker {
       add_policy(policy);
     for (const ClassMap &map : file_->class_maps) {
       graph_.nodes.push_back({id_of_class(map.name.value), NodeKind::class_map,
-                              text_of(map.name.value, " ", to_string(map.match)), lines_of(map.filters)});
+                              concat(map.name.value, " ", to_string(map.match)), lines_of(map.filters)});
     }
     for (const ParameterMap &map : file_->parameter_maps)
       add_parameter_map(map);
@@ -126,7 +126,7 @@ void Maker::add_targets() {
   for (const std::vector<std::string> &policies : order) {
     const std::vector<const Target *> &group = groups[policies];
     const std::string id = id_of_target(group[0]->name.value);
-    Node node = {id, NodeKind::targets, group.size() == 1 ? "target" : text_of(group.size(), " targets")};
+    Node node = {id, NodeKind::targets, group.size() == 1 ? "target" : concat(group.size(), " targets")};
     for (const Target *target : group)
       node.lines.push_back(target->name.value);
     graph_.nodes.push_back(std::move(node));
@@ -156,7 +156,7 @@ void Maker::add_event(const PolicyMap &policy, const EventRules &event) {
     std::vector<std::string> lines = lines_of(rule.actions);
     if (rule.execute != Execute::stop_on_failure) lines.push_back(to_string(rule.execute));
     graph_.nodes.push_back(
-        {rule_id, NodeKind::rule, text_of(rule.number, " ", rule.class_map.value), std::move(lines), name});
+        {rule_id, NodeKind::rule, concat(rule.number, " ", rule.class_map.value), std::move(lines), name});
     add_edge(id, rule_id, EdgeKind::tries);
     add_edge(rule_id, id_of_class(rule.class_map.value), EdgeKind::asks);
     add_actions(rule_id, rule.actions);
@@ -182,7 +182,7 @@ void Maker::add_actions(const std::string &from, const std::vector<Action> &acti
   for (const Action &action : actions) {
     const std::string &subject = action.subject.value;
     const bool leads_on = action.kind == ActionKind::apply || action.kind == ActionKind::raise;
-    if (!leads_on || !done.insert(text_of(to_string(action.kind), " ", subject)).second) continue;
+    if (!leads_on || !done.insert(concat(to_string(action.kind), " ", subject)).second) continue;
     if (action.kind == ActionKind::apply) {
       add_edge(from, id_of_parameter_map(subject), EdgeKind::applies);
     } else {

@@ -63,7 +63,7 @@ struct Graph {
 class Hits {
  public:
   // 'target' is where the host raised the event.
-  void add(const std::string &target, const EventAccount &account);
+  void add(const std::string &target, const EventExplanation &explanation);
 
   size_t hits(const std::string &from, const std::string &to) const;
   size_t tries(const std::string &from, const std::string &to) const;
@@ -74,10 +74,10 @@ class Hits {
     size_t tries = 0;
   };
 
-  void add_policies(const EventAccount &account);
-  void add_actions(const std::string &from, const std::vector<ActionAccount> &actions);
-  void add_raised(const std::string &from, const EventAccount &account);
-  void add_applied(const std::string &from, const MapAccount &account);
+  void add_policies(const EventExplanation &explanation);
+  void add_actions(const std::string &from, const std::vector<ActionExplanation> &actions);
+  void add_raised(const std::string &from, const EventExplanation &explanation);
+  void add_applied(const std::string &from, const ParameterMapExplanation &explanation);
   void count(const std::string &from, const std::string &to, bool hit);
   const Count &find(const std::string &from, const std::string &to) const;
 

@@ -4,20 +4,20 @@
 
 namespace simulator::graph {
 
-void Hits::add(const std::string &target, const EventAccount &account) {
-  for (const PolicyAccount &policy : account.policies) {
+void Hits::add(const std::string &target, const EventExplanation &explanation) {
+  for (const PolicyExplanation &policy : explanation.policies) {
     if (policy.event) count(id_of_target(target), id_of_policy(policy.policy->name.value), true);
   }
-  add_policies(account);
+  add_policies(explanation);
 }
 
-void Hits::add_policies(const EventAccount &account) {
-  for (const PolicyAccount &policy : account.policies) {
+void Hits::add_policies(const EventExplanation &explanation) {
+  for (const PolicyExplanation &policy : explanation.policies) {
     if (!policy.event) continue;
     const std::string &name = policy.policy->name.value;
     const std::string event = id_of_event(name, policy.event->event.value);
     count(id_of_policy(name), event, true);
-    for (const RuleAccount &rule : policy.rules) {
+    for (const RuleExplanation &rule : policy.rules) {
       const std::string id = id_of_rule(rule_name(*policy.policy, *policy.event, *rule.rule));
       count(event, id, rule.matched);
       count(id, id_of_class(rule.class_map->name.value), rule.matched);
@@ -26,33 +26,33 @@ void Hits::add_policies(const EventAccount &account) {
   }
 }
 
-void Hits::add_actions(const std::string &from, const std::vector<ActionAccount> &actions) {
-  for (const ActionAccount &action : actions) {
+void Hits::add_actions(const std::string &from, const std::vector<ActionExplanation> &actions) {
+  for (const ActionExplanation &action : actions) {
     if (action.raised) add_raised(from, *action.raised);
     if (action.applied) add_applied(from, *action.applied);
   }
 }
 
-void Hits::add_raised(const std::string &from, const EventAccount &account) {
-  const std::string raised = id_of_raised(account.event);
+void Hits::add_raised(const std::string &from, const EventExplanation &explanation) {
+  const std::string raised = id_of_raised(explanation.event);
   count(from, raised, true);
-  for (const PolicyAccount &policy : account.policies) {
+  for (const PolicyExplanation &policy : explanation.policies) {
     if (!policy.event) continue;
     const std::string event = id_of_event(policy.policy->name.value, policy.event->event.value);
     count(from, event, true);
     count(raised, event, true);
   }
-  add_policies(account);
+  add_policies(explanation);
 }
 
-void Hits::add_applied(const std::string &from, const MapAccount &account) {
-  const ParameterMap &map = *account.map;
+void Hits::add_applied(const std::string &from, const ParameterMapExplanation &explanation) {
+  const ParameterMap &map = *explanation.map;
   const std::string id = id_of_parameter_map(map.name.value);
   count(from, id, true);
-  for (const StatementAccount &statement : account.statements) {
+  for (const StatementExplanation &statement : explanation.statements) {
     const std::string to = id_of_statement(inventory::statement_name(map, *statement.statement));
     count(id, to, statement.matched);
-    if (statement.matched) add_actions(to, account.actions);
+    if (statement.matched) add_actions(to, explanation.actions);
   }
 }
 

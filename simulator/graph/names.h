@@ -16,7 +16,7 @@ inline std::string id_of_policy(const std::string &policy) {
 }
 
 inline std::string id_of_event(const std::string &policy, const std::string &event) {
-  return text_of("event ", policy, "/", event);
+  return concat("event ", policy, "/", event);
 }
 
 inline std::string id_of_raised(const std::string &event) {

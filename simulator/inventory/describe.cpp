@@ -10,7 +10,7 @@ namespace {
 
 std::string database_text(const Relations &relations, const std::string &domain) {
   const std::string &owner = relations.database_of(domain);
-  return owner.empty() ? "the default one" : text_of("of client ", owner);
+  return owner.empty() ? "the default one" : concat("of client ", owner);
 }
 
 std::string client_text(const std::optional<Name> &client) {
@@ -20,15 +20,15 @@ std::string client_text(const std::optional<Name> &client) {
 std::string filter_lines(const std::vector<Filter> &filters, std::string_view indent) {
   std::string text;
   for (const Filter &filter : filters)
-    text += text_of(indent, filter.no_match ? "no-match " : "match ", to_string(filter), "\n");
+    text += concat(indent, filter.no_match ? "no-match " : "match ", to_string(filter), "\n");
   return text;
 }
 
 std::string action_lines(const std::vector<Action> &actions, std::string_view indent) {
   std::string text;
   for (const Action &action : actions) {
-    text += text_of(indent, action.number, " ", to_string(action));
-    if (action.precedence != 0) text += text_of(", precedence ", action.precedence);
+    text += concat(indent, action.number, " ", to_string(action));
+    if (action.precedence != 0) text += concat(", precedence ", action.precedence);
     text += "\n";
   }
   return text;
@@ -36,16 +36,16 @@ std::string action_lines(const std::vector<Action> &actions, std::string_view in
 
 std::string rule_lines(const Rule &rule, const PolicyFile &file) {
   const ClassMap *map = file.find_class_map(rule.class_map.value);
-  return text_of("    rule ", rule.number, ", class-map ", rule.class_map.value, " ", map ? to_string(map->match) : "",
-                 ", ", to_string(rule.execute), "\n", action_lines(rule.actions, "      "));
+  return concat("    rule ", rule.number, ", class-map ", rule.class_map.value, " ", map ? to_string(map->match) : "",
+                ", ", to_string(rule.execute), "\n", action_lines(rule.actions, "      "));
 }
 
 std::string text_of_object(const PolicyMap &policy, const Relations &relations) {
-  std::string text = text_of("policy-map ", policy.name.value, "\n  domain: ", policy.domain.value,
-                             "\n  database: ", database_text(relations, policy.domain.value),
-                             "\n  active on: ", listed(relations.targets_of_policy(policy.name.value)), "\n");
+  std::string text = concat("policy-map ", policy.name.value, "\n  domain: ", policy.domain.value,
+                            "\n  database: ", database_text(relations, policy.domain.value),
+                            "\n  active on: ", listed(relations.targets_of_policy(policy.name.value)), "\n");
   for (const EventRules &event : policy.events) {
-    text += text_of("  event ", event.event.value, " ", to_string(event.match), "\n");
+    text += concat("  event ", event.event.value, " ", to_string(event.match), "\n");
     for (const Rule &rule : event.rules)
       text += rule_lines(rule, relations.file());
   }
@@ -53,28 +53,28 @@ std::string text_of_object(const PolicyMap &policy, const Relations &relations) 
 }
 
 std::string text_of_object(const ClassMap &map, const Relations &relations) {
-  return text_of("class-map ", map.name.value, " ", to_string(map.match), "\n  domain: ", map.domain.value,
-                 "\n  database: ", database_text(relations, map.domain.value),
-                 "\n  used by: ", listed(relations.users_of_class(map.name.value)), "\n",
-                 filter_lines(map.filters, "  "));
+  return concat("class-map ", map.name.value, " ", to_string(map.match), "\n  domain: ", map.domain.value,
+                "\n  database: ", database_text(relations, map.domain.value),
+                "\n  used by: ", listed(relations.users_of_class(map.name.value)), "\n",
+                filter_lines(map.filters, "  "));
 }
 
 std::string text_of_object(const ParameterMap &map, const Relations &relations) {
-  std::string text = text_of("parameter-map ", map.name.value,
-                             "\n  applied by: ", listed(relations.users_of_parameter_map(map.name.value)), "\n");
+  std::string text = concat("parameter-map ", map.name.value,
+                            "\n  applied by: ", listed(relations.users_of_parameter_map(map.name.value)), "\n");
   for (const Statement &statement : map.statements) {
-    text += text_of("  statement ", statement.index, "\n", filter_lines(statement.filters, "    "),
-                    action_lines(statement.actions, "    "));
+    text += concat("  statement ", statement.index, "\n", filter_lines(statement.filters, "    "),
+                   action_lines(statement.actions, "    "));
   }
   return text;
 }
 
 std::string text_of_object(const Target &target, const Relations &) {
-  std::string text = text_of("target ", target.name.value, "\n  client: ", client_text(target.client), "\n");
+  std::string text = concat("target ", target.name.value, "\n  client: ", client_text(target.client), "\n");
   for (const Assignment &assignment : target.attributes)
-    text += text_of("  attribute ", assignment.attribute.value, ": ", as_word(assignment.text), "\n");
+    text += concat("  attribute ", assignment.attribute.value, ": ", as_word(assignment.text), "\n");
   for (size_t at = 0; at < target.policies.size(); ++at)
-    text += text_of("  policy-map ", at + 1, ": ", target.policies[at].value, "\n");
+    text += concat("  policy-map ", at + 1, ": ", target.policies[at].value, "\n");
   return text;
 }
 
@@ -116,7 +116,7 @@ std::string table(const std::string &heading, const std::vector<Row> &rows) {
   for (const Row &row : rows) {
     std::string line;
     for (size_t at = 0; at < row.size(); ++at)
-      line += text_of("  ", row[at], std::string(widths[at] - row[at].size(), ' '));
+      line += concat("  ", row[at], std::string(widths[at] - row[at].size(), ' '));
     text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
   }
   return text;

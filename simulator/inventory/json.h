@@ -1,4 +1,4 @@
-// Objects of the repository as JSON, without places.
+// Objects of the repository as JSON, without positions.
 #pragma once
 
 #include "simulator/policy/model.h"

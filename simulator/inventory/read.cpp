@@ -24,7 +24,7 @@ struct Unreadable {
 
 void expect(bool good, std::string_view what, uint32_t status = 0) {
   if (good) return;
-  throw Unreadable{text_of(what, " cannot be read", status != 0 ? text_of(", status ", status) : "")};
+  throw Unreadable{concat(what, " cannot be read", status != 0 ? concat(", status ", status) : "")};
 }
 
 std::string copy_of(const char *text, std::string_view what) {
@@ -73,9 +73,9 @@ Filter read_filter(uint32_t handle) {
   constexpr std::string_view kNoMatch = "no-match ";
   const std::string text = take(zar_get_filter_nvgen_str(handle), "the text of a filter");
   const bool no_match = text.starts_with(kNoMatch);
-  expect(no_match || text.starts_with(kMatch), text_of("the filter '", text, "'"));
+  expect(no_match || text.starts_with(kMatch), concat("the filter '", text, "'"));
   std::optional<Filter> filter = parse_filter(std::string_view(text).substr((no_match ? kNoMatch : kMatch).size()));
-  expect(filter.has_value(), text_of("the filter '", text, "'"));
+  expect(filter.has_value(), concat("the filter '", text, "'"));
   filter->no_match = no_match;
   return std::move(*filter);
 }
@@ -92,7 +92,7 @@ std::vector<Filter> read_filters(uint32_t clid, uint32_t cmap) {
 Action read_action(uint32_t handle) {
   const std::string text = take(zar_get_action_nvgen_str(handle, 0), "the text of an action");
   std::optional<Action> action = parse_action(text);
-  expect(action.has_value(), text_of("the action '", text, "'"));
+  expect(action.has_value(), concat("the action '", text, "'"));
   action->number = zar_get_action_num(handle);
   action->precedence = zar_get_precedence_value(handle);
   return std::move(*action);
@@ -105,7 +105,7 @@ Execute read_execute(uint32_t rule) {
   for (const Execute execute : {Execute::run_all, Execute::stop_on_failure, Execute::stop_on_success}) {
     if (text == kel_pmap_action_exec_criteria_get_string_short(static_cast<uint32_t>(execute))) return execute;
   }
-  throw Unreadable{text_of("the exec criteria '", text, "' cannot be read")};
+  throw Unreadable{concat("the exec criteria '", text, "' cannot be read")};
 }
 
 Rule read_rule(uint32_t clid, uint32_t handle) {

@@ -16,7 +16,7 @@ namespace simulator::inventory {
 
 // What the repository holds, or nothing when part of it cannot be read; 'problems' then says what.
 //
-// What no object of the repository has is empty: places, the scenario, the tests. Patterns are not compiled. The order of
+// What no object of the repository has is empty: positions, the scenario, the tests. Patterns are not compiled. The order of
 // policy-maps is one in which a file gives the events the ids that they have; class-maps and parameter-maps come by name
 // within their databases; targets in the order in which they were added.
 std::optional<PolicyFile> read(Complaints &problems);

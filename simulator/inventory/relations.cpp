@@ -5,7 +5,7 @@
 namespace simulator::inventory {
 
 std::string statement_name(const ParameterMap &map, const Statement &statement) {
-  return text_of(map.name.value, "/", statement.index);
+  return concat(map.name.value, "/", statement.index);
 }
 
 Relations::Relations(const PolicyFile &file) : file_(&file) {

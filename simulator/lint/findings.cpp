@@ -56,7 +56,7 @@ class Linter {
     check_use_of_policies();
     check_use_of_events();
     std::stable_sort(findings_.begin(), findings_.end(),
-                     [](const Finding &a, const Finding &b) { return a.place < b.place; });
+                     [](const Finding &a, const Finding &b) { return a.position < b.position; });
     return {std::move(findings_), !prover_.gave_up()};
   }
 
@@ -97,8 +97,8 @@ void Linter::check_classes() {
     const std::string why = map.filters.empty() ? ": it has no filters" : "";
     findings_.push_back(
         {Kind::impossible_class,
-         map.name.place,
-         text_of("class-map ", map.name.value, " ", simulator::to_string(map.match), " can never match", why),
+         map.name.position,
+         concat("class-map ", map.name.value, " ", simulator::to_string(map.match), " can never match", why),
          contradiction_in(map),
          {}});
   }
@@ -118,7 +118,7 @@ std::vector<Reason> Linter::contradiction_in(const ClassMap &map) {
   std::vector<Reason> reasons;
   for (const Filter &filter : core)
     reasons.push_back(
-        {filter.place, text_of(map.match == ClassMatch::any ? "cannot hold: " : verb, filter_text(filter))});
+        {filter.position, concat(map.match == ClassMatch::any ? "cannot hold: " : verb, filter_text(filter))});
   return reasons;
 }
 
@@ -175,16 +175,15 @@ void Linter::check_rules_of(const PolicyMap &policy, const EventRules &event) {
     if (takers.empty()) continue;
 
     Finding finding{Kind::shadowed_rule,
-                    rule->place,
-                    text_of("rule ", rule_name(policy, event, *rule), ", class-map ", map->name.value,
-                            ", never runs: ", takers.size() == 1 ? "an earlier rule takes" : "earlier rules take",
-                            " all that it matches"),
+                    rule->position,
+                    concat("rule ", rule_name(policy, event, *rule), ", class-map ", map->name.value, ", never runs: ",
+                           takers.size() == 1 ? "an earlier rule takes" : "earlier rules take", " all that it matches"),
                     {},
                     example};
     for (const ClassMap *taker : takers) {
       finding.because.push_back(
-          {rule_of[taker]->place, text_of("rule ", rule_of[taker]->number, ", class-map ", taker->name.value, " ",
-                                          simulator::to_string(taker->match))});
+          {rule_of[taker]->position, concat("rule ", rule_of[taker]->number, ", class-map ", taker->name.value, " ",
+                                            simulator::to_string(taker->match))});
     }
     findings_.push_back(std::move(finding));
   }
@@ -198,24 +197,24 @@ void Linter::check_statements() {
 void Linter::check_statements_of(const ParameterMap &map) {
   std::vector<const Statement *> earlier;
   for (const Statement &statement : map.statements) {
-    const std::string what = text_of("statement ", statement.index, " of parameter-map ", map.name.value);
+    const std::string what = concat("statement ", statement.index, " of parameter-map ", map.name.value);
     const InputAnswer answer = prover_.find_input(that_matches(statement));
     const bool possible = answer.can == Can::possible;
     if (answer.can == Can::impossible) {
-      findings_.push_back({Kind::unreachable_statement, statement.place, text_of(what, " can never match"), {}, {}});
+      findings_.push_back({Kind::unreachable_statement, statement.position, concat(what, " can never match"), {}, {}});
       continue;
     }
     const std::vector<const Statement *> takers = takers_of(statement, earlier, possible ? &answer.input : nullptr);
     earlier.push_back(&statement);
     if (takers.empty()) continue;
     Finding finding{Kind::unreachable_statement,
-                    statement.place,
-                    text_of(what, " is never reached: ",
-                            takers.size() == 1 ? "an earlier one takes" : "earlier ones take", " all that it matches"),
+                    statement.position,
+                    concat(what, " is never reached: ",
+                           takers.size() == 1 ? "an earlier one takes" : "earlier ones take", " all that it matches"),
                     {},
                     possible ? std::optional(answer.input) : std::nullopt};
     for (const Statement *taker : takers)
-      finding.because.push_back({taker->place, text_of("statement ", taker->index)});
+      finding.because.push_back({taker->position, concat("statement ", taker->index)});
     findings_.push_back(std::move(finding));
   }
 }
@@ -233,8 +232,8 @@ void Linter::check_use_of_classes() {
   for (const ClassMap &map : file_->class_maps) {
     if (used.contains(map.name.value)) continue;
     findings_.push_back({Kind::unused_class,
-                         map.name.place,
-                         text_of("class-map ", map.name.value, " is not used: no rule has it"),
+                         map.name.position,
+                         concat("class-map ", map.name.value, " is not used: no rule has it"),
                          {},
                          {}});
   }
@@ -304,8 +303,8 @@ void Linter::check_use_of_parameter_maps() {
   for (const ParameterMap &map : file_->parameter_maps) {
     if (reached.has_map(map.name.value)) continue;
     findings_.push_back({Kind::unused_parameter_map,
-                         map.name.place,
-                         text_of("parameter-map ", map.name.value, " is not used: no rule leads to it"),
+                         map.name.position,
+                         concat("parameter-map ", map.name.value, " is not used: no rule leads to it"),
                          {},
                          {}});
   }
@@ -322,8 +321,8 @@ void Linter::check_use_of_policies() {
   for (const PolicyMap &policy : file_->policy_maps) {
     if (active.contains(policy.name.value)) continue;
     findings_.push_back({Kind::inactive_policy,
-                         policy.name.place,
-                         text_of("policy-map ", policy.name.value, " is active on no target"),
+                         policy.name.position,
+                         concat("policy-map ", policy.name.value, " is active on no target"),
                          {},
                          {}});
   }
@@ -341,10 +340,10 @@ void Linter::check_use_of_events() {
     for (const EventRules &event : policy.events) {
       if (reached.has_event(event.event.value) || !told.insert(event.event.value).second) continue;
       findings_.push_back({Kind::unraised_event,
-                           event.event.place,
-                           text_of("event ", event.event.value,
-                                   " is never raised: not by the scenario, not by a test, and by no action that they "
-                                   "could lead to"),
+                           event.event.position,
+                           concat("event ", event.event.value,
+                                  " is never raised: not by the scenario, not by a test, and by no action that they "
+                                  "could lead to"),
                            {},
                            {}});
     }

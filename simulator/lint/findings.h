@@ -24,20 +24,20 @@ const char *to_string(Kind kind);
 
 // A part of the file that a finding follows from.
 struct Reason {
-  Place place{};
+  Position position{};
   std::string what{};
 };
 
 struct Finding {
   Kind kind;
-  Place place{};
+  Position position{};
   std::string message{};
   std::vector<Reason> because{};
   std::optional<Input> input{};  // attributes that show it
 };
 
 struct Findings {
-  std::vector<Finding> all{};  // in the order of their places
+  std::vector<Finding> all{};  // in the order of their positions
   bool complete = true;        // false: some things were too hard to prove, one way or the other
 };
 

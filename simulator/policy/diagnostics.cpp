@@ -39,39 +39,40 @@ Excerpt excerpt_of(std::string_view line, uint32_t column) {
 }
 
 void render_line(const Diagnostic &diagnostic, const Source &source, Colours colours, std::string &out) {
-  if (diagnostic.place.source != source.number()) return;
-  const std::string_view line = source.line(diagnostic.place.line);
+  if (diagnostic.position.source != source.number()) return;
+  const std::string_view line = source.line(diagnostic.position.line);
   // The bytes of a line that is no text are not for a terminal.
   if (line.empty() || !is_text(line)) return;
 
-  const Excerpt excerpt = excerpt_of(line, diagnostic.place.column);
-  const std::string number = std::to_string(diagnostic.place.line);
-  out += text_of("  ", number, " | ", excerpt.text, "\n");
-  out += text_of("  ", std::string(number.size(), ' '), " | ", std::string(excerpt.mark, ' '),
-                 painted(colours, Tone::good, "^"), "\n");
+  const Excerpt excerpt = excerpt_of(line, diagnostic.position.column);
+  const std::string number = std::to_string(diagnostic.position.line);
+  out += concat("  ", number, " | ", excerpt.text, "\n");
+  out += concat("  ", std::string(number.size(), ' '), " | ", std::string(excerpt.mark, ' '),
+                painted(colours, Tone::good, "^"), "\n");
 }
 
 void render_one(const Diagnostic &diagnostic, const Source &source, Colours colours, std::string &out) {
-  std::string origin = harmless(source.name());
-  if (diagnostic.place.line != 0) origin += text_of(":", diagnostic.place.line, ":", diagnostic.place.column);
-  out += text_of(painted(colours, Tone::strong, origin + ":"), " ", painted(colours, Tone::bad, "error:"), " ",
-                 harmless(diagnostic.message), "\n");
+  std::string origin = escape_control_characters(source.name());
+  if (diagnostic.position.line != 0) origin += concat(":", diagnostic.position.line, ":", diagnostic.position.column);
+  out += concat(painted(colours, Tone::strong, origin + ":"), " ", painted(colours, Tone::bad, "error:"), " ",
+                escape_control_characters(diagnostic.message), "\n");
   render_line(diagnostic, source, colours, out);
-  if (!diagnostic.expected.empty()) out += text_of("  expected: ", harmless(diagnostic.expected), "\n");
+  if (!diagnostic.expected.empty()) out += concat("  expected: ", escape_control_characters(diagnostic.expected), "\n");
   if (!diagnostic.suggestion.empty())
-    out += text_of("  did you mean '", painted(colours, Tone::good, harmless(diagnostic.suggestion)), "'?\n");
+    out += concat("  did you mean '", painted(colours, Tone::good, escape_control_characters(diagnostic.suggestion)),
+                  "'?\n");
 }
 
 }  // namespace
 
-void Diagnostics::add(Place place, std::string message, std::string expected, std::string_view suggestion) {
-  all_.push_back({place, std::move(message), std::move(expected), std::string(suggestion)});
+void Diagnostics::add(Position position, std::string message, std::string expected, std::string_view suggestion) {
+  all_.push_back({position, std::move(message), std::move(expected), std::string(suggestion)});
 }
 
 std::vector<Diagnostic> Diagnostics::sorted() const {
   std::vector<Diagnostic> sorted = all_;
   std::stable_sort(sorted.begin(), sorted.end(),
-                   [](const Diagnostic &a, const Diagnostic &b) { return a.place < b.place; });
+                   [](const Diagnostic &a, const Diagnostic &b) { return a.position < b.position; });
   return sorted;
 }
 
@@ -83,8 +84,8 @@ std::string render(const Diagnostics &diagnostics, const Source &source, Colours
     render_one(diagnostic, source, colours, out);
   }
   if (diagnostics.count() > Diagnostics::kMostShown) {
-    out += text_of(source.name(), ": ", diagnostics.hopeless() ? "at least " : "",
-                   diagnostics.count() - Diagnostics::kMostShown, " more errors\n");
+    out += concat(source.name(), ": ", diagnostics.hopeless() ? "at least " : "",
+                  diagnostics.count() - Diagnostics::kMostShown, " more errors\n");
   }
   return out;
 }

@@ -11,7 +11,7 @@
 namespace simulator {
 
 struct Diagnostic {
-  Place place;
+  Position position;
   std::string message;     // what is wrong
   std::string expected;    // what would be right; may be empty
   std::string suggestion;  // the name that was probably meant; may be empty
@@ -19,14 +19,14 @@ struct Diagnostic {
 
 class Diagnostics {
  public:
-  void add(Place place, std::string message, std::string expected = {}, std::string_view suggestion = {});
+  void add(Position position, std::string message, std::string expected = {}, std::string_view suggestion = {});
   bool empty() const { return all_.empty(); }
   size_t count() const { return all_.size(); }
   // Whether there are more than anybody reads: then a suggestion is not worth its search.
   bool too_many() const { return all_.size() >= kMostShown; }
   // Whether the file is wrong from end to end, so that reading on is no use.
   bool hopeless() const { return all_.size() >= kHopeless; }
-  // In the order of their places.
+  // In the order of their positions.
   std::vector<Diagnostic> sorted() const;
 
   static constexpr size_t kMostShown = 100;

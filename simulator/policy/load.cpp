@@ -41,8 +41,8 @@ template <class Object, class Find>
 void check_names_are_new(const std::vector<Object> &more, std::string_view what, Find find, Diagnostics &diagnostics) {
   for (const Object &object : more) {
     if (!find(object.name.value)) continue;
-    diagnostics.add(object.name.place, text_of("there is a ", what, " '", object.name.value, "' already"),
-                    text_of("a name that no ", what, " has"));
+    diagnostics.add(object.name.position, concat("there is a ", what, " '", object.name.value, "' already"),
+                    concat("a name that no ", what, " has"));
   }
 }
 
@@ -63,7 +63,7 @@ void check_names_are_new(const PolicyFile &base, const PolicyFile &more, Diagnos
 template <class Map>
 void fill_domains(std::vector<Map> &maps, const Domain &only) {
   for (Map &map : maps) {
-    if (map.domain.place.line == 0) map.domain = {only.name.value, map.name.place};
+    if (map.domain.position.line == 0) map.domain = {only.name.value, map.name.position};
   }
 }
 

@@ -19,7 +19,7 @@ std::vector<Filter> read_filters(const Reader &reader, const yaml::Node &node);
 std::vector<Action> read_actions(const Reader &reader, const yaml::Node &node);
 std::vector<Assignment> read_assignments(const Reader &reader, const yaml::Node &node);
 // An event on a target and what is changed before: the keys event, target, set and clear.
-Step read_step(const Reader &reader, const Fields &fields, Place place);
+Step read_step(const Reader &reader, const Fields &fields, Position position);
 
 // Checks what the structure alone does not show: that names name something, that the repository will take it all. Fills in
 // the domains that the file leaves out. The file is indexed before and after.

@@ -174,18 +174,18 @@ const char *to_string(Execute execute) {
 }
 
 std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule) {
-  return text_of(policy.name.value, "/", event.event.value, "/", rule.number);
+  return concat(policy.name.value, "/", event.event.value, "/", rule.number);
 }
 
 std::string to_string(const Filter &filter) {
-  std::string front = text_of(filter.attribute.value, " ", to_string(filter.kind));
+  std::string front = concat(filter.attribute.value, " ", to_string(filter.kind));
   switch (filter.kind) {
     case FilterKind::equals:
     case FilterKind::prefix:
     case FilterKind::regex:
-      return text_of(front, " ", as_word(filter.text));
+      return concat(front, " ", as_word(filter.text));
     case FilterKind::range:
-      return text_of(front, " ", range_text(filter.low, filter.high));
+      return concat(front, " ", range_text(filter.low, filter.high));
     case FilterKind::present:
       break;
   }
@@ -196,14 +196,14 @@ std::string to_string(const Action &action) {
   const char *verb = to_string(action.kind);
   switch (action.kind) {
     case ActionKind::set:
-      return text_of(verb, " ", action.subject.value, " ", as_word(action.text));
+      return concat(verb, " ", action.subject.value, " ", as_word(action.text));
     case ActionKind::log:
-      return text_of(verb, " ", quoted(action.text));
+      return concat(verb, " ", quoted(action.text));
     case ActionKind::clear:
     case ActionKind::count:
     case ActionKind::raise:
     case ActionKind::apply:
-      return text_of(verb, " ", action.subject.value);
+      return concat(verb, " ", action.subject.value);
     case ActionKind::permit:
     case ActionKind::deny:
       break;

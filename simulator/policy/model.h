@@ -1,4 +1,4 @@
-// A policy file as it was understood: every object with its place, every default filled in, every reference good.
+// A policy file as it was understood: every object with its position, every default filled in, every reference good.
 //
 // All sub-commands work on this and on the repository that is built from it.
 #pragma once
@@ -34,7 +34,7 @@ struct Domain {
 enum class FilterKind : uint8_t { equals, prefix, regex, range, present };
 
 struct Filter {
-  Place place{};
+  Position position{};
   Name attribute{};
   FilterKind kind = FilterKind::present;
   std::string text{};                         // equals, prefix, regex
@@ -47,7 +47,7 @@ struct Filter {
 enum class ActionKind : uint8_t { set, clear, log, count, permit, deny, raise, apply };
 
 struct Action {
-  Place place{};
+  Position position{};
   uint32_t number = 0;      // 1 to 255, the order in the rule
   uint32_t precedence = 0;  // 16 bits
   ActionKind kind = ActionKind::permit;
@@ -67,7 +67,7 @@ struct ClassMap {
 };
 
 struct Rule {
-  Place place{};
+  Position position{};
   uint32_t number = 0;  // 1 to 255, the order in the event
   Name class_map{};
   Execute execute = Execute::stop_on_failure;
@@ -87,7 +87,7 @@ struct PolicyMap {
 };
 
 struct Statement {
-  Place place{};
+  Position position{};
   uint32_t index = 0;
   std::vector<Filter> filters{};  // the filters of one attribute: one of them must hold
   std::vector<Action> actions{};
@@ -95,7 +95,7 @@ struct Statement {
 
 struct ParameterMap {
   Name name{};
-  std::vector<std::string> attributes{};  // at most five; the place of one is its filter type
+  std::vector<std::string> attributes{};  // at most five; the index of one is its filter type
   std::vector<Statement> statements{};    // in map-index order
 
   uint8_t filter_type_of(std::string_view attribute) const;
@@ -115,7 +115,7 @@ struct Target {
 
 // One event of the scenario.
 struct Step {
-  Place place{};
+  Position position{};
   Name event{};
   Name target{};
   std::vector<Assignment> set{};  // before the event
@@ -170,7 +170,9 @@ struct PolicyFile {
 
   // The same objects, indexed; without the scenario and the tests.
   PolicyFile copy_of_objects() const;
-  const std::string &path_of(Place place) const { return place.source == 0 ? path : more_paths[place.source - 1]; }
+  const std::string &path_of(Position position) const {
+    return position.source == 0 ? path : more_paths[position.source - 1];
+  }
 
   const Client *find_client(std::string_view name) const;
   const Domain *find_domain(std::string_view name) const;

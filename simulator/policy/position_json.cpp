@@ -2,15 +2,15 @@
 
 namespace simulator {
 
-void add_place(Json &object, Place place) {
-  object["line"] = place.line;
-  object["column"] = place.column;
-  if (place.source != 0) object["source"] = place.source;
+void add_position(Json &object, Position position) {
+  object["line"] = position.line;
+  object["column"] = position.column;
+  if (position.source != 0) object["source"] = position.source;
 }
 
-void add_place_or_null(Json &object, Place place) {
-  add_place(object, place);
-  if (place.line == 0) object["line"] = object["column"] = nullptr;
+void add_position_or_null(Json &object, Position position) {
+  add_position(object, position);
+  if (position.line == 0) object["line"] = object["column"] = nullptr;
 }
 
 }  // namespace simulator

@@ -6,9 +6,9 @@
 
 namespace simulator {
 
-// Adds "line" and "column" of a place, and the number of its "source" where that is not the first.
-void add_place(Json &object, Place place);
-// The same, as null where the place is none in a file.
-void add_place_or_null(Json &object, Place place);
+// Adds "line" and "column" of a position, and the number of its "source" where that is not the first.
+void add_position(Json &object, Position position);
+// The same, as null where the position is none in a file.
+void add_position_or_null(Json &object, Position position);
 
 }  // namespace simulator

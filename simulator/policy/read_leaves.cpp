@@ -35,15 +35,15 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
     const yaml::Node *value = fields.find(to_string(kind));
     if (!value) continue;
     if (found) {
-      reader.diagnostics().add(value->place,
-                               text_of("a filter with both '", to_string(found->kind), "' and '", to_string(kind), "'"),
+      reader.diagnostics().add(value->position,
+                               concat("a filter with both '", to_string(found->kind), "' and '", to_string(kind), "'"),
                                "one test in a filter");
       return std::nullopt;
     }
     found = FilterKey{kind, value};
   }
   if (!found && is_mapping(node)) {
-    reader.diagnostics().add(node.place, "a filter without a test",
+    reader.diagnostics().add(node.position, "a filter without a test",
                              "one of the keys equals, prefix, regex, range, present");
   }
   return found;
@@ -86,7 +86,7 @@ std::string_view describe(RE2::ErrorCode error) {
 std::string describe(const RE2 &pattern) {
   const std::string_view sentence = describe(pattern.error_code());
   if (pattern.error_arg().empty()) return std::string(sentence);
-  return text_of(sentence, ": ", pattern.error_arg());
+  return concat(sentence, ": ", pattern.error_arg());
 }
 
 void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) {
@@ -96,13 +96,13 @@ void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) 
   options.set_max_mem(kPatternMemory);
   auto pattern = std::make_shared<const RE2>(filter.text, options);
   if (!pattern->ok()) {
-    reader.diagnostics().add(node.place, text_of("not a regular expression: ", describe(*pattern)),
+    reader.diagnostics().add(node.position, concat("not a regular expression: ", describe(*pattern)),
                              "a regular expression in RE2 syntax");
   }
   // What could not be compiled may have cost as much as anything that could.
   constexpr int64_t kFailureCost = 1000;
   if (!reader.spend_on_patterns(pattern->ok() ? pattern->ProgramSize() : kFailureCost)) {
-    reader.diagnostics().add(node.place, "too much work in the regular expressions up to here",
+    reader.diagnostics().add(node.position, "too much work in the regular expressions up to here",
                              "fewer or simpler regular expressions");
   }
   filter.pattern = std::move(pattern);
@@ -117,17 +117,17 @@ void read_range(const Reader &reader, const yaml::Node &node, Filter &filter) {
   if (low) filter.low = reader.number(*low, "the low end of a range", kLowest, kHighest).value_or(kLowest);
   if (high) filter.high = reader.number(*high, "the high end of a range", kLowest, kHighest).value_or(kHighest);
   if (filter.low > filter.high) {
-    reader.diagnostics().add(node.place, text_of("an empty range: ", filter.low, " is more than ", filter.high),
+    reader.diagnostics().add(node.position, concat("an empty range: ", filter.low, " is more than ", filter.high),
                              "min at most max");
   }
   if (is_mapping(node) && !low && !high) {
-    reader.diagnostics().add(node.place, "a range without ends", "min, max or both");
+    reader.diagnostics().add(node.position, "a range without ends", "min, max or both");
   }
 }
 
 void read_present(const Reader &reader, const yaml::Node &node) {
   if (reader.flag(node, "the value of 'present'").value_or(true)) return;
-  reader.diagnostics().add(node.place, "'present' cannot be false",
+  reader.diagnostics().add(node.position, "'present' cannot be false",
                            "present: true, with no-match: true to ask for absence");
 }
 
@@ -148,7 +148,7 @@ void read_test(const Reader &reader, const FilterKey &key, Filter &filter) {
 }
 
 Filter read_filter(const Reader &reader, const yaml::Node &node) {
-  Filter filter{.place = node.place};
+  Filter filter{.position = node.position};
   const Fields fields(node, "a filter", {"attribute", "equals", "prefix", "regex", "range", "present", "no-match"},
                       reader.diagnostics());
   if (const yaml::Node *attribute = fields.require("attribute")) {
@@ -190,7 +190,7 @@ void read_set(const Reader &reader, const yaml::Node &node, Action &action) {
     action.subject = std::move(assignments[0].attribute);
     action.text = std::move(assignments[0].text);
   } else if (reader.diagnostics().count() == before) {
-    reader.diagnostics().add(node.place, text_of("'set' with ", assignments.size(), " attributes"),
+    reader.diagnostics().add(node.position, concat("'set' with ", assignments.size(), " attributes"),
                              "one attribute and its value; further ones in actions of their own");
   }
 }
@@ -215,7 +215,7 @@ void read_argument(const Reader &reader, const yaml::Node &node, Action &action)
     case ActionKind::permit:
     case ActionKind::deny:
       if (node.kind == yaml::Kind::null) return;
-      reader.diagnostics().add(node.place, text_of("'", to_string(action.kind), "' takes no value"), "nothing");
+      reader.diagnostics().add(node.position, concat("'", to_string(action.kind), "' takes no value"), "nothing");
   }
 }
 
@@ -226,9 +226,9 @@ void read_action_mapping(const Reader &reader, const yaml::Node &node, const Fie
     const yaml::Node *value = fields.find(to_string(kind));
     if (!value) continue;
     if (argument) {
-      reader.diagnostics().add(
-          value->place, text_of("an action with both '", to_string(action.kind), "' and '", to_string(kind), "'"),
-          "one verb in an action");
+      reader.diagnostics().add(value->position,
+                               concat("an action with both '", to_string(action.kind), "' and '", to_string(kind), "'"),
+                               "one verb in an action");
       return;
     }
     argument = value;
@@ -237,14 +237,14 @@ void read_action_mapping(const Reader &reader, const yaml::Node &node, const Fie
   if (argument) {
     read_argument(reader, *argument, action);
   } else if (is_mapping(node)) {
-    reader.diagnostics().add(node.place, "an action without a verb",
+    reader.diagnostics().add(node.position, "an action without a verb",
                              "one of set, clear, log, count, permit, deny, raise, apply");
   }
 }
 
 // Actions that are not numbered go on from the one before.
 Action read_action(const Reader &reader, const yaml::Node &node, uint32_t next_number) {
-  Action action{.place = node.place, .number = next_number};
+  Action action{.position = node.position, .number = next_number};
   if (node.kind == yaml::Kind::scalar) {
     read_bare_action(reader, node, action);
     return action;
@@ -262,14 +262,14 @@ Action read_action(const Reader &reader, const yaml::Node &node, uint32_t next_n
   return action;
 }
 
-void check_action_number(const Reader &reader, FirstPlaces<uint32_t> &numbers, const Action &action) {
+void check_action_number(const Reader &reader, FirstPositions<uint32_t> &numbers, const Action &action) {
   constexpr uint32_t kHighestNumber = 255;
-  if (const std::optional<Place> earlier = numbers.earlier(action.number, action.place)) {
-    reader.diagnostics().add(action.place, text_of("duplicate action number ", action.number),
-                             text_of("each number once; the first is in line ", earlier->line));
+  if (const std::optional<Position> earlier = numbers.earlier(action.number, action.position)) {
+    reader.diagnostics().add(action.position, concat("duplicate action number ", action.number),
+                             concat("each number once; the first is in line ", earlier->line));
   } else if (action.number > kHighestNumber) {
-    reader.diagnostics().add(action.place, text_of("action number ", action.number),
-                             text_of("numbers up to ", kHighestNumber));
+    reader.diagnostics().add(action.position, concat("action number ", action.number),
+                             concat("numbers up to ", kHighestNumber));
   }
 }
 
@@ -277,7 +277,7 @@ void check_action_number(const Reader &reader, FirstPlaces<uint32_t> &numbers, c
 
 std::vector<Action> read_actions(const Reader &reader, const yaml::Node &node) {
   std::vector<Action> actions;
-  FirstPlaces<uint32_t> numbers;
+  FirstPositions<uint32_t> numbers;
   reader.list(node, "the list of actions", [&](const yaml::Node &item) {
     Action action = read_action(reader, item, actions.empty() ? 1 : actions.back().number + 1);
     check_action_number(reader, numbers, action);

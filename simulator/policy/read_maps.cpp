@@ -14,17 +14,17 @@ namespace {
 Name read_domain(const Reader &reader, const Fields &fields) {
   const yaml::Node *domain = fields.find("domain");
   if (!domain) return {};
-  return reader.name(*domain, "a domain's name", NameKind::domain).value_or(Name{"", domain->place});
+  return reader.name(*domain, "a domain's name", NameKind::domain).value_or(Name{"", domain->position});
 }
 
 // A number that could not be read is 0 and was reported.
-void check_number_is_new(const Reader &reader, FirstPlaces<uint32_t> &numbers, uint32_t number, Place place,
+void check_number_is_new(const Reader &reader, FirstPositions<uint32_t> &numbers, uint32_t number, Position position,
                          std::string_view what) {
   if (number == 0) return;
-  const std::optional<Place> earlier = numbers.earlier(number, place);
+  const std::optional<Position> earlier = numbers.earlier(number, position);
   if (!earlier) return;
-  reader.diagnostics().add(place, text_of("duplicate ", what, " ", number),
-                           text_of("each number once; the first is in line ", earlier->line));
+  reader.diagnostics().add(position, concat("duplicate ", what, " ", number),
+                           concat("each number once; the first is in line ", earlier->line));
 }
 
 }  // namespace
@@ -49,10 +49,10 @@ void read_class_maps(const Reader &reader, const yaml::Node &node, PolicyFile &f
 namespace {
 
 Rule read_rule(const Reader &reader, const yaml::Node &node) {
-  Rule rule{.place = node.place};
+  Rule rule{.position = node.position};
   const Fields fields(node, "a rule", {"number", "class", "execute", "actions"}, reader.diagnostics());
   if (const yaml::Node *number = fields.require("number")) {
-    rule.place = number->place;
+    rule.position = number->position;
     rule.number = static_cast<uint32_t>(reader.number(*number, "a rule's number", 1, 255).value_or(0));
   }
   if (const yaml::Node *name = fields.require("class")) {
@@ -71,12 +71,12 @@ Rule read_rule(const Reader &reader, const yaml::Node &node) {
 }
 
 // The repository keeps one rule for a class-map under an event.
-void check_class_is_new(const Reader &reader, FirstPlaces<std::string> &classes, const Name &name) {
+void check_class_is_new(const Reader &reader, FirstPositions<std::string> &classes, const Name &name) {
   if (name.value.empty()) return;
-  const std::optional<Place> earlier = classes.earlier(name.value, name.place);
+  const std::optional<Position> earlier = classes.earlier(name.value, name.position);
   if (!earlier) return;
-  reader.diagnostics().add(name.place, text_of("class-map '", name.value, "' has a rule already"),
-                           text_of("one rule for a class-map in an event; the first is in line ", earlier->line));
+  reader.diagnostics().add(name.position, concat("class-map '", name.value, "' has a rule already"),
+                           concat("one rule for a class-map in an event; the first is in line ", earlier->line));
 }
 
 EventRules read_event(const Reader &reader, Name event, const yaml::Node &body) {
@@ -89,11 +89,11 @@ EventRules read_event(const Reader &reader, Name event, const yaml::Node &body) 
                       .value_or(EventMatch::all);
   }
   if (const yaml::Node *list = fields.require("rules")) {
-    FirstPlaces<uint32_t> numbers;
-    FirstPlaces<std::string> classes;
+    FirstPositions<uint32_t> numbers;
+    FirstPositions<std::string> classes;
     reader.list(*list, "the list of rules", [&](const yaml::Node &item) {
       Rule rule = read_rule(reader, item);
-      check_number_is_new(reader, numbers, rule.number, rule.place, "rule number");
+      check_number_is_new(reader, numbers, rule.number, rule.position, "rule number");
       check_class_is_new(reader, classes, rule.class_map);
       rules.rules.push_back(std::move(rule));
     });
@@ -120,16 +120,16 @@ void read_policy_maps(const Reader &reader, const yaml::Node &node, PolicyFile &
 namespace {
 
 Statement read_statement(const Reader &reader, const yaml::Node &node) {
-  Statement statement{.place = node.place};
+  Statement statement{.position = node.position};
   const Fields fields(node, "a statement", {"index", "filters", "actions"}, reader.diagnostics());
   if (const yaml::Node *index = fields.require("index")) {
-    statement.place = index->place;
+    statement.position = index->position;
     statement.index = static_cast<uint32_t>(reader.number(*index, "a map-index", 1, 65535).value_or(0));
   }
   if (const yaml::Node *filters = fields.require("filters")) {
     statement.filters = read_filters(reader, *filters);
     if (statement.filters.empty() && filters->items.empty()) {
-      reader.diagnostics().add(filters->place, "a statement without filters never matches", "at least one filter");
+      reader.diagnostics().add(filters->position, "a statement without filters never matches", "at least one filter");
     }
   }
   if (const yaml::Node *actions = fields.require("actions")) statement.actions = read_actions(reader, *actions);
@@ -145,8 +145,8 @@ void check_no_match_stands_alone(const Reader &reader, const std::vector<Filter>
   }
   for (const Filter &filter : filters) {
     if (!filter.no_match || filters_of[filter.attribute.value] == 1) continue;
-    reader.diagnostics().add(filter.place,
-                             text_of("a no-match filter beside others of attribute '", filter.attribute.value, "'"),
+    reader.diagnostics().add(filter.position,
+                             concat("a no-match filter beside others of attribute '", filter.attribute.value, "'"),
                              "a no-match filter as the only one of its attribute in a statement");
   }
 }
@@ -160,8 +160,8 @@ void collect_attributes(const Reader &reader, ParameterMap &map) {
       map.attributes.push_back(name);
       if (seen.size() <= engine::kFilterTypes) continue;
       reader.diagnostics().add(
-          filter.place, text_of("'", name, "' is attribute number ", seen.size(), " that the parameter-map tests"),
-          text_of("at most ", engine::kFilterTypes, " different attributes in a parameter-map"));
+          filter.position, concat("'", name, "' is attribute number ", seen.size(), " that the parameter-map tests"),
+          concat("at most ", engine::kFilterTypes, " different attributes in a parameter-map"));
     }
   }
 }
@@ -173,10 +173,10 @@ void read_parameter_maps(const Reader &reader, const yaml::Node &node, PolicyFil
     ParameterMap map{.name = std::move(name)};
     const Fields fields(body, "a parameter-map", {"statements"}, reader.diagnostics());
     if (const yaml::Node *list = fields.require("statements")) {
-      FirstPlaces<uint32_t> indices;
+      FirstPositions<uint32_t> indices;
       reader.list(*list, "the list of statements", [&](const yaml::Node &item) {
         Statement statement = read_statement(reader, item);
-        check_number_is_new(reader, indices, statement.index, statement.place, "map-index");
+        check_number_is_new(reader, indices, statement.index, statement.position, "map-index");
         check_no_match_stands_alone(reader, statement.filters);
         map.statements.push_back(std::move(statement));
       });

@@ -8,7 +8,7 @@ namespace simulator {
 void read_clients(const Reader &reader, const yaml::Node &node, PolicyFile &file) {
   reader.named(node, "a client's name", NameKind::map, [&](Name name, const yaml::Node &body) {
     if (name.value == engine::kClientName) {
-      reader.diagnostics().add(name.place, text_of("'", name.value, "' is the name of the engine's own client"),
+      reader.diagnostics().add(name.position, concat("'", name.value, "' is the name of the engine's own client"),
                                "another name");
     }
     Client client{.name = std::move(name)};
@@ -51,7 +51,7 @@ void read_targets(const Reader &reader, const yaml::Node &node, PolicyFile &file
     if (const yaml::Node *policies = fields.require("policies")) {
       const bool is_list = policies->kind == yaml::Kind::sequence || policies->kind == yaml::Kind::null;
       if (is_list && policies->items.empty()) {
-        reader.diagnostics().add(policies->place, text_of("target '", target.name.value, "' has no policy"),
+        reader.diagnostics().add(policies->position, concat("target '", target.name.value, "' has no policy"),
                                  "at least one policy-map: no target exists without");
       }
       reader.list(*policies, "the list of a target's policies", [&](const yaml::Node &item) {
@@ -64,8 +64,8 @@ void read_targets(const Reader &reader, const yaml::Node &node, PolicyFile &file
   });
 }
 
-Step read_step(const Reader &reader, const Fields &fields, Place place) {
-  Step step{.place = place};
+Step read_step(const Reader &reader, const Fields &fields, Position position) {
+  Step step{.position = position};
   if (const yaml::Node *event = fields.require("event")) {
     step.event = reader.name(*event, "an event's name").value_or(Name{});
   }
@@ -86,7 +86,7 @@ Step read_step(const Reader &reader, const Fields &fields, Place place) {
 void read_scenario(const Reader &reader, const yaml::Node &node, PolicyFile &file) {
   reader.list(node, "the scenario", [&](const yaml::Node &item) {
     const Fields fields(item, "an event of the scenario", {"event", "target", "set", "clear"}, reader.diagnostics());
-    file.scenario.push_back(read_step(reader, fields, item.place));
+    file.scenario.push_back(read_step(reader, fields, item.position));
   });
 }
 

@@ -33,7 +33,7 @@ std::vector<ExpectedValue> read_expected_values(const Reader &reader, const yaml
 std::optional<Name> read_verdict(const Reader &reader, const yaml::Node &node) {
   const std::optional<const char *> verdict =
       reader.choice<const char *>(node, "a verdict", {{"permit", "permit"}, {"deny", "deny"}, {"none", "none"}});
-  return verdict ? std::optional(Name{*verdict, node.place}) : std::nullopt;
+  return verdict ? std::optional(Name{*verdict, node.position}) : std::nullopt;
 }
 
 Expectation read_expectation(const Reader &reader, const yaml::Node &node) {
@@ -50,7 +50,7 @@ Expectation read_expectation(const Reader &reader, const yaml::Node &node) {
   if (log) expect.log = read_texts(reader, *log, "the list of logged texts", "a text to log");
   const bool nothing = !rules && expect.attributes.empty() && !verdict && !log;
   if (nothing && reader.diagnostics().count() == before) {
-    reader.diagnostics().add(node.place, "a test that expects nothing", "one of rules, attributes, verdict, log");
+    reader.diagnostics().add(node.position, "a test that expects nothing", "one of rules, attributes, verdict, log");
   }
   return expect;
 }
@@ -60,10 +60,10 @@ Expectation read_expectation(const Reader &reader, const yaml::Node &node) {
 void read_tests(const Reader &reader, const yaml::Node &node, PolicyFile &file) {
   reader.list(node, "the list of tests", [&](const yaml::Node &item) {
     const Fields fields(item, "a test", {"name", "event", "target", "set", "clear", "expect"}, reader.diagnostics());
-    Test test{.name = {text_of("test ", file.tests.size() + 1), item.place},
-              .step = read_step(reader, fields, item.place)};
+    Test test{.name = {concat("test ", file.tests.size() + 1), item.position},
+              .step = read_step(reader, fields, item.position)};
     if (const yaml::Node *name = fields.find("name")) {
-      test.name = reader.text(*name, "a test's name").value_or(Name{"", name->place});
+      test.name = reader.text(*name, "a test's name").value_or(Name{"", name->position});
     }
     if (const yaml::Node *expect = fields.require("expect")) test.expect = read_expectation(reader, *expect);
     file.tests.push_back(std::move(test));

@@ -26,18 +26,18 @@ size_t longest_of(NameKind kind) {
 }
 
 std::string describe_name(NameKind kind) {
-  return text_of("1 to ", longest_of(kind), " letters, digits and ", kind == NameKind::target ? "_-./+:@" : "_-./+");
+  return concat("1 to ", longest_of(kind), " letters, digits and ", kind == NameKind::target ? "_-./+:@" : "_-./+");
 }
 
 // A value in a message: short, and in quotes when it is no plain word.
 std::string shown(std::string_view text) {
   constexpr size_t kLongestShown = 40;
-  if (text.size() <= kLongestShown) return text_of("'", text, "'");
-  return text_of("'", text.substr(0, kLongestShown), "...'");
+  if (text.size() <= kLongestShown) return concat("'", text, "'");
+  return concat("'", text.substr(0, kLongestShown), "...'");
 }
 
 std::string keys_text(const std::vector<std::string_view> &keys) {
-  return keys.size() == 1 ? text_of("the key ", keys[0]) : text_of("one of the keys ", comma_separated(keys));
+  return keys.size() == 1 ? concat("the key ", keys[0]) : concat("one of the keys ", comma_separated(keys));
 }
 
 }  // namespace
@@ -49,20 +49,21 @@ Fields::Fields(const yaml::Node &node, std::string_view what, std::initializer_l
   // Nothing written is a mapping without entries.
   if (node.kind == yaml::Kind::null) return;
   if (node.kind != yaml::Kind::mapping) {
-    diagnostics.add(node.place, text_of(what, " is ", yaml::name_of(node.kind)),
-                    text_of("a mapping with ", keys_text(vocabulary)));
+    diagnostics.add(node.position, concat(what, " is ", yaml::name_of(node.kind)),
+                    concat("a mapping with ", keys_text(vocabulary)));
     node_ = nullptr;
     return;
   }
   for (const auto &[key, value] : node.entries) {
     if (diagnostics.hopeless()) return;
     if (key->kind != yaml::Kind::scalar) {
-      diagnostics.add(key->place, text_of("a key of ", what, " is ", yaml::name_of(key->kind)), keys_text(vocabulary));
+      diagnostics.add(key->position, concat("a key of ", what, " is ", yaml::name_of(key->kind)),
+                      keys_text(vocabulary));
     } else if (std::find(keys.begin(), keys.end(), key->text) == keys.end()) {
-      diagnostics.add(key->place, text_of("unknown key ", shown(key->text), " in ", what), keys_text(vocabulary),
+      diagnostics.add(key->position, concat("unknown key ", shown(key->text), " in ", what), keys_text(vocabulary),
                       nearest(key->text, vocabulary));
     } else if (find(key->text)) {
-      diagnostics.add(key->place, text_of("duplicate key '", key->text, "' in ", what), "each key once");
+      diagnostics.add(key->position, concat("duplicate key '", key->text, "' in ", what), "each key once");
     } else {
       known_.emplace_back(key->text, value);
     }
@@ -79,19 +80,20 @@ const yaml::Node *Fields::find(std::string_view key) const {
 const yaml::Node *Fields::require(std::string_view key) const {
   const yaml::Node *value = find(key);
   // What is no mapping was reported as that.
-  if (!value && node_) diagnostics_->add(node_->place, text_of(what_, " has no '", key, "'"), text_of("the key ", key));
+  if (!value && node_)
+    diagnostics_->add(node_->position, concat(what_, " has no '", key, "'"), concat("the key ", key));
   return value;
 }
 
 bool Reader::is_kind(const yaml::Node &node, yaml::Kind kind, std::string_view what) const {
   if (node.kind == kind) return true;
-  diagnostics_->add(node.place, text_of(what, " is ", yaml::name_of(node.kind)), yaml::name_of(kind));
+  diagnostics_->add(node.position, concat(what, " is ", yaml::name_of(node.kind)), yaml::name_of(kind));
   return false;
 }
 
 std::optional<Name> Reader::text(const yaml::Node &node, std::string_view what) const {
   if (!is_kind(node, yaml::Kind::scalar, what)) return std::nullopt;
-  return Name{node.text, node.place};
+  return Name{node.text, node.position};
 }
 
 std::optional<Name> Reader::name(const yaml::Node &node, std::string_view what, NameKind kind) const {
@@ -102,7 +104,7 @@ std::optional<Name> Reader::name(const yaml::Node &node, std::string_view what, 
   const bool good = !name.empty() && name.size() <= longest_of(kind) &&
                     std::all_of(name.begin(), name.end(), [&](char c) { return is_name_character(c, kind); });
   if (good) return read;
-  diagnostics_->add(node.place, text_of(shown(name), " cannot be ", what), describe_name(kind));
+  diagnostics_->add(node.position, concat(shown(name), " cannot be ", what), describe_name(kind));
   return std::nullopt;
 }
 
@@ -110,8 +112,8 @@ std::optional<int64_t> Reader::number(const yaml::Node &node, std::string_view w
   if (!is_kind(node, yaml::Kind::scalar, what)) return std::nullopt;
   const std::optional<int64_t> number = engine::parse_number(node.text);
   if (number && *number >= low && *number <= high) return number;
-  diagnostics_->add(node.place, text_of(shown(node.text), " cannot be ", what),
-                    text_of("a number from ", low, " to ", high));
+  diagnostics_->add(node.position, concat(shown(node.text), " cannot be ", what),
+                    concat("a number from ", low, " to ", high));
   return std::nullopt;
 }
 
@@ -124,28 +126,28 @@ std::optional<size_t> Reader::chosen(const yaml::Node &node, std::string_view wh
   if (!is_kind(node, yaml::Kind::scalar, what)) return std::nullopt;
   const auto found = std::find(words.begin(), words.end(), node.text);
   if (found != words.end()) return static_cast<size_t>(found - words.begin());
-  diagnostics_->add(node.place, text_of(shown(node.text), " cannot be ", what),
-                    text_of("one of ", comma_separated(words)), nearest(node.text, words));
+  diagnostics_->add(node.position, concat(shown(node.text), " cannot be ", what),
+                    concat("one of ", comma_separated(words)), nearest(node.text, words));
   return std::nullopt;
 }
 
 std::vector<std::pair<Name, const yaml::Node *>> Reader::named_entries(const yaml::Node &node, std::string_view what,
                                                                        NameKind kind) const {
   std::vector<std::pair<Name, const yaml::Node *>> good;
-  FirstPlaces<std::string_view> seen;
+  FirstPositions<std::string_view> seen;
   if (node.kind == yaml::Kind::null) return good;
   if (node.kind != yaml::Kind::mapping) {
-    diagnostics_->add(node.place, text_of("what stands here is ", yaml::name_of(node.kind)),
-                      text_of("a mapping from ", what, " to what belongs to it"));
+    diagnostics_->add(node.position, concat("what stands here is ", yaml::name_of(node.kind)),
+                      concat("a mapping from ", what, " to what belongs to it"));
     return good;
   }
   for (const auto &[key, body] : node.entries) {
     if (diagnostics_->hopeless()) break;
     std::optional<Name> read = name(*key, what, kind);
     if (!read) continue;
-    if (const std::optional<Place> earlier = seen.earlier(key->text, key->place)) {
-      diagnostics_->add(key->place, text_of("duplicate name '", key->text, "'"),
-                        text_of(what, " once; the first is in line ", earlier->line));
+    if (const std::optional<Position> earlier = seen.earlier(key->text, key->position)) {
+      diagnostics_->add(key->position, concat("duplicate name '", key->text, "'"),
+                        concat(what, " once; the first is in line ", earlier->line));
     } else {
       good.emplace_back(std::move(*read), body);
     }

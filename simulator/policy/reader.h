@@ -44,16 +44,16 @@ struct Word {
 
 // Where a value stood first, for values that may stand once only.
 template <class Value>
-class FirstPlaces {
+class FirstPositions {
  public:
-  // The place of an earlier equal value, or nothing when this one is the first.
-  std::optional<Place> earlier(const Value &value, Place place) {
-    const auto [first, is_new] = places_.emplace(value, place);
+  // The position of an earlier equal value, or nothing when this one is the first.
+  std::optional<Position> earlier(const Value &value, Position position) {
+    const auto [first, is_new] = positions_.emplace(value, position);
     return is_new ? std::nullopt : std::optional(first->second);
   }
 
  private:
-  std::unordered_map<Value, Place> places_;
+  std::unordered_map<Value, Position> positions_;
 };
 
 enum class NameKind {

@@ -76,8 +76,8 @@ bool was_read(const Name &name) {
 }
 
 void Resolver::report_unknown(const Name &name, std::string_view what, const std::vector<std::string_view> &known) {
-  diagnostics_->add(name.place, text_of("there is no ", what, " '", name.value, "'"),
-                    text_of("the name of a ", what, " of this file"), nearest(name.value, known));
+  diagnostics_->add(name.position, concat("there is no ", what, " '", name.value, "'"),
+                    concat("the name of a ", what, " of this file"), nearest(name.value, known));
 }
 
 template <class Object>
@@ -98,7 +98,7 @@ void Resolver::check_client(const std::optional<Name> &name) {
 void Resolver::check_counts() {
   const auto check = [&](size_t count, size_t most, std::string_view what) {
     if (count <= most) return;
-    diagnostics_->add({}, text_of("the file has ", count, " ", what), text_of("at most ", most));
+    diagnostics_->add({}, concat("the file has ", count, " ", what), concat("at most ", most));
   };
   check(file_->clients.size(), kMostClients, "clients");
   check(file_->domains.size(), kMostDomains, "domains");
@@ -114,14 +114,14 @@ void Resolver::check_domains() {
 
 // A map that names no domain belongs to the only one that there is.
 void Resolver::fill_domain(Name &domain, const Name &map) {
-  const bool given = domain.place.line != 0;
+  const bool given = domain.position.line != 0;
   if (given) {
     if (was_read(domain) && !file_->find_domain(domain.value)) unknown(domain, "domain", file_->domains);
   } else if (file_->domains.size() == 1) {
-    domain = {file_->domains[0].name.value, map.place};
+    domain = {file_->domains[0].name.value, map.position};
   } else {
     diagnostics_->add(
-        map.place, text_of("'", map.value, "' has no domain"),
+        map.position, concat("'", map.value, "' has no domain"),
         file_->domains.empty() ? "a domain under 'domains'" : "the key domain, as the file has several domains");
   }
 }
@@ -130,8 +130,8 @@ void Resolver::check_class_maps() {
   for (ClassMap &map : file_->class_maps) {
     fill_domain(map.domain, map.name);
     if (map.name.value.starts_with(kHiddenPrefix)) {
-      diagnostics_->add(map.name.place, text_of("'", map.name.value, "' cannot be a class-map's name"),
-                        text_of("a name that does not begin with ", kHiddenPrefix));
+      diagnostics_->add(map.name.position, concat("'", map.name.value, "' cannot be a class-map's name"),
+                        concat("a name that does not begin with ", kHiddenPrefix));
     }
   }
 }
@@ -147,18 +147,18 @@ void Resolver::check_parameter_maps() {
 
 // Nothing stands between the name of the parameter-map and the map-index, so that map1 with 23 and map12 with 3 collide.
 void Resolver::check_hidden_names() {
-  FirstPlaces<std::string> names;
+  FirstPositions<std::string> names;
   for (const ParameterMap &map : file_->parameter_maps) {
     uint32_t last = 0;
     for (const Statement &statement : map.statements) {
       // A duplicate map-index was reported; equal ones are neighbours.
       if (statement.index == std::exchange(last, statement.index)) continue;
-      const std::string name = text_of(map.name.value, statement.index);
-      const std::optional<Place> earlier = names.earlier(name, statement.place);
+      const std::string name = concat(map.name.value, statement.index);
+      const std::optional<Position> earlier = names.earlier(name, statement.position);
       if (!earlier) continue;
-      diagnostics_->add(statement.place,
-                        text_of("map-index ", statement.index, " gives the hidden class-map ", kHiddenPrefix, name,
-                                " that line ", earlier->line, " has already"),
+      diagnostics_->add(statement.position,
+                        concat("map-index ", statement.index, " gives the hidden class-map ", kHiddenPrefix, name,
+                               " that line ", earlier->line, " has already"),
                         "another map-index or parameter-map name");
     }
   }
@@ -180,7 +180,7 @@ void Resolver::check_policy_maps() {
   for (PolicyMap &policy : file_->policy_maps) {
     fill_domain(policy.domain, policy.name);
     if (policy.name.value == builtin_autoconf_policy) {
-      diagnostics_->add(policy.name.place, text_of("'", policy.name.value, "' cannot be a policy-map's name"),
+      diagnostics_->add(policy.name.position, concat("'", policy.name.value, "' cannot be a policy-map's name"),
                         "another name: the built-in policy-map is never given back");
     }
     for (const EventRules &event : policy.events) {
@@ -200,15 +200,15 @@ void Resolver::check_class_of(const Rule &rule, const PolicyMap &policy) {
   const std::string *of_class = database_of(map->domain);
   const std::string *of_policy = database_of(policy.domain);
   if (!of_class || !of_policy || *of_class == *of_policy) return;
-  diagnostics_->add(rule.class_map.place,
-                    text_of("class-map '", map->name.value, "' is in the database of client '", *of_class, "'"),
-                    text_of("a class-map in the database of the policy-map, that of client '", *of_policy, "'"));
+  diagnostics_->add(rule.class_map.position,
+                    concat("class-map '", map->name.value, "' is in the database of client '", *of_class, "'"),
+                    concat("a class-map in the database of the policy-map, that of client '", *of_policy, "'"));
 }
 
 void Resolver::unknown_event(const Name &name) {
   std::vector<std::string_view> known;
   if (!diagnostics_->too_many()) known.assign(file_->events.begin(), file_->events.end());
-  diagnostics_->add(name.place, text_of("no policy-map handles the event '", name.value, "'"),
+  diagnostics_->add(name.position, concat("no policy-map handles the event '", name.value, "'"),
                     "an event that a policy-map has under 'events'", nearest(name.value, known));
 }
 
@@ -234,11 +234,11 @@ void Resolver::check_targets() {
 }
 
 void Resolver::check_policies_of(const Target &target) {
-  FirstPlaces<std::string_view> policies;
+  FirstPositions<std::string_view> policies;
   for (const Name &policy : target.policies) {
     if (!file_->find_policy_map(policy.value)) unknown(policy, "policy-map", file_->policy_maps);
-    if (policies.earlier(policy.value, policy.place)) {
-      diagnostics_->add(policy.place, text_of("policy-map '", policy.value, "' is active already"),
+    if (policies.earlier(policy.value, policy.position)) {
+      diagnostics_->add(policy.position, concat("policy-map '", policy.value, "' is active already"),
                         "each policy-map once on a target");
     }
   }
@@ -281,7 +281,7 @@ void Resolver::check_expected_rules() {
     if (!test.expect.rules) continue;
     for (const Name &rule : *test.expect.rules) {
       if (names.contains(rule.value)) continue;
-      diagnostics_->add(rule.place, text_of("there is no rule or class-map '", rule.value, "'"),
+      diagnostics_->add(rule.position, concat("there is no rule or class-map '", rule.value, "'"),
                         "POLICY/EVENT/NUMBER, or the name of a class-map of this file",
                         diagnostics_->too_many() ? "" : nearest(rule.value, known));
     }
@@ -298,8 +298,8 @@ void Resolver::check_expected_attributes() {
   for (const Test &test : file_->tests) {
     for (const ExpectedValue &expected : test.expect.attributes) {
       if (names.contains(expected.attribute.value)) continue;
-      diagnostics_->add(expected.attribute.place,
-                        text_of("nothing in the file speaks of the attribute '", expected.attribute.value, "'"),
+      diagnostics_->add(expected.attribute.position,
+                        concat("nothing in the file speaks of the attribute '", expected.attribute.value, "'"),
                         "an attribute that a filter, an action or a target has",
                         diagnostics_->too_many() ? "" : nearest(expected.attribute.value, known));
     }
@@ -311,8 +311,8 @@ void Resolver::check_attribute_count() {
   for_each_attribute(*file_, [&](const Name &attribute) {
     if (!was_read(attribute) || !seen.insert(attribute.value).second) return;
     if (seen.size() != engine::kMaxAttributes + 1) return;
-    diagnostics_->add(attribute.place, text_of("'", attribute.value, "' is one attribute too many"),
-                      text_of("at most ", engine::kMaxAttributes, " different attributes in a file"));
+    diagnostics_->add(attribute.position, concat("'", attribute.value, "' is one attribute too many"),
+                      concat("at most ", engine::kMaxAttributes, " different attributes in a file"));
   });
 }
 
@@ -336,8 +336,8 @@ void Resolver::check_handle_count() {
   }
   if (handles <= kMostHandles) return;
   diagnostics_->add(
-      {}, text_of("the file makes ", handles, " objects"),
-      text_of("at most ", kMostHandles, ": maps, filters, events, rules, actions, and two for each target"));
+      {}, concat("the file makes ", handles, " objects"),
+      concat("at most ", kMostHandles, ": maps, filters, events, rules, actions, and two for each target"));
 }
 
 }  // namespace

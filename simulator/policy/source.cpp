@@ -46,7 +46,7 @@ size_t character_length(std::string_view text) {
   return length;
 }
 
-// The place of the first character that is not allowed, if there is one.
+// The position of the first character that is not allowed, if there is one.
 void check_characters(const Source &source, Diagnostics &diagnostics) {
   const std::string_view text = source.text();
   size_t line = 0;
@@ -56,7 +56,7 @@ void check_characters(const Source &source, Diagnostics &diagnostics) {
     if (length == 0) {
       char byte[8];
       std::snprintf(byte, sizeof byte, "0x%02x", static_cast<unsigned>(static_cast<unsigned char>(text[at])));
-      diagnostics.add(source.place_of(line, at - line_start), text_of("the byte ", byte, " is no text"),
+      diagnostics.add(source.position_of(line, at - line_start), concat("the byte ", byte, " is no text"),
                       "text in UTF-8 without control characters");
       return;
     }
@@ -117,14 +117,14 @@ Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t 
   const std::string name = from_stdin ? "<stdin>" : path;
   const File file(from_stdin ? stdin : std::fopen(path.c_str(), "rb"));
   if (!file) {
-    diagnostics.add({}, text_of("cannot be opened: ", std::strerror(errno)), "a policy file");
+    diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
     return Source(name, "", number);
   }
 
   errno = 0;
   Source source(name, read_all(file.get()), number);
   if (std::ferror(file.get())) {
-    diagnostics.add({}, text_of("cannot be read: ", std::strerror(errno)), "a policy file");
+    diagnostics.add({}, concat("cannot be read: ", std::strerror(errno)), "a policy file");
   } else {
     source.check(diagnostics);
   }
@@ -133,7 +133,7 @@ Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t 
 
 void Source::check(Diagnostics &diagnostics) const {
   if (text_.size() > kMaxSize) {
-    diagnostics.add({}, "is too large", text_of("at most ", (kMaxSize >> 20), " MiB"));
+    diagnostics.add({}, "is too large", concat("at most ", (kMaxSize >> 20), " MiB"));
   } else {
     check_characters(*this, diagnostics);
   }
@@ -148,7 +148,7 @@ std::string_view Source::line(uint32_t number) const {
   return line;
 }
 
-Place Source::place_of(size_t line, size_t byte) const {
+Position Source::position_of(size_t line, size_t byte) const {
   const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
   const size_t continuations = continuations_before(start + byte) - continuations_before(start);
   return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - continuations), number_};

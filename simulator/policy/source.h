@@ -17,7 +17,7 @@ class Source {
   // A file larger than this is no policy file.
   static constexpr size_t kMaxSize = size_t{16} << 20;
 
-  // 'number' is what all places in it carry.
+  // 'number' is what all positions in it carry.
   Source(std::string name, std::string text, uint32_t number = 0);
 
   // Reads a file, or standard input for "-". What is wrong with it goes to 'diagnostics': a file that cannot be read, is
@@ -31,8 +31,8 @@ class Source {
   const std::string &text() const { return text_; }
   // A line without its end; empty when there is none.
   std::string_view line(uint32_t number) const;
-  // The place of a byte of a line, both from 0: columns are characters, of which one may take several bytes.
-  Place place_of(size_t line, size_t byte) const;
+  // The position of a byte of a line, both from 0: columns are characters, of which one may take several bytes.
+  Position position_of(size_t line, size_t byte) const;
 
  private:
   size_t continuations_before(size_t offset) const;

@@ -10,7 +10,7 @@ namespace simulator {
 std::optional<Step> parse_event(const std::string &text, const PolicyFile &file, Complaints &complaints) {
   const size_t at = text.find('@');
   if (at == std::string::npos) {
-    complaints.push_back(text_of("'", text, "' is no event: expected NAME@TARGET"));
+    complaints.push_back(concat("'", text, "' is no event: expected NAME@TARGET"));
     return std::nullopt;
   }
   Step step;
@@ -42,7 +42,7 @@ bool is_attribute(std::string_view name, const PolicyFile &file, Complaints &com
 bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos) {
-    complaints.push_back(text_of("'", text, "' sets nothing: expected ATTRIBUTE=VALUE"));
+    complaints.push_back(concat("'", text, "' sets nothing: expected ATTRIBUTE=VALUE"));
     return false;
   }
   std::string name = text.substr(0, equals);

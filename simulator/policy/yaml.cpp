@@ -47,13 +47,13 @@ class Builder final : public YAML::EventHandler {
   void OnNull(const YAML::Mark &mark, YAML::anchor_t anchor) override {
     const Node *key = open_.empty() ? nullptr : open_.back().key;
     leaf(mark, anchor, Kind::null, "");
-    if (key) document_->nodes_.back().place = key->place;
+    if (key) document_->nodes_.back().position = key->position;
   }
   void OnScalar(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
                 const std::string &value) override {
     refuse_tag(mark, tag);
     if (value.size() > kMaxScalar) {
-      refuse(mark, text_of("a value of ", value.size(), " bytes"), text_of("at most ", kMaxScalar, " bytes"));
+      refuse(mark, concat("a value of ", value.size(), " bytes"), concat("at most ", kMaxScalar, " bytes"));
     }
     leaf(mark, anchor, Kind::scalar, value);
   }
@@ -83,19 +83,19 @@ class Builder final : public YAML::EventHandler {
   };
 
   [[noreturn]] void refuse(const YAML::Mark &mark, std::string message, std::string expected) const {
-    throw Refused{{place_of(*source_, mark), std::move(message), std::move(expected), {}}};
+    throw Refused{{position_of(*source_, mark), std::move(message), std::move(expected), {}}};
   }
 
   void refuse_tag(const YAML::Mark &mark, const std::string &tag) const {
     // '?' and '!' are what the parser calls plain and quoted values without a tag.
     if (tag.empty() || tag == "?" || tag == "!") return;
-    refuse(mark, text_of("the tag ", as_word(tag)), "no tags");
+    refuse(mark, concat("the tag ", as_word(tag)), "no tags");
   }
 
   Node &make(const YAML::Mark &mark, Kind kind) {
     Node &node = document_->nodes_.emplace_back();
     node.kind = kind;
-    node.place = place_of(*source_, mark);
+    node.position = position_of(*source_, mark);
     return node;
   }
 
@@ -108,7 +108,7 @@ class Builder final : public YAML::EventHandler {
 
   void open(const YAML::Mark &mark, YAML::anchor_t anchor, Kind kind) {
     if (open_.size() >= kMaxDepth) {
-      refuse(mark, "nested too deep", text_of("at most ", kMaxDepth, " levels"));
+      refuse(mark, "nested too deep", concat("at most ", kMaxDepth, " levels"));
     }
     open_.push_back({&make(mark, kind), anchor});
   }
@@ -128,7 +128,7 @@ class Builder final : public YAML::EventHandler {
     Open &parent = open_.back();
     parent.node->weight += node.weight;
     if (parent.node->weight > kMaxNodes) {
-      refuse(mark, "aliases that stand for too much", text_of("at most ", kMaxNodes, " values"));
+      refuse(mark, "aliases that stand for too much", concat("at most ", kMaxNodes, " values"));
     }
     if (parent.node->kind == Kind::sequence) {
       parent.node->items.push_back(&node);
@@ -183,11 +183,11 @@ std::optional<Document> parse(const Source &source, Diagnostics &diagnostics) {
     parser.HandleNextDocument(ignore);
   } catch (const Refused &refused) {
     const Diagnostic &why = refused.diagnostic;
-    diagnostics.add(why.place, why.message, why.expected);
+    diagnostics.add(why.position, why.message, why.expected);
     return std::nullopt;
   } catch (const YAML::Exception &error) {
     const Diagnostic why = describe(error, source);
-    diagnostics.add(why.place, why.message, why.expected);
+    diagnostics.add(why.position, why.message, why.expected);
     return std::nullopt;
   }
   return document;

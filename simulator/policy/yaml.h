@@ -1,4 +1,4 @@
-// A policy file as YAML: a tree of nodes with their places. Everything above the loader knows the model only.
+// A policy file as YAML: a tree of nodes with their positions. Everything above the loader knows the model only.
 //
 // Files come from outside. Depth, the length of a scalar, and what aliases add up to are bounded while the text is parsed,
 // so that no file takes more time or memory than its size warrants.
@@ -23,7 +23,7 @@ enum class Kind { null, scalar, sequence, mapping };
 
 struct Node {
   Kind kind = Kind::null;
-  Place place;
+  Position position;
   std::string text;                                            // of a scalar
   std::vector<const Node *> items;                             // of a sequence
   std::vector<std::pair<const Node *, const Node *>> entries;  // of a mapping, as written, duplicates included

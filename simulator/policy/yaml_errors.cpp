@@ -88,34 +88,34 @@ std::optional<size_t> tab_in_indentation(std::string_view line) {
   return end;
 }
 
-Diagnostic diagnostic(Place place, std::string_view message, std::string expected) {
-  return {place, text_of("not YAML: ", message), std::move(expected), {}};
+Diagnostic diagnostic(Position position, std::string_view message, std::string expected) {
+  return {position, concat("not YAML: ", message), std::move(expected), {}};
 }
 
 // Most people see no tab, and the parser trips over it only behind it.
 Diagnostic describe_indentation(const YAML::Mark &mark, const Sentence &sentence, const Source &source) {
-  const Place place = place_of(source, mark);
-  const std::optional<size_t> tab = tab_in_indentation(source.line(place.line));
-  if (!tab) return diagnostic(place, sentence.message, sentence.expected);
-  return diagnostic(source.place_of(place.line - 1, *tab), "a tab in the indentation", "spaces");
+  const Position position = position_of(source, mark);
+  const std::optional<size_t> tab = tab_in_indentation(source.line(position.line));
+  if (!tab) return diagnostic(position, sentence.message, sentence.expected);
+  return diagnostic(source.position_of(position.line - 1, *tab), "a tab in the indentation", "spaces");
 }
 
 }  // namespace
 
-Place place_of(const Source &source, const YAML::Mark &mark) {
+Position position_of(const Source &source, const YAML::Mark &mark) {
   if (mark.is_null()) return {};
-  return source.place_of(static_cast<size_t>(mark.line), static_cast<size_t>(mark.column));
+  return source.position_of(static_cast<size_t>(mark.line), static_cast<size_t>(mark.column));
 }
 
 Diagnostic describe(const YAML::Exception &error, const Source &source) {
   if (const Sentence *sentence = find(kOfIndentation, error.msg)) {
     return describe_indentation(error.mark, *sentence, source);
   }
-  const Place place = place_of(source, error.mark);
+  const Position position = position_of(source, error.mark);
   if (const Sentence *sentence = find(kOther, error.msg)) {
-    return diagnostic(place, sentence->message, sentence->expected);
+    return diagnostic(position, sentence->message, sentence->expected);
   }
-  return diagnostic(place, error.msg, "a YAML document");
+  return diagnostic(position, error.msg, "a YAML document");
 }
 
 }  // namespace simulator::yaml

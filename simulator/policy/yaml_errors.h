@@ -11,7 +11,7 @@ namespace simulator::yaml {
 
 Diagnostic describe(const YAML::Exception &error, const Source &source);
 
-// The place of a mark of the parser.
-Place place_of(const Source &source, const YAML::Mark &mark);
+// The position of a mark of the parser.
+Position position_of(const Source &source, const YAML::Mark &mark);
 
 }  // namespace simulator::yaml

@@ -22,8 +22,8 @@ struct Refused {
 
 void expect(bool good, std::string_view operation, std::string_view object, uint32_t status = 0) {
   if (good) return;
-  const std::string with = status != 0 ? text_of(" with status ", status) : "";
-  throw Refused{text_of(operation, " of '", object, "' failed", with)};
+  const std::string with = status != 0 ? concat(" with status ", status) : "";
+  throw Refused{concat(operation, " of '", object, "' failed", with)};
 }
 
 void expect_success(uint32_t status, std::string_view operation, std::string_view object) {
@@ -301,7 +301,7 @@ void Repository::put_policy(TargetRecord &target, const Name &name, bool first) 
     status = zar_activate_policy_by_name(clid, target.handle, &info);
   }
   engine::release_target_lists();
-  expect_success(status, text_of("the activation on target '", target.name, "'"), name.value);
+  expect_success(status, concat("the activation on target '", target.name, "'"), name.value);
 }
 
 bool Repository::activate(std::string_view target, const PolicyMap &policy) {

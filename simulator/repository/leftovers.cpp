@@ -22,7 +22,7 @@ constexpr uint32_t kClientNames = 0x3e00034;
 constexpr uint32_t kDomainRecords = 0x3e00035;
 constexpr uint32_t kDomainNames = 0x3e00036;
 
-// The first client table has this many places; one that is full is replaced.
+// The first client table has room for this many; one that is full is replaced.
 constexpr size_t kFirstTableSize = 10;
 
 template <class Key>
@@ -53,12 +53,12 @@ void compare(std::string_view what, const Counts<Key> &expected, const Counts<Ke
   for (const auto &[key, any] : all) {
     const size_t left = count_of(key, found);
     const size_t kept = count_of(key, expected);
-    if (left != kept) lines.push_back(text_of(what, " ", shown(key), ": ", left, " left, ", kept, " expected"));
+    if (left != kept) lines.push_back(concat(what, " ", shown(key), ": ", left, " left, ", kept, " expected"));
   }
 }
 
 void compare_count(std::string_view what, size_t found, std::vector<std::string> &lines) {
-  if (found != 0) lines.push_back(text_of(what, ": ", found, " left, 0 expected"));
+  if (found != 0) lines.push_back(concat(what, ": ", found, " left, 0 expected"));
 }
 
 Counts<uint32_t> expected_blocks(const Permanent &permanent) {
@@ -129,7 +129,7 @@ std::vector<std::string> find_leftovers(const Permanent &permanent) {
   compare_count("action data", client::live_action_data(), lines);
   compare_count("actions freed in force", client::actions_freed_in_force(), lines);
   for (const std::string &complaint : runtime::complaints())
-    lines.push_back(text_of("misuse: ", complaint));
+    lines.push_back(concat("misuse: ", complaint));
   return lines;
 }
 

@@ -66,7 +66,7 @@ std::string listings(const PolicyFile &file, const Repository &repository, const
     if (!done.insert(database).second) continue;
     list_database(domain.name.value,
                   is_default || !domain.owner ? std::string("of the default database")
-                                              : text_of("of client ", domain.owner->value),
+                                              : concat("of client ", domain.owner->value),
                   listed);
   }
   return std::move(collected);

@@ -12,7 +12,7 @@ namespace simulator {
 
 void Repository::note_failure(uint32_t status, std::string_view operation, std::string_view object) {
   if (status == 0) return;
-  problems_.push_back(text_of(operation, " of '", object, "' failed with status ", status));
+  problems_.push_back(concat(operation, " of '", object, "' failed with status ", status));
 }
 
 void Repository::tear_down() {
@@ -52,7 +52,7 @@ bool Repository::deactivate(std::string_view target, const PolicyMap &policy) {
   const size_t before = problems_.size();
   const zar_map_info info = info_of(policy);
   note_failure(zar_deactivate_policy_by_name(clid_of_domain(policy.domain), target_handle(target), &info),
-               text_of("the deactivation on target '", target, "'"), policy.name.value);
+               concat("the deactivation on target '", target, "'"), policy.name.value);
   engine::release_target_lists();
   return problems_.size() == before;
 }
@@ -72,7 +72,7 @@ void Repository::take_down_class(const BuiltMap &map) {
 // By now no policy is left that could use it.
 void Repository::take_down_parameter_map(const std::string &name) {
   if (zar_is_param_map_assoc_with_policy(client::parameter_map_question(name)) != 0) {
-    problems_.push_back(text_of("parameter-map '", name, "' is still in use"));
+    problems_.push_back(concat("parameter-map '", name, "' is still in use"));
   }
   uint32_t type = 0;
   uint32_t status = kel_parameter_map_get_type(kel_parameter_map_subscriber_domain_str, &type);

@@ -96,8 +96,8 @@ std::optional<Step> read_step(const Call &call, size_t first_assignment, Reply &
 void raise(const Call &call, Reply &reply) {
   std::optional<Step> step = read_step(call, 2, reply);
   if (!step) return;
-  EventAccount account = Recorder(call.session.file()).raise(call.session.repository(), *step);
-  reply.event = ToldEvent{.account = std::move(account), .step = std::move(*step)};
+  EventExplanation explanation = Recorder(call.session.file()).raise(call.session.repository(), *step);
+  reply.event = ToldEvent{.explanation = std::move(explanation), .step = std::move(*step)};
 }
 
 void explain(const Call &call, Reply &reply) {
@@ -109,8 +109,8 @@ void explain(const Call &call, Reply &reply) {
   }
   std::optional<Step> step = read_step(call, level ? 3 : 2, reply);
   if (!step) return;
-  EventAccount account = rehearse(call.session.file(), call.session.repository(), *step);
-  reply.event = ToldEvent{std::move(account), std::move(*step), true, level.value_or(Level::rules)};
+  EventExplanation explanation = rehearse(call.session.file(), call.session.repository(), *step);
+  reply.event = ToldEvent{std::move(explanation), std::move(*step), true, level.value_or(Level::rules)};
 }
 
 // NULL when there is no such target, which is a failure.
@@ -145,14 +145,14 @@ void unset(const Call &call, Reply &reply) {
 
 void clear(const Call &call, Reply &reply) {
   if (call.line.words[1] != "counters")
-    return fail(reply, text_of("there is nothing to clear but counters, no '", call.line.words[1], "'"));
+    return fail(reply, concat("there is nothing to clear but counters, no '", call.line.words[1], "'"));
   constexpr uint32_t kAll = 1;
   uint32_t status = 0;
   for (const Domain &domain : call.session.file().domains) {
     status |= zar_clear_policymap(domain.name.value.c_str(), nullptr, kAll);
     status |= zar_clear_classmap(domain.name.value.c_str(), nullptr, kAll);
   }
-  if (status != 0) fail(reply, text_of("the library refused with status ", status));
+  if (status != 0) fail(reply, concat("the library refused with status ", status));
 }
 
 void trace(const Call &call, Reply &reply) {
@@ -165,7 +165,7 @@ void trace(const Call &call, Reply &reply) {
 // ---- The session ----------------------------------------------------------------------------------------------------------------
 
 std::string usage_of(const Command &command) {
-  return command.arguments.empty() ? std::string(command.name) : text_of(command.name, " ", command.arguments);
+  return command.arguments.empty() ? std::string(command.name) : concat(command.name, " ", command.arguments);
 }
 
 void fail_at_command(const std::string &word, Reply &reply) {
@@ -180,7 +180,7 @@ void help(const Call &call, Reply &reply) {
   if (words.size() > 1 && !find_command(words[1])) return fail_at_command(words[1], reply);
   for (const Command &command : commands()) {
     if (words.size() > 1 && command.name != words[1]) continue;
-    reply.output += text_of(usage_of(command), "\n    ", command.help, "\n");
+    reply.output += concat(usage_of(command), "\n    ", command.help, "\n");
   }
 }
 
@@ -260,7 +260,7 @@ Reply run(Session &session, const std::string &text, size_t number) {
     // What a create takes is policy text, in which a single quote may be an apostrophe.
     fail(reply, "a quote is not closed");
   } else if (given < command->least || given > command->most) {
-    fail(reply, text_of("expected: ", usage_of(*command)));
+    fail(reply, concat("expected: ", usage_of(*command)));
   } else {
     command->action({session, line, number}, reply);
   }

@@ -36,7 +36,7 @@ enum class Status : uint8_t { done, failed, quit };
 
 // An event that a command raised or rehearsed. Good until the next command.
 struct ToldEvent {
-  EventAccount account;
+  EventExplanation explanation;
   Step step;
   bool rehearsed = false;  // it changed nothing, and its path is what was asked for, at this level
   Level level = Level::rules;

@@ -17,7 +17,7 @@ template <class Texts>
 Words copies(const Texts &texts, std::string_view suffix = {}) {
   Words words;
   for (const auto &text : texts)
-    words.push_back(text_of(text, suffix));
+    words.push_back(concat(text, suffix));
   return words;
 }
 

@@ -101,7 +101,7 @@ bool Session::add(Source source, Diagnostics diagnostics, const KindWord *only, 
     return false;
   }
   if (only && count_of_all(*larger) != count_of_all(file_) + 1) {
-    trouble.complaints.push_back(text_of("more than one ", only->word, " stands behind the name"));
+    trouble.complaints.push_back(concat("more than one ", only->word, " stands behind the name"));
     return false;
   }
   const Repository::Extent before = repository_.extent();
@@ -125,7 +125,7 @@ bool Session::load(const std::string &path, Trouble &trouble) {
 
 bool Session::create(const KindWord &kind, std::string_view name, std::string_view body, size_t line,
                      Trouble &trouble) {
-  Source source(kTyped, text_of(std::string(line - 1, '\n'), "{", kind.section, ": {", quoted(name), ": ", body, "}}"));
+  Source source(kTyped, concat(std::string(line - 1, '\n'), "{", kind.section, ": {", quoted(name), ": ", body, "}}"));
   Diagnostics diagnostics;
   source.check(diagnostics);
   return add(std::move(source), std::move(diagnostics), &kind, trouble);
@@ -137,7 +137,7 @@ bool Session::is_needed(const PolicyFile &without, Trouble &trouble) const {
   resolve(rest, diagnostics);
   for (const Diagnostic &diagnostic : diagnostics.sorted()) {
     trouble.complaints.push_back(
-        text_of(file_.path_of(diagnostic.place), ":", diagnostic.place.line, " needs it: ", diagnostic.message));
+        concat(file_.path_of(diagnostic.position), ":", diagnostic.position.line, " needs it: ", diagnostic.message));
   }
   return !diagnostics.empty();
 }
@@ -173,7 +173,7 @@ bool Session::activate(std::string_view policy, std::string_view target, Trouble
   if (!is_known(ObjectKind::policy, policy, trouble) || !is_known(ObjectKind::target, target, trouble)) return false;
   Target &of = target_of(file_, target);
   if (is_active(of, policy)) {
-    trouble.complaints.push_back(text_of("policy '", policy, "' is active on target '", target, "' already"));
+    trouble.complaints.push_back(concat("policy '", policy, "' is active on target '", target, "' already"));
     return false;
   }
   const PolicyMap &map = *file_.find_policy_map(policy);
@@ -186,7 +186,7 @@ bool Session::deactivate(std::string_view policy, std::string_view target, Troub
   if (!is_known(ObjectKind::policy, policy, trouble) || !is_known(ObjectKind::target, target, trouble)) return false;
   Target &of = target_of(file_, target);
   if (!is_active(of, policy)) {
-    trouble.complaints.push_back(text_of("policy '", policy, "' is not active on target '", target, "'"));
+    trouble.complaints.push_back(concat("policy '", policy, "' is not active on target '", target, "'"));
     return false;
   }
   const bool good = built(repository_.deactivate(target, *file_.find_policy_map(policy)), trouble);

@@ -14,7 +14,7 @@ std::optional<PolicyFile> read(Complaints &complaints) {
   Complaints problems;
   std::optional<PolicyFile> running = inventory::read(problems);
   for (const std::string &problem : problems)
-    complaints.push_back(text_of("internal error: ", problem));
+    complaints.push_back(concat("internal error: ", problem));
   return running;
 }
 

@@ -4,9 +4,9 @@
 
 namespace simulator {
 
-void Coverage::add(const EventAccount &account) {
-  for (const PolicyAccount &policy : account.policies) {
-    for (const RuleAccount &rule : policy.rules) {
+void Coverage::add(const EventExplanation &explanation) {
+  for (const PolicyExplanation &policy : explanation.policies) {
+    for (const RuleExplanation &rule : policy.rules) {
       add(rule.class_map, rule.filters);
       if (!rule.matched) continue;
       rules_.insert(rule.rule);
@@ -15,11 +15,11 @@ void Coverage::add(const EventAccount &account) {
   }
 }
 
-void Coverage::add(const std::vector<ActionAccount> &actions) {
-  for (const ActionAccount &action : actions) {
+void Coverage::add(const std::vector<ActionExplanation> &actions) {
+  for (const ActionExplanation &action : actions) {
     if (action.raised) add(*action.raised);
     if (!action.applied) continue;
-    for (const StatementAccount &statement : action.applied->statements) {
+    for (const StatementExplanation &statement : action.applied->statements) {
       add(statement.statement, statement.filters);
       if (statement.matched) statements_.insert(statement.statement);
     }
@@ -27,10 +27,10 @@ void Coverage::add(const std::vector<ActionAccount> &actions) {
   }
 }
 
-void Coverage::add(const void *owner, const std::vector<FilterAccount> &filters) {
-  for (const FilterAccount &filter : filters) {
+void Coverage::add(const void *owner, const std::vector<FilterExplanation> &filters) {
+  for (const FilterExplanation &filter : filters) {
     if (!filter.asked) continue;
-    Answers &answers = filters_[{owner, filter.filter->place}];
+    Answers &answers = filters_[{owner, filter.filter->position}];
     (filter.holds ? answers.held : answers.did_not) = true;
   }
 }
@@ -44,7 +44,7 @@ Coverage::Part Coverage::rules() const {
         if (rules_.contains(&rule)) {
           ++part.covered;
         } else {
-          part.missed.push_back({rule.place, text_of("rule ", rule_name(policy, event, rule)), "never ran"});
+          part.missed.push_back({rule.position, concat("rule ", rule_name(policy, event, rule)), "never ran"});
         }
       }
     }
@@ -60,8 +60,8 @@ Coverage::Part Coverage::statements() const {
       if (statements_.contains(&statement)) {
         ++part.covered;
       } else {
-        part.missed.push_back({statement.place,
-                               text_of("statement ", statement.index, " of parameter-map ", map.name.value),
+        part.missed.push_back({statement.position,
+                               concat("statement ", statement.index, " of parameter-map ", map.name.value),
                                "never matched"});
       }
     }
@@ -72,11 +72,11 @@ Coverage::Part Coverage::statements() const {
 Coverage::Part Coverage::filters() const {
   Part part;
   for (const ClassMap &map : file_->class_maps)
-    count(part, &map, map.filters, text_of("class-map ", map.name.value));
+    count(part, &map, map.filters, concat("class-map ", map.name.value));
   for (const ParameterMap &map : file_->parameter_maps) {
     for (const Statement &statement : map.statements) {
       count(part, &statement, statement.filters,
-            text_of("statement ", statement.index, " of parameter-map ", map.name.value));
+            concat("statement ", statement.index, " of parameter-map ", map.name.value));
     }
   }
   return part;
@@ -86,14 +86,14 @@ void Coverage::count(Part &part, const void *owner, const std::vector<Filter> &f
                      const std::string &where) const {
   for (const Filter &filter : filters) {
     ++part.total;
-    const auto found = filters_.find({owner, filter.place});
+    const auto found = filters_.find({owner, filter.position});
     const Answers answers = found == filters_.end() ? Answers{} : found->second;
     if (answers.held && answers.did_not) {
       ++part.covered;
       continue;
     }
     const char *why = answers.held ? "always held" : answers.did_not ? "never held" : "was never asked";
-    part.missed.push_back({filter.place, text_of("filter ", filter_text(filter), " of ", where), why});
+    part.missed.push_back({filter.position, concat("filter ", filter_text(filter), " of ", where), why});
   }
 }
 

@@ -13,17 +13,16 @@
 namespace simulator {
 
 // A rule is covered once it has run, a statement of a parameter-map once it has matched, a filter once it has both held and
-// not held when it was asked. A filter that stands at several places by way of an alias is one at each class-map or
-// statement.
+// not held when it was asked. A filter that an alias puts into several class-maps or statements counts once in each.
 class Coverage {
  public:
   explicit Coverage(const PolicyFile &file) : file_(&file) {}
 
-  void add(const EventAccount &account);
+  void add(const EventExplanation &explanation);
 
   // What is not covered, with where it stands and why it is not.
   struct Missed {
-    Place place;
+    Position position;
     std::string what;
     std::string why;
   };
@@ -37,15 +36,15 @@ class Coverage {
   Part filters() const;
 
  private:
-  // Of a class-map or a statement and a place in it.
-  using FilterKey = std::pair<const void *, Place>;
+  // Of a class-map or a statement and a position in it.
+  using FilterKey = std::pair<const void *, Position>;
   struct Answers {
     bool held = false;
     bool did_not = false;
   };
 
-  void add(const std::vector<ActionAccount> &actions);
-  void add(const void *owner, const std::vector<FilterAccount> &filters);
+  void add(const std::vector<ActionExplanation> &actions);
+  void add(const void *owner, const std::vector<FilterExplanation> &filters);
   void count(Part &part, const void *owner, const std::vector<Filter> &filters, const std::string &where) const;
 
   const PolicyFile *file_;

@@ -54,16 +54,16 @@ std::vector<std::string> quoted_all(const std::vector<std::string> &texts) {
   return all;
 }
 
-std::vector<Failure> failures_of(const Expectation &expect, const EventAccount &account,
+std::vector<Failure> failures_of(const Expectation &expect, const EventExplanation &explanation,
                                  const engine::Attributes &attributes) {
   std::vector<Failure> failures;
   if (expect.rules) {
-    const std::vector<RuleRun> runs = rules_run(account);
+    const std::vector<RuleRun> runs = rules_run(explanation);
     if (!are_named(*expect.rules, runs)) {
       failures.push_back({"rules", listed(texts_of(*expect.rules)), listed(texts_of(runs, *expect.rules))});
     }
   }
-  const char *verdict = to_string(account.outcome.verdict);
+  const char *verdict = to_string(explanation.outcome.verdict);
   if (expect.verdict && expect.verdict->value != verdict) {
     failures.push_back({"verdict", expect.verdict->value, verdict});
   }
@@ -71,11 +71,10 @@ std::vector<Failure> failures_of(const Expectation &expect, const EventAccount &
     const engine::Attribute *found = attributes.find(engine::register_attribute(expected.attribute.value));
     const std::optional<std::string> actual = found ? std::optional(found->text) : std::nullopt;
     if (actual == expected.text) continue;
-    failures.push_back(
-        {text_of("attribute ", expected.attribute.value), value_text(expected.text), value_text(actual)});
+    failures.push_back({concat("attribute ", expected.attribute.value), value_text(expected.text), value_text(actual)});
   }
   if (expect.log) {
-    const std::vector<std::string> actual = logs(account);
+    const std::vector<std::string> actual = logs(explanation);
     const std::vector<std::string> expected = texts_of(*expect.log);
     if (actual != expected) failures.push_back({"log", listed(quoted_all(expected)), listed(quoted_all(actual))});
   }
@@ -85,14 +84,14 @@ std::vector<Failure> failures_of(const Expectation &expect, const EventAccount &
 }  // namespace
 
 void run_tests(const PolicyFile &file, const Repository &repository,
-               const std::function<void(const TestOutcome &, const EventAccount &)> &each) {
+               const std::function<void(const TestOutcome &, const EventExplanation &)> &each) {
   Recorder recorder(file);
   for (const Test &test : file.tests) {
     const Target &target = *file.find_target(test.step.target.value);
     refresh(target, repository);
-    const EventAccount account = recorder.raise(repository, test.step);
+    const EventExplanation explanation = recorder.raise(repository, test.step);
     const engine::Attributes &after = *engine::attributes_of(repository.target_handle(target.name.value));
-    each({&test, failures_of(test.expect, account, after)}, account);
+    each({&test, failures_of(test.expect, explanation, after)}, explanation);
   }
 }
 

@@ -23,8 +23,8 @@ struct TestOutcome {
 };
 
 // Runs every test of the file on a repository that was built from it, each from the attributes that its target has in the
-// file. 'each' is called after each test with its outcome and the account of its event.
+// file. 'each' is called after each test with its outcome and the explanation of its event.
 void run_tests(const PolicyFile &file, const Repository &repository,
-               const std::function<void(const TestOutcome &, const EventAccount &)> &each);
+               const std::function<void(const TestOutcome &, const EventExplanation &)> &each);
 
 }  // namespace simulator

@@ -22,7 +22,7 @@ std::string indented(std::string_view text, std::string_view indent) {
   std::string all;
   while (!text.empty()) {
     const size_t length = text.find('\n') + 1;
-    all += text_of(indent, text.substr(0, length));
+    all += concat(indent, text.substr(0, length));
     text.remove_prefix(length);
   }
   return all;
@@ -81,7 +81,7 @@ std::string as_word(std::string_view text) {
   return is_plain ? std::string(text) : quoted(text);
 }
 
-std::string harmless(std::string_view text) {
+std::string escape_control_characters(std::string_view text) {
   std::string out;
   while (!text.empty()) {
     if (escape_control(text, out)) continue;
@@ -139,7 +139,7 @@ std::string_view nearest(std::string_view word, const std::vector<std::string_vi
 
 std::string no_such(std::string_view what, std::string_view name, const std::vector<std::string_view> &known) {
   const std::string_view near = nearest(name, known);
-  return text_of("there is no ", what, " '", name, "'", near.empty() ? "" : text_of("; did you mean '", near, "'?"));
+  return concat("there is no ", what, " '", name, "'", near.empty() ? "" : concat("; did you mean '", near, "'?"));
 }
 
 }  // namespace simulator

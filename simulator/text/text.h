@@ -11,7 +11,7 @@ namespace simulator {
 
 // The parts, one after the other.
 template <class... Parts>
-std::string text_of(const Parts &...parts) {
+std::string concat(const Parts &...parts) {
   std::ostringstream out;
   (out << ... << parts);
   return std::move(out).str();
@@ -29,7 +29,7 @@ std::string quoted(std::string_view text);
 std::string as_word(std::string_view text);
 
 // The text with control characters escaped: what came from outside, on its way to a terminal.
-std::string harmless(std::string_view text);
+std::string escape_control_characters(std::string_view text);
 
 // Every line of 'text' with 'indent' in front of it. Each line has an end.
 std::string indented(std::string_view text, std::string_view indent);

@@ -26,7 +26,7 @@ const char *code_of(Tone tone) {
 
 std::string painted(Colours colours, Tone tone, std::string_view text) {
   if (colours == Colours::off || text.empty()) return std::string(text);
-  return text_of("\x1b[", code_of(tone), "m", text, "\x1b[0m");
+  return concat("\x1b[", code_of(tone), "m", text, "\x1b[0m");
 }
 
 }  // namespace simulator

@@ -12,7 +12,7 @@ using test::run_zar;
 constexpr const char *kHard = "tests/tool/policies/config.yaml";
 
 Result run_dot(const std::string &graph) {
-  return test::run_apart(
+  return test::run_in_child_process(
       [] {
         execlp("dot", "dot", "-Tplain", nullptr);
         return 127;

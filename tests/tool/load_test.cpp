@@ -3,8 +3,8 @@
 
 namespace {
 
-using simulator::Place;
 using simulator::PolicyFile;
+using simulator::Position;
 using test::load_good;
 
 constexpr const char *kSmall = R"(domains: {d: }
@@ -53,19 +53,19 @@ TEST(Loading, NumbersEventsByTheirFirstAppearance) {
 
 TEST(Loading, KnowsWhereEverythingStands) {
   const PolicyFile file = load_good(kSmall);
-  EXPECT_EQ(file.class_maps.at(0).name.place, (Place{3, 3}));
+  EXPECT_EQ(file.class_maps.at(0).name.position, (Position{3, 3}));
   const simulator::EventRules &start = file.policy_maps.at(0).events.at(0);
-  EXPECT_EQ(start.event.place, (Place{7, 7}));
-  EXPECT_EQ(start.rules.at(0).class_map.place, (Place{9, 33}));
-  EXPECT_EQ(start.rules[0].actions.at(1).place, (Place{9, 59}));
-  EXPECT_EQ(file.targets.at(0).policies.at(0).place, (Place{14, 18}));
+  EXPECT_EQ(start.event.position, (Position{7, 7}));
+  EXPECT_EQ(start.rules.at(0).class_map.position, (Position{9, 33}));
+  EXPECT_EQ(start.rules[0].actions.at(1).position, (Position{9, 59}));
+  EXPECT_EQ(file.targets.at(0).policies.at(0).position, (Position{14, 18}));
 }
 
 TEST(Loading, CountsCharactersNotBytes) {
   // Two characters of two bytes stand before the second value.
   const PolicyFile file =
       load_good("domains: {d: }\nclass-maps: {c: {filters: [{equals: \"\xc3\xa4\xc3\xb6\", attribute: a}]}}\n");
-  EXPECT_EQ(file.class_maps.at(0).filters.at(0).attribute.place, (Place{2, 54}));
+  EXPECT_EQ(file.class_maps.at(0).filters.at(0).attribute.position, (Position{2, 54}));
 }
 
 TEST(Loading, FollowsAliases) {
@@ -75,7 +75,7 @@ class-maps:
   two: *like
 )");
   EXPECT_EQ(file.class_maps.at(1).match, simulator::ClassMatch::any);
-  EXPECT_EQ(file.class_maps[1].filters.at(0).place, file.class_maps[0].filters.at(0).place);
+  EXPECT_EQ(file.class_maps[1].filters.at(0).position, file.class_maps[0].filters.at(0).position);
 }
 
 TEST(Loading, TakesValuesAsTheyAreWritten) {

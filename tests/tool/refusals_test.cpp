@@ -55,7 +55,7 @@ Result run_with_refusal(const Asked &asked, uint64_t nth) {
     const int code = program.run(static_cast<int>(argv.size()), argv.data());
     return nth != kNever && runtime::injected_faults() == 0 ? kNotRefused : code;
   };
-  return test::run_apart(work, kEverything);
+  return test::run_in_child_process(work, kEverything);
 }
 
 class Refusals : public testing::TestWithParam<Asked> {};

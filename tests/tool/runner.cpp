@@ -64,10 +64,10 @@ std::string read_file(const std::string &path) {
 }  // namespace
 
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input) {
-  return run_apart([&] { return become_zar(arguments); }, input);
+  return run_in_child_process([&] { return become_zar(arguments); }, input);
 }
 
-Result run_apart(const std::function<int()> &work, const std::string &input) {
+Result run_in_child_process(const std::function<int()> &work, const std::string &input) {
   Scratch in;
   Scratch out;
   Scratch err;

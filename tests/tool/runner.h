@@ -21,7 +21,7 @@ struct Result {
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input = "");
 
 // Runs 'work' in a copy of this process, which ends with what it answers.
-Result run_apart(const std::function<int()> &work, const std::string &input = "");
+Result run_in_child_process(const std::function<int()> &work, const std::string &input = "");
 
 // The text with every number that begins with 0x as 0x#.
 std::string without_addresses(const std::string &text);

@@ -75,7 +75,7 @@ TEST(Session, SurvivesARefusalOfEveryRequestInTurn) {
   uint64_t nth = 1;
   uint64_t told = 0;
   for (; nth < 1000; ++nth) {
-    const Result result = test::run_apart([&] { return survive(nth); }, "");
+    const Result result = test::run_in_child_process([&] { return survive(nth); }, "");
     if (result.code == kNotRefused) break;
     EXPECT_TRUE(result.code == 0 || (result.code == 70 && is_only_what_is_kept(result.err)))
         << "request " << nth << ": " << result.code << ", " << result.err;

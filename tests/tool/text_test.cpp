@@ -28,9 +28,9 @@ TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
 }
 
 TEST(Messages, HoldNothingThatATerminalObeys) {
-  EXPECT_EQ(simulator::harmless("plain \"text\" with \\ in it"), "plain \"text\" with \\ in it");
-  EXPECT_EQ(simulator::harmless("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\xc2\\x9bm and \\x07");
-  EXPECT_EQ(simulator::harmless("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\xc2");
+  EXPECT_EQ(simulator::escape_control_characters("plain \"text\" with \\ in it"), "plain \"text\" with \\ in it");
+  EXPECT_EQ(simulator::escape_control_characters("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\xc2\\x9bm and \\x07");
+  EXPECT_EQ(simulator::escape_control_characters("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\xc2");
 }
 
 TEST(Suggestions, FindOneSlipOfTheFingers) {
