@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "command/child_process.h"
 #include "command/command.h"
 #include "command/exit_codes.h"
 #include "command/json_output.h"
@@ -19,7 +18,7 @@ namespace command {
 namespace {
 
 // What came of one file: a line and an object.
-struct Told {
+struct Checked {
   int code = kSuccess;
   std::string errors;
   std::string text;
@@ -68,24 +67,24 @@ Json errors_json(const Diagnostics &diagnostics) {
   return errors;
 }
 
-Told check(const std::string &path) {
+Checked check(const std::string &path) {
   const Loaded loaded = load_path(path);
-  Told told;
+  Checked checked;
   if (loaded.file) {
     Repository repository(*loaded.file);
     repository.build();
-    told.code = finish(repository);
-    if (told.code == kSuccess) told.text = summary(*loaded.file);
+    checked.code = finish(repository);
+    if (checked.code == kSuccess) checked.text = summary(*loaded.file);
   } else {
-    told.code = kBadFile;
-    told.errors = render(loaded.diagnostics, loaded.source, terminal::colours(terminal::Stream::err));
+    checked.code = kBadFile;
+    checked.errors = render(loaded.diagnostics, loaded.source, terminal::colours(terminal::Stream::err));
   }
-  told.json["file"] = loaded.source.name();
-  told.json["good"] = told.code == kSuccess;
-  told.json["errors"] = errors_json(loaded.diagnostics);
-  told.json["more_errors"] = loaded.diagnostics.count() - told.json["errors"].size();
-  told.json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
-  return told;
+  checked.json["file"] = loaded.source.name();
+  checked.json["good"] = checked.code == kSuccess;
+  checked.json["errors"] = errors_json(loaded.diagnostics);
+  checked.json["more_errors"] = loaded.diagnostics.count() - checked.json["errors"].size();
+  checked.json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
+  return checked;
 }
 
 class CheckCommand final : public Command {
@@ -107,53 +106,28 @@ class CheckCommand final : public Command {
 
   int run() override {
     if (!name_stdin_once(paths_)) return kUsage;
+    int worst = kSuccess;
     Json files = Json::array();
-    const int code = paths_.size() == 1 ? run_one(files) : run_several(files);
+    for (const std::string &path : paths_)
+      worst = std::max(worst, work_on_one([&] { return check_one(path, files); }));
     if (json_) {
       Json object = begin_json("check");
-      object["good"] = code == kSuccess;
+      object["good"] = worst == kSuccess;
       object["files"] = std::move(files);
       print_json(std::cout, object);
-    }
-    return code;
-  }
-
- private:
-  int run_one(Json &files) const {
-    Told told = check(paths_[0]);
-    tell(told.errors, told.text);
-    files.push_back(std::move(told.json));
-    return told.code;
-  }
-
-  int run_several(Json &files) const {
-    int worst = kSuccess;
-    for (const std::string &path : paths_) {
-      const Apart apart = run_in_child_process(path, [&](std::ostream &answer) { return answer_for(path, answer); });
-      worst = std::max(worst, apart.code);
-      Json told = Json::parse(apart.answer, nullptr, false);
-      // A process that broke down has no answer, and has been complained about.
-      if (told.is_discarded()) continue;
-      tell(told["errors"].get_ref<const std::string &>(), told["text"].get_ref<const std::string &>());
-      files.push_back(std::move(told["json"]));
     }
     return worst;
   }
 
-  void tell(const std::string &errors, const std::string &text) const {
-    if (json_) return;
-    std::cerr << errors;
-    std::cout << text;
-  }
-
-  static int answer_for(const std::string &path, std::ostream &answer) {
-    Told told = check(path);
-    Json object;
-    object["errors"] = std::move(told.errors);
-    object["text"] = std::move(told.text);
-    object["json"] = std::move(told.json);
-    print_json(answer, object);
-    return told.code;
+ private:
+  int check_one(const std::string &path, Json &files) const {
+    Checked checked = check(path);
+    if (!json_) {
+      std::cerr << checked.errors;
+      std::cout << checked.text;
+    }
+    files.push_back(std::move(checked.json));
+    return checked.code;
   }
 
   std::vector<std::string> paths_;

@@ -10,6 +10,7 @@
 #include "command/terminal.h"
 #include "simulator/diff/objects.h"
 #include "simulator/diff/replay.h"
+#include "simulator/explanation/explanation_json.h"
 #include "simulator/policy/position_json.h"
 #include "simulator/text/text.h"
 
@@ -131,8 +132,8 @@ struct Replayed {
   size_t impossible = 0;  // events that can be raised on neither side, and so decide nothing
   Decided first_before{};
   Decided first_after{};
-  diff::Explanation before{};  // of the first difference
-  diff::Explanation after{};
+  diff::ReplayedStep before{};  // the first that is decided differently
+  diff::ReplayedStep after{};
 };
 
 std::string value_or_unchanged(const Decided &decided, const std::string &attribute) {
@@ -179,6 +180,17 @@ std::string event_text(const PolicyFile &scenario, size_t number) {
                 step.target.value);
 }
 
+std::string text_of_step(const diff::ReplayedStep &replayed, const PolicyFile &file) {
+  if (!replayed.impossible.empty()) return replayed.impossible + "\n";
+  return explanation_text(replayed.explanation, file, replayed.step, Level::rules,
+                          terminal::colours(terminal::Stream::out));
+}
+
+Json json_of_step(const diff::ReplayedStep &replayed, const PolicyFile &file) {
+  if (!replayed.impossible.empty()) return nullptr;
+  return explanation_json(replayed.explanation, file, replayed.step, Level::rules);
+}
+
 std::string text_of_replay(const Replayed &replayed, const PolicyFile &scenario, const Files &files) {
   constexpr size_t kMostShown = 20;
   std::string text = concat(replayed.different.size(), " of ", scenario.scenario.size(), " events differ\n");
@@ -195,12 +207,12 @@ std::string text_of_replay(const Replayed &replayed, const PolicyFile &scenario,
 
   text += concat("the first difference: ", event_text(scenario, replayed.different[0].number), "\n");
   text += compared(replayed.first_before, replayed.first_after);
-  text += concat("in ", files.before->path, "\n", indented(replayed.before.text, "  "));
-  text += concat("in ", files.after->path, "\n", indented(replayed.after.text, "  "));
+  text += concat("in ", files.before->path, "\n", indented(text_of_step(replayed.before, *files.before), "  "));
+  text += concat("in ", files.after->path, "\n", indented(text_of_step(replayed.after, *files.after), "  "));
   return text;
 }
 
-Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario) {
+Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario, const Files &files) {
   Json json;
   json["scenario"] = scenario.path;
   json["events"] = scenario.scenario.size();
@@ -223,8 +235,8 @@ Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario) {
   if (replayed.different.empty()) return json;
   Json first;
   first["number"] = replayed.different[0].number + 1;
-  first["old"] = replayed.before.json;
-  first["new"] = replayed.after.json;
+  first["old"] = json_of_step(replayed.before, *files.before);
+  first["new"] = json_of_step(replayed.after, *files.after);
   json["first"] = std::move(first);
   return json;
 }
@@ -262,8 +274,9 @@ class DiffCommand final : public Command {
     const std::vector<ObjectChange> changes = diff::compare(*before, *after);
     std::optional<Replayed> replayed;
     if (scenario) {
-      replayed = replay(files, scenario->scenario);
-      if (!replayed) return kInternal;
+      Complaints problems;
+      replayed = replay(files, scenario->scenario, problems);
+      if (!replayed) return report_internal(problems);
     }
     if (json_) {
       write_json(files, changes, scenario, replayed);
@@ -274,9 +287,9 @@ class DiffCommand final : public Command {
   }
 
  private:
-  static std::optional<Replayed> replay(const Files &files, const std::vector<Step> &steps) {
-    const std::optional<std::vector<Decided>> before = diff::replay(*files.before, steps);
-    const std::optional<std::vector<Decided>> after = diff::replay(*files.after, steps);
+  static std::optional<Replayed> replay(const Files &files, const std::vector<Step> &steps, Complaints &problems) {
+    const std::optional<std::vector<Decided>> before = diff::replay(*files.before, steps, problems);
+    const std::optional<std::vector<Decided>> after = diff::replay(*files.after, steps, problems);
     if (!before || !after) return std::nullopt;
 
     Replayed replayed;
@@ -289,8 +302,8 @@ class DiffCommand final : public Command {
     if (replayed.different.empty()) return replayed;
 
     const size_t first = replayed.different[0].number;
-    std::optional<diff::Explanation> of_before = diff::explain(*files.before, steps, first);
-    std::optional<diff::Explanation> of_after = diff::explain(*files.after, steps, first);
+    std::optional<diff::ReplayedStep> of_before = diff::replay_to(*files.before, steps, first, problems);
+    std::optional<diff::ReplayedStep> of_after = diff::replay_to(*files.after, steps, first, problems);
     if (!of_before || !of_after) return std::nullopt;
     replayed.first_before = (*before)[first];
     replayed.first_after = (*after)[first];
@@ -320,7 +333,7 @@ class DiffCommand final : public Command {
     json["changes"] = Json::array();
     for (const ObjectChange &change : changes)
       json["changes"].push_back(json_of_change(change));
-    json["replay"] = replayed ? json_of_replay(*replayed, *scenario) : Json(nullptr);
+    json["replay"] = replayed ? json_of_replay(*replayed, *scenario, files) : Json(nullptr);
     print_json(std::cout, json);
   }
 

@@ -85,7 +85,7 @@ class GraphCommand final : public Command {
     if (repository.build()) {
       const graph::Hits hits = run_scenario(file, repository);
       Complaints problems;
-      if (const std::optional<PolicyFile> running = inventory::read(problems))
+      if (const std::optional<PolicyFile> running = inventory::read(repository, problems))
         made = graph::make_graph(*running, hits, file.scenario.size());
       report_internal(problems);
     }

@@ -28,8 +28,6 @@ class JsonStream {
   void add(const Json &element);
   // What comes next is an element that somebody else writes, at this depth.
   size_t begin_element();
-  // Somebody wrote an element whom this object does not know of.
-  void note_element() { empty_ = false; }
   // Ends the list, and the object with the members of 'tail'. To be called once, last.
   void end(const Json &tail);
 

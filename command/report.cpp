@@ -1,5 +1,6 @@
 #include "command/report.h"
 
+#include <exception>
 #include <iostream>
 
 #include "command/exit_codes.h"
@@ -40,6 +41,14 @@ int report_internal(const Complaints &problems) {
   for (const std::string &problem : problems)
     complain(concat("internal error: ", problem));
   return problems.empty() ? kSuccess : kInternal;
+}
+
+int work_on_one(const std::function<int()> &work) {
+  try {
+    return work();
+  } catch (const std::exception &error) {
+    return report_internal({error.what()});
+  }
 }
 
 int finish(Repository &repository) {

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "command/child_process.h"
 #include "command/command.h"
 #include "command/exit_codes.h"
 #include "command/json_output.h"
@@ -85,40 +84,27 @@ class RunCommand final : public Command {
   int run() override {
     if (!name_stdin_once(paths_)) return kUsage;
     show_trace(trace_);
-    return paths_.size() == 1 ? run_one() : run_several();
+    return run_files();
   }
 
  private:
-  int run_one() const {
-    std::optional<Prepared> prepared;
-    int code = prepare(paths_[0], prepared);
-    if (code == kUsage) return code;
-    std::optional<JsonStream> files = begin_files();
-    if (prepared) code = play(*prepared, files ? &*files : nullptr);
-    end_files(files, prepared ? Json::array() : Json::array({paths_[0]}));
-    return code;
-  }
-
-  int run_several() const {
+  int run_files() const {
     int worst = kSuccess;
     Json bad_files = Json::array();
-    std::optional<JsonStream> files = begin_files();
+    std::optional<JsonStream> files;
+    if (paths_.size() > 1) files = begin_files();
     for (const std::string &path : paths_) {
-      const Apart apart = run_in_child_process(path, [&](std::ostream &answer) {
-        std::optional<Prepared> prepared;
-        const int code = prepare(path, prepared);
-        if (!prepared) return code;
-        // The parent does not see what is written, only that it is.
-        answer << "played";
-        if (!json_) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
+      std::optional<Prepared> prepared;
+      const int code = work_on_one([&] {
+        const int good = prepare(path, prepared);
+        // Events that are wrong for the only file are wrong usage and nothing else.
+        if (good != kUsage && !files) files = begin_files();
+        if (!prepared) return good;
+        if (!json_ && paths_.size() > 1) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
         return play(*prepared, files ? &*files : nullptr);
       });
-      worst = std::max(worst, apart.code);
-      if (apart.answer.empty()) {
-        bad_files.push_back(path);
-      } else if (files) {
-        files->note_element();
-      }
+      worst = std::max(worst, code);
+      if (!prepared) bad_files.push_back(path);
     }
     end_files(files, std::move(bad_files));
     return worst;

@@ -1,7 +1,6 @@
 // zar test: runs the tests that policy files hold, and tells what they cover.
 #include <iostream>
 
-#include "command/child_process.h"
 #include "command/command.h"
 #include "command/exit_codes.h"
 #include "command/json_output.h"
@@ -128,50 +127,33 @@ class TestCommand final : public Command {
 
   int run() override {
     if (!name_stdin_once(paths_)) return kUsage;
-    return paths_.size() == 1 ? run_one() : run_several();
-  }
-
- private:
-  int run_one() const {
-    Told told;
-    const int code = test(paths_[0], told);
-    if (code == kBadFile || code == kInternal) {
-      if (json_) write_json(0, 0, Json::array({paths_[0]}), Json::array());
-    } else if (json_) {
-      write_json(told.passed, told.failed, Json::array(), Json::array({std::move(told.json)}));
-    } else {
-      std::cout << told.text;
-    }
-    return code;
-  }
-
-  int run_several() const {
     int worst = kSuccess;
     size_t passed = 0;
     size_t failed = 0;
     Json files = Json::array();
     Json bad_files = Json::array();
     for (const std::string &path : paths_) {
-      const Apart apart = run_in_child_process(path, [&](std::ostream &answer) { return answer_for(path, answer); });
-      worst = std::max(worst, apart.code);
-      if (apart.code == kBadFile || apart.code == kInternal) {
+      Told told;
+      const int code = work_on_one([&] { return test(path, told); });
+      worst = std::max(worst, code);
+      if (code == kBadFile || code == kInternal) {
         bad_files.push_back(path);
         continue;
       }
-      Json told = Json::parse(apart.answer);
-      passed += told["passed"].get<size_t>();
-      failed += told["failed"].get<size_t>();
-      if (!json_) std::cout << told["text"].get_ref<const std::string &>();
-      files.push_back(std::move(told["json"]));
+      passed += told.passed;
+      failed += told.failed;
+      if (!json_) std::cout << told.text;
+      files.push_back(std::move(told.json));
     }
     if (json_) {
       write_json(passed, failed, std::move(bad_files), std::move(files));
-    } else {
+    } else if (paths_.size() > 1) {
       std::cout << concat("all files: ", passed, " passed, ", failed, " failed\n");
     }
     return worst;
   }
 
+ private:
   static void write_json(size_t passed, size_t failed, Json bad_files, Json files) {
     Json object = begin_json("test");
     object["passed"] = passed;
@@ -179,18 +161,6 @@ class TestCommand final : public Command {
     object["bad_files"] = std::move(bad_files);
     object["files"] = std::move(files);
     print_json(std::cout, object);
-  }
-
-  int answer_for(const std::string &path, std::ostream &answer) const {
-    Told told;
-    const int code = test(path, told);
-    Json object;
-    object["passed"] = told.passed;
-    object["failed"] = told.failed;
-    object["text"] = std::move(told.text);
-    object["json"] = std::move(told.json);
-    print_json(answer, object);
-    return code;
   }
 
   int test(const std::string &path, Told &told) const {

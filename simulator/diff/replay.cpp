@@ -1,15 +1,9 @@
 #include "simulator/diff/replay.h"
 
 #include <functional>
-#include <ostream>
+#include <span>
 #include <unordered_set>
 
-#include "command/child_process.h"
-#include "command/exit_codes.h"
-#include "command/json_output.h"
-#include "command/report.h"
-#include "simulator/explanation/explanation_json.h"
-#include "simulator/explanation/explanation_text.h"
 #include "simulator/explanation/recorder.h"
 #include "simulator/explanation/words.h"
 #include "simulator/policy/attributes.h"
@@ -26,22 +20,27 @@ class Player {
     for_each_attribute(file, [&](const Name &attribute) { attributes_.insert(attribute.value); });
   }
 
-  // Calls 'each' with every step as this file has it, why it cannot be raised, and what came of it. Answers an exit code.
-  int play(const std::vector<Step> &steps,
-           const std::function<void(const Step &, const std::string &, const EventExplanation &)> &each) const {
+  // Calls 'each' with every step as it came about. False when anything went wrong with the repository.
+  bool play(std::span<const Step> steps, const std::function<void(ReplayedStep)> &each, Complaints &problems) const {
     Repository repository(*file_);
     if (repository.build()) {
       Recorder recorder(*file_);
-      for (const Step &given : steps) {
-        const Step step = known_part_of(given);
-        const std::string impossible = why_impossible(step);
-        each(step, impossible, impossible.empty() ? recorder.raise(repository, step) : EventExplanation());
-      }
+      for (const Step &given : steps)
+        each(play_step(given, repository, recorder));
     }
-    return command::finish(repository);
+    const Complaints &of_repository = repository.finish();
+    problems.insert(problems.end(), of_repository.begin(), of_repository.end());
+    return of_repository.empty();
   }
 
  private:
+  ReplayedStep play_step(const Step &given, const Repository &repository, Recorder &recorder) const {
+    ReplayedStep replayed{.step = known_part_of(given)};
+    replayed.impossible = why_impossible(replayed.step);
+    if (replayed.impossible.empty()) replayed.explanation = recorder.raise(repository, replayed.step);
+    return replayed;
+  }
+
   // What no filter and no action of the file speaks of can be left out, and there is no end to what others may speak of.
   Step known_part_of(const Step &step) const {
     Step known = step;
@@ -66,70 +65,34 @@ class Player {
   std::unordered_set<std::string_view> attributes_;
 };
 
-Decided decided_by(const std::string &impossible, const EventExplanation &explanation) {
-  if (!impossible.empty()) return {.impossible = impossible};
+Decided decided_by(const ReplayedStep &replayed) {
+  if (!replayed.impossible.empty()) return {.impossible = replayed.impossible};
+  const EventExplanation &explanation = replayed.explanation;
   Decided decided{.verdict = to_string(explanation.outcome.verdict), .log = logs(explanation)};
   for (const RuleRun &run : rules_run(explanation)) {
     decided.rules.push_back(
         concat(run.policy->name.value, "/", run.event->event.value, " ", run.rule->class_map->name.value));
   }
   for (Change &change : net_changes(explanation))
-    decided.changed[engine::attribute_name(change.attribute)] = std::move(change.after);
-  return decided;
-}
-
-Json to_json(const Decided &decided) {
-  Json changed = Json::object();
-  for (const auto &[attribute, value] : decided.changed)
-    changed[attribute] = text_or_null(value);
-  return Json::array({decided.impossible, decided.verdict, decided.rules, std::move(changed), decided.log});
-}
-
-Decided from_json(const Json &json) {
-  Decided decided{json[0], json[1], json[2], {}, json[4]};
-  for (const auto &[attribute, value] : json[3].items()) {
-    decided.changed[attribute] = value.is_null() ? std::nullopt : std::optional(value.get<std::string>());
-  }
+    decided.changed[change.attribute] = std::move(change.after);
   return decided;
 }
 
 }  // namespace
 
-std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps) {
-  const command::Apart apart = command::run_in_child_process(file.path, [&](std::ostream &answer) {
-    Json all = Json::array();
-    const int code =
-        Player(file).play(steps, [&](const Step &, const std::string &impossible, const EventExplanation &explanation) {
-          all.push_back(to_json(decided_by(impossible, explanation)));
-        });
-    answer << all.dump();
-    return code;
-  });
-  if (apart.code != command::kSuccess) return std::nullopt;
+std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps,
+                                           Complaints &problems) {
   std::vector<Decided> decided;
-  for (const Json &json : Json::parse(apart.answer))
-    decided.push_back(from_json(json));
-  return decided;
+  const auto keep = [&](const ReplayedStep &replayed) { decided.push_back(decided_by(replayed)); };
+  return Player(file).play(steps, keep, problems) ? std::optional(std::move(decided)) : std::nullopt;
 }
 
-std::optional<Explanation> explain(const PolicyFile &file, const std::vector<Step> &steps, size_t number) {
-  const std::vector<Step> up_to(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(number) + 1);
-  const command::Apart apart = command::run_in_child_process(file.path, [&](std::ostream &answer) {
-    Json explanation;
-    size_t at = 0;
-    const int code = Player(file).play(up_to, [&](const Step &step, const std::string &impossible,
-                                                  const EventExplanation &raised) {
-      if (at++ != number) return;
-      const bool possible = impossible.empty();
-      explanation = {possible ? explanation_text(raised, file, step, Level::rules, Colours::off) : impossible + "\n",
-                     possible ? explanation_json(raised, file, step, Level::rules) : Json(nullptr)};
-    });
-    command::print_json(answer, explanation);
-    return code;
-  });
-  if (apart.code != command::kSuccess) return std::nullopt;
-  Json explanation = Json::parse(apart.answer);
-  return Explanation{explanation[0], std::move(explanation[1])};
+std::optional<ReplayedStep> replay_to(const PolicyFile &file, const std::vector<Step> &steps, size_t number,
+                                      Complaints &problems) {
+  std::optional<ReplayedStep> last;
+  const auto keep = [&](ReplayedStep replayed) { last = std::move(replayed); };
+  const bool good = Player(file).play(std::span(steps).first(number + 1), keep, problems);
+  return good ? std::move(last) : std::nullopt;
 }
 
 }  // namespace simulator::diff

@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "simulator/explanation/explanation.h"
 #include "simulator/policy/model.h"
-#include "simulator/text/json.h"
+#include "simulator/text/text.h"
 
 namespace simulator::diff {
 
@@ -22,14 +23,19 @@ struct Decided {
   bool operator==(const Decided &) const = default;
 };
 
-// Of every step of 'steps' on a repository of 'file', in a process of its own; nothing after it broke down there.
-std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps);
+// Of every step of 'steps' on a repository of 'file' that is built for it and taken down. Nothing when anything went wrong
+// with the repository; 'problems' then says what.
+std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps,
+                                           Complaints &problems);
 
-// How the step at 'number' (from 0) comes about.
-struct Explanation {
-  std::string text;
-  Json json;  // null when the event cannot be raised
+// How a step came about.
+struct ReplayedStep {
+  Step step;                       // what the file knows of it
+  std::string impossible{};        // why the event could not be raised; then nothing else is there
+  EventExplanation explanation{};  // good as long as the file
 };
-std::optional<Explanation> explain(const PolicyFile &file, const std::vector<Step> &steps, size_t number);
+// The step at 'number' (from 0), after all before it.
+std::optional<ReplayedStep> replay_to(const PolicyFile &file, const std::vector<Step> &steps, size_t number,
+                                      Complaints &problems);
 
 }  // namespace simulator::diff

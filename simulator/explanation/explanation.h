@@ -1,7 +1,7 @@
 // The explanation of an event: everything that was tried, what held, what ran, and what it changed.
 //
-// A Recorder writes one down; texts, JSON and counts are made of it. It points into the policy file and into the
-// repository's data and is good as long as both are.
+// A Recorder makes it; texts, JSON and counts are made of it. It points into the policy file and is good as long as the lists
+// of the file are; the repository may be gone.
 #pragma once
 
 #include <memory>
@@ -25,7 +25,7 @@ struct FilterExplanation {
 };
 
 struct Change {
-  engine::AttributeId attribute = engine::kNoAttribute;
+  std::string attribute{};
   std::optional<std::string> before{};
   std::optional<std::string> after{};
 };

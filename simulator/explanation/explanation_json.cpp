@@ -174,7 +174,7 @@ Json decided_json(const std::optional<Decision> &decided) {
 
 Json change_json(const Change &change) {
   Json object;
-  object["attribute"] = engine::attribute_name(change.attribute);
+  object["attribute"] = change.attribute;
   object["before"] = text_or_null(change.before);
   object["after"] = text_or_null(change.after);
   return object;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "engine/walk.h"
-#include "simulator/repository/actions.h"
 #include "simulator/repository/filters.h"
 #include "simulator/repository/run_step.h"
 
@@ -27,6 +26,18 @@ const Statement *find_statement(const ParameterMap &map, uint32_t index) {
   const auto found = std::lower_bound(map.statements.begin(), map.statements.end(), index,
                                       [](const Statement &statement, uint32_t at) { return statement.index < at; });
   return found == map.statements.end() ? nullptr : &*found;
+}
+
+// A record keeps a copy of its filter. The file's own has the same position, and the same index unless the library put the
+// filters of a class-map into another order.
+const Filter *find_filter(const ClassMap &map, size_t index, const Filter &copy) {
+  const auto is_it = [&](const Filter &filter) { return filter.position == copy.position; };
+  if (index < map.filters.size() && is_it(map.filters[index])) return &map.filters[index];
+  return &*std::find_if(map.filters.begin(), map.filters.end(), is_it);
+}
+
+const Action *find_action(const std::vector<Action> &actions, uint32_t number) {
+  return &*std::find_if(actions.begin(), actions.end(), [&](const Action &action) { return action.number == number; });
 }
 
 std::optional<std::string> copy_of(const std::string *text) {
@@ -95,6 +106,9 @@ void Recorder::class_evaluated(const zar_cmap &cmap, bool, const zar_filter *) {
     filters_.push_back(ask(client::filter_of(filter)));
     filters_.back().asked = false;
   }
+  const ClassMap &map = *file_->find_class_map(zar_get_cmap_name(cmap.handle));
+  for (size_t index = 0; index < filters_.size(); ++index)
+    filters_[index].filter = find_filter(map, index, *filters_[index].filter);
 }
 
 void Recorder::rule_begins(const zar_class_action &rule, bool matches) {
@@ -114,9 +128,16 @@ std::vector<ActionExplanation> &Recorder::actions() {
   return action().applied->actions;
 }
 
+// The actions of the file among which the next one is.
+const std::vector<Action> &Recorder::actions_of_file() {
+  if (frames_.back().actions_under_way.empty()) return rule().rule->actions;
+  return action().applied->statements.back().statement->actions;
+}
+
 void Recorder::action_begins(const zar_action &record) {
+  const std::vector<Action> &among = actions_of_file();
   ActionExplanation &begun = actions().emplace_back();
-  begun.action = &client::action_of(record);
+  begun.action = find_action(among, record.action_num);
   if (begun.action->kind == ActionKind::apply) {
     begun.applied = std::make_unique<ParameterMapExplanation>();
     begun.applied->map = file_->find_parameter_map(begun.action->subject.value);
@@ -139,7 +160,7 @@ void Recorder::statement_evaluated(const zar_pmtr_map &, const zar_pmtr_map_stmt
 }
 
 void Recorder::attribute_changed(engine::AttributeId attribute, const std::string *before, const std::string *after) {
-  action().changes.push_back({attribute, copy_of(before), copy_of(after)});
+  action().changes.push_back({engine::attribute_name(attribute), copy_of(before), copy_of(after)});
 }
 
 void Recorder::decided(engine::Verdict verdict) {

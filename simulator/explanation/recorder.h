@@ -45,6 +45,7 @@ class Recorder : public engine::Observer {
   RuleExplanation &rule() { return policy().rules.back(); }
   ActionExplanation &action() { return *frames_.back().actions_under_way.back(); }
   std::vector<ActionExplanation> &actions();
+  const std::vector<Action> &actions_of_file();
   FilterExplanation ask(const Filter &filter) const;
 
   const PolicyFile *file_;

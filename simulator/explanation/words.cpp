@@ -27,8 +27,7 @@ std::string answer_text(const FilterExplanation &filter) {
 }
 
 std::string change_text(const Change &change) {
-  return concat(engine::attribute_name(change.attribute), ": ", value_text(change.before), " -> ",
-                value_text(change.after));
+  return concat(change.attribute, ": ", value_text(change.before), " -> ", value_text(change.after));
 }
 
 }  // namespace simulator

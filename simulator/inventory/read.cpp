@@ -9,6 +9,7 @@
 #include "platform/engine.h"
 #include "platform/runtime.h"
 #include "simulator/policy/parse_text.h"
+#include "simulator/repository/registrations.h"
 #include "simulator/repository/targets.h"
 #include "simulator/text/text.h"
 #include "zar/zar.h"
@@ -202,16 +203,21 @@ ParameterMap read_parameter_map(uint32_t clid, uint32_t handle) {
 
 // ---- Everything ---------------------------------------------------------------------------------------------------------------
 
+// The library's entry of a client.
+const zar_client_data &entry_of(uint32_t clid) {
+  return *zar_clients_info[clid - 1];
+}
+
 class Reader {
  public:
+  explicit Reader(const Repository &repository) : repository_(&repository) {}
+
   PolicyFile run() {
     read_clients();
     read_domains();
-    for (uint32_t clid = zar_get_first_client_with_database(); clid != 0;
-         clid = zar_get_next_client_with_database(clid)) {
-      read_class_maps(clid);
-      read_parameter_maps(clid);
-      read_policy_maps(clid);
+    read_maps(kel_clid);
+    for (const uint32_t clid : repository_->clids()) {
+      if (entry_of(clid).database) read_maps(clid);
     }
     keep_policy_maps();
     read_targets();
@@ -222,6 +228,7 @@ class Reader {
  private:
   void read_clients();
   void read_domains();
+  void read_maps(uint32_t clid);
   void read_class_maps(uint32_t clid);
   void read_parameter_maps(uint32_t clid);
   void read_policy_maps(uint32_t clid);
@@ -231,6 +238,7 @@ class Reader {
   Target read_target(const zar_target &record) const;
   static std::optional<Name> client_of(uint32_t clid);
 
+  const Repository *repository_;
   PolicyFile file_;
   std::vector<ReadPolicy> policies_;
   std::vector<const zar_target *> targets_;
@@ -240,21 +248,27 @@ class Reader {
 // The engine is a client that no file names.
 std::optional<Name> Reader::client_of(uint32_t clid) {
   if (clid == kel_clid) return std::nullopt;
-  return name_of(copy_of(zar_clients_info[clid - 1]->name, "the name of a client"));
+  return name_of(copy_of(entry_of(clid).name, "the name of a client"));
 }
 
+// The library may know others too, which belonged to repositories before this one.
 void Reader::read_clients() {
-  for (uint32_t at = 0; at < zar_current_max_clients; ++at) {
-    const zar_client_data *client = zar_clients_info[at];
-    if (!client) continue;
-    if (std::optional<Name> name = client_of(client->clid))
-      file_.clients.push_back({std::move(*name), client->database != nullptr});
-  }
+  for (const uint32_t clid : repository_->clids())
+    file_.clients.push_back({*client_of(clid), entry_of(clid).database != nullptr});
 }
 
 void Reader::read_domains() {
-  for (const zar_domain_entry &entry : engine::Records<zar_domain_entry>(zar_domain_list))
-    file_.domains.push_back({name_of(entry.domain), client_of(entry.owner_clid)});
+  for (const Domain &domain : repository_->domains()) {
+    const zar_domain_entry *entry = registrations::find_domain(domain.name.value);
+    expect(entry != nullptr, concat("the domain '", domain.name.value, "'"));
+    file_.domains.push_back({name_of(entry->domain), client_of(entry->owner_clid)});
+  }
+}
+
+void Reader::read_maps(uint32_t clid) {
+  read_class_maps(clid);
+  read_parameter_maps(clid);
+  read_policy_maps(clid);
 }
 
 // The hidden ones belong to the statements of parameter-maps.
@@ -347,9 +361,9 @@ void Reader::read_targets() {
 
 }  // namespace
 
-std::optional<PolicyFile> read(Complaints &problems) {
+std::optional<PolicyFile> read(const Repository &repository, Complaints &problems) {
   try {
-    return Reader().run();
+    return Reader(repository).run();
   } catch (const Unreadable &unreadable) {
     problems.push_back(unreadable.what);
     return std::nullopt;

@@ -8,7 +8,7 @@ namespace simulator::inventory {
 std::optional<PolicyFile> read_back(const PolicyFile &file, Complaints &problems) {
   Repository repository(file);
   std::optional<PolicyFile> running;
-  if (repository.build()) running = read(problems);
+  if (repository.build()) running = read(repository, problems);
   for (const std::string &problem : repository.finish())
     problems.push_back(problem);
   if (!problems.empty()) return std::nullopt;

@@ -6,6 +6,7 @@
 #include "platform/engine.h"
 #include "simulator/repository/actions.h"
 #include "simulator/repository/filters.h"
+#include "simulator/repository/registrations.h"
 #include "simulator/repository/repository.h"
 #include "simulator/text/text.h"
 
@@ -32,7 +33,14 @@ void expect_success(uint32_t status, std::string_view operation, std::string_vie
 
 }  // namespace
 
+const Repository *Repository::current = nullptr;
+
 bool Repository::build() {
+  if (current && current != this) {
+    problems_.push_back("another repository of this process is not taken down yet");
+    return false;
+  }
+  current = this;
   torn_down_ = false;
   try {
     if (!started_) start();
@@ -57,37 +65,67 @@ bool Repository::build() {
 
 void Repository::start() {
   started_ = true;
-  expect(zar_init() != 0, "the handle table", "repository");
-  expect_success(engine::start(), "the registration", engine::kClientName);
-  ++registered_clients_;
+  before_ = take_stock();
+  engine::forget_attributes();
+  if (!registrations::suit(*file_)) start_library();
+  room_at_start_ = zar_allowed_max_clients;
   zar_db *database = nullptr;
   expect(zar_get_client_database_handle(kel_clid, "start", &database, nullptr) != 0, "the database",
          engine::kClientName);
   databases_.push_back(database);
 }
 
+// What was registered until now is lost, and stays allocated.
+void Repository::start_library() {
+  if (zar_clients_info) zar_handle_table_destroy();
+  const uint16_t table = zar_init();
+  kept_.first_table = zar_clients_info != nullptr;
+  expect(table != 0, "the handle table", "repository");
+  expect_success(engine::start(), "the registration", engine::kClientName);
+  ++kept_.clients;
+  ++kept_.databases;
+}
+
 void Repository::register_client(const Client &client) {
+  const zar_client_data *registered = registrations::find_client(client.name.value);
+  expect(!registered || registrations::is_same(*registered, client),
+         "the registration with another kind of database than before", client.name.value);
+  const uint32_t clid = registered ? registered->clid : register_new(client);
+  if (registered && registered->database) databases_.push_back(registered->database);
+  clids_.push_back(clid);
+  clid_by_name_.emplace(client.name.value, clid);
+}
+
+uint32_t Repository::register_new(const Client &client) {
   zar_db *database = nullptr;
   if (client.own_database) {
     expect_success(zar_create_database(&database), "the database", client.name.value);
     databases_.push_back(database);
+    ++kept_.databases;
   }
   uint32_t clid = 0;
   expect_success(zar_client_register(client.name.value.c_str(), database, &clid), "the registration",
                  client.name.value);
-  ++registered_clients_;
+  ++kept_.clients;
   // A name that could not be copied is no failure to the library.
   expect(zar_clients_info[clid - 1]->name != nullptr, "the name", client.name.value);
-  clids_.emplace(client.name.value, clid);
+  return clid;
 }
 
 void Repository::register_domain(const Domain &domain) {
-  expect_success(zar_register_domain(clid_of(domain.owner), domain.name.value.c_str()), "the claim", domain.name.value);
+  const uint32_t owner = clid_of(domain.owner);
+  const zar_domain_entry *registered = registrations::find_domain(domain.name.value);
+  expect(!registered || registrations::is_same(*registered, owner), "the claim for another owner than before",
+         domain.name.value);
+  if (!registered) {
+    expect_success(zar_register_domain(owner, domain.name.value.c_str()), "the claim", domain.name.value);
+    ++kept_.domains;
+  }
   ++registered_domains_;
 }
 
 uint32_t Repository::clid_of(const std::optional<Name> &client) const {
-  return client ? clids_.at(client->value) : kel_clid;
+  return client ? clid_by_name_.at(client->value) : kel_clid;
 }
 
 uint32_t Repository::clid_of_domain(const Name &domain) const {

@@ -1,5 +1,6 @@
 #include "simulator/repository/leftovers.h"
 
+#include <iterator>
 #include <map>
 
 #include "engine/engine.h"
@@ -21,9 +22,6 @@ constexpr uint32_t kClientRecords = 0x3e00025;
 constexpr uint32_t kClientNames = 0x3e00034;
 constexpr uint32_t kDomainRecords = 0x3e00035;
 constexpr uint32_t kDomainNames = 0x3e00036;
-
-// The first client table has room for this many; one that is full is replaced.
-constexpr size_t kFirstTableSize = 10;
 
 template <class Key>
 using Counts = std::map<Key, size_t>;
@@ -57,79 +55,81 @@ void compare(std::string_view what, const Counts<Key> &expected, const Counts<Ke
   }
 }
 
-void compare_count(std::string_view what, size_t found, std::vector<std::string> &lines) {
-  if (found != 0) lines.push_back(concat(what, ": ", found, " left, 0 expected"));
+// In the order in which they are reported.
+constexpr const char *kKinds[] = {"handles",      "queue entries", "policy instances", "target states",
+                                  "target lists", "filter data",   "action data",      "actions freed in force"};
+
+Counts<std::string> count_kinds() {
+  // The domain entries stand in the domain list alone, so no entry had to be allocated for them.
+  const size_t counts[] = {runtime::live_ids().size(),   runtime::live_queue_entries(),   engine::live_instances(),
+                           engine::live_target_states(), engine::kept_target_lists(),     client::live_filter_data(),
+                           client::live_action_data(),   client::actions_freed_in_force()};
+  static_assert(std::size(counts) == std::size(kKinds));
+  Counts<std::string> by_kind;
+  for (size_t at = 0; at < std::size(kKinds); ++at)
+    by_kind[kKinds[at]] = counts[at];
+  return by_kind;
 }
 
-Counts<uint32_t> expected_blocks(const Permanent &permanent) {
-  Counts<uint32_t> blocks;
-  if (permanent.clients > 0) {
-    blocks[permanent.clients > kFirstTableSize ? kGrownClientTable : kClientTable] = 1;
-  }
-  blocks[kClientNames] = permanent.clients;
-  blocks[kDomainNames] = permanent.domains;
+Holdings expected_holdings(const Holdings &before, const Kept &kept) {
+  Holdings expected = before;
+  expected.records[kClientRecords] += kept.clients;
+  expected.records[kDomainRecords] += kept.domains;
+  expected.records[kDatabaseRecords] += kept.databases;
+  expected.blocks[kClientNames] += kept.clients;
+  expected.blocks[kDomainNames] += kept.domains;
   for (const uint32_t tree : kTrees)
-    blocks[tree] = permanent.databases;
-  return blocks;
-}
-
-Counts<uint32_t> expected_records(const Permanent &permanent) {
-  return {{kClientRecords, permanent.clients},
-          {kDomainRecords, permanent.domains},
-          {kDatabaseRecords, permanent.databases}};
-}
-
-Counts<std::string> expected_texts(const Permanent &permanent) {
-  return {{kel_parameter_map_subscriber_domain_str, permanent.deleted_parameter_maps}};
-}
-
-// Pools by tag; those without one by name.
-void compare_records(const Permanent &permanent, std::vector<std::string> &lines) {
-  Counts<uint32_t> tagged;
-  Counts<std::string> named;
-  for (const runtime::PoolInfo &pool : runtime::pools()) {
-    if (pool.name.empty()) {
-      tagged[pool.tag] += pool.live;
-    } else {
-      named[pool.name] += pool.live;
-    }
+    expected.blocks[tree] += kept.databases;
+  if (kept.first_table) ++expected.blocks[kClientTable];
+  if (kept.grown_table) {
+    --expected.blocks[kClientTable];
+    ++expected.blocks[kGrownClientTable];
   }
-  compare("records of pool", expected_records(permanent), tagged, lines);
-  compare("records of pool", {}, named, lines);
+  expected.texts[kel_parameter_map_subscriber_domain_str] += kept.deleted_parameter_maps;
+  return expected;
 }
 
-void compare_blocks(const Permanent &permanent, std::vector<std::string> &lines) {
-  Counts<uint32_t> blocks;
-  for (const auto &[tag, count] : runtime::blocks_by_tag())
-    blocks[tag] = count.blocks;
-  compare("blocks of tag", expected_blocks(permanent), blocks, lines);
-}
-
-void compare_texts(const Permanent &permanent, std::vector<std::string> &lines) {
-  Counts<std::string> texts;
-  for (const auto &[text, count] : runtime::interned_texts())
-    texts[text] = count;
-  compare("interned text", expected_texts(permanent), texts, lines);
+void compare_kind(const char *kind, const Holdings &expected, const Holdings &found, std::vector<std::string> &lines) {
+  const size_t left = count_of<std::string>(kind, found.counts);
+  const size_t kept = count_of<std::string>(kind, expected.counts);
+  if (left != kept) lines.push_back(concat(kind, ": ", left, " left, ", kept, " expected"));
 }
 
 }  // namespace
 
-std::vector<std::string> find_leftovers(const Permanent &permanent) {
+Holdings take_stock() {
+  Holdings holdings;
+  holdings.counts = count_kinds();
+  // Pools by tag; those without one by name.
+  for (const runtime::PoolInfo &pool : runtime::pools()) {
+    if (pool.name.empty()) {
+      holdings.records[pool.tag] += pool.live;
+    } else {
+      holdings.named_records[pool.name] += pool.live;
+    }
+  }
+  for (const auto &[tag, count] : runtime::blocks_by_tag())
+    holdings.blocks[tag] = count.blocks;
+  for (const auto &[text, count] : runtime::interned_texts())
+    holdings.texts[text] = count;
+  holdings.complaints = runtime::complaints().size();
+  return holdings;
+}
+
+std::vector<std::string> find_leftovers(const Holdings &before, const Kept &kept) {
+  const Holdings expected = expected_holdings(before, kept);
+  const Holdings found = take_stock();
   std::vector<std::string> lines;
-  compare_count("handles", runtime::live_ids().size(), lines);
-  compare_records(permanent, lines);
-  compare_blocks(permanent, lines);
-  compare_texts(permanent, lines);
-  // The domain entries stand in the domain list alone, so no entry had to be allocated for them.
-  compare_count("queue entries", runtime::live_queue_entries(), lines);
-  compare_count("policy instances", engine::live_instances(), lines);
-  compare_count("target states", engine::live_target_states(), lines);
-  compare_count("target lists", engine::kept_target_lists(), lines);
-  compare_count("filter data", client::live_filter_data(), lines);
-  compare_count("action data", client::live_action_data(), lines);
-  compare_count("actions freed in force", client::actions_freed_in_force(), lines);
-  for (const std::string &complaint : runtime::complaints())
-    lines.push_back(concat("misuse: ", complaint));
+  compare_kind(kKinds[0], expected, found, lines);
+  compare("records of pool", expected.records, found.records, lines);
+  compare("records of pool", expected.named_records, found.named_records, lines);
+  compare("blocks of tag", expected.blocks, found.blocks, lines);
+  compare("interned text", expected.texts, found.texts, lines);
+  for (size_t at = 1; at < std::size(kKinds); ++at)
+    compare_kind(kKinds[at], expected, found, lines);
+  const std::vector<std::string> &complaints = runtime::complaints();
+  for (size_t at = before.complaints; at < complaints.size(); ++at)
+    lines.push_back(concat("misuse: ", complaints[at]));
   return lines;
 }
 

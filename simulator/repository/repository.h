@@ -1,11 +1,14 @@
 // The repository as a policy file describes it, built and torn down through the exported operations of the library alone.
 //
-// A process has one repository, for its whole life: what was torn down cannot be built again in the same process. Single
-// objects come and go as they like, in step with the file.
+// A process has one repository after the other. Single objects come and go as they like, in step with the file. What the
+// library registers stays registered for the life of the process; the next repository uses it again where it suits, and has
+// the library begin anew where a name stands for something else now: a client with another kind of database, a domain of
+// another owner. kept() says what that cost.
 #pragma once
 
 #include <functional>
 #include <list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,6 +16,7 @@
 #include <vector>
 
 #include "simulator/policy/model.h"
+#include "simulator/repository/leftovers.h"
 #include "simulator/repository/targets.h"
 #include "simulator/text/text.h"
 #include "zar/zar.h"
@@ -66,6 +70,14 @@ class Repository {
   uint32_t target_handle(std::string_view name) const;
   size_t registered_clients() const { return clids_.size(); }
   size_t registered_domains() const { return registered_domains_; }
+  // The clids of the file's clients, in the order of the file.
+  const std::vector<uint32_t> &clids() const { return clids_; }
+
+  // Those of the file that are registered.
+  std::span<const Domain> domains() const { return std::span(file_->domains).first(registered_domains_); }
+
+  // What this repository has added to what the library keeps for the life of the process; whole once it is taken down.
+  const Kept &kept() const { return kept_; }
 
   // The clid of the client that owns a domain.
   uint32_t owner_of(const std::string &domain) const;
@@ -87,7 +99,9 @@ class Repository {
   using ByName = std::unordered_map<std::string, Value, Hash, std::equal_to<>>;
 
   void start();
+  void start_library();
   void register_client(const Client &client);
+  uint32_t register_new(const Client &client);
   void register_domain(const Domain &domain);
   void build_class(const ClassMap &map);
   void add_filter(uint32_t cmap, const Filter &filter);
@@ -117,23 +131,28 @@ class Repository {
   void destroy_databases();
   void note_failure(uint32_t status, std::string_view operation, std::string_view object);
 
+  // The one that is built and not yet taken down: there is one table of handles and one engine.
+  static const Repository *current;
+
   const PolicyFile *file_;
   bool torn_down_ = true;  // until something was built
   Complaints problems_;
 
   // What was built so far, in the order of building.
   bool started_ = false;
-  ByName<uint32_t> clids_;
+  Holdings before_;             // what the process held when the repository began
+  uint32_t room_at_start_ = 0;  // for clients, in the library's table
+  std::vector<uint32_t> clids_;
+  ByName<uint32_t> clid_by_name_;
   std::vector<zar_db *> databases_;
-  size_t registered_clients_ = 0;
   size_t registered_domains_ = 0;
+  Kept kept_;
   std::vector<BuiltMap> classes_;
   std::vector<std::string> parameter_maps_;
   std::vector<BuiltMap> policies_;
   std::list<TargetRecord> targets_;  // a list: the library keeps pointers to the records
   uint64_t last_target_id_ = 0;
   ByName<uint32_t> target_handles_;
-  size_t deleted_parameter_maps_ = 0;
 };
 
 }  // namespace simulator

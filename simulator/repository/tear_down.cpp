@@ -4,7 +4,6 @@
 #include "engine/engine.h"
 #include "platform/engine.h"
 #include "simulator/repository/actions.h"
-#include "simulator/repository/leftovers.h"
 #include "simulator/repository/repository.h"
 #include "simulator/text/text.h"
 
@@ -30,9 +29,11 @@ void Repository::tear_down() {
     take_down_target(target);
   destroy_databases();
 
-  const Permanent permanent = {registered_clients_, registered_domains_, databases_.size(), deleted_parameter_maps_};
-  for (std::string &problem : find_leftovers(permanent))
+  constexpr uint32_t kFirstRoom = 10;
+  kept_.grown_table = room_at_start_ == kFirstRoom && zar_allowed_max_clients != kFirstRoom;
+  for (std::string &problem : find_leftovers(before_, kept_))
     problems_.push_back(std::move(problem));
+  current = nullptr;
 }
 
 const Complaints &Repository::finish() {
@@ -78,7 +79,7 @@ void Repository::take_down_parameter_map(const std::string &name) {
   uint32_t status = kel_parameter_map_get_type(kel_parameter_map_subscriber_domain_str, &type);
   if (status == 0) status = kel_delete_subscriber_parameter_map(name.c_str(), type);
   note_failure(status, "the deletion", name);
-  if (status == 0) ++deleted_parameter_maps_;
+  if (status == 0) ++kept_.deleted_parameter_maps;
 }
 
 void Repository::take_down_target(const TargetRecord &target) {

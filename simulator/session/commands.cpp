@@ -69,7 +69,7 @@ void show(const Call &call, Reply &reply) {
   const std::vector<std::string> &words = call.line.words;
   Complaints &complaints = reply.trouble.complaints;
   if (words.size() == 1) return put_out(show_overview(call.session, complaints), reply);
-  if (words[1] == "config") return put_out(show_configuration(complaints), reply);
+  if (words[1] == "config") return put_out(show_configuration(call.session, complaints), reply);
   if (words[1] == "listing") return put_out(show_listing(call.session), reply);
   const KindWord *kind = known_kind(words[1], kMapKinds, reply);
   if (!kind) return;

@@ -34,7 +34,7 @@ enum class Completes : uint8_t {
 
 enum class Status : uint8_t { done, failed, quit };
 
-// An event that a command raised or rehearsed. Good until the next command.
+// An event that a command raised or rehearsed. Good until the next command, which may change the file.
 struct ToldEvent {
   EventExplanation explanation;
   Step step;

@@ -10,9 +10,9 @@ namespace simulator::session {
 
 namespace {
 
-std::optional<PolicyFile> read(Complaints &complaints) {
+std::optional<PolicyFile> read(const Session &session, Complaints &complaints) {
   Complaints problems;
-  std::optional<PolicyFile> running = inventory::read(problems);
+  std::optional<PolicyFile> running = inventory::read(session.repository(), problems);
   for (const std::string &problem : problems)
     complaints.push_back(concat("internal error: ", problem));
   return running;
@@ -20,7 +20,7 @@ std::optional<PolicyFile> read(Complaints &complaints) {
 
 // The repository as it stands. It does not find a target on which no policy-map is active; those are added.
 std::optional<PolicyFile> read_with_idle_targets(const Session &session, Complaints &complaints) {
-  std::optional<PolicyFile> running = read(complaints);
+  std::optional<PolicyFile> running = read(session, complaints);
   if (!running) return std::nullopt;
   for (const Target &target : session.file().targets) {
     if (running->find_target(target.name.value)) continue;
@@ -52,8 +52,8 @@ std::optional<std::string> show_overview(const Session &session, Complaints &com
   return inventory::overview(inventory::Relations(*running));
 }
 
-std::optional<std::string> show_configuration(Complaints &complaints) {
-  const std::optional<PolicyFile> running = read(complaints);
+std::optional<std::string> show_configuration(const Session &session, Complaints &complaints) {
+  const std::optional<PolicyFile> running = read(session, complaints);
   if (!running) return std::nullopt;
   return write_objects(*running);
 }

@@ -13,7 +13,7 @@ std::optional<std::string> show_overview(const Session &session, Complaints &com
 std::optional<std::string> show_objects(const Session &session, ObjectKind kind, const std::optional<std::string> &name,
                                         Complaints &complaints);
 // All objects as a policy file.
-std::optional<std::string> show_configuration(Complaints &complaints);
+std::optional<std::string> show_configuration(const Session &session, Complaints &complaints);
 // The library's own listings, with counters.
 std::string show_listing(const Session &session);
 

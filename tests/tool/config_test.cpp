@@ -56,7 +56,7 @@ TEST_P(Config, KeepsTheIdsOfEventsAndTheOrderOfTargets) {
   simulator::Repository repository(*file);
   ASSERT_TRUE(repository.build());
   simulator::Complaints problems;
-  const std::optional<simulator::PolicyFile> running = simulator::inventory::read(problems);
+  const std::optional<simulator::PolicyFile> running = simulator::inventory::read(repository, problems);
   ASSERT_TRUE(running.has_value()) << problems.front();
 
   EXPECT_EQ(running->events, file->events);

@@ -82,14 +82,14 @@ TEST(TearDown, HappensOnce) {
 
 // What a process of the file above keeps: three clients with the engine, three domains, the databases of the engine and of
 // client a, and two deleted parameter-maps.
-constexpr simulator::Permanent kKept = {3, 3, 2, 2};
+constexpr simulator::Kept kKept = {3, 3, 2, 2, true, false};
 
 class Leftovers : public testing::Test {
  protected:
   Leftovers() : file_(load_good(kEverything)), repository_(file_) { EXPECT_TRUE(repository_.build()); }
   std::string after_tear_down() {
     repository_.tear_down();
-    EXPECT_EQ(joined(find_leftovers(kKept)), joined(repository_.problems()));
+    EXPECT_EQ(joined(find_leftovers({}, kKept)), joined(repository_.problems()));
     return joined(repository_.problems());
   }
 
@@ -132,7 +132,7 @@ TEST_F(Leftovers, OfTheEngineAreFound) {
 
 TEST_F(Leftovers, ThatShouldBeThereAreMissed) {
   after_tear_down();
-  const std::string missed = joined(simulator::find_leftovers({4, 3, 2, 3}));
+  const std::string missed = joined(simulator::find_leftovers({}, {4, 3, 2, 3, true, false}));
   EXPECT_EQ(missed,
             "records of pool 0x3e00025: 3 left, 4 expected\n"
             "blocks of tag 0x3e00034: 3 left, 4 expected\n"
