@@ -8,7 +8,7 @@
 #include "command/load_file.h"
 #include "command/report.h"
 #include "command/terminal.h"
-#include "simulator/policy/position_json.h"
+#include "simulator/policy/diagnostics_json.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -43,28 +43,6 @@ Json objects_json(const PolicyFile &file) {
   object["parameter_maps"] = file.parameter_maps.size();
   object["targets"] = file.targets.size();
   return object;
-}
-
-Json text_or_nothing(const std::string &text) {
-  return text.empty() ? Json(nullptr) : Json(text);
-}
-
-Json error_json(const Diagnostic &diagnostic) {
-  Json object;
-  add_position_or_null(object, diagnostic.position);
-  object["message"] = diagnostic.message;
-  object["expected"] = text_or_nothing(diagnostic.expected);
-  object["suggestion"] = text_or_nothing(diagnostic.suggestion);
-  return object;
-}
-
-Json errors_json(const Diagnostics &diagnostics) {
-  Json errors = Json::array();
-  for (const Diagnostic &diagnostic : diagnostics.sorted()) {
-    if (errors.size() == Diagnostics::kMostShown) break;
-    errors.push_back(error_json(diagnostic));
-  }
-  return errors;
 }
 
 Checked check(const std::string &path) {

@@ -6,11 +6,9 @@
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/report.h"
-#include "simulator/explanation/recorder.h"
 #include "simulator/graph/dot.h"
-#include "simulator/graph/graph.h"
-#include "simulator/inventory/read.h"
-#include "simulator/text/text.h"
+#include "simulator/graph/json.h"
+#include "simulator/graph/of_file.h"
 
 using namespace simulator;
 
@@ -19,33 +17,6 @@ namespace command {
 namespace {
 
 using graph::Graph;
-
-Json json_of(const graph::Node &node) {
-  Json json;
-  json["id"] = node.id;
-  json["kind"] = to_string(node.kind);
-  json["title"] = node.title;
-  json["lines"] = node.lines;
-  json["policy_map"] = node.group.empty() ? Json(nullptr) : Json(node.group);
-  json["never_hit"] = node.never;
-  return json;
-}
-
-Json json_of(const graph::Edge &edge) {
-  Json json;
-  json["from"] = edge.from;
-  json["to"] = edge.to;
-  json["kind"] = to_string(edge.kind);
-  json["hits"] = edge.hits;
-  json["tries"] = edge.tries ? Json(*edge.tries) : Json(nullptr);
-  return json;
-}
-
-std::string caption_of(const PolicyFile &file) {
-  if (file.scenario.empty()) return concat(file.path, ", without a scenario");
-  return concat(file.path, ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
-                " of the scenario. On edges: how often; to a rule or statement: matches of tries.");
-}
 
 class GraphCommand final : public Command {
  public:
@@ -68,39 +39,18 @@ class GraphCommand final : public Command {
   int run() override {
     const std::optional<PolicyFile> file = load_file(path_);
     if (!file) return kBadFile;
-    const std::optional<Graph> made = make_graph_of(*file);
-    if (!made) return kInternal;
+    Complaints problems;
+    const std::optional<Graph> made = graph::graph_of_file(*file, problems);
+    if (!made) return report_internal(problems);
     if (json_) {
       write_json(*made, *file);
     } else {
-      std::cout << to_dot(*made, caption_of(*file));
+      std::cout << to_dot(*made, graph::caption_of(*file));
     }
     return kSuccess;
   }
 
  private:
-  static std::optional<Graph> make_graph_of(const PolicyFile &file) {
-    Repository repository(file);
-    std::optional<Graph> made;
-    if (repository.build()) {
-      const graph::Hits hits = run_scenario(file, repository);
-      Complaints problems;
-      if (const std::optional<PolicyFile> running = inventory::read(repository, problems))
-        made = graph::make_graph(*running, hits, file.scenario.size());
-      report_internal(problems);
-    }
-    if (finish(repository) != kSuccess) return std::nullopt;
-    return made;
-  }
-
-  static graph::Hits run_scenario(const PolicyFile &file, const Repository &repository) {
-    graph::Hits hits;
-    Recorder recorder(file);
-    for (const Step &step : file.scenario)
-      hits.add(step.target.value, recorder.raise(repository, step));
-    return hits;
-  }
-
   static void write_json(const Graph &made, const PolicyFile &file) {
     Json json = begin_json("graph");
     json["file"] = file.path;

@@ -6,8 +6,7 @@
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/report.h"
-#include "simulator/lint/findings.h"
-#include "simulator/policy/position_json.h"
+#include "simulator/lint/render.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -17,54 +16,6 @@ namespace command {
 namespace {
 
 using lint::Finding;
-using lint::Input;
-
-std::string text_of_input(const Input &input) {
-  if (input.empty()) return "whatever the attributes are";
-  std::string text;
-  for (const auto &[attribute, value] : input)
-    text += concat(text.empty() ? "" : ", ", attribute, " is ", value ? as_word(*value) : "absent");
-  return text;
-}
-
-std::string text_of_finding(const PolicyFile &file, const Finding &finding) {
-  const auto at = [&](Position position) { return concat(file.path, ":", position.line, ":", position.column, ": "); };
-  std::string text = concat(at(finding.position), lint::to_string(finding.kind), ": ", finding.message, "\n");
-  for (const lint::Reason &reason : finding.because)
-    text += concat("  ", at(reason.position), reason.what, "\n");
-  if (finding.input) text += concat("  for example: ", text_of_input(*finding.input), "\n");
-  return text;
-}
-
-Json json_of_input(const Input &input) {
-  Json object;
-  object["set"] = Json::object();
-  object["clear"] = Json::array();
-  for (const auto &[attribute, value] : input) {
-    if (value) {
-      object["set"][attribute] = *value;
-    } else {
-      object["clear"].push_back(attribute);
-    }
-  }
-  return object;
-}
-
-Json json_of_finding(const Finding &finding) {
-  Json object;
-  object["kind"] = lint::to_string(finding.kind);
-  object["message"] = finding.message;
-  add_position(object, finding.position);
-  object["because"] = Json::array();
-  for (const lint::Reason &reason : finding.because) {
-    Json because;
-    because["what"] = reason.what;
-    add_position(because, reason.position);
-    object["because"].push_back(std::move(because));
-  }
-  object["input"] = finding.input ? json_of_input(*finding.input) : Json(nullptr);
-  return object;
-}
 
 class LintCommand final : public Command {
  public:
@@ -94,7 +45,7 @@ class LintCommand final : public Command {
       write_json(*file, findings);
     } else {
       for (const Finding &finding : findings.all)
-        std::cout << text_of_finding(*file, finding);
+        std::cout << lint::text_of_finding(*file, finding);
     }
     if (!findings.complete) complain(concat(file->path, ": too much to prove: there may be more"));
     return findings.all.empty() ? kSuccess : kNo;
@@ -107,7 +58,7 @@ class LintCommand final : public Command {
     object["complete"] = findings.complete;
     object["findings"] = Json::array();
     for (const Finding &finding : findings.all)
-      object["findings"].push_back(json_of_finding(finding));
+      object["findings"].push_back(lint::json_of_finding(finding));
     print_json(std::cout, object);
   }
 

@@ -12,7 +12,6 @@
 #include "simulator/explanation/explanation_json.h"
 #include "simulator/explanation/outline.h"
 #include "simulator/explanation/recorder.h"
-#include "simulator/policy/position_json.h"
 #include "simulator/policy/step_text.h"
 #include "simulator/repository/listings.h"
 #include "simulator/text/text.h"
@@ -30,24 +29,6 @@ void show_step(size_t number, const Step &step) {
   for (const Assignment &given : step.set) {
     std::cout << "  given: " << given.attribute.value << " " << as_word(given.text) << '\n';
   }
-}
-
-Json counts_json(const engine::Outcome &outcome) {
-  Json object;
-  object["policies"] = outcome.policies;
-  object["rules"] = outcome.rules;
-  object["actions"] = outcome.actions;
-  object["failures"] = outcome.failures;
-  return object;
-}
-
-Json attributes_json(uint32_t target) {
-  Json object = Json::object();
-  const engine::Attributes *attributes = engine::attributes_of(target);
-  if (!attributes) return object;
-  for (const engine::AttributeId attribute : attributes->present())
-    object[engine::attribute_name(attribute)] = attributes->find(attribute)->text;
-  return object;
 }
 
 // A good file, and the events to raise on it.
@@ -181,13 +162,7 @@ class RunCommand final : public Command {
     size_t number = 0;
     for (const Step &step : prepared.steps()) {
       const EventExplanation explanation = recorder.raise(repository, step);
-      Json event;
-      event["number"] = ++number;
-      add_position_or_null(event, step.position);
-      event["counts"] = counts_json(explanation.outcome);
-      event["attributes"] = attributes_json(repository.target_handle(step.target.value));
-      event["explanation"] = explanation_json(explanation, file, step, Level::decision);
-      stream.add(event);
+      stream.add(event_json(++number, explanation, file, step, repository));
       progress.step();
     }
     stream.end(Json());

@@ -26,36 +26,6 @@ using inventory::Relations;
 constexpr ObjectKind kShown[] = {ObjectKind::policy, ObjectKind::class_map, ObjectKind::target,
                                  ObjectKind::parameter_map};
 
-// ---- JSON -----------------------------------------------------------------------------------------------------------------------
-
-Json database_json(const std::string &owner) {
-  return owner.empty() ? Json(nullptr) : Json(owner);
-}
-
-void add_relations(Json &json, const PolicyMap &policy, const Relations &relations) {
-  json["database"] = database_json(relations.database_of(policy.domain.value));
-  json["used_by"] = relations.targets_of_policy(policy.name.value);
-}
-
-void add_relations(Json &json, const ClassMap &map, const Relations &relations) {
-  json["database"] = database_json(relations.database_of(map.domain.value));
-  json["used_by"] = relations.users_of_class(map.name.value);
-}
-
-void add_relations(Json &json, const ParameterMap &map, const Relations &relations) {
-  // They all lie in the engine's.
-  json["database"] = nullptr;
-  json["used_by"] = relations.users_of_parameter_map(map.name.value);
-}
-
-void add_relations(Json &json, const Target &target, const Relations &relations) {
-  const Client *client = target.client ? relations.file().find_client(target.client->value) : nullptr;
-  json["database"] = client && client->own_database ? Json(client->name.value) : Json(nullptr);
-  json["used_by"] = Json::array();
-}
-
-// ---- The command ------------------------------------------------------------------------------------------------------------------
-
 class ShowCommand final : public Command {
  public:
   const char *name() const override { return "show"; }
@@ -153,22 +123,9 @@ class ShowCommand final : public Command {
     json["domains"] = inventory::json_of(relations.file().domains);
     json["objects"] = Json::array();
     for (const ObjectKind kind : kShown) {
-      if (!chosen_ || chosen_->kind == kind) add_kind(json["objects"], word_of(kind), relations);
+      if (!chosen_ || chosen_->kind == kind) inventory::add_objects(json["objects"], relations, kind, name_);
     }
     return json;
-  }
-
-  void add_kind(Json &list, const KindWord &kind, const Relations &relations) const {
-    with_shown_objects(relations.file(), kind.kind, [&](const auto &objects) {
-      for (const auto &object : objects) {
-        if (name_ && object.name.value != *name_) continue;
-        Json json;
-        json["kind"] = kind.title;
-        add_relations(json, object, relations);
-        json["object"] = inventory::json_of(object);
-        list.push_back(std::move(json));
-      }
-    });
   }
 
   std::string path_;

@@ -170,6 +170,24 @@ Json decided_json(const std::optional<Decision> &decided) {
   return object;
 }
 
+Json counts_json(const engine::Outcome &outcome) {
+  Json object;
+  object["policies"] = outcome.policies;
+  object["rules"] = outcome.rules;
+  object["actions"] = outcome.actions;
+  object["failures"] = outcome.failures;
+  return object;
+}
+
+Json attributes_json(uint32_t target) {
+  Json object = Json::object();
+  const engine::Attributes *attributes = engine::attributes_of(target);
+  if (!attributes) return object;
+  for (const engine::AttributeId attribute : attributes->present())
+    object[engine::attribute_name(attribute)] = attributes->find(attribute)->text;
+  return object;
+}
+
 }  // namespace
 
 Json change_json(const Change &change) {
@@ -195,6 +213,17 @@ Json explanation_json(const EventExplanation &explanation, const PolicyFile &fil
   if (!explanation.any_matched()) object["nearest"] = nearest_json(nearest_rule(explanation));
   if (level != Level::decision) object["policies"] = Builder(level).event(explanation)["policies"];
   return object;
+}
+
+Json event_json(size_t number, const EventExplanation &explanation, const PolicyFile &file, const Step &step,
+                const Repository &repository) {
+  Json event;
+  event["number"] = number;
+  add_position_or_null(event, step.position);
+  event["counts"] = counts_json(explanation.outcome);
+  event["attributes"] = attributes_json(repository.target_handle(step.target.value));
+  event["explanation"] = explanation_json(explanation, file, step, Level::decision);
+  return event;
 }
 
 }  // namespace simulator

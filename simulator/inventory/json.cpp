@@ -126,4 +126,47 @@ Json json_of(const Target &target) {
   return object;
 }
 
+namespace {
+
+Json database_json(const std::string &owner) {
+  return owner.empty() ? Json(nullptr) : Json(owner);
+}
+
+void add_relations(Json &json, const PolicyMap &policy, const Relations &relations) {
+  json["database"] = database_json(relations.database_of(policy.domain.value));
+  json["used_by"] = relations.targets_of_policy(policy.name.value);
+}
+
+void add_relations(Json &json, const ClassMap &map, const Relations &relations) {
+  json["database"] = database_json(relations.database_of(map.domain.value));
+  json["used_by"] = relations.users_of_class(map.name.value);
+}
+
+void add_relations(Json &json, const ParameterMap &map, const Relations &relations) {
+  // They all lie in the engine's.
+  json["database"] = nullptr;
+  json["used_by"] = relations.users_of_parameter_map(map.name.value);
+}
+
+void add_relations(Json &json, const Target &target, const Relations &relations) {
+  const Client *client = target.client ? relations.file().find_client(target.client->value) : nullptr;
+  json["database"] = client && client->own_database ? Json(client->name.value) : Json(nullptr);
+  json["used_by"] = Json::array();
+}
+
+}  // namespace
+
+void add_objects(Json &list, const Relations &relations, ObjectKind kind, const std::optional<std::string> &name) {
+  with_shown_objects(relations.file(), kind, [&](const auto &objects) {
+    for (const auto &object : objects) {
+      if (name && object.name.value != *name) continue;
+      Json json;
+      json["kind"] = word_of(kind).title;
+      add_relations(json, object, relations);
+      json["object"] = json_of(object);
+      list.push_back(std::move(json));
+    }
+  });
+}
+
 }  // namespace simulator::inventory

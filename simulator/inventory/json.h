@@ -1,7 +1,11 @@
 // Objects of the repository as JSON, without positions.
 #pragma once
 
-#include "simulator/policy/model.h"
+#include <optional>
+#include <string>
+
+#include "simulator/inventory/relations.h"
+#include "simulator/policy/kinds.h"
 #include "simulator/text/json.h"
 
 namespace simulator::inventory {
@@ -20,5 +24,8 @@ Json json_of(const std::vector<Object> &objects) {
     list.push_back(json_of(object));
   return list;
 }
+
+// Adds the objects of a kind, or the one with the name, each with who uses it.
+void add_objects(Json &list, const Relations &relations, ObjectKind kind, const std::optional<std::string> &name);
 
 }  // namespace simulator::inventory

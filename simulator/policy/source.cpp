@@ -13,9 +13,7 @@ namespace simulator {
 namespace {
 
 struct Close {
-  void operator()(std::FILE *file) const {
-    if (file != stdin) std::fclose(file);
-  }
+  void operator()(std::FILE *file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, Close>;
 
@@ -113,17 +111,16 @@ size_t Source::continuations_before(size_t offset) const {
 }
 
 Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t number) {
-  const bool from_stdin = path == "-";
-  const std::string name = from_stdin ? "<stdin>" : path;
-  const File file(from_stdin ? stdin : std::fopen(path.c_str(), "rb"));
-  if (!file) {
-    diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
-    return Source(name, "", number);
-  }
+  const File file(std::fopen(path.c_str(), "rb"));
+  if (file) return read(*file, path, diagnostics, number);
+  diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
+  return {path, "", number};
+}
 
+Source Source::read(std::FILE &file, std::string name, Diagnostics &diagnostics, uint32_t number) {
   errno = 0;
-  Source source(name, read_all(file.get()), number);
-  if (std::ferror(file.get())) {
+  Source source(std::move(name), read_all(&file), number);
+  if (std::ferror(&file)) {
     diagnostics.add({}, concat("cannot be read: ", std::strerror(errno)), "a policy file");
   } else {
     source.check(diagnostics);

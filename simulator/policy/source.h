@@ -1,6 +1,7 @@
 // The text of a policy file.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,9 +21,11 @@ class Source {
   // 'number' is what all positions in it carry.
   Source(std::string name, std::string text, uint32_t number = 0);
 
-  // Reads a file, or standard input for "-". What is wrong with it goes to 'diagnostics': a file that cannot be read, is
-  // too large, or is not UTF-8 text.
+  // Reads a file. What is wrong with it goes to 'diagnostics': a file that cannot be read, is too large, or is not UTF-8
+  // text.
   static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
+  // The same for a file that is open, and stays so.
+  static Source read(std::FILE &file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
   // The same checks for a text that is there already.
   void check(Diagnostics &diagnostics) const;
 

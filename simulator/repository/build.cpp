@@ -1,6 +1,5 @@
 // Building a repository from a policy file.
 #include <algorithm>
-#include <cstdio>
 
 #include "engine/engine.h"
 #include "platform/engine.h"
@@ -13,8 +12,6 @@
 namespace simulator {
 
 namespace {
-
-constexpr uint32_t kControl = 1;  // the domain type of everything in a policy file
 
 // Ends a build: the library refused what a good file asks for.
 struct Refused {
@@ -32,8 +29,6 @@ void expect_success(uint32_t status, std::string_view operation, std::string_vie
 }
 
 }  // namespace
-
-const Repository *Repository::current = nullptr;
 
 bool Repository::build() {
   if (current && current != this) {
@@ -122,30 +117,6 @@ void Repository::register_domain(const Domain &domain) {
     ++kept_.domains;
   }
   ++registered_domains_;
-}
-
-uint32_t Repository::clid_of(const std::optional<Name> &client) const {
-  return client ? clid_by_name_.at(client->value) : kel_clid;
-}
-
-uint32_t Repository::clid_of_domain(const Name &domain) const {
-  return clid_of(file_->find_domain(domain.value)->owner);
-}
-
-uint32_t Repository::owner_of(const std::string &domain) const {
-  return clid_of_domain({domain, {}});
-}
-
-zar_map_info Repository::info_of(const PolicyMap &policy) {
-  return {policy.domain.value.c_str(), kControl, policy.name.value.c_str(), 0};
-}
-
-zar_map_info Repository::info_of(const ClassMap &map) {
-  return {map.domain.value.c_str(), kControl, map.name.value.c_str(), 0};
-}
-
-zar_map_info Repository::info_of(const BuiltMap &map) {
-  return {map.domain.c_str(), kControl, map.name.c_str(), 0};
 }
 
 void Repository::build_class(const ClassMap &map) {
@@ -350,17 +321,6 @@ bool Repository::activate(std::string_view target, const PolicyMap &policy) {
     problems_.push_back(refused.what);
     return false;
   }
-}
-
-Repository::TargetRecord *Repository::find_target(std::string_view name) {
-  const auto found =
-      std::find_if(targets_.begin(), targets_.end(), [&](const TargetRecord &target) { return target.name == name; });
-  return found == targets_.end() ? nullptr : &*found;
-}
-
-uint32_t Repository::target_handle(std::string_view name) const {
-  const auto found = target_handles_.find(name);
-  return found == target_handles_.end() ? 0 : found->second;
 }
 
 }  // namespace simulator

@@ -9,11 +9,6 @@
 
 namespace simulator {
 
-void Repository::note_failure(uint32_t status, std::string_view operation, std::string_view object) {
-  if (status == 0) return;
-  problems_.push_back(concat(operation, " of '", object, "' failed with status ", status));
-}
-
 void Repository::tear_down() {
   if (torn_down_) return;
   torn_down_ = true;
@@ -135,10 +130,6 @@ bool Repository::delete_target(std::string_view name) {
   target_handles_.erase(found->name);
   targets_.erase(found);
   return problems_.size() == before;
-}
-
-Repository::Extent Repository::extent() const {
-  return {classes_.size(), parameter_maps_.size(), policies_.size(), targets_.size()};
 }
 
 // What was built last goes first.
