@@ -1,10 +1,10 @@
 # The component tools of an installation: the command and the stand-ins for a daemon.
 
 # The libraries of the hosts are only for these programs and for tests; they have no stable interface.
-set_target_properties(zar-tool zar-platform-check PROPERTIES
+set_target_properties(zar-command zar-platform-check PROPERTIES
   INSTALL_RPATH "$ORIGIN/../${zar_host_dir};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(zarplatform zarengine PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
-install(TARGETS zar-tool zar-platform-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+install(TARGETS zar-command zar-platform-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(TARGETS zarplatform zarengine LIBRARY DESTINATION ${zar_host_dir} COMPONENT tools)
 
 install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools

@@ -3,24 +3,24 @@
 #include <cstdlib>
 #include <string>
 
-#include "tool/policy/load.h"
+#include "simulator/policy/load.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  const tool::Source source("fuzz.yaml", std::string(reinterpret_cast<const char *>(data), size));
-  tool::Diagnostics diagnostics;
+  const simulator::Source source("fuzz.yaml", std::string(reinterpret_cast<const char *>(data), size));
+  simulator::Diagnostics diagnostics;
   source.check(diagnostics);
   const bool is_text = diagnostics.empty();
-  std::optional<tool::PolicyFile> file;
-  if (is_text) file = tool::load(source, diagnostics);
+  std::optional<simulator::PolicyFile> file;
+  if (is_text) file = simulator::load(source, diagnostics);
   if (file.has_value() != diagnostics.empty()) std::abort();
-  if (!diagnostics.empty() && tool::render(diagnostics, source).empty()) std::abort();
+  if (!diagnostics.empty() && simulator::render(diagnostics, source).empty()) std::abort();
   // A good file can be added to an empty repository, but not twice: unless it is empty, its names are then taken.
   if (!file) return 0;
-  const std::optional<tool::PolicyFile> again = tool::load_more(tool::PolicyFile(), source, diagnostics);
+  const std::optional<simulator::PolicyFile> again = simulator::load_more(simulator::PolicyFile(), source, diagnostics);
   if (!again || again->events != file->events) std::abort();
-  const std::optional<tool::PolicyFile> twice = tool::load_more(*again, source, diagnostics);
+  const std::optional<simulator::PolicyFile> twice = simulator::load_more(*again, source, diagnostics);
   const bool has_names = !again->clients.empty() || !again->domains.empty() || !again->parameter_maps.empty();
   if (twice.has_value() == has_names) std::abort();
   return 0;

@@ -32,6 +32,10 @@ AttributeId register_attribute(std::string_view name) {
   return id;
 }
 
+void forget_attributes() {
+  names() = {};
+}
+
 const std::string &attribute_name(AttributeId attribute) {
   return names().names.at(attribute);
 }

@@ -49,6 +49,8 @@ using AttributeId = uint32_t;
 AttributeId register_attribute(std::string_view name);
 // The name of a registered attribute.
 const std::string &attribute_name(AttributeId attribute);
+// Forgets all names: the numbers begin anew, with no target that has an attribute and no filter or action that knows one.
+void forget_attributes();
 // At most this many names can be registered; a further one is refused with kNoAttribute.
 inline constexpr AttributeId kMaxAttributes = 1000;
 inline constexpr AttributeId kNoAttribute = UINT32_MAX;

@@ -1,0 +1,38 @@
+// What a sub-command is to the main program.
+#pragma once
+
+#include <memory>
+
+#include "command/options.h"
+
+namespace command {
+
+class Program;
+
+class Command {
+ public:
+  virtual ~Command() = default;
+
+  virtual const char *name() const = 0;
+  // A line about it for the list of commands.
+  virtual const char *summary() const = 0;
+  virtual void declare(Options &options) = 0;
+  // Runs it, once the command line was read. Answers an exit code.
+  virtual int run() = 0;
+};
+
+std::unique_ptr<Command> make_check_command();
+std::unique_ptr<Command> make_config_command();
+std::unique_ptr<Command> make_diff_command();
+std::unique_ptr<Command> make_explain_command();
+std::unique_ptr<Command> make_graph_command();
+// Shows the help of the program that it is one of the commands of.
+std::unique_ptr<Command> make_help_command(const Program &program);
+std::unique_ptr<Command> make_lint_command();
+std::unique_ptr<Command> make_run_command();
+std::unique_ptr<Command> make_schema_command();
+std::unique_ptr<Command> make_shell_command();
+std::unique_ptr<Command> make_show_command();
+std::unique_ptr<Command> make_test_command();
+
+}  // namespace command

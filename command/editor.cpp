@@ -1,0 +1,101 @@
+#include "command/editor.h"
+
+#include <csignal>
+#include <cstdio>
+
+namespace command {
+
+namespace {
+
+char *prompt(EditLine *) {
+  static char text[] = "zar> ";
+  return text;
+}
+
+}  // namespace
+
+Editor::Editor(Complete complete)
+    : complete_(std::move(complete)), line_(el_init("zar", stdin, stdout, stderr)), history_(history_init()) {
+  constexpr int kRemembered = 1000;
+  HistEvent event;
+  history(history_, &event, H_SETSIZE, kRemembered);
+  history(history_, &event, H_SETUNIQUE, 1);
+  el_set(line_, EL_CLIENTDATA, this);
+  el_set(line_, EL_PROMPT, prompt);
+  el_set(line_, EL_EDITOR, "emacs");
+  el_set(line_, EL_HIST, history, history_);
+  // The narrow call would make copies of the texts, which nobody frees; the wide one keeps them as they are.
+  el_wset(line_, EL_ADDFN, L"complete-word", L"Complete the word before the cursor", complete_word);
+  el_wset(line_, EL_ADDFN, L"give-up-line", L"Begin a new line", give_up_line);
+  el_wset(line_, EL_ADDFN, L"suspend", L"Stop until the job is continued", suspend);
+  el_set(line_, EL_BIND, "^I", "complete-word", nullptr);
+  el_set(line_, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+  // Keys like the others while a line is typed: as a signal an interrupt would be lost between two keys.
+  el_set(line_, EL_SETTY, "-d", "-isig", nullptr);
+  el_set(line_, EL_BIND, "^C", "give-up-line", nullptr);
+  el_set(line_, EL_BIND, "^Z", "suspend", nullptr);
+  // Commands are short; one that is interrupted would leave the repository half changed.
+  std::signal(SIGINT, SIG_IGN);
+}
+
+Editor::~Editor() {
+  el_end(line_);
+  history_end(history_);
+}
+
+std::optional<std::string> Editor::read() {
+  int count = 0;
+  const char *text = nullptr;
+  do {
+    given_up_ = false;
+    // Before the prompt is shown, so that the terminal itself takes no key, such as the end of the file, that is typed at once.
+    el_set(line_, EL_PREP_TERM, 1);
+    text = el_gets(line_, &count);
+  } while (given_up_);
+  if (!text || count <= 0) {
+    std::fputs("\n", stdout);
+    std::fflush(stdout);
+    return std::nullopt;
+  }
+  std::string line(text, static_cast<size_t>(count));
+  while (line.ends_with('\n') || line.ends_with('\r'))
+    line.pop_back();
+  HistEvent event;
+  if (!line.empty()) history(history_, &event, H_ENTER, line.c_str());
+  return line;
+}
+
+Editor &Editor::of(EditLine *line) {
+  void *client = nullptr;
+  el_get(line, EL_CLIENTDATA, &client);
+  return *static_cast<Editor *>(client);
+}
+
+unsigned char Editor::give_up_line(EditLine *line, int) {
+  of(line).given_up_ = true;
+  return CC_NEWLINE;
+}
+
+unsigned char Editor::suspend(EditLine *line, int) {
+  el_set(line, EL_PREP_TERM, 0);
+  std::raise(SIGSTOP);
+  el_set(line, EL_PREP_TERM, 1);
+  return CC_REDISPLAY;
+}
+
+unsigned char Editor::complete_word(EditLine *line, int) {
+  const LineInfo *info = el_line(line);
+  const simulator::session::Completion completion =
+      of(line).complete_({info->buffer, static_cast<size_t>(info->cursor - info->buffer)});
+  if (!completion.insertion.empty()) {
+    return el_insertstr(line, completion.insertion.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+  }
+  if (completion.candidates.empty()) return CC_ERROR;
+  std::fputs("\n", stdout);
+  for (const std::string &candidate : completion.candidates)
+    std::fprintf(stdout, "%s  ", candidate.c_str());
+  std::fputs("\n", stdout);
+  return CC_REDISPLAY;
+}
+
+}  // namespace command

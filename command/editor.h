@@ -1,0 +1,38 @@
+// Lines from a person at a terminal: edited, remembered, completed.
+#pragma once
+
+#include <histedit.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "simulator/session/completion.h"
+
+namespace command {
+
+class Editor {
+ public:
+  using Complete = std::function<simulator::session::Completion(const std::string &before)>;
+
+  explicit Editor(Complete complete);
+  ~Editor();
+  Editor(const Editor &) = delete;
+  Editor &operator=(const Editor &) = delete;
+
+  // The next line without its end; nothing at the end of the input.
+  std::optional<std::string> read();
+
+ private:
+  static Editor &of(EditLine *line);
+  static unsigned char complete_word(EditLine *line, int key);
+  static unsigned char give_up_line(EditLine *line, int key);
+  static unsigned char suspend(EditLine *line, int key);
+
+  Complete complete_;
+  EditLine *line_;
+  History *history_;
+  bool given_up_ = false;
+};
+
+}  // namespace command

@@ -1,0 +1,73 @@
+#include "command/json_output.h"
+
+using namespace simulator;
+
+namespace command {
+
+namespace {
+
+constexpr int kSchemaVersion = 1;
+constexpr int kIndent = 2;
+
+std::string dumped(const Json &value) {
+  return value.dump(kIndent, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string indent(size_t depth) {
+  return std::string(depth * kIndent, ' ');
+}
+
+// As 'depth' levels inside of something else. A line end inside of a text is escaped, so each one here is the layout's.
+std::string dumped_inside(const Json &value, size_t depth) {
+  std::string text = indent(depth);
+  for (const char character : dumped(value)) {
+    text += character;
+    if (character == '\n') text += indent(depth);
+  }
+  return text;
+}
+
+// The members of an object at this depth with what goes around them left out.
+std::string members_of(const Json &object, size_t depth) {
+  if (object.empty()) return {};
+  const std::string text = dumped_inside(object, depth);
+  const size_t first = text.find('\n');
+  return text.substr(first, text.rfind('\n') - first);
+}
+
+}  // namespace
+
+Json begin_json(std::string_view command) {
+  Json object;
+  object["schema_version"] = kSchemaVersion;
+  object["command"] = command;
+  return object;
+}
+
+void print_json(std::ostream &out, const Json &object) {
+  out << dumped(object) << '\n';
+}
+
+JsonStream::JsonStream(std::ostream &out, const Json &head, std::string_view list, size_t depth)
+    : out_(&out), depth_(depth) {
+  *out_ << indent(depth_) << '{' << members_of(head, depth_) << ",\n" << indent(depth_ + 1) << Json(list) << ": [";
+}
+
+void JsonStream::add(const Json &element) {
+  const size_t depth = begin_element();
+  *out_ << dumped_inside(element, depth);
+}
+
+size_t JsonStream::begin_element() {
+  *out_ << (empty_ ? "\n" : ",\n");
+  empty_ = false;
+  return depth_ + 2;
+}
+
+void JsonStream::end(const Json &tail) {
+  if (!empty_) *out_ << '\n' << indent(depth_ + 1);
+  *out_ << ']' << (tail.empty() ? "" : ",") << members_of(tail, depth_) << '\n' << indent(depth_) << '}';
+  if (depth_ == 0) *out_ << '\n';
+}
+
+}  // namespace command

@@ -1,0 +1,172 @@
+// zar shell: a session on a live repository.
+#include <unistd.h>
+
+#include <iostream>
+
+#include "command/command.h"
+#include "command/editor.h"
+#include "command/exit_codes.h"
+#include "command/json_output.h"
+#include "command/report.h"
+#include "command/terminal.h"
+#include "command/trace_levels.h"
+#include "simulator/explanation/explanation_json.h"
+#include "simulator/explanation/outline.h"
+#include "simulator/session/commands.h"
+#include "simulator/session/completion.h"
+
+using namespace simulator;
+
+namespace command {
+
+namespace {
+
+using session::Reply;
+using session::Session;
+using session::Status;
+using session::ToldEvent;
+
+std::string text_of_event(const ToldEvent &event, const PolicyFile &file) {
+  if (event.rehearsed)
+    return explanation_text(event.explanation, file, event.step, event.level, terminal::colours(terminal::Stream::out));
+  return concat(event.step.event.value, " at ", event.step.target.value, "\n", outline(event.explanation));
+}
+
+void report_trouble(const session::Trouble &trouble) {
+  if (const std::optional<session::Trouble::Rejected> &rejected = trouble.rejected)
+    report(rejected->diagnostics, rejected->source);
+  for (const std::string &complaint : trouble.complaints)
+    complain(complaint);
+}
+
+// What every line leads to, whoever wrote it.
+Reply run_line(Session &session, const std::string &line, size_t number) {
+  Reply reply = run(session, line, number);
+  if (reply.trace_level) show_trace(*reply.trace_level);
+  report_trouble(reply.trouble);
+  return reply;
+}
+
+// Messages of the library go elsewhere; they should meet the command that they belong to.
+Status print_line(Session &session, const std::string &line, size_t number) {
+  const Reply reply = run_line(session, line, number);
+  std::cout << reply.output;
+  if (reply.event) std::cout << text_of_event(*reply.event, session.file());
+  std::cout.flush();
+  return reply.status;
+}
+
+// A person can mend what went wrong.
+void talk(Session &session) {
+  std::cout << "help tells about the commands; TAB completes; quit ends the session\n" << std::flush;
+  Editor editor([&](const std::string &before) { return session::complete(session, before); });
+  size_t number = 0;
+  while (const std::optional<std::string> line = editor.read()) {
+    if (print_line(session, *line, ++number) == Status::quit) return;
+  }
+}
+
+// What a command prints, and what it explains, become an object.
+Status add_line(Session &session, const std::string &line, size_t number, JsonStream &commands) {
+  const Reply reply = run_line(session, line, number);
+  Json entry;
+  entry["line"] = number;
+  entry["command"] = line;
+  entry["done"] = reply.status != Status::failed;
+  entry["output"] = reply.output;
+  entry["explanation"] = nullptr;
+  if (const std::optional<ToldEvent> &event = reply.event)
+    entry["explanation"] = explanation_json(event->explanation, session.file(), event->step, event->level);
+  commands.add(entry);
+  return reply.status;
+}
+
+// A program that writes commands does not read what comes of them: the first that fails is the last.
+int follow(Session &session, JsonStream *commands) {
+  size_t number = 0;
+  for (std::string line; std::getline(std::cin, line);) {
+    complain_from(concat("<stdin>:", ++number));
+    const Status status = commands ? add_line(session, line, number, *commands) : print_line(session, line, number);
+    if (status == Status::quit) break;
+    if (status == Status::failed) {
+      complain("the session ends at this command");
+      return kBadFile;
+    }
+  }
+  return kSuccess;
+}
+
+class ShellCommand final : public Command {
+ public:
+  const char *name() const override { return "shell"; }
+  const char *summary() const override { return "Work on a live repository"; }
+
+  void declare(Options &options) override {
+    options.argument("FILE", path_, "A policy file to begin with");
+    options.flag("--json", json_, "Write one JSON object: what comes of each command");
+    options.epilogue(
+        "Reads commands: load, create, delete, activate, deactivate, raise, explain, set, unset,\n"
+        "show, clear, trace, quit; help tells about each. At a terminal lines can be edited,\n"
+        "called back, and completed with TAB, and a command that fails ends nothing. From a pipe\n"
+        "the first command that fails ends the session; its line is told. With --json lines\n"
+        "are read as from a pipe.\n"
+        "Exit code 0: good; 65: the file is bad, or a command from a pipe failed.\n\n"
+        "Examples:\n"
+        "  zar shell examples/broadband.yaml\n"
+        "  echo 'raise session-start@line-0101' | zar shell examples/broadband.yaml\n"
+        "  zar shell --json < commands.txt");
+  }
+
+  int run() override {
+    if (path_ == "-") {
+      complain("standard input is for commands");
+      return kUsage;
+    }
+    Session session;
+    int code = begin(session);
+    if (code == kSuccess) code = converse(session);
+    complain_from("zar");
+    // What a session takes down at its end is not what somebody wanted to see, and would hide why it ended.
+    show_trace({});
+    const int end = report_internal(session.end());
+    return end != kSuccess ? end : code;
+  }
+
+ private:
+  int begin(Session &session) const {
+    session::Trouble trouble;
+    int code = session.begin(trouble) ? kSuccess : kInternal;
+    if (code == kSuccess && path_ && !session.load(*path_, trouble)) code = kBadFile;
+    report_trouble(trouble);
+    return code;
+  }
+
+  int converse(Session &session) const {
+    if (json_) return follow_in_json(session);
+    if (isatty(STDIN_FILENO) != 1) return follow(session, nullptr);
+    talk(session);
+    return kSuccess;
+  }
+
+  int follow_in_json(Session &session) const {
+    Json head = begin_json("shell");
+    head["file"] = path_ ? Json(*path_) : Json(nullptr);
+    JsonStream commands(std::cout, head, "commands");
+    const int code = follow(session, &commands);
+    Json tail;
+    tail["sources"] = session.file().more_paths;
+    commands.end(tail);
+    return code;
+  }
+
+  std::optional<std::string> path_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> make_shell_command() {
+  return std::make_unique<ShellCommand>();
+}
+
+}  // namespace command

@@ -1,9 +1,0 @@
-// The JSON Schema of policy files.
-#pragma once
-
-namespace tool {
-
-// The content of share/schema/policy.json, taken in when the command is built.
-extern const char *const kPolicySchema;
-
-}  // namespace tool

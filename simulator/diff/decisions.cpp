@@ -1,0 +1,44 @@
+#include "simulator/diff/decisions.h"
+
+namespace simulator::diff {
+
+namespace {
+
+std::vector<std::string> aspects_of(const Decided &before, const Decided &after) {
+  if (before.impossible != after.impossible) return {kAspects[0]};
+  std::vector<std::string> aspects;
+  if (before.verdict != after.verdict) aspects.push_back(kAspects[1]);
+  if (before.changed != after.changed) aspects.push_back(kAspects[2]);
+  if (before.log != after.log) aspects.push_back(kAspects[3]);
+  if (before.rules != after.rules) aspects.push_back(kAspects[4]);
+  return aspects;
+}
+
+}  // namespace
+
+std::optional<Replayed> compare_replays(const Files &files, const std::vector<Step> &steps, Complaints &problems) {
+  const std::optional<std::vector<Decided>> before = replay(*files.before, steps, problems);
+  const std::optional<std::vector<Decided>> after = replay(*files.after, steps, problems);
+  if (!before || !after) return std::nullopt;
+
+  Replayed replayed;
+  for (size_t at = 0; at < steps.size(); ++at) {
+    const bool possible = (*before)[at].impossible.empty() || (*after)[at].impossible.empty();
+    if (!possible) ++replayed.impossible;
+    std::vector<std::string> aspects = aspects_of((*before)[at], (*after)[at]);
+    if (!aspects.empty()) replayed.different.push_back({at, std::move(aspects)});
+  }
+  if (replayed.different.empty()) return replayed;
+
+  const size_t first = replayed.different[0].number;
+  std::optional<ReplayedStep> of_before = replay_to(*files.before, steps, first, problems);
+  std::optional<ReplayedStep> of_after = replay_to(*files.after, steps, first, problems);
+  if (!of_before || !of_after) return std::nullopt;
+  replayed.first_before = (*before)[first];
+  replayed.first_after = (*after)[first];
+  replayed.before = std::move(*of_before);
+  replayed.after = std::move(*of_after);
+  return replayed;
+}
+
+}  // namespace simulator::diff

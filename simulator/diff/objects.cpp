@@ -1,0 +1,221 @@
+#include "simulator/diff/objects.h"
+
+#include <algorithm>
+#include <set>
+#include <unordered_map>
+
+#include "simulator/text/text.h"
+
+namespace simulator::diff {
+
+namespace {
+
+Property single(std::string name, std::string value) {
+  return {std::move(name), {std::move(value)}};
+}
+
+Property list(std::string name, std::vector<std::string> values) {
+  // What has no order is brought into one, so that lists can be compared as they are.
+  std::sort(values.begin(), values.end());
+  return {std::move(name), std::move(values), true, false};
+}
+
+Property ordered_list(std::string name, std::vector<std::string> values) {
+  return {std::move(name), std::move(values), true, true};
+}
+
+template <class Element, class Text>
+std::vector<std::string> texts_of(const std::vector<Element> &elements, Text text) {
+  std::vector<std::string> texts;
+  for (const Element &element : elements)
+    texts.push_back(text(element));
+  return texts;
+}
+
+std::string text_of_action(const Action &action) {
+  return to_string(action) + (action.precedence != 0 ? concat(", precedence ", action.precedence) : "");
+}
+
+std::vector<std::string> texts_of_actions(std::vector<Action> actions) {
+  std::stable_sort(actions.begin(), actions.end(),
+                   [](const Action &a, const Action &b) { return a.number < b.number; });
+  return texts_of(actions, text_of_action);
+}
+
+std::string owner_text(const std::optional<Name> &client) {
+  return client ? client->value : "the engine";
+}
+
+void add_policy(const PolicyMap &policy, std::vector<Object> &objects) {
+  objects.push_back(
+      {"policy-map", policy.name.value, "", policy.name.position, {single("domain", policy.domain.value)}});
+  for (const EventRules &event : policy.events) {
+    const std::string name = concat(policy.name.value, "/", event.event.value);
+    objects.push_back({"event", name, "", event.event.position, {single("match", to_string(event.match))}});
+    for (const Rule &rule : event.rules) {
+      objects.push_back(
+          {"rule",
+           rule_name(policy, event, rule),
+           concat(name, " ", rule.class_map.value),
+           rule.position,
+           {single("number", std::to_string(rule.number)), single("class-map", rule.class_map.value),
+            single("execute", to_string(rule.execute)), ordered_list("actions", texts_of_actions(rule.actions))}});
+    }
+  }
+}
+
+void add_parameter_map(const ParameterMap &map, std::vector<Object> &objects) {
+  objects.push_back({"parameter-map", map.name.value, "", map.name.position, {}});
+  for (const Statement &statement : map.statements) {
+    objects.push_back({"statement",
+                       concat(map.name.value, "/", statement.index),
+                       "",
+                       statement.position,
+                       {list("filters", texts_of(statement.filters, filter_text)),
+                        ordered_list("actions", texts_of_actions(statement.actions))}});
+  }
+}
+
+}  // namespace
+
+std::vector<Object> objects_of(const PolicyFile &file) {
+  std::vector<Object> objects;
+  for (const Client &client : file.clients) {
+    objects.push_back({"client",
+                       client.name.value,
+                       "",
+                       client.name.position,
+                       {single("database", client.own_database ? "own" : "default")}});
+  }
+  for (const Domain &domain : file.domains) {
+    objects.push_back(
+        {"domain", domain.name.value, "", domain.name.position, {single("owner", owner_text(domain.owner))}});
+  }
+  for (const ClassMap &map : file.class_maps) {
+    objects.push_back({"class-map",
+                       map.name.value,
+                       "",
+                       map.name.position,
+                       {single("domain", map.domain.value), single("match", to_string(map.match)),
+                        list("filters", texts_of(map.filters, filter_text))}});
+  }
+  for (const PolicyMap &policy : file.policy_maps)
+    add_policy(policy, objects);
+  for (const ParameterMap &map : file.parameter_maps)
+    add_parameter_map(map, objects);
+  for (const Target &target : file.targets) {
+    objects.push_back(
+        {"target",
+         target.name.value,
+         "",
+         target.name.position,
+         {single("client", owner_text(target.client)),
+          list("attributes",
+               texts_of(target.attributes,
+                        [](const Assignment &a) { return concat(a.attribute.value, " ", as_word(a.text)); })),
+          ordered_list("policies", texts_of(target.policies, [](const Name &name) { return name.value; }))}});
+  }
+  return objects;
+}
+
+namespace {
+
+// What of 'from' is not in 'other', each as often as it stands.
+std::vector<std::string> missing_in(const std::vector<std::string> &other, const std::vector<std::string> &from) {
+  std::multiset<std::string_view> there(other.begin(), other.end());
+  std::vector<std::string> missing;
+  for (const std::string &text : from) {
+    const auto found = there.find(text);
+    if (found == there.end()) {
+      missing.push_back(text);
+    } else {
+      there.erase(found);
+    }
+  }
+  return missing;
+}
+
+Difference difference_of(const Property &before, const Property &after) {
+  if (!before.is_list) return {before.name, before.values, after.values};
+  std::vector<std::string> gone = missing_in(after.values, before.values);
+  std::vector<std::string> come = missing_in(before.values, after.values);
+  if (gone.empty() && come.empty()) return {before.name, before.values, after.values, true, true};
+  return {before.name, std::move(gone), std::move(come), true, false};
+}
+
+std::vector<Difference> differences_of(const Object &before, const Object &after) {
+  std::vector<Difference> differences;
+  for (size_t at = 0; at < before.properties.size(); ++at) {
+    if (before.properties[at] == after.properties[at]) continue;
+    differences.push_back(difference_of(before.properties[at], after.properties[at]));
+  }
+  return differences;
+}
+
+class Comparison {
+ public:
+  Comparison(const PolicyFile &before, const PolicyFile &after)
+      : before_(objects_of(before)),
+        after_(objects_of(after)),
+        pair_of_(before_.size(), kNone),
+        paired_(after_.size()) {}
+
+  std::vector<ObjectChange> run() {
+    pair_by([](const Object &object) { return concat(object.kind, " ", object.name); });
+    pair_by([](const Object &object) {
+      return object.second_name.empty() ? "" : concat(object.kind, " ", object.second_name);
+    });
+    collect();
+    return std::move(changes_);
+  }
+
+ private:
+  static constexpr size_t kNone = SIZE_MAX;
+
+  template <class Key>
+  void pair_by(Key key) {
+    std::unordered_map<std::string, size_t> there;
+    for (size_t at = 0; at < after_.size(); ++at) {
+      if (!paired_[at]) there.emplace(key(after_[at]), at);
+    }
+    for (size_t at = 0; at < before_.size(); ++at) {
+      const std::string of = key(before_[at]);
+      const auto found = pair_of_[at] == kNone && !of.empty() ? there.find(of) : there.end();
+      if (found == there.end()) continue;
+      pair_of_[at] = found->second;
+      paired_[found->second] = true;
+      there.erase(found);
+    }
+  }
+
+  void collect() {
+    for (size_t at = 0; at < before_.size(); ++at) {
+      if (pair_of_[at] == kNone) {
+        changes_.push_back({std::move(before_[at]), {}, {}});
+        continue;
+      }
+      Object &after = after_[pair_of_[at]];
+      std::vector<Difference> differences = differences_of(before_[at], after);
+      if (!differences.empty()) {
+        changes_.push_back({std::move(before_[at]), std::move(after), std::move(differences)});
+      }
+    }
+    for (size_t at = 0; at < after_.size(); ++at) {
+      if (!paired_[at]) changes_.push_back({{}, std::move(after_[at]), {}});
+    }
+  }
+
+  std::vector<Object> before_;
+  std::vector<Object> after_;
+  std::vector<size_t> pair_of_;  // of each of 'before_': its index in 'after_'
+  std::vector<bool> paired_;     // of each of 'after_'
+  std::vector<ObjectChange> changes_;
+};
+
+}  // namespace
+
+std::vector<ObjectChange> compare(const PolicyFile &before, const PolicyFile &after) {
+  return Comparison(before, after).run();
+}
+
+}  // namespace simulator::diff

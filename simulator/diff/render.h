@@ -1,0 +1,29 @@
+// What is different between two policy files, as a person and a program read it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "simulator/diff/decisions.h"
+#include "simulator/diff/objects.h"
+#include "simulator/text/json.h"
+#include "simulator/text/tone.h"
+
+namespace simulator::diff {
+
+struct Counts {
+  size_t added = 0;
+  size_t removed = 0;
+  size_t changed = 0;
+};
+
+Counts count(const std::vector<ObjectChange> &changes);
+
+std::string text_of_change(const ObjectChange &change, const Files &files, Colours colours);
+Json json_of_change(const ObjectChange &change);
+
+// 'scenario' is the file whose scenario was replayed. The first difference is explained on both sides.
+std::string text_of_replay(const Replayed &replayed, const PolicyFile &scenario, const Files &files, Colours colours);
+Json json_of_replay(const Replayed &replayed, const PolicyFile &scenario, const Files &files);
+
+}  // namespace simulator::diff

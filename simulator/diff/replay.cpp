@@ -1,0 +1,98 @@
+#include "simulator/diff/replay.h"
+
+#include <functional>
+#include <span>
+#include <unordered_set>
+
+#include "simulator/explanation/recorder.h"
+#include "simulator/explanation/words.h"
+#include "simulator/policy/attributes.h"
+#include "simulator/text/text.h"
+
+namespace simulator::diff {
+
+namespace {
+
+// Raises the steps one after the other on a repository of a file that they were not written for.
+class Player {
+ public:
+  explicit Player(const PolicyFile &file) : file_(&file) {
+    for_each_attribute(file, [&](const Name &attribute) { attributes_.insert(attribute.value); });
+  }
+
+  // Calls 'each' with every step as it came about. False when anything went wrong with the repository.
+  bool play(std::span<const Step> steps, const std::function<void(ReplayedStep)> &each, Complaints &problems) const {
+    Repository repository(*file_);
+    if (repository.build()) {
+      Recorder recorder(*file_);
+      for (const Step &given : steps)
+        each(play_step(given, repository, recorder));
+    }
+    const Complaints &of_repository = repository.finish();
+    problems.insert(problems.end(), of_repository.begin(), of_repository.end());
+    return of_repository.empty();
+  }
+
+ private:
+  ReplayedStep play_step(const Step &given, const Repository &repository, Recorder &recorder) const {
+    ReplayedStep replayed{.step = known_part_of(given)};
+    replayed.impossible = why_impossible(replayed.step);
+    if (replayed.impossible.empty()) replayed.explanation = recorder.raise(repository, replayed.step);
+    return replayed;
+  }
+
+  // What no filter and no action of the file speaks of can be left out, and there is no end to what others may speak of.
+  Step known_part_of(const Step &step) const {
+    Step known = step;
+    std::erase_if(known.set, [&](const Assignment &set) { return !attributes_.contains(set.attribute.value); });
+    std::erase_if(known.clear, [&](const Name &attribute) { return !attributes_.contains(attribute.value); });
+    // The positions are those of another file.
+    known.position = {};
+    for (Assignment &set : known.set)
+      set.attribute.position = {};
+    for (Name &attribute : known.clear)
+      attribute.position = {};
+    return known;
+  }
+
+  std::string why_impossible(const Step &step) const {
+    if (file_->event_id(step.event.value) == 0) return concat("no policy-map handles the event ", step.event.value);
+    if (!file_->find_target(step.target.value)) return concat("there is no target ", step.target.value);
+    return {};
+  }
+
+  const PolicyFile *file_;
+  std::unordered_set<std::string_view> attributes_;
+};
+
+Decided decided_by(const ReplayedStep &replayed) {
+  if (!replayed.impossible.empty()) return {.impossible = replayed.impossible};
+  const EventExplanation &explanation = replayed.explanation;
+  Decided decided{.verdict = to_string(explanation.outcome.verdict), .log = logs(explanation)};
+  for (const RuleRun &run : rules_run(explanation)) {
+    decided.rules.push_back(
+        concat(run.policy->name.value, "/", run.event->event.value, " ", run.rule->class_map->name.value));
+  }
+  for (Change &change : net_changes(explanation))
+    decided.changed[change.attribute] = std::move(change.after);
+  return decided;
+}
+
+}  // namespace
+
+std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps,
+                                           Complaints &problems) {
+  std::vector<Decided> decided;
+  const auto keep = [&](const ReplayedStep &replayed) { decided.push_back(decided_by(replayed)); };
+  return Player(file).play(steps, keep, problems) ? std::optional(std::move(decided)) : std::nullopt;
+}
+
+std::optional<ReplayedStep> replay_to(const PolicyFile &file, const std::vector<Step> &steps, size_t number,
+                                      Complaints &problems) {
+  std::optional<ReplayedStep> last;
+  const auto keep = [&](ReplayedStep replayed) { last = std::move(replayed); };
+  const bool good = Player(file).play(std::span(steps).first(number + 1), keep, problems);
+  return good ? std::move(last) : std::nullopt;
+}
+
+}  // namespace simulator::diff

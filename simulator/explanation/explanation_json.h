@@ -1,0 +1,20 @@
+// The explanation of an event as JSON.
+#pragma once
+
+#include "simulator/explanation/explanation_text.h"
+#include "simulator/repository/repository.h"
+#include "simulator/text/json.h"
+
+namespace simulator {
+
+// Everything that the text of the same level tells, and the numbers behind it.
+Json explanation_json(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level);
+
+// One event of many: its number, its counts, what decided, and the attributes that its target has now.
+Json event_json(size_t number, const EventExplanation &explanation, const PolicyFile &file, const Step &step,
+                const Repository &repository);
+
+// {"attribute", "before", "after"}; null is an absent value.
+Json change_json(const Change &change);
+
+}  // namespace simulator

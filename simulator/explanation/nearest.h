@@ -1,0 +1,34 @@
+// Why nothing matched: what came nearest to matching, and what was missing.
+#pragma once
+
+#include "simulator/explanation/explanation.h"
+
+namespace simulator {
+
+// What would have had to be otherwise for a class-map or a statement to match.
+struct Shortfall {
+  size_t missing = 0;                        // how many filters would have to change their answer
+  size_t before_first = 0;                   // how many answered as needed before the first of these
+  const FilterExplanation *first = nullptr;  // NULL: no filters, and no way to match
+};
+
+Shortfall shortfall(const RuleExplanation &rule);
+Shortfall shortfall(const StatementExplanation &statement);
+
+// The one with the fewest missing filters; of equals the one that got furthest, then the earlier one.
+struct NearestRule {
+  const PolicyExplanation *policy = nullptr;
+  const RuleExplanation *rule = nullptr;
+  Shortfall shortfall{};
+};
+struct NearestStatement {
+  const StatementExplanation *statement = nullptr;
+  Shortfall shortfall{};
+};
+
+// Nothing where no rule was tried.
+std::optional<NearestRule> nearest_rule(const PolicyExplanation &policy);
+std::optional<NearestRule> nearest_rule(const EventExplanation &explanation);
+std::optional<NearestStatement> nearest_statement(const ParameterMapExplanation &map);
+
+}  // namespace simulator

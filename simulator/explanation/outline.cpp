@@ -1,0 +1,89 @@
+#include "simulator/explanation/outline.h"
+
+#include "simulator/explanation/words.h"
+#include "simulator/text/text.h"
+
+namespace simulator {
+
+namespace {
+
+class Writer {
+ public:
+  std::string run(const EventExplanation &explanation) {
+    if (explanation.outcome.status != 0) return {};
+    event(explanation, 1);
+    line(1, concat("verdict: ", to_string(explanation.outcome.verdict)));
+    return std::move(text_);
+  }
+
+ private:
+  void line(size_t indent, const std::string &text) { text_ += concat(std::string(2 * indent, ' '), text, "\n"); }
+
+  void event(const EventExplanation &explanation, size_t indent) {
+    for (const PolicyExplanation &active : explanation.policies) {
+      if (active.event) policy(active, indent);
+    }
+    if (explanation.outcome.policies == 0) line(indent, "no active policy-map handles the event");
+  }
+
+  void policy(const PolicyExplanation &policy, size_t indent) {
+    line(indent, concat("policy-map ", policy.policy->name.value, ", event ", policy.event->event.value, " ",
+                        to_string(policy.event->match)));
+    for (const RuleExplanation &tried : policy.rules) {
+      if (tried.matched) rule(tried, indent + 1);
+    }
+    if (!policy.any_matched()) line(indent + 1, "no rule matched");
+  }
+
+  void rule(const RuleExplanation &rule, size_t indent) {
+    line(indent, concat("rule ", rule.rule->number, ", class-map ", rule.class_map->name.value, " ",
+                        to_string(rule.class_map->match)));
+    for (const ActionExplanation &ran : rule.actions)
+      action(ran, indent + 1);
+    if (rule.cut_short) line(indent + 1, concat("the rule ends here: ", to_string(rule.rule->execute)));
+  }
+
+  // A failure stands beside the action, or below what the action led to.
+  void action(const ActionExplanation &action, size_t indent) {
+    const bool applied = action.applied && action.applied->matched();
+    const bool led_on = action.refused || action.raised || applied;
+    std::string text = concat(action.action->number, " ", to_string(*action.action));
+    for (const Change &change : action.changes)
+      text += concat(" (", change_of(*action.action, change), ")");
+    if (action.failed && !led_on) text += ": failed";
+    line(indent, text);
+    if (action.refused) line(indent + 1, "refused: nested too deep or too often");
+    if (action.raised) raised(*action.raised, indent + 1);
+    if (applied) map(*action.applied, indent + 1);
+    if (action.failed && led_on) line(indent + 1, "failed");
+  }
+
+  // What a 'set' sets stands in the action itself.
+  static std::string change_of(const Action &action, const Change &change) {
+    const std::string was = concat("was ", value_text(change.before));
+    if (!change.after || action.kind == ActionKind::set) return was;
+    return concat(was, ", now ", as_word(*change.after));
+  }
+
+  void raised(const EventExplanation &explanation, size_t indent) {
+    event(explanation, indent);
+    const engine::Verdict verdict = explanation.outcome.verdict;
+    if (verdict != engine::Verdict::none) line(indent, concat("verdict: ", to_string(verdict)));
+  }
+
+  void map(const ParameterMapExplanation &map, size_t indent) {
+    line(indent, concat("parameter-map ", map.map->name.value, ", statement ", map.statements.back().statement->index));
+    for (const ActionExplanation &ran : map.actions)
+      action(ran, indent + 1);
+  }
+
+  std::string text_;
+};
+
+}  // namespace
+
+std::string outline(const EventExplanation &explanation) {
+  return Writer().run(explanation);
+}
+
+}  // namespace simulator

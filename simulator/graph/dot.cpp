@@ -1,0 +1,143 @@
+#include "simulator/graph/dot.h"
+
+#include <unordered_set>
+
+#include "simulator/text/text.h"
+
+namespace simulator::graph {
+
+namespace {
+
+// Longer texts and lists are cut: a picture is for an overview.
+constexpr size_t kLongestLine = 60;
+constexpr size_t kMostLines = 12;
+
+// As the text of a label of the language's own kind that looks like HTML.
+std::string escaped(std::string_view text) {
+  std::string out;
+  for (const char character : text) {
+    if (character == '&') {
+      out += "&amp;";
+    } else if (character == '<') {
+      out += "&lt;";
+    } else if (character == '>') {
+      out += "&gt;";
+    } else if (character == '\\') {
+      // Followed by a letter it would stand for the name of the node, or another thing of dot's.
+      out += "&#92;";
+    } else {
+      out += character;
+    }
+  }
+  return out;
+}
+
+std::string cut(std::string_view text) {
+  if (text.size() <= kLongestLine) return std::string(text);
+  size_t end = kLongestLine;
+  // Not inside of a character.
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)
+    --end;
+  return concat(text.substr(0, end), "...");
+}
+
+const char *look_of(NodeKind kind) {
+  switch (kind) {
+    case NodeKind::targets:
+      return "shape=box, style=filled, fillcolor=\"#dce9f7\"";
+    case NodeKind::policy_map:
+      return "shape=folder, style=filled, fillcolor=\"#fbe5c8\"";
+    case NodeKind::event:
+      return "shape=cds, margin=\"0.2,0.1\", style=filled, fillcolor=\"#fff6cf\"";
+    case NodeKind::rule:
+      return "shape=box, style=\"filled,rounded\", fillcolor=\"#ffffff\"";
+    case NodeKind::class_map:
+      return "shape=box, style=filled, fillcolor=\"#e3f2dc\"";
+    case NodeKind::parameter_map:
+      return "shape=component, style=filled, fillcolor=\"#ece0f5\"";
+    case NodeKind::statement:
+      return "shape=box, style=\"filled,rounded\", fillcolor=\"#f7f1fb\"";
+    case NodeKind::raised_event:
+      return "shape=ellipse, color=\"#c07000\", style=filled, fillcolor=\"#fff6cf\"";
+  }
+  return "";
+}
+
+// Told in words as well, for those who print it or do not see the colour.
+constexpr const char *kNeverLook =
+    "shape=box, style=\"filled,rounded,dashed\", fillcolor=\"#eeeeee\", color=\"#b03030\"";
+
+std::string label_of(const Node &node) {
+  std::string label = concat("<b>", escaped(node.title), "</b><br align=\"left\"/>");
+  for (size_t at = 0; at < node.lines.size() && at < kMostLines; ++at)
+    label += concat(escaped(cut(node.lines[at])), "<br align=\"left\"/>");
+  if (node.lines.size() > kMostLines)
+    label += concat("and ", node.lines.size() - kMostLines, " more<br align=\"left\"/>");
+  if (node.never) label += "<font color=\"#b03030\"><i>never hit</i></font><br align=\"left\"/>";
+  return label;
+}
+
+std::string node_line(const Node &node) {
+  return concat("  ", quoted(node.id), " [", node.never ? kNeverLook : look_of(node.kind), ", label=<", label_of(node),
+                ">];\n");
+}
+
+std::string label_of(const Edge &edge) {
+  if (edge.tries) return concat(edge.hits, " of ", *edge.tries);
+  return std::to_string(edge.hits);
+}
+
+std::string edge_line(const Edge &edge, bool counted) {
+  std::string line = concat("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
+  if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
+  // Raising leads back to an event, which should not turn the order of the columns round.
+  if (edge.kind == EdgeKind::raises) line += "constraint=false, ";
+  if (counted) line += concat("label=\"", label_of(edge), "\", ");
+  if (counted && edge.hits == 0) return line + "style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"];\n";
+  const std::string_view color = edge.kind == EdgeKind::raises ? "#c07000" : "#505050";
+  return concat(line, "color=\"", color, "\", fontcolor=\"", color, "\"];\n");
+}
+
+constexpr const char *kHead =
+    "  rankdir=LR; ranksep=0.7; nodesep=0.18; labelloc=t; labeljust=l; fontname=\"Helvetica\"; fontsize=13;\n"
+    "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\", color=\"#707070\"];\n"
+    "  edge [fontname=\"Helvetica\", fontsize=9, arrowsize=0.7];\n";
+
+// Puts the nodes of a kind into one column, in their order from the top. Left to itself, dot would rather avoid a crossing;
+// in boxes around each policy-map it would forget the order.
+std::string column(const Graph &graph, NodeKind kind) {
+  std::string ids;
+  for (const Node &node : graph.nodes) {
+    if (node.kind == kind) ids += concat(ids.empty() ? "" : " -> ", quoted(node.id));
+  }
+  return ids.empty() ? "" : concat("  { rank=same; edge [style=invis]; ", ids, "; }\n");
+}
+
+// What nobody uses would otherwise stand among the targets.
+std::string last_column(const Graph &graph) {
+  std::unordered_set<std::string_view> used;
+  for (const Edge &edge : graph.edges)
+    used.insert(edge.to);
+  std::string ids;
+  for (const Node &node : graph.nodes) {
+    const bool is_unused_map = node.kind == NodeKind::parameter_map && !used.contains(node.id);
+    if (node.kind == NodeKind::class_map || is_unused_map) ids += concat(" ", quoted(node.id), ";");
+  }
+  return ids.empty() ? "" : concat("  { rank=same;", ids, " }\n");
+}
+
+}  // namespace
+
+std::string to_dot(const Graph &graph, const std::string &caption) {
+  std::string dot = concat("digraph policies {\n", kHead, "  label=<", escaped(caption), "<br align=\"left\"/>>;\n");
+  for (const Node &node : graph.nodes)
+    dot += node_line(node);
+  for (const NodeKind kind : {NodeKind::policy_map, NodeKind::event, NodeKind::rule, NodeKind::statement})
+    dot += column(graph, kind);
+  dot += last_column(graph);
+  for (const Edge &edge : graph.edges)
+    dot += edge_line(edge, graph.counted);
+  return dot + "}\n";
+}
+
+}  // namespace simulator::graph

@@ -1,0 +1,19 @@
+// The graph of a policy file, with what its scenario did.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "simulator/graph/graph.h"
+#include "simulator/text/text.h"
+
+namespace simulator::graph {
+
+// Runs the scenario on a repository of the file and reads the repository. Nothing when anything went wrong; 'problems' then
+// says what.
+std::optional<Graph> graph_of_file(const PolicyFile &file, Complaints &problems);
+
+// What stands above the picture.
+std::string caption_of(const PolicyFile &file);
+
+}  // namespace simulator::graph

@@ -1,0 +1,44 @@
+// What is wrong with a policy file.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/policy/position.h"
+#include "simulator/text/tone.h"
+
+namespace simulator {
+
+struct Diagnostic {
+  Position position;
+  std::string message;     // what is wrong
+  std::string expected;    // what would be right; may be empty
+  std::string suggestion;  // the name that was probably meant; may be empty
+};
+
+class Diagnostics {
+ public:
+  void add(Position position, std::string message, std::string expected = {}, std::string_view suggestion = {});
+  bool empty() const { return all_.empty(); }
+  size_t count() const { return all_.size(); }
+  // Whether there are more than anybody reads: then a suggestion is not worth its search.
+  bool too_many() const { return all_.size() >= kMostShown; }
+  // Whether the file is wrong from end to end, so that reading on is no use.
+  bool hopeless() const { return all_.size() >= kHopeless; }
+  // In the order of their positions.
+  std::vector<Diagnostic> sorted() const;
+
+  static constexpr size_t kMostShown = 100;
+  static constexpr size_t kHopeless = 1000;
+
+ private:
+  std::vector<Diagnostic> all_;
+};
+
+class Source;
+
+// The diagnostics as a person reads them: position, message, the line with a mark under the column, what was expected.
+std::string render(const Diagnostics &diagnostics, const Source &source, Colours colours = Colours::off);
+
+}  // namespace simulator

@@ -1,0 +1,113 @@
+#include "simulator/policy/load.h"
+
+#include <iterator>
+
+#include "simulator/policy/load_parts.h"
+#include "simulator/text/text.h"
+
+namespace simulator {
+
+namespace {
+
+using Section = void (*)(const Reader &, const yaml::Node &, PolicyFile &);
+
+PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
+  PolicyFile file;
+  const Reader reader(diagnostics);
+  const Fields fields(
+      root, "a policy file",
+      {"clients", "domains", "class-maps", "policy-maps", "parameter-maps", "targets", "scenario", "tests"},
+      diagnostics);
+  const auto section = [&](std::string_view key, Section read) {
+    if (const yaml::Node *node = fields.find(key)) read(reader, *node, file);
+  };
+  section("clients", read_clients);
+  section("domains", read_domains);
+  section("class-maps", read_class_maps);
+  section("policy-maps", read_policy_maps);
+  section("parameter-maps", read_parameter_maps);
+  section("targets", read_targets);
+  section("scenario", read_scenario);
+  section("tests", read_tests);
+  return file;
+}
+
+template <class Object>
+void append(std::vector<Object> &objects, std::vector<Object> &more) {
+  std::move(more.begin(), more.end(), std::back_inserter(objects));
+}
+
+template <class Object, class Find>
+void check_names_are_new(const std::vector<Object> &more, std::string_view what, Find find, Diagnostics &diagnostics) {
+  for (const Object &object : more) {
+    if (!find(object.name.value)) continue;
+    diagnostics.add(object.name.position, concat("there is a ", what, " '", object.name.value, "' already"),
+                    concat("a name that no ", what, " has"));
+  }
+}
+
+void check_names_are_new(const PolicyFile &base, const PolicyFile &more, Diagnostics &diagnostics) {
+  using Text = std::string_view;
+  const auto check = [&](const auto &objects, Text what, auto find) {
+    check_names_are_new(objects, what, find, diagnostics);
+  };
+  check(more.clients, "client", [&](Text name) { return base.find_client(name); });
+  check(more.domains, "domain", [&](Text name) { return base.find_domain(name); });
+  check(more.class_maps, "class-map", [&](Text name) { return base.find_class_map(name); });
+  check(more.policy_maps, "policy-map", [&](Text name) { return base.find_policy_map(name); });
+  check(more.parameter_maps, "parameter-map", [&](Text name) { return base.find_parameter_map(name); });
+  check(more.targets, "target", [&](Text name) { return base.find_target(name); });
+}
+
+// A map that names no domain belongs to the only one of its own source, however many the others have.
+template <class Map>
+void fill_domains(std::vector<Map> &maps, const Domain &only) {
+  for (Map &map : maps) {
+    if (map.domain.position.line == 0) map.domain = {only.name.value, map.name.position};
+  }
+}
+
+}  // namespace
+
+std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source, Diagnostics &diagnostics) {
+  const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
+  if (!document) return std::nullopt;
+
+  PolicyFile more = read_sections(document->root(), diagnostics);
+  check_names_are_new(base, more, diagnostics);
+  // With names that stand for two things nothing else could be told.
+  if (!diagnostics.empty()) return std::nullopt;
+  if (more.domains.size() == 1) {
+    fill_domains(more.class_maps, more.domains[0]);
+    fill_domains(more.policy_maps, more.domains[0]);
+  }
+  PolicyFile file = base.copy_of_objects();
+  append(file.clients, more.clients);
+  append(file.domains, more.domains);
+  append(file.class_maps, more.class_maps);
+  append(file.policy_maps, more.policy_maps);
+  append(file.parameter_maps, more.parameter_maps);
+  append(file.targets, more.targets);
+  file.scenario = std::move(more.scenario);
+  file.tests = std::move(more.tests);
+  file.index();
+  resolve(file, diagnostics);
+  file.scenario.clear();
+  file.tests.clear();
+  if (!diagnostics.empty()) return std::nullopt;
+  return file;
+}
+
+std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
+  const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
+  if (!document) return std::nullopt;
+
+  PolicyFile file = read_sections(document->root(), diagnostics);
+  file.path = source.name();
+  file.index();
+  resolve(file, diagnostics);
+  if (!diagnostics.empty()) return std::nullopt;
+  return file;
+}
+
+}  // namespace simulator

@@ -1,0 +1,215 @@
+// A policy file as it was understood: every object with its position, every default filled in, every reference good.
+//
+// All sub-commands work on this and on the repository that is built from it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "simulator/policy/position.h"
+
+namespace re2 {
+class RE2;
+}
+
+namespace simulator {
+
+using Name = Located<std::string>;
+
+struct Client {
+  Name name{};
+  bool own_database = false;  // else the default database, which is the engine's
+};
+
+struct Domain {
+  Name name{};
+  std::optional<Name> owner{};  // none: the engine
+};
+
+enum class FilterKind : uint8_t { equals, prefix, regex, range, present };
+
+struct Filter {
+  Position position{};
+  Name attribute{};
+  FilterKind kind = FilterKind::present;
+  std::string text{};                         // equals, prefix, regex
+  std::shared_ptr<const re2::RE2> pattern{};  // regex
+  int64_t low = 0;                            // range, both ends included
+  int64_t high = 0;
+  bool no_match = false;
+};
+
+enum class ActionKind : uint8_t { set, clear, log, count, permit, deny, raise, apply };
+
+struct Action {
+  Position position{};
+  uint32_t number = 0;      // 1 to 255, the order in the rule
+  uint32_t precedence = 0;  // 16 bits
+  ActionKind kind = ActionKind::permit;
+  Name subject{};      // set, clear, count: an attribute; raise: an event; apply: a parameter-map
+  std::string text{};  // set: the value; log: the text
+};
+
+enum class ClassMatch : uint32_t { all = 1, any = 2, none = 3 };
+enum class EventMatch : uint32_t { all = 1, first = 2 };
+enum class Execute : uint32_t { run_all = 1, stop_on_failure = 2, stop_on_success = 3 };
+
+struct ClassMap {
+  Name name{};
+  Name domain{};
+  ClassMatch match = ClassMatch::all;
+  std::vector<Filter> filters{};
+};
+
+struct Rule {
+  Position position{};
+  uint32_t number = 0;  // 1 to 255, the order in the event
+  Name class_map{};
+  Execute execute = Execute::stop_on_failure;
+  std::vector<Action> actions{};
+};
+
+struct EventRules {
+  Name event{};
+  EventMatch match = EventMatch::all;
+  std::vector<Rule> rules{};
+};
+
+struct PolicyMap {
+  Name name{};
+  Name domain{};
+  std::vector<EventRules> events{};
+};
+
+struct Statement {
+  Position position{};
+  uint32_t index = 0;
+  std::vector<Filter> filters{};  // the filters of one attribute: one of them must hold
+  std::vector<Action> actions{};
+};
+
+struct ParameterMap {
+  Name name{};
+  std::vector<std::string> attributes{};  // at most five; the index of one is its filter type
+  std::vector<Statement> statements{};    // in map-index order
+
+  uint8_t filter_type_of(std::string_view attribute) const;
+};
+
+struct Assignment {
+  Name attribute{};
+  std::string text{};
+};
+
+struct Target {
+  Name name{};
+  std::optional<Name> client{};  // none: the engine
+  std::vector<Assignment> attributes{};
+  std::vector<Name> policies{};  // in order of activation; at least one
+};
+
+// One event of the scenario.
+struct Step {
+  Position position{};
+  Name event{};
+  Name target{};
+  std::vector<Assignment> set{};  // before the event
+  std::vector<Name> clear{};      // before the event
+};
+
+// What an attribute should be after an event.
+struct ExpectedValue {
+  Name attribute{};
+  std::optional<std::string> text{};  // nothing: absent
+};
+
+// What a test expects of its event. What is left out may be anything.
+struct Expectation {
+  // The rules that run, in the order in which they begin, those of raised events included: each a POLICY/EVENT/NUMBER, or
+  // the name of the rule's class-map.
+  std::optional<std::vector<Name>> rules{};
+  std::vector<ExpectedValue> attributes{};
+  std::optional<Name> verdict{};           // permit, deny or none
+  std::optional<std::vector<Name>> log{};  // the texts that are logged, in order
+};
+
+// One event on a target as the file has it, and what is expected of it.
+struct Test {
+  Name name{};
+  Step step{};
+  Expectation expect{};
+};
+
+// Names to positions in a list of the file.
+using NameIndex = std::unordered_map<std::string_view, size_t>;
+
+struct PolicyFile {
+  PolicyFile() = default;
+  PolicyFile(PolicyFile &&) = default;
+  PolicyFile &operator=(PolicyFile &&) = default;
+
+  std::string path{};                     // of source 0, which for most files is the only one
+  std::vector<std::string> more_paths{};  // of the sources from 1 on
+  std::vector<Client> clients{};
+  std::vector<Domain> domains{};
+  std::vector<ClassMap> class_maps{};
+  std::vector<PolicyMap> policy_maps{};
+  std::vector<ParameterMap> parameter_maps{};
+  std::vector<Target> targets{};
+  std::vector<Step> scenario{};
+  std::vector<Test> tests{};
+
+  // The events that policy-maps handle, in the order of their first appearance; the id of an event is its position plus 1.
+  // An event keeps it when the policy-maps change, also when none is left that handles it.
+  std::vector<std::string> events{};
+
+  // The same objects, indexed; without the scenario and the tests.
+  PolicyFile copy_of_objects() const;
+  const std::string &path_of(Position position) const {
+    return position.source == 0 ? path : more_paths[position.source - 1];
+  }
+
+  const Client *find_client(std::string_view name) const;
+  const Domain *find_domain(std::string_view name) const;
+  const ClassMap *find_class_map(std::string_view name) const;
+  const PolicyMap *find_policy_map(std::string_view name) const;
+  const ParameterMap *find_parameter_map(std::string_view name) const;
+  const Target *find_target(std::string_view name) const;
+  // 0 when no policy-map handles it.
+  uint32_t event_id(std::string_view name) const;
+
+  // Fills the indices and 'events'; to be called whenever the lists are complete.
+  void index();
+
+ private:
+  NameIndex client_index_;
+  NameIndex domain_index_;
+  NameIndex class_map_index_;
+  NameIndex policy_map_index_;
+  NameIndex parameter_map_index_;
+  NameIndex target_index_;
+  NameIndex event_index_;
+};
+
+// The words of a policy file.
+const char *to_string(FilterKind kind);
+const char *to_string(ActionKind kind);
+const char *to_string(ClassMatch match);
+const char *to_string(EventMatch match);
+const char *to_string(Execute execute);
+
+// What a rule is called: "POLICY/EVENT/NUMBER".
+std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);
+
+// A filter and an action in one line, as listings and messages show them.
+std::string to_string(const Filter &filter);
+std::string to_string(const Action &action);
+// A filter with its no-match: "ssid prefix guest", "not ssid prefix guest".
+std::string filter_text(const Filter &filter);
+
+}  // namespace simulator

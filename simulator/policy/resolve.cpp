@@ -1,0 +1,349 @@
+// What the structure of a policy file alone does not show.
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+#include "engine/engine.h"
+#include "simulator/policy/attributes.h"
+#include "simulator/policy/load_parts.h"
+#include "simulator/text/text.h"
+
+namespace simulator {
+
+namespace {
+
+// The repository names the hidden class-map of a statement with this, the parameter-map's name and the map-index.
+constexpr std::string_view kHiddenPrefix = "__PMTR__";
+
+// The repository looks through all clients for each new one, and through all domains.
+constexpr size_t kMostClients = 1000;
+constexpr size_t kMostDomains = 1000;
+
+// The repository's handle table holds this many.
+constexpr size_t kMostHandles = 65536;
+
+class Resolver {
+ public:
+  Resolver(PolicyFile &file, Diagnostics &diagnostics) : file_(&file), diagnostics_(&diagnostics) {}
+
+  void run() {
+    check_domains();
+    check_class_maps();
+    check_parameter_maps();
+    check_policy_maps();
+    check_targets();
+    check_scenario();
+    check_tests();
+    check_counts();
+  }
+
+ private:
+  template <class Object>
+  void unknown(const Name &name, std::string_view what, const std::vector<Object> &objects);
+  void unknown_event(const Name &name);
+  void report_unknown(const Name &name, std::string_view what, const std::vector<std::string_view> &known);
+
+  void check_client(const std::optional<Name> &name);
+  void fill_domain(Name &domain, const Name &map);
+  const std::string *database_of(const Name &domain) const;
+
+  void check_domains();
+  void check_class_maps();
+  void check_parameter_maps();
+  void check_hidden_names();
+  void check_policy_maps();
+  void check_class_of(const Rule &rule, const PolicyMap &policy);
+  void check_actions(const std::vector<Action> &actions);
+  void check_targets();
+  void check_policies_of(const Target &target);
+  void check_scenario();
+  void check_step(const Step &step);
+  void check_tests();
+  void check_expected_rules();
+  void check_expected_attributes();
+  void check_event(const Name &event);
+  void check_counts();
+  void check_attribute_count();
+  void check_handle_count();
+
+  PolicyFile *file_;
+  Diagnostics *diagnostics_;
+};
+
+// A name that could not be read is empty and was reported.
+bool was_read(const Name &name) {
+  return !name.value.empty();
+}
+
+void Resolver::report_unknown(const Name &name, std::string_view what, const std::vector<std::string_view> &known) {
+  diagnostics_->add(name.position, concat("there is no ", what, " '", name.value, "'"),
+                    concat("the name of a ", what, " of this file"), nearest(name.value, known));
+}
+
+template <class Object>
+void Resolver::unknown(const Name &name, std::string_view what, const std::vector<Object> &objects) {
+  std::vector<std::string_view> known;
+  if (!diagnostics_->too_many()) {
+    for (const Object &object : objects) {
+      known.push_back(object.name.value);
+    }
+  }
+  report_unknown(name, what, known);
+}
+
+void Resolver::check_client(const std::optional<Name> &name) {
+  if (name && !file_->find_client(name->value)) unknown(*name, "client", file_->clients);
+}
+
+void Resolver::check_counts() {
+  const auto check = [&](size_t count, size_t most, std::string_view what) {
+    if (count <= most) return;
+    diagnostics_->add({}, concat("the file has ", count, " ", what), concat("at most ", most));
+  };
+  check(file_->clients.size(), kMostClients, "clients");
+  check(file_->domains.size(), kMostDomains, "domains");
+  check_attribute_count();
+  check_handle_count();
+}
+
+void Resolver::check_domains() {
+  for (const Domain &domain : file_->domains) {
+    check_client(domain.owner);
+  }
+}
+
+// A map that names no domain belongs to the only one that there is.
+void Resolver::fill_domain(Name &domain, const Name &map) {
+  const bool given = domain.position.line != 0;
+  if (given) {
+    if (was_read(domain) && !file_->find_domain(domain.value)) unknown(domain, "domain", file_->domains);
+  } else if (file_->domains.size() == 1) {
+    domain = {file_->domains[0].name.value, map.position};
+  } else {
+    diagnostics_->add(
+        map.position, concat("'", map.value, "' has no domain"),
+        file_->domains.empty() ? "a domain under 'domains'" : "the key domain, as the file has several domains");
+  }
+}
+
+void Resolver::check_class_maps() {
+  for (ClassMap &map : file_->class_maps) {
+    fill_domain(map.domain, map.name);
+    if (map.name.value.starts_with(kHiddenPrefix)) {
+      diagnostics_->add(map.name.position, concat("'", map.name.value, "' cannot be a class-map's name"),
+                        concat("a name that does not begin with ", kHiddenPrefix));
+    }
+  }
+}
+
+void Resolver::check_parameter_maps() {
+  for (const ParameterMap &map : file_->parameter_maps) {
+    for (const Statement &statement : map.statements) {
+      check_actions(statement.actions);
+    }
+  }
+  check_hidden_names();
+}
+
+// Nothing stands between the name of the parameter-map and the map-index, so that map1 with 23 and map12 with 3 collide.
+void Resolver::check_hidden_names() {
+  FirstPositions<std::string> names;
+  for (const ParameterMap &map : file_->parameter_maps) {
+    uint32_t last = 0;
+    for (const Statement &statement : map.statements) {
+      // A duplicate map-index was reported; equal ones are neighbours.
+      if (statement.index == std::exchange(last, statement.index)) continue;
+      const std::string name = concat(map.name.value, statement.index);
+      const std::optional<Position> earlier = names.earlier(name, statement.position);
+      if (!earlier) continue;
+      diagnostics_->add(statement.position,
+                        concat("map-index ", statement.index, " gives the hidden class-map ", kHiddenPrefix, name,
+                               " that line ", earlier->line, " has already"),
+                        "another map-index or parameter-map name");
+    }
+  }
+}
+
+// The database in which the maps of a domain lie: the owner's name, or the engine's for the default one; NULL when the
+// domain or its owner is not known.
+const std::string *Resolver::database_of(const Name &domain) const {
+  static const std::string kDefault = engine::kClientName;
+  const Domain *found = file_->find_domain(domain.value);
+  if (!found) return nullptr;
+  if (!found->owner) return &kDefault;
+  const Client *owner = file_->find_client(found->owner->value);
+  if (!owner) return nullptr;
+  return owner->own_database ? &owner->name.value : &kDefault;
+}
+
+void Resolver::check_policy_maps() {
+  for (PolicyMap &policy : file_->policy_maps) {
+    fill_domain(policy.domain, policy.name);
+    if (policy.name.value == builtin_autoconf_policy) {
+      diagnostics_->add(policy.name.position, concat("'", policy.name.value, "' cannot be a policy-map's name"),
+                        "another name: the built-in policy-map is never given back");
+    }
+    for (const EventRules &event : policy.events) {
+      for (const Rule &rule : event.rules) {
+        check_class_of(rule, policy);
+        check_actions(rule.actions);
+      }
+    }
+  }
+}
+
+void Resolver::check_class_of(const Rule &rule, const PolicyMap &policy) {
+  if (!was_read(rule.class_map)) return;
+  const ClassMap *map = file_->find_class_map(rule.class_map.value);
+  if (!map) return unknown(rule.class_map, "class-map", file_->class_maps);
+
+  const std::string *of_class = database_of(map->domain);
+  const std::string *of_policy = database_of(policy.domain);
+  if (!of_class || !of_policy || *of_class == *of_policy) return;
+  diagnostics_->add(rule.class_map.position,
+                    concat("class-map '", map->name.value, "' is in the database of client '", *of_class, "'"),
+                    concat("a class-map in the database of the policy-map, that of client '", *of_policy, "'"));
+}
+
+void Resolver::unknown_event(const Name &name) {
+  std::vector<std::string_view> known;
+  if (!diagnostics_->too_many()) known.assign(file_->events.begin(), file_->events.end());
+  diagnostics_->add(name.position, concat("no policy-map handles the event '", name.value, "'"),
+                    "an event that a policy-map has under 'events'", nearest(name.value, known));
+}
+
+void Resolver::check_event(const Name &event) {
+  if (was_read(event) && file_->event_id(event.value) == 0) unknown_event(event);
+}
+
+void Resolver::check_actions(const std::vector<Action> &actions) {
+  for (const Action &action : actions) {
+    const Name &subject = action.subject;
+    if (action.kind == ActionKind::raise) check_event(subject);
+    if (action.kind == ActionKind::apply && was_read(subject) && !file_->find_parameter_map(subject.value)) {
+      unknown(subject, "parameter-map", file_->parameter_maps);
+    }
+  }
+}
+
+void Resolver::check_targets() {
+  for (const Target &target : file_->targets) {
+    check_client(target.client);
+    check_policies_of(target);
+  }
+}
+
+void Resolver::check_policies_of(const Target &target) {
+  FirstPositions<std::string_view> policies;
+  for (const Name &policy : target.policies) {
+    if (!file_->find_policy_map(policy.value)) unknown(policy, "policy-map", file_->policy_maps);
+    if (policies.earlier(policy.value, policy.position)) {
+      diagnostics_->add(policy.position, concat("policy-map '", policy.value, "' is active already"),
+                        "each policy-map once on a target");
+    }
+  }
+}
+
+void Resolver::check_step(const Step &step) {
+  check_event(step.event);
+  if (was_read(step.target) && !file_->find_target(step.target.value)) {
+    unknown(step.target, "target", file_->targets);
+  }
+}
+
+void Resolver::check_scenario() {
+  for (const Step &step : file_->scenario)
+    check_step(step);
+}
+
+void Resolver::check_tests() {
+  for (const Test &test : file_->tests)
+    check_step(test.step);
+  if (file_->tests.empty()) return;
+  check_expected_rules();
+  check_expected_attributes();
+}
+
+void Resolver::check_expected_rules() {
+  std::vector<std::string> rules;
+  for (const PolicyMap &policy : file_->policy_maps) {
+    for (const EventRules &event : policy.events) {
+      for (const Rule &rule : event.rules)
+        rules.push_back(rule_name(policy, event, rule));
+    }
+  }
+  std::vector<std::string_view> known(rules.begin(), rules.end());
+  for (const ClassMap &map : file_->class_maps)
+    known.push_back(map.name.value);
+
+  const std::unordered_set<std::string_view> names(known.begin(), known.end());
+  for (const Test &test : file_->tests) {
+    if (!test.expect.rules) continue;
+    for (const Name &rule : *test.expect.rules) {
+      if (names.contains(rule.value)) continue;
+      diagnostics_->add(rule.position, concat("there is no rule or class-map '", rule.value, "'"),
+                        "POLICY/EVENT/NUMBER, or the name of a class-map of this file",
+                        diagnostics_->too_many() ? "" : nearest(rule.value, known));
+    }
+  }
+}
+
+// What nothing sets and nothing asks for is a misspelt name: an expectation that it be absent could not fail.
+void Resolver::check_expected_attributes() {
+  std::vector<std::string_view> known;
+  std::unordered_set<std::string_view> names;
+  for_each_attribute(*file_, [&](const Name &attribute) {
+    if (names.insert(attribute.value).second) known.push_back(attribute.value);
+  });
+  for (const Test &test : file_->tests) {
+    for (const ExpectedValue &expected : test.expect.attributes) {
+      if (names.contains(expected.attribute.value)) continue;
+      diagnostics_->add(expected.attribute.position,
+                        concat("nothing in the file speaks of the attribute '", expected.attribute.value, "'"),
+                        "an attribute that a filter, an action or a target has",
+                        diagnostics_->too_many() ? "" : nearest(expected.attribute.value, known));
+    }
+  }
+}
+
+void Resolver::check_attribute_count() {
+  std::unordered_set<std::string_view> seen;
+  for_each_attribute(*file_, [&](const Name &attribute) {
+    if (!was_read(attribute) || !seen.insert(attribute.value).second) return;
+    if (seen.size() != engine::kMaxAttributes + 1) return;
+    diagnostics_->add(attribute.position, concat("'", attribute.value, "' is one attribute too many"),
+                      concat("at most ", engine::kMaxAttributes, " different attributes in a file"));
+  });
+}
+
+void Resolver::check_handle_count() {
+  size_t handles = file_->class_maps.size() + file_->policy_maps.size() + file_->parameter_maps.size();
+  // A target has a policy context beside it.
+  handles += 2 * file_->targets.size();
+  for (const ClassMap &map : file_->class_maps)
+    handles += map.filters.size();
+  for (const PolicyMap &policy : file_->policy_maps) {
+    handles += policy.events.size();
+    for (const EventRules &event : policy.events) {
+      for (const Rule &rule : event.rules)
+        handles += 1 + rule.actions.size();
+    }
+  }
+  for (const ParameterMap &map : file_->parameter_maps) {
+    for (const Statement &statement : map.statements) {
+      handles += 1 + statement.filters.size() + statement.actions.size();
+    }
+  }
+  if (handles <= kMostHandles) return;
+  diagnostics_->add(
+      {}, concat("the file makes ", handles, " objects"),
+      concat("at most ", kMostHandles, ": maps, filters, events, rules, actions, and two for each target"));
+}
+
+}  // namespace
+
+void resolve(PolicyFile &file, Diagnostics &diagnostics) {
+  Resolver(file, diagnostics).run();
+}
+
+}  // namespace simulator

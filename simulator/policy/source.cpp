@@ -1,0 +1,154 @@
+#include "simulator/policy/source.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "simulator/text/text.h"
+
+namespace simulator {
+
+namespace {
+
+struct Close {
+  void operator()(std::FILE *file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, Close>;
+
+bool is_continuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80;
+}
+
+// The length of the character at the front of 'text', or 0 when it is not UTF-8 or is a character that a text file has no
+// use for.
+size_t character_length(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  if (lead < 0x80) {
+    const bool printable = lead >= 0x20 && lead != 0x7f;
+    return printable || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
+  }
+
+  const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+  if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
+  if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation)) return 0;
+
+  // Control characters again, overlong forms, surrogates, and what lies beyond the last character.
+  const auto second = static_cast<unsigned char>(text[1]);
+  if (lead == 0xc2 && second < 0xa0) return 0;
+  if (lead == 0xe0 && second < 0xa0) return 0;
+  if (lead == 0xed && second > 0x9f) return 0;
+  if (lead == 0xf0 && second < 0x90) return 0;
+  if (lead == 0xf4 && second > 0x8f) return 0;
+  return length;
+}
+
+// The position of the first character that is not allowed, if there is one.
+void check_characters(const Source &source, Diagnostics &diagnostics) {
+  const std::string_view text = source.text();
+  size_t line = 0;
+  size_t line_start = 0;
+  for (size_t at = 0; at < text.size();) {
+    const size_t length = character_length(text.substr(at));
+    if (length == 0) {
+      char byte[8];
+      std::snprintf(byte, sizeof byte, "0x%02x", static_cast<unsigned>(static_cast<unsigned char>(text[at])));
+      diagnostics.add(source.position_of(line, at - line_start), concat("the byte ", byte, " is no text"),
+                      "text in UTF-8 without control characters");
+      return;
+    }
+    if (text[at] == '\n') {
+      ++line;
+      line_start = at + 1;
+    }
+    at += length;
+  }
+}
+
+std::string read_all(std::FILE *file) {
+  constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+  std::string text;
+  char buffer[65536];
+  while (text.size() <= Source::kMaxSize) {
+    const size_t got = std::fread(buffer, 1, sizeof buffer, file);
+    if (got == 0) break;
+    text.append(buffer, got);
+  }
+  if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
+  return text;
+}
+
+}  // namespace
+
+bool is_text(std::string_view text) {
+  while (!text.empty()) {
+    const size_t length = character_length(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
+Source::Source(std::string name, std::string text, uint32_t number)
+    : name_(std::move(name)), text_(std::move(text)), number_(number) {
+  size_t continuations = 0;
+  line_starts_.push_back(0);
+  for (size_t at = 0; at < text_.size(); ++at) {
+    if (at % kStride == 0) continuations_.push_back(continuations);
+    if (is_continuation(text_[at])) ++continuations;
+    if (text_[at] == '\n') line_starts_.push_back(at + 1);
+  }
+  continuations_.resize(text_.size() / kStride + 1, continuations);
+}
+
+size_t Source::continuations_before(size_t offset) const {
+  offset = std::min(offset, text_.size());
+  const size_t stride = offset / kStride;
+  const auto from = text_.begin() + static_cast<std::ptrdiff_t>(stride * kStride);
+  const auto to = text_.begin() + static_cast<std::ptrdiff_t>(offset);
+  return continuations_[stride] + static_cast<size_t>(std::count_if(from, to, is_continuation));
+}
+
+Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t number) {
+  const File file(std::fopen(path.c_str(), "rb"));
+  if (file) return read(*file, path, diagnostics, number);
+  diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
+  return {path, "", number};
+}
+
+Source Source::read(std::FILE &file, std::string name, Diagnostics &diagnostics, uint32_t number) {
+  errno = 0;
+  Source source(std::move(name), read_all(&file), number);
+  if (std::ferror(&file)) {
+    diagnostics.add({}, concat("cannot be read: ", std::strerror(errno)), "a policy file");
+  } else {
+    source.check(diagnostics);
+  }
+  return source;
+}
+
+void Source::check(Diagnostics &diagnostics) const {
+  if (text_.size() > kMaxSize) {
+    diagnostics.add({}, "is too large", concat("at most ", (kMaxSize >> 20), " MiB"));
+  } else {
+    check_characters(*this, diagnostics);
+  }
+}
+
+std::string_view Source::line(uint32_t number) const {
+  if (number == 0 || number > line_starts_.size()) return {};
+  const size_t start = line_starts_[number - 1];
+  const size_t end = number < line_starts_.size() ? line_starts_[number] - 1 : text_.size();
+  std::string_view line = std::string_view(text_).substr(start, end - start);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
+Position Source::position_of(size_t line, size_t byte) const {
+  const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
+  const size_t continuations = continuations_before(start + byte) - continuations_before(start);
+  return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - continuations), number_};
+}
+
+}  // namespace simulator

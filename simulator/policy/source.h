@@ -1,0 +1,52 @@
+// The text of a policy file.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/policy/diagnostics.h"
+
+namespace simulator {
+
+// Whether this is UTF-8 without control characters that a text file has no use for.
+bool is_text(std::string_view text);
+
+class Source {
+ public:
+  // A file larger than this is no policy file.
+  static constexpr size_t kMaxSize = size_t{16} << 20;
+
+  // 'number' is what all positions in it carry.
+  Source(std::string name, std::string text, uint32_t number = 0);
+
+  // Reads a file. What is wrong with it goes to 'diagnostics': a file that cannot be read, is too large, or is not UTF-8
+  // text.
+  static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
+  // The same for a file that is open, and stays so.
+  static Source read(std::FILE &file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
+  // The same checks for a text that is there already.
+  void check(Diagnostics &diagnostics) const;
+
+  const std::string &name() const { return name_; }
+  uint32_t number() const { return number_; }
+  const std::string &text() const { return text_; }
+  // A line without its end; empty when there is none.
+  std::string_view line(uint32_t number) const;
+  // The position of a byte of a line, both from 0: columns are characters, of which one may take several bytes.
+  Position position_of(size_t line, size_t byte) const;
+
+ private:
+  size_t continuations_before(size_t offset) const;
+
+  std::string name_;
+  std::string text_;
+  uint32_t number_;
+  std::vector<size_t> line_starts_;
+  // Continuation bytes before every kStride-th byte of the text, so that finding a column costs the same on any line.
+  static constexpr size_t kStride = 256;
+  std::vector<size_t> continuations_;
+};
+
+}  // namespace simulator

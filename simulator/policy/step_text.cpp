@@ -1,0 +1,62 @@
+#include "simulator/policy/step_text.h"
+
+#include <algorithm>
+
+#include "simulator/policy/attributes.h"
+#include "simulator/policy/kinds.h"
+
+namespace simulator {
+
+std::optional<Step> parse_event(const std::string &text, const PolicyFile &file, Complaints &complaints) {
+  const size_t at = text.find('@');
+  if (at == std::string::npos) {
+    complaints.push_back(concat("'", text, "' is no event: expected NAME@TARGET"));
+    return std::nullopt;
+  }
+  Step step;
+  step.event.value = text.substr(0, at);
+  step.target.value = text.substr(at + 1);
+
+  if (file.event_id(step.event.value) == 0) {
+    complaints.push_back(no_such("event", step.event.value, {file.events.begin(), file.events.end()}));
+    return std::nullopt;
+  }
+  if (!file.find_target(step.target.value)) {
+    complaints.push_back(no_such("target", step.target.value, names_of(file, ObjectKind::target)));
+    return std::nullopt;
+  }
+  return step;
+}
+
+namespace {
+
+bool is_attribute(std::string_view name, const PolicyFile &file, Complaints &complaints) {
+  const std::vector<std::string_view> names = attribute_names(file);
+  if (std::find(names.begin(), names.end(), name) != names.end()) return true;
+  complaints.push_back(no_such("attribute", name, names));
+  return false;
+}
+
+}  // namespace
+
+bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints) {
+  const size_t equals = text.find('=');
+  if (equals == std::string::npos) {
+    complaints.push_back(concat("'", text, "' sets nothing: expected ATTRIBUTE=VALUE"));
+    return false;
+  }
+  std::string name = text.substr(0, equals);
+  if (!is_attribute(name, file, complaints)) return false;
+  Assignment &given = step.set.emplace_back();
+  given.attribute.value = std::move(name);
+  given.text = text.substr(equals + 1);
+  return true;
+}
+
+bool parse_clear(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints) {
+  if (!is_attribute(text, file, complaints)) return false;
+  step.clear.push_back({text, {}});
+  return true;
+}
+
+}  // namespace simulator

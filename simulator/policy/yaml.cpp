@@ -1,0 +1,196 @@
+#include "simulator/policy/yaml.h"
+
+#include <sstream>
+#include <unordered_map>
+
+#include <yaml-cpp/eventhandler.h>
+#include <yaml-cpp/exceptions.h>
+#include <yaml-cpp/mark.h>
+#include <yaml-cpp/parser.h>
+
+#include "simulator/policy/yaml_errors.h"
+#include "simulator/text/text.h"
+
+namespace simulator::yaml {
+
+namespace {
+
+// Ends the parse where the text leaves the bounds.
+struct Refused {
+  Diagnostic diagnostic;
+};
+
+}  // namespace
+
+const char *name_of(Kind kind) {
+  switch (kind) {
+    case Kind::null:
+      return "nothing";
+    case Kind::scalar:
+      return "a single value";
+    case Kind::sequence:
+      return "a list";
+    case Kind::mapping:
+      return "a mapping";
+  }
+  return "";
+}
+
+// Builds the tree from the parser's events. A node that is complete is added to the one that is open.
+class Builder final : public YAML::EventHandler {
+ public:
+  Builder(const Source &source, Document &document) : source_(&source), document_(&document) {}
+
+  void OnDocumentStart(const YAML::Mark &) override {}
+  void OnDocumentEnd() override {}
+  // A value that is left out stands, to the parser, where the text goes on; to the reader, where its key is.
+  void OnNull(const YAML::Mark &mark, YAML::anchor_t anchor) override {
+    const Node *key = open_.empty() ? nullptr : open_.back().key;
+    leaf(mark, anchor, Kind::null, "");
+    if (key) document_->nodes_.back().position = key->position;
+  }
+  void OnScalar(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
+                const std::string &value) override {
+    refuse_tag(mark, tag);
+    if (value.size() > kMaxScalar) {
+      refuse(mark, concat("a value of ", value.size(), " bytes"), concat("at most ", kMaxScalar, " bytes"));
+    }
+    leaf(mark, anchor, Kind::scalar, value);
+  }
+  void OnAlias(const YAML::Mark &mark, YAML::anchor_t anchor) override {
+    const auto found = anchored_.find(anchor);
+    if (found == anchored_.end()) refuse(mark, "an alias inside of what it stands for", "an anchor that is complete");
+    add(mark, *found->second);
+  }
+  void OnSequenceStart(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
+                       YAML::EmitterStyle::value) override {
+    refuse_tag(mark, tag);
+    open(mark, anchor, Kind::sequence);
+  }
+  void OnSequenceEnd() override { close(); }
+  void OnMapStart(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
+                  YAML::EmitterStyle::value) override {
+    refuse_tag(mark, tag);
+    open(mark, anchor, Kind::mapping);
+  }
+  void OnMapEnd() override { close(); }
+
+ private:
+  struct Open {
+    Node *node;
+    YAML::anchor_t anchor;
+    const Node *key = nullptr;  // of a mapping: the key whose value comes next
+  };
+
+  [[noreturn]] void refuse(const YAML::Mark &mark, std::string message, std::string expected) const {
+    throw Refused{{position_of(*source_, mark), std::move(message), std::move(expected), {}}};
+  }
+
+  void refuse_tag(const YAML::Mark &mark, const std::string &tag) const {
+    // '?' and '!' are what the parser calls plain and quoted values without a tag.
+    if (tag.empty() || tag == "?" || tag == "!") return;
+    refuse(mark, concat("the tag ", as_word(tag)), "no tags");
+  }
+
+  Node &make(const YAML::Mark &mark, Kind kind) {
+    Node &node = document_->nodes_.emplace_back();
+    node.kind = kind;
+    node.position = position_of(*source_, mark);
+    return node;
+  }
+
+  void leaf(const YAML::Mark &mark, YAML::anchor_t anchor, Kind kind, const std::string &text) {
+    Node &node = make(mark, kind);
+    node.text = text;
+    if (anchor != YAML::NullAnchor) anchored_[anchor] = &node;
+    add(mark, node);
+  }
+
+  void open(const YAML::Mark &mark, YAML::anchor_t anchor, Kind kind) {
+    if (open_.size() >= kMaxDepth) {
+      refuse(mark, "nested too deep", concat("at most ", kMaxDepth, " levels"));
+    }
+    open_.push_back({&make(mark, kind), anchor});
+  }
+
+  void close() {
+    const Open complete = open_.back();
+    open_.pop_back();
+    if (complete.anchor != YAML::NullAnchor) anchored_[complete.anchor] = complete.node;
+    add(YAML::Mark::null_mark(), *complete.node);
+  }
+
+  void add(const YAML::Mark &mark, const Node &node) {
+    if (open_.empty()) {
+      document_->root_ = &node;
+      return;
+    }
+    Open &parent = open_.back();
+    parent.node->weight += node.weight;
+    if (parent.node->weight > kMaxNodes) {
+      refuse(mark, "aliases that stand for too much", concat("at most ", kMaxNodes, " values"));
+    }
+    if (parent.node->kind == Kind::sequence) {
+      parent.node->items.push_back(&node);
+    } else if (!parent.key) {
+      parent.key = &node;
+    } else {
+      parent.node->entries.emplace_back(parent.key, &node);
+      parent.key = nullptr;
+    }
+  }
+
+  const Source *source_;
+  Document *document_;
+  std::vector<Open> open_;
+  std::unordered_map<YAML::anchor_t, const Node *> anchored_;
+};
+
+namespace {
+
+// Answers an event for each node of a document that nobody wants.
+class Ignore final : public YAML::EventHandler {
+ public:
+  void OnDocumentStart(const YAML::Mark &mark) override {
+    throw Refused{{{static_cast<uint32_t>(mark.line + 1), static_cast<uint32_t>(mark.column + 1)},
+                   "a second document in the file",
+                   "one document",
+                   {}}};
+  }
+  void OnDocumentEnd() override {}
+  void OnNull(const YAML::Mark &, YAML::anchor_t) override {}
+  void OnAlias(const YAML::Mark &, YAML::anchor_t) override {}
+  void OnScalar(const YAML::Mark &, const std::string &, YAML::anchor_t, const std::string &) override {}
+  void OnSequenceStart(const YAML::Mark &, const std::string &, YAML::anchor_t, YAML::EmitterStyle::value) override {}
+  void OnSequenceEnd() override {}
+  void OnMapStart(const YAML::Mark &, const std::string &, YAML::anchor_t, YAML::EmitterStyle::value) override {}
+  void OnMapEnd() override {}
+};
+
+}  // namespace
+
+std::optional<Document> parse(const Source &source, Diagnostics &diagnostics) {
+  std::istringstream text(source.text());
+  Document document;
+  try {
+    YAML::Parser parser(text);
+    Builder builder(source, document);
+    if (!parser.HandleNextDocument(builder) || document.root().kind == Kind::null) {
+      diagnostics.add({1, 1}, "the file is empty", "a mapping with clients, domains, class-maps, policy-maps, ...");
+      return std::nullopt;
+    }
+    Ignore ignore;
+    parser.HandleNextDocument(ignore);
+  } catch (const Refused &refused) {
+    const Diagnostic &why = refused.diagnostic;
+    diagnostics.add(why.position, why.message, why.expected);
+    return std::nullopt;
+  } catch (const YAML::Exception &error) {
+    const Diagnostic why = describe(error, source);
+    diagnostics.add(why.position, why.message, why.expected);
+    return std::nullopt;
+  }
+  return document;
+}
+
+}  // namespace simulator::yaml

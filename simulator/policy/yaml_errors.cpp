@@ -1,0 +1,121 @@
+#include "simulator/policy/yaml_errors.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#include <yaml-cpp/mark.h>
+
+#include "simulator/text/text.h"
+
+namespace simulator::yaml {
+
+namespace {
+
+namespace parser_says = YAML::ErrorMsg;
+
+struct Sentence {
+  const char *parser;  // what the parser's message begins with
+  const char *message;
+  const char *expected;
+};
+
+constexpr const char *kUnfinishedList = "neither ',' nor ']' in a list in brackets";
+constexpr const char *kUnfinishedMapping = "neither ',' nor '}' in a mapping in braces";
+constexpr const char *kNoDirectives = "no line that begins with '%'";
+constexpr const char *kKeyAndValue =
+    "KEY: VALUE with each key on a line of its own, and quotes around a text with ': ' in it";
+constexpr const char *kNameOfAnchor = "a name of letters and digits, or quotes around the text";
+constexpr const char *kBlockText = "'-', '+' or a digit from 1 to 9, and the text on the lines below";
+constexpr const char *kHexadecimal = R"(\xHH, \uHHHH or \UHHHHHHHH with hexadecimal digits)";
+
+// What a line says that is indented wrongly, with a tab for example.
+const Sentence kOfIndentation[] = {
+    {parser_says::END_OF_MAP, "this does not continue the mapping above", "a key at the indentation of the keys above"},
+    {parser_says::END_OF_SEQ, "this does not continue the list above", "'-' at the indentation of the items above"},
+    {parser_says::BLOCK_ENTRY, "a '-' where no item of a list can begin", "each item on a line of its own"},
+    {parser_says::MAP_KEY, "a key where none can begin", kKeyAndValue},
+    {parser_says::MAP_VALUE, "a ':' that follows no key", kKeyAndValue},
+    {parser_says::TAB_IN_INDENTATION, "a tab in the indentation", "spaces"},
+};
+
+const Sentence kOther[] = {
+    {parser_says::END_OF_SEQ_FLOW, kUnfinishedList, "',' before the next item, or ']' after the last one"},
+    {parser_says::END_OF_MAP_FLOW, kUnfinishedMapping, "',' before the next key, or '}' after the last value"},
+    {parser_says::FLOW_END, "this bracket closes none that is open", "'[' before ']', and '{' before '}'"},
+    {parser_says::EOF_IN_SCALAR, "a text in quotes that does not end", "the closing quote"},
+    {parser_says::DOC_IN_SCALAR, "a document ends inside a text in quotes", "the closing quote before this line"},
+    {parser_says::UNKNOWN_TOKEN, "a value cannot begin with this character", "quotes around the text"},
+    {parser_says::INVALID_ESCAPE, "an unknown escape in a text in double quotes",
+     R"(an escape such as \n, \t, \" or \\; in single quotes a backslash is an ordinary character)"},
+    {parser_says::INVALID_HEX, "an escape without its digits", kHexadecimal},
+    {parser_says::INVALID_UNICODE, "an escape for a character that does not exist", kHexadecimal},
+    {parser_says::UNKNOWN_ANCHOR, "an alias whose anchor is not defined",
+     "'&' with the same name before a value further up, or quotes around the text"},
+    {parser_says::ALIAS_NOT_FOUND, "'*' without the name of an anchor", kNameOfAnchor},
+    {parser_says::ANCHOR_NOT_FOUND, "'&' without a name for the anchor", kNameOfAnchor},
+    {parser_says::CHAR_IN_ALIAS, "a character that the name of an anchor cannot hold", kNameOfAnchor},
+    {parser_says::CHAR_IN_ANCHOR, "a character that the name of an anchor cannot hold", kNameOfAnchor},
+    {parser_says::MULTIPLE_ANCHORS, "two anchors of one value", "one '&' before a value"},
+    {parser_says::ALIAS_CONTENT, "an alias with more than its name", "the alias alone"},
+    {parser_says::ZERO_INDENT_IN_BLOCK, "an indentation of 0 for a block of text", kBlockText},
+    {parser_says::CHAR_IN_BLOCK, "an unknown sign at the head of a block of text", kBlockText},
+    {parser_says::MULTIPLE_TAGS, "two tags of one value", "no tags"},
+    {parser_says::CHAR_IN_TAG_HANDLE, "a tag that cannot be read", "no tags"},
+    {parser_says::TAG_WITH_NO_SUFFIX, "a tag that cannot be read", "no tags"},
+    {parser_says::END_OF_VERBATIM_TAG, "a tag that cannot be read", "no tags"},
+    {parser_says::YAML_DIRECTIVE_ARGS, "a directive that cannot be read", kNoDirectives},
+    {parser_says::YAML_VERSION, "a directive that cannot be read", kNoDirectives},
+    {parser_says::YAML_MAJOR_VERSION, "a newer YAML than version 1", kNoDirectives},
+    {parser_says::REPEATED_YAML_DIRECTIVE, "a directive that stands here twice", kNoDirectives},
+    {parser_says::TAG_DIRECTIVE_ARGS, "a directive that cannot be read", kNoDirectives},
+    {parser_says::REPEATED_TAG_DIRECTIVE, "a directive that stands here twice", kNoDirectives},
+};
+
+// No message of the parser begins with another one.
+template <size_t size>
+const Sentence *find(const Sentence (&sentences)[size], std::string_view parser_message) {
+  const auto *found = std::find_if(std::begin(sentences), std::end(sentences), [&](const Sentence &sentence) {
+    return parser_message.starts_with(sentence.parser);
+  });
+  return found == std::end(sentences) ? nullptr : found;
+}
+
+// The byte of the line, from 0, where its indentation has a tab.
+std::optional<size_t> tab_in_indentation(std::string_view line) {
+  const size_t end = line.find_first_not_of(' ');
+  if (end == std::string_view::npos || line[end] != '\t') return std::nullopt;
+  return end;
+}
+
+Diagnostic diagnostic(Position position, std::string_view message, std::string expected) {
+  return {position, concat("not YAML: ", message), std::move(expected), {}};
+}
+
+// Most people see no tab, and the parser trips over it only behind it.
+Diagnostic describe_indentation(const YAML::Mark &mark, const Sentence &sentence, const Source &source) {
+  const Position position = position_of(source, mark);
+  const std::optional<size_t> tab = tab_in_indentation(source.line(position.line));
+  if (!tab) return diagnostic(position, sentence.message, sentence.expected);
+  return diagnostic(source.position_of(position.line - 1, *tab), "a tab in the indentation", "spaces");
+}
+
+}  // namespace
+
+Position position_of(const Source &source, const YAML::Mark &mark) {
+  if (mark.is_null()) return {};
+  return source.position_of(static_cast<size_t>(mark.line), static_cast<size_t>(mark.column));
+}
+
+Diagnostic describe(const YAML::Exception &error, const Source &source) {
+  if (const Sentence *sentence = find(kOfIndentation, error.msg)) {
+    return describe_indentation(error.mark, *sentence, source);
+  }
+  const Position position = position_of(source, error.mark);
+  if (const Sentence *sentence = find(kOther, error.msg)) {
+    return diagnostic(position, sentence->message, sentence->expected);
+  }
+  return diagnostic(position, error.msg, "a YAML document");
+}
+
+}  // namespace simulator::yaml

@@ -1,0 +1,326 @@
+// Building a repository from a policy file.
+#include <algorithm>
+
+#include "engine/engine.h"
+#include "platform/engine.h"
+#include "simulator/repository/actions.h"
+#include "simulator/repository/filters.h"
+#include "simulator/repository/registrations.h"
+#include "simulator/repository/repository.h"
+#include "simulator/text/text.h"
+
+namespace simulator {
+
+namespace {
+
+// Ends a build: the library refused what a good file asks for.
+struct Refused {
+  std::string what;
+};
+
+void expect(bool good, std::string_view operation, std::string_view object, uint32_t status = 0) {
+  if (good) return;
+  const std::string with = status != 0 ? concat(" with status ", status) : "";
+  throw Refused{concat(operation, " of '", object, "' failed", with)};
+}
+
+void expect_success(uint32_t status, std::string_view operation, std::string_view object) {
+  expect(status == 0, operation, object, status);
+}
+
+}  // namespace
+
+bool Repository::build() {
+  if (current && current != this) {
+    problems_.push_back("another repository of this process is not taken down yet");
+    return false;
+  }
+  current = this;
+  torn_down_ = false;
+  try {
+    if (!started_) start();
+    for (size_t at = clids_.size(); at < file_->clients.size(); ++at)
+      register_client(file_->clients[at]);
+    for (size_t at = registered_domains_; at < file_->domains.size(); ++at)
+      register_domain(file_->domains[at]);
+    for (size_t at = classes_.size(); at < file_->class_maps.size(); ++at)
+      build_class(file_->class_maps[at]);
+    for (size_t at = parameter_maps_.size(); at < file_->parameter_maps.size(); ++at)
+      build_parameter_map(file_->parameter_maps[at]);
+    for (size_t at = policies_.size(); at < file_->policy_maps.size(); ++at)
+      build_policy(file_->policy_maps[at]);
+    for (size_t at = targets_.size(); at < file_->targets.size(); ++at)
+      build_target(file_->targets[at]);
+    return true;
+  } catch (const Refused &refused) {
+    problems_.push_back(refused.what);
+    return false;
+  }
+}
+
+void Repository::start() {
+  started_ = true;
+  before_ = take_stock();
+  engine::forget_attributes();
+  if (!registrations::suit(*file_)) start_library();
+  room_at_start_ = zar_allowed_max_clients;
+  zar_db *database = nullptr;
+  expect(zar_get_client_database_handle(kel_clid, "start", &database, nullptr) != 0, "the database",
+         engine::kClientName);
+  databases_.push_back(database);
+}
+
+// What was registered until now is lost, and stays allocated.
+void Repository::start_library() {
+  if (zar_clients_info) zar_handle_table_destroy();
+  const uint16_t table = zar_init();
+  kept_.first_table = zar_clients_info != nullptr;
+  expect(table != 0, "the handle table", "repository");
+  expect_success(engine::start(), "the registration", engine::kClientName);
+  ++kept_.clients;
+  ++kept_.databases;
+}
+
+void Repository::register_client(const Client &client) {
+  const zar_client_data *registered = registrations::find_client(client.name.value);
+  expect(!registered || registrations::is_same(*registered, client),
+         "the registration with another kind of database than before", client.name.value);
+  const uint32_t clid = registered ? registered->clid : register_new(client);
+  if (registered && registered->database) databases_.push_back(registered->database);
+  clids_.push_back(clid);
+  clid_by_name_.emplace(client.name.value, clid);
+}
+
+uint32_t Repository::register_new(const Client &client) {
+  zar_db *database = nullptr;
+  if (client.own_database) {
+    expect_success(zar_create_database(&database), "the database", client.name.value);
+    databases_.push_back(database);
+    ++kept_.databases;
+  }
+  uint32_t clid = 0;
+  expect_success(zar_client_register(client.name.value.c_str(), database, &clid), "the registration",
+                 client.name.value);
+  ++kept_.clients;
+  // A name that could not be copied is no failure to the library.
+  expect(zar_clients_info[clid - 1]->name != nullptr, "the name", client.name.value);
+  return clid;
+}
+
+void Repository::register_domain(const Domain &domain) {
+  const uint32_t owner = clid_of(domain.owner);
+  const zar_domain_entry *registered = registrations::find_domain(domain.name.value);
+  expect(!registered || registrations::is_same(*registered, owner), "the claim for another owner than before",
+         domain.name.value);
+  if (!registered) {
+    expect_success(zar_register_domain(owner, domain.name.value.c_str()), "the claim", domain.name.value);
+    ++kept_.domains;
+  }
+  ++registered_domains_;
+}
+
+void Repository::build_class(const ClassMap &map) {
+  const uint32_t clid = clid_of_domain(map.domain);
+  const zar_map_info info = info_of(map);
+  uint32_t cmap = 0;
+  expect_success(zar_create_class(clid, &info, static_cast<uint32_t>(map.match), &cmap), "the class-map",
+                 map.name.value);
+  if (const uint32_t status = zar_store_class(clid, cmap)) {
+    zar_delete_class(cmap);
+    expect_success(status, "the storing", map.name.value);
+  }
+  classes_.push_back({map.name.value, map.domain.value, clid});
+  for (const Filter &filter : map.filters)
+    add_filter(cmap, filter);
+}
+
+void Repository::add_filter(uint32_t cmap, const Filter &filter) {
+  const zar_filter_context context = client::make_filter_context(filter);
+  uint32_t handle = 0;
+  if (const uint32_t status = zar_create_filter(&context, &handle, filter.no_match)) {
+    client::give_back(context);
+    expect_success(status, "the filter", to_string(filter));
+  }
+  if (const uint32_t status = zar_add_filter_to_class(cmap, handle)) {
+    zar_delete_filter(handle);
+    expect_success(status, "the adding", to_string(filter));
+  }
+}
+
+void Repository::build_parameter_map(const ParameterMap &map) {
+  uint32_t type = 0;
+  uint32_t pmtr_map = 0;
+  expect(kel_parameter_map_get_type(kel_parameter_map_subscriber_domain_str, &type) == 0, "the type", map.name.value);
+  const uint32_t status = kel_create_subscriber_parameter_map(map.name.value.c_str(), type, &pmtr_map);
+  // A map that was made and not stored is left to its maker.
+  if (status != 0 && pmtr_map != 0) zar_delete_pmtr_map(pmtr_map);
+  expect_success(status, "the parameter-map", map.name.value);
+  parameter_maps_.push_back(map.name.value);
+
+  for (const Statement &statement : map.statements) {
+    for (const Filter &filter : statement.filters)
+      add_statement_filter(pmtr_map, map, statement, filter);
+    for (const Action &action : statement.actions)
+      add_statement_action(pmtr_map, statement, action);
+  }
+}
+
+namespace {
+
+bool holds_data(uint32_t cmap, const void *filter_data) {
+  const auto *record = static_cast<const zar_cmap *>(zar_handle_get_context(cmap));
+  uint32_t clid = kel_clid;
+  uint32_t filter = 0;
+  if (!record || zar_get_filter(clid, cmap, &filter) != 0) return false;
+  while (filter != 0) {
+    if (static_cast<const zar_filter *>(zar_handle_get_context(filter))->filter_data == filter_data) return true;
+    const uint32_t current = filter;
+    if (zar_get_next_filter(clid, cmap, current, &filter) != 0) return false;
+  }
+  return false;
+}
+
+}  // namespace
+
+void Repository::add_statement_filter(uint32_t pmtr_map, const ParameterMap &map, const Statement &statement,
+                                      const Filter &filter) {
+  const zar_filter_context context = client::make_filter_context(filter);
+  const uint32_t status =
+      zar_pmtr_create_or_add_filter(pmtr_map, &context, filter.no_match, filter.kind == FilterKind::regex, 0,
+                                    statement.index, 0, map.filter_type_of(filter.attribute.value));
+  // The operation keeps some failures to itself, so its status alone does not tell who has the data now.
+  if (status == 0 && holds_data(zar_get_internal_class_map(pmtr_map, statement.index), context.filter_data)) return;
+  client::give_back(context);
+  expect(false, "the filter", to_string(filter), status);
+}
+
+namespace {
+
+bool holds_data(uint32_t pmtr_map, uint32_t index, uint32_t number, const void *action_data) {
+  uint32_t action = 0;
+  if (zar_retrieve_action_num_in_pmtr_stmt_action(pmtr_map, index, number, &action) != 0 || action == 0) return false;
+  return static_cast<const zar_action *>(zar_handle_get_context(action))->action_data == action_data;
+}
+
+}  // namespace
+
+void Repository::add_statement_action(uint32_t pmtr_map, const Statement &statement, const Action &action) {
+  const zar_action_context context = client::make_action_context(action, *file_);
+  zar_action_context *block = client::make_block(context);
+  const uint32_t status = zar_pmtr_map_create_action(pmtr_map, statement.index, static_cast<uint8_t>(action.number),
+                                                     static_cast<uint16_t>(action.precedence), block);
+  if (status != 0) {
+    // The operation made an action of the context and deleted it again, with its data, but left the block.
+    client::give_back(block);
+    expect_success(status, "the action", to_string(action));
+  }
+  // An action that could not be made is no failure to the operation, which then freed the block alone.
+  if (holds_data(pmtr_map, statement.index, action.number, context.action_data)) return;
+  client::give_back(context);
+  expect(false, "the action", to_string(action));
+}
+
+void Repository::build_policy(const PolicyMap &policy) {
+  const uint32_t clid = clid_of_domain(policy.domain);
+  const zar_map_info info = info_of(policy);
+  uint32_t pmap = 0;
+  expect_success(zar_create_policy(clid, &info, &pmap), "the policy-map", policy.name.value);
+  if (const uint32_t status = zar_store_policy(clid, pmap)) {
+    zar_delete_policy(pmap);
+    expect_success(status, "the storing", policy.name.value);
+  }
+  policies_.push_back({policy.name.value, policy.domain.value, clid});
+  for (const EventRules &event : policy.events)
+    add_event(policy, pmap, event);
+}
+
+void Repository::add_event(const PolicyMap &policy, uint32_t pmap, const EventRules &event) {
+  const zar_event_context context = {file_->event_id(event.event.value), nullptr};
+  uint32_t tuple = 0;
+  expect_success(zar_create_event(&context, event.event.value.c_str(), &tuple), "the event", event.event.value);
+  if (const uint32_t status = zar_add_event(pmap, tuple)) {
+    zar_delete_event(tuple);
+    expect_success(status, "the adding", event.event.value);
+  }
+  expect_success(zar_event_set_match_criteria(tuple, static_cast<uint32_t>(event.match)), "the match criteria",
+                 event.event.value);
+  for (const Rule &rule : event.rules)
+    add_rule(policy, context, rule);
+}
+
+void Repository::add_rule(const PolicyMap &policy, const zar_event_context &event, const Rule &rule) {
+  const uint32_t clid = clid_of_domain(policy.domain);
+  const zar_map_info policy_info = info_of(policy);
+  const zar_map_info class_info = info_of(*file_->find_class_map(rule.class_map.value));
+  expect_success(zar_add_class_to_stored_policy(clid, &policy_info, &event, nullptr,
+                                                static_cast<uint32_t>(rule.execute), rule.number, &class_info),
+                 "the rule for class-map", rule.class_map.value);
+  for (const Action &action : rule.actions)
+    add_action(policy, event, rule, action);
+}
+
+void Repository::add_action(const PolicyMap &policy, const zar_event_context &event, const Rule &rule,
+                            const Action &action) {
+  const zar_action_context context = client::make_action_context(action, *file_);
+  uint32_t handle = 0;
+  if (const uint32_t status = zar_create_action(&context, action.number, action.precedence, &handle)) {
+    client::give_back(context);
+    expect_success(status, "the action", to_string(action));
+  }
+  const zar_map_info policy_info = info_of(policy);
+  const zar_map_info class_info = info_of(*file_->find_class_map(rule.class_map.value));
+  if (const uint32_t status =
+          zar_add_action_to_stored_policy(clid_of_domain(policy.domain), &policy_info, &event, &class_info, handle)) {
+    zar_delete_action(handle);
+    expect_success(status, "the adding", to_string(action));
+  }
+}
+
+void Repository::build_target(const Target &target) {
+  TargetRecord &record = targets_.emplace_back();
+  record.target_id = ++last_target_id_;
+  record.clid = clid_of(target.client);
+  record.name = target.name.value;
+  bool first = true;
+  for (const Name &policy : target.policies) {
+    put_policy(record, policy, first);
+    first = false;
+  }
+  target_handles_.emplace(target.name.value, record.handle);
+
+  engine::Attributes *attributes = engine::attributes_of(record.handle);
+  expect(attributes != nullptr, "the state", target.name.value);
+  for (const Assignment &assignment : target.attributes) {
+    attributes->set(engine::register_attribute(assignment.attribute.value), assignment.text);
+  }
+}
+
+// A target comes into being with its first policy-map; the others are activated on it. The lists of targets that the
+// actions were handed are released at once, so that no more of them are kept than one activation makes.
+void Repository::put_policy(TargetRecord &target, const Name &name, bool first) {
+  const PolicyMap &policy = *file_->find_policy_map(name.value);
+  const uint32_t clid = clid_of_domain(policy.domain);
+  const zar_map_info info = info_of(policy);
+  uint32_t status = 0;
+  if (first) {
+    uint32_t pmap = 0;
+    expect_success(zar_retrieve_policy(clid, &info, &pmap), "the look-up", name.value);
+    status = zar_add_target(target.clid, &target, pmap, &target.handle);
+  } else {
+    status = zar_activate_policy_by_name(clid, target.handle, &info);
+  }
+  engine::release_target_lists();
+  expect_success(status, concat("the activation on target '", target.name, "'"), name.value);
+}
+
+bool Repository::activate(std::string_view target, const PolicyMap &policy) {
+  try {
+    put_policy(*find_target(target), policy.name, false);
+    return true;
+  } catch (const Refused &refused) {
+    problems_.push_back(refused.what);
+    return false;
+  }
+}
+
+}  // namespace simulator

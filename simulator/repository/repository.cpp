@@ -1,0 +1,62 @@
+// What a repository is asked while it stands. How it is built and taken down is in build.cpp and tear_down.cpp.
+#include "simulator/repository/repository.h"
+
+#include <algorithm>
+
+#include "platform/engine.h"
+
+namespace simulator {
+
+namespace {
+
+constexpr uint32_t kControl = 1;  // the domain type of everything in a policy file
+
+}  // namespace
+
+const Repository *Repository::current = nullptr;
+
+uint32_t Repository::clid_of(const std::optional<Name> &client) const {
+  return client ? clid_by_name_.at(client->value) : kel_clid;
+}
+
+uint32_t Repository::clid_of_domain(const Name &domain) const {
+  return clid_of(file_->find_domain(domain.value)->owner);
+}
+
+uint32_t Repository::owner_of(const std::string &domain) const {
+  return clid_of_domain({domain, {}});
+}
+
+zar_map_info Repository::info_of(const PolicyMap &policy) {
+  return {policy.domain.value.c_str(), kControl, policy.name.value.c_str(), 0};
+}
+
+zar_map_info Repository::info_of(const ClassMap &map) {
+  return {map.domain.value.c_str(), kControl, map.name.value.c_str(), 0};
+}
+
+zar_map_info Repository::info_of(const BuiltMap &map) {
+  return {map.domain.c_str(), kControl, map.name.c_str(), 0};
+}
+
+Repository::Extent Repository::extent() const {
+  return {classes_.size(), parameter_maps_.size(), policies_.size(), targets_.size()};
+}
+
+Repository::TargetRecord *Repository::find_target(std::string_view name) {
+  const auto found =
+      std::find_if(targets_.begin(), targets_.end(), [&](const TargetRecord &target) { return target.name == name; });
+  return found == targets_.end() ? nullptr : &*found;
+}
+
+uint32_t Repository::target_handle(std::string_view name) const {
+  const auto found = target_handles_.find(name);
+  return found == target_handles_.end() ? 0 : found->second;
+}
+
+void Repository::note_failure(uint32_t status, std::string_view operation, std::string_view object) {
+  if (status == 0) return;
+  problems_.push_back(concat(operation, " of '", object, "' failed with status ", status));
+}
+
+}  // namespace simulator

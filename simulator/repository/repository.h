@@ -1,0 +1,158 @@
+// The repository as a policy file describes it, built and torn down through the exported operations of the library alone.
+//
+// A process has one repository after the other. Single objects come and go as they like, in step with the file. What the
+// library registers stays registered for the life of the process; the next repository uses it again where it suits, and has
+// the library begin anew where a name stands for something else now: a client with another kind of database, a domain of
+// another owner. kept() says what that cost.
+#pragma once
+
+#include <functional>
+#include <list>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "simulator/policy/model.h"
+#include "simulator/repository/leftovers.h"
+#include "simulator/repository/targets.h"
+#include "simulator/text/text.h"
+#include "zar/zar.h"
+
+namespace simulator {
+
+class Repository {
+ public:
+  // 'file' must outlive the repository. It may change: what was built is always the front of each of its lists.
+  explicit Repository(const PolicyFile &file) : file_(&file) {}
+  ~Repository() { tear_down(); }
+  Repository(const Repository &) = delete;
+  Repository &operator=(const Repository &) = delete;
+
+  // Builds everything that is not there yet and activates the policies of new targets. False when the library refused
+  // something; problems() then says what, and what was built so far is there to be taken away.
+  bool build();
+
+  // How much of the file is built.
+  struct Extent {
+    size_t classes = 0;
+    size_t parameter_maps = 0;
+    size_t policies = 0;
+    size_t targets = 0;
+  };
+  Extent extent() const;
+  // Takes away what was built since the repository had this extent. Clients and domains stay: the library has no way back.
+  void shrink_to(const Extent &extent);
+
+  // Single steps on what is built, for the names of the file. False when the library refused; problems() then says what.
+  bool activate(std::string_view target, const PolicyMap &policy);
+  bool deactivate(std::string_view target, const PolicyMap &policy);
+  bool delete_policy(std::string_view name);
+  bool delete_class(std::string_view name);
+  bool delete_parameter_map(std::string_view name);
+  bool delete_target(std::string_view name);
+
+  // Takes everything down: activations, stored policies by name, classes, parameter-maps, targets, databases. Then
+  // compares what is left in the process with what the library never gives back. What is not as it should be is added to
+  // problems().
+  void tear_down();
+
+  // The same, and says what went wrong since the repository was made.
+  const Complaints &finish();
+
+  const Complaints &problems() const { return problems_; }
+  // The same for those who carry on.
+  Complaints take_problems() { return std::exchange(problems_, {}); }
+
+  // 0 when the file has no such target.
+  uint32_t target_handle(std::string_view name) const;
+  size_t registered_clients() const { return clids_.size(); }
+  size_t registered_domains() const { return registered_domains_; }
+  // The clids of the file's clients, in the order of the file.
+  const std::vector<uint32_t> &clids() const { return clids_; }
+
+  // Those of the file that are registered.
+  std::span<const Domain> domains() const { return std::span(file_->domains).first(registered_domains_); }
+
+  // What this repository has added to what the library keeps for the life of the process; whole once it is taken down.
+  const Kept &kept() const { return kept_; }
+
+  // The clid of the client that owns a domain.
+  uint32_t owner_of(const std::string &domain) const;
+
+ private:
+  struct TargetRecord : client::TargetData {
+    uint32_t handle = 0;
+  };
+  // A class-map or a policy-map, with what it is found by.
+  struct BuiltMap {
+    std::string name;
+    std::string domain;
+    uint32_t clid;
+  };
+  struct Hash : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+  template <class Value>
+  using ByName = std::unordered_map<std::string, Value, Hash, std::equal_to<>>;
+
+  void start();
+  void start_library();
+  void register_client(const Client &client);
+  uint32_t register_new(const Client &client);
+  void register_domain(const Domain &domain);
+  void build_class(const ClassMap &map);
+  void add_filter(uint32_t cmap, const Filter &filter);
+  void build_parameter_map(const ParameterMap &map);
+  void add_statement_filter(uint32_t pmtr_map, const ParameterMap &map, const Statement &statement,
+                            const Filter &filter);
+  void add_statement_action(uint32_t pmtr_map, const Statement &statement, const Action &action);
+  void build_policy(const PolicyMap &policy);
+  void add_event(const PolicyMap &policy, uint32_t pmap, const EventRules &event);
+  void add_rule(const PolicyMap &policy, const zar_event_context &event, const Rule &rule);
+  void add_action(const PolicyMap &policy, const zar_event_context &event, const Rule &rule, const Action &action);
+  void build_target(const Target &target);
+  void put_policy(TargetRecord &target, const Name &name, bool first);
+  TargetRecord *find_target(std::string_view name);
+
+  static zar_map_info info_of(const PolicyMap &policy);
+  static zar_map_info info_of(const ClassMap &map);
+  static zar_map_info info_of(const BuiltMap &map);
+  uint32_t clid_of(const std::optional<Name> &client) const;
+  uint32_t clid_of_domain(const Name &domain) const;
+
+  void deactivate_all();
+  void take_down_policy(const BuiltMap &policy);
+  void take_down_class(const BuiltMap &map);
+  void take_down_parameter_map(const std::string &name);
+  void take_down_target(const TargetRecord &target);
+  void destroy_databases();
+  void note_failure(uint32_t status, std::string_view operation, std::string_view object);
+
+  // The one that is built and not yet taken down: there is one table of handles and one engine.
+  static const Repository *current;
+
+  const PolicyFile *file_;
+  bool torn_down_ = true;  // until something was built
+  Complaints problems_;
+
+  // What was built so far, in the order of building.
+  bool started_ = false;
+  Holdings before_;             // what the process held when the repository began
+  uint32_t room_at_start_ = 0;  // for clients, in the library's table
+  std::vector<uint32_t> clids_;
+  ByName<uint32_t> clid_by_name_;
+  std::vector<zar_db *> databases_;
+  size_t registered_domains_ = 0;
+  Kept kept_;
+  std::vector<BuiltMap> classes_;
+  std::vector<std::string> parameter_maps_;
+  std::vector<BuiltMap> policies_;
+  std::list<TargetRecord> targets_;  // a list: the library keeps pointers to the records
+  uint64_t last_target_id_ = 0;
+  ByName<uint32_t> target_handles_;
+};
+
+}  // namespace simulator

@@ -1,0 +1,11 @@
+// The tags under which the client asks for named blocks.
+#pragma once
+
+#include <cstdint>
+
+namespace simulator::client {
+
+inline constexpr uint32_t kFilterTextTag = 0x7a00001;
+inline constexpr uint32_t kActionTextTag = 0x7a00002;
+
+}  // namespace simulator::client

@@ -1,0 +1,270 @@
+#include "simulator/session/commands.h"
+
+#include <algorithm>
+
+#include "simulator/explanation/recorder.h"
+#include "simulator/explanation/rehearsal.h"
+#include "simulator/policy/attributes.h"
+#include "simulator/policy/step_text.h"
+#include "simulator/session/show.h"
+
+namespace simulator::session {
+
+namespace {
+
+constexpr size_t kMany = 1000;
+
+void end_with(bool done, Reply &reply) {
+  if (!done) reply.status = Status::failed;
+}
+
+void fail(Reply &reply, std::string complaint) {
+  reply.trouble.complaints.push_back(std::move(complaint));
+  reply.status = Status::failed;
+}
+
+// ---- What is there ------------------------------------------------------------------------------------------------------------
+
+void load(const Call &call, Reply &reply) {
+  if (call.line.words[1] == "-") return fail(reply, "standard input is for commands");
+  end_with(call.session.load(call.line.words[1], reply.trouble), reply);
+}
+
+// NULL when there is no such kind, which is a failure.
+const KindWord *known_kind(const std::string &word, std::span<const KindWord> kinds, Reply &reply) {
+  std::vector<std::string_view> words;
+  for (const KindWord &kind : kinds)
+    words.push_back(kind.word);
+  const auto found = std::find(words.begin(), words.end(), word);
+  if (found != words.end()) return &kinds[static_cast<size_t>(found - words.begin())];
+  fail(reply, no_such("kind", word, words));
+  return nullptr;
+}
+
+void create(const Call &call, Reply &reply) {
+  const Line &line = call.line;
+  if (const KindWord *kind = known_kind(line.words[1], kKinds, reply))
+    end_with(call.session.create(*kind, line.words[2], line.rest_after(3), call.number, reply.trouble), reply);
+}
+
+void remove(const Call &call, Reply &reply) {
+  if (const KindWord *kind = known_kind(call.line.words[1], kMapKinds, reply))
+    end_with(call.session.remove(*kind, call.line.words[2], reply.trouble), reply);
+}
+
+void activate(const Call &call, Reply &reply) {
+  end_with(call.session.activate(call.line.words[1], call.line.words[2], reply.trouble), reply);
+}
+
+void deactivate(const Call &call, Reply &reply) {
+  end_with(call.session.deactivate(call.line.words[1], call.line.words[2], reply.trouble), reply);
+}
+
+void put_out(std::optional<std::string> text, Reply &reply) {
+  end_with(text.has_value(), reply);
+  if (text) reply.output = std::move(*text);
+}
+
+void show(const Call &call, Reply &reply) {
+  const std::vector<std::string> &words = call.line.words;
+  Complaints &complaints = reply.trouble.complaints;
+  if (words.size() == 1) return put_out(show_overview(call.session, complaints), reply);
+  if (words[1] == "config") return put_out(show_configuration(call.session, complaints), reply);
+  if (words[1] == "listing") return put_out(show_listing(call.session), reply);
+  const KindWord *kind = known_kind(words[1], kMapKinds, reply);
+  if (!kind) return;
+  std::optional<std::string> name;
+  if (words.size() > 2) name = words[2];
+  if (name && !call.session.is_known(kind->kind, *name, reply.trouble)) return end_with(false, reply);
+  put_out(show_objects(call.session, kind->kind, name, complaints), reply);
+}
+
+// ---- What happens -------------------------------------------------------------------------------------------------------------
+
+// NAME@TARGET and what is set before it. Nothing when one of them is wrong, which is a failure.
+std::optional<Step> read_step(const Call &call, size_t first_assignment, Reply &reply) {
+  const PolicyFile &file = call.session.file();
+  Complaints &complaints = reply.trouble.complaints;
+  std::optional<Step> step = parse_event(call.line.words[1], file, complaints);
+  for (size_t at = first_assignment; step && at < call.line.words.size(); ++at) {
+    if (!parse_set(call.line.words[at], file, *step, complaints)) step.reset();
+  }
+  end_with(step.has_value(), reply);
+  return step;
+}
+
+void raise(const Call &call, Reply &reply) {
+  std::optional<Step> step = read_step(call, 2, reply);
+  if (!step) return;
+  EventExplanation explanation = Recorder(call.session.file()).raise(call.session.repository(), *step);
+  reply.event = ToldEvent{.explanation = std::move(explanation), .step = std::move(*step)};
+}
+
+void explain(const Call &call, Reply &reply) {
+  const std::vector<std::string> &words = call.line.words;
+  std::optional<Level> level;
+  if (words.size() > 2 && words[2].find('=') == std::string::npos) {
+    level = parse_level(words[2]);
+    if (!level) return fail(reply, no_such("level", words[2], {"decision", "rules", "filters"}));
+  }
+  std::optional<Step> step = read_step(call, level ? 3 : 2, reply);
+  if (!step) return;
+  EventExplanation explanation = rehearse(call.session.file(), call.session.repository(), *step);
+  reply.event = ToldEvent{std::move(explanation), std::move(*step), true, level.value_or(Level::rules)};
+}
+
+// NULL when there is no such target, which is a failure.
+engine::Attributes *attributes_of(const Call &call, Reply &reply) {
+  const std::string &target = call.line.words[1];
+  const bool known = call.session.is_known(ObjectKind::target, target, reply.trouble);
+  end_with(known, reply);
+  return known ? engine::attributes_of(call.session.repository().target_handle(target)) : nullptr;
+}
+
+void set(const Call &call, Reply &reply) {
+  engine::Attributes *attributes = attributes_of(call, reply);
+  Step step;
+  for (size_t at = 2; attributes && at < call.line.words.size(); ++at) {
+    if (!parse_set(call.line.words[at], call.session.file(), step, reply.trouble.complaints)) attributes = nullptr;
+  }
+  if (!attributes) return end_with(false, reply);
+  for (const Assignment &given : step.set)
+    attributes->set(engine::register_attribute(given.attribute.value), given.text);
+}
+
+void unset(const Call &call, Reply &reply) {
+  engine::Attributes *attributes = attributes_of(call, reply);
+  Step step;
+  for (size_t at = 2; attributes && at < call.line.words.size(); ++at) {
+    if (!parse_clear(call.line.words[at], call.session.file(), step, reply.trouble.complaints)) attributes = nullptr;
+  }
+  if (!attributes) return end_with(false, reply);
+  for (const Name &attribute : step.clear)
+    attributes->clear(engine::register_attribute(attribute.value));
+}
+
+void clear(const Call &call, Reply &reply) {
+  if (call.line.words[1] != "counters")
+    return fail(reply, concat("there is nothing to clear but counters, no '", call.line.words[1], "'"));
+  constexpr uint32_t kAll = 1;
+  uint32_t status = 0;
+  for (const Domain &domain : call.session.file().domains) {
+    status |= zar_clear_policymap(domain.name.value.c_str(), nullptr, kAll);
+    status |= zar_clear_classmap(domain.name.value.c_str(), nullptr, kAll);
+  }
+  if (status != 0) fail(reply, concat("the library refused with status ", status));
+}
+
+void trace(const Call &call, Reply &reply) {
+  const std::string &word = call.line.words[1];
+  const std::vector<std::string_view> known = {"on", "error", "info", "off"};
+  if (std::find(known.begin(), known.end(), word) == known.end()) return fail(reply, no_such("level", word, known));
+  reply.trace_level = word == "on" ? "info" : word == "off" ? "" : word;
+}
+
+// ---- The session ----------------------------------------------------------------------------------------------------------------
+
+std::string usage_of(const Command &command) {
+  return command.arguments.empty() ? std::string(command.name) : concat(command.name, " ", command.arguments);
+}
+
+void fail_at_command(const std::string &word, Reply &reply) {
+  std::vector<std::string_view> names;
+  for (const Command &command : commands())
+    names.push_back(command.name);
+  fail(reply, no_such("command", word, names));
+}
+
+void help(const Call &call, Reply &reply) {
+  const std::vector<std::string> &words = call.line.words;
+  if (words.size() > 1 && !find_command(words[1])) return fail_at_command(words[1], reply);
+  for (const Command &command : commands()) {
+    if (words.size() > 1 && command.name != words[1]) continue;
+    reply.output += concat(usage_of(command), "\n    ", command.help, "\n");
+  }
+}
+
+void quit(const Call &, Reply &reply) {
+  reply.status = Status::quit;
+}
+
+}  // namespace
+
+std::span<const Command> commands() {
+  using enum Completes;
+  static const Command kCommands[] = {
+      {"activate", "POLICY TARGET", "activates a policy-map on a target", 2, 2, {policy, target}, activate},
+      {"clear", "counters", "sets the counters of all rules and filters to 0", 1, 1, {counters}, clear},
+      {"create",
+       "KIND NAME [BODY]",
+       "makes a client, domain, class, parameter-map, policy or target; BODY is what a policy file has behind the name",
+       2,
+       kMany,
+       {kind, nothing},
+       create},
+      {"deactivate", "POLICY TARGET", "deactivates a policy-map on a target", 2, 2, {policy, target}, deactivate},
+      {"delete",
+       "KIND NAME",
+       "deletes a class, parameter-map, policy or target that nothing else needs",
+       2,
+       2,
+       {map_kind, name_of_kind},
+       remove},
+      {"exit", "", "ends the session, as quit does", 0, 0, {}, quit},
+      {"explain",
+       "EVENT@TARGET [LEVEL] [ATTRIBUTE=VALUE ...]",
+       "tells what the event would do, and why; LEVEL is decision, rules or filters; nothing is changed",
+       1,
+       kMany,
+       {event_at_target, level, assignment},
+       explain},
+      {"help", "[COMMAND]", "tells about the commands, or about one", 0, 1, {command}, help},
+      {"load", "FILE", "adds the objects of a policy file", 1, 1, {file}, load},
+      {"quit", "", "ends the session", 0, 0, {}, quit},
+      {"raise",
+       "EVENT@TARGET [ATTRIBUTE=VALUE ...]",
+       "sets attributes, raises an event, and tells what happens",
+       1,
+       kMany,
+       {event_at_target, assignment},
+       raise},
+      {"set", "TARGET ATTRIBUTE=VALUE ...", "sets attributes of a target", 2, kMany, {target, assignment}, set},
+      {"show",
+       "[KIND [NAME] | config | listing]",
+       "shows objects as they stand, all as a policy file, or the library's listings with counters",
+       0,
+       2,
+       {shown_kind, name_of_kind},
+       show},
+      {"trace", "on|error|info|off", "shows the library's own messages on standard error", 1, 1, {trace_level}, trace},
+      {"unset", "TARGET ATTRIBUTE ...", "takes attributes from a target", 2, kMany, {target, attribute}, unset},
+  };
+  return kCommands;
+}
+
+const Command *find_command(std::string_view name) {
+  const std::span<const Command> all = commands();
+  const auto found = std::find_if(all.begin(), all.end(), [&](const Command &command) { return command.name == name; });
+  return found == all.end() ? nullptr : &*found;
+}
+
+Reply run(Session &session, const std::string &text, size_t number) {
+  Reply reply;
+  const Line line = split(text);
+  if (line.words.empty()) return reply;
+  const Command *command = find_command(line.words[0]);
+  const size_t given = line.words.size() - 1;
+  if (!command) {
+    fail_at_command(line.words[0], reply);
+  } else if (line.unclosed && command->action != create) {
+    // What a create takes is policy text, in which a single quote may be an apostrophe.
+    fail(reply, "a quote is not closed");
+  } else if (given < command->least || given > command->most) {
+    fail(reply, concat("expected: ", usage_of(*command)));
+  } else {
+    command->action({session, line, number}, reply);
+  }
+  return reply;
+}
+
+}  // namespace simulator::session

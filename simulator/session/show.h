@@ -1,0 +1,20 @@
+// What a session shows of its repository. Nothing where the repository cannot be read; 'complaints' then says why.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "simulator/session/session.h"
+
+namespace simulator::session {
+
+std::optional<std::string> show_overview(const Session &session, Complaints &complaints);
+// Those of a kind, or the one with the name.
+std::optional<std::string> show_objects(const Session &session, ObjectKind kind, const std::optional<std::string> &name,
+                                        Complaints &complaints);
+// All objects as a policy file.
+std::optional<std::string> show_configuration(const Session &session, Complaints &complaints);
+// The library's own listings, with counters.
+std::string show_listing(const Session &session);
+
+}  // namespace simulator::session

@@ -1,0 +1,26 @@
+// What came of the tests of a policy file, and what they cover, as a person and a program read it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "simulator/policy/model.h"
+#include "simulator/text/json.h"
+#include "simulator/text/text.h"
+#include "simulator/text/tone.h"
+
+namespace simulator {
+
+struct Report {
+  size_t passed = 0;
+  size_t failed = 0;
+  uint32_t percent = 0;  // covered
+  std::string text{};
+  Json json{};
+};
+
+// Runs the tests on a repository of the file. Nothing when anything went wrong with it; 'problems' then says what.
+std::optional<Report> report_on_tests(const PolicyFile &file, Colours colours, Complaints &problems);
+
+}  // namespace simulator

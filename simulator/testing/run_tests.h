@@ -1,0 +1,30 @@
+// Runs the tests of a policy file.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "simulator/explanation/explanation.h"
+#include "simulator/repository/repository.h"
+
+namespace simulator {
+
+// An expectation that was not met.
+struct Failure {
+  std::string what;      // "rules", "verdict", "log", or "attribute NAME"
+  std::string expected;  // as a person reads it
+  std::string actual;
+};
+
+struct TestOutcome {
+  const Test *test = nullptr;
+  std::vector<Failure> failures{};
+};
+
+// Runs every test of the file on a repository that was built from it, each from the attributes that its target has in the
+// file. 'each' is called after each test with its outcome and the explanation of its event.
+void run_tests(const PolicyFile &file, const Repository &repository,
+               const std::function<void(const TestOutcome &, const EventExplanation &)> &each);
+
+}  // namespace simulator

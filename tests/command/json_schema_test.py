@@ -1,0 +1,115 @@
+"""Holds what sub-commands write with --json against the JSON Schemas that are shipped.
+
+Usage: json_schema_test.py ZAR SOURCE_DIR SUB-COMMAND
+"""
+import json
+import pathlib
+import subprocess
+import sys
+
+import jsonschema
+
+PATHS = "tests/command/policies/paths.yaml"
+EXAMPLES = ["broadband", "guest-network", "interface-qos"]
+
+# The command lines to try for each sub-command, with the exit code of each and perhaps what is given to it.
+CASES = {
+    "check": [
+        (0, ["examples/broadband.yaml"]),
+        (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
+        (65, ["/nowhere"]),
+        (65, ["examples/broadband.yaml", "README.md", "examples"]),
+    ],
+    "run": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
+    + [
+        (0, [PATHS]),
+        (0, ["tests/command/policies/diff-old.yaml"]),
+        (0, [PATHS, "--event", "start@t", "--event", "hopeless@t", "--event", "loop@t", "--event", "other@u"]),
+        (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
+        (65, ["/nowhere"]),
+        (65, ["examples/broadband.yaml", "/nowhere", PATHS]),
+    ],
+    "explain": [
+        (0, ["examples/broadband.yaml", "--event", "session-start@line-0101", "--level", level])
+        for level in ("decision", "rules", "filters")
+    ]
+    + [
+        (0, [PATHS, "--event", event, "--level", level])
+        for event in ("start@t", "apply@t", "apply-empty@t", "loop@t", "hopeless@t", "empty@t", "other@t", "other@u")
+        for level in ("decision", "rules", "filters")
+    ]
+    + [(0, [PATHS, "--event", "apply@t", "--set", "age=\udcff"])],
+    "show": [
+        (0, ["examples/broadband.yaml"]),
+        (0, ["examples/guest-network.yaml", "policy", "guest-login"]),
+        (0, ["tests/command/policies/config.yaml"]),
+        (0, [PATHS, "parameter-map"]),
+    ],
+    "test": [
+        (0, ["examples/broadband.yaml", "--min-coverage", "95"]),
+        (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
+        (1, ["tests/command/policies/failing.yaml"]),
+        (1, [PATHS]),
+        (65, ["examples/broadband.yaml", "/nowhere", "tests/command/policies/failing.yaml"]),
+        (65, ["/nowhere"]),
+    ],
+    "config": [
+        (0, [f"examples/{name}.yaml"]) for name in EXAMPLES
+    ]
+    + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS])],
+    "diff": [
+        (0, ["examples/broadband.yaml", "examples/broadband.yaml", "--replay", "examples/broadband.yaml"]),
+        (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml"]),
+        (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml", "--replay", "tests/command/policies/diff-old.yaml"]),
+        (1, ["examples/broadband.yaml", "examples/guest-network.yaml", "--replay", "examples/broadband.yaml"]),
+    ],
+    "graph": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
+    + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS])],
+    "schema": [(0, [])],
+    "shell": [
+        (0, [], "create domain d\ncreate class a\nexit\n"),
+        (0, [], "load examples/broadband.yaml\nraise session-start@line-0103\nexplain volume-update@line-0102 filters\nshow\n"),
+        (65, ["examples/broadband.yaml"], "raise session-start@line-0103\nraise nothing@line-0103\nquit\n"),
+        (65, ["examples/broadband.yaml"], "create policy p {events: {e: {rules: [{number: 1, class: always, actions: [deny]}]}}}\n"
+         "create target t {client: access, policies: [p]}\nraise e@t\nshow target t\nload nothing\n"),
+    ],
+    "lint": [
+        (1, ["tests/command/policies/lint.yaml"]),
+        (1, ["examples/broadband.yaml"]),
+        (0, ["examples/guest-network.yaml"]),
+    ],
+}
+
+
+def forbids_anything_else(schema):
+    """Objects with named properties say that there are no others: a misspelt key would pass otherwise."""
+    if isinstance(schema, dict):
+        if "properties" in schema and schema.get("additionalProperties") is not False:
+            return False
+        return all(forbids_anything_else(part) for part in schema.values())
+    if isinstance(schema, list):
+        return all(forbids_anything_else(part) for part in schema)
+    return True
+
+
+def main():
+    zar, source, command = sys.argv[1:]
+    folder = pathlib.Path(source).resolve() / "share" / "schema"
+    schema = json.loads((folder / f"{command}.json").read_text())
+    # The schemas refer to each other by their file names.
+    resolver = jsonschema.RefResolver(f"{folder.as_uri()}/{command}.json", schema)
+    jsonschema.Draft7Validator.check_schema(schema)
+    assert forbids_anything_else(schema), "an object of the schema takes unknown keys"
+    for code, arguments, *given in CASES[command]:
+        line = [zar, command, *arguments, "--json"]
+        done = subprocess.run(line, cwd=source, capture_output=True, input="".join(given).encode())
+        shown = " ".join(repr(word) for word in line)
+        assert done.returncode == code, f"{shown}: exit code {done.returncode}\n{done.stderr.decode()}"
+        # One object and nothing else.
+        found = json.loads(done.stdout.decode("utf-8"))
+        jsonschema.Draft7Validator(schema, resolver=resolver).validate(found)
+        assert list(found)[:2] == ["schema_version", "command"], shown
+    print(f"{len(CASES[command])} outputs of zar {command} are as the schema says")
+
+
+main()

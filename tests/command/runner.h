@@ -1,0 +1,24 @@
+// Runs the command and compares what it prints.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/simulator/child_process.h"
+#include "tests/simulator/policy.h"
+
+namespace test {
+
+// Runs zar in the root of the project, so that paths in its output are the same everywhere.
+Result run_zar(const std::vector<std::string> &arguments, const std::string &input = "");
+
+// The text with every number that begins with 0x as 0x#.
+std::string without_addresses(const std::string &text);
+
+// Compares with the file of that name in golden/. With ZAR_UPDATE_GOLDEN in the environment it writes the file instead;
+// what was written is to be read before it is kept.
+void expect_golden(const std::string &name, const std::string &text);
+
+}  // namespace test

@@ -1,0 +1,90 @@
+// That a session survives a refusal of any request of the runtime: the command that meets it fails or does all the same,
+// nothing of it is left, and once the runtime gives again the same command works.
+#include <cstdio>
+#include <sstream>
+
+#include "command/report.h"
+#include "runner.h"
+#include "runtime/control.h"
+#include "simulator/session/commands.h"
+
+namespace {
+
+using simulator::session::Reply;
+using simulator::session::Session;
+using test::Result;
+
+constexpr int kNotRefused = 99;
+constexpr int kFailedAgain = 98;
+
+const std::vector<std::string> kCommands = {
+    "create class c {filters: [{attribute: x, equals: 1}, {attribute: y, regex: z, no-match: true}]}",
+    "create parameter-map m {statements: [{index: 10, filters: [{attribute: x, equals: 1}], actions: [permit, deny]}]}",
+    "create policy p {events: {e: {rules: [{number: 1, class: c, actions: [{apply: m}, {set: {x: 1}}]}]}}}",
+    "create policy q {events: {f: {rules: []}, e: {rules: [{number: 1, class: c, actions: [permit]}]}}}",
+    "create target t {policies: [p], attributes: {x: 0}}",
+    "activate q t",
+    "raise e@t x=1",
+    "explain e@t",
+    "show",
+};
+
+bool is_done(const Reply &reply) {
+  command::complain(reply.trouble.complaints);
+  return reply.status == simulator::session::Status::done;
+}
+
+// Runs the commands with the nth request failing, then those again that failed.
+int survive(uint64_t nth) {
+  Session session;
+  simulator::session::Trouble trouble;
+  if (!session.begin(trouble) || !is_done(run(session, "create domain d", 1))) return kFailedAgain;
+  runtime::fail_request(nth);
+  std::vector<std::string> failed;
+  for (const std::string &command : kCommands) {
+    if (!is_done(run(session, command, 2))) failed.push_back(command);
+  }
+  const bool refused = runtime::injected_faults() != 0;
+  runtime::clear_faults();
+  std::fprintf(stderr, "---- again\n");
+  for (const std::string &command : failed) {
+    if (!is_done(run(session, command, 3))) return kFailedAgain;
+  }
+  const int code = command::report_internal(session.end());
+  return refused ? code : kNotRefused;
+}
+
+// What the library keeps on purpose where a request fails: the handle of an event whose context cannot be had, the domain
+// text of a parameter-map that was made and went again; and no handler hears of an action where there is no memory for
+// the list of its targets.
+bool is_kept_on_purpose(const std::string &line) {
+  return line == "zar: internal error: handles: 1 left, 0 expected" ||
+         line == "zar: internal error: interned text \"subscriber\": 2 left, 1 expected" ||
+         line.starts_with("zar: internal error: actions freed in force: ");
+}
+
+bool is_only_what_is_kept(const std::string &messages) {
+  std::istringstream lines(messages.substr(messages.find("---- again\n") + 11));
+  for (std::string line; std::getline(lines, line);) {
+    if (!is_kept_on_purpose(line)) return false;
+  }
+  return true;
+}
+
+TEST(Session, SurvivesARefusalOfEveryRequestInTurn) {
+  uint64_t nth = 1;
+  uint64_t told = 0;
+  for (; nth < 1000; ++nth) {
+    const Result result = test::run_in_child_process([&] { return survive(nth); }, "");
+    if (result.code == kNotRefused) break;
+    EXPECT_TRUE(result.code == 0 || (result.code == 70 && is_only_what_is_kept(result.err)))
+        << "request " << nth << ": " << result.code << ", " << result.err;
+    told += result.err.starts_with("----") ? 0 : 1;
+  }
+  std::printf("%llu requests failed in turn, %llu of them were told\n", static_cast<unsigned long long>(nth - 1),
+              static_cast<unsigned long long>(told));
+  EXPECT_LT(nth, 1000u);
+  EXPECT_GT(told, 50u);
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+// What is for terminals only: colour and progress.
+#include "terminal_runner.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "runner.h"
+
+namespace {
+
+using test::run_zar;
+using test::Terminal;
+
+// What a command shows in a terminal.
+std::string shown(const std::vector<std::string> &arguments, const Terminal::Setup &setup = {}) {
+  Terminal terminal(arguments, setup);
+  return terminal.read_to_end();
+}
+
+std::string without_colours(const std::string &text) {
+  std::string plain;
+  for (size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '\x1b') {
+      at = text.find('m', at);
+    } else {
+      plain += text[at];
+    }
+  }
+  return plain;
+}
+
+class Colour : public test::AtATerminal, public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(Colour, IsForTerminalsOnly) {
+  const test::Result plain = run_zar(GetParam());
+  EXPECT_EQ((plain.out + plain.err).find('\x1b'), std::string::npos);
+  const std::string coloured = shown(GetParam());
+  EXPECT_NE(coloured.find('\x1b'), std::string::npos) << coloured;
+  // The exit code is not what this is about, and the two streams are one here.
+  EXPECT_EQ(without_colours(coloured), plain.out + plain.err);
+}
+
+TEST_P(Colour, IsNeverUsedWithNoColor) {
+  EXPECT_EQ(shown(GetParam(), {.environment = {"NO_COLOR=1"}}).find('\x1b'), std::string::npos);
+  EXPECT_EQ(shown(GetParam(), {.environment = {"NO_COLOR="}}).find('\x1b'), std::string::npos);
+}
+
+TEST_P(Colour, IsNotForDumbTerminals) {
+  EXPECT_EQ(shown(GetParam(), {.kind = "dumb"}).find('\x1b'), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Colour,
+                         testing::Values(std::vector<std::string>{"check", "nowhere"},
+                                         std::vector<std::string>{"explain", "examples/broadband.yaml", "--event",
+                                                                  "session-start@line-0103"},
+                                         std::vector<std::string>{"test", "tests/command/policies/failing.yaml"},
+                                         std::vector<std::string>{"diff", "tests/command/policies/diff-old.yaml",
+                                                                  "tests/command/policies/diff-new.yaml"}),
+                         [](const auto &parameter) { return parameter.param[0]; });
+
+// A scenario of so many events, in a file that is gone with the object.
+class LongScenario {
+ public:
+  explicit LongScenario(size_t events) : path_(testing::TempDir() + "zar-" + std::to_string(getpid()) + ".yaml") {
+    std::string text =
+        "domains: {d: }\n"
+        "policy-maps: {p: {events: {e: {rules: []}}}}\n"
+        "targets: {t: {policies: [p]}}\n"
+        "scenario:\n";
+    for (size_t at = 0; at < events; ++at)
+      text += "  - {event: e, target: t}\n";
+    std::ofstream(path_) << text;
+  }
+  ~LongScenario() { std::remove(path_.c_str()); }
+  LongScenario(const LongScenario &) = delete;
+  LongScenario &operator=(const LongScenario &) = delete;
+
+  const std::string &path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+class Progress : public test::AtATerminal {};
+
+TEST_F(Progress, OfALongScenarioIsShownWhereTheResultsDoNotGo) {
+  const LongScenario scenario(10'000);
+  for (const char *json : {"", "--json"}) {
+    std::vector<std::string> arguments = {"run", scenario.path()};
+    if (*json) arguments.emplace_back(json);
+    const std::string progress = shown(arguments, {.output_elsewhere = true});
+    EXPECT_TRUE(progress.starts_with("\r\x1b[K1000 of 10000 events\r\x1b[K2000 of 10000 events")) << progress;
+    EXPECT_TRUE(progress.ends_with("10000 of 10000 events\r\x1b[K")) << progress;
+  }
+  EXPECT_EQ(run_zar({"run", scenario.path()}).err, "");
+  EXPECT_EQ(shown({"run", scenario.path()}).find(" of 10000 events"), std::string::npos);
+}
+
+TEST_F(Progress, OfAShortScenarioIsNotShown) {
+  const LongScenario scenario(9'999);
+  EXPECT_EQ(shown({"run", scenario.path()}, {.output_elsewhere = true}), "");
+}
+
+}  // namespace
