@@ -19,7 +19,8 @@ NOT_ASKED = {
     'install': 'test what is installed',
     'docs': 'test documents',
     'mutation': 'test scripts/mutate',
-    'tool': 'test the command and reach the library through it alone',
+    'simulator': 'reach the library through the simulator alone',
+    'command': 'test the command and reach the library through it alone',
 }
 # They break invariants on purpose and check that a debug build aborts; in other builds they fail.
 OF_DEBUG_BUILDS = {'core_invariants'}
