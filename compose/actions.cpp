@@ -1,8 +1,6 @@
 // The actions of rules: a list of records that rules share by reference count, in action-number order unless an
 // insertion gives another position.
-#include "core/checks.h"
-#include "core/pool.h"
-#include "core/queue.h"
+#include "compose/rules.h"
 #include "objects/leaves.h"
 #include "zar/compose.h"
 
@@ -42,6 +40,11 @@ uint32_t zar_verify_action_content(const zar_action *action, const char *caller)
   bool complete =
       action->action_entry_fn && action->action_free_fn && action->action_str_fn && action->action_compare_fn;
   return complete ? kSuccess : kCheckFailed;
+}
+
+zar_action *zar::require_action(const char *name, uint32_t handle) {
+  auto *action = resolve<zar_action>(handle);
+  return zar_verify_action_content(action, name) == kSuccess ? action : nullptr;
 }
 
 uint32_t zar_add_action_to_rule(uint32_t class_action, uint32_t action) {
@@ -151,6 +154,6 @@ uint32_t zar_free_action(zar_action *action) {
   if (action->action_free_fn) action->action_free_fn(action->action_data, nullptr);
   zar_handle_release(action->handle);
   TRACE_INFO("(info): action:0x%x chunk freed", action->handle);
-  actions.give_back(action);
+  action_pool.give_back(action);
   return kYes;
 }

@@ -54,7 +54,7 @@ uint32_t zar::create_class_action_tuple(uint32_t cmap_handle, uint32_t exec_crit
   if (!class_action_place_given(kName, class_action_out)) return kInvalidArgument;
   if (!cmap || !valid) return kInvalidArgument;
 
-  rule = class_actions.take();
+  rule = class_action_pool.take();
   if (!rule) {
     TRACE_ERROR("(ERR): %s: memory alloc for class action failed", kName);
     return kNoMemory;
@@ -78,7 +78,7 @@ void zar::zar_free_class_action(zar_class_action *class_action) {
     zar_free_action(action);
   TRACE_INFO("(info): class-action:0x%x freed", class_action->handle);
   zar_handle_release(class_action->handle);
-  class_actions.give_back(class_action);
+  class_action_pool.give_back(class_action);
 }
 
 // It is not checked whether the class-map already has a rule under this event.

@@ -32,7 +32,7 @@ bool count_in_pmap(zar_pmap *pmap, zar_cmap *cmap) {
   }
   TRACE_INFO("(info): Update reference: cmap:0x%p not refered by pmap:0x%p, adding to pmap", address(cmap),
              address(pmap));
-  zar_pmap_cmap_ref *ref = pmap_cmap_refs.take().keep();
+  zar_pmap_cmap_ref *ref = pmap_cmap_ref_pool.take().keep();
   if (!ref) {
     TRACE_ERROR("(ERR): update reference: memory alloc for pmap:0x%p cmap:0x%p ref failed", address(pmap),
                 address(cmap));
@@ -52,7 +52,7 @@ bool note_in_cmap(zar_pmap *pmap, zar_cmap *cmap) {
   }
   TRACE_INFO("(info): Update reference: pmap:0x%p not refered by cmap:0x%p, adding to cmap", address(pmap),
              address(cmap));
-  zar_cmap_pmap_ref *ref = cmap_pmap_refs.take().keep();
+  zar_cmap_pmap_ref *ref = cmap_pmap_ref_pool.take().keep();
   if (!ref) {
     TRACE_ERROR("(ERR): update reference: memory alloc for pmap:0x%p in cmap:0x%p ref failed", address(pmap),
                 address(cmap));
@@ -66,7 +66,7 @@ bool note_in_cmap(zar_pmap *pmap, zar_cmap *cmap) {
 
 void drop_from_pmap(zar_pmap &pmap, zar_pmap_cmap_ref *ref) {
   unlink(pmap.cmap_refs, ref);
-  pmap_cmap_refs.give_back(ref);
+  pmap_cmap_ref_pool.give_back(ref);
 }
 
 void drop_from_cmap(const zar_pmap *pmap, zar_cmap *cmap) {
@@ -77,7 +77,7 @@ void drop_from_cmap(const zar_pmap *pmap, zar_cmap *cmap) {
   }
   TRACE_INFO("(info): remove reference: pmap:0x%p refered by cmap:0x%p, removing", address(pmap), address(cmap));
   unlink(cmap->pmap_refs, ref);
-  cmap_pmap_refs.give_back(ref);
+  cmap_pmap_ref_pool.give_back(ref);
 }
 
 }  // namespace
@@ -112,8 +112,8 @@ void zar::drop_references(zar_pmap &pmap) {
   while (auto *ref = take_first<zar_pmap_cmap_ref>(pmap.cmap_refs)) {
     if (zar_cmap_pmap_ref *answer = find_pmap(*ref->cmap, &pmap)) {
       unlink(ref->cmap->pmap_refs, answer);
-      cmap_pmap_refs.give_back(answer);
+      cmap_pmap_ref_pool.give_back(answer);
     }
-    pmap_cmap_refs.give_back(ref);
+    pmap_cmap_ref_pool.give_back(ref);
   }
 }

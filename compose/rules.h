@@ -16,6 +16,9 @@ uint32_t create_class_action_tuple(uint32_t cmap, uint32_t exec_criteria, uint32
 // Frees a class-action with its handle, and drops one reference to each of its actions.
 void zar_free_class_action(zar_class_action *class_action);
 
+// The action that 'handle' names if its record is complete. Both faults are traced in the same way, as a missing record.
+zar_action *require_action(const char *name, uint32_t handle);
+
 // Adds one use of the class-map by the policy-map, and links the two if it is the first; removes one use, and unlinks
 // them if it was the last. Does nothing for a rule without a class-map; failures are only traced.
 void zar_update_references(zar_pmap *pmap, zar_cmap *cmap);

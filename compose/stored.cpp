@@ -1,6 +1,5 @@
 // Policy-maps built by name: adding classes and actions to stored policy-maps, and removing them.
 #include "compose/rules.h"
-#include "objects/leaves.h"
 #include "zar/objects.h"
 
 using namespace zar;
@@ -26,13 +25,6 @@ zar_pmap *require_pmap_to_add_to(const char *name, uint32_t handle, const zar_ev
   if (!pmap || !is_control(*pmap) || event) return pmap;
   TRACE_ERROR("(ERR): %s: Error: event needs to be provided to add class for control polies", name);
   return nullptr;
-}
-
-// Only a CONTROL policy-map has events.
-bool has_events(const char *name, const zar_pmap &pmap) {
-  if (is_control(pmap)) return true;
-  TRACE_ERROR("(ERR): %s: Error: Policy map has to be CONTROL type", name);
-  return false;
 }
 
 // A rule of a policy-map without events: it gets no class number, may repeat a class-map, and counts no reference.
@@ -130,7 +122,7 @@ uint32_t zar_add_class_action_to_stored_policy(uint32_t clid, const zar_map_info
   TRACE_INFO("(info): %s: retrieved stored policy:0x%x", kName, pmap_handle);
 
   const zar_pmap *pmap = require_pmap_to_add_to(kName, pmap_handle, event);
-  valid = pmap && has_events(kName, *pmap);
+  valid = pmap && has_control_type(kName, *pmap);
   valid &= require_action(kName, action) != nullptr;
   if (!valid) return kInvalidArgument;
 
@@ -180,7 +172,7 @@ uint32_t zar_remove_class_from_policy(uint32_t pmap_handle, const zar_event_cont
                                       uint32_t class_num) {
   static constexpr char kName[] = "remove_class_from_policy";
   auto *pmap = require<zar_pmap>(kName, pmap_handle);
-  bool valid = pmap && has_events(kName, *pmap);
+  bool valid = pmap && has_control_type(kName, *pmap);
   if (valid && !event) {
     TRACE_ERROR("(ERR): %s: Error: event needs to be provided to remove class for control polies", kName);
     valid = false;

@@ -35,20 +35,28 @@ void trace_no_context(const char *name, const zar_pmtr_map *) {
 
 zar_pmap *require_control_pmap(const char *name, uint32_t handle) {
   zar_pmap *pmap = require<zar_pmap>(name, handle);
-  if (!pmap || pmap->domain_type == kControl) return pmap;
+  return pmap && has_control_type(name, *pmap) ? pmap : nullptr;
+}
+
+bool has_control_type(const char *name, const zar_pmap &pmap) {
+  if (pmap.domain_type == kControl) return true;
   TRACE_ERROR("(ERR): %s: Error: Policy map has to be CONTROL type", name);
-  return nullptr;
+  return false;
 }
 
 zar_target *require_whole_target(const char *name, uint32_t handle) {
   zar_target *target = require<zar_target>(name, handle);
-  return target && has_target_info(name, *target) ? target : nullptr;
+  return target && target_info_given(name, target->target_info) ? target : nullptr;
 }
 
-bool has_target_info(const char *name, const zar_target &target) {
-  if (target.target_info) return true;
-  TRACE_ERROR("(ERR): %s: input target info cannot be NULL", name);
-  return false;
+bool target_info_given(const char *name, const zar_target_info *info) {
+  if (!info) TRACE_ERROR("(ERR): %s: input target info cannot be NULL", name);
+  return info;
+}
+
+bool database_given(const char *name, const zar_db *database) {
+  if (!database) TRACE_ERROR("(ERR): %s: input database handle cannot be NULL", name);
+  return database;
 }
 
 bool pmap_place_given(const char *name, const uint32_t *place) {

@@ -30,10 +30,11 @@ Record *require(const char *name, uint32_t handle) {
 
 // The policy-map that 'handle' names if it has the CONTROL type.
 zar_pmap *require_control_pmap(const char *name, uint32_t handle);
+bool has_control_type(const char *name, const zar_pmap &pmap);
 
 // The target that 'handle' names if it still has its caller's information.
 zar_target *require_whole_target(const char *name, uint32_t handle);
-bool has_target_info(const char *name, const zar_target &target);
+bool target_info_given(const char *name, const zar_target_info *info);
 
 // Whether a place for a result was given; each kind of result has its own message.
 bool pmap_place_given(const char *name, const uint32_t *place);
@@ -44,6 +45,8 @@ bool class_action_place_given(const char *name, const uint32_t *place);
 bool action_place_given(const char *name, const uint32_t *place);
 bool filter_place_given(const char *name, const uint32_t *place);
 bool target_place_given(const char *name, const void *place);
+
+bool database_given(const char *name, const zar_db *database);
 
 // The database that the client works in, or NULL.
 zar_db *database_of(uint32_t clid, const char *name);

@@ -65,7 +65,7 @@ bool grow_table() {
 }
 
 uint32_t register_new(const char *name, zar_db *database, uint32_t *clid_out) {
-  zar_client_data *entry = clients.take_if_ready().keep();
+  zar_client_data *entry = client_pool.take_if_ready().keep();
   if (!entry) {
     TRACE_ERROR("(ERR): client registration, memory alloc failure");
     *clid_out = 0;
@@ -100,7 +100,7 @@ uint32_t zar_client_register(const char *name, zar_db *database, uint32_t *clid_
     TRACE_ERROR("(ERR): client registration, Malloc must have failed during zar_init");
     return kFailed;
   }
-  if (!clients.ready()) {
+  if (!client_pool.ready()) {
     TRACE_ERROR("(ERR): Client Register: client data chunk error");
     return kNoMemory;
   }

@@ -1,3 +1,4 @@
+#include "core/checks.h"
 #include "core/debug/ledger.h"
 #include "core/handles.h"
 #include "core/pool.h"
@@ -75,7 +76,7 @@ uint16_t zar_init(void) {
 }
 
 uint32_t zar_create_database(zar_db **out) {
-  if (!databases.ready()) {
+  if (!database_pool.ready()) {
     TRACE_ERROR("(ERR): Create Database: db create chunk error");
     return kNoMemory;
   }
@@ -83,7 +84,7 @@ uint32_t zar_create_database(zar_db **out) {
   TRACE_INFO("(info): Creating Database");
 
   // If not all trees can be created, the database is left as it is: the record and its trees stay allocated.
-  zar_db *database = databases.take_if_ready().keep();
+  zar_db *database = database_pool.take_if_ready().keep();
   if (!database) {
     *out = nullptr;
     return kNoMemory;
@@ -97,10 +98,7 @@ uint32_t zar_create_database(zar_db **out) {
 
 // The record and its tree objects stay allocated and clients still point to them; only the trees are emptied.
 uint32_t zar_destroy_database(zar_db *database) {
-  if (!database) {
-    TRACE_ERROR("(ERR): %s: input database handle cannot be NULL", kDestroy);
-    return kInvalidArgument;
-  }
+  if (!database_given(kDestroy, database)) return kInvalidArgument;
   TRACE_INFO("(info): %s: Destroying database handle:0x%p", kDestroy, address(database));
   empty_trees(database);
   TRACE_INFO("(info): %s: destroyed database, hdl:0x%p", kDestroy, address(database));

@@ -3,12 +3,14 @@
 #include "core/checks.h"
 #include "core/pool.h"
 #include "core/text.h"
+#include "zar/pmtr.h"
 
 using namespace zar;
 
 queue_head zar_domain_list;
 
 const char *const zar_domain_list_chunk_str = "ZAR domain list";
+const char *const kel_parameter_map_subscriber_domain_str = "subscriber";
 
 namespace {
 
@@ -28,13 +30,13 @@ uint32_t zar_register_domain(uint32_t clid, const char *domain) {
     TRACE_ERROR("(ERR): domain registration, null domain is not allowed");
     return kInvalidArgument;
   }
-  domain_entries.ready();
+  domain_entry_pool.ready();
   if (const zar_domain_entry *claim = find_claim(domain)) {
     TRACE_ERROR("(ERR): domain:%s already registered by client:%d", domain, claim->owner_clid);
     return kInvalidArgument;
   }
 
-  Pooled<zar_domain_entry> entry = domain_entries.take_if_ready();
+  Pooled<zar_domain_entry> entry = domain_entry_pool.take_if_ready();
   if (!entry) {
     TRACE_ERROR("(ERR): domain registration, memory alloc failure");
     return kNoMemory;

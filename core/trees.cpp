@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "core/kinds.h"
+#include "core/maps.h"
 #include "core/status.h"
 #include "core/trace.h"
 #include "core/tree.h"
@@ -74,6 +75,12 @@ uint32_t compare_tree_length(const char *nascent, const char *tree) {
   return order == kEqual && nascent_length < tree_length ? kBefore : order;
 }
 
+template <KeyRule rule>
+uint32_t compare_texts(const char *nascent, const char *tree) {
+  if constexpr (rule == KeyRule::common_length) return compare_common_length(nascent, tree);
+  return compare_tree_length(nascent, tree);
+}
+
 // Kept out of the comparisons, which are almost never traced. The level was already tested for the first message.
 template <class Tree>
 [[gnu::noinline, gnu::cold]] void trace_keys(const typename Tree::Record *nascent, const typename Tree::Record *tree) {
@@ -89,7 +96,7 @@ uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
   if (traced(kTraceInfo)) [[unlikely]]
     trace_keys<Tree>(nascent, tree);
   if (nascent && tree) [[likely]]
-    return Tree::compare_texts(text_or_empty(nascent->hash_str), text_or_empty(tree->hash_str));
+    return compare_texts<Tree::kKeys>(text_or_empty(nascent->hash_str), text_or_empty(tree->hash_str));
   return !nascent && tree ? kBefore : kAfter;
 }
 
@@ -101,69 +108,6 @@ uint32_t compare_keys(const void *nascent_node, const void *tree_node) {
 }
 
 // ---- The differences between the trees
-
-struct PmapTree {
-  using Record = zar_pmap;
-  static avl_tree *of(const zar_db &database) { return database.pmap_tree; }
-  static const char *key(const Record &record) { return or_null(record.hash_str); }
-  static constexpr auto compare_texts = compare_common_length;
-  static constexpr bool kDeleteErrorTellsPlace = true;
-  static constexpr char kCompare[] = "(info): PMAP avl comp, nas:0x%p, tree:0x%p";
-  static constexpr char kCompareKeys[] = "(info): PMAP avl comp, nas_str:%s, tree_str:%s";
-  static constexpr char kInsertFailed[] = "(ERR): PMAP avl: insert failed, hash str:%s";
-  static constexpr char kInsertError[] = "(ERR): PMAP avl: insert error, pmap_ptr:0x%p, db:0x%p";
-  static constexpr char kSearchError[] = "(ERR): PMAP avl: search error, pmap_ptr:0x%p, db:0x%p";
-  static constexpr char kDeleteFailed[] = "(ERR): PMAP avl: delete failed, hash str:%s";
-  static constexpr char kDeleteError[] = "(ERR): PMAP avl: delete error, pmap_ptr:0x%p, db:0x%p, result:0x%p";
-  static constexpr char kNoFirst[] = "(info): PMAP avl: get first, no first pmap";
-  static constexpr char kFirstError[] = "(ERR): PMAP avl: get first error, pmap_ptr:0x%p, db:0x%p";
-  static constexpr char kNoNext[] = "(info): PMAP avl: get next, no next pmap";
-  static constexpr char kNextError[] = "(ERR): PMAP avl: get next error, pmap_ptr:0x%p, db:0x%p, next:0x%p";
-  static constexpr char kRemoveError[] = "(ERR): PMAP avl: remove tree: error, database ptr cannot be NULL";
-  static constexpr char kFreeNull[] = "(ERR): PMAP avl: Received NULL in free pmap";
-};
-
-struct CmapTree {
-  using Record = zar_cmap;
-  static avl_tree *of(const zar_db &database) { return database.cmap_tree; }
-  static const char *key(const Record &record) { return or_null(record.hash_str); }
-  static constexpr auto compare_texts = compare_tree_length;
-  static constexpr bool kDeleteErrorTellsPlace = true;
-  static constexpr char kCompare[] = "(info): CMAP avl comp, nas:0x%p, tree:0x%p";
-  static constexpr char kCompareKeys[] = "(info): CMAP avl comp, nas_str:%s, tree_str:%s";
-  static constexpr char kInsertFailed[] = "(ERR): CMAP avl: insert failed, hash str:%s";
-  static constexpr char kInsertError[] = "(ERR): CMAP avl: insert error, cmap_ptr:0x%p, db:0x%p";
-  static constexpr char kSearchError[] = "(ERR): CMAP avl: search error, cmap_ptr:0x%p, db:0x%p";
-  static constexpr char kDeleteFailed[] = "(ERR): CMAP avl: delete failed, hash str:%s";
-  static constexpr char kDeleteError[] = "(ERR): CMAP avl: delete error, cmap_ptr:0x%p, db:0x%p, result:0x%p";
-  static constexpr char kNoFirst[] = "(info): CMAP avl, get first: no first cmap";
-  static constexpr char kFirstError[] = "(ERR): CMAP avl: get first error, cmap_ptr:0x%p, db:0x%p";
-  static constexpr char kNoNext[] = "(info): CMAP avl: get next, no next cmap";
-  static constexpr char kNextError[] = "(ERR): CMAP avl: get next error, cmap_ptr:0x%p, db:0x%p, next:0x%p";
-  static constexpr char kRemoveError[] = "(ERR): CMAP avl: remove tree error, database ptr cannot be NULL";
-  static constexpr char kFreeNull[] = "(ERR): CMAP avl: Received NULL in free cmap";
-};
-
-struct PmtrMapTree {
-  using Record = zar_pmtr_map;
-  static avl_tree *of(const zar_db &database) { return database.pmtr_map_tree; }
-  static const char *key(const Record &record) { return or_null(record.hash_str); }
-  static constexpr auto compare_texts = compare_tree_length;
-  static constexpr bool kDeleteErrorTellsPlace = false;
-  static constexpr char kCompare[] = "(info): PMTR-MAP avl comp, nas:0x%p, tree:0x%p";
-  static constexpr char kCompareKeys[] = "(info): PMTR-MAP avl comp, nas_str:%s, tree_str:%s";
-  static constexpr char kInsertFailed[] = "(ERR): CMAP avl: insert failed, hash str:%s";
-  static constexpr char kInsertError[] = "(ERR): PMTR-MAP avl: insert error, pmtr_map_ptr:0x%p, db:0x%p";
-  static constexpr char kSearchError[] = "(ERR): PMTR-MAP avl: search error, cmap_ptr:0x%p, db:0x%p";
-  static constexpr char kDeleteFailed[] = "(ERR): CMAP avl: delete failed, hash str:%s";
-  static constexpr char kDeleteError[] = "(ERR): PMTR-MAP avl: delete error, cmap_ptr:0x%p, db:0x%p";
-  static constexpr char kNoFirst[] = "(info): PMTR-MAP avl, get first: no first pmtr-map";
-  static constexpr char kFirstError[] = "(ERR): PMTR-MAP avl: get first error, pmtr_map_ptr:0x%p, db:0x%p";
-  static constexpr char kNoNext[] = "(info): PMTR-MAP avl, get next: no next pmtr-map";
-  static constexpr char kNextError[] = "(ERR): PMTR-MAP avl: get next error, pmtr_map_ptr:0x%p, db:0x%p, next:0x%p";
-  static constexpr char kRemoveError[] = "(ERR): PMTR-MAP avl: remove tree error, database ptr cannot be NULL";
-  static constexpr char kFreeNull[] = "(ERR): PMTR-MAP avl: Received NULL in free pmtr-map";
-};
 
 // The target tree has two names, so that a trace shows whose database was meant.
 struct TargetTree {
@@ -327,27 +271,27 @@ void leave_alone(const void *node) {
 }  // namespace
 
 bool zar::remove_itself(zar_db *database, zar_pmap *record) {
-  return remove_very<PmapTree>(database, record);
+  return remove_very<PolicyMaps::Tree>(database, record);
 }
 
 bool zar::remove_itself(zar_db *database, zar_cmap *record) {
-  return remove_very<CmapTree>(database, record);
+  return remove_very<ClassMaps::Tree>(database, record);
 }
 
 bool zar::remove_itself(zar_db *database, zar_pmtr_map *record) {
-  return remove_very<PmtrMapTree>(database, record);
+  return remove_very<ParameterMaps::Tree>(database, record);
 }
 
 uint32_t zar_pmap_compare_string(const void *nascent, const void *tree) {
-  return compare_keys<PmapTree>(nascent, tree);
+  return compare_keys<PolicyMaps::Tree>(nascent, tree);
 }
 
 uint32_t zar_cmap_compare_string(const void *nascent, const void *tree) {
-  return compare_keys<CmapTree>(nascent, tree);
+  return compare_keys<ClassMaps::Tree>(nascent, tree);
 }
 
 uint32_t zar_pmtr_map_compare_string(const void *nascent, const void *tree) {
-  return compare_keys<PmtrMapTree>(nascent, tree);
+  return compare_keys<ParameterMaps::Tree>(nascent, tree);
 }
 
 uint32_t zar_target_compare_int(const void *nascent_node, const void *tree_node) {
@@ -363,63 +307,63 @@ uint32_t zar_target_compare_int(const void *nascent_node, const void *tree_node)
 }
 
 uint32_t zar_avl_insert_pmap(zar_db *database, zar_pmap *record) {
-  return insert<PmapTree>(database, record);
+  return insert<PolicyMaps::Tree>(database, record);
 }
 
 uint32_t zar_avl_insert_cmap(zar_db *database, zar_cmap *record) {
-  return insert<CmapTree>(database, record);
+  return insert<ClassMaps::Tree>(database, record);
 }
 
 uint32_t zar_avl_insert_pmtr_map(zar_db *database, zar_pmtr_map *record) {
-  return insert<PmtrMapTree>(database, record);
+  return insert<ParameterMaps::Tree>(database, record);
 }
 
 uint32_t zar_avl_search_pmap(zar_db *database, zar_pmap *probe, zar_pmap **found_out) {
-  return search_map<PmapTree>(database, probe, found_out);
+  return search_map<PolicyMaps::Tree>(database, probe, found_out);
 }
 
 uint32_t zar_avl_search_cmap(zar_db *database, zar_cmap *probe, zar_cmap **found_out) {
-  return search_map<CmapTree>(database, probe, found_out);
+  return search_map<ClassMaps::Tree>(database, probe, found_out);
 }
 
 uint32_t zar_avl_search_pmtr_map(zar_db *database, zar_pmtr_map *probe, zar_pmtr_map **found_out) {
-  return search_map<PmtrMapTree>(database, probe, found_out);
+  return search_map<ParameterMaps::Tree>(database, probe, found_out);
 }
 
 uint32_t zar_avl_delete_pmap(zar_db *database, zar_pmap *record, zar_pmap **removed_out) {
-  return remove<PmapTree>(database, record, removed_out);
+  return remove<PolicyMaps::Tree>(database, record, removed_out);
 }
 
 uint32_t zar_avl_delete_cmap(zar_db *database, zar_cmap *record, zar_cmap **removed_out) {
-  return remove<CmapTree>(database, record, removed_out);
+  return remove<ClassMaps::Tree>(database, record, removed_out);
 }
 
 uint32_t zar_avl_delete_pmtr_map(zar_db *database, zar_pmtr_map *record, zar_pmtr_map **removed_out) {
-  return remove<PmtrMapTree>(database, record, removed_out);
+  return remove<ParameterMaps::Tree>(database, record, removed_out);
 }
 
 uint32_t zar_avl_get_first_pmap(zar_db *database, zar_pmap **first_out) {
-  return get_first<PmapTree>(database, first_out);
+  return get_first<PolicyMaps::Tree>(database, first_out);
 }
 
 uint32_t zar_avl_get_first_cmap(zar_db *database, zar_cmap **first_out) {
-  return get_first<CmapTree>(database, first_out);
+  return get_first<ClassMaps::Tree>(database, first_out);
 }
 
 uint32_t zar_avl_get_first_pmtr_map(zar_db *database, zar_pmtr_map **first_out) {
-  return get_first<PmtrMapTree>(database, first_out);
+  return get_first<ParameterMaps::Tree>(database, first_out);
 }
 
 uint32_t zar_avl_get_next_pmap(zar_db *database, zar_pmap *current, zar_pmap **next_out) {
-  return get_next<PmapTree>(database, current, next_out);
+  return get_next<PolicyMaps::Tree>(database, current, next_out);
 }
 
 uint32_t zar_avl_get_next_cmap(zar_db *database, zar_cmap *current, zar_cmap **next_out) {
-  return get_next<CmapTree>(database, current, next_out);
+  return get_next<ClassMaps::Tree>(database, current, next_out);
 }
 
 uint32_t zar_avl_get_next_pmtr_map(zar_db *database, zar_pmtr_map *current, zar_pmtr_map **next_out) {
-  return get_next<PmtrMapTree>(database, current, next_out);
+  return get_next<ParameterMaps::Tree>(database, current, next_out);
 }
 
 uint32_t zar_avl_insert_target_client_db(zar_db *database, zar_target *target) {
@@ -447,15 +391,15 @@ uint32_t zar_avl_delete_target_default_db(zar_db *database, zar_target *target, 
 }
 
 uint32_t zar_avl_remove_pmap(zar_db *database) {
-  return remove_all<PmapTree>(database);
+  return remove_all<PolicyMaps::Tree>(database);
 }
 
 uint32_t zar_avl_remove_cmap(zar_db *database) {
-  return remove_all<CmapTree>(database);
+  return remove_all<ClassMaps::Tree>(database);
 }
 
 uint32_t zar_avl_remove_pmtr_map(zar_db *database) {
-  return remove_all<PmtrMapTree>(database);
+  return remove_all<ParameterMaps::Tree>(database);
 }
 
 uint32_t zar_avl_remove_target(zar_db *database) {
@@ -463,15 +407,15 @@ uint32_t zar_avl_remove_target(zar_db *database) {
 }
 
 void zar_avl_free_pmap(void *node) {
-  leave_alone<PmapTree>(node);
+  leave_alone<PolicyMaps::Tree>(node);
 }
 
 void zar_avl_free_cmap(void *node) {
-  leave_alone<CmapTree>(node);
+  leave_alone<ClassMaps::Tree>(node);
 }
 
 void zar_avl_free_pmtr_map(void *node) {
-  leave_alone<PmtrMapTree>(node);
+  leave_alone<ParameterMaps::Tree>(node);
 }
 
 void zar_avl_free_target(void *node) {

@@ -23,7 +23,7 @@ zar_map_info instance_key(const zar_pmap &pmap) {
 }
 
 bool link_to_pmap(uint32_t clid, zar_target &target, zar_pmap *pmap) {
-  zar_target_pmap *link = target_pmaps.take().keep();
+  zar_target_pmap *link = target_pmap_pool.take().keep();
   if (!link) {
     TRACE_ERROR("(ERR): associate target and policy: memory alloc for target pmap ref failed clid:%d", clid);
     return false;
@@ -34,7 +34,7 @@ bool link_to_pmap(uint32_t clid, zar_target &target, zar_pmap *pmap) {
 }
 
 bool link_to_target(zar_pmap &pmap, zar_target *target) {
-  zar_pmap_target_ref *ref = pmap_target_refs.take().keep();
+  zar_pmap_target_ref *ref = pmap_target_ref_pool.take().keep();
   if (!ref) {
     TRACE_ERROR("(ERR): associate target and policy: memory alloc for target into pmap:%s ref failed", name_of(pmap));
     return false;
@@ -50,7 +50,7 @@ bool unlink_target(zar_pmap &pmap, const zar_target *target) {
                                         [target](const zar_pmap_target_ref &other) { return other.target == target; });
   if (!ref) return false;
   unlink(pmap.target_refs, ref);
-  pmap_target_refs.give_back(ref);
+  pmap_target_ref_pool.give_back(ref);
   return true;
 }
 
@@ -58,7 +58,7 @@ bool unlink_pmap(zar_target &target, const zar_pmap *pmap) {
   zar_target_pmap *link = find_active(target, pmap);
   if (!link) return false;
   unlink(target.active_pmaps, link);
-  target_pmaps.give_back(link);
+  target_pmap_pool.give_back(link);
   return true;
 }
 
@@ -117,7 +117,7 @@ uint32_t zar::associate_target_and_policy(uint32_t clid, zar_target *target, zar
 }
 
 uint32_t zar::disassociate_target_and_policy(zar_pmap *pmap, zar_target *target) {
-  if (!has_target_info("disassociate_target_and_policy", *target)) return kNo;
+  if (!target_info_given("disassociate_target_and_policy", target->target_info)) return kNo;
   unlink_both_ways(*pmap, *target);
   if (!delete_instance(*pmap, target->handle)) return kNo;
   zar_invoke_action_handler(pmap, target, kNo);

@@ -12,7 +12,7 @@ namespace {
 void free_event_context(zar_event_context *context) {
   if (!context) return;
   sdb_remove_block(context->event_name, kEventNameTag);
-  event_contexts.give_back(context);
+  event_context_pool.give_back(context);
 }
 
 }  // namespace
@@ -59,7 +59,7 @@ uint32_t zar_delete_event(uint32_t event_handle) {
     zar_free_class_action(rule);
   }
   zar_handle_release(event_handle);
-  event_tuples.give_back(event);
+  event_tuple_pool.give_back(event);
   TRACE_INFO("(info): %s: Removed event tuple:0x%x", kName, event_handle);
   return kSuccess;
 }

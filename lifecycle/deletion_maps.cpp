@@ -88,7 +88,7 @@ void free_policy(zar_pmap &pmap) {
   sdb_remove_block(pmap.name, kPmapNameTag);
   sdb_remove_block(pmap.domain, kPmapDomainTag);
   release_key(pmap);
-  pmaps.give_back(&pmap);
+  pmap_pool.give_back(&pmap);
 }
 
 // ---- Class-maps
@@ -112,7 +112,7 @@ void free_class(zar_cmap &cmap, const char *name) {
   sdb_remove_block(cmap.name, kCmapNameTag);
   sdb_remove_block(cmap.domain, kCmapDomainTag);
   release_key(cmap);
-  cmaps.give_back(&cmap);
+  cmap_pool.give_back(&cmap);
 }
 
 void trace_tree_refused(const char *name) {

@@ -12,46 +12,13 @@ namespace {
 
 // ---- Maps in trees
 
-struct PolicyWalk {
-  using Record = zar_pmap;
-  static constexpr auto get_first = zar_avl_get_first_pmap;
-  static constexpr auto get_next = zar_avl_get_next_pmap;
-  static bool place_given(const char *name, uint32_t, const uint32_t *place) { return pmap_place_given(name, place); }
-  static constexpr bool kStopsAtFirstFault = false;
-  static constexpr char kFirst[] = "get_first_policy";
-  static constexpr char kFirstFailed[] = "(ERR): Error: getting first pmap";
-  static constexpr char kNoFirst[] = "(info): %s: success, no first policy in the database";
-  static constexpr char kFirstFound[] = "(info): %s: success, first policy:0x%x";
-  static constexpr char kNext[] = "get_next_policy";
-  static constexpr char kNextFailed[] = "(ERR): Error: getting next pmap";
-  static constexpr char kNoNext[] = "(info): %s: success, no next policy in the database";
-  // The next policy-map reports itself as the first.
-  static constexpr char kNextFound[] = "(info): %s: success, first policy:0x%x";
-};
-
-struct ClassWalk {
-  using Record = zar_cmap;
-  static constexpr auto get_first = zar_avl_get_first_cmap;
-  static constexpr auto get_next = zar_avl_get_next_cmap;
-  static constexpr auto place_given = cmap_place_given;
-  static constexpr bool kStopsAtFirstFault = false;
-  static constexpr char kFirst[] = "get_first_class";
-  static constexpr char kFirstFailed[] = "(ERR): Error: getting first cmap";
-  static constexpr char kNoFirst[] = "(info): %s: success, no first cmap in the database";
-  static constexpr char kFirstFound[] = "(info): %s: success, first class:0x%x";
-  static constexpr char kNext[] = "get_next_class";
-  static constexpr char kNextFailed[] = "(ERR): Error: getting next cmap";
-  static constexpr char kNoNext[] = "(info): %s: success, no next cmap in the database";
-  static constexpr char kNextFound[] = "(info): %s: success, next cmap:0x%x";
-};
-
-template <class Walk>
+template <MapDescription Maps>
 uint32_t next_map(uint32_t clid, uint32_t current_handle, uint32_t *handle_out) {
-  bool valid = valid_clid(Walk::kNext, clid);
-  auto *current = require_any_map<typename Walk::Record>(Walk::kNext, current_handle);
-  valid &= Walk::place_given(Walk::kNext, clid, handle_out);
+  bool valid = valid_clid(Maps::Walk::kNext, clid);
+  auto *current = require_any_map<typename Maps::Record>(Maps::Walk::kNext, current_handle);
+  valid &= Maps::place_given(Maps::Walk::kNext, clid, handle_out);
   if (!current || !valid) return kInvalidArgument;
-  return map_after<Walk>(clid, current, handle_out);
+  return map_after<Maps>(clid, current, handle_out);
 }
 
 // ---- Elements in queues
@@ -171,19 +138,19 @@ struct EventOfPolicy {
 }  // namespace
 
 uint32_t zar_get_first_policy(uint32_t clid, uint32_t *pmap_out) {
-  return first_map<PolicyWalk>(clid, pmap_out);
+  return first_map<PolicyMaps>(clid, pmap_out);
 }
 
 uint32_t zar_get_next_policy(uint32_t clid, uint32_t current, uint32_t *pmap_out) {
-  return next_map<PolicyWalk>(clid, current, pmap_out);
+  return next_map<PolicyMaps>(clid, current, pmap_out);
 }
 
 uint32_t zar_get_first_class(uint32_t clid, uint32_t *cmap_out) {
-  return first_map<ClassWalk>(clid, cmap_out);
+  return first_map<ClassMaps>(clid, cmap_out);
 }
 
 uint32_t zar_get_next_class(uint32_t clid, uint32_t current, uint32_t *cmap_out) {
-  return next_map<ClassWalk>(clid, current, cmap_out);
+  return next_map<ClassMaps>(clid, current, cmap_out);
 }
 
 // In a policy-map that is not CONTROL the elements are class-actions.

@@ -37,11 +37,6 @@ struct TargetDatabase {
   decltype(&zar_avl_delete_target_client_db) remove_fn = zar_avl_delete_target_client_db;
 };
 
-bool target_info_given(const char *name, const zar_target_info *info) {
-  if (!info) TRACE_ERROR("(ERR): %s: input target info cannot be NULL", name);
-  return info;
-}
-
 // False if the engine does not release what it keeps there; the context then stays.
 bool free_policy_context(const zar_target &target) {
   zar_target_policy_context *context = target.policy_context;
@@ -52,7 +47,7 @@ bool free_policy_context(const zar_target &target) {
     return false;
   }
   zar_handle_release(context->handle);
-  policy_contexts.give_back(context);
+  policy_context_pool.give_back(context);
   return true;
 }
 
@@ -92,7 +87,7 @@ zar_target_policy_context *zar_create_policy_context(uint32_t target_handle) {
   if (!target) return nullptr;
   if (target->policy_context) return target->policy_context;
 
-  Pooled<zar_target_policy_context> context = policy_contexts.take();
+  Pooled<zar_target_policy_context> context = policy_context_pool.take();
   if (!context) {
     TRACE_ERROR("(ERR): memory alloc for policy context failed ");
     return nullptr;
@@ -121,7 +116,7 @@ uint32_t zar_add_target(uint32_t clid, zar_target_info *target_info, uint32_t pm
   auto *pmap = require<zar_pmap>(kName, pmap_handle);
   if (!pmap || !valid) return kInvalidArgument;
 
-  Pooled<zar_target> target = targets.take();
+  Pooled<zar_target> target = target_pool.take();
   if (!target) {
     TRACE_ERROR("(ERR): add_target: memory alloc for target failed clid:%d", clid);
     return kNoMemory;
@@ -179,7 +174,7 @@ uint32_t zar_delete_target(uint32_t target_handle) {
   // A handler notified of a deactivation may have activated a policy again; without a handle it no longer can.
   part_from_policies(*target);
   if (!free_policy_context(*target)) return kFailed;
-  targets.give_back(target);
+  target_pool.give_back(target);
   TRACE_INFO("(info): %s: target freed", kName);
   return kSuccess;
 }

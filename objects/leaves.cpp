@@ -54,7 +54,7 @@ uint32_t make_filter(const zar_filter_context *context, uint32_t *filter_out, co
     return kInvalidArgument;
   }
 
-  Pooled<zar_filter> filter = filters.take_with_tag(pool_tag);
+  Pooled<zar_filter> filter = filter_pool.take_with_tag(pool_tag);
   if (!filter) {
     TRACE_ERROR("(ERR): create_filter: memory alloc for filter failed");
     return kNoMemory;
@@ -95,10 +95,10 @@ bool intern_event_name(HeldText &held, zar_event_context &context, const char *n
 
 // On failure, first the handle is released, then the tuple, then its context.
 uint32_t make_event(const zar_event_context &wanted, const char *name, uint32_t *event_out) {
-  event_tuples.ready();
-  event_contexts.ready();
+  event_tuple_pool.ready();
+  event_context_pool.ready();
   Pooled<zar_event_context> context;
-  Pooled<zar_event_tuple> tuple = event_tuples.take_if_ready();
+  Pooled<zar_event_tuple> tuple = event_tuple_pool.take_if_ready();
   if (!tuple) {
     TRACE_ERROR("(ERR): create_event: memory alloc for event tuple failed");
     return kNoMemory;
@@ -108,7 +108,7 @@ uint32_t make_event(const zar_event_context &wanted, const char *name, uint32_t 
     TRACE_ERROR("(ERR): create_event: Could not create id for event tuple");
     return kFailed;
   }
-  context = event_contexts.take_if_ready();
+  context = event_context_pool.take_if_ready();
   if (!context) {
     TRACE_ERROR("(ERR): create_event: memory alloc for event context failed");
     // The handle is not released here: it stays live and counts against the cap, although it names nothing.
@@ -173,11 +173,6 @@ uint32_t zar::zar_verify_filter_content(const zar_filter *filter, const char *ca
   return complete ? kSuccess : kCheckFailed;
 }
 
-zar_action *zar::require_action(const char *name, uint32_t handle) {
-  auto *action = resolve<zar_action>(handle);
-  return zar_verify_action_content(action, name) == kSuccess ? action : nullptr;
-}
-
 zar_filter *zar::require_filter(const char *name, uint32_t handle) {
   auto *filter = resolve<zar_filter>(handle);
   return zar_verify_filter_content(filter, name) == kSuccess ? filter : nullptr;
@@ -188,7 +183,7 @@ void zar::zar_free_filter(zar_filter *filter) {
   retire(handle);
   if (filter->filter_free_fn) filter->filter_free_fn(filter->filter_data, nullptr);
   zar_handle_release(handle);
-  filters.give_back(filter);
+  filter_pool.give_back(filter);
   TRACE_INFO("(info): Free filter:0x%x successful", handle);
 }
 
@@ -208,7 +203,7 @@ uint32_t zar_create_action(const zar_action_context *context, uint32_t action_nu
     return kInvalidArgument;
   }
 
-  Pooled<zar_action> action = actions.take();
+  Pooled<zar_action> action = action_pool.take();
   if (!action) {
     TRACE_ERROR("(ERR): create_action: memory alloc for action failed");
     return kNoMemory;
@@ -286,5 +281,5 @@ uint32_t zar_event_get_match_criteria(uint32_t event) {
 }
 
 uint32_t zar_free_action_from_action_chunk(zar_action *action) {
-  return action ? actions.give_back(action) : 0;
+  return action ? action_pool.give_back(action) : 0;
 }

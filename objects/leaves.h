@@ -12,9 +12,7 @@ uint32_t zar_verify_filter_context(const zar_filter_context *context, const char
 // 0 if a filter's record is complete; 1, with a trace for each function that it lacks, otherwise.
 uint32_t zar_verify_filter_content(const zar_filter *filter, const char *caller);
 
-// The action or filter that 'handle' names if its record is complete. Both faults are traced in the same way, as a
-// missing record.
-zar_action *require_action(const char *name, uint32_t handle);
+// The filter that 'handle' names if its record is complete. Both faults are traced in the same way, as a missing record.
 zar_filter *require_filter(const char *name, uint32_t handle);
 
 // The tag under which event names are interned and released.

@@ -14,68 +14,6 @@ namespace {
 constexpr uint32_t kFirstDomainType = 1, kLastDomainType = 2;
 constexpr uint32_t kFirstMatchCriteria = 1, kLastMatchCriteria = 3;
 
-struct PolicyMaps {
-  using Record = zar_pmap;
-  static Pool<zar_pmap> &pool() { return pmaps; }
-  static constexpr uint32_t kNameTag = 0x3e00038;
-  static constexpr uint32_t kKeyTag = 0x3e00039;
-  static constexpr auto insert = zar_avl_insert_pmap;
-  static constexpr auto search = zar_avl_search_pmap;
-  static bool place_given(const char *name, uint32_t, const uint32_t *place) { return pmap_place_given(name, place); }
-  static constexpr bool kRetrieveStopsAtFirstFault = false;
-
-  static void trace_no_record(uint32_t clid, const zar_map_info &) {
-    TRACE_ERROR("(ERR): create_policy: memory alloc for pmap failed clid:%d", clid);
-  }
-  static constexpr char kNoHandle[] = "(ERR): create_policy: Could not create id for pmap  clid:%d, name:%s";
-  static constexpr char kNoName[] = "(ERR): create_policy: Could not add map name to SDB  clid:%d, name:%s";
-  static constexpr char kNoDomain[] = "(ERR): create_policy: Could not add domain name to SDB  clid:%d, name:%s";
-  static constexpr char kNoKey[] = "(ERR): create_policy: Could not create hash string  clid:%d, name:%s";
-  static constexpr char kCreated[] = "(info): create_policy: successful, pmap:0x%x";
-
-  static constexpr char kStore[] = "store_policy";
-  static constexpr char kStoreInvalid[] = "(ERR): store_policy: Error: invalid pmap handle";
-  static constexpr char kStoreFailed[] = "(ERR): store_policy: Error: avl insert failed";
-  static void trace_stored(uint32_t handle, const zar_pmap &record) {
-    TRACE_INFO("(info): store_policy: successful, hdl:0x%x, hash string:%s", handle, or_null(record.hash_str));
-  }
-
-  static constexpr char kRetrieve[] = "retrieve_policy";
-  static constexpr char kSearchFailed[] = "(info): retrieve_policy: search failed  clid:%d, name:%s";
-  static constexpr char kNoMatch[] = "(info): retrieve_policy: search failed as there is no match clid:%d, name:%s";
-  static constexpr char kRetrieved[] = "(info): retrieve_policy: successful, pmap:%s";
-};
-
-struct ClassMaps {
-  using Record = zar_cmap;
-  static Pool<zar_cmap> &pool() { return cmaps; }
-  static constexpr uint32_t kNameTag = 0x3e0003b;
-  static constexpr uint32_t kKeyTag = 0x3e0003c;
-  static constexpr auto insert = zar_avl_insert_cmap;
-  static constexpr auto search = zar_avl_search_cmap;
-  static constexpr auto place_given = cmap_place_given;
-  static constexpr bool kRetrieveStopsAtFirstFault = false;
-
-  static void trace_no_record(uint32_t clid, const zar_map_info &info) {
-    TRACE_ERROR("(ERR): create_class: memory alloc for cmap failed clid:%d, name:%s", clid, info.map_name);
-  }
-  static constexpr char kNoHandle[] = "(ERR): create_class: Could not create id for cmap clid:%d, name:%s";
-  static constexpr char kNoName[] = "(ERR): create_class: Could not add map name to SDB  clid:%d, name:%s";
-  static constexpr char kNoDomain[] = "(ERR): create_class: Could not add domain name to SDB  clid:%d, name:%s";
-  static constexpr char kNoKey[] = "(ERR): create_class: Could not create hash string  clid:%d, name:%s";
-  static constexpr char kCreated[] = "(info): create_class: successful, cmap:0x%x";
-
-  static constexpr char kStore[] = "store_class";
-  static constexpr char kStoreInvalid[] = "(ERR): store_class: Error: invalid cmap handle";
-  static constexpr char kStoreFailed[] = "(ERR): store_class: Error: avl insert failed";
-  static void trace_stored(uint32_t, const zar_cmap &) { TRACE_INFO("(info): store_class: successful"); }
-
-  static constexpr char kRetrieve[] = "retrieve_class";
-  static constexpr char kSearchFailed[] = "(info): retrieve_class: search failed  clid:%d, name:%s";
-  static constexpr char kNoMatch[] = "(info): retrieve_class: search failed as there is no match clid:%d, name:%s";
-  static constexpr char kRetrieved[] = "(info): retrieve_class: successful, cmap:%s";
-};
-
 bool has_domain(const zar_map_info &info, const char *caller) {
   if (info.domain) return true;
   TRACE_ERROR("(ERR): %s: domain from input map info cannot be NULL", or_blank(caller));

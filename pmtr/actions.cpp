@@ -1,9 +1,10 @@
 // The actions of parameter-map statements. An action number occurs once in a statement: using it again updates the
 // action that has it, or replaces it by another one.
-#include "objects/leaves.h"
+#include "compose/rules.h"
 #include "pmtr/statements.h"
 #include "zar/compose.h"
 #include "zar/lifecycle.h"
+#include "zar/objects.h"
 #include "zar/present.h"
 
 using namespace zar;

@@ -8,58 +8,9 @@
 
 using namespace zar;
 
-const char *const kel_parameter_map_subscriber_domain_str = "subscriber";
 const char *const zar_db_pmtr_map_chunk_str = "ZAR DB pmtr-map chunk";
 
 namespace {
-
-constexpr uint32_t kNameTextTag = 0x3e00032;
-
-struct ParameterMaps {
-  using Record = zar_pmtr_map;
-  static Pool<zar_pmtr_map> &pool() { return pmtr_maps; }
-  static constexpr uint32_t kNameTag = kNameTextTag;
-  static constexpr uint32_t kKeyTag = 0x3e0005a;
-  static constexpr auto insert = zar_avl_insert_pmtr_map;
-  static constexpr auto search = zar_avl_search_pmtr_map;
-  static constexpr auto place_given = pmtr_map_place_given;
-  static constexpr bool kRetrieveStopsAtFirstFault = true;
-
-  static void trace_no_record(uint32_t clid, const zar_map_info &info) {
-    TRACE_ERROR("(ERR): create_pmtr_map: memory alloc for pmtr_map failed clid:%d, name:%s", clid, info.map_name);
-  }
-  static constexpr char kNoHandle[] = "(ERR): create_pmtr_map: Could not create id for pmtr-map clid:%d, name:%s";
-  static constexpr char kNoName[] = "(ERR): create_pmtr_map: Could not add pmtr-map name to SDB clid:%d, name:%s";
-  static constexpr char kNoDomain[] = "(ERR): create_pmtr_map: Could not add domain name to SDB  clid:%d, name:%s";
-  static constexpr char kNoKey[] = "(ERR): create_pmtr_map: Could not create hash string  clid:%d, name:%s";
-  static constexpr char kCreated[] = "(info): create_pmtr_map: successful, pmtr_map:0x%x";
-
-  static constexpr char kStore[] = "store_pmtr_map";
-  static constexpr char kStoreInvalid[] = "(ERR): store_pmtr_map: Error: invalid pmtr_map handle";
-  static constexpr char kStoreFailed[] = "(ERR): store_pmtr_map: Error: avl insert failed";
-  static void trace_stored(uint32_t, const zar_pmtr_map &) { TRACE_INFO("(info): store_pmtr_map: successful"); }
-
-  static constexpr char kRetrieve[] = "retrieve_pmtr_map";
-  static constexpr char kSearchFailed[] = "(info): retrieve_pmtr_map: search failed  clid:%d, name:%s";
-  static constexpr char kNoMatch[] = "(info): retrieve_pmtr_map: search failed as there is no match clid:%d, name:%s";
-  static constexpr char kRetrieved[] = "(info): retrieve_pmtr_map: successful, pmtr_map:%s";
-};
-
-struct ParameterMapWalk {
-  using Record = zar_pmtr_map;
-  static constexpr auto get_first = zar_avl_get_first_pmtr_map;
-  static constexpr auto get_next = zar_avl_get_next_pmtr_map;
-  static constexpr auto place_given = pmtr_map_place_given;
-  static constexpr bool kStopsAtFirstFault = true;
-  static constexpr char kFirst[] = "get_first_pmtr_map";
-  static constexpr char kFirstFailed[] = "(ERR): Error: getting first pmtr_map";
-  static constexpr char kNoFirst[] = "(info): %s: success, no first pmtr_map in the database";
-  static constexpr char kFirstFound[] = "(info): %s: success, first pmtr-map:0x%x";
-  static constexpr char kNext[] = "get_next_pmtr_map";
-  static constexpr char kNextFailed[] = "(ERR): Error: getting next pmtr_map";
-  static constexpr char kNoNext[] = "(info): %s: success, no next pmtr_map in the database";
-  static constexpr char kNextFound[] = "(info): %s: success, next pmtr-map:0x%x";
-};
 
 // A leading part of the built-in template's name, the empty name included, makes a parameter-map hidden.
 bool begins_template(const char *name) {
@@ -84,9 +35,9 @@ void zar_release_pmtr_map(uint32_t handle, const char *name) {
   retire(handle);
   free_statements(*map, name);
   zar_handle_release(handle);
-  sdb_remove_block(map->name, kNameTextTag);
+  sdb_remove_block(map->name, ParameterMaps::kNameTag);
   release_key(*map);
-  pmtr_maps.give_back(map);
+  pmtr_map_pool.give_back(map);
 }
 
 void trace_deleted(const char *name, uint32_t handle) {
@@ -118,10 +69,7 @@ uint32_t zar_delete_stored_pmtr_map(uint32_t pmtr_map, zar_db *database) {
   static constexpr char kName[] = "delete_stored_pmtr_map";
   auto *map = require<zar_pmtr_map>(kName, pmtr_map);
   if (!map) return kInvalidArgument;
-  if (!database) {
-    TRACE_ERROR("(ERR): %s: input database handle cannot be NULL", kName);
-    return kInvalidArgument;
-  }
+  if (!database_given(kName, database)) return kInvalidArgument;
   if (!remove_itself(database, map)) {
     TRACE_ERROR("(ERR): %s: Error: avl delete failed", kName);
     return kTreeFailed;
@@ -146,15 +94,15 @@ const char *zar_get_pmtr_map_name(uint32_t pmtr_map) {
 }
 
 uint32_t zar_get_first_pmtr_map(uint32_t clid, uint32_t *pmtr_map_out) {
-  return first_map<ParameterMapWalk>(clid, pmtr_map_out);
+  return first_map<ParameterMaps>(clid, pmtr_map_out);
 }
 
 // The cursor is checked before the client, unlike in the walks over policy-maps and class-maps.
 uint32_t zar_get_next_pmtr_map(uint32_t clid, uint32_t current_handle, uint32_t *pmtr_map_out) {
-  auto *current = require_any_map<zar_pmtr_map>(ParameterMapWalk::kNext, current_handle);
+  auto *current = require_any_map<zar_pmtr_map>(ParameterMaps::Walk::kNext, current_handle);
   if (!current) return kInvalidArgument;
-  if (!may_walk<ParameterMapWalk>(ParameterMapWalk::kNext, clid, pmtr_map_out)) return kInvalidArgument;
-  return map_after<ParameterMapWalk>(clid, current, pmtr_map_out);
+  if (!may_walk<ParameterMaps>(ParameterMaps::Walk::kNext, clid, pmtr_map_out)) return kInvalidArgument;
+  return map_after<ParameterMaps>(clid, current, pmtr_map_out);
 }
 
 void zar_unhide_pmap(uint32_t pmtr_map) {

@@ -82,7 +82,7 @@ void clear_filter_types(uint32_t cmap_handle) {
 // Adds a statement with its hidden class-map; a failure leaves nothing of either behind.
 uint32_t make_statement(const Making &making, uint32_t owner, uint32_t map_handle, const char *map_name,
                         uint32_t map_index, uint32_t *cmap_out) {
-  Pooled<zar_pmtr_map_stmt> statement = pmtr_map_stmts.take();
+  Pooled<zar_pmtr_map_stmt> statement = pmtr_map_stmt_pool.take();
   if (!statement) {
     trace_no_statement_record(making, owner, map_name);
     return kNoMemory;
@@ -180,7 +180,7 @@ void free_contents(zar_pmtr_map_stmt &statement, uint32_t owner) {
 }
 
 void free_record(zar_pmtr_map_stmt *statement) {
-  pmtr_map_stmts.give_back(statement);
+  pmtr_map_stmt_pool.give_back(statement);
   TRACE_INFO("(info): %s: Pmtr-map stmt:0x%p removed", kDeleteStatement, address(statement));
 }
 

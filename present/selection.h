@@ -3,50 +3,30 @@
 
 #include "core/checks.h"
 #include "core/domains.h"
+#include "core/maps.h"
 #include "core/text.h"
 #include "core/tree.h"
 
 namespace zar {
 
-// The maps of a database in key order, as returned by the operations on its trees.
-inline avl_tree *tree_of(const zar_db &database, const zar_pmap *) {
-  return database.pmap_tree;
-}
-inline avl_tree *tree_of(const zar_db &database, const zar_cmap *) {
-  return database.cmap_tree;
-}
-inline zar_pmap *first_in(zar_db *database, const zar_pmap *) {
-  zar_pmap *record = nullptr;
-  zar_avl_get_first_pmap(database, &record);
-  return record;
-}
-inline zar_cmap *first_in(zar_db *database, const zar_cmap *) {
-  zar_cmap *record = nullptr;
-  zar_avl_get_first_cmap(database, &record);
-  return record;
-}
-inline zar_pmap *next_in(zar_db *database, zar_pmap *current) {
-  zar_pmap *record = nullptr;
-  zar_avl_get_next_pmap(database, current, &record);
-  return record;
-}
-inline zar_cmap *next_in(zar_db *database, zar_cmap *current) {
-  zar_cmap *record = nullptr;
-  zar_avl_get_next_cmap(database, current, &record);
-  return record;
-}
-
 // The first map of this kind, in key order, that 'wanted' accepts, or NULL; maps of another kind that were stored in
 // the tree are skipped. Whatever 'wanted' does to the tree, it is not called with a map that was removed.
 template <class Map, class Wanted>
 Map *find_map(zar_db *database, Wanted wanted) {
-  constexpr const Map *kNone = nullptr;
-  TreeWalk walk(tree_of(*database, kNone));
-  Map *map = first_in(database, kNone);
+  using Maps = MapsOf<Map>;
+  TreeWalk walk(Maps::Tree::of(*database));
+  Map *map = nullptr;
+  Maps::get_first(database, &map);
   while (map) {
     walk.stand_on(map);
     if (is_kind(*map) && wanted(*map)) return map;
-    map = walk.moved() ? static_cast<Map *>(walk.record()) : next_in(database, map);
+    Map *next = nullptr;
+    if (walk.moved()) {
+      next = static_cast<Map *>(walk.record());
+    } else {
+      Maps::get_next(database, map, &next);
+    }
+    map = next;
   }
   return nullptr;
 }
