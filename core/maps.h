@@ -1,7 +1,7 @@
-// What the three kinds of maps are and what tells them apart: policy-maps, class-maps and parameter-maps are made, stored,
-// retrieved and walked by the same templates, over one description for each kind. The texts differ on purpose where they
-// differ: parameter-maps report some failures in the words of class-maps, and one message leaves out an argument that its
-// siblings pass.
+// The three kinds of maps and their differences: policy-maps, class-maps and parameter-maps are created, stored,
+// retrieved and walked by the same templates, over one description for each kind. Differences between the texts are
+// intentional: parameter-maps report some failures in the words of class-maps, and one message omits an argument that
+// its siblings pass.
 #pragma once
 
 #include <concepts>
@@ -13,8 +13,8 @@
 
 namespace zar {
 
-// How a tree compares a key with one of its own: over the length of the shorter one, so that a key that is the beginning of
-// the other equals it, or over the length of the key in the tree, so that only a longer one equals it.
+// How a tree compares a key with one of its own: over the length of the shorter one, so that two keys are equal if one
+// begins with the other, or over the length of the key in the tree, so that only a longer key equals it.
 enum class KeyRule { common_length, tree_length };
 
 struct PolicyMaps {

@@ -11,10 +11,10 @@ import sys
 
 # From the bottom up.
 LAYERS = ('core', 'objects', 'compose', 'lifecycle', 'present', 'pmtr')
-# Calls that go up all the same: (source, what it calls), and why.
+# The exceptions: (source, the name that it calls), and the reason.
 CALLS_UP = {
     ('core/trees.cpp', 'zar_delete_target'): 'emptying a tree of targets deletes them',
-    ('lifecycle/associations.cpp', 'zar_invoke_action_handler'): 'action handlers hear of what becomes active',
+    ('lifecycle/associations.cpp', 'zar_invoke_action_handler'): 'action handlers are notified of activations',
 }
 
 
@@ -34,7 +34,7 @@ def includes_up(sources):
 
 
 def symbols_of(nm, object_file):
-    """The names that an object file defines, and those that it takes from others."""
+    """The names that an object file defines, and those that it imports from others."""
     lines = subprocess.run([nm, '--extern-only', '--format=posix', object_file], check=True, capture_output=True,
                            text=True).stdout.splitlines()
     symbols = [line.split()[:2] for line in lines]
