@@ -12,7 +12,7 @@ namespace command {
 
 Loaded load_path(const std::string &path) {
   Diagnostics diagnostics;
-  Source source = path == "-" ? Source::read(*stdin, "<stdin>", diagnostics) : Source::read(path, diagnostics);
+  Source source = path == "-" ? Source::read(stdin, "<stdin>", diagnostics) : Source::read(path, diagnostics);
   std::optional<PolicyFile> file;
   if (diagnostics.empty()) file = load(source, diagnostics);
   return {std::move(source), std::move(diagnostics), std::move(file)};

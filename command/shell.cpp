@@ -23,10 +23,10 @@ namespace {
 
 using session::Reply;
 using session::Session;
+using session::ShownEvent;
 using session::Status;
-using session::ToldEvent;
 
-std::string text_of_event(const ToldEvent &event, const PolicyFile &file) {
+std::string text_of_event(const ShownEvent &event, const PolicyFile &file) {
   if (event.rehearsed)
     return explanation_text(event.explanation, file, event.step, event.level, terminal::colours(terminal::Stream::out));
   return concat(event.step.event.value, " at ", event.step.target.value, "\n", outline(event.explanation));
@@ -75,7 +75,7 @@ Status add_line(Session &session, const std::string &line, size_t number, JsonSt
   entry["done"] = reply.status != Status::failed;
   entry["output"] = reply.output;
   entry["explanation"] = nullptr;
-  if (const std::optional<ToldEvent> &event = reply.event)
+  if (const std::optional<ShownEvent> &event = reply.event)
     entry["explanation"] = explanation_json(event->explanation, session.file(), event->step, event->level);
   commands.add(entry);
   return reply.status;

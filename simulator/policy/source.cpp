@@ -112,15 +112,15 @@ size_t Source::continuations_before(size_t offset) const {
 
 Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t number) {
   const File file(std::fopen(path.c_str(), "rb"));
-  if (file) return read(*file, path, diagnostics, number);
+  if (file) return read(file.get(), path, diagnostics, number);
   diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
   return {path, "", number};
 }
 
-Source Source::read(std::FILE &file, std::string name, Diagnostics &diagnostics, uint32_t number) {
+Source Source::read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number) {
   errno = 0;
-  Source source(std::move(name), read_all(&file), number);
-  if (std::ferror(&file)) {
+  Source source(std::move(name), read_all(file), number);
+  if (std::ferror(file)) {
     diagnostics.add({}, concat("cannot be read: ", std::strerror(errno)), "a policy file");
   } else {
     source.check(diagnostics);

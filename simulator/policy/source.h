@@ -25,7 +25,7 @@ class Source {
   // text.
   static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
   // The same for a file that is open, and stays so.
-  static Source read(std::FILE &file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
+  static Source read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
   // The same checks for a text that is there already.
   void check(Diagnostics &diagnostics) const;
 

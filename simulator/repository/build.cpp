@@ -3,6 +3,7 @@
 
 #include "engine/engine.h"
 #include "platform/engine.h"
+#include "platform/runtime.h"
 #include "simulator/repository/actions.h"
 #include "simulator/repository/filters.h"
 #include "simulator/repository/registrations.h"
@@ -58,11 +59,25 @@ bool Repository::build() {
   }
 }
 
+namespace {
+
+// The clients, the domains and the handles are lost to the library, which will not look at the table of clients again. The
+// records and names of clients and domains stay allocated.
+void give_up_registrations() {
+  if (!zar_clients_info) return;
+  zar_handle_table_destroy();
+  bfree_named(zar_clients_info);
+}
+
+}  // namespace
+
 void Repository::start() {
   started_ = true;
-  before_ = take_stock();
   engine::forget_attributes();
-  if (!registrations::suit(*file_)) start_library();
+  const bool anew = !registrations::suit(*file_);
+  if (anew) give_up_registrations();
+  before_ = take_stock();
+  if (anew) start_library();
   room_at_start_ = zar_allowed_max_clients;
   zar_db *database = nullptr;
   expect(zar_get_client_database_handle(kel_clid, "start", &database, nullptr) != 0, "the database",
@@ -70,9 +85,7 @@ void Repository::start() {
   databases_.push_back(database);
 }
 
-// What was registered until now is lost, and stays allocated.
 void Repository::start_library() {
-  if (zar_clients_info) zar_handle_table_destroy();
   const uint16_t table = zar_init();
   kept_.first_table = zar_clients_info != nullptr;
   expect(table != 0, "the handle table", "repository");

@@ -97,7 +97,7 @@ void raise(const Call &call, Reply &reply) {
   std::optional<Step> step = read_step(call, 2, reply);
   if (!step) return;
   EventExplanation explanation = Recorder(call.session.file()).raise(call.session.repository(), *step);
-  reply.event = ToldEvent{.explanation = std::move(explanation), .step = std::move(*step)};
+  reply.event = ShownEvent{.explanation = std::move(explanation), .step = std::move(*step)};
 }
 
 void explain(const Call &call, Reply &reply) {
@@ -110,7 +110,7 @@ void explain(const Call &call, Reply &reply) {
   std::optional<Step> step = read_step(call, level ? 3 : 2, reply);
   if (!step) return;
   EventExplanation explanation = rehearse(call.session.file(), call.session.repository(), *step);
-  reply.event = ToldEvent{std::move(explanation), std::move(*step), true, level.value_or(Level::rules)};
+  reply.event = ShownEvent{std::move(explanation), std::move(*step), true, level.value_or(Level::rules)};
 }
 
 // NULL when there is no such target, which is a failure.

@@ -35,7 +35,7 @@ enum class Completes : uint8_t {
 enum class Status : uint8_t { done, failed, quit };
 
 // An event that a command raised or rehearsed. Good until the next command, which may change the file.
-struct ToldEvent {
+struct ShownEvent {
   EventExplanation explanation;
   Step step;
   bool rehearsed = false;  // it changed nothing, and its path is what was asked for, at this level
@@ -46,7 +46,7 @@ struct ToldEvent {
 struct Reply {
   Status status = Status::done;
   std::string output{};                      // what it shows
-  std::optional<ToldEvent> event{};          // what it shows in the form that the reader likes
+  std::optional<ShownEvent> event{};         // what it shows in the form that the reader likes
   std::optional<std::string> trace_level{};  // which of the library's own messages are wanted from now on
   Trouble trouble{};
 };

@@ -1,10 +1,8 @@
 #!/usr/bin/env python3
-"""The simulator is a house with a ground floor: its rooms include one way, and it leaves the world outside alone.
+"""Checks that each room of the simulator includes only rooms below it, and that the simulator does not print, read the
+environment or end the process.
 
-    check_rooms.py ROOT NM LIBSIMULATOR
-
-The includes of the sources are compared with the order of the rooms below, the names that the library needs with those that
-print, read the environment or end the process.
+  check_rooms.py ROOT NM LIBSIMULATOR
 """
 
 import pathlib
@@ -12,7 +10,7 @@ import re
 import subprocess
 import sys
 
-# Each room includes itself and those before it.
+# From the bottom up: a room may include itself and those before it.
 ROOMS = ["text", "policy", "repository", "explanation", "inventory", "lint", "graph", "diff", "testing", "session"]
 
 # What brings a stream of the process, or the means to end it or look around in it.

@@ -23,6 +23,14 @@ TEST(AttributeNames, AreRefusedBeyondTheLimit) {
   EXPECT_EQ(register_attribute("attribute-7"), 7u);
 }
 
+TEST(AttributeNames, BeginAnewOnceTheyAreForgotten) {
+  register_attribute("user");
+  const engine::AttributeId vlan = register_attribute("vlan");
+  engine::forget_attributes();
+  EXPECT_EQ(register_attribute("vlan") + 1, vlan);
+  EXPECT_EQ(engine::attribute_name(vlan - 1), "vlan");
+}
+
 TEST(Numbers, AreDecimalWithAnOptionalMinus) {
   EXPECT_EQ(engine::parse_number("0"), 0);
   EXPECT_EQ(engine::parse_number("-17"), -17);

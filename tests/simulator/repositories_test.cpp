@@ -79,7 +79,7 @@ std::string joined(const std::vector<std::string> &lines) {
 
 // What the scenario does and the listings afterwards show, on a repository that is built for it.
 struct Life {
-  std::string told;
+  std::string output;
   std::string problems;
   Kept kept;
 };
@@ -89,11 +89,11 @@ Life live(const PolicyFile &file) {
   if (repository.build()) {
     Recorder recorder(file);
     for (const simulator::Step &step : file.scenario)
-      life.told += outline(recorder.raise(repository, step));
-    life.told += listings(file, repository);
+      life.output += outline(recorder.raise(repository, step));
+    life.output += listings(file, repository);
     simulator::Complaints unreadable;
-    if (const auto running = simulator::inventory::read(repository, unreadable)) life.told += write_objects(*running);
-    life.told += joined(unreadable);
+    if (const auto running = simulator::inventory::read(repository, unreadable)) life.output += write_objects(*running);
+    life.output += joined(unreadable);
   }
   life.problems = joined(repository.finish());
   life.kept = repository.kept();
@@ -101,10 +101,10 @@ Life live(const PolicyFile &file) {
 }
 
 // The same in a process that has no other repository.
-std::string told_alone(const char *text) {
+std::string output_alone(const char *text) {
   const test::Result result = test::run_in_child_process([&] {
     const Life life = live(load_good(text));
-    std::fputs(life.told.c_str(), stdout);
+    std::fputs(life.output.c_str(), stdout);
     std::fflush(stdout);
     return life.problems.empty() ? 0 : 1;
   });
@@ -121,8 +121,8 @@ TEST(Repositories, OfTheSameFileAreAlikeAndKeepNothingMore) {
   const Life second = live(file);
   EXPECT_EQ(second.problems, "");
   EXPECT_EQ(second.kept, (Kept{.deleted_parameter_maps = 1}));
-  EXPECT_EQ(second.told, first.told);
-  EXPECT_NE(first.told.find("verdict: permit"), std::string::npos) << first.told;
+  EXPECT_EQ(second.output, first.output);
+  EXPECT_NE(first.output.find("verdict: permit"), std::string::npos) << first.output;
 }
 
 TEST(Repositories, OfFilesThatShareNamesUseWhatIsRegistered) {
@@ -130,8 +130,8 @@ TEST(Repositories, OfFilesThatShareNamesUseWhatIsRegistered) {
   const Life shop = live(load_good(kShop));
   EXPECT_EQ(shop.problems, "");
   EXPECT_EQ(shop.kept, (Kept{.clients = 1, .domains = 1, .databases = 1})) << "b and guest are there";
-  EXPECT_EQ(shop.told, told_alone(kShop)) << "nothing of the first repository shows";
-  EXPECT_EQ(live(load_good(kAccess)).told, told_alone(kAccess));
+  EXPECT_EQ(shop.output, output_alone(kShop)) << "nothing of the first repository shows";
+  EXPECT_EQ(live(load_good(kAccess)).output, output_alone(kAccess));
 }
 
 TEST(Repositories, BeginAnewWhereANameStandsForSomethingElse) {
@@ -139,7 +139,7 @@ TEST(Repositories, BeginAnewWhereANameStandsForSomethingElse) {
   const Life other = live(load_good(kOther));
   EXPECT_EQ(other.problems, "");
   EXPECT_EQ(other.kept, (Kept{2, 1, 1, 0, true, false})) << "the engine, a, guest, and a table for them";
-  EXPECT_EQ(other.told, told_alone(kOther));
+  EXPECT_EQ(other.output, output_alone(kOther));
   const Life again = live(load_good(kAccess));
   EXPECT_EQ(again.problems, "");
   EXPECT_EQ(again.kept, (Kept{3, 3, 2, 1, true, false}));
@@ -181,7 +181,7 @@ TEST(Repositories, ThatFailHalfWayLeaveTheNextOnesGood) {
     }
     const Life next = live(file);
     ASSERT_EQ(next.problems, "") << "after request " << nth << " failed";
-    ASSERT_NE(next.told.find("verdict: permit"), std::string::npos) << "after request " << nth << " failed";
+    ASSERT_NE(next.output.find("verdict: permit"), std::string::npos) << "after request " << nth << " failed";
   }
   std::printf("%llu requests failed in turn, %llu builds were refused\n", static_cast<unsigned long long>(nth - 1),
               static_cast<unsigned long long>(refused));
@@ -234,7 +234,7 @@ TEST(Repositories, EachHaveRoomForAllAttributes) {
             "899}}}\nscenario: [{event: e, target: t}]\n";
     const Life life = live(load_good(text));
     EXPECT_EQ(life.problems, "");
-    EXPECT_NE(life.told.find("verdict: permit"), std::string::npos) << prefix;
+    EXPECT_NE(life.output.find("verdict: permit"), std::string::npos) << prefix;
   }
 }
 
@@ -244,15 +244,15 @@ TEST(Explanations, OutliveTheRepository) {
   const PolicyFile file = load_good(kAccess);
   const simulator::Step &step = file.scenario[0];
   EventExplanation explanation;
-  std::string told;
+  std::string text;
   {
     Repository repository(file);
     ASSERT_TRUE(repository.build());
     explanation = Recorder(file).raise(repository, step);
-    told = explanation_text(explanation, file, step, simulator::Level::filters, simulator::Colours::off);
+    text = explanation_text(explanation, file, step, simulator::Level::filters, simulator::Colours::off);
   }
   EXPECT_EQ(live(load_good(kShop)).problems, "") << "whatever was freed is used again";
-  EXPECT_EQ(explanation_text(explanation, file, step, simulator::Level::filters, simulator::Colours::off), told);
+  EXPECT_EQ(explanation_text(explanation, file, step, simulator::Level::filters, simulator::Colours::off), text);
   EXPECT_EQ(explanation.policies.at(0).rules.at(0).filters.at(0).filter, file.class_maps[0].filters.data());
   EXPECT_EQ(explanation.policies[0].rules[0].actions.at(2).action, &file.policy_maps[0].events[0].rules[0].actions[2]);
 }
