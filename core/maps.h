@@ -260,12 +260,11 @@ concept MapWalkDescription = requires {
   { Walk::kNextFound } -> MessageText;
 };
 
-template <class Maps>
-concept MapDescription = MapTreeDescription<typename Maps::Tree> && MapWalkDescription<typename Maps::Walk> &&
-    requires(typename Maps::Record *record, typename Maps::Record **out, zar_db *database, const zar_map_info &info,
-             uint32_t number, const uint32_t *place, const char *name) {
+// What making, storing and retrieving need.
+template <class Maps, class Record = typename Maps::Record>
+concept StoredMapDescription = requires(Record *record, Record **out, zar_db *database, const zar_map_info &info) {
   // The record's pool, and the allocation tags of its interned name and of its name key.
-  { Maps::pool() } -> std::same_as<Pool<typename Maps::Record> &>;
+  { Maps::pool() } -> std::same_as<Pool<Record> &>;
   { Maps::kNameTag } -> std::convertible_to<uint32_t>;
   { Maps::kKeyTag } -> std::convertible_to<uint32_t>;
   // The operations on its tree.
@@ -274,10 +273,10 @@ concept MapDescription = MapTreeDescription<typename Maps::Tree> && MapWalkDescr
   { Maps::get_first(database, out) } -> std::same_as<uint32_t>;
   { Maps::get_next(database, record, out) } -> std::same_as<uint32_t>;
   // The check of the place for a handle, and whether a retrieve or a walk stops at the first fault of its arguments.
-  { Maps::place_given(name, number, place) } -> std::same_as<bool>;
+  { Maps::place_given("", 0U, nullptr) } -> std::same_as<bool>;
   { Maps::kStopsAtFirstFault } -> std::convertible_to<bool>;
-  Maps::trace_no_record(number, info);
-  Maps::trace_stored(number, *record);
+  Maps::trace_no_record(0U, info);
+  Maps::trace_stored(0U, *record);
   { Maps::kNoHandle } -> MessageText;
   { Maps::kNoName } -> MessageText;
   { Maps::kNoDomain } -> MessageText;
@@ -291,6 +290,10 @@ concept MapDescription = MapTreeDescription<typename Maps::Tree> && MapWalkDescr
   { Maps::kNoMatch } -> MessageText;
   { Maps::kRetrieved } -> MessageText;
 };
+
+template <class Maps>
+concept MapDescription =
+    StoredMapDescription<Maps> && MapTreeDescription<typename Maps::Tree> && MapWalkDescription<typename Maps::Walk>;
 static_assert(MapDescription<PolicyMaps> && MapDescription<ClassMaps> && MapDescription<ParameterMaps>);
 
 }  // namespace zar
