@@ -84,8 +84,7 @@ class Hits {
   std::map<std::pair<std::string, std::string>, Count> counts_;
 };
 
-// 'events' is the number of events in the scenario. Targets with the same active policy-maps, in the same order, share
-// a node.
+// 'events' counts the events of the scenario. Targets with the same active policy-maps in the same order share a node.
 Graph make_graph(const PolicyFile &file, const Hits &hits, size_t events);
 
 }  // namespace simulator::graph

@@ -9,8 +9,7 @@ namespace simulator {
 
 enum class Tone : uint8_t { good, bad, changed, strong, faint };
 
-// Whether a text goes to an output that shows colours. The caller knows; nothing here queries a terminal or the
-// environment.
+// Whether the output shows colours. The caller knows; nothing here queries a terminal or the environment.
 enum class Colours : bool { off, on };
 
 // 'text' with the colour codes of a terminal around it, or unchanged.
