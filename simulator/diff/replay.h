@@ -16,8 +16,7 @@ namespace simulator::diff {
 struct Decided {
   std::string impossible{};  // why the event could not be raised; all else is then empty
   std::string verdict{};
-  std::vector<std::string>
-      rules{};  // the rules that ran, each "POLICY/EVENT CLASS-MAP", since numbers alone mean nothing
+  std::vector<std::string> rules{};  // that ran, each "POLICY/EVENT CLASS-MAP": numbers alone decide nothing
   std::map<std::string, std::optional<std::string>> changed{};  // attributes with their new values; nothing: cleared
   std::vector<std::string> log{};
 

@@ -11,7 +11,7 @@ namespace simulator::session {
 
 struct Completion {
   std::vector<std::string> candidates;  // what the unfinished word can become, sorted
-  std::string insertion;  // the text that they all continue with; if there is only one, followed by a blank
+  std::string insertion;                // how they all continue; with a blank at the end if there is only one
 };
 
 // 'before' is the line up to the cursor.
