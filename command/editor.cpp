@@ -48,8 +48,7 @@ std::optional<std::string> Editor::read() {
   const char *text = nullptr;
   do {
     given_up_ = false;
-    // Set before the prompt is shown, so that the terminal itself does not process keys typed at once, such as end of
-    // file.
+    // Set before the prompt, so that the terminal does not process keys typed at once, such as end of file, itself.
     el_set(line_, EL_PREP_TERM, 1);
     text = el_gets(line_, &count);
   } while (given_up_);

@@ -7,7 +7,7 @@
 
 namespace simulator {
 
-// Rules that did not match are left out; a policy-map without a matching rule is shown. Every line is indented by
+// Rules that did not match are left out; a policy-map without a matching rule is still shown. Every line is indented by
 // at least two. Empty for an event that could not be raised.
 std::string outline(const EventExplanation &explanation);
 

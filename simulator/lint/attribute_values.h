@@ -13,7 +13,7 @@
 //   6. Ranges to pass: the text is a number, an optional minus and digits, so the prefixes to pass leave only the numbers
 //      that begin with them (12: 12, 120 to 129, 1200 to 1299, ...; leading zeros are part of a number's text). If the
 //      ranges to pass, without the ranges not to pass, contain none of these: impossible.
-//   7. As 6, if the remaining texts are few and all known: each is checked against every test; if none fits, impossible.
+//   7. As 6, if few texts remain and all are known: each is checked against every test; if none fits, impossible.
 //   8. The same regex to pass and not to pass, or the empty regex not to pass and any test to pass: impossible. Nothing
 //      else is inferred from the text of a regex.
 //

@@ -9,11 +9,11 @@ namespace simulator::lint {
 
 namespace {
 
-// In literals examined. In total this is some seconds at worst.
+// In literals examined. All searches together take some seconds at worst.
 constexpr size_t kMostWork = 1'000'000;
 constexpr size_t kMostWorkOfOne = 20'000;
 
-// A search is as deep as there are conditions.
+// The depth of a search is the number of conditions.
 constexpr size_t kMostConditions = 2000;
 
 std::vector<Condition> all_of(const std::vector<Filter> &filters, bool hold) {

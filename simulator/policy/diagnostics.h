@@ -38,7 +38,7 @@ class Diagnostics {
 
 class Source;
 
-// The diagnostics as a person reads them: position, message, the line with a mark under the column, what was expected.
+// The diagnostics for people to read: position, message, the line with a mark under the column, what was expected.
 std::string render(const Diagnostics &diagnostics, const Source &source, Colours colours = Colours::off);
 
 }  // namespace simulator

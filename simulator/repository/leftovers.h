@@ -34,8 +34,8 @@ struct Kept {
   bool operator==(const Kept &) const = default;
 };
 
-// Returns a line for each difference between what is there now and what should be there, which is 'before' and 'kept',
-// and a line for each misuse that the runtime noticed since.
+// Returns a line for each difference between what is there now and what should be there ('before' plus 'kept'), and a
+// line for each misuse that the runtime noticed since.
 std::vector<std::string> find_leftovers(const Holdings &before, const Kept &kept);
 
 }  // namespace simulator

@@ -12,8 +12,8 @@
 
 namespace simulator {
 
-// A rule is covered once it has run, a statement of a parameter-map once it has matched, a filter once it was evaluated
-// both with and without holding. A filter that an alias puts into several class-maps or statements counts once in each.
+// A rule is covered once it has run, a statement of a parameter-map once it has matched, a filter once it has answered
+// both ways when it was asked. A filter that an alias puts into several class-maps or statements counts once in each.
 class Coverage {
  public:
   explicit Coverage(const PolicyFile &file) : file_(&file) {}
