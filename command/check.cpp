@@ -17,7 +17,7 @@ namespace command {
 
 namespace {
 
-// What came of one file: a line and an object.
+// The result of one file: a line and an object.
 struct Checked {
   int code = kSuccess;
   std::string errors;

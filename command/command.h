@@ -1,4 +1,4 @@
-// What a sub-command is to the main program.
+// The interface of a sub-command.
 #pragma once
 
 #include <memory>
@@ -14,10 +14,10 @@ class Command {
   virtual ~Command() = default;
 
   virtual const char *name() const = 0;
-  // A line about it for the list of commands.
+  // One line about it for the list of commands.
   virtual const char *summary() const = 0;
   virtual void declare(Options &options) = 0;
-  // Runs it, once the command line was read. Answers an exit code.
+  // Runs it after the command line was read. Returns an exit code.
   virtual int run() = 0;
 };
 
@@ -26,7 +26,7 @@ std::unique_ptr<Command> make_config_command();
 std::unique_ptr<Command> make_diff_command();
 std::unique_ptr<Command> make_explain_command();
 std::unique_ptr<Command> make_graph_command();
-// Shows the help of the program that it is one of the commands of.
+// Shows the help of 'program', which contains this command.
 std::unique_ptr<Command> make_help_command(const Program &program);
 std::unique_ptr<Command> make_lint_command();
 std::unique_ptr<Command> make_run_command();

@@ -1,4 +1,4 @@
-// zar config: writes the configuration of a running repository back as a policy file.
+// zar config: writes the configuration of a running repository as a policy file.
 #include <iostream>
 
 #include "command/command.h"

@@ -1,4 +1,4 @@
-// zar diff: what is different between two policy files, and what they decide differently.
+// zar diff: shows the differences between two policy files, and between their decisions.
 #include <iostream>
 
 #include "command/command.h"

@@ -24,17 +24,17 @@ Editor::Editor(Complete complete)
   el_set(line_, EL_PROMPT, prompt);
   el_set(line_, EL_EDITOR, "emacs");
   el_set(line_, EL_HIST, history, history_);
-  // The narrow call would make copies of the texts, which nobody frees; the wide one keeps them as they are.
+  // The narrow call would copy the texts and never free the copies; the wide one uses them as they are.
   el_wset(line_, EL_ADDFN, L"complete-word", L"Complete the word before the cursor", complete_word);
   el_wset(line_, EL_ADDFN, L"give-up-line", L"Begin a new line", give_up_line);
   el_wset(line_, EL_ADDFN, L"suspend", L"Stop until the job is continued", suspend);
   el_set(line_, EL_BIND, "^I", "complete-word", nullptr);
   el_set(line_, EL_BIND, "^R", "em-inc-search-prev", nullptr);
-  // Keys like the others while a line is typed: as a signal an interrupt would be lost between two keys.
+  // While a line is typed, ^C and ^Z are ordinary keys: as a signal, an interrupt could be lost between two keys.
   el_set(line_, EL_SETTY, "-d", "-isig", nullptr);
   el_set(line_, EL_BIND, "^C", "give-up-line", nullptr);
   el_set(line_, EL_BIND, "^Z", "suspend", nullptr);
-  // Commands are short; one that is interrupted would leave the repository half changed.
+  // Commands are short; interrupting one would leave the repository half changed.
   std::signal(SIGINT, SIG_IGN);
 }
 
@@ -48,7 +48,7 @@ std::optional<std::string> Editor::read() {
   const char *text = nullptr;
   do {
     given_up_ = false;
-    // Before the prompt is shown, so that the terminal itself takes no key, such as the end of the file, that is typed at once.
+    // Set before the prompt, so that the terminal does not process keys typed at once, such as end of file, itself.
     el_set(line_, EL_PREP_TERM, 1);
     text = el_gets(line_, &count);
   } while (given_up_);

@@ -1,4 +1,4 @@
-// Lines from a person at a terminal: edited, remembered, completed.
+// Reads lines from a person at a terminal, with editing, history and completion.
 #pragma once
 
 #include <histedit.h>
@@ -20,7 +20,7 @@ class Editor {
   Editor(const Editor &) = delete;
   Editor &operator=(const Editor &) = delete;
 
-  // The next line without its end; nothing at the end of the input.
+  // The next line without its newline; nothing at the end of the input.
   std::optional<std::string> read();
 
  private:

@@ -69,7 +69,7 @@ class ExplainCommand final : public Command {
     return good ? step : std::nullopt;
   }
 
-  // The parser takes no other word.
+  // The parser accepts no other word.
   Level level() const { return parse_level(level_).value_or(Level::rules); }
 
   void explain(const PolicyFile &file, const Repository &repository, const Step &step) const {

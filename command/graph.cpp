@@ -1,4 +1,4 @@
-// zar graph: the policies of a repository as a picture, with what the scenario did.
+// zar graph: draws the policies of a repository, with the effects of the scenario.
 #include <iostream>
 
 #include "command/command.h"

@@ -1,4 +1,4 @@
-// zar help: tells about the command, or about one of its sub-commands.
+// zar help: describes the command, or one of its sub-commands.
 #include <iostream>
 
 #include "command/exit_codes.h"

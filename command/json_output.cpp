@@ -17,7 +17,7 @@ std::string indent(size_t depth) {
   return std::string(depth * kIndent, ' ');
 }
 
-// As 'depth' levels inside of something else. A line end inside of a text is escaped, so each one here is the layout's.
+// Indents a value for its place inside 'depth' levels. Newlines inside texts are escaped, so each one here is layout.
 std::string dumped_inside(const Json &value, size_t depth) {
   std::string text = indent(depth);
   for (const char character : dumped(value)) {
@@ -27,7 +27,7 @@ std::string dumped_inside(const Json &value, size_t depth) {
   return text;
 }
 
-// The members of an object at this depth with what goes around them left out.
+// The members of an object at this depth, without the braces around them.
 std::string members_of(const Json &object, size_t depth) {
   if (object.empty()) return {};
   const std::string text = dumped_inside(object, depth);

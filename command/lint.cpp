@@ -1,4 +1,4 @@
-// zar lint: tells what can be proven to be wrong with a policy file that loads.
+// zar lint: lists the faults that can be proven in a policy file that loads.
 #include <iostream>
 
 #include "command/command.h"

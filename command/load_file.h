@@ -1,4 +1,4 @@
-// Loading for sub-commands.
+// Loads files for sub-commands.
 #pragma once
 
 #include <optional>
@@ -13,16 +13,16 @@ namespace command {
 struct Loaded {
   simulator::Source source;
   simulator::Diagnostics diagnostics;
-  std::optional<simulator::PolicyFile> file;  // nothing when anything is wrong
+  std::optional<simulator::PolicyFile> file;  // nothing if anything is wrong
 };
 
-// A file, or standard input for "-", with all that is wrong with it.
+// A file, or standard input for "-", with all its errors.
 Loaded load_path(const std::string &path);
 
-// The same for those who need the good ones only: what is wrong goes to standard error.
+// The same for callers that need only valid files: errors go to standard error.
 std::optional<simulator::PolicyFile> load_file(const std::string &path);
 
-// Whether standard input, which can be read but once, stands at most once among the paths. Complains when it does not.
+// Whether standard input, which can be read only once, is at most once among the paths. Complains otherwise.
 bool name_stdin_once(const std::vector<std::string> &paths);
 
 }  // namespace command

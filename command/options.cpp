@@ -24,7 +24,7 @@ CLI::Validator one_of(std::vector<std::string> words) {
   return {check, std::move(described)};
 }
 
-// The text as it is written: the parser would take leading zeros for an octal number.
+// Checks the text as written: the parser would read leading zeros as an octal number.
 std::string check_percentage(const std::string &text) {
   for (uint32_t percentage = 0; percentage <= 100; ++percentage) {
     if (text == std::to_string(percentage)) return {};

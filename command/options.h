@@ -1,5 +1,5 @@
-// What a command takes from the command line, as it declares it. The values land in the variables that it gives, which
-// live as long as the command.
+// The arguments and options of a command, as it declares them. The values go to variables of the command, which must
+// live as long as the command does.
 #pragma once
 
 #include <cstdint>
@@ -23,19 +23,19 @@ class Options {
   void argument(const char *name, std::optional<std::string> &value, const char *help);
 
   void flag(const char *name, bool &value, const char *help);
-  // 'type' stands for the value in the help.
+  // 'type' is the name of the value in the help.
   void option(const char *name, const char *type, std::string &value, const char *help);
   void required_option(const char *name, const char *type, std::string &value, const char *help);
   // May be given several times.
   void options(const char *name, const char *type, std::vector<std::string> &values, const char *help);
-  // Takes one of these words; of another one the word is told that was probably meant. What 'value' is by then is the
-  // default.
+  // Accepts one of these words; for any other it suggests the word that was probably meant. The value of 'value' at the
+  // call is the default.
   void choice(const char *name, const char *type, std::string &value, std::vector<std::string> words, const char *help);
   void percentage(const char *name, uint32_t &value, const char *help);
-  // Of the two at most one may be given.
+  // At most one of the two may be given.
   void exclude(const char *one, const char *other);
 
-  // What the help ends with.
+  // The end of the help.
   void epilogue(const char *text);
 
  private:

@@ -27,7 +27,7 @@ bool looks_like_option(const std::string &argument) {
   return argument.size() > 1 && argument[0] == '-' && !std::isdigit(argument[1]);
 }
 
-// The first argument that looks like an option and is none.
+// The first argument that looks like an option but is not one.
 std::string unknown_option(const CLI::App &parser, const std::vector<std::string> &arguments) {
   for (const std::string &argument : arguments) {
     if (argument == "--") break;
@@ -46,7 +46,7 @@ void complain_about_option(const CLI::App &parser, const std::string &name) {
   complain(no_such("option", name, {names.begin(), names.end()}));
 }
 
-// What could not be written was not done.
+// If the output cannot be written, the command has failed.
 int written(int code) {
   std::cout.flush();
   if (std::cout) return code;
@@ -74,7 +74,7 @@ void Program::add(std::unique_ptr<Command> command) {
 
 int Program::run(int argc, char **argv) {
   if (argc == 1) return complain_about_missing_command();
-  // A misspelt command reads to the parser like any argument too many.
+  // To the parser, a misspelt command is one more argument.
   const std::string first = argv[1];
   if (!first.empty() && first[0] != '-' && !find(first)) return complain_about_command(first);
   try {

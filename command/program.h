@@ -1,4 +1,4 @@
-// The program: its commands, what they are asked on the command line, and what is wrong with that.
+// The program: its commands, its reading of the command line, and the errors in that.
 #pragma once
 
 #include <memory>
@@ -24,7 +24,7 @@ class Program {
   Program &operator=(const Program &) = delete;
 
   void add(std::unique_ptr<Command> command);
-  // Reads the command line and runs the command that it names. Answers an exit code.
+  // Reads the command line and runs the command that it names. Returns an exit code.
   int run(int argc, char **argv);
 
   std::vector<std::string_view> command_names() const;
@@ -39,7 +39,7 @@ class Program {
   };
 
   const Entry *find(std::string_view name) const;
-  // The one that the command line named; NULL when it has named none yet.
+  // The command that the command line named; NULL if it has not named one yet.
   const Entry *asked_for() const;
   int complain_about_command(const std::string &word) const;
   int complain_about_arguments(const CLI::ParseError &error, const std::vector<std::string> &arguments) const;

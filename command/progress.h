@@ -1,11 +1,11 @@
-// A line that tells how far a long scenario is.
+// A line that shows how far a long scenario has got.
 #pragma once
 
 #include <cstddef>
 
 namespace command {
 
-// Shown on standard error where that is a terminal and the results go elsewhere, so that nothing is written into either.
+// Shown on standard error if that is a terminal and the results go elsewhere, so that it does not mix with any output.
 // Short scenarios have none.
 class Progress {
  public:
@@ -14,11 +14,11 @@ class Progress {
   Progress(const Progress &) = delete;
   Progress &operator=(const Progress &) = delete;
 
-  // Another event is done.
+  // Call it after each event.
   void step();
 
  private:
-  // Short enough a scenario is over before anybody could read the line.
+  // A shorter scenario is over before anybody could read the line.
   static constexpr size_t kLong = 10'000;
   static constexpr size_t kStride = 1'000;
 

@@ -1,4 +1,4 @@
-// What every sub-command says in the same way, on standard error.
+// The messages on standard error that all sub-commands share.
 #pragma once
 
 #include <functional>
@@ -14,22 +14,22 @@ namespace command {
 void complain(std::string_view text);
 void complain(const simulator::Complaints &complaints);
 
-// What complaints begin with from now on, instead of "zar".
+// Sets what complaints begin with from now on, instead of "zar".
 void complain_from(std::string from);
 
-// What is wrong with a policy file.
+// Prints the errors of a policy file.
 void report(const simulator::Diagnostics &diagnostics, const simulator::Source &source);
 
-// What should never happen. Answers the exit code that it asks for.
+// Reports what should never happen. Returns its exit code.
 int report_internal(const simulator::Complaints &problems);
 
-// Does the work on one of several files. What it throws is reported and costs this file alone.
+// Does the work on one of several files. An exception is reported and costs only this file.
 //
-// The files share the process, which has one repository after the other. A process for each would also survive a file that
-// makes the simulator crash; but such a file is a defect of the simulator, and to go on after it would hide it.
+// The files share the process, which has one repository at a time. A process per file would also survive a file that
+// crashes the simulator; but such a crash is a defect of the simulator, and going on after it would hide it.
 int work_on_one(const std::function<int()> &work);
 
-// Takes the repository down and reports its problems. Answers the exit code that they ask for.
+// Takes the repository down and reports its problems. Returns the exit code for them.
 int finish(simulator::Repository &repository);
 
 }  // namespace command

@@ -31,10 +31,10 @@ void show_step(size_t number, const Step &step) {
   }
 }
 
-// A good file, and the events to raise on it.
+// A valid file, and the events to raise on it.
 struct Prepared {
   PolicyFile file;
-  std::vector<Step> given;  // on the command line; none: those of the scenario
+  std::vector<Step> given;  // from the command line; if empty, those of the scenario are run
 
   const std::vector<Step> &steps() const { return given.empty() ? file.scenario : given; }
 };
@@ -78,7 +78,7 @@ class RunCommand final : public Command {
       std::optional<Prepared> prepared;
       const int code = work_on_one([&] {
         const int good = prepare(path, prepared);
-        // Events that are wrong for the only file are wrong usage and nothing else.
+        // If the events are wrong for the only file, this is just wrong usage, without any output.
         if (good != kUsage && !files) files = begin_files();
         if (!prepared) return good;
         if (!json_ && paths_.size() > 1) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
@@ -103,7 +103,7 @@ class RunCommand final : public Command {
     files->end(tail);
   }
 
-  // Answers an exit code, and 'prepared' if it is a good one.
+  // Returns an exit code; sets 'prepared' on success.
   int prepare(const std::string &path, std::optional<Prepared> &prepared) const {
     std::optional<PolicyFile> file = load_file(path);
     if (!file) return kBadFile;
@@ -125,7 +125,7 @@ class RunCommand final : public Command {
     return finish(repository);
   }
 
-  // The events of the command line; nothing when one of them is wrong.
+  // The events of the command line; nothing if one of them is wrong.
   std::optional<std::vector<Step>> given_steps(const PolicyFile &file) const {
     std::vector<Step> steps;
     Complaints complaints;
@@ -145,7 +145,7 @@ class RunCommand final : public Command {
       show_step(++number, step);
       std::cout << outline(recorder.raise(repository, step));
       progress.step();
-      // Messages of the library go elsewhere; they should meet the event that they belong to.
+      // Messages of the library go to another stream; flush, so that they appear next to their event.
       if (!trace_.empty()) std::cout.flush();
     }
     const std::string lists = listings(prepared.file, repository);

@@ -39,7 +39,7 @@ void report_trouble(const session::Trouble &trouble) {
     complain(complaint);
 }
 
-// What every line leads to, whoever wrote it.
+// What every line does, whether from a person or a program.
 Reply run_line(Session &session, const std::string &line, size_t number) {
   Reply reply = run(session, line, number);
   if (reply.trace_level) show_trace(*reply.trace_level);
@@ -47,7 +47,7 @@ Reply run_line(Session &session, const std::string &line, size_t number) {
   return reply;
 }
 
-// Messages of the library go elsewhere; they should meet the command that they belong to.
+// Messages of the library go to another stream; the flush makes them appear next to their command.
 Status print_line(Session &session, const std::string &line, size_t number) {
   const Reply reply = run_line(session, line, number);
   std::cout << reply.output;
@@ -56,7 +56,7 @@ Status print_line(Session &session, const std::string &line, size_t number) {
   return reply.status;
 }
 
-// A person can mend what went wrong.
+// After an error a person can correct it and go on.
 void talk(Session &session) {
   std::cout << "help tells about the commands; TAB completes; quit ends the session\n" << std::flush;
   Editor editor([&](const std::string &before) { return session::complete(session, before); });
@@ -66,7 +66,7 @@ void talk(Session &session) {
   }
 }
 
-// What a command prints, and what it explains, become an object.
+// Writes the output and the explanation of a command as an object.
 Status add_line(Session &session, const std::string &line, size_t number, JsonStream &commands) {
   const Reply reply = run_line(session, line, number);
   Json entry;
@@ -81,7 +81,7 @@ Status add_line(Session &session, const std::string &line, size_t number, JsonSt
   return reply.status;
 }
 
-// A program that writes commands does not read what comes of them: the first that fails is the last.
+// A program that writes commands does not read their results, so the first failed command ends the session.
 int follow(Session &session, JsonStream *commands) {
   size_t number = 0;
   for (std::string line; std::getline(std::cin, line);) {
@@ -126,7 +126,7 @@ class ShellCommand final : public Command {
     int code = begin(session);
     if (code == kSuccess) code = converse(session);
     complain_from("zar");
-    // What a session takes down at its end is not what somebody wanted to see, and would hide why it ended.
+    // Messages from taking the repository down were not asked for, and would hide why the session ended.
     show_trace({});
     const int end = report_internal(session.end());
     return end != kSuccess ? end : code;

@@ -14,7 +14,7 @@ bool shows_colours(Stream stream) {
   return kind && std::string_view(kind) != "dumb";
 }
 
-// Asked once: neither the streams nor the environment change while the command runs.
+// Evaluated once: neither the streams nor the environment change while the command runs.
 bool has_colours(Stream stream) {
   static const bool kOut = shows_colours(Stream::out);
   static const bool kErr = shows_colours(Stream::err);

@@ -1,6 +1,6 @@
-// All that knows what a terminal is and the codes that it acts on.
+// Everything that deals with terminals and their control codes.
 //
-// Colour goes to a terminal only, and never where the environment holds NO_COLOR or the terminal is a dumb one.
+// Only terminals get colour, and not if NO_COLOR is set in the environment or the terminal is a dumb one.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ bool is_terminal(Stream stream);
 // Whether 'stream' shows colours.
 simulator::Colours colours(Stream stream);
 
-// What brings the cursor back to the start of its line and clears the line.
+// The codes that move the cursor to the start of its line and clear the line.
 std::string_view line_eraser();
 
 }  // namespace command::terminal

@@ -1,4 +1,4 @@
-// zar test: runs the tests that policy files hold, and tells what they cover.
+// zar test: runs the tests in policy files, and reports what they cover.
 #include <algorithm>
 #include <iostream>
 

@@ -25,7 +25,7 @@ std::string describe_missing(const CLI::App &parser) {
   return "a command is missing";
 }
 
-// What stands behind "--" is left over by the program's parser, everything else by the command's.
+// The program's parser keeps what follows "--" as surplus, the command's parser everything else.
 std::string describe_surplus(const CLI::App &parser) {
   Arguments surplus = parser.remaining();
   if (surplus.empty() && parser.get_parent()) surplus = parser.get_parent()->remaining();
@@ -62,7 +62,7 @@ std::string describe_flag_with_value(const CLI::App &parser, const Arguments &ar
   return {};
 }
 
-// An option takes whatever follows it, so only the last argument can lack its value.
+// An option takes any argument after it as its value, so only the last argument can lack one.
 std::string describe_missing_value(const CLI::App &parser, const Arguments &arguments) {
   const std::string &last = arguments.back();
   const CLI::Option *option = parser.get_option_no_throw(last.substr(0, last.find('=')));

@@ -1,4 +1,4 @@
-// What is wrong with a command line, in sentences of our own: those of the parser differ from one release of it to the next.
+// Describes errors in a command line in sentences of our own: the parser's differ from one release to the next.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ class ParseError;
 
 namespace command {
 
-// 'parser' is the one of the command, or of the program where no command was found. 'arguments' are the program's.
+// 'parser' is the command's, or the program's if no command was found. 'arguments' are the program's.
 std::string describe_usage(const CLI::ParseError &error, const CLI::App &parser,
                            const std::vector<std::string> &arguments);
 

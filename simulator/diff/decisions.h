@@ -1,4 +1,4 @@
-// What two policy files decide differently when the same scenario is replayed on both.
+// The different decisions of two policy files when the same scenario is replayed on both.
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@ struct Files {
   const PolicyFile *after;
 };
 
-// What of a decision can be different, in the order of telling.
+// The parts of a decision that can differ, in the order of the report.
 inline constexpr const char *kAspects[] = {"possible", "verdict", "attributes", "log", "rules"};
 
 struct DifferentEvent {
@@ -24,14 +24,14 @@ struct DifferentEvent {
 
 struct Replayed {
   std::vector<DifferentEvent> different;
-  size_t impossible = 0;  // events that can be raised on neither side, and so decide nothing
+  size_t impossible = 0;  // events that can be raised on neither side, so that they decide nothing
   Decided first_before{};
   Decided first_after{};
   ReplayedStep before{};  // the first that is decided differently
   ReplayedStep after{};
 };
 
-// Nothing when anything went wrong with a repository of one of the files; 'problems' then says what.
+// Nothing when anything goes wrong with a repository of one of the files; 'problems' then says what.
 std::optional<Replayed> compare_replays(const Files &files, const std::vector<Step> &steps, Complaints &problems);
 
 }  // namespace simulator::diff

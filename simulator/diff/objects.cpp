@@ -15,7 +15,7 @@ Property single(std::string name, std::string value) {
 }
 
 Property list(std::string name, std::vector<std::string> values) {
-  // What has no order is brought into one, so that lists can be compared as they are.
+  // The order has no meaning here; sorting makes lists comparable.
   std::sort(values.begin(), values.end());
   return {std::move(name), std::move(values), true, false};
 }
@@ -120,7 +120,7 @@ std::vector<Object> objects_of(const PolicyFile &file) {
 
 namespace {
 
-// What of 'from' is not in 'other', each as often as it stands.
+// The texts in 'from' that are not in 'other'; repeated texts count each time.
 std::vector<std::string> missing_in(const std::vector<std::string> &other, const std::vector<std::string> &from) {
   std::multiset<std::string_view> there(other.begin(), other.end());
   std::vector<std::string> missing;
@@ -207,8 +207,8 @@ class Comparison {
 
   std::vector<Object> before_;
   std::vector<Object> after_;
-  std::vector<size_t> pair_of_;  // of each of 'before_': its index in 'after_'
-  std::vector<bool> paired_;     // of each of 'after_'
+  std::vector<size_t> pair_of_;  // for each of 'before_': its index in 'after_'
+  std::vector<bool> paired_;     // for each of 'after_'
   std::vector<ObjectChange> changes_;
 };
 

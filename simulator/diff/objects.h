@@ -1,8 +1,8 @@
-// What is different between two policy files, object by object.
+// The differences between two policy files, object by object.
 //
-// Only what has a meaning counts: not where something stands, not the order of the filters of a class-map, not how actions
-// are numbered as long as their order is the same. A rule is known by its number, or by its class-map where its number is
-// gone; so a rule that was only numbered anew is one that changed.
+// Only differences with a meaning count: not positions, not the order of the filters of a class-map, not the numbers of
+// actions if their order is the same. A rule is identified by its number, or by its class-map when no rule has its
+// number any more; so a rule that was only renumbered is reported as changed.
 #pragma once
 
 #include <optional>
@@ -17,7 +17,7 @@ struct Property {
   std::string name;
   std::vector<std::string> values;
   bool is_list = false;
-  bool ordered = false;  // of a list: whether the order has a meaning
+  bool ordered = false;  // for a list: whether the order has a meaning
 
   bool operator==(const Property &) const = default;
 };
@@ -25,17 +25,17 @@ struct Property {
 struct Object {
   std::string kind;
   std::string name;
-  std::string second_name;  // another one to know it by; may be empty
+  std::string second_name;  // another name to identify it by; may be empty
   Position position;
   std::vector<Property> properties;  // in a fixed order for each kind
 };
 
-// Everything in a file that a repository is built of, each kind together.
+// Everything in a file that a repository is built from, grouped by kind.
 std::vector<Object> objects_of(const PolicyFile &file);
 
 struct Difference {
   std::string property;
-  std::vector<std::string> before{};  // of a list: what is gone, or all of it when only the order is another
+  std::vector<std::string> before{};  // of a list: the removed items, or all of them if only the order differs
   std::vector<std::string> after{};
   bool is_list = false;
   bool reordered = false;

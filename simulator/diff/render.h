@@ -1,4 +1,4 @@
-// What is different between two policy files, as a person and a program read it.
+// The differences between two policy files, for people and for programs.
 #pragma once
 
 #include <string>

@@ -20,7 +20,7 @@ class Player {
     for_each_attribute(file, [&](const Name &attribute) { attributes_.insert(attribute.value); });
   }
 
-  // Calls 'each' with every step as it came about. False when anything went wrong with the repository.
+  // Calls 'each' with the result of every step. False when anything goes wrong with the repository.
   bool play(std::span<const Step> steps, const std::function<void(ReplayedStep)> &each, Complaints &problems) const {
     Repository repository(*file_);
     if (repository.build()) {
@@ -41,12 +41,12 @@ class Player {
     return replayed;
   }
 
-  // What no filter and no action of the file speaks of can be left out, and there is no end to what others may speak of.
+  // Attributes that no filter and no action of the file uses are left out: their number has no limit.
   Step known_part_of(const Step &step) const {
     Step known = step;
     std::erase_if(known.set, [&](const Assignment &set) { return !attributes_.contains(set.attribute.value); });
     std::erase_if(known.clear, [&](const Name &attribute) { return !attributes_.contains(attribute.value); });
-    // The positions are those of another file.
+    // The positions belong to another file.
     known.position = {};
     for (Assignment &set : known.set)
       set.attribute.position = {};

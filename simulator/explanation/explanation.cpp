@@ -34,7 +34,8 @@ void collect_rules(const EventExplanation &explanation, std::vector<RuleRun> &al
   }
 }
 
-// Of the actions themselves and of the parameter-maps that they apply: an event that they raise has a verdict of its own.
+// Includes the actions of the parameter-maps that they apply, but not of the events that they raise: each event has a
+// verdict of its own.
 const ActionExplanation *last_decision(const std::vector<ActionExplanation> &actions) {
   const ActionExplanation *last = nullptr;
   for (const ActionExplanation &action : actions) {

@@ -1,7 +1,7 @@
 // The explanation of an event: everything that was tried, what held, what ran, and what it changed.
 //
-// A Recorder makes it; texts, JSON and counts are made of it. It points into the policy file and is good as long as the lists
-// of the file are; the repository may be gone.
+// A Recorder makes it; texts, JSON and counts are made from it. It points into the policy file and is valid as long as
+// the lists of the file are; the repository may be gone.
 #pragma once
 
 #include <memory>
@@ -19,8 +19,8 @@ struct ParameterMapExplanation;
 
 struct FilterExplanation {
   const Filter *filter = nullptr;
-  bool asked = false;  // false: the outcome was certain without it
-  bool holds = false;  // no-match taken into account; of one that was not asked: what it would have said
+  bool asked = false;                  // false: the outcome was certain without it
+  bool holds = false;                  // with no-match applied; if it was not asked: what it would have answered
   std::optional<std::string> value{};  // of the attribute; nothing: it was absent
 };
 
@@ -33,11 +33,11 @@ struct Change {
 struct ActionExplanation {
   const Action *action = nullptr;
   bool failed = false;
-  bool refused = false;  // an event or a parameter-map that was nested too deep or too often
+  bool refused = false;  // an event or a parameter-map was nested too deep or too often
   engine::Verdict decided = engine::Verdict::none;
   std::vector<Change> changes{};
-  std::unique_ptr<EventExplanation> raised{};          // of a raise that was not refused
-  std::unique_ptr<ParameterMapExplanation> applied{};  // of an apply
+  std::unique_ptr<EventExplanation> raised{};          // by a raise that was not refused
+  std::unique_ptr<ParameterMapExplanation> applied{};  // by an apply
 };
 
 struct StatementExplanation {
@@ -58,15 +58,15 @@ struct RuleExplanation {
   const Rule *rule = nullptr;
   const ClassMap *class_map = nullptr;
   bool matched = false;
-  std::vector<FilterExplanation> filters{};  // of the class-map, in the order of asking
+  std::vector<FilterExplanation> filters{};  // of the class-map, in the order of evaluation
   std::vector<ActionExplanation> actions{};
-  bool cut_short = false;  // the exec criteria left the rest of the actions out
+  bool cut_short = false;  // the exec criteria skipped the remaining actions
 };
 
 struct PolicyExplanation {
   const PolicyMap *policy = nullptr;
   const EventRules *event = nullptr;     // NULL: the policy-map does not handle the event
-  std::vector<RuleExplanation> rules{};  // the ones that were tried
+  std::vector<RuleExplanation> rules{};  // the rules that were tried
 
   bool any_matched() const;
 };
@@ -76,32 +76,32 @@ struct EventExplanation {
   std::vector<PolicyExplanation> policies{};  // all that are active on the target
   engine::Outcome outcome{};
 
-  // Where a rule of any policy-map matched.
+  // Whether a rule of any policy-map matched.
   bool any_matched() const;
 };
 
-// A rule that ran, with where it belongs.
+// A rule that ran, with its event and policy-map.
 struct RuleRun {
   const PolicyMap *policy;
   const EventRules *event;
   const RuleExplanation *rule;
 };
 
-// The rules that ran, in the order in which they began, those of raised events included.
+// The rules that ran, in the order in which they began, including those of raised events.
 std::vector<RuleRun> rules_run(const EventExplanation &explanation);
 // The texts that were logged, in order.
 std::vector<std::string> logs(const EventExplanation &explanation);
-// What the event changed in the end, in the order of the first changes; what is as it was before is left out.
+// The net changes of the event, in the order of the first changes; values that end as they began are left out.
 std::vector<Change> net_changes(const EventExplanation &explanation);
 
-// The last permit or deny that ran for this very event.
+// The last permit or deny that ran for this event itself.
 struct Decision {
   RuleRun rule;
   const ActionExplanation *action;
 };
 std::optional<Decision> decision(const EventExplanation &explanation);
 
-// Calls 'visit' with every action that ran, in the order in which they ended; of nested ones first.
+// Calls 'visit' with every action that ran, in the order in which they ended, so nested ones first.
 template <class Visit>
 void for_each_action(const EventExplanation &explanation, Visit visit);
 

@@ -7,14 +7,14 @@
 
 namespace simulator {
 
-// Everything that the text of the same level tells, and the numbers behind it.
+// Everything that the text of the same level says, and the numbers behind it.
 Json explanation_json(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level);
 
-// One event of many: its number, its counts, what decided, and the attributes that its target has now.
+// One of many events: its number, its counts, what decided, and the attributes that its target has now.
 Json event_json(size_t number, const EventExplanation &explanation, const PolicyFile &file, const Step &step,
                 const Repository &repository);
 
-// {"attribute", "before", "after"}; null is an absent value.
+// {"attribute", "before", "after"}; null means absent.
 Json change_json(const Change &change);
 
 }  // namespace simulator

@@ -10,7 +10,7 @@ namespace simulator {
 
 namespace {
 
-// Collects lines, and in the end puts their positions in a column of their own.
+// Collects lines; at the end it puts their positions in a column of their own.
 class Writer {
  public:
   Writer(const PolicyFile &file, Level level, Colours colours) : file_(&file), level_(level), colours_(colours) {}
@@ -25,7 +25,7 @@ class Writer {
     std::string text;
   };
 
-  // What is written while one is there stands one deeper.
+  // While one exists, lines are indented one level deeper.
   class Deeper {
    public:
     explicit Deeper(Writer &writer) : depth_(writer.depth_) { ++depth_; }
@@ -103,7 +103,7 @@ void Writer::write(const EventExplanation &explanation, const Step &step) {
   changes_of(explanation);
 }
 
-// What is changed before the event stands in this file, or somewhere else: on a command line, in another file.
+// The changes before the event come from this file, or from a command line or another file.
 void Writer::given(const Step &step) {
   const auto origin = [&](Position position) {
     const Position from = position.line != 0 ? position : step.position;
@@ -172,7 +172,7 @@ void Writer::policy(const PolicyExplanation &policy) {
   nearest_of(policy);
 }
 
-// Why a class-map matched or not, in as few filters as tell it.
+// Why a class-map matched or not, with as few filters as possible.
 std::string reason_of(const RuleExplanation &rule) {
   const auto asked = [](const FilterExplanation &filter) { return filter.asked; };
   const auto last = std::find_if(rule.filters.rbegin(), rule.filters.rend(), asked);
@@ -279,7 +279,7 @@ void Writer::nearest_line(const NearestRule &nearest) {
       nearest.rule->class_map->name.position);
 }
 
-// 'position' is where a line without a filter comes from.
+// 'position' is the position of a line without a filter.
 void Writer::missing(const Shortfall &shortfall, std::string_view what, Position position) {
   if (!shortfall.first) return line(position, concat(what, ", which has no filters and never matches"));
   const std::string several =

@@ -10,17 +10,17 @@
 
 namespace simulator {
 
-// How much of an explanation is shown.
+// How much of an explanation to show.
 enum class Level : uint8_t {
-  decision,  // what decided, what changed, and why nothing matched where nothing did
+  decision,  // what decided, what changed, and if nothing matched, why
   rules,     // every policy-map and rule that was tried, every action that ran
-  filters,   // every filter that was asked, too
+  filters,   // also every filter that was asked
 };
 
 // "decision", "rules" or "filters".
 std::optional<Level> parse_level(std::string_view word);
 
-// A line for each step; each begins with the position in the policy file that it comes from.
+// A line for each step; each begins with the step's position in the policy file.
 std::string explanation_text(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level,
                              Colours colours);
 

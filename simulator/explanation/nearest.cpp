@@ -15,7 +15,7 @@ bool is_nearer(const Shortfall &a, const Shortfall &b) {
   return a.before_first > b.before_first;
 }
 
-// Every filter has to answer 'wanted'.
+// Every filter must answer 'wanted'.
 Shortfall shortfall_of_all(const std::vector<FilterExplanation> &filters, bool wanted) {
   Shortfall shortfall;
   for (const FilterExplanation &filter : filters) {
@@ -39,11 +39,11 @@ void keep_nearer(std::optional<Nearest> &nearest, const Nearest &other) {
 Shortfall shortfall(const RuleExplanation &rule) {
   if (rule.class_map->match != ClassMatch::any)
     return shortfall_of_all(rule.filters, rule.class_map->match == ClassMatch::all);
-  // One of them would do.
+  // One of them would be enough.
   return rule.filters.empty() ? Shortfall{kNoWay, 0, nullptr} : Shortfall{1, 0, &rule.filters.front()};
 }
 
-// Of the filters of one attribute one has to hold.
+// One of the filters of each attribute must hold.
 Shortfall shortfall(const StatementExplanation &statement) {
   std::vector<FilterExplanation> of_attributes;
   std::vector<const FilterExplanation *> firsts;

@@ -5,17 +5,17 @@
 
 namespace simulator {
 
-// What would have had to be otherwise for a class-map or a statement to match.
+// What would have to be different for a class-map or a statement to match.
 struct Shortfall {
   size_t missing = 0;                        // how many filters would have to change their answer
   size_t before_first = 0;                   // how many answered as needed before the first of these
-  const FilterExplanation *first = nullptr;  // NULL: no filters, and no way to match
+  const FilterExplanation *first = nullptr;  // NULL: it has no filters and cannot match
 };
 
 Shortfall shortfall(const RuleExplanation &rule);
 Shortfall shortfall(const StatementExplanation &statement);
 
-// The one with the fewest missing filters; of equals the one that got furthest, then the earlier one.
+// The one with the fewest missing filters; among equals the one that got furthest, then the earlier one.
 struct NearestRule {
   const PolicyExplanation *policy = nullptr;
   const RuleExplanation *rule = nullptr;
@@ -26,7 +26,7 @@ struct NearestStatement {
   Shortfall shortfall{};
 };
 
-// Nothing where no rule was tried.
+// Nothing if no rule was tried.
 std::optional<NearestRule> nearest_rule(const PolicyExplanation &policy);
 std::optional<NearestRule> nearest_rule(const EventExplanation &explanation);
 std::optional<NearestStatement> nearest_statement(const ParameterMapExplanation &map);

@@ -43,7 +43,7 @@ class Writer {
     if (rule.cut_short) line(indent + 1, concat("the rule ends here: ", to_string(rule.rule->execute)));
   }
 
-  // A failure stands beside the action, or below what the action led to.
+  // A failure is shown beside the action, or below everything that the action led to.
   void action(const ActionExplanation &action, size_t indent) {
     const bool applied = action.applied && action.applied->matched();
     const bool led_on = action.refused || action.raised || applied;
@@ -58,7 +58,7 @@ class Writer {
     if (action.failed && led_on) line(indent + 1, "failed");
   }
 
-  // What a 'set' sets stands in the action itself.
+  // The value of a 'set' is already in the action's text.
   static std::string change_of(const Action &action, const Change &change) {
     const std::string was = concat("was ", value_text(change.before));
     if (!change.after || action.kind == ActionKind::set) return was;

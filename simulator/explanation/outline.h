@@ -1,4 +1,4 @@
-// What an event did, in text: which rules matched, what their actions changed, and the verdict.
+// The effects of an event, as text: the rules that matched, the changes by their actions, and the verdict.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace simulator {
 
-// What did not match is left out, but for policy-maps of which no rule matched. Every line is indented by two at least.
-// Nothing for an event that could not be raised.
+// Rules that did not match are left out; a policy-map without a matching rule is still shown. Every line is indented by
+// at least two. Empty for an event that could not be raised.
 std::string outline(const EventExplanation &explanation);
 
 }  // namespace simulator

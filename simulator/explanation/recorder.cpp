@@ -28,8 +28,8 @@ const Statement *find_statement(const ParameterMap &map, uint32_t index) {
   return found == map.statements.end() ? nullptr : &*found;
 }
 
-// A record keeps a copy of its filter. The file's own has the same position, and the same index unless the library put the
-// filters of a class-map into another order.
+// A record keeps a copy of its filter. The original in the file has the same position, and the same index unless the
+// library reordered the filters of a class-map.
 const Filter *find_filter(const ClassMap &map, size_t index, const Filter &copy) {
   const auto is_it = [&](const Filter &filter) { return filter.position == copy.position; };
   if (index < map.filters.size() && is_it(map.filters[index])) return &map.filters[index];
@@ -98,7 +98,7 @@ void Recorder::filter_evaluated(const zar_filter &filter, bool holds) {
   filters_.back().holds = holds;
 }
 
-// The filters that were left out are asked here, so that it can be told how much was missing.
+// Evaluates the filters that were skipped, so that the explanation can show how many were missing.
 void Recorder::class_evaluated(const zar_cmap &cmap, bool, const zar_filter *) {
   size_t at = 0;
   for (const zar_filter &filter : engine::Records<zar_filter>(cmap.filters)) {
@@ -122,13 +122,13 @@ void Recorder::rule_cut_short(const zar_class_action &, const zar_action &) {
   rule().cut_short = true;
 }
 
-// Where the next action of this event belongs: to the parameter-map that an action applies, or else to the rule.
+// The list for the next action of this event: in the parameter-map that an action applies, or else in the rule.
 std::vector<ActionExplanation> &Recorder::actions() {
   if (frames_.back().actions_under_way.empty()) return rule().actions;
   return action().applied->actions;
 }
 
-// The actions of the file among which the next one is.
+// The actions in the file that include the next one.
 const std::vector<Action> &Recorder::actions_of_file() {
   if (frames_.back().actions_under_way.empty()) return rule().rule->actions;
   return action().applied->statements.back().statement->actions;

@@ -1,4 +1,4 @@
-// Records the explanation of every event that is raised while it observes.
+// Records the explanation of every event that is raised while it exists.
 #pragma once
 
 #include <vector>
@@ -8,7 +8,7 @@
 
 namespace simulator {
 
-// Observes the engine from its making to its end. One at a time.
+// Observes the engine from construction to destruction. Only one may exist at a time.
 class Recorder : public engine::Observer {
  public:
   explicit Recorder(const PolicyFile &file);
@@ -16,7 +16,7 @@ class Recorder : public engine::Observer {
   Recorder(const Recorder &) = delete;
   Recorder &operator=(const Recorder &) = delete;
 
-  // Runs a step on the repository of the file. An event that could not be raised has nothing but its status.
+  // Runs a step on the repository of the file. If the event could not be raised, the result has only its status.
   EventExplanation raise(const Repository &repository, const Step &step);
 
   void event_begins(const engine::Run &run) override;
@@ -34,7 +34,7 @@ class Recorder : public engine::Observer {
   void decided(engine::Verdict verdict) override;
 
  private:
-  // An event under way. Events within events put several on the stack.
+  // An event in progress. Nested events put several on the stack.
   struct Frame {
     EventExplanation *explanation;
     const engine::Run *run;
@@ -51,7 +51,7 @@ class Recorder : public engine::Observer {
   const PolicyFile *file_;
   EventExplanation root_;
   std::vector<Frame> frames_;
-  std::vector<FilterExplanation> filters_;  // of the class-map under evaluation, then of the rule that begins
+  std::vector<FilterExplanation> filters_;  // of the class-map being evaluated, then of the rule that begins
 };
 
 }  // namespace simulator

@@ -10,13 +10,13 @@ namespace simulator {
 
 namespace {
 
-// The counters are the only fields of a record that others than the library may write.
+// The counters are the only fields of a record that code outside the library may write.
 template <class Record>
 Record &writable(const Record &record) {
   return *static_cast<Record *>(zar_handle_get_context(record.handle));
 }
 
-// Takes every count back as soon as the engine has counted.
+// Undoes every count right after the engine has counted.
 class Rehearsal final : public Recorder {
  public:
   using Recorder::Recorder;
@@ -37,7 +37,7 @@ class Rehearsal final : public Recorder {
   }
 };
 
-// Gives a target back the attributes that it had.
+// Restores the attributes of a target.
 class KeptAttributes {
  public:
   explicit KeptAttributes(engine::Attributes &attributes) : attributes_(attributes) {
@@ -62,7 +62,7 @@ class KeptAttributes {
 
 EventExplanation rehearse(const PolicyFile &file, const Repository &repository, const Step &step) {
   Rehearsal rehearsal(file);
-  // A target without room for attributes has none to keep, and no event can be raised on it.
+  // If the target has no state for attributes, there is nothing to restore, and no event can be raised on it.
   std::optional<KeptAttributes> kept;
   if (engine::Attributes *attributes = engine::attributes_of(repository.target_handle(step.target.value)))
     kept.emplace(*attributes);

@@ -1,4 +1,4 @@
-// An event that leaves no trace: what it would do, on a repository that stays as it is.
+// Shows what an event would do, and leaves the repository unchanged.
 #pragma once
 
 #include "simulator/explanation/explanation.h"
@@ -6,8 +6,8 @@
 
 namespace simulator {
 
-// Does what run_step does and takes it back: the attributes of the target, the counters of filters and actions. Nothing
-// else changes when an event is raised.
+// Does what run_step does, then restores the attributes of the target and the counters of filters and actions. Raising
+// an event changes nothing else.
 EventExplanation rehearse(const PolicyFile &file, const Repository &repository, const Step &step);
 
 }  // namespace simulator

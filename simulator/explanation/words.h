@@ -1,4 +1,4 @@
-// The words for what happens in an event, as every renderer of an explanation has them.
+// The words for what happens in an event, shared by every renderer of an explanation.
 #pragma once
 
 #include <optional>
@@ -10,9 +10,9 @@ namespace simulator {
 
 const char *to_string(engine::Verdict verdict);
 
-// A value or its absence, as a word.
+// A value, or the word for an absent one.
 std::string value_text(const std::optional<std::string> &value);
-// What a filter said, and of which value: "a equals 1 does not hold: a is absent".
+// What a filter answered, and for which value: "a equals 1 does not hold: a is absent".
 std::string answer_text(const FilterExplanation &filter);
 // "starts: absent -> 1".
 std::string change_text(const Change &change);

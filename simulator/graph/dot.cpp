@@ -8,11 +8,11 @@ namespace simulator::graph {
 
 namespace {
 
-// Longer texts and lists are cut: a picture is for an overview.
+// Longer texts and lists are cut: a picture is an overview.
 constexpr size_t kLongestLine = 60;
 constexpr size_t kMostLines = 12;
 
-// As the text of a label of the language's own kind that looks like HTML.
+// Escapes the text for one of graphviz's HTML-like labels.
 std::string escaped(std::string_view text) {
   std::string out;
   for (const char character : text) {
@@ -23,7 +23,7 @@ std::string escaped(std::string_view text) {
     } else if (character == '>') {
       out += "&gt;";
     } else if (character == '\\') {
-      // Followed by a letter it would stand for the name of the node, or another thing of dot's.
+      // A backslash and a letter would be an escape of dot's, such as the name of the node.
       out += "&#92;";
     } else {
       out += character;
@@ -35,7 +35,7 @@ std::string escaped(std::string_view text) {
 std::string cut(std::string_view text) {
   if (text.size() <= kLongestLine) return std::string(text);
   size_t end = kLongestLine;
-  // Not inside of a character.
+  // Do not cut inside a character.
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)
     --end;
   return concat(text.substr(0, end), "...");
@@ -63,7 +63,7 @@ const char *look_of(NodeKind kind) {
   return "";
 }
 
-// Told in words as well, for those who print it or do not see the colour.
+// The label says so in words too, for readers who print the picture or do not see colours.
 constexpr const char *kNeverLook =
     "shape=box, style=\"filled,rounded,dashed\", fillcolor=\"#eeeeee\", color=\"#b03030\"";
 
@@ -90,7 +90,7 @@ std::string label_of(const Edge &edge) {
 std::string edge_line(const Edge &edge, bool counted) {
   std::string line = concat("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
   if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
-  // Raising leads back to an event, which should not turn the order of the columns round.
+  // A raise leads back to an event, and must not reverse the order of the columns.
   if (edge.kind == EdgeKind::raises) line += "constraint=false, ";
   if (counted) line += concat("label=\"", label_of(edge), "\", ");
   if (counted && edge.hits == 0) return line + "style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"];\n";
@@ -103,8 +103,8 @@ constexpr const char *kHead =
     "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\", color=\"#707070\"];\n"
     "  edge [fontname=\"Helvetica\", fontsize=9, arrowsize=0.7];\n";
 
-// Puts the nodes of a kind into one column, in their order from the top. Left to itself, dot would rather avoid a crossing;
-// in boxes around each policy-map it would forget the order.
+// Puts the nodes of a kind into one column, from top to bottom in their order. Without this, dot would reorder them to
+// avoid a crossing; with a box around each policy-map it would ignore the order.
 std::string column(const Graph &graph, NodeKind kind) {
   std::string ids;
   for (const Node &node : graph.nodes) {
@@ -113,7 +113,7 @@ std::string column(const Graph &graph, NodeKind kind) {
   return ids.empty() ? "" : concat("  { rank=same; edge [style=invis]; ", ids, "; }\n");
 }
 
-// What nobody uses would otherwise stand among the targets.
+// Without this, unused nodes would be among the targets.
 std::string last_column(const Graph &graph) {
   std::unordered_set<std::string_view> used;
   for (const Edge &edge : graph.edges)

@@ -7,7 +7,7 @@
 
 namespace simulator::graph {
 
-// 'caption' stands above the picture.
+// 'caption' appears above the picture.
 std::string to_dot(const Graph &graph, const std::string &caption);
 
 }  // namespace simulator::graph

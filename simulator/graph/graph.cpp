@@ -100,8 +100,8 @@ class Maker {
 
   const PolicyFile *file_;
   const Hits *hits_;
-  std::map<std::string, std::vector<std::string>> handlers_;  // of each event: the policy-maps
-  std::set<std::string> raised_;                              // events with a node of their own
+  std::map<std::string, std::vector<std::string>> handlers_;  // for each event: its policy-maps
+  std::set<std::string> raised_;                              // events that have a node of their own
   Graph graph_{};
 };
 
@@ -191,7 +191,7 @@ void Maker::add_actions(const std::string &from, const std::vector<Action> &acti
   }
 }
 
-// A raised event comes to every policy-map that handles it; which of them are active is the target's affair.
+// Every policy-map that handles a raised event gets it; which of them are active depends on the target.
 void Maker::add_raise(const std::string &from, const std::string &event) {
   const std::vector<std::string> &handlers = handlers_[event];
   if (handlers.size() == 1) return add_edge(from, id_of_event(handlers[0], event), EdgeKind::raises);
@@ -203,7 +203,7 @@ void Maker::add_raise(const std::string &from, const std::string &event) {
     add_edge(raised, id_of_event(policy, event), EdgeKind::raises);
 }
 
-// What has no way in is not marked: a class-map is asked by rules, and targets are where events begin.
+// Class-maps and targets are never marked: rules ask class-maps, and events begin at targets.
 void Maker::mark_what_never_came() {
   std::set<std::string> reached;
   for (const Edge &edge : graph_.edges) {

@@ -1,4 +1,4 @@
-// The objects of a repository as nodes, what leads from one to another as edges, and what went along the edges.
+// The objects of a repository as nodes, the links between them as edges, and how often events followed each edge.
 #pragma once
 
 #include <map>
@@ -20,24 +20,24 @@ enum class NodeKind : uint8_t {
   class_map,
   parameter_map,
   statement,
-  raised_event,  // where it comes to several policy-maps, so that not every raise leads to each of them
+  raised_event,  // an event that several policy-maps handle: a raise needs one edge, not one for each of them
 };
 
 const char *to_string(NodeKind kind);
 
 struct Node {
-  std::string id;  // one of a kind in the graph
+  std::string id;  // unique in the graph
   NodeKind kind;
   std::string title;
-  std::vector<std::string> lines{};  // what is in it
-  std::string group{};               // the policy-map that it is a part of; empty: none
-  bool never = false;                // nothing of the scenario came here, where something could have
+  std::vector<std::string> lines{};  // its contents
+  std::string group{};               // the policy-map that contains it; empty: none
+  bool never = false;                // the scenario never reached this node, although it could have
 };
 
 enum class EdgeKind : uint8_t {
-  active,   // targets to a policy-map: events that it handled there
-  handles,  // a policy-map to an event: how often it came
-  tries,    // an event to a rule, a parameter-map to a statement: matches, out of how many
+  active,   // targets to a policy-map: the number of events that it handled there
+  handles,  // a policy-map to an event: the number of times that it came
+  tries,    // an event to a rule, a parameter-map to a statement: matches, and the number of tries
   asks,     // a rule to its class-map
   raises,   // a rule or statement to an event, or to a raised event and from there to each event
   applies,  // a rule or statement to a parameter-map
@@ -54,7 +54,7 @@ struct Edge {
 };
 
 struct Graph {
-  bool counted = true;  // false: there was no scenario, and all counts are 0 for that reason
+  bool counted = true;  // false: there was no scenario, so all counts are 0
   std::vector<Node> nodes;
   std::vector<Edge> edges;
 };
@@ -62,7 +62,7 @@ struct Graph {
 // What the events of a scenario did, counted for each edge.
 class Hits {
  public:
-  // 'target' is where the host raised the event.
+  // 'target' is the target on which the host raised the event.
   void add(const std::string &target, const EventExplanation &explanation);
 
   size_t hits(const std::string &from, const std::string &to) const;
@@ -84,7 +84,7 @@ class Hits {
   std::map<std::pair<std::string, std::string>, Count> counts_;
 };
 
-// 'events' is the number of the scenario's. Targets on which the same policy-maps are active, in the same order, are one node.
+// 'events' counts the events of the scenario. Targets with the same active policy-maps in the same order share a node.
 Graph make_graph(const PolicyFile &file, const Hits &hits, size_t events);
 
 }  // namespace simulator::graph

@@ -1,4 +1,4 @@
-// The graph of a policy file, with what its scenario did.
+// The graph of a policy file, with the effects of its scenario.
 #pragma once
 
 #include <optional>
@@ -9,11 +9,11 @@
 
 namespace simulator::graph {
 
-// Runs the scenario on a repository of the file and reads the repository. Nothing when anything went wrong; 'problems' then
-// says what.
+// Runs the scenario on a repository of the file and reads the repository. Returns nothing when anything goes wrong;
+// 'problems' then says what.
 std::optional<Graph> graph_of_file(const PolicyFile &file, Complaints &problems);
 
-// What stands above the picture.
+// The text above the picture.
 std::string caption_of(const PolicyFile &file);
 
 }  // namespace simulator::graph

@@ -108,7 +108,7 @@ std::vector<size_t> widths_of(const std::vector<Row> &rows) {
   return widths;
 }
 
-// Lines of aligned columns under a heading; nothing when there is nothing to tell. The first row is their head.
+// Aligned columns under a heading, or nothing when there are no rows. The first row holds the column titles.
 std::string table(const std::string &heading, const std::vector<Row> &rows) {
   if (rows.size() == 1) return "";
   const std::vector<size_t> widths = widths_of(rows);

@@ -1,4 +1,4 @@
-// Objects of the repository as a person reads them.
+// Objects of the repository, for people to read.
 #pragma once
 
 #include <optional>
@@ -9,10 +9,10 @@
 
 namespace simulator::inventory {
 
-// The objects of a kind, or the one with the name: each with all that it holds and who uses it, a block of lines.
+// The objects of a kind, or the one with the name: for each a block of lines with its contents and its users.
 std::string describe(const Relations &relations, ObjectKind kind, const std::optional<std::string> &name);
 
-// All objects, a line each, in a table for each kind.
+// All objects, one line each, in a table for each kind.
 std::string overview(const Relations &relations);
 
 }  // namespace simulator::inventory

@@ -14,7 +14,7 @@ bool has_text(FilterKind kind) {
   return kind == FilterKind::equals || kind == FilterKind::prefix || kind == FilterKind::regex;
 }
 
-// An open end is null, as is what the kind of filter does not have.
+// An open end is null, and so are members that this kind of filter does not have.
 Json filter_json(const Filter &filter) {
   const bool is_range = filter.kind == FilterKind::range;
   const bool has_low = is_range && filter.low != std::numeric_limits<int64_t>::min();
@@ -143,7 +143,7 @@ void add_relations(Json &json, const ClassMap &map, const Relations &relations) 
 }
 
 void add_relations(Json &json, const ParameterMap &map, const Relations &relations) {
-  // They all lie in the engine's.
+  // Parameter-maps are always in the engine's database.
   json["database"] = nullptr;
   json["used_by"] = relations.users_of_parameter_map(map.name.value);
 }

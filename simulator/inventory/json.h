@@ -25,7 +25,7 @@ Json json_of(const std::vector<Object> &objects) {
   return list;
 }
 
-// Adds the objects of a kind, or the one with the name, each with who uses it.
+// Adds the objects of a kind, or the one with the name, each with its users.
 void add_objects(Json &list, const Relations &relations, ObjectKind kind, const std::optional<std::string> &name);
 
 }  // namespace simulator::inventory

@@ -18,7 +18,7 @@ namespace simulator::inventory {
 
 namespace {
 
-// Ends the reading: the repository did not give what it holds.
+// Ends the reading: the repository did not return part of its contents.
 struct Unreadable {
   std::string what;
 };
@@ -33,7 +33,7 @@ std::string copy_of(const char *text, std::string_view what) {
   return text ? text : "";
 }
 
-// A configuration text is the caller's to free.
+// The caller must free a configuration text.
 std::string take(char *text, std::string_view what) {
   std::string copy = text ? text : "";
   const bool given = text != nullptr;
@@ -46,7 +46,7 @@ Name name_of(std::string value) {
   return {std::move(value), {}};
 }
 
-constexpr uint32_t kNoneLeft = 40;  // the walks over parameter-maps answer this instead of a zero
+constexpr uint32_t kNoneLeft = 40;  // the walks over parameter-maps return this instead of a zero
 
 bool came(uint32_t status, std::string_view what) {
   if (status == kNoneLeft) return false;
@@ -54,7 +54,7 @@ bool came(uint32_t status, std::string_view what) {
   return true;
 }
 
-// Calls 'each' with everything that a pair of walking operations gives. 'each' leaves the list as it is.
+// Calls 'each' with every item that a pair of walking operations returns. 'each' must not change the list.
 template <class First, class Next, class Each>
 void walk(std::string_view what, First first, Next next, Each each) {
   uint32_t current = 0;
@@ -151,9 +151,9 @@ ReadPolicy read_policy(uint32_t clid, uint32_t handle) {
   return policy;
 }
 
-// In a file the ids of events grow by one at each event's first appearance. This is the lowest id that the policy-map can
-// be the first to give: the begin of the ascending run that ends with its highest id. Once all lower ids are given, the
-// policy-map fits; so policy-maps in the order of these give every event its id.
+// In a file, each event gets the next id at its first appearance. This is the lowest id that the policy-map can be the
+// first to assign: the start of the ascending run that ends with its highest id. Once all lower ids are assigned, the
+// policy-map fits; so policy-maps sorted by this id give every event its id.
 uint32_t first_id_to_give(const std::vector<uint32_t> &event_ids) {
   const auto highest = std::max_element(event_ids.begin(), event_ids.end());
   if (highest == event_ids.end()) return 0;
@@ -203,7 +203,7 @@ ParameterMap read_parameter_map(uint32_t clid, uint32_t handle) {
 
 // ---- Everything ---------------------------------------------------------------------------------------------------------------
 
-// The library's entry of a client.
+// The library's entry for a client.
 const zar_client_data &entry_of(uint32_t clid) {
   return *zar_clients_info[clid - 1];
 }
@@ -245,13 +245,13 @@ class Reader {
   std::unordered_set<uint32_t> noted_targets_;
 };
 
-// The engine is a client that no file names.
+// The engine is a client that files do not name.
 std::optional<Name> Reader::client_of(uint32_t clid) {
   if (clid == kel_clid) return std::nullopt;
   return name_of(copy_of(entry_of(clid).name, "the name of a client"));
 }
 
-// The library may know others too, which belonged to repositories before this one.
+// The library may also know clients of earlier repositories.
 void Reader::read_clients() {
   for (const uint32_t clid : repository_->clids())
     file_.clients.push_back({*client_of(clid), entry_of(clid).database != nullptr});
@@ -327,7 +327,7 @@ std::vector<Assignment> read_attributes(uint32_t target) {
   std::vector<Assignment> assignments;
   for (const engine::AttributeId attribute : attributes->present())
     assignments.push_back({name_of(engine::attribute_name(attribute)), attributes->find(attribute)->text});
-  // The engine gives them in the order in which it first heard of them, which another file need not have.
+  // The engine lists them in the order in which it first saw them, and another file may have another order.
   std::sort(assignments.begin(), assignments.end(),
             [](const Assignment &a, const Assignment &b) { return a.attribute.value < b.attribute.value; });
   return assignments;

@@ -1,4 +1,4 @@
-// What a policy file becomes in a repository.
+// What a repository holds after it was built from a policy file.
 #pragma once
 
 #include <optional>
@@ -8,8 +8,8 @@
 
 namespace simulator::inventory {
 
-// Builds the repository of a file, reads it back and takes it down. Nothing when anything went wrong; 'problems' then says
-// what.
+// Builds the repository of a file, reads it back and takes it down. Nothing when anything goes wrong; 'problems' then
+// says what.
 std::optional<PolicyFile> read_back(const PolicyFile &file, Complaints &problems);
 
 }  // namespace simulator::inventory

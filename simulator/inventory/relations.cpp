@@ -35,7 +35,7 @@ void Relations::add_appliers(const std::vector<Action> &actions, const std::stri
   for (const Action &action : actions) {
     if (action.kind != ActionKind::apply) continue;
     std::vector<std::string> &appliers = of_maps_[action.subject.value];
-    // A rule that applies a map twice is one user of it.
+    // A rule that applies a map twice counts as one user.
     if (appliers.empty() || appliers.back() != applier) appliers.push_back(applier);
   }
 }

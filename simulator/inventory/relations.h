@@ -1,4 +1,4 @@
-// Who uses what among the objects of a repository.
+// Which objects of a repository use which.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace simulator::inventory {
 
-// What a parameter-map's statement is called: "MAP/INDEX".
+// The name of a parameter-map's statement: "MAP/INDEX".
 std::string statement_name(const ParameterMap &map, const Statement &statement);
 
 class Relations {
@@ -19,13 +19,13 @@ class Relations {
   explicit Relations(const PolicyFile &file);
 
   const PolicyFile &file() const { return *file_; }
-  // The rules that have a class-map.
+  // The rules that use a class-map.
   const std::vector<std::string> &users_of_class(std::string_view name) const { return find(of_classes_, name); }
   // The rules and statements that apply a parameter-map.
   const std::vector<std::string> &users_of_parameter_map(std::string_view name) const { return find(of_maps_, name); }
   // The targets on which a policy-map is active.
   const std::vector<std::string> &targets_of_policy(std::string_view name) const { return find(of_policies_, name); }
-  // The client in whose own database the maps of a domain lie; empty for the default one.
+  // The client whose own database holds the maps of a domain; empty for the default database.
   const std::string &database_of(std::string_view domain) const;
 
  private:

@@ -14,7 +14,7 @@ namespace {
 constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();
 constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 
-// Inference 7 is for few texts.
+// Inference 7 is limited to this many texts.
 constexpr uint64_t kFewTexts = 200;
 
 // Numbers, both ends included.
@@ -46,12 +46,12 @@ Intervals within(const Intervals &from, Interval bounds) {
   return left;
 }
 
-// What the text of a number begins with.
+// How the text of a number begins.
 struct NumberPrefix {
-  bool good = true;       // some number is written so
-  bool negative = false;  // it has the minus
+  bool good = true;       // false: no number's text begins like this
+  bool negative = false;  // it has a minus sign
   size_t zeros = 0;       // leading zeros
-  std::string digits{};   // what follows them
+  std::string digits{};   // the digits after them
 };
 
 NumberPrefix read_number_prefix(std::string_view text) {
@@ -69,7 +69,7 @@ NumberPrefix read_number_prefix(std::string_view text) {
   return prefix;
 }
 
-// A number of at most 2^63 beside its sign.
+// A number from its sign and its size, which is at most 2^63.
 int64_t signed_number(bool negative, uint64_t size) {
   return negative ? static_cast<int64_t>(~size + 1) : static_cast<int64_t>(size);
 }
@@ -79,7 +79,7 @@ Interval signed_interval(bool negative, uint64_t low, uint64_t high) {
   return {signed_number(false, low), signed_number(false, high)};
 }
 
-// The numbers whose texts begin so.
+// The numbers whose texts begin with the prefix.
 Intervals numbers_with(const NumberPrefix &prefix) {
   if (!prefix.good) return {};
   const uint64_t most = static_cast<uint64_t>(kHighest) + (prefix.negative ? 1 : 0);
@@ -138,7 +138,7 @@ class Search {
     return found == filters.end() ? nullptr : *found;
   }
 
-  // Whether a text passes all that it should and nothing else.
+  // Whether a text passes every test to pass and no test not to pass.
   bool fits(const std::string &text) const {
     engine::Attribute value;
     value.text = text;
@@ -151,7 +151,7 @@ class Search {
            std::none_of(not_to_pass_.begin(), not_to_pass_.end(), passes);
   }
 
-  // Inferences 4 and 5. Leaves the longest prefix in 'prefix_'.
+  // Inferences 4 and 5. Stores the longest prefix in 'prefix_'.
   bool prefixes_agree() {
     for (const Filter *filter : to_pass_) {
       if (filter->kind != FilterKind::prefix) continue;
@@ -188,7 +188,8 @@ class Search {
     return try_numbers(prefix, numbers);
   }
 
-  // With a digit other than 0 in front a number has one text. Without, more zeros make ever more texts.
+  // If the prefix has a digit other than 0, each number has one such text. Otherwise leading zeros give more and more
+  // texts.
   ValueAnswer try_numbers(const NumberPrefix &prefix, const Intervals &numbers) const {
     uint64_t tried = 0;
     for (const Interval &interval : numbers) {
@@ -215,7 +216,7 @@ class Search {
   }
 
   ValueAnswer try_texts() const {
-    // An empty text shows less than any other.
+    // The empty text comes last: it is the least useful example.
     std::vector<std::string> texts;
     if (!prefix_.empty()) texts.push_back(prefix_);
     texts.insert(texts.end(), hints_->begin(), hints_->end());

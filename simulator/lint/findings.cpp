@@ -104,7 +104,7 @@ void Linter::check_classes() {
   }
 }
 
-// The filters that contradict each other, as few as do.
+// The filters that contradict each other, without those that are not needed for it.
 std::vector<Reason> Linter::contradiction_in(const ClassMap &map) {
   std::vector<Filter> core = map.filters;
   if (map.match != ClassMatch::any) {
@@ -122,9 +122,9 @@ std::vector<Reason> Linter::contradiction_in(const ClassMap &map) {
   return reasons;
 }
 
-// The earlier parts that together match whatever the later one matches: one where one does, else as few as were found;
-// none where it is not proven. 'example' is something that the later one matches: what does not match that need not be
-// looked at closer.
+// The earlier parts that together match everything that the later one matches: a single one if possible, else as few as
+// were found, or none if it cannot be proven. 'example' is something that the later one matches: a single part that
+// does not match it is not examined further.
 template <class Part>
 std::vector<const Part *> Linter::takers_of(const Part &later, const std::vector<const Part *> &earlier,
                                             const Input *example) {
@@ -152,7 +152,7 @@ std::vector<const Part *> Linter::takers_of(const Part &later, const std::vector
 void Linter::check_rules() {
   for (const PolicyMap &policy : file_->policy_maps) {
     for (const EventRules &event : policy.events) {
-      // In the other events every rule is tried, whatever matched before.
+      // In other events every rule is tried, even after a match.
       if (event.match == EventMatch::first) check_rules_of(policy, event);
     }
   }
@@ -161,12 +161,12 @@ void Linter::check_rules() {
 void Linter::check_rules_of(const PolicyMap &policy, const EventRules &event) {
   std::vector<const Rule *> in_order = pointers_to(event.rules);
   std::sort(in_order.begin(), in_order.end(), [](const Rule *a, const Rule *b) { return a->number < b->number; });
-  // An event has one rule for a class-map.
+  // An event has one rule per class-map.
   std::map<const ClassMap *, const Rule *> rule_of;
   std::vector<const ClassMap *> earlier;
   for (const Rule *rule : in_order) {
     const ClassMap *map = file_->find_class_map(rule->class_map.value);
-    // One that never matches is told of as such, and takes nothing.
+    // A class-map that never matches is reported as such, and takes nothing.
     if (impossible_.contains(map)) continue;
     const std::optional<Input> &example = examples_[map];
     const std::vector<const ClassMap *> takers = takers_of(*map, earlier, example ? &*example : nullptr);
@@ -239,8 +239,8 @@ void Linter::check_use_of_classes() {
   }
 }
 
-// Follows actions to the parameter-maps that they apply and the events that they raise. A chain of these can be as long as
-// the file, so what is still to be followed stands in a list.
+// Follows actions to the parameter-maps that they apply and the events that they raise. Such a chain can be as long as
+// the file, so a list, not recursion, holds what remains to be followed.
 class Reached {
  public:
   explicit Reached(const PolicyFile &file) : file_(&file) {
@@ -310,7 +310,7 @@ void Linter::check_use_of_parameter_maps() {
   }
 }
 
-// A file without targets is there to be joined with others; nothing is known of what is active where.
+// A file without targets is meant to be joined with others, so what is active where is unknown.
 void Linter::check_use_of_policies() {
   if (file_->targets.empty()) return;
   std::unordered_set<std::string_view> active;

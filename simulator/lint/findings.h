@@ -1,4 +1,4 @@
-// What can be proven to be wrong with a policy file that loads.
+// The faults that can be proven in a policy file that loads.
 #pragma once
 
 #include <optional>
@@ -11,18 +11,18 @@
 namespace simulator::lint {
 
 enum class Kind : uint8_t {
-  shadowed_rule,          // in a match-first event, rules before it take all that its class-map matches
+  shadowed_rule,          // in a match-first event, earlier rules take everything that its class-map matches
   impossible_class,       // no attributes make the class-map match
-  unused_class,           // no rule has it
-  unused_parameter_map,   // nothing applies it that anything could reach
-  inactive_policy,        // no target of the file has it
-  unraised_event,         // neither the scenario nor a test nor an action that they could reach raises it
-  unreachable_statement,  // statements before it take all that it matches, or it can never match
+  unused_class,           // no rule uses it
+  unused_parameter_map,   // no action that anything could reach applies it
+  inactive_policy,        // it is active on no target of the file
+  unraised_event,         // the scenario, the tests and the actions that they can reach never raise it
+  unreachable_statement,  // earlier statements take everything that it matches, or it can never match
 };
 
 const char *to_string(Kind kind);
 
-// A part of the file that a finding follows from.
+// A part of the file that a finding is based on.
 struct Reason {
   Position position{};
   std::string what{};
@@ -33,12 +33,12 @@ struct Finding {
   Position position{};
   std::string message{};
   std::vector<Reason> because{};
-  std::optional<Input> input{};  // attributes that show it
+  std::optional<Input> input{};  // attributes that demonstrate it
 };
 
 struct Findings {
   std::vector<Finding> all{};  // in the order of their positions
-  bool complete = true;        // false: some things were too hard to prove, one way or the other
+  bool complete = true;        // false: some things were too hard to prove or disprove
 };
 
 Findings find_all(const PolicyFile &file);

@@ -9,11 +9,11 @@ namespace simulator::lint {
 
 namespace {
 
-// In literals that were asked about. All together is some seconds at the worst.
+// In literals examined. All searches together take some seconds at worst.
 constexpr size_t kMostWork = 1'000'000;
 constexpr size_t kMostWorkOfOne = 20'000;
 
-// A search is as deep as there are conditions.
+// The depth of a search is the number of conditions.
 constexpr size_t kMostConditions = 2000;
 
 std::vector<Condition> all_of(const std::vector<Filter> &filters, bool hold) {
@@ -133,8 +133,8 @@ class Search {
   size_t work_left() const { return work_left_; }
 
  private:
-  // What is wanted of one attribute. Where 'known' is possible it answers all of it, and still does when something is no
-  // longer wanted.
+  // The literals wanted of one attribute. If 'known' is possible, its value satisfies all of them, and still does when
+  // some are removed.
   struct Wanted {
     std::vector<Literal> literals;
     ValueAnswer known;
@@ -166,7 +166,7 @@ class Search {
     return can;
   }
 
-  // Whether, with this as well, the attribute can still have a value.
+  // Adds a literal; returns whether the attribute can still have a value.
   Can want(const Literal &literal) {
     Wanted &wanted = wanted_[literal.filter->attribute.value];
     wanted.literals.push_back(literal);
@@ -213,7 +213,7 @@ InputAnswer Prover::find_input(std::vector<Condition> conditions) {
     gave_up_ = true;
     return {};
   }
-  // Where there is no choice, nothing is chosen in vain.
+  // Conditions without a choice come first, so that no choice is made in vain.
   std::stable_sort(conditions.begin(), conditions.end(),
                    [](const Condition &a, const Condition &b) { return a.size() < b.size(); });
   Search search(conditions, hints_, work);
@@ -225,7 +225,7 @@ InputAnswer Prover::find_input(std::vector<Condition> conditions) {
 
 namespace {
 
-// Few and short ones: all are tried again and again.
+// Few and short values: all are tried again and again.
 constexpr size_t kMostHints = 30;
 constexpr size_t kLongestHint = 100;
 

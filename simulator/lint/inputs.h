@@ -1,9 +1,9 @@
 // Whether a target can have attributes with which some class-maps match and others do not.
 //
-// Class-maps and statements are put together from filters with and, or and not. A condition is a choice of alternatives,
-// each a list of literals that all have to be true; what is asked for is a list of conditions that all have to be true. The
-// search takes an alternative of each condition in turn and gives up a choice as soon as what it asks of one attribute is
-// impossible. It answers 'impossible' only after it has seen every choice fail so, 'possible' only with an input.
+// Class-maps and statements combine filters with and, or and not. A condition is a choice of alternatives, each a list
+// of literals that all have to be true; the question is a list of conditions that all have to be true. The search takes
+// an alternative of each condition in turn and drops a choice as soon as its literals make one attribute impossible. It
+// answers 'impossible' only after every choice has failed this way, and 'possible' only with an input.
 #pragma once
 
 #include <map>
@@ -18,13 +18,13 @@ namespace simulator::lint {
 using Alternative = std::vector<Literal>;
 using Condition = std::vector<Alternative>;
 
-// That a class-map matches, and that it does not, each as conditions to add to others.
+// That a class-map or a statement matches, and that it does not, each as conditions to add to others.
 std::vector<Condition> that_matches(const ClassMap &map);
 std::vector<Condition> that_does_not_match(const ClassMap &map);
 std::vector<Condition> that_matches(const Statement &statement);
 std::vector<Condition> that_does_not_match(const Statement &statement);
 
-// Values of attributes by name; nothing: absent. Other attributes may be anything.
+// Values of attributes by name; nothing: absent. Other attributes can have any value.
 using Input = std::map<std::string, std::optional<std::string>>;
 
 struct InputAnswer {
@@ -32,15 +32,15 @@ struct InputAnswer {
   Input input{};  // of 'possible'
 };
 
-// Whether the class-map or the statement matches where attributes that are not in 'input' are absent.
+// Whether the class-map or the statement matches when attributes that are not in 'input' are absent.
 bool matches(const ClassMap &map, const Input &input);
 bool matches(const Statement &statement, const Input &input);
 
-// Values by attribute that a file speaks of: worth a try where nothing can be inferred.
+// Values that a file uses, by attribute: worth a try when nothing can be inferred.
 using Hints = std::map<std::string, std::vector<std::string>, std::less<>>;
 
-// Looks for inputs. What it looks for may come from a file that was made to be hard: one search, and all together, may do so
-// much and no more, and is 'unknown' beyond.
+// Looks for inputs. A file may be hard on purpose, so the work of one search, and of all together, is limited; beyond
+// the limit the answer is 'unknown'.
 class Prover {
  public:
   explicit Prover(const PolicyFile &file);

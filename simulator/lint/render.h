@@ -1,4 +1,4 @@
-// What lint finds, as a person and a program read it.
+// The findings of lint, for people and for programs.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace simulator::lint {
 
-// A line, a line for each reason, and an example where there is one.
+// A line, a line for each reason, and an example if there is one.
 std::string text_of_finding(const PolicyFile &file, const Finding &finding);
 Json json_of_finding(const Finding &finding);
 

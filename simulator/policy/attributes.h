@@ -1,4 +1,4 @@
-// The attributes that a policy file speaks of.
+// The attributes that a policy file uses.
 #pragma once
 
 #include <string_view>
@@ -8,7 +8,7 @@
 
 namespace simulator {
 
-// Calls 'each' with every attribute's name that stands anywhere in the file but in what tests expect.
+// Calls 'each' with the name of every attribute in the file, except those in the expectations of tests.
 template <class Each>
 void for_each_attribute(const PolicyFile &file, Each each) {
   const auto in_filters = [&](const std::vector<Filter> &filters) {
@@ -54,7 +54,7 @@ void for_each_attribute(const PolicyFile &file, Each each) {
     in_step(test.step);
 }
 
-// Each name once, in the order of the file. Good as long as the file.
+// Each name once, in the order of the file. Valid as long as the file.
 std::vector<std::string_view> attribute_names(const PolicyFile &file);
 
 }  // namespace simulator

@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t kWidestExcerpt = 100;
 
-// A part of the line around the column, with nothing in it that a terminal would act on.
+// A part of the line around the column, without the characters that a terminal would interpret.
 struct Excerpt {
   std::string text;
   size_t mark = 0;  // characters before the marked one
@@ -41,7 +41,7 @@ Excerpt excerpt_of(std::string_view line, uint32_t column) {
 void render_line(const Diagnostic &diagnostic, const Source &source, Colours colours, std::string &out) {
   if (diagnostic.position.source != source.number()) return;
   const std::string_view line = source.line(diagnostic.position.line);
-  // The bytes of a line that is no text are not for a terminal.
+  // A line that is not valid text is not printed to a terminal.
   if (line.empty() || !is_text(line)) return;
 
   const Excerpt excerpt = excerpt_of(line, diagnostic.position.column);

@@ -22,9 +22,9 @@ class Diagnostics {
   void add(Position position, std::string message, std::string expected = {}, std::string_view suggestion = {});
   bool empty() const { return all_.empty(); }
   size_t count() const { return all_.size(); }
-  // Whether there are more than anybody reads: then a suggestion is not worth its search.
+  // Whether there are more than anybody reads: then looking for suggestions is not worth the time.
   bool too_many() const { return all_.size() >= kMostShown; }
-  // Whether the file is wrong from end to end, so that reading on is no use.
+  // Whether there are so many errors that reading on is useless.
   bool hopeless() const { return all_.size() >= kHopeless; }
   // In the order of their positions.
   std::vector<Diagnostic> sorted() const;
@@ -38,7 +38,7 @@ class Diagnostics {
 
 class Source;
 
-// The diagnostics as a person reads them: position, message, the line with a mark under the column, what was expected.
+// The diagnostics for people to read: position, message, the line with a mark under the column, what was expected.
 std::string render(const Diagnostics &diagnostics, const Source &source, Colours colours = Colours::off);
 
 }  // namespace simulator

@@ -6,7 +6,7 @@
 
 namespace simulator {
 
-// A list, in the order of the positions, of as many as anybody reads.
+// A list in the order of the positions, cut at the number that anybody reads.
 Json errors_json(const Diagnostics &diagnostics);
 
 }  // namespace simulator

@@ -1,4 +1,4 @@
-// The kinds of objects in a policy file, for what is done with each kind alike.
+// The kinds of objects in a policy file, for code that treats all kinds alike.
 #pragma once
 
 #include <span>
@@ -11,14 +11,14 @@ namespace simulator {
 
 enum class ObjectKind : uint8_t { client, domain, class_map, parameter_map, policy, target };
 
-// What a kind is called.
+// The names of a kind.
 struct KindWord {
   ObjectKind kind;
   std::string_view word;     // in commands
   std::string_view title;    // in sentences
-  std::string_view section;  // of a policy file
+  std::string_view section;  // in a policy file
 };
-// Maps and targets, which can be shown and deleted, come behind the clients and domains.
+// Maps and targets, which can be shown and deleted, follow the clients and domains.
 inline constexpr KindWord kKinds[] = {{ObjectKind::client, "client", "client", "clients"},
                                       {ObjectKind::domain, "domain", "domain", "domains"},
                                       {ObjectKind::class_map, "class", "class-map", "class-maps"},
@@ -31,7 +31,7 @@ inline constexpr std::span<const KindWord> kMapKinds = std::span(kKinds).subspan
 const KindWord *find_kind(std::string_view word);
 const KindWord &word_of(ObjectKind kind);
 
-// Calls 'each' with the list of a kind's objects. Clients and domains are no objects that can be shown.
+// Calls 'each' with the list of a kind's objects. Clients and domains cannot be shown and have no list.
 template <class Each>
 void with_shown_objects(const PolicyFile &file, ObjectKind kind, Each each) {
   switch (kind) {
@@ -56,7 +56,7 @@ void with_objects(const PolicyFile &file, ObjectKind kind, Each each) {
   with_shown_objects(file, kind, each);
 }
 
-// Good as long as the file.
+// Valid as long as the file.
 std::vector<std::string_view> names_of(const PolicyFile &file, ObjectKind kind);
 
 }  // namespace simulator

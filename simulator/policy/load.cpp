@@ -59,7 +59,7 @@ void check_names_are_new(const PolicyFile &base, const PolicyFile &more, Diagnos
   check(more.targets, "target", [&](Text name) { return base.find_target(name); });
 }
 
-// A map that names no domain belongs to the only one of its own source, however many the others have.
+// A map that names no domain belongs to the only domain of its own source, even when the other sources have several.
 template <class Map>
 void fill_domains(std::vector<Map> &maps, const Domain &only) {
   for (Map &map : maps) {
@@ -75,7 +75,7 @@ std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source
 
   PolicyFile more = read_sections(document->root(), diagnostics);
   check_names_are_new(base, more, diagnostics);
-  // With names that stand for two things nothing else could be told.
+  // While a name means two things, no other check makes sense.
   if (!diagnostics.empty()) return std::nullopt;
   if (more.domains.size() == 1) {
     fill_domains(more.class_maps, more.domains[0]);

@@ -8,11 +8,11 @@
 
 namespace simulator {
 
-// The file behind 'source', or nothing when anything is wrong with it; 'diagnostics' then holds all that is.
+// Returns the file in 'source', or nothing when anything is wrong with it; 'diagnostics' then lists everything that is.
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics);
 
-// The objects of 'base' with those of 'source' behind them, as one file; no name may be in both. Scenarios and tests are
-// read and left out.
+// Returns the objects of 'base' followed by those of 'source', as one file; no name may be in both. Scenarios and tests
+// are read but dropped.
 std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source, Diagnostics &diagnostics);
 
 }  // namespace simulator

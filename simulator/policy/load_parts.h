@@ -18,11 +18,11 @@ void read_tests(const Reader &reader, const yaml::Node &node, PolicyFile &file);
 std::vector<Filter> read_filters(const Reader &reader, const yaml::Node &node);
 std::vector<Action> read_actions(const Reader &reader, const yaml::Node &node);
 std::vector<Assignment> read_assignments(const Reader &reader, const yaml::Node &node);
-// An event on a target and what is changed before: the keys event, target, set and clear.
+// An event on a target and the changes before it: the keys event, target, set and clear.
 Step read_step(const Reader &reader, const Fields &fields, Position position);
 
-// Checks what the structure alone does not show: that names name something, that the repository will take it all. Fills in
-// the domains that the file leaves out. The file is indexed before and after.
+// Checks what the structure alone does not show: that every name exists, and that the repository will accept
+// everything. Fills in the domains that the file leaves out. The file is indexed before and after.
 void resolve(PolicyFile &file, Diagnostics &diagnostics);
 
 }  // namespace simulator

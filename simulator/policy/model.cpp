@@ -23,7 +23,7 @@ const Object *find(const std::vector<Object> &objects, const NameIndex &index, s
   return found == index.end() ? nullptr : &objects[found->second];
 }
 
-// An end that the file leaves open is the end of all numbers.
+// An end that the file leaves open is the lowest or highest number.
 std::string range_text(int64_t low, int64_t high) {
   std::string text;
   if (low != std::numeric_limits<int64_t>::min()) text += std::to_string(low);
@@ -83,7 +83,7 @@ void PolicyFile::index() {
   event_index_.clear();
   for (const PolicyMap &policy : policy_maps) {
     for (const EventRules &rules : policy.events) {
-      // The keys lie in the policy-maps: 'events' may still move its texts.
+      // The keys point into the policy-maps, since 'events' may still move its texts.
       const auto [at, is_new] = known.emplace(rules.event.value, events.size() + found.size());
       event_index_.emplace(rules.event.value, at->second);
       if (is_new) found.push_back(rules.event.value);

@@ -1,4 +1,5 @@
-// A policy file as it was understood: every object with its position, every default filled in, every reference good.
+// A policy file as the loader understood it: every object has its position, every default is filled in, every reference
+// valid.
 //
 // All sub-commands work on this and on the repository that is built from it.
 #pragma once
@@ -28,7 +29,7 @@ struct Client {
 
 struct Domain {
   Name name{};
-  std::optional<Name> owner{};  // none: the engine
+  std::optional<Name> owner{};  // nothing: the engine
 };
 
 enum class FilterKind : uint8_t { equals, prefix, regex, range, present };
@@ -95,7 +96,7 @@ struct Statement {
 
 struct ParameterMap {
   Name name{};
-  std::vector<std::string> attributes{};  // at most five; the index of one is its filter type
+  std::vector<std::string> attributes{};  // at most five; the index of an attribute is its filter type
   std::vector<Statement> statements{};    // in map-index order
 
   uint8_t filter_type_of(std::string_view attribute) const;
@@ -108,7 +109,7 @@ struct Assignment {
 
 struct Target {
   Name name{};
-  std::optional<Name> client{};  // none: the engine
+  std::optional<Name> client{};  // nothing: the engine
   std::vector<Assignment> attributes{};
   std::vector<Name> policies{};  // in order of activation; at least one
 };
@@ -128,17 +129,17 @@ struct ExpectedValue {
   std::optional<std::string> text{};  // nothing: absent
 };
 
-// What a test expects of its event. What is left out may be anything.
+// What a test expects of its event. A part that is left out may be anything.
 struct Expectation {
-  // The rules that run, in the order in which they begin, those of raised events included: each a POLICY/EVENT/NUMBER, or
-  // the name of the rule's class-map.
+  // The rules that run, in the order in which they begin, including those of raised events: each a POLICY/EVENT/NUMBER,
+  // or the name of the rule's class-map.
   std::optional<std::vector<Name>> rules{};
   std::vector<ExpectedValue> attributes{};
   std::optional<Name> verdict{};           // permit, deny or none
   std::optional<std::vector<Name>> log{};  // the texts that are logged, in order
 };
 
-// One event on a target as the file has it, and what is expected of it.
+// One event on a target, as written in the file, and what is expected of it.
 struct Test {
   Name name{};
   Step step{};
@@ -153,7 +154,7 @@ struct PolicyFile {
   PolicyFile(PolicyFile &&) = default;
   PolicyFile &operator=(PolicyFile &&) = default;
 
-  std::string path{};                     // of source 0, which for most files is the only one
+  std::string path{};                     // of source 0, the only one for most files
   std::vector<std::string> more_paths{};  // of the sources from 1 on
   std::vector<Client> clients{};
   std::vector<Domain> domains{};
@@ -164,11 +165,11 @@ struct PolicyFile {
   std::vector<Step> scenario{};
   std::vector<Test> tests{};
 
-  // The events that policy-maps handle, in the order of their first appearance; the id of an event is its position plus 1.
-  // An event keeps it when the policy-maps change, also when none is left that handles it.
+  // The events that policy-maps handle, in the order of their first appearance; the id of an event is its position plus
+  // 1. An event keeps its id when the policy-maps change, even when no policy-map handles it any more.
   std::vector<std::string> events{};
 
-  // The same objects, indexed; without the scenario and the tests.
+  // The same objects, indexed, without the scenario and the tests.
   PolicyFile copy_of_objects() const;
   const std::string &path_of(Position position) const {
     return position.source == 0 ? path : more_paths[position.source - 1];
@@ -183,7 +184,7 @@ struct PolicyFile {
   // 0 when no policy-map handles it.
   uint32_t event_id(std::string_view name) const;
 
-  // Fills the indices and 'events'; to be called whenever the lists are complete.
+  // Fills the indices and 'events'; call it whenever the lists are complete.
   void index();
 
  private:
@@ -203,10 +204,10 @@ const char *to_string(ClassMatch match);
 const char *to_string(EventMatch match);
 const char *to_string(Execute execute);
 
-// What a rule is called: "POLICY/EVENT/NUMBER".
+// The name of a rule: "POLICY/EVENT/NUMBER".
 std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);
 
-// A filter and an action in one line, as listings and messages show them.
+// A filter and an action in one line, as in listings and messages.
 std::string to_string(const Filter &filter);
 std::string to_string(const Action &action);
 // A filter with its no-match: "ssid prefix guest", "not ssid prefix guest".

@@ -9,7 +9,7 @@ namespace simulator {
 
 namespace {
 
-// Takes the text up to the first blank off the front of 'text', with the blank.
+// Removes the text up to the first blank from 'text', with the blank, and returns it without.
 std::string_view take_front(std::string_view &text) {
   const size_t end = text.find(' ');
   const std::string_view front = text.substr(0, end);
@@ -17,7 +17,7 @@ std::string_view take_front(std::string_view &text) {
   return front;
 }
 
-// The byte of an escape, of which 'text' begins behind the backslash and loses what was read.
+// The byte of an escape. 'text' begins after the backslash; what is read is removed from it.
 std::optional<char> take_escape(std::string_view &text) {
   if (text.empty()) return std::nullopt;
   const char letter = text[0];
@@ -64,7 +64,7 @@ bool parse_number(std::string_view text, int64_t &number) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
-// An end that is left out is the end of all numbers.
+// A missing end is the lowest or highest number.
 bool parse_range(std::string_view text, Filter &filter) {
   const size_t dots = text.find("..");
   if (dots == std::string_view::npos) return false;

@@ -11,12 +11,12 @@ namespace simulator {
 struct Position {
   uint32_t line = 0;
   uint32_t column = 0;
-  uint32_t source = 0;  // the number of the source, where several make one file
+  uint32_t source = 0;  // the number of the source, when several make up one file
 
   auto operator<=>(const Position &) const = default;
 };
 
-// Something that was read, with where it stands.
+// A value that was read, with its position.
 template <class T>
 struct Located {
   T value{};

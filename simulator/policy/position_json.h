@@ -6,9 +6,9 @@
 
 namespace simulator {
 
-// Adds "line" and "column" of a position, and the number of its "source" where that is not the first.
+// Adds the "line" and "column" of a position, and the number of its "source" unless it is the first.
 void add_position(Json &object, Position position);
-// The same, as null where the position is none in a file.
+// The same, with null for a position outside any file.
 void add_position_or_null(Json &object, Position position);
 
 }  // namespace simulator

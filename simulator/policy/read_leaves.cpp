@@ -13,10 +13,10 @@ namespace {
 constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();
 constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 
-// A pattern may cost this much memory, so that no pattern takes more than the file that it stands in warrants.
+// A pattern may use this much memory, so that a small file cannot use a lot.
 constexpr int64_t kPatternMemory = 1 << 18;
 
-// What is no mapping was reported as that already.
+// A node that is not a mapping was already reported.
 bool is_mapping(const yaml::Node &node) {
   return node.kind == yaml::Kind::mapping || node.kind == yaml::Kind::null;
 }
@@ -26,7 +26,7 @@ struct FilterKey {
   const yaml::Node *value;
 };
 
-// The one key that says what a filter tests for.
+// The one key that names the filter's test.
 std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node, const Fields &fields) {
   constexpr FilterKind kKinds[] = {FilterKind::equals, FilterKind::prefix, FilterKind::regex, FilterKind::range,
                                    FilterKind::present};
@@ -49,7 +49,7 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
   return found;
 }
 
-// What is wrong with a pattern. The engine's own sentences differ from one release of it to the next.
+// Describes what is wrong with a pattern. The regex engine's own sentences differ from one release to the next.
 std::string_view describe(RE2::ErrorCode error) {
   switch (error) {
     case RE2::ErrorBadEscape:
@@ -82,7 +82,7 @@ std::string_view describe(RE2::ErrorCode error) {
   }
 }
 
-// The part of the pattern that is wrong, where it is known.
+// The part of the pattern that is wrong, if it is known.
 std::string describe(const RE2 &pattern) {
   const std::string_view sentence = describe(pattern.error_code());
   if (pattern.error_arg().empty()) return std::string(sentence);
@@ -99,7 +99,7 @@ void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) 
     reader.diagnostics().add(node.position, concat("not a regular expression: ", describe(*pattern)),
                              "a regular expression in RE2 syntax");
   }
-  // What could not be compiled may have cost as much as anything that could.
+  // A pattern that failed to compile may have cost as much as any that did compile.
   constexpr int64_t kFailureCost = 1000;
   if (!reader.spend_on_patterns(pattern->ok() ? pattern->ProgramSize() : kFailureCost)) {
     reader.diagnostics().add(node.position, "too much work in the regular expressions up to here",
@@ -175,7 +175,7 @@ namespace {
 constexpr ActionKind kActionKinds[] = {ActionKind::set,    ActionKind::clear, ActionKind::log,   ActionKind::count,
                                        ActionKind::permit, ActionKind::deny,  ActionKind::raise, ActionKind::apply};
 
-// 'permit' and 'deny' stand alone, as a word.
+// 'permit' and 'deny' are written as a single word.
 void read_bare_action(const Reader &reader, const yaml::Node &node, Action &action) {
   action.kind = reader
                     .choice<ActionKind>(node, "an action on its own",
@@ -219,7 +219,7 @@ void read_argument(const Reader &reader, const yaml::Node &node, Action &action)
   }
 }
 
-// The one key of the mapping that says what an action does.
+// The one key of the mapping that names the kind of action.
 void read_action_mapping(const Reader &reader, const yaml::Node &node, const Fields &fields, Action &action) {
   const yaml::Node *argument = nullptr;
   for (const ActionKind kind : kActionKinds) {
@@ -242,7 +242,7 @@ void read_action_mapping(const Reader &reader, const yaml::Node &node, const Fie
   }
 }
 
-// Actions that are not numbered go on from the one before.
+// An action without a number gets the number after the previous one.
 Action read_action(const Reader &reader, const yaml::Node &node, uint32_t next_number) {
   Action action{.position = node.position, .number = next_number};
   if (node.kind == yaml::Kind::scalar) {

@@ -10,14 +10,14 @@ namespace simulator {
 
 namespace {
 
-// A domain that is not given is filled in once all domains are known.
+// A missing domain is filled in once all domains are known.
 Name read_domain(const Reader &reader, const Fields &fields) {
   const yaml::Node *domain = fields.find("domain");
   if (!domain) return {};
   return reader.name(*domain, "a domain's name", NameKind::domain).value_or(Name{"", domain->position});
 }
 
-// A number that could not be read is 0 and was reported.
+// A number that could not be read is 0 and was already reported.
 void check_number_is_new(const Reader &reader, FirstPositions<uint32_t> &numbers, uint32_t number, Position position,
                          std::string_view what) {
   if (number == 0) return;
@@ -70,7 +70,7 @@ Rule read_rule(const Reader &reader, const yaml::Node &node) {
   return rule;
 }
 
-// The repository keeps one rule for a class-map under an event.
+// The repository keeps one rule per class-map and event.
 void check_class_is_new(const Reader &reader, FirstPositions<std::string> &classes, const Name &name) {
   if (name.value.empty()) return;
   const std::optional<Position> earlier = classes.earlier(name.value, name.position);
@@ -136,8 +136,8 @@ Statement read_statement(const Reader &reader, const yaml::Node &node) {
   return statement;
 }
 
-// What a no-match filter says about an attribute cannot be said together with anything else about it: of several filters
-// of one attribute, one has to hold.
+// A no-match filter cannot be combined with other filters of the same attribute: if an attribute has several filters,
+// one of them has to hold.
 void check_no_match_stands_alone(const Reader &reader, const std::vector<Filter> &filters) {
   std::unordered_map<std::string_view, size_t> filters_of;
   for (const Filter &filter : filters) {
@@ -183,7 +183,8 @@ void read_parameter_maps(const Reader &reader, const yaml::Node &node, PolicyFil
     }
     std::stable_sort(map.statements.begin(), map.statements.end(),
                      [](const Statement &a, const Statement &b) { return a.index < b.index; });
-    // In the order of the map-indices, so that the filter types do not depend on how the file orders the statements.
+    // In the order of the map-indices, so that the filter types do not depend on the order of the statements in the
+    // file.
     collect_attributes(reader, map);
     file.parameter_maps.push_back(std::move(map));
   });

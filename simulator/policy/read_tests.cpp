@@ -15,7 +15,7 @@ std::vector<Name> read_texts(const Reader &reader, const yaml::Node &node, std::
   return texts;
 }
 
-// An attribute with nothing behind it has to be absent.
+// An attribute without a value has to be absent.
 std::vector<ExpectedValue> read_expected_values(const Reader &reader, const yaml::Node &node) {
   std::vector<ExpectedValue> values;
   reader.named(node, "an attribute's name", NameKind::map, [&](Name name, const yaml::Node &body) {

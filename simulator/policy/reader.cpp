@@ -10,8 +10,8 @@ namespace simulator {
 namespace {
 
 constexpr size_t kLongestName = 63;
-// Name, domain and type of a map make its key in the repository, which is cut at 99 characters; with these bounds no two
-// names ever share one.
+// The repository's key of a map consists of its name, domain and type, and is cut at 99 characters; with these bounds
+// no two maps ever share a key.
 constexpr size_t kLongestDomain = 31;
 
 bool is_name_character(char character, NameKind kind) {
@@ -29,7 +29,7 @@ std::string describe_name(NameKind kind) {
   return concat("1 to ", longest_of(kind), " letters, digits and ", kind == NameKind::target ? "_-./+:@" : "_-./+");
 }
 
-// A value in a message: short, and in quotes when it is no plain word.
+// A value in a message: short, and in quotes unless it is a plain word.
 std::string shown(std::string_view text) {
   constexpr size_t kLongestShown = 40;
   if (text.size() <= kLongestShown) return concat("'", text, "'");
@@ -46,7 +46,7 @@ Fields::Fields(const yaml::Node &node, std::string_view what, std::initializer_l
                Diagnostics &diagnostics)
     : node_(&node), what_(what), diagnostics_(&diagnostics) {
   const std::vector<std::string_view> vocabulary(keys);
-  // Nothing written is a mapping without entries.
+  // An empty value is a mapping without entries.
   if (node.kind == yaml::Kind::null) return;
   if (node.kind != yaml::Kind::mapping) {
     diagnostics.add(node.position, concat(what, " is ", yaml::name_of(node.kind)),
@@ -79,7 +79,7 @@ const yaml::Node *Fields::find(std::string_view key) const {
 
 const yaml::Node *Fields::require(std::string_view key) const {
   const yaml::Node *value = find(key);
-  // What is no mapping was reported as that.
+  // A node that is not a mapping was already reported.
   if (!value && node_)
     diagnostics_->add(node_->position, concat(what_, " has no '", key, "'"), concat("the key ", key));
   return value;

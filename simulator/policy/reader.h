@@ -1,7 +1,7 @@
-// From YAML nodes to values: every check of a value exists once, and what is wrong goes to the diagnostics.
+// Converts YAML nodes to values: every check of a value exists once, and errors go to the diagnostics.
 //
-// A reader answers nothing for what is wrong, after it has said so; its caller carries on, so that one load reports all
-// that is wrong with a file.
+// When a value is wrong, a reader reports it and returns nothing; its caller carries on, so that one load reports
+// everything that is wrong with a file.
 #pragma once
 
 #include <initializer_list>
@@ -17,7 +17,7 @@
 
 namespace simulator {
 
-// The entries of a mapping whose keys are known. Duplicate and unknown keys are reported when it is made.
+// The entries of a mapping whose keys are known. The constructor reports duplicate and unknown keys.
 class Fields {
  public:
   Fields(const yaml::Node &node, std::string_view what, std::initializer_list<std::string_view> keys,
@@ -25,7 +25,7 @@ class Fields {
 
   // The value under 'key', or NULL.
   const yaml::Node *find(std::string_view key) const;
-  // The same; a missing one is reported.
+  // The same, but reports a missing value.
   const yaml::Node *require(std::string_view key) const;
 
  private:
@@ -42,7 +42,7 @@ struct Word {
   Meaning meaning;
 };
 
-// Where a value stood first, for values that may stand once only.
+// The first position of each value, for values that may occur only once.
 template <class Value>
 class FirstPositions {
  public:
@@ -58,7 +58,7 @@ class FirstPositions {
 
 enum class NameKind {
   map,     // letters, digits and _-./+
-  domain,  // the same, and shorter
+  domain,  // the same, but shorter
   target,  // also ':' and '@'
 };
 
@@ -68,7 +68,7 @@ class Reader {
 
   Diagnostics &diagnostics() const { return *diagnostics_; }
 
-  // Takes the cost of a regular expression off what a file may spend on them; false when that is used up.
+  // Subtracts the cost of a regular expression from the file's budget for them; false when the budget is used up.
   bool spend_on_patterns(int64_t cost) const {
     pattern_budget_ -= cost;
     return pattern_budget_ >= 0;
@@ -83,21 +83,21 @@ class Reader {
   std::optional<Meaning> choice(const yaml::Node &node, std::string_view what,
                                 std::initializer_list<Word<Meaning>> words) const;
 
-  // Calls 'each' with every item of a list. Nothing written counts as an empty list.
+  // Calls 'each' with every item of a list. An empty value counts as an empty list.
   template <class Each>
   void list(const yaml::Node &node, std::string_view what, Each each) const;
-  // Calls 'each' with every name of a mapping and what stands under it; duplicates are reported and left out.
+  // Calls 'each' with every name of a mapping and its value; duplicates are reported and left out.
   template <class Each>
   void named(const yaml::Node &node, std::string_view what, NameKind kind, Each each) const;
 
  private:
-  // In instructions of compiled expressions; a second of work.
+  // In instructions of compiled expressions; about a second of work.
   static constexpr int64_t kPatternBudget = 2'000'000;
 
   bool is_kind(const yaml::Node &node, yaml::Kind kind, std::string_view what) const;
   std::optional<size_t> chosen(const yaml::Node &node, std::string_view what,
                                const std::vector<std::string_view> &words) const;
-  // The entries of a mapping with good names, each name once.
+  // The entries of a mapping that have valid names, each name once.
   std::vector<std::pair<Name, const yaml::Node *>> named_entries(const yaml::Node &node, std::string_view what,
                                                                  NameKind kind) const;
 

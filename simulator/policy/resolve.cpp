@@ -1,4 +1,4 @@
-// What the structure of a policy file alone does not show.
+// The checks of a policy file that need more than its structure.
 #include <algorithm>
 #include <unordered_set>
 #include <utility>
@@ -12,10 +12,11 @@ namespace simulator {
 
 namespace {
 
-// The repository names the hidden class-map of a statement with this, the parameter-map's name and the map-index.
+// The repository names the hidden class-map of a statement with this prefix, the parameter-map's name and the
+// map-index.
 constexpr std::string_view kHiddenPrefix = "__PMTR__";
 
-// The repository looks through all clients for each new one, and through all domains.
+// The repository searches all clients for each new client, and all domains for each new domain.
 constexpr size_t kMostClients = 1000;
 constexpr size_t kMostDomains = 1000;
 
@@ -70,7 +71,7 @@ class Resolver {
   Diagnostics *diagnostics_;
 };
 
-// A name that could not be read is empty and was reported.
+// A name that could not be read is empty and was already reported.
 bool was_read(const Name &name) {
   return !name.value.empty();
 }
@@ -112,7 +113,7 @@ void Resolver::check_domains() {
   }
 }
 
-// A map that names no domain belongs to the only one that there is.
+// A map that names no domain belongs to the only domain.
 void Resolver::fill_domain(Name &domain, const Name &map) {
   const bool given = domain.position.line != 0;
   if (given) {
@@ -145,13 +146,13 @@ void Resolver::check_parameter_maps() {
   check_hidden_names();
 }
 
-// Nothing stands between the name of the parameter-map and the map-index, so that map1 with 23 and map12 with 3 collide.
+// Nothing separates the name of the parameter-map from the map-index, so map1 with 23 and map12 with 3 collide.
 void Resolver::check_hidden_names() {
   FirstPositions<std::string> names;
   for (const ParameterMap &map : file_->parameter_maps) {
     uint32_t last = 0;
     for (const Statement &statement : map.statements) {
-      // A duplicate map-index was reported; equal ones are neighbours.
+      // A duplicate map-index was already reported; equal ones are neighbours.
       if (statement.index == std::exchange(last, statement.index)) continue;
       const std::string name = concat(map.name.value, statement.index);
       const std::optional<Position> earlier = names.earlier(name, statement.position);
@@ -164,8 +165,8 @@ void Resolver::check_hidden_names() {
   }
 }
 
-// The database in which the maps of a domain lie: the owner's name, or the engine's for the default one; NULL when the
-// domain or its owner is not known.
+// The database that holds the maps of a domain: the owner's name, or the engine's for the default one; NULL when the
+// domain or its owner is unknown.
 const std::string *Resolver::database_of(const Name &domain) const {
   static const std::string kDefault = engine::kClientName;
   const Domain *found = file_->find_domain(domain.value);
@@ -288,7 +289,7 @@ void Resolver::check_expected_rules() {
   }
 }
 
-// What nothing sets and nothing asks for is a misspelt name: an expectation that it be absent could not fail.
+// An attribute that nothing sets and nothing tests is a misspelt name: expecting it to be absent could never fail.
 void Resolver::check_expected_attributes() {
   std::vector<std::string_view> known;
   std::unordered_set<std::string_view> names;
@@ -318,7 +319,7 @@ void Resolver::check_attribute_count() {
 
 void Resolver::check_handle_count() {
   size_t handles = file_->class_maps.size() + file_->policy_maps.size() + file_->parameter_maps.size();
-  // A target has a policy context beside it.
+  // Each target also takes a policy context.
   handles += 2 * file_->targets.size();
   for (const ClassMap &map : file_->class_maps)
     handles += map.filters.size();

@@ -3,7 +3,7 @@
 
 namespace simulator {
 
-// The content of share/schema/policy.json, taken in when the command is built.
+// The content of share/schema/policy.json, embedded at build time.
 extern const char *const kPolicySchema;
 
 }  // namespace simulator

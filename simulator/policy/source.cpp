@@ -21,8 +21,8 @@ bool is_continuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80;
 }
 
-// The length of the character at the front of 'text', or 0 when it is not UTF-8 or is a character that a text file has no
-// use for.
+// The length of the character at the front of 'text', or 0 when it is not valid UTF-8 or is a character that no text
+// file needs.
 size_t character_length(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
   if (lead < 0x80) {
@@ -34,7 +34,7 @@ size_t character_length(std::string_view text) {
   if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
   if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation)) return 0;
 
-  // Control characters again, overlong forms, surrogates, and what lies beyond the last character.
+  // The other control characters, overlong forms, surrogates, and everything after the last character of Unicode.
   const auto second = static_cast<unsigned char>(text[1]);
   if (lead == 0xc2 && second < 0xa0) return 0;
   if (lead == 0xe0 && second < 0xa0) return 0;
@@ -44,7 +44,7 @@ size_t character_length(std::string_view text) {
   return length;
 }
 
-// The position of the first character that is not allowed, if there is one.
+// The position of the first character that is not allowed, or nothing.
 void check_characters(const Source &source, Diagnostics &diagnostics) {
   const std::string_view text = source.text();
   size_t line = 0;

@@ -10,31 +10,30 @@
 
 namespace simulator {
 
-// Whether this is UTF-8 without control characters that a text file has no use for.
+// Whether this is UTF-8 without control characters that no text file needs.
 bool is_text(std::string_view text);
 
 class Source {
  public:
-  // A file larger than this is no policy file.
+  // A larger file is not a policy file.
   static constexpr size_t kMaxSize = size_t{16} << 20;
 
-  // 'number' is what all positions in it carry.
+  // Every position in the source carries 'number'.
   Source(std::string name, std::string text, uint32_t number = 0);
 
-  // Reads a file. What is wrong with it goes to 'diagnostics': a file that cannot be read, is too large, or is not UTF-8
-  // text.
+  // Reads a file. Adds an error to 'diagnostics' when the file cannot be read, is too large, or is not UTF-8 text.
   static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
-  // The same for a file that is open, and stays so.
+  // The same for a file that is already open; it stays open.
   static Source read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
-  // The same checks for a text that is there already.
+  // The same checks for a text in memory.
   void check(Diagnostics &diagnostics) const;
 
   const std::string &name() const { return name_; }
   uint32_t number() const { return number_; }
   const std::string &text() const { return text_; }
-  // A line without its end; empty when there is none.
+  // A line without its newline; empty when there is no such line.
   std::string_view line(uint32_t number) const;
-  // The position of a byte of a line, both from 0: columns are characters, of which one may take several bytes.
+  // The position of a byte of a line, both counted from 0. Columns count characters, which can take several bytes.
   Position position_of(size_t line, size_t byte) const;
 
  private:
@@ -44,7 +43,7 @@ class Source {
   std::string text_;
   uint32_t number_;
   std::vector<size_t> line_starts_;
-  // Continuation bytes before every kStride-th byte of the text, so that finding a column costs the same on any line.
+  // Continuation bytes before every kStride-th byte of the text, so that finding a column costs the same on every line.
   static constexpr size_t kStride = 256;
   std::vector<size_t> continuations_;
 };

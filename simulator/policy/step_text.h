@@ -1,5 +1,5 @@
-// Steps from texts that a person gives one at a time, on a command line or in a session. What is wrong with one goes to
-// 'complaints', with the name that was probably meant.
+// Converts texts that a person types, on a command line or in a session, to steps. Errors go to 'complaints', with the
+// name that the person probably meant.
 #pragma once
 
 #include <optional>
@@ -10,11 +10,11 @@
 
 namespace simulator {
 
-// "NAME@TARGET" as a step of a scenario; nothing when it is none of the file's.
+// "NAME@TARGET" as a step of a scenario; nothing when the file has no such event or target.
 std::optional<Step> parse_event(const std::string &text, const PolicyFile &file, Complaints &complaints);
 
-// Adds "ATTRIBUTE=VALUE" to what a step sets, an attribute's name to what it clears. False when the file has no such
-// attribute: setting what nothing asks for can only be a mistake.
+// Adds "ATTRIBUTE=VALUE" to what a step sets, or an attribute's name to what it clears. False when the file has no such
+// attribute: setting an attribute that nothing tests can only be a mistake.
 bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints);
 bool parse_clear(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints);
 

@@ -14,7 +14,7 @@ namespace simulator {
 
 namespace {
 
-// Words that stand for something else than themselves to one reader of YAML or another.
+// Words that some YAML reader does not read as plain text.
 constexpr std::array<std::string_view, 9> kReserved = {"null", "true", "false", "yes", "no", "on", "off", "y", "n"};
 
 bool is_reserved(std::string_view text) {
@@ -32,8 +32,8 @@ bool is_digit(char character) {
   return character >= '0' && character <= '9';
 }
 
-// Whether 'text' needs no quotes, whoever reads it: it begins with a letter and goes on in a way that means nothing to
-// YAML, or is a decimal number that comes out as it went in.
+// Whether every YAML reader reads 'text' correctly without quotes: it begins with a letter and has no characters that
+// mean something in YAML, or it is a decimal number that would be written back the same.
 bool is_plain(std::string_view text) {
   if (const std::optional<int64_t> number = engine::parse_number(text)) return std::to_string(*number) == text;
   constexpr std::string_view kHarmless = "_-./+";
@@ -43,7 +43,7 @@ bool is_plain(std::string_view text) {
          });
 }
 
-// The emitter escapes all control characters but this one. What it stands in is quoted, as it is not plain.
+// The emitter escapes all control characters but this one. The text around it is quoted, since it is not plain.
 std::string without_delete(std::string_view text) {
   std::string escaped;
   for (const char character : text) {
@@ -61,7 +61,7 @@ class Writer {
   std::string run(const PolicyFile &file);
 
  private:
-  // A mapping or a list, from its making to its end.
+  // A mapping or a list; it ends with the object.
   class Mapping {
    public:
     explicit Mapping(Writer &writer) : out_(&writer.out_) { *out_ << YAML::BeginMap; }
@@ -136,7 +136,7 @@ void Writer::list(std::string_view name, const std::vector<Element> &elements, E
   out_ << YAML::EndSeq;
 }
 
-// Names, and what stands under each.
+// Names, and the value of each.
 template <class Element, class Each>
 void Writer::section(std::string_view name, const std::vector<Element> &elements, Each each) {
   if (elements.empty()) return;
@@ -266,7 +266,7 @@ void Writer::test_of(const Filter &filter) {
     case FilterKind::range: {
       key("range");
       const Mapping range(*this);
-      // A range has to have an end, be it the end of all numbers.
+      // A range needs an end, even if that is the lowest or highest number.
       const bool open = filter.high == std::numeric_limits<int64_t>::max();
       if (open || filter.low != std::numeric_limits<int64_t>::min()) number("min", filter.low);
       if (!open) number("max", filter.high);

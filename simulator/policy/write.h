@@ -7,11 +7,11 @@
 
 namespace simulator {
 
-// The text of a file from which the loader makes the same objects, in the same order: what the repository is built of,
-// without the scenario and the tests. Equal objects give equal texts.
+// Returns the text of a file from which the loader makes the same objects, in the same order. It contains what the
+// repository is built from, without the scenario and the tests. Equal objects give equal texts.
 //
-// What a file may leave out is left out: empty lists, numbers of actions that follow from the one before, a precedence of
-// 0, and 'stop-on-failure'. Domain and match criteria are always there, as a reader should not have to know the default.
+// The text omits what a file may omit: empty lists, action numbers that follow from the previous one, a precedence of
+// 0, and 'stop-on-failure'. It always contains domains and match criteria, so that a reader need not know the default.
 std::string write_objects(const PolicyFile &file);
 
 }  // namespace simulator

@@ -15,7 +15,7 @@ namespace simulator::yaml {
 
 namespace {
 
-// Ends the parse where the text leaves the bounds.
+// Ends the parse when the text exceeds a bound.
 struct Refused {
   Diagnostic diagnostic;
 };
@@ -36,14 +36,14 @@ const char *name_of(Kind kind) {
   return "";
 }
 
-// Builds the tree from the parser's events. A node that is complete is added to the one that is open.
+// Builds the tree from the parser's events. A completed node is added to the open one.
 class Builder final : public YAML::EventHandler {
  public:
   Builder(const Source &source, Document &document) : source_(&source), document_(&document) {}
 
   void OnDocumentStart(const YAML::Mark &) override {}
   void OnDocumentEnd() override {}
-  // A value that is left out stands, to the parser, where the text goes on; to the reader, where its key is.
+  // The parser reports the position of a missing value where the text goes on; a reader looks for it at its key.
   void OnNull(const YAML::Mark &mark, YAML::anchor_t anchor) override {
     const Node *key = open_.empty() ? nullptr : open_.back().key;
     leaf(mark, anchor, Kind::null, "");
@@ -79,7 +79,7 @@ class Builder final : public YAML::EventHandler {
   struct Open {
     Node *node;
     YAML::anchor_t anchor;
-    const Node *key = nullptr;  // of a mapping: the key whose value comes next
+    const Node *key = nullptr;  // of a mapping: the key that still needs its value
   };
 
   [[noreturn]] void refuse(const YAML::Mark &mark, std::string message, std::string expected) const {
@@ -87,7 +87,7 @@ class Builder final : public YAML::EventHandler {
   }
 
   void refuse_tag(const YAML::Mark &mark, const std::string &tag) const {
-    // '?' and '!' are what the parser calls plain and quoted values without a tag.
+    // The parser reports '?' for a plain value without a tag and '!' for a quoted one.
     if (tag.empty() || tag == "?" || tag == "!") return;
     refuse(mark, concat("the tag ", as_word(tag)), "no tags");
   }
@@ -148,7 +148,7 @@ class Builder final : public YAML::EventHandler {
 
 namespace {
 
-// Answers an event for each node of a document that nobody wants.
+// Consumes the events of a document that is not used.
 class Ignore final : public YAML::EventHandler {
  public:
   void OnDocumentStart(const YAML::Mark &mark) override {

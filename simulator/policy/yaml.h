@@ -1,7 +1,7 @@
-// A policy file as YAML: a tree of nodes with their positions. Everything above the loader knows the model only.
+// A policy file as YAML: a tree of nodes with their positions. Code above the loader uses only the model.
 //
-// Files come from outside. Depth, the length of a scalar, and what aliases add up to are bounded while the text is parsed,
-// so that no file takes more time or memory than its size warrants.
+// Files come from outside. Depth, the length of scalars and the total size of aliases are bounded during the parse, so
+// that no file takes more time or memory than its size justifies.
 #pragma once
 
 #include <deque>
@@ -17,7 +17,7 @@ namespace simulator::yaml {
 
 inline constexpr size_t kMaxDepth = 32;
 inline constexpr size_t kMaxScalar = 4096;
-inline constexpr size_t kMaxNodes = 2'000'000;  // aliases counted as often as they stand
+inline constexpr size_t kMaxNodes = 2'000'000;  // an alias counts again at each use
 
 enum class Kind { null, scalar, sequence, mapping };
 
@@ -27,7 +27,7 @@ struct Node {
   std::string text;                                            // of a scalar
   std::vector<const Node *> items;                             // of a sequence
   std::vector<std::pair<const Node *, const Node *>> entries;  // of a mapping, as written, duplicates included
-  size_t weight = 1;                                           // nodes below and including this one
+  size_t weight = 1;                                           // the number of nodes below this one, plus this one
 };
 
 // "a mapping", "a sequence", ...
@@ -46,7 +46,7 @@ class Document {
   const Node *root_ = nullptr;
 };
 
-// Nothing when the text is not one YAML document; 'diagnostics' then says why.
+// Returns nothing when the text is not exactly one YAML document; 'diagnostics' then says why.
 std::optional<Document> parse(const Source &source, Diagnostics &diagnostics);
 
 }  // namespace simulator::yaml

@@ -15,7 +15,7 @@ namespace {
 namespace parser_says = YAML::ErrorMsg;
 
 struct Sentence {
-  const char *parser;  // what the parser's message begins with
+  const char *parser;  // how the parser's message begins
   const char *message;
   const char *expected;
 };
@@ -29,7 +29,7 @@ constexpr const char *kNameOfAnchor = "a name of letters and digits, or quotes a
 constexpr const char *kBlockText = "'-', '+' or a digit from 1 to 9, and the text on the lines below";
 constexpr const char *kHexadecimal = R"(\xHH, \uHHHH or \UHHHHHHHH with hexadecimal digits)";
 
-// What a line says that is indented wrongly, with a tab for example.
+// Describes a line with wrong indentation, a tab for example.
 const Sentence kOfIndentation[] = {
     {parser_says::END_OF_MAP, "this does not continue the mapping above", "a key at the indentation of the keys above"},
     {parser_says::END_OF_SEQ, "this does not continue the list above", "'-' at the indentation of the items above"},
@@ -72,7 +72,7 @@ const Sentence kOther[] = {
     {parser_says::REPEATED_TAG_DIRECTIVE, "a directive that stands here twice", kNoDirectives},
 };
 
-// No message of the parser begins with another one.
+// No message of the parser is the beginning of another one.
 template <size_t size>
 const Sentence *find(const Sentence (&sentences)[size], std::string_view parser_message) {
   const auto *found = std::find_if(std::begin(sentences), std::end(sentences), [&](const Sentence &sentence) {
@@ -81,7 +81,7 @@ const Sentence *find(const Sentence (&sentences)[size], std::string_view parser_
   return found == std::end(sentences) ? nullptr : found;
 }
 
-// The byte of the line, from 0, where its indentation has a tab.
+// The byte of the line, from 0, at which its indentation has a tab.
 std::optional<size_t> tab_in_indentation(std::string_view line) {
   const size_t end = line.find_first_not_of(' ');
   if (end == std::string_view::npos || line[end] != '\t') return std::nullopt;
@@ -92,7 +92,7 @@ Diagnostic diagnostic(Position position, std::string_view message, std::string e
   return {position, concat("not YAML: ", message), std::move(expected), {}};
 }
 
-// Most people see no tab, and the parser trips over it only behind it.
+// Tabs are invisible to most people, and the parser reports only what follows one.
 Diagnostic describe_indentation(const YAML::Mark &mark, const Sentence &sentence, const Source &source) {
   const Position position = position_of(source, mark);
   const std::optional<size_t> tab = tab_in_indentation(source.line(position.line));

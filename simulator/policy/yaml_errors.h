@@ -1,5 +1,5 @@
-// What is wrong with a text that is not YAML, in sentences that say what to do about it. The parser's own differ from one
-// release of it to the next.
+// Describes what is wrong with text that is not YAML, and what to do about it. The parser's own sentences differ from
+// one release to the next.
 #pragma once
 
 #include <yaml-cpp/exceptions.h>
@@ -11,7 +11,7 @@ namespace simulator::yaml {
 
 Diagnostic describe(const YAML::Exception &error, const Source &source);
 
-// The position of a mark of the parser.
+// The position that the parser's mark points to.
 Position position_of(const Source &source, const YAML::Mark &mark);
 
 }  // namespace simulator::yaml

@@ -49,9 +49,9 @@ struct ActionData {
   engine::Value value;                                   // set
   engine::AttributeId attribute = engine::kNoAttribute;  // set, clear, count
   uint32_t event_id = 0;                                 // raise
-  std::vector<engine::AttributeId> map_attributes;       // apply: by filter type
+  std::vector<engine::AttributeId> map_attributes;       // apply: in the order of the filter types
   uint32_t pmtr_map = 0;                                 // apply: found on first use
-  uint32_t in_force = 0;  // targets on which the action is in force, once for each policy-map
+  uint32_t in_force = 0;  // targets on which the action is in force, counted once for each policy-map
 };
 
 ActionData &data_of(void *action_data) {
@@ -69,7 +69,7 @@ uint32_t apply(ActionData &data, engine::Run &run) {
   if (data.pmtr_map == 0) data.pmtr_map = find_parameter_map(data.action.subject.value);
   const Offer offer(run, data.map_attributes);
   const engine::Applied applied = run.apply(data.pmtr_map, offer.values());
-  // A map that is gone may be made again under its name.
+  // A deleted map may be created again under the same name.
   if (applied == engine::Applied::no_map) data.pmtr_map = 0;
   return applied == engine::Applied::done ? kDone : kFailed;
 }
@@ -108,7 +108,7 @@ uint32_t enter(void *action_data, void *run_pointer) {
   return kFailed;
 }
 
-// The argument is for clients that know several forms of their text.
+// The argument is for clients that support several forms of the text.
 char *describe(void *action_data, uint32_t) {
   return bstrdup_named(to_string(data_of(action_data).action).c_str(), kActionTextTag);
 }

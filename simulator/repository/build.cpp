@@ -14,7 +14,7 @@ namespace simulator {
 
 namespace {
 
-// Ends a build: the library refused what a good file asks for.
+// Ends a build: the library refused something that a good file needs.
 struct Refused {
   std::string what;
 };
@@ -61,8 +61,8 @@ bool Repository::build() {
 
 namespace {
 
-// The clients, the domains and the handles are lost to the library, which will not look at the table of clients again. The
-// records and names of clients and domains stay allocated.
+// After this the library no longer knows the clients, domains and handles, and will not read the table of clients
+// again. The records and names of clients and domains stay allocated.
 void give_up_registrations() {
   if (!zar_clients_info) return;
   zar_handle_table_destroy();
@@ -115,7 +115,7 @@ uint32_t Repository::register_new(const Client &client) {
   expect_success(zar_client_register(client.name.value.c_str(), database, &clid), "the registration",
                  client.name.value);
   ++kept_.clients;
-  // A name that could not be copied is no failure to the library.
+  // The library does not report a name that it could not copy as a failure.
   expect(zar_clients_info[clid - 1]->name != nullptr, "the name", client.name.value);
   return clid;
 }
@@ -165,7 +165,7 @@ void Repository::build_parameter_map(const ParameterMap &map) {
   uint32_t pmtr_map = 0;
   expect(kel_parameter_map_get_type(kel_parameter_map_subscriber_domain_str, &type) == 0, "the type", map.name.value);
   const uint32_t status = kel_create_subscriber_parameter_map(map.name.value.c_str(), type, &pmtr_map);
-  // A map that was made and not stored is left to its maker.
+  // If the map was made but not stored, its maker has to delete it.
   if (status != 0 && pmtr_map != 0) zar_delete_pmtr_map(pmtr_map);
   expect_success(status, "the parameter-map", map.name.value);
   parameter_maps_.push_back(map.name.value);
@@ -201,7 +201,7 @@ void Repository::add_statement_filter(uint32_t pmtr_map, const ParameterMap &map
   const uint32_t status =
       zar_pmtr_create_or_add_filter(pmtr_map, &context, filter.no_match, filter.kind == FilterKind::regex, 0,
                                     statement.index, 0, map.filter_type_of(filter.attribute.value));
-  // The operation keeps some failures to itself, so its status alone does not tell who has the data now.
+  // The operation does not report every failure, so its status alone does not show who owns the data now.
   if (status == 0 && holds_data(zar_get_internal_class_map(pmtr_map, statement.index), context.filter_data)) return;
   client::give_back(context);
   expect(false, "the filter", to_string(filter), status);
@@ -223,11 +223,11 @@ void Repository::add_statement_action(uint32_t pmtr_map, const Statement &statem
   const uint32_t status = zar_pmtr_map_create_action(pmtr_map, statement.index, static_cast<uint8_t>(action.number),
                                                      static_cast<uint16_t>(action.precedence), block);
   if (status != 0) {
-    // The operation made an action of the context and deleted it again, with its data, but left the block.
+    // The operation made an action from the context and deleted it again, with its data, but did not free the block.
     client::give_back(block);
     expect_success(status, "the action", to_string(action));
   }
-  // An action that could not be made is no failure to the operation, which then freed the block alone.
+  // The operation does not report an action that it could not make as a failure; it then freed only the block.
   if (holds_data(pmtr_map, statement.index, action.number, context.action_data)) return;
   client::give_back(context);
   expect(false, "the action", to_string(action));
@@ -308,8 +308,8 @@ void Repository::build_target(const Target &target) {
   }
 }
 
-// A target comes into being with its first policy-map; the others are activated on it. The lists of targets that the
-// actions were handed are released at once, so that no more of them are kept than one activation makes.
+// The first policy-map creates the target; the others are activated on it. The lists of targets that the actions
+// received are released at once, so that no more of them are kept than one activation makes.
 void Repository::put_policy(TargetRecord &target, const Name &name, bool first) {
   const PolicyMap &policy = *file_->find_policy_map(name.value);
   const uint32_t clid = clid_of_domain(policy.domain);

@@ -47,7 +47,7 @@ FilterData &data_of(void *filter_data) {
   return *static_cast<FilterData *>(filter_data);
 }
 
-// A pattern is as good as its text.
+// Patterns are compared by their texts.
 bool same_test(const Filter &a, const Filter &b) {
   return a.kind == b.kind && a.text == b.text && a.low == b.low && a.high == b.high;
 }
@@ -61,7 +61,7 @@ char *describe(void *filter_data) {
   return bstrdup_named(to_string(data_of(filter_data).filter).c_str(), kFilterTextTag);
 }
 
-// Two filters are compared by what they test; a filter and an offered value by whether the filter holds for the value.
+// Two filters are compared by their tests; a filter and an offered value by whether the filter holds for the value.
 uint32_t compare(void *stored, void *comparand) {
   const FilterData &data = data_of(stored);
   if (static_cast<const Comparand *>(comparand)->is == Comparand::Is::value) {
@@ -72,7 +72,7 @@ uint32_t compare(void *stored, void *comparand) {
   return data.attribute == other.attribute && same_test(data.filter, other.filter);
 }
 
-// The contexts of filters stand on the stack of whoever makes them: there is no block to free.
+// The maker of a filter context keeps it on its stack: there is no block to free.
 void free_data(void *filter_data, void *) {
   delete static_cast<FilterData *>(filter_data);
 }

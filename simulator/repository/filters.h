@@ -1,4 +1,4 @@
-// Filters as a client of the repository keeps them: the data behind a filter context, and what can be done with it.
+// Filters as a client of the repository keeps them: the data behind a filter context, and the operations on it.
 #pragma once
 
 #include <array>
@@ -11,21 +11,21 @@
 
 namespace simulator::client {
 
-// A context for a filter of a policy file, with data of its own. The data goes with the repository's filter once one is
-// made of the context; until then give_back is the caller's duty.
+// Returns a context for a filter of a policy file, with data of its own. Once a filter of the repository is made from
+// the context, that filter owns the data; until then the caller must call give_back.
 zar_filter_context make_filter_context(const Filter &filter);
 void give_back(const zar_filter_context &context);
 
 // The filter behind a record of the repository; it lives as long as the record.
 const Filter &filter_of(const zar_filter &record);
 
-// Whether a value passes the filter's test. NULL is the value of an attribute that is absent, and passes no test.
+// Whether a value passes the filter's test. NULL is the value of an absent attribute and passes no test.
 bool matches(const Filter &filter, const engine::Attribute *value);
-// The same with no-match taken into account.
+// The same, with no-match applied.
 bool holds(const Filter &filter, const engine::Attribute *value);
 
-// What the compare function is handed beside a filter's data: the data of another filter, or a value that a target offers
-// to the statements of a parameter-map.
+// What the compare function receives beside a filter's data: the data of another filter, or a value that a target
+// offers to the statements of a parameter-map.
 struct Comparand {
   enum class Is : uint8_t { filter, value };
   Is is;
@@ -38,7 +38,7 @@ struct OfferedData : Comparand {
 };
 
 // What a target offers to a parameter-map: its value of each attribute that the map tests, in the order of the filter
-// types. An attribute that the target does not have is offered too, as no-match filters ask for that.
+// types. Attributes that the target lacks are offered too, since no-match filters need them.
 class Offer {
  public:
   Offer(const engine::Run &run, const std::vector<engine::AttributeId> &attributes);
@@ -54,7 +54,7 @@ class Offer {
   size_t count_ = 0;
 };
 
-// Filter data that is out.
+// Filter data that is not freed yet.
 size_t live_filter_data();
 
 }  // namespace simulator::client

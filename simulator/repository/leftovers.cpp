@@ -13,7 +13,7 @@ namespace simulator {
 
 namespace {
 
-// The library's tags of what it keeps.
+// The library's tags for the blocks and records that it keeps.
 constexpr uint32_t kClientTable = 0x3e00003;
 constexpr uint32_t kGrownClientTable = 0x3e00008;
 constexpr uint32_t kTrees[] = {0x3e00004, 0x3e00005, 0x3e00006, 0x3e00007};
@@ -55,12 +55,12 @@ void compare(std::string_view what, const Counts<Key> &expected, const Counts<Ke
   }
 }
 
-// In the order in which they are reported.
+// In the order of the report.
 constexpr const char *kKinds[] = {"handles",      "queue entries", "policy instances", "target states",
                                   "target lists", "filter data",   "action data",      "actions freed in force"};
 
 Counts<std::string> count_kinds() {
-  // The domain entries stand in the domain list alone, so no entry had to be allocated for them.
+  // Domain entries are only in the domain list, so no entry had to be allocated for them.
   const size_t counts[] = {runtime::live_ids().size(),   runtime::live_queue_entries(),   engine::live_instances(),
                            engine::live_target_states(), engine::kept_target_lists(),     client::live_filter_data(),
                            client::live_action_data(),   client::actions_freed_in_force()};
@@ -100,7 +100,7 @@ void compare_kind(const char *kind, const Holdings &expected, const Holdings &fo
 Holdings take_stock() {
   Holdings holdings;
   holdings.counts = count_kinds();
-  // Pools by tag; those without one by name.
+  // Pools by tag; pools without a tag by name.
   for (const runtime::PoolInfo &pool : runtime::pools()) {
     if (pool.name.empty()) {
       holdings.records[pool.tag] += pool.live;

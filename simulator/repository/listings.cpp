@@ -11,7 +11,7 @@ namespace simulator {
 
 namespace {
 
-// The printer that the library calls knows no caller, so what it prints is collected here.
+// The library's print callback has no argument for the caller, so its output is collected here.
 std::string collected;
 
 __attribute__((format(printf, 1, 2))) void print_line(const char *format, ...) {
@@ -27,11 +27,11 @@ __attribute__((format(printf, 1, 2))) void print_line(const char *format, ...) {
   va_end(again);
 
   collected += line.data();
-  // Most of the library's lines come without an end.
+  // Most of the library's lines have no newline at the end.
   if (collected.empty() || collected.back() != '\n') collected += '\n';
 }
 
-// Lists stand apart from each other by an empty line.
+// An empty line separates the lists.
 void print_heading(const std::string &heading) {
   print_line("%s%s\n", collected.empty() ? "" : "\n", heading.c_str());
 }
@@ -53,7 +53,7 @@ void list_database(const std::string &domain, const std::string &heading, const 
 
 }  // namespace
 
-// A listing of a domain shows everything in the database of the domain's owner, so one domain of each database is enough.
+// The listing of a domain shows the whole database of the domain's owner, so one domain of each database is enough.
 std::string listings(const PolicyFile &file, const Repository &repository, const Listed &listed) {
   collected.clear();
   std::unordered_set<const zar_db *> done;

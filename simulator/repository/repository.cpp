@@ -1,4 +1,4 @@
-// What a repository is asked while it stands. How it is built and taken down is in build.cpp and tear_down.cpp.
+// Queries on a standing repository. build.cpp builds it and tear_down.cpp takes it down.
 #include "simulator/repository/repository.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
-// The repository as a policy file describes it, built and torn down through the exported operations of the library alone.
+// The repository that a policy file describes, built and torn down only through the exported operations of the library.
 //
-// A process has one repository after the other. Single objects come and go as they like, in step with the file. What the
-// library registers stays registered for the life of the process; the next repository uses it again where it suits, and has
-// the library begin anew where a name stands for something else now: a client with another kind of database, a domain of
-// another owner. kept() says what that cost.
+// A process has one repository at a time. Single objects can be added and removed, in step with the file. Registrations
+// with the library last for the life of the process. The next repository reuses those that fit; where a name now means
+// something else (a client with another kind of database, a domain of another owner) it makes the library start afresh.
+// kept() reports the cost.
 #pragma once
 
 #include <functional>
@@ -25,14 +25,14 @@ namespace simulator {
 
 class Repository {
  public:
-  // 'file' must outlive the repository. It may change: what was built is always the front of each of its lists.
+  // 'file' must outlive the repository. It may change: the built objects are always the front of each of its lists.
   explicit Repository(const PolicyFile &file) : file_(&file) {}
   ~Repository() { tear_down(); }
   Repository(const Repository &) = delete;
   Repository &operator=(const Repository &) = delete;
 
-  // Builds everything that is not there yet and activates the policies of new targets. False when the library refused
-  // something; problems() then says what, and what was built so far is there to be taken away.
+  // Builds everything that is missing and activates the policies of new targets. Returns false when the library refused
+  // something; problems() then says what, and what was built so far can be taken down.
   bool build();
 
   // How much of the file is built.
@@ -43,10 +43,12 @@ class Repository {
     size_t targets = 0;
   };
   Extent extent() const;
-  // Takes away what was built since the repository had this extent. Clients and domains stay: the library has no way back.
+  // Takes down everything that was built after the repository had this extent. Clients and domains stay: the library
+  // cannot remove them.
   void shrink_to(const Extent &extent);
 
-  // Single steps on what is built, for the names of the file. False when the library refused; problems() then says what.
+  // Single steps on built objects, by their names in the file. They return false when the library refused; problems()
+  // then says what.
   bool activate(std::string_view target, const PolicyMap &policy);
   bool deactivate(std::string_view target, const PolicyMap &policy);
   bool delete_policy(std::string_view name);
@@ -55,15 +57,15 @@ class Repository {
   bool delete_target(std::string_view name);
 
   // Takes everything down: activations, stored policies by name, classes, parameter-maps, targets, databases. Then
-  // compares what is left in the process with what the library never gives back. What is not as it should be is added to
+  // compares what is left in the process with what the library keeps by its contract. Differences are added to
   // problems().
   void tear_down();
 
-  // The same, and says what went wrong since the repository was made.
+  // The same; returns everything that went wrong since the repository was made.
   const Complaints &finish();
 
   const Complaints &problems() const { return problems_; }
-  // The same for those who carry on.
+  // The same, for callers that go on.
   Complaints take_problems() { return std::exchange(problems_, {}); }
 
   // 0 when the file has no such target.
@@ -73,10 +75,10 @@ class Repository {
   // The clids of the file's clients, in the order of the file.
   const std::vector<uint32_t> &clids() const { return clids_; }
 
-  // Those of the file that are registered.
+  // The domains of the file that are registered.
   std::span<const Domain> domains() const { return std::span(file_->domains).first(registered_domains_); }
 
-  // What this repository has added to what the library keeps for the life of the process; whole once it is taken down.
+  // What this repository added to what the library keeps for the life of the process; complete once it is taken down.
   const Kept &kept() const { return kept_; }
 
   // The clid of the client that owns a domain.
@@ -86,7 +88,7 @@ class Repository {
   struct TargetRecord : client::TargetData {
     uint32_t handle = 0;
   };
-  // A class-map or a policy-map, with what it is found by.
+  // A class-map or a policy-map, with the key to find it by.
   struct BuiltMap {
     std::string name;
     std::string domain;
@@ -131,11 +133,11 @@ class Repository {
   void destroy_databases();
   void note_failure(uint32_t status, std::string_view operation, std::string_view object);
 
-  // The one that is built and not yet taken down: there is one table of handles and one engine.
+  // The repository that is built and not yet taken down: there is one table of handles and one engine.
   static const Repository *current;
 
   const PolicyFile *file_;
-  bool torn_down_ = true;  // until something was built
+  bool torn_down_ = true;  // until something is built
   Complaints problems_;
 
   // What was built so far, in the order of building.

@@ -6,8 +6,8 @@
 
 namespace simulator {
 
-// Changes the target's attributes as the step asks (first what it clears, then what it sets), then raises its event. The
-// step's names are good ones.
+// Changes the target's attributes as the step asks (it clears first, then sets), then raises its event. The names in
+// the step must be valid.
 engine::Outcome run_step(const PolicyFile &file, const Repository &repository, const Step &step);
 
 }  // namespace simulator

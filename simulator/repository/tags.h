@@ -1,4 +1,4 @@
-// The tags under which the client asks for named blocks.
+// The tags of the blocks that the client allocates.
 #pragma once
 
 #include <cstdint>

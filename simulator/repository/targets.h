@@ -1,4 +1,4 @@
-// Targets as a client of the repository keeps them: the record behind a target, of which the repository knows the front.
+// Targets as a client of the repository keeps them: the record behind a target; the repository knows the front of it.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ struct TargetData : zar_target_info {
   std::string name{};
 };
 
-// The data behind a record of the repository; whoever added the target keeps it as long as the record lives.
+// The data behind a record of the repository; the client that added the target keeps it as long as the record lives.
 inline const TargetData &target_of(const zar_target &record) {
   return *static_cast<const TargetData *>(record.target_info);
 }

@@ -53,7 +53,7 @@ bool Repository::deactivate(std::string_view target, const PolicyMap &policy) {
   return problems_.size() == before;
 }
 
-// The handlers of actions are told on which targets they go out of force.
+// The handlers of actions are called with the targets on which the actions are no longer in force.
 void Repository::take_down_policy(const BuiltMap &policy) {
   const zar_map_info info = info_of(policy);
   note_failure(zar_delete_stored_policy_by_name(policy.clid, &info), "the deletion", policy.name);
@@ -65,7 +65,7 @@ void Repository::take_down_class(const BuiltMap &map) {
   note_failure(zar_delete_stored_class_by_name(map.clid, &info), "the deletion", map.name);
 }
 
-// By now no policy is left that could use it.
+// No policy is left that could use it.
 void Repository::take_down_parameter_map(const std::string &name) {
   if (zar_is_param_map_assoc_with_policy(client::parameter_map_question(name)) != 0) {
     problems_.push_back(concat("parameter-map '", name, "' is still in use"));
@@ -132,7 +132,7 @@ bool Repository::delete_target(std::string_view name) {
   return problems_.size() == before;
 }
 
-// What was built last goes first.
+// Deletes in reverse order of building.
 void Repository::shrink_to(const Extent &extent) {
   while (targets_.size() > extent.targets)
     delete_target(std::string(targets_.back().name));

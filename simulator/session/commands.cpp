@@ -30,7 +30,7 @@ void load(const Call &call, Reply &reply) {
   end_with(call.session.load(call.line.words[1], reply.trouble), reply);
 }
 
-// NULL when there is no such kind, which is a failure.
+// NULL when there is no such kind; the command then fails.
 const KindWord *known_kind(const std::string &word, std::span<const KindWord> kinds, Reply &reply) {
   std::vector<std::string_view> words;
   for (const KindWord &kind : kinds)
@@ -81,7 +81,7 @@ void show(const Call &call, Reply &reply) {
 
 // ---- What happens -------------------------------------------------------------------------------------------------------------
 
-// NAME@TARGET and what is set before it. Nothing when one of them is wrong, which is a failure.
+// NAME@TARGET and the changes before it. Nothing when one of them is wrong; the command then fails.
 std::optional<Step> read_step(const Call &call, size_t first_assignment, Reply &reply) {
   const PolicyFile &file = call.session.file();
   Complaints &complaints = reply.trouble.complaints;
@@ -113,7 +113,7 @@ void explain(const Call &call, Reply &reply) {
   reply.event = ShownEvent{std::move(explanation), std::move(*step), true, level.value_or(Level::rules)};
 }
 
-// NULL when there is no such target, which is a failure.
+// NULL when there is no such target; the command then fails.
 engine::Attributes *attributes_of(const Call &call, Reply &reply) {
   const std::string &target = call.line.words[1];
   const bool known = call.session.is_known(ObjectKind::target, target, reply.trouble);
@@ -257,7 +257,7 @@ Reply run(Session &session, const std::string &text, size_t number) {
   if (!command) {
     fail_at_command(line.words[0], reply);
   } else if (line.unclosed && command->action != create) {
-    // What a create takes is policy text, in which a single quote may be an apostrophe.
+    // The argument of create is policy text, and a single quote in it may be an apostrophe.
     fail(reply, "a quote is not closed");
   } else if (given < command->least || given > command->most) {
     fail(reply, concat("expected: ", usage_of(*command)));

@@ -1,4 +1,4 @@
-// The commands of a session, one table for doing, helping and completing.
+// The commands of a session, one table for running, help and completion.
 #pragma once
 
 #include <optional>
@@ -13,15 +13,15 @@
 
 namespace simulator::session {
 
-// What a word of a command can be, for its completion.
+// What a word of a command can be, for completion.
 enum class Completes : uint8_t {
   nothing,
   command,
   file,
-  kind,          // of what can be created
-  map_kind,      // of what can be deleted
-  shown_kind,    // of what can be shown
-  name_of_kind,  // of the kind that the word before tells
+  kind,          // a kind that can be created
+  map_kind,      // a kind that can be deleted
+  shown_kind,    // a kind that can be shown
+  name_of_kind,  // an object of the kind that the previous word names
   policy,
   target,
   event_at_target,
@@ -34,24 +34,24 @@ enum class Completes : uint8_t {
 
 enum class Status : uint8_t { done, failed, quit };
 
-// An event that a command raised or rehearsed. Good until the next command, which may change the file.
+// An event that a command raised or rehearsed. Valid until the next command, which may change the file.
 struct ShownEvent {
   EventExplanation explanation;
   Step step;
-  bool rehearsed = false;  // it changed nothing, and its path is what was asked for, at this level
+  bool rehearsed = false;  // it changed nothing; the command asked to show its path at this level
   Level level = Level::rules;
 };
 
-// What comes of a command.
+// The result of a command.
 struct Reply {
   Status status = Status::done;
-  std::string output{};                      // what it shows
-  std::optional<ShownEvent> event{};         // what it shows in the form that the reader likes
-  std::optional<std::string> trace_level{};  // which of the library's own messages are wanted from now on
+  std::string output{};                      // what to show
+  std::optional<ShownEvent> event{};         // to be shown in the form that the reader likes
+  std::optional<std::string> trace_level{};  // the level of the library's own messages to show from now on
   Trouble trouble{};
 };
 
-// A command as it was given.
+// A command as the user gave it.
 struct Call {
   Session &session;
   const Line &line;
@@ -62,17 +62,17 @@ struct Command {
   std::string_view name;
   std::string_view arguments;
   std::string_view help;
-  size_t least;                        // words behind the name
+  size_t least;                        // words after the name
   size_t most;                         // a create takes the rest of the line as one
-  std::vector<Completes> completions;  // of these words; the last goes for all further ones
+  std::vector<Completes> completions;  // of these words; the last applies to all further ones
   void (*action)(const Call &call, Reply &reply);
 };
 
-// In the order of their names.
+// Sorted by name.
 std::span<const Command> commands();
 const Command *find_command(std::string_view name);
 
-// Runs a line, which has the number 'number' in its session.
+// Runs a line; 'number' is its number in its session.
 Reply run(Session &session, const std::string &text, size_t number);
 
 }  // namespace simulator::session

@@ -21,7 +21,7 @@ Words copies(const Texts &texts, std::string_view suffix = {}) {
   return words;
 }
 
-// The event first; its target once there is one.
+// Completes the event first, then its target.
 Words events_at_targets(const Session &session, const std::string &word) {
   const size_t at = word.find('@');
   if (at == std::string::npos) return copies(session.event_names(), "@");
@@ -119,7 +119,7 @@ size_t common_length(const Words &words) {
   return length;
 }
 
-// A word that goes on has no blank behind it: an event before its target, an attribute before its value, a folder.
+// A word that goes on has no blank after it: an event before its target, an attribute before its value, a folder.
 bool is_whole(const std::string &word) {
   return !word.empty() && std::string_view("@=/").find(word.back()) == std::string_view::npos;
 }

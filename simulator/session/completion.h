@@ -1,4 +1,4 @@
-// What a word of a command can go on with.
+// The possible continuations of a word of a command.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 namespace simulator::session {
 
 struct Completion {
-  std::vector<std::string> candidates;  // what the word under way can become, sorted
-  std::string insertion;                // what all of them go on with; with the blank behind it where there is one only
+  std::vector<std::string> candidates;  // what the unfinished word can become, sorted
+  std::string insertion;                // how they all continue; with a blank at the end if there is only one
 };
 
 // 'before' is the line up to the cursor.

@@ -10,7 +10,7 @@ namespace simulator::session {
 
 namespace {
 
-// What is typed has the number 0 among the sources.
+// Typed text is source number 0.
 constexpr const char *kTyped = "<stdin>";
 
 size_t count_of_all(const PolicyFile &file) {
@@ -29,7 +29,7 @@ void erase_name(std::vector<Name> &names, std::string_view name) {
   std::erase_if(names, [&](const Name &each) { return each.value == name; });
 }
 
-// A policy-map that goes is taken off its targets.
+// A deleted policy-map is removed from its targets.
 PolicyFile without(const PolicyFile &file, ObjectKind kind, std::string_view name) {
   PolicyFile rest = file.copy_of_objects();
   if (kind == ObjectKind::class_map) erase_named(rest.class_maps, name);
@@ -81,7 +81,7 @@ bool Session::built(bool good, Trouble &trouble) {
   return good;
 }
 
-// Clients and domains that are registered stay so, and with them in the file.
+// Registered clients and domains stay registered, so they stay in the file too.
 void Session::keep_built() {
   const Repository::Extent extent = repository_.extent();
   file_.clients.resize(repository_.registered_clients());
@@ -146,7 +146,7 @@ bool Session::remove(const KindWord &kind, std::string_view name, Trouble &troub
   if (!is_known(kind.kind, name, trouble)) return false;
   PolicyFile rest = without(file_, kind.kind, name);
   if (is_needed(rest, trouble)) return false;
-  // The name may lie in the file that goes.
+  // The name may point into the file that is replaced.
   const std::string gone(name);
   const auto take_away = [&] {
     switch (kind.kind) {
@@ -190,7 +190,7 @@ bool Session::deactivate(std::string_view policy, std::string_view target, Troub
     return false;
   }
   const bool good = built(repository_.deactivate(target, *file_.find_policy_map(policy)), trouble);
-  // Whatever the engine answered, the pair is no more.
+  // Whatever the engine answered, the policy-map is no longer active on the target.
   erase_name(of.policies, policy);
   return good;
 }

@@ -1,8 +1,8 @@
-// A session: a live repository, and the policy file that it stands for at the moment.
+// A session: a live repository, and the policy file that describes it at the moment.
 //
-// The file grows with what is loaded and created and shrinks with what is deleted; before anything is changed in the
-// repository, the file as it would be then is checked as a whole. So whatever the repository holds is good by the rules of
-// policy files, and everything that reads a policy file beside a repository works in a session, too.
+// The file grows with what is loaded and created and shrinks with what is deleted. Before the repository changes, the
+// file is checked as a whole as it would be afterwards. So everything in the repository obeys the rules of policy
+// files, and everything that reads a policy file beside a repository also works in a session.
 #pragma once
 
 #include <optional>
@@ -18,7 +18,7 @@ namespace simulator::session {
 
 // What went wrong in an operation.
 struct Trouble {
-  // A text that is no policy, with what is wrong with it.
+  // A text that is not a valid policy, with its errors.
   struct Rejected {
     Source source;
     Diagnostics diagnostics;
@@ -27,7 +27,7 @@ struct Trouble {
   Complaints complaints{};
 };
 
-// All operations answer whether they did it; what went wrong goes to their last argument, and changed nothing.
+// Every operation returns whether it succeeded; a failed one reports why in its last argument and changes nothing.
 class Session {
  public:
   Session();
@@ -39,7 +39,7 @@ class Session {
 
   bool begin(Trouble &trouble) { return built(repository_.build(), trouble); }
   bool load(const std::string &path, Trouble &trouble);
-  // 'body' is what a policy file has behind the name; 'line' is the number of the line that asks for it.
+  // 'body' is what a policy file has after the name; 'line' is the number of the line of the command.
   bool create(const KindWord &kind, std::string_view name, std::string_view body, size_t line, Trouble &trouble);
   bool remove(const KindWord &kind, std::string_view name, Trouble &trouble);
   bool activate(std::string_view policy, std::string_view target, Trouble &trouble);
@@ -47,7 +47,7 @@ class Session {
 
   bool is_known(ObjectKind kind, std::string_view name, Trouble &trouble) const;
 
-  // Takes the repository down; what was not as it should be.
+  // Takes the repository down; returns what was wrong.
   const Complaints &end() { return repository_.finish(); }
 
  private:

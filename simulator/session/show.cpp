@@ -18,7 +18,7 @@ std::optional<PolicyFile> read(const Session &session, Complaints &complaints) {
   return running;
 }
 
-// The repository as it stands. It does not find a target on which no policy-map is active; those are added.
+// The repository as it is now. Reading it does not find targets without an active policy-map; those are added.
 std::optional<PolicyFile> read_with_idle_targets(const Session &session, Complaints &complaints) {
   std::optional<PolicyFile> running = read(session, complaints);
   if (!running) return std::nullopt;

@@ -1,4 +1,4 @@
-// What a session shows of its repository. Nothing where the repository cannot be read; 'complaints' then says why.
+// What a session shows of its repository. Nothing when the repository cannot be read; 'complaints' then says why.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 namespace simulator::session {
 
 std::optional<std::string> show_overview(const Session &session, Complaints &complaints);
-// Those of a kind, or the one with the name.
+// The objects of a kind, or the one with the name.
 std::optional<std::string> show_objects(const Session &session, ObjectKind kind, const std::optional<std::string> &name,
                                         Complaints &complaints);
 // All objects as a policy file.

@@ -1,4 +1,4 @@
-// A line of a session, as words.
+// Splits a line of a session into words.
 #pragma once
 
 #include <cstddef>
@@ -10,16 +10,16 @@ namespace simulator::session {
 
 struct Line {
   std::vector<std::string> words{};
-  std::vector<size_t> ends{};  // of each word, where it ends in the text
+  std::vector<size_t> ends{};  // for each word, where it ends in the text
   std::string text{};
-  bool unclosed = false;  // a quote is open at the end
+  bool unclosed = false;  // a quote is still open at the end
 
-  // What follows the first 'count' words, as it was written.
+  // The text after the first 'count' words, unchanged.
   std::string_view rest_after(size_t count) const;
 };
 
-// Words stand apart by blanks; what stands in single or double quotes belongs together. A line whose first word begins
-// with # has no words.
+// Blanks separate words; text in single or double quotes stays together. A line whose first word begins with # has no
+// words.
 Line split(std::string text);
 
 }  // namespace simulator::session

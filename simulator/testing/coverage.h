@@ -1,4 +1,4 @@
-// Which parts of a policy file the events that were seen have reached.
+// The parts of a policy file that the observed events have reached.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +12,15 @@
 
 namespace simulator {
 
-// A rule is covered once it has run, a statement of a parameter-map once it has matched, a filter once it has both held and
-// not held when it was asked. A filter that an alias puts into several class-maps or statements counts once in each.
+// A rule is covered once it has run, a statement of a parameter-map once it has matched, a filter once it has answered
+// both ways when it was asked. A filter that an alias puts into several class-maps or statements counts once in each.
 class Coverage {
  public:
   explicit Coverage(const PolicyFile &file) : file_(&file) {}
 
   void add(const EventExplanation &explanation);
 
-  // What is not covered, with where it stands and why it is not.
+  // An uncovered part, with its position and the reason.
   struct Missed {
     Position position;
     std::string what;
@@ -36,7 +36,7 @@ class Coverage {
   Part filters() const;
 
  private:
-  // Of a class-map or a statement and a position in it.
+  // A class-map or a statement, and a position in it.
   using FilterKey = std::pair<const void *, Position>;
   struct Answers {
     bool held = false;
@@ -53,7 +53,7 @@ class Coverage {
   std::map<FilterKey, Answers> filters_;
 };
 
-// The covered share of all, in whole percent; of nothing, all is covered.
+// The covered share in whole percent; 100 if there is nothing to cover.
 uint32_t percent_of(size_t covered, size_t total);
 
 }  // namespace simulator

@@ -86,7 +86,7 @@ void add_coverage(const PolicyFile &file, const Coverage &coverage, Report &repo
 Report report_on(const PolicyFile &file, const Repository &repository, Colours colours) {
   Report report;
   report.json["file"] = file.path;
-  // The counts come first, and are known last.
+  // The counts come first in the output, but are known only at the end.
   report.json["passed"] = 0;
   report.json["failed"] = 0;
   report.json["tests"] = Json::array();

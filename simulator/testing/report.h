@@ -1,4 +1,4 @@
-// What came of the tests of a policy file, and what they cover, as a person and a program read it.
+// The results of the tests of a policy file and what they cover, for people and for programs.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ struct Report {
   Json json{};
 };
 
-// Runs the tests on a repository of the file. Nothing when anything went wrong with it; 'problems' then says what.
+// Runs the tests on a repository of the file. Nothing when anything goes wrong with it; 'problems' then says what.
 std::optional<Report> report_on_tests(const PolicyFile &file, Colours colours, Complaints &problems);
 
 }  // namespace simulator

@@ -36,7 +36,7 @@ std::vector<std::string> texts_of(const std::vector<Name> &names) {
   return texts;
 }
 
-// What ran, in the words of the expectation: by class-map where it names a class-map.
+// The rules that ran, written like the expectation: by class-map if it names a class-map.
 std::vector<std::string> texts_of(const std::vector<RuleRun> &runs, const std::vector<Name> &expected) {
   std::vector<std::string> texts;
   for (const RuleRun &run : runs) {

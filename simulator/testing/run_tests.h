@@ -13,7 +13,7 @@ namespace simulator {
 // An expectation that was not met.
 struct Failure {
   std::string what;      // "rules", "verdict", "log", or "attribute NAME"
-  std::string expected;  // as a person reads it
+  std::string expected;  // for people to read
   std::string actual;
 };
 
@@ -22,8 +22,8 @@ struct TestOutcome {
   std::vector<Failure> failures{};
 };
 
-// Runs every test of the file on a repository that was built from it, each from the attributes that its target has in the
-// file. 'each' is called after each test with its outcome and the explanation of its event.
+// Runs every test of the file on a repository built from it. Each test starts from the attributes that its target has
+// in the file. 'each' is called after each test with its outcome and the explanation of its event.
 void run_tests(const PolicyFile &file, const Repository &repository,
                const std::function<void(const TestOutcome &, const EventExplanation &)> &each);
 

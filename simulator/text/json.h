@@ -1,4 +1,4 @@
-// JSON values: objects keep their keys in the order in which they were added.
+// JSON values: objects keep their keys in the order of insertion.
 #pragma once
 
 #include <optional>

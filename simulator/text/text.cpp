@@ -30,16 +30,16 @@ std::string indented(std::string_view text, std::string_view indent) {
 
 namespace {
 
-// The bytes of the control character that the text begins with; 0 where it begins with another one.
+// The number of bytes of the control character at the start of the text; 0 when the text starts with another character.
 size_t control_length(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
   if (lead < 0x20 || lead == 0x7f) return 1;
-  // The second set of control characters, of which terminals know some, too.
+  // The second set of control characters, which some terminals also interpret.
   const bool second_set = lead == 0xc2 && text.size() > 1 && static_cast<unsigned char>(text[1]) - 0x80U < 0x20;
   return second_set ? 2 : 0;
 }
 
-// Takes a control character, if there is one, from the text.
+// Moves a control character at the start of 'text', if there is one, to 'out', escaped.
 bool escape_control(std::string_view &text, std::string &out) {
   constexpr char kHex[] = "0123456789abcdef";
   const size_t length = control_length(text);
@@ -117,7 +117,7 @@ size_t edit_distance(std::string_view from, std::string_view to) {
 }  // namespace
 
 std::string_view nearest(std::string_view word, const std::vector<std::string_view> &candidates) {
-  // Nobody misspells a longer word than names may have, and the distance costs the product of the lengths.
+  // No misspelt word is longer than a name may be, and the distance costs the product of the two lengths.
   constexpr size_t kLongest = 64;
   constexpr size_t kMostCandidates = 2000;
   if (word.size() > kLongest) return {};

@@ -9,7 +9,7 @@
 
 namespace simulator {
 
-// The parts, one after the other.
+// Joins the parts into one text.
 template <class... Parts>
 std::string concat(const Parts &...parts) {
   std::ostringstream out;
@@ -19,25 +19,25 @@ std::string concat(const Parts &...parts) {
 
 // "a, b, c".
 std::string comma_separated(const std::vector<std::string_view> &words);
-// The same, and "nothing" where there are none.
+// The same, but "nothing" for an empty list.
 std::string listed(const std::vector<std::string> &words);
 
-// 'text' in double quotes; quotes, backslashes and control characters inside are escaped.
+// 'text' in double quotes, with quotes, backslashes and control characters inside it escaped.
 std::string quoted(std::string_view text);
 
-// 'text' as it stands when it is one plain word, else quoted: a word that is set apart from its neighbours by blanks.
+// 'text' itself when it is one plain word, else quoted: for texts that blanks separate from their neighbours.
 std::string as_word(std::string_view text);
 
-// The text with control characters escaped: what came from outside, on its way to a terminal.
+// The text with control characters escaped: for printing outside input to a terminal.
 std::string escape_control_characters(std::string_view text);
 
-// Every line of 'text' with 'indent' in front of it. Each line has an end.
+// Every line of 'text', with 'indent' in front of it. Every line ends with a newline.
 std::string indented(std::string_view text, std::string_view indent);
 
 // The candidate that 'word' is most likely a misspelling of, or nothing.
 std::string_view nearest(std::string_view word, const std::vector<std::string_view> &candidates);
 
-// Sentences about what is wrong, for whoever shows them.
+// Sentences about what is wrong, for the caller to print.
 using Complaints = std::vector<std::string>;
 
 // "there is no WHAT 'NAME'; did you mean 'OTHER'?"

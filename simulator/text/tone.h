@@ -1,4 +1,4 @@
-// What a part of a text means, for whoever can show it in colour.
+// The meaning of a part of a text, for output that can show it in colour.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,10 @@ namespace simulator {
 
 enum class Tone : uint8_t { good, bad, changed, strong, faint };
 
-// Whether a text goes where colours are shown. The caller knows; nothing here asks a terminal or the environment.
+// Whether the output shows colours. The caller knows; nothing here queries a terminal or the environment.
 enum class Colours : bool { off, on };
 
-// 'text' with the codes that a terminal acts on, or as it is.
+// 'text' with the colour codes of a terminal around it, or unchanged.
 std::string painted(Colours colours, Tone tone, std::string_view text);
 
 }  // namespace simulator

@@ -1,4 +1,4 @@
-// What the check says of bad files: one case for each kind of error, the whole text compared.
+// The errors that the check reports for bad files: one case for each kind of error, with the whole text compared.
 #include "runner.h"
 
 namespace {
@@ -12,7 +12,7 @@ struct Bad {
   std::string errors;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const Bad &bad, std::ostream *out) {
   *out << bad.name;
 }
@@ -151,7 +151,7 @@ std::string filters(const std::string &list) {
   return "domains: {d: }\nclass-maps:\n  c: {filters: [" + list + "]}\n";
 }
 
-// What is said of the filter, from the column on.
+// The error for the filter, at the given column.
 std::string filter_error(int column, const std::string &message, const std::string &list, const std::string &rest) {
   const std::string line = "  c: {filters: [" + list + "]}";
   return "<stdin>:3:" + std::to_string(column) + ": error: " + message + "\n  3 | " + line + "\n    | " +
@@ -194,7 +194,7 @@ const Bad kFilters[] = {
                "'yes' cannot be the value of 'no-match'", "  expected: one of true, false\n"),
 };
 
-// Puts actions in a rule, on line 5. What is wrong begins 'offset' characters into them.
+// Puts actions in a rule, on line 5. The error begins 'offset' characters into them.
 Bad bad_action(const char *name, const std::string &actions, size_t offset, const std::string &message,
                const std::string &rest) {
   const std::string before = "{number: 1, class: c, actions: [";
@@ -298,7 +298,7 @@ const Bad kMaps[] = {
      "  expected: at least one filter\n"},
 };
 
-// Puts rules in an event; they begin in line 5.
+// Puts rules in an event; they begin on line 5.
 Bad bad_rules(const char *name, const std::string &rules, const std::string &errors) {
   return {
       name,
@@ -345,7 +345,7 @@ const Bad kRules[] = {
      "  expected: a class-map in the database of the policy-map, that of client 'a'\n"},
 };
 
-// Statements of a parameter-map "m", which begin in line 2.
+// Statements of a parameter-map "m", which begin on line 2.
 Bad bad_statements(const char *name, const std::string &statements, const std::string &errors) {
   return {name, "parameter-maps: {m: {statements: [\n" + statements + "]}}\n", errors};
 }
@@ -389,7 +389,7 @@ const Bad kStatements[] = {
      "  expected: another map-index or parameter-map name\n"},
 };
 
-// Targets and a scenario, in line 3.
+// Targets and a scenario, on line 3.
 Bad bad_target(const char *name, const std::string &line, const std::string &errors) {
   return {name, "domains: {d: }\npolicy-maps: {gold: {events: {start: {rules: []}}}}\n" + line + "\n", errors};
 }
@@ -458,7 +458,7 @@ std::string first_line(const std::string &text) {
   return text.substr(0, text.find('\n'));
 }
 
-// Whatever words the parser has for it.
+// The parser's own words for the error do not matter.
 TEST(NotYaml, IsSaidInWordsOfOurOwn) {
   const auto error = [](const std::string &text) {
     const std::string line = first_line(run_zar({"check", "-"}, text).err);

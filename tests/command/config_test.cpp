@@ -1,4 +1,4 @@
-// zar config: that the repository alone gives its whole configuration back.
+// zar config: the repository alone is enough to write its whole configuration.
 #include <algorithm>
 #include <filesystem>
 #include <limits>
@@ -47,7 +47,7 @@ TEST_P(Config, MakesAnEqualRepositoryThatDecidesTheSame) {
   EXPECT_TRUE(diff.out.starts_with("0 added, 0 removed, 0 changed\n")) << diff.out;
 }
 
-// Which objects there are is compared above; what is compared here is the order of those that have one.
+// The objects are compared above; this compares the order of those for which order matters.
 TEST_P(Config, KeepsTheIdsOfEventsAndTheOrderOfTargets) {
   simulator::Diagnostics diagnostics;
   const simulator::Source source = simulator::Source::read(std::string(ZAR_SOURCE_DIR) + "/" + GetParam(), diagnostics);
@@ -91,7 +91,7 @@ TEST(Config, OfNothingIsAFileThatLoads) {
   EXPECT_EQ(run_zar({"config", "-"}, result.out).out, "{}\n");
 }
 
-// The repository itself holds one of two equal filters of a statement.
+// The repository keeps only one of two equal filters of a statement.
 TEST(Config, HasWhatTheRepositoryKeepsRatherThanWhatTheFileSaid) {
   const Result result = run_zar({"config", "-"},
                                 "parameter-maps: {m: {statements: [{index: 1, filters: "
@@ -124,7 +124,7 @@ TEST(Config, LeavesOutTheScenarioAndTheTests) {
   EXPECT_EQ(text.find("scenario"), std::string::npos);
   EXPECT_EQ(text.find("tests"), std::string::npos);
   EXPECT_EQ(text.find("too many tries"), std::string::npos);
-  // What the scenario would have changed is as the file has it.
+  // The attributes are those of the file, not those after the scenario.
   EXPECT_NE(text.find("      ssid: guest-lobby\n"), std::string::npos) << text;
   EXPECT_EQ(text.find("roams: 1"), std::string::npos);
 }
@@ -138,7 +138,7 @@ TEST(Config, RefusesABadFile) {
   EXPECT_EQ(run_zar({"config", kHard, "more"}).code, 2);
 }
 
-// ---- Texts back to the model --------------------------------------------------------------------------------------------------
+// ---- From texts back to the model ---------------------------------------------------------------------------------------------
 
 TEST(FilterTexts, AreReadAsTheyWereWritten) {
   constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();

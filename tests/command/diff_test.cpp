@@ -1,4 +1,4 @@
-// zar diff: what changed in a policy file, and what it decides differently.
+// zar diff: the changes in a policy file, and the decisions that differ.
 #include <cstdio>
 #include <fstream>
 
@@ -65,7 +65,7 @@ TEST(Diff, FindsNothingBetweenAFileAndItself) {
   }
 }
 
-// A file that is there as long as this is.
+// A file that exists as long as this object.
 class ScratchFile {
  public:
   explicit ScratchFile(const std::string &text)
@@ -82,7 +82,7 @@ class ScratchFile {
   std::string path_;
 };
 
-// A file of which the filters of one class-map and the rules are given.
+// A file with the given filters of one class-map and the given rules.
 std::string policy(const std::string &filters, const std::string &rules) {
   return "domains: {d: }\n"
          "class-maps:\n"

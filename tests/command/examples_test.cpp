@@ -1,4 +1,4 @@
-// What zar prints for the examples, whole.
+// The complete output of zar for the examples.
 #include "runner.h"
 
 namespace {
@@ -116,7 +116,7 @@ TEST(Files, CanOnlyOnceBeStandardInput) {
   }
 }
 
-// Without listings, which are the same as in the whole runs.
+// The output without listings, which are the same as in the complete runs.
 std::string events_of(const Result &result) {
   return result.out.substr(0, result.out.find("\nPolicy-maps"));
 }

@@ -1,4 +1,4 @@
-// zar explain: the paths that events take, whole.
+// zar explain: the complete paths of events.
 #include <algorithm>
 
 #include "runner.h"
@@ -14,7 +14,7 @@ struct Case {
   std::vector<std::string> arguments;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const Case &given, std::ostream *out) {
   *out << given.name;
 }

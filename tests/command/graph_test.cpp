@@ -1,4 +1,4 @@
-// zar graph: the policies of a repository as a picture, with what the scenario did.
+// zar graph: draws the policies of a repository, with the effects of the scenario.
 #include <unistd.h>
 
 #include "runner.h"
@@ -76,16 +76,16 @@ TEST(Graph, CountsWhatTheScenarioDid) {
   const Result result = run_zar({"graph", "-"}, kCounted);
   ASSERT_EQ(result.code, 0) << result.err;
   for (const char *edge : {
-           // Events that the scenario raises, on both targets.
+           // Events that the scenario raises, on both targets together.
            R"("target t1" -> "policy-map p" [label="3", color="#505050", fontcolor="#505050"];)",
            R"("policy-map p" -> "event p/e" [label="3", color="#505050", fontcolor="#505050"];)",
-           // Rule 1 took one, so that rule 2 was tried twice.
+           // Rule 1 took one event, so rule 2 was tried twice.
            R"("event p/e" -> "rule p/e/1" [label="1 of 3", color="#505050", fontcolor="#505050"];)",
            R"("event p/e" -> "rule p/e/2" [label="2 of 2", color="#505050", fontcolor="#505050"];)",
            R"("rule p/e/2" -> "parameter-map m" [label="2", color="#505050", fontcolor="#505050"];)",
            R"("parameter-map m" -> "statement m/1" [label="1 of 2", color="#505050", fontcolor="#505050"];)",
            R"("parameter-map m" -> "statement m/2" [label="1 of 1", color="#505050", fontcolor="#505050"];)",
-           // Twice by rule 1, once by the statement.
+           // Raised twice by rule 1, once by the statement.
            R"("policy-map p" -> "event p/after" [label="3", color="#505050", fontcolor="#505050"];)",
            R"("event p/after" -> "rule p/after/1" [label="3 of 3", color="#505050", fontcolor="#505050"];)",
        })
@@ -95,7 +95,7 @@ TEST(Graph, CountsWhatTheScenarioDid) {
   EXPECT_NE(result.out.find(R"("event p/e" -> "rule p/e/3" [label="0 of 0", style=dashed,)"), std::string::npos);
 }
 
-// The lines of nodes that are marked, by their ids.
+// The ids of the nodes that are marked as never hit.
 std::vector<std::string> never_hit(const std::string &dot) {
   std::vector<std::string> ids;
   for (size_t at = 0; at < dot.size();) {
@@ -136,7 +136,7 @@ targets:
   EXPECT_NE(result.out.find("<b>target</b><br align=\"left\"/>t2<br align=\"left\"/>>"), std::string::npos);
 }
 
-// A raise that led to each policy-map would make a picture that grows with the product of both.
+// With an edge from each raise to each policy-map, the picture would grow with the product of both.
 TEST(Graph, GathersRaisesOfAnEventThatSeveralPoliciesHandle) {
   const Result result = run_zar({"graph", "-"}, R"(
 domains: {d: }
@@ -179,7 +179,7 @@ TEST(Graph, CutsWhatIsTooLongForAPicture) {
   EXPECT_NE(result.out.find("a equals 10<br align=\"left\"/>and 4 more<br align=\"left\"/>>"), std::string::npos);
   EXPECT_EQ(result.out.find("a equals 11"), std::string::npos);
 
-  // Never inside of a character.
+  // A text is never cut inside a character.
   const Result cut = run_zar(
       {"graph", "-"}, "domains: {d: }\nclass-maps: {c: {filters: [{attribute: a, equals: \"x" + std::string(80, 'y') +
                           "\"}, {attribute: a, equals: " + "üüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüüü}]}}\n");

@@ -1,4 +1,4 @@
-// Files that are made to harm: each gets its error, before ctest's patience ends.
+// Files that are made to do harm: each gets its error before the test's time limit.
 #include "runner.h"
 
 namespace {
@@ -21,7 +21,7 @@ std::string numbered(const std::string &before, const std::string &after, size_t
   return all;
 }
 
-// The first line of what the check says of a file.
+// The first line of the check's errors for a file.
 std::string first_error(const std::string &text) {
   const Result result = run_zar({"check", "-"}, text);
   EXPECT_EQ(result.code, 65);
@@ -125,7 +125,7 @@ TEST(Hostile, BytesThatAreNoTextAreNotShown) {
   }
 }
 
-// A double-quoted scalar can hold any character.
+// A double-quoted scalar can contain any character.
 TEST(Hostile, NothingOfAFileIsObeyedByATerminal) {
   const std::string bad = run_zar({"check", "-"}, "domains: {\"\\e[2J\\x9b\": }\n\"\\e[2J\\x9b\": 1\n").err;
   const std::string failed = run_zar({"test", "-"}, R"(domains: {d: }
@@ -142,7 +142,7 @@ tests: [{name: *evil , event: e, target: t, set: {x: *evil}, expect: {verdict: d
 }
 
 TEST(Hostile, ColumnsAreRightOnLongLinesToo) {
-  // 300 characters of two bytes, then what is wrong.
+  // 300 characters of two bytes each, then the error.
   EXPECT_EQ(first_error("clients: {} # " + repeated("\xc3\xa4", 300) + "\x01\n"),
             "<stdin>:1:315: error: the byte 0x01 is no text");
 }

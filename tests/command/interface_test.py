@@ -1,8 +1,8 @@
-"""Holds what tells of the command line against each other: --help, the manual page, completion in bash and in zsh, README.
+"""Compares all descriptions of the command line: --help, the manual page, completion in bash and in zsh, README.
 
 Usage: interface_test.py ZAR SOURCE_DIR
 
-Each has to name every sub-command and every option of each, and no others.
+Each has to name every sub-command and all of its options, and no others.
 """
 import pathlib
 import re
@@ -16,7 +16,7 @@ def output(*line):
 
 
 def of_help(zar):
-    """The options by sub-command; those of the command itself are under the empty name."""
+    """Returns the options by sub-command; those of the command itself are under the empty name."""
 
     def options(text):
         lines = text.split("\nOptions:\n")[1].split("\n\n")[0].splitlines()
@@ -31,7 +31,7 @@ def of_help(zar):
 
 
 def of_manual(path):
-    """What every sub-command has, --help, stands there once."""
+    """The page has --help, which every sub-command takes, only once."""
     text = path.read_text()
     front, rest = text.split("\n# COMMANDS\n")
     named = lambda part: set(re.findall(r"(?:^|(?<=, ))\*(--?[a-z-]+)\*", "\n".join(
@@ -44,7 +44,7 @@ def of_manual(path):
 
 
 def of_bash(path):
-    """As bash itself completes."""
+    """Bash itself does the completion."""
 
     def completions(*words):
         script = 'source "$1"; shift; COMP_WORDS=(zar "$@"); COMP_CWORD=$#; _zar; printf "%s\\n" "${COMPREPLY[@]}"'
@@ -52,7 +52,7 @@ def of_bash(path):
 
     commands = {word for word in completions("") if not word.startswith("-")}
     assert completions("help", "") == commands, "bash: help completes other commands"
-    # Bash gives '=' as a word of its own.
+    # Bash passes '=' as a word of its own.
     for words in (["explain", "--level"], ["explain", "--level", "="]):
         assert completions(*words, "f") == {"filters"}, f"bash: {words} completes {completions(*words, 'f')}"
     assert completions("show", "--json", "a.yaml", "po") == {"policy"}, "bash: show completes no kinds behind an option"
@@ -84,7 +84,7 @@ def of_zsh(path):
 
 
 def check_readme(root, commands):
-    """Its table has every command that does something, and its sample is a part of what the command prints."""
+    """The table lists every command but help, and the sample is a part of the command's output."""
     text = (root / "README.md").read_text()
     listed = re.findall(r"^\| `zar ([a-z]+)", text, re.MULTILINE)
     assert sorted(listed) == sorted(commands - {"help"}), f"README.md lists {listed}"

@@ -1,4 +1,4 @@
-"""Holds what sub-commands write with --json against the JSON Schemas that are shipped.
+"""Validates the output of sub-commands with --json against the shipped JSON Schemas.
 
 Usage: json_schema_test.py ZAR SOURCE_DIR SUB-COMMAND
 """
@@ -12,7 +12,7 @@ import jsonschema
 PATHS = "tests/command/policies/paths.yaml"
 EXAMPLES = ["broadband", "guest-network", "interface-qos"]
 
-# The command lines to try for each sub-command, with the exit code of each and perhaps what is given to it.
+# The command lines to try for each sub-command, each with its exit code and, if needed, its standard input.
 CASES = {
     "check": [
         (0, ["examples/broadband.yaml"]),
@@ -82,7 +82,7 @@ CASES = {
 
 
 def forbids_anything_else(schema):
-    """Objects with named properties say that there are no others: a misspelt key would pass otherwise."""
+    """Objects with named properties must forbid others: otherwise a misspelt key would pass."""
     if isinstance(schema, dict):
         if "properties" in schema and schema.get("additionalProperties") is not False:
             return False
@@ -105,7 +105,7 @@ def main():
         done = subprocess.run(line, cwd=source, capture_output=True, input="".join(given).encode())
         shown = " ".join(repr(word) for word in line)
         assert done.returncode == code, f"{shown}: exit code {done.returncode}\n{done.stderr.decode()}"
-        # One object and nothing else.
+        # Exactly one object.
         found = json.loads(done.stdout.decode("utf-8"))
         jsonschema.Draft7Validator(schema, resolver=resolver).validate(found)
         assert list(found)[:2] == ["schema_version", "command"], shown

@@ -1,4 +1,4 @@
-// zar lint: what it finds, and that it claims nothing that is not so.
+// zar lint: it finds faults, and every claim it makes is true.
 #include <random>
 
 #include "runner.h"
@@ -49,7 +49,7 @@ TEST(Lint, RefusesABadFile) {
   EXPECT_EQ(run_zar({"lint", "-"}, "clients: 7\n").code, 65);
 }
 
-// Nothing is known of what is not in the file.
+// Lint knows nothing about anything outside the file.
 TEST(Lint, SaysNothingOfPoliciesInAFileWithoutTargetsOrEvents) {
   const Result result = run_zar({"lint", "-"}, R"(
 domains: {d: }
@@ -60,13 +60,13 @@ policy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: []}]}}}}
   EXPECT_EQ(result.out, "");
 }
 
-// What explain shows of the example of a finding is what the finding claims.
+// The explanation of a finding's example shows what the finding claims.
 TEST(Lint, GivesExamplesThatShowTheShadow) {
   const Result result = run_zar({"explain", kLint, "--event", "ages@t", "--set", "age=40", "--level", "decision"});
   EXPECT_NE(result.out.find("rule p/ages/2, class-map adult: ran"), std::string::npos) << result.out;
 }
 
-// Forty class-maps that a target escapes by one of two attributes each, if only values were known that do it.
+// Forty class-maps, and a target can avoid each with one of two attributes; but no value that does so is known.
 TEST(Lint, AdmitsWhenThereWasTooMuchToProve) {
   std::string file = "domains: {d: }\nclass-maps:\n";
   std::string rules;
@@ -84,7 +84,7 @@ TEST(Lint, AdmitsWhenThereWasTooMuchToProve) {
   EXPECT_EQ(result.err, "zar: <stdin>: too much to prove: there may be more\n");
 }
 
-// Chains as long as the file, and class-maps as large.
+// Chains and class-maps as large as the file.
 TEST(Lint, EndsOnFilesThatWereMadeToBeHard) {
   std::string file = "domains: {d: }\nclass-maps:\n  c: {}\n  large:\n    filters:\n";
   for (int filter = 0; filter < 4000; ++filter)
@@ -100,8 +100,8 @@ TEST(Lint, EndsOnFilesThatWereMadeToBeHard) {
   EXPECT_EQ(result.out, "<stdin>:4:3: unused-class: class-map large is not used: no rule has it\n");
 }
 
-// Random filters on random values: a brute search through many values is the model. What is called impossible must have no
-// value there; what is called possible must come with a value that does it.
+// Random filters on random values, with a brute-force search through many values as the model. What lint calls
+// impossible must have no value there; what it calls possible must come with a value that works.
 class Soundness : public testing::TestWithParam<unsigned> {
  protected:
   std::string pick(const std::vector<std::string> &from) {
@@ -145,7 +145,7 @@ class Soundness : public testing::TestWithParam<unsigned> {
       filters += (at == 0 ? "" : ", ") + random_filter(pick({"a", "b"}));
     return "{match: " + pick({"all", "any", "none"}) + ", filters: [" + filters + "]}";
   }
-  // Everything that the tests above can tell apart, and more.
+  // Every value that the tests above can tell apart, and more.
   static std::vector<std::optional<std::string>> values() {
     std::vector<std::optional<std::string>> all = {std::nullopt,
                                                    "",
@@ -185,7 +185,7 @@ class Soundness : public testing::TestWithParam<unsigned> {
   std::mt19937 random_{GetParam()};
 };
 
-// Answers what was claimed of one and not the other.
+// Returns the prover's answer to whether one class-map can match while the other does not.
 Can Soundness::check_two_class_maps() {
   const simulator::PolicyFile file =
       load_good("domains: {d: }\nclass-maps:\n  one: " + random_class() + "\n  other: " + random_class() + "\n");
@@ -220,7 +220,7 @@ TEST_P(Soundness, OfWhatIsClaimedAboutTwoClassMaps) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, Soundness, testing::Range(0u, 4u));
 
-// The other way round: the prover is of use only if it is seldom at a loss.
+// The other direction: the prover is useful only if it rarely answers 'unknown'.
 TEST(Completeness, OfTheInferencesAboutNumbersAndPrefixes) {
   struct Case {
     std::string filters;

@@ -1,10 +1,9 @@
-"""Holds the JSON Schema of policy files against the loader.
+"""Compares the JSON Schema of policy files with the loader.
 
 Usage: policy_schema_test.py ZAR SOURCE_DIR
 
-Every good file has to be valid. Of every example, and of a file with something of everything, copies are made with one
-thing changed at every place; and whatever the loader says of the structure of such a copy, the schema has to say too. Both
-ways: what the loader takes, the schema takes.
+Every good file has to be valid. A file that uses every feature is copied with one change at each place. If the loader
+finds a copy malformed, the schema has to refuse it, and if the loader accepts a copy, the schema has to accept it.
 """
 import copy
 import json
@@ -20,7 +19,7 @@ import yaml
 
 
 class Loader(yaml.SafeLoader):
-    """YAML as editors read it (the core schema of YAML 1.2); keys are texts, as in JSON."""
+    """Reads YAML as editors do (the core schema of YAML 1.2); keys are texts, as in JSON."""
 
     yaml_implicit_resolvers = {}
 
@@ -42,7 +41,7 @@ Loader.add_implicit_resolver(
 )
 Loader.add_constructor("tag:yaml.org,2002:int", lambda loader, node: int(node.value))
 
-# What no example has, and every default left out or written down.
+# Features that no example uses, and every default both left out and written down.
 EVERYTHING = """
 clients: {a: {database: own}, b: {database: default}, c: }
 domains: {d: {owner: a}, e: }
@@ -96,7 +95,7 @@ tests:
   - {event: start, target: t, expect: {log: , rules: [one, p/start/255]}}
 """
 
-# Bad ones that no single change below makes.
+# Bad files that no single change below produces.
 BAD = [
     "[]",
     "text",
@@ -137,7 +136,7 @@ BAD = [
     for index in ("0", "'0'", "'-0'", "65536", "'65536'", "'100000'")
 ]
 
-# What the loader says of structure. All else needs more than a schema: what a name stands for, what is unique.
+# The loader's errors of structure. A schema cannot check anything else: whether a name exists, or what is unique.
 STRUCTURE = re.compile(
     r"^unknown key|^a key of|^what stands here is|^duplicate key| is (nothing|a single value|a list|a mapping)$| has no '(?!.*domain)"
     r"|cannot be (a client's|a domain's|a class-map's|a policy-map's|a parameter-map's|an event's|a target's|an attribute's) name$"
@@ -148,7 +147,7 @@ STRUCTURE = re.compile(
 
 
 def paths(value, path=()):
-    """The place of everything in a file."""
+    """The paths of everything in a file."""
     yield path
     children = value.items() if isinstance(value, dict) else enumerate(value) if isinstance(value, list) else ()
     for key, child in children:
@@ -156,7 +155,7 @@ def paths(value, path=()):
 
 
 def changed(document, path, change):
-    """A copy in which 'change' was done to what holds the last step of the path."""
+    """Returns a copy after applying 'change' to the container and the last step of the path."""
     result = copy.deepcopy(document)
     holder = result
     for step in path[:-1]:
@@ -182,7 +181,7 @@ CHANGES = [lambda holder, key: holder.pop(key), rename] + [
 def mutants(document):
     seen = set()
     for path in paths(document):
-        # One element of each list is like the next.
+        # One element of each list represents the others.
         if not path or any(isinstance(step, int) and step > 0 for step in path[:-1]):
             continue
         for change in CHANGES:
@@ -194,7 +193,7 @@ def mutants(document):
 
 
 def checked(zar, texts):
-    """What zar check says of each text."""
+    """The result of zar check for each text."""
     with tempfile.TemporaryDirectory() as folder:
         names = []
         for number, text in enumerate(texts):
@@ -226,7 +225,7 @@ def main():
         assert not validator.is_valid(yaml.load(text, Loader)), f"the schema takes what the loader does not ({messages}): {text}"
 
     mutations = [mutant for mutant in mutants(documents[-1])]
-    # JSON is YAML; a text in quotes is one to both.
+    # JSON is also YAML; a quoted text is a text in both.
     verdicts = checked(zar, [json.dumps(mutant) for mutant in mutations])
     refused = 0
     for mutant, (good, messages) in zip(mutations, verdicts):

@@ -1,5 +1,5 @@
-// That sub-commands which read the repository back survive a refusal of any request of the runtime: they tell everything,
-// or they say that they cannot and tell nothing.
+// Sub-commands that read the repository back survive the refusal of any request of the runtime: they print everything,
+// or they report that they cannot and print nothing.
 #include <cstdio>
 #include <memory>
 
@@ -41,7 +41,7 @@ struct Asked {
 constexpr uint64_t kNever = 0;
 constexpr int kNotRefused = 99;
 
-// Runs the command with the nth request of the runtime failing; code kNotRefused when there was no such request.
+// Runs the command while the nth request of the runtime fails; the code is kNotRefused if there was no such request.
 Result run_with_refusal(const Asked &asked, uint64_t nth) {
   const auto work = [&] {
     command::Program program("zar", "", "", "");

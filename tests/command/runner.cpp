@@ -11,7 +11,7 @@ namespace test {
 
 namespace {
 
-// Answers only when there is no such program.
+// Returns only if the program cannot be run.
 int become_zar(const std::vector<std::string> &arguments) {
   std::vector<char *> argv;
   std::string name = "zar";

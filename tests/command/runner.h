@@ -11,14 +11,14 @@
 
 namespace test {
 
-// Runs zar in the root of the project, so that paths in its output are the same everywhere.
+// Runs zar in the root of the project, so that paths in its output are the same on every machine.
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input = "");
 
-// The text with every number that begins with 0x as 0x#.
+// The text with every number that begins with 0x replaced by 0x#.
 std::string without_addresses(const std::string &text);
 
-// Compares with the file of that name in golden/. With ZAR_UPDATE_GOLDEN in the environment it writes the file instead;
-// what was written is to be read before it is kept.
+// Compares with the file of that name in golden/. If ZAR_UPDATE_GOLDEN is set in the environment, it writes the file
+// instead; read what it wrote before keeping it.
 void expect_golden(const std::string &name, const std::string &text);
 
 }  // namespace test

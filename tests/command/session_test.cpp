@@ -1,5 +1,5 @@
-// That a session survives a refusal of any request of the runtime: the command that meets it fails or does all the same,
-// nothing of it is left, and once the runtime gives again the same command works.
+// A session survives the refusal of any request of the runtime: the command that meets it succeeds anyway, or fails and
+// leaves nothing behind. Once requests succeed again, the same command works.
 #include <cstdio>
 #include <sstream>
 
@@ -34,7 +34,7 @@ bool is_done(const Reply &reply) {
   return reply.status == simulator::session::Status::done;
 }
 
-// Runs the commands with the nth request failing, then those again that failed.
+// Runs the commands while the nth request fails, then runs the failed ones again.
 int survive(uint64_t nth) {
   Session session;
   simulator::session::Trouble trouble;
@@ -54,9 +54,9 @@ int survive(uint64_t nth) {
   return refused ? code : kNotRefused;
 }
 
-// What the library keeps on purpose where a request fails: the handle of an event whose context cannot be had, the domain
-// text of a parameter-map that was made and went again; and no handler hears of an action where there is no memory for
-// the list of its targets.
+// What the library keeps on purpose if a request fails: the handle of an event whose context cannot be allocated, and
+// the domain text of a parameter-map that was made and deleted again. Also, no handler is called for an action if there
+// is no memory for the list of its targets.
 bool is_kept_on_purpose(const std::string &line) {
   return line == "zar: internal error: handles: 1 left, 0 expected" ||
          line == "zar: internal error: interned text \"subscriber\": 2 left, 1 expected" ||

@@ -1,4 +1,4 @@
-// zar shell: sessions from a pipe, whole, and at a terminal.
+// zar shell: complete sessions from a pipe, and sessions at a terminal.
 #include <nlohmann/json.hpp>
 
 #include "runner.h"
@@ -111,7 +111,7 @@ struct Failing {
   std::string message;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const Failing &failing, std::ostream *out) {
   *out << failing.command;
 }
@@ -187,7 +187,7 @@ TEST(Words, AreSeparatedByBlanksUnlessQuoted) {
 
 constexpr const char *kPrompt = "zar> ";
 
-// Without the codes of line editing.
+// A terminal that gets no line-editing codes.
 Terminal::Setup plain() {
   return {.kind = "dumb"};
 }
@@ -229,7 +229,7 @@ TEST_F(InteractiveSession, CallsEarlierLinesBack) {
   terminal.type("help load\n");
   terminal.read_until("adds the objects");
   terminal.read_until(kPrompt);
-  // Two lines up.
+  // Moves two lines up in the history.
   terminal.type("\x1b[A\x1b[A\n");
   terminal.read_until("ends the session\n");
   terminal.read_until(kPrompt);

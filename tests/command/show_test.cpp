@@ -1,4 +1,4 @@
-// zar show: the objects of a repository as people read them.
+// zar show: the objects of a repository, for people to read.
 #include "runner.h"
 
 namespace {
@@ -94,7 +94,7 @@ struct Wrong {
   std::string message;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const Wrong &wrong, std::ostream *out) {
   *out << wrong.name;
 }

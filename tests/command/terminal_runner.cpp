@@ -34,7 +34,7 @@ namespace {
   std::_Exit(127);
 }
 
-// Empty where pseudo-terminals can be had.
+// Empty if pseudo-terminals are available.
 std::string why_there_is_no_terminal() {
   int master = -1;
   int slave = -1;
@@ -56,7 +56,7 @@ void AtATerminal::SetUp() {
 }
 
 Terminal::Terminal(const std::vector<std::string> &arguments, const Setup &setup) {
-  // Wide enough that no line of a test is broken.
+  // Wide enough that no line of a test wraps.
   winsize size{};
   size.ws_row = 50;
   size.ws_col = 200;
@@ -73,7 +73,7 @@ void Terminal::type(const std::string &keys) const {
   EXPECT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
-// False at the end, and when nothing comes for as long as a slow machine with sanitizers may need for anything.
+// False at the end, and if nothing comes for longer than even a slow machine with sanitizers needs.
 bool Terminal::read_more() {
   pollfd wait{master_, POLLIN, 0};
   if (poll(&wait, 1, 60'000) != 1) return false;

@@ -9,8 +9,8 @@
 
 namespace test {
 
-// A test at a pseudo-terminal. It fails at once on a machine that gives none; with ZAR_TESTS_WITHOUT_TERMINALS in the
-// environment, where somebody has said that they know, it is skipped.
+// A test at a pseudo-terminal. It fails at once on a machine without them, unless ZAR_TESTS_WITHOUT_TERMINALS is set in
+// the environment to accept that; then it is skipped.
 class AtATerminal : public testing::Test {
  protected:
   void SetUp() override;
@@ -20,8 +20,8 @@ class Terminal {
  public:
   struct Setup {
     std::vector<std::string> environment{};  // NAME=VALUE
-    std::string kind = "xterm";     // what TERM is; a dumb one keeps the codes of line editing out of the output
-    bool output_elsewhere = false;  // standard output goes to a file
+    std::string kind = "xterm";              // the value of TERM; with a dumb one the output has no line-editing codes
+    bool output_elsewhere = false;           // standard output does not go to the terminal
   };
 
   // Starts zar in the root of the project.
@@ -33,16 +33,16 @@ class Terminal {
 
   // Types keys.
   void type(const std::string &keys) const;
-  // Reads until the command has shown this text, after all that was read before; gives what it read. A text that never
-  // comes fails the test.
+  // Reads until the command has shown this text, after everything that was read before; returns what it read. The test
+  // fails if the text never comes.
   std::string read_until(const std::string &text);
-  // Reads to the end; gives all that was shown since the start, line ends as in files.
+  // Reads to the end; returns everything shown since the start, with line ends as in files.
   std::string read_to_end();
-  // Waits until it stops or ends.
+  // Waits until the command stops or ends.
   bool is_stopped() const;
-  // Continues what has stopped.
+  // Continues the stopped command.
   void resume() const;
-  // Waits for the end and gives the exit code, -1 when a signal ended it.
+  // Waits for the end and returns the exit code, -1 if a signal ended the command.
   int code();
 
  private:

@@ -1,4 +1,4 @@
-// What is for terminals only: colour and progress.
+// Output that only terminals get: colour and progress.
 #include "terminal_runner.h"
 
 #include <unistd.h>
@@ -13,7 +13,7 @@ namespace {
 using test::run_zar;
 using test::Terminal;
 
-// What a command shows in a terminal.
+// The output of a command at a terminal.
 std::string shown(const std::vector<std::string> &arguments, const Terminal::Setup &setup = {}) {
   Terminal terminal(arguments, setup);
   return terminal.read_to_end();
@@ -38,7 +38,7 @@ TEST_P(Colour, IsForTerminalsOnly) {
   EXPECT_EQ((plain.out + plain.err).find('\x1b'), std::string::npos);
   const std::string coloured = shown(GetParam());
   EXPECT_NE(coloured.find('\x1b'), std::string::npos) << coloured;
-  // The exit code is not what this is about, and the two streams are one here.
+  // This test ignores the exit code, and a terminal does not separate the two streams.
   EXPECT_EQ(without_colours(coloured), plain.out + plain.err);
 }
 
@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(All, Colour,
                                                                   "tests/command/policies/diff-new.yaml"}),
                          [](const auto &parameter) { return parameter.param[0]; });
 
-// A scenario of so many events, in a file that is gone with the object.
+// A scenario with this many events, in a file that is deleted with the object.
 class LongScenario {
  public:
   explicit LongScenario(size_t events) : path_(testing::TempDir() + "zar-" + std::to_string(getpid()) + ".yaml") {

@@ -1,4 +1,4 @@
-// zar test: the tests of policy files, their failures, and what they cover.
+// zar test: the tests in policy files, their failures, and their coverage.
 #include "runner.h"
 
 namespace {
@@ -62,7 +62,7 @@ TEST(Tests, ThatAreNotThereCannotPass) {
   EXPECT_EQ(result.err, "zar: <stdin>: the file has no tests\n");
 }
 
-// A file with one target and the given section of tests in line 6.
+// A file with one target and the given section of tests, on line 6.
 std::string with_tests(const std::string &tests) {
   return "domains: {d: }\n"
          "class-maps: {gold: {filters: [{attribute: service, equals: gold}]}}\n"
@@ -78,7 +78,7 @@ struct Bad {
   std::string errors;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const Bad &bad, std::ostream *out) {
   *out << bad.name;
 }

@@ -1,4 +1,4 @@
-// The command line: help, version, and what is wrong with it.
+// The command line: help, version, and usage errors.
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -11,7 +11,7 @@ namespace {
 using test::Result;
 using test::run_zar;
 
-// The sub-commands that the help lists.
+// The sub-commands in the help's list.
 std::vector<std::string> commands() {
   std::istringstream help(run_zar({"--help"}).out);
   std::vector<std::string> names;
@@ -61,7 +61,7 @@ struct Wrong {
   std::string message;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const Wrong &wrong, std::ostream *out) {
   *out << wrong.message.substr(0, wrong.message.find('\n'));
 }
@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "examples/broadband.yaml", "--event", "a@b", "--event", "session-stop@line-101"},
               "zar: there is no event 'a'\nzar: there is no target 'line-101'; did you mean 'line-0101'?\n"}));
 
-// What could not be written was not done.
+// If the output cannot be written, the command has failed.
 TEST(Output, ThatCannotBeWrittenIsAnInternalError) {
   for (const std::string arguments :
        {"run examples/broadband.yaml", "check examples/broadband.yaml", "--help", "help"}) {

@@ -90,6 +90,12 @@ TEST_F(Invariants, OfClientsArePlacesByTheirIds) {
   zar_clients_info[1]->clid = 2;
 }
 
+TEST_F(Invariants, OfClientsHoldForTheFirstClient) {
+  zar_clients_info[0]->clid = 30;
+  expect_end("1 of zar_client_data broken: entry 0 is of the client 30");
+  zar_clients_info[0]->clid = 1;
+}
+
 TEST_F(Invariants, OfClientsAreNoMoreThanTheTableHolds) {
   zar_allowed_max_clients = 1;
   expect_end("1 of zar_client_data broken: there are 2 clients in a table for 1");
@@ -128,6 +134,11 @@ TEST_F(Invariants, OfDatabasesAreTargetsInOrderOfTheirHandles) {
 TEST_F(Invariants, OfListsAreCountsOfTheirElements) {
   ++at<zar_pmap>(policy)->rule_list.count;
   expect_end("2 of zar_pmap broken: 'rule_list' of 0x[0-9a-f]+ does not hold the 2 elements that it counts");
+}
+
+TEST_F(Invariants, OfListsCountEachOfTheirElements) {
+  --at<zar_pmap>(policy)->rule_list.count;
+  expect_end("2 of zar_pmap broken: 'rule_list' of 0x[0-9a-f]+ does not hold the 0 elements that it counts");
 }
 
 TEST_F(Invariants, OfPolicyMapsAreEventsInARuleListOfEvents) {

@@ -11,7 +11,7 @@ namespace test {
 
 namespace {
 
-// A file without a name: pipes would have to be read while the command writes.
+// A file without a name: a pipe would have to be read while the child writes.
 class Scratch {
  public:
   Scratch() : file_(std::tmpfile()) {}

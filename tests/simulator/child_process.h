@@ -1,4 +1,4 @@
-// Work in a process of its own, and what it prints.
+// Runs work in a process of its own and collects its output.
 #pragma once
 
 #include <functional>
@@ -7,12 +7,12 @@
 namespace test {
 
 struct Result {
-  int code = -1;  // -1: did not end by itself
+  int code = -1;  // -1: it did not exit by itself
   std::string out;
   std::string err;
 };
 
-// Runs 'work' in a copy of this process, which ends with what it answers.
+// Runs 'work' in a copy of this process, which exits with the code that 'work' returns.
 Result run_in_child_process(const std::function<int()> &work, const std::string &input = "");
 
 }  // namespace test

@@ -1,4 +1,4 @@
-// What filters test and actions do, in a repository built from a file.
+// The tests of filters and the effects of actions, in a repository built from a file.
 #include <gtest/gtest.h>
 #include "engine/engine.h"
 
@@ -12,7 +12,7 @@ using engine::Outcome;
 using engine::Verdict;
 using test::load_good;
 
-// A repository of a file with one target "t"; events are raised on it.
+// A repository of a file with one target "t", for raising events on it.
 class World {
  public:
   explicit World(const std::string &text) : file_(load_good(text)), repository_(file_) {
@@ -58,7 +58,7 @@ struct FilterCase {
   bool matches_absence;
 };
 
-// What the test framework calls a case.
+// How the test framework prints a case.
 void PrintTo(const FilterCase &given, std::ostream *out) {
   *out << given.filter;
 }
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
         FilterCase{"present: true", {"", "x"}, {}, false},
         FilterCase{"present: true, no-match: true", {}, {"", "x"}, true}));
 
-// Rules e1, e2, ... with the given actions each.
+// Rules e1, e2, ..., each with the given actions.
 std::string policy_with(const std::vector<std::string> &rules) {
   std::string text = "domains: {d: }\nclass-maps: {c: }\npolicy-maps:\n  p:\n    events:\n";
   int number = 0;

@@ -1,4 +1,4 @@
-// That nothing is left behind, that what is left behind is found, and that a refusal of the runtime is survived.
+// Nothing is left behind, leftovers are found, and the simulator survives refusals of the runtime.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,8 +82,8 @@ TEST(TearDown, HappensOnce) {
   EXPECT_EQ(joined(repository.problems()), "");
 }
 
-// What a process of the file above keeps: three clients with the engine, three domains, the databases of the engine and of
-// client a, and two deleted parameter-maps.
+// What a process keeps after the file above: three clients including the engine, three domains, the databases of the
+// engine and of client a, and two deleted parameter-maps.
 constexpr simulator::Kept kKept = {3, 3, 2, 2, true, false};
 
 class Leftovers : public testing::Test {
@@ -147,8 +147,8 @@ TEST_F(Leftovers, IncludeMisuseOfTheRuntime) {
   EXPECT_NE(after_tear_down().find("misuse: "), std::string::npos);
 }
 
-// Builds, runs and tears down with the nth request of the runtime failing, in a process of its own. Answers 0 when the
-// process came through, 1 when there was no nth request, 2 when the runtime was misused, 3 when a build failed in silence.
+// Builds, runs and tears down while the nth request of the runtime fails; its process ends with the result. Returns 0
+// if all went well, 1 if there was no nth request, 2 if the runtime was misused, 3 if a build failed without a message.
 int survive(uint64_t nth) {
   const simulator::PolicyFile file = load_good(kEverything);
   simulator::Repository repository(file);

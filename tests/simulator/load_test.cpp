@@ -1,4 +1,4 @@
-// What the loader makes of a good file.
+// What the loader makes from a good file.
 #include <gtest/gtest.h>
 
 #include "tests/simulator/policy.h"
@@ -64,7 +64,7 @@ TEST(Loading, KnowsWhereEverythingStands) {
 }
 
 TEST(Loading, CountsCharactersNotBytes) {
-  // Two characters of two bytes stand before the second value.
+  // Two characters of two bytes each come before the second value.
   const PolicyFile file =
       load_good("domains: {d: }\nclass-maps: {c: {filters: [{equals: \"\xc3\xa4\xc3\xb6\", attribute: a}]}}\n");
   EXPECT_EQ(file.class_maps.at(0).filters.at(0).attribute.position, (Position{2, 54}));
@@ -101,7 +101,7 @@ TEST(Loading, SortsStatementsAndGivesAttributesTheirFilterTypes) {
 )");
   const simulator::ParameterMap &map = file.parameter_maps.at(0);
   EXPECT_EQ(map.statements.at(0).index, 10u);
-  // The types go by the sorted statements, so that a file that has them in another order means the same.
+  // The types follow the sorted statements, so that their order in the file does not change the meaning.
   EXPECT_EQ(map.filter_type_of("a"), 0);
   EXPECT_EQ(map.filter_type_of("b"), 1);
 }

@@ -1,4 +1,4 @@
-// Policy files of tests.
+// Policy files for tests.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace test {
 
-// A policy file from a text, which has to be good.
+// Loads a policy file from a text, which must be good.
 simulator::PolicyFile load_good(const std::string &text);
 
 }  // namespace test

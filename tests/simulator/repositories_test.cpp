@@ -1,5 +1,5 @@
-// That a process can have one repository after the other, that each leaves behind exactly what it says, and that an event
-// can be rehearsed and explained without a terminal.
+// A process can have one repository after another, each leaves behind exactly what it says, and an event can be
+// rehearsed and explained without a terminal.
 #include <malloc.h>
 
 #include <gtest/gtest.h>
@@ -48,7 +48,7 @@ targets:
 scenario: [{event: start, target: t}]
 )";
 
-// Shares the client b and the domain guest with the file above and has them in another order.
+// Shares the client b and the domain guest with the file above, in another order.
 constexpr const char *kShop = R"(
 clients: {c: {database: own}, b: {database: default}}
 domains: {goods: {owner: c}, guest: {owner: b}}
@@ -59,7 +59,7 @@ targets: {till: {client: c, policies: [sale], attributes: {price: 5}}}
 scenario: [{event: buy, target: till}]
 )";
 
-// The client a works in the default database here, and the domain guest is the engine's.
+// Here the client a works in the default database, and the domain guest belongs to the engine.
 constexpr const char *kOther = R"(
 clients: {a: {database: default}}
 domains: {guest: }
@@ -77,7 +77,7 @@ std::string joined(const std::vector<std::string> &lines) {
   return all;
 }
 
-// What the scenario does and the listings afterwards show, on a repository that is built for it.
+// The output of the scenario and of the listings after it, on a repository built for it.
 struct Life {
   std::string output;
   std::string problems;
@@ -100,7 +100,7 @@ Life live(const PolicyFile &file) {
   return life;
 }
 
-// The same in a process that has no other repository.
+// The same in a process without any other repository.
 std::string output_alone(const char *text) {
   const test::Result result = test::run_in_child_process([&] {
     const Life life = live(load_good(text));
@@ -202,7 +202,7 @@ TEST(Repositories, AThousandInARowTakeNoMoreMemory) {
   for (int at = 0; at < 400; ++at)
     both();
   const simulator::Holdings after = simulator::take_stock();
-  before.texts["subscriber"] += 400;  // one for the parameter-map of each
+  before.texts["subscriber"] += 400;  // one reference for each deleted parameter-map
   EXPECT_EQ(after.texts, before.texts);
   EXPECT_EQ(after.blocks, before.blocks);
   EXPECT_EQ(after.records, before.records);
@@ -309,7 +309,7 @@ TEST(Sessions, AreDrivenWithoutATerminal) {
   EXPECT_EQ(joined(session.end()), "");
 }
 
-// A session has begun before it knows what it will be asked for.
+// A session begins before it knows which clients it will need.
 TEST(Sessions, RefuseAClientThatTheProcessKnowsOtherwise) {
   EXPECT_EQ(live(load_good(kAccess)).problems, "");
   simulator::session::Session session;
