@@ -60,7 +60,7 @@ class Writer {
 
   // The value of a 'set' is already in the action's text.
   static std::string change_of(const Action &action, const Change &change) {
-    const std::string was = concat("was ", value_text(change.before));
+    std::string was = concat("was ", value_text(change.before));
     if (!change.after || action.kind == ActionKind::set) return was;
     return concat(was, ", now ", as_word(*change.after));
   }
