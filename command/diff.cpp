@@ -32,7 +32,7 @@ class DiffCommand final : public Command {
                    "Replay the scenario of this policy file on both and compare what they decide");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(
-        "Tells which objects were added, removed and changed. With --replay also which events\n"
+        "Lists which objects were added, removed and changed. With --replay also which events\n"
         "of a scenario are decided differently, with the first difference explained on both\n"
         "sides. Each event changes the attributes that later events find, on each side by itself.\n"
         "Exit code 0: no difference; 1: there is one.\n\n"

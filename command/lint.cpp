@@ -26,7 +26,7 @@ class LintCommand final : public Command {
     options.required_argument("FILE", path_, "The policy file; - is standard input");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(
-        "Tells only what is proven: rules that earlier rules of a match-first event leave\n"
+        "Reports only what is proven: rules that earlier rules of a match-first event leave\n"
         "nothing to, class-maps that can never match, statements that are never reached, unused\n"
         "class-maps and parameter-maps, policy-maps that are active nowhere, and events that\n"
         "neither the scenario nor the tests can raise; with attributes that show it.\n"

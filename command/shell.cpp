@@ -58,7 +58,7 @@ Status print_line(Session &session, const std::string &line, size_t number) {
 
 // After an error a person can correct it and go on.
 void talk(Session &session) {
-  std::cout << "help tells about the commands; TAB completes; quit ends the session\n" << std::flush;
+  std::cout << "help explains the commands; TAB completes; quit ends the session\n" << std::flush;
   Editor editor([&](const std::string &before) { return session::complete(session, before); });
   size_t number = 0;
   while (const std::optional<std::string> line = editor.read()) {
@@ -106,9 +106,9 @@ class ShellCommand final : public Command {
     options.flag("--json", json_, "Write one JSON object: what comes of each command");
     options.epilogue(
         "Reads commands: load, create, delete, activate, deactivate, raise, explain, set, unset,\n"
-        "show, clear, trace, quit; help tells about each. At a terminal lines can be edited,\n"
+        "show, clear, trace, quit; help explains each. At a terminal lines can be edited,\n"
         "called back, and completed with TAB, and a command that fails ends nothing. From a pipe\n"
-        "the first command that fails ends the session; its line is told. With --json lines\n"
+        "the first command that fails ends the session; its line is shown. With --json lines\n"
         "are read as from a pipe.\n"
         "Exit code 0: good; 65: the file is bad, or a command from a pipe failed.\n\n"
         "Examples:\n"

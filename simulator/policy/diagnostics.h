@@ -24,7 +24,7 @@ class Diagnostics {
   size_t count() const { return all_.size(); }
   // Whether there are more than anybody reads: then looking for suggestions is not worth the time.
   bool too_many() const { return all_.size() >= kMostShown; }
-  // Whether there are so many errors that reading on is useless.
+  // Whether there are too many errors for reading on to be of use.
   bool hopeless() const { return all_.size() >= kHopeless; }
   // In the order of their positions.
   std::vector<Diagnostic> sorted() const;

@@ -300,7 +300,7 @@ void Resolver::check_expected_attributes() {
     for (const ExpectedValue &expected : test.expect.attributes) {
       if (names.contains(expected.attribute.value)) continue;
       diagnostics_->add(expected.attribute.position,
-                        concat("nothing in the file speaks of the attribute '", expected.attribute.value, "'"),
+                        concat("nothing in the file mentions the attribute '", expected.attribute.value, "'"),
                         "an attribute that a filter, an action or a target has",
                         diagnostics_->too_many() ? "" : nearest(expected.attribute.value, known));
     }

@@ -118,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
             "    |                                                          ^\n"
             "  expected: POLICY/EVENT/NUMBER, or the name of a class-map of this file\n"
             "  did you mean 'gold'?\n"
-            "<stdin>:6:78: error: nothing in the file speaks of the attribute 'servce'\n"
+            "<stdin>:6:78: error: nothing in the file mentions the attribute 'servce'\n"
             "  6 |   - {event: strt, target: u, expect: {rules: [p/start/1, glod], attributes: {servce: }}}\n"
             "    |                                                                              ^\n"
             "  expected: an attribute that a filter, an action or a target has\n"
