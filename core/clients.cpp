@@ -6,6 +6,7 @@
 #include "core/status.h"
 #include "core/text.h"
 #include "core/trace.h"
+#include "platform/tags.h"
 
 using namespace zar;
 
@@ -17,8 +18,6 @@ const char *const zar_client_data_chunk_str = "ZAR client data chunk";
 
 namespace {
 
-constexpr uint32_t kGrownTableTag = 0x3e00008;
-constexpr uint32_t kNameTag = 0x3e00034;
 constexpr uint32_t kTableStep = 10;
 constexpr uint32_t kLastCapacity = 0U - kTableStep;  // growing from here would wrap to a capacity of 0
 constexpr uint32_t kActive = 1;
@@ -54,7 +53,7 @@ bool grow_table() {
   TRACE_INFO("(info): Growing the ZAR clients data array");
   if (zar_allowed_max_clients == kLastCapacity) return false;
   uint32_t capacity = zar_allowed_max_clients + kTableStep;
-  zar_client_data **grown = allocate_table<zar_client_data>(capacity, kGrownTableTag);
+  zar_client_data **grown = allocate_table<zar_client_data>(capacity, tags::kGrownClientTable);
   if (!grown) return false;
   for (uint32_t index = 0; index < zar_current_max_clients; ++index)
     grown[index] = zar_clients_info[index];
@@ -71,7 +70,7 @@ uint32_t register_new(const char *name, zar_db *database, uint32_t *clid_out) {
     *clid_out = 0;
     return kFailed;
   }
-  entry->name = bstrdup_named(name, kNameTag);
+  entry->name = bstrdup_named(name, tags::kClientName);
   entry->database = database;
   // If the table cannot grow, the new entry and its name stay allocated, uncounted.
   if (zar_current_max_clients >= zar_allowed_max_clients && !grow_table()) return kFailed;

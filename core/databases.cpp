@@ -6,6 +6,7 @@
 #include "core/status.h"
 #include "core/text.h"
 #include "core/trace.h"
+#include "platform/tags.h"
 
 using namespace zar;
 
@@ -13,13 +14,7 @@ const char *const zar_db_chunk_str = "ZAR DB chunk";
 
 namespace {
 
-constexpr uint32_t kClientTableTag = 0x3e00003;
 constexpr uint32_t kFirstTableSize = 10;
-
-constexpr uint32_t kPmapTreeTag = 0x3e00004;
-constexpr uint32_t kCmapTreeTag = 0x3e00005;
-constexpr uint32_t kTargetTreeTag = 0x3e00006;
-constexpr uint32_t kPmtrMapTreeTag = 0x3e00007;
 
 // False if the tree cannot be created; whatever was allocated for it stays with the database.
 bool make_tree(avl_tree *&place, uint32_t tag, avl_compare_fn compare, avl_free_fn free_node) {
@@ -32,10 +27,10 @@ bool make_tree(avl_tree *&place, uint32_t tag, avl_compare_fn compare, avl_free_
 }
 
 bool make_trees(zar_db &database) {
-  return make_tree(database.pmap_tree, kPmapTreeTag, zar_pmap_compare_string, zar_avl_free_pmap) &&
-         make_tree(database.cmap_tree, kCmapTreeTag, zar_cmap_compare_string, zar_avl_free_cmap) &&
-         make_tree(database.target_tree, kTargetTreeTag, zar_target_compare_int, zar_avl_free_target) &&
-         make_tree(database.pmtr_map_tree, kPmtrMapTreeTag, zar_pmtr_map_compare_string, zar_avl_free_pmtr_map);
+  return make_tree(database.pmap_tree, tags::kPmapTree, zar_pmap_compare_string, zar_avl_free_pmap) &&
+         make_tree(database.cmap_tree, tags::kCmapTree, zar_cmap_compare_string, zar_avl_free_cmap) &&
+         make_tree(database.target_tree, tags::kTargetTree, zar_target_compare_int, zar_avl_free_target) &&
+         make_tree(database.pmtr_map_tree, tags::kPmtrMapTree, zar_pmtr_map_compare_string, zar_avl_free_pmtr_map);
 }
 
 constexpr char kDestroy[] = "destroy_database";
@@ -67,7 +62,7 @@ void empty_trees(zar_db *database) {
 
 // Not protected against a second call: everything starts again and the previous state is lost.
 uint16_t zar_init(void) {
-  zar_clients_info = allocate_table<zar_client_data>(kFirstTableSize, kClientTableTag);
+  zar_clients_info = allocate_table<zar_client_data>(kFirstTableSize, tags::kClientTable);
   if (!zar_clients_info) TRACE_ERROR("(ERR): ZAR malloc for clients data error");
   zar_allowed_max_clients = kFirstTableSize;
   zar_current_max_clients = 0;

@@ -3,6 +3,7 @@
 #include "core/checks.h"
 #include "core/pool.h"
 #include "core/text.h"
+#include "platform/tags.h"
 #include "zar/pmtr.h"
 
 using namespace zar;
@@ -14,7 +15,6 @@ const char *const kel_parameter_map_subscriber_domain_str = "subscriber";
 
 namespace {
 
-constexpr uint32_t kDomainTag = 0x3e00036;
 constexpr uint32_t kDefaultOwner = 1;
 
 const zar_domain_entry *find_claim(const char *domain) {
@@ -42,7 +42,7 @@ uint32_t zar_register_domain(uint32_t clid, const char *domain) {
     return kNoMemory;
   }
   entry->owner_clid = clid;
-  entry->domain = bstrdup_named(domain, kDomainTag);
+  entry->domain = bstrdup_named(domain, tags::kDomainName);
   if (!entry->domain) {
     TRACE_ERROR("(ERR): domain registration, memory alloc failure for domain");
     return kNoMemory;

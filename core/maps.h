@@ -9,6 +9,7 @@
 #include "core/checks.h"
 #include "core/pool.h"
 #include "core/trace.h"
+#include "platform/tags.h"
 #include "zar/core.h"
 
 namespace zar {
@@ -20,8 +21,8 @@ enum class KeyRule { common_length, tree_length };
 struct PolicyMaps {
   using Record = zar_pmap;
   static Pool<zar_pmap> &pool() { return pmap_pool; }
-  static constexpr uint32_t kNameTag = 0x3e00038;
-  static constexpr uint32_t kKeyTag = 0x3e00039;
+  static constexpr uint32_t kNameTag = tags::kPmapName;
+  static constexpr uint32_t kKeyTag = tags::kPmapKey;
   static constexpr auto insert = zar_avl_insert_pmap;
   static constexpr auto search = zar_avl_search_pmap;
   static constexpr auto get_first = zar_avl_get_first_pmap;
@@ -87,8 +88,8 @@ struct PolicyMaps {
 struct ClassMaps {
   using Record = zar_cmap;
   static Pool<zar_cmap> &pool() { return cmap_pool; }
-  static constexpr uint32_t kNameTag = 0x3e0003b;
-  static constexpr uint32_t kKeyTag = 0x3e0003c;
+  static constexpr uint32_t kNameTag = tags::kCmapName;
+  static constexpr uint32_t kKeyTag = tags::kCmapKey;
   static constexpr auto insert = zar_avl_insert_cmap;
   static constexpr auto search = zar_avl_search_cmap;
   static constexpr auto get_first = zar_avl_get_first_cmap;
@@ -151,8 +152,8 @@ struct ClassMaps {
 struct ParameterMaps {
   using Record = zar_pmtr_map;
   static Pool<zar_pmtr_map> &pool() { return pmtr_map_pool; }
-  static constexpr uint32_t kNameTag = 0x3e00032;
-  static constexpr uint32_t kKeyTag = 0x3e0005a;
+  static constexpr uint32_t kNameTag = tags::kPmtrMapName;
+  static constexpr uint32_t kKeyTag = tags::kPmtrMapKey;
   static constexpr auto insert = zar_avl_insert_pmtr_map;
   static constexpr auto search = zar_avl_search_pmtr_map;
   static constexpr auto get_first = zar_avl_get_first_pmtr_map;

@@ -3,6 +3,7 @@
 #include "core/pool.h"
 #include "core/text.h"
 #include "objects/leaves.h"
+#include "platform/tags.h"
 #include "zar/lifecycle.h"
 
 using namespace zar;
@@ -11,7 +12,7 @@ namespace {
 
 void free_event_context(zar_event_context *context) {
   if (!context) return;
-  sdb_remove_block(context->event_name, kEventNameTag);
+  sdb_remove_block(context->event_name, tags::kEventName);
   event_context_pool.give_back(context);
 }
 

@@ -9,16 +9,12 @@
 #include "lifecycle/associations.h"
 #include "objects/leaves.h"
 #include "objects/map_family.h"
+#include "platform/tags.h"
 #include "zar/pmtr.h"
 
 using namespace zar;
 
 namespace {
-
-// Policy-maps release their texts under short tags, class-maps under the tags with which they were interned; the string
-// database uses tags only for statistics.
-constexpr uint32_t kPmapNameTag = 0x38, kPmapDomainTag = 0x33;
-constexpr uint32_t kCmapNameTag = 0x3e0003b, kCmapDomainTag = 0x3e00033;
 
 constexpr char kEmptyBuiltin[] = "delete_autoconf_policy";
 
@@ -85,8 +81,8 @@ void empty_builtin(uint32_t handle) {
 void free_policy(zar_pmap &pmap) {
   drop_references(pmap);
   zar_handle_release(pmap.handle);
-  sdb_remove_block(pmap.name, kPmapNameTag);
-  sdb_remove_block(pmap.domain, kPmapDomainTag);
+  sdb_remove_block(pmap.name, tags::kReturnedPmapName);
+  sdb_remove_block(pmap.domain, tags::kReturnedPmapDomain);
   release_key(pmap);
   pmap_pool.give_back(&pmap);
 }
@@ -109,8 +105,8 @@ void free_class(zar_cmap &cmap, const char *name) {
     zar_free_filter(filter);
   }
   zar_handle_release(cmap.handle);
-  sdb_remove_block(cmap.name, kCmapNameTag);
-  sdb_remove_block(cmap.domain, kCmapDomainTag);
+  sdb_remove_block(cmap.name, tags::kCmapName);
+  sdb_remove_block(cmap.domain, tags::kDomainText);
   release_key(cmap);
   cmap_pool.give_back(&cmap);
 }

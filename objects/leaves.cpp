@@ -4,6 +4,7 @@
 #include "core/pool.h"
 #include "core/queue.h"
 #include "core/text.h"
+#include "platform/tags.h"
 #include "zar/compose.h"
 
 using namespace zar;
@@ -88,7 +89,7 @@ bool intern_event_name(HeldText &held, zar_event_context &context, const char *n
     TRACE_ERROR("(ERR): create_event: event name is NULL");
     return false;
   }
-  if (held.intern(context.event_name, name, kEventNameTag)) return true;
+  if (held.intern(context.event_name, name, tags::kEventName)) return true;
   TRACE_ERROR("(ERR): create_event: Could not add event name to SDB name:%s", name);
   return false;
 }
@@ -224,9 +225,8 @@ uint32_t zar_create_action(const zar_action_context *context, uint32_t action_nu
 }
 
 uint32_t zar_create_filter(const zar_filter_context *context, uint32_t *filter_out, uint32_t no_match) {
-  constexpr uint32_t kPoolTag = 0x3e00041;
   FilterFlags flags{.no_match = low_byte(no_match)};
-  uint32_t status = make_filter(context, filter_out, flags, kPoolTag);
+  uint32_t status = make_filter(context, filter_out, flags, tags::kFilterRecord);
   if (status == kSuccess)
     TRACE_INFO("(info): create_filter: successful, filter:0x%x type:%s", *filter_out, type_of(flags));
   return status;
@@ -234,9 +234,8 @@ uint32_t zar_create_filter(const zar_filter_context *context, uint32_t *filter_o
 
 uint32_t zar_pmtr_create_filter(const zar_filter_context *context, uint32_t *filter_out, uint32_t no_match,
                                 uint32_t regex, uint32_t flag_1, uint32_t flag_2) {
-  constexpr uint32_t kPoolTag = 0x3e00040;
   FilterFlags flags{low_byte(no_match), low_byte(regex), low_byte(flag_1), low_byte(flag_2)};
-  uint32_t status = make_filter(context, filter_out, flags, kPoolTag);
+  uint32_t status = make_filter(context, filter_out, flags, tags::kHandleFilterRecord);
   if (status == kSuccess) {
     TRACE_INFO("(info): create_filter: successful, filter:0x%x type:%s regex:%d", *filter_out, type_of(flags),
                flags.regex);

@@ -15,9 +15,6 @@ uint32_t zar_verify_filter_content(const zar_filter *filter, const char *caller)
 // The filter that 'handle' names if its record is complete. Both faults are traced in the same way, as a missing record.
 zar_filter *require_filter(const char *name, uint32_t handle);
 
-// The tag under which event names are interned and released.
-constexpr uint32_t kEventNameTag = 0x3e0003d;
-
 // Frees a filter with its data, handle and record.
 void zar_free_filter(zar_filter *filter);
 

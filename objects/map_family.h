@@ -7,11 +7,10 @@
 #include "core/pool.h"
 #include "core/queue.h"
 #include "core/text.h"
+#include "platform/tags.h"
 #include "zar/objects.h"
 
 namespace zar {
-
-constexpr uint32_t kDomainTextTag = 0x3e00033;
 
 // A map under construction. Everything acquired is released unless the map is finished, in reverse order of the
 // members: handle, name, domain, record.
@@ -26,7 +25,7 @@ class MapDraft {
 
   bool issue_handle() { return handle_.issue(record_.get()); }
   bool intern_name(const char *name, uint32_t tag) { return name_.intern(record_->name, name, tag); }
-  bool intern_domain(const char *domain) { return domain_.intern(record_->domain, domain, kDomainTextTag); }
+  bool intern_domain(const char *domain) { return domain_.intern(record_->domain, domain, tags::kDomainText); }
 
   // The finished map's handle.
   uint32_t finish() {

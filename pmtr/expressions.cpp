@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/text.h"
+#include "platform/tags.h"
 #include "pmtr/statements.h"
 
 using namespace zar;
@@ -9,7 +10,6 @@ using namespace zar;
 namespace {
 
 constexpr char kName[] = "get_pmtr_filter_expr_by_type";
-constexpr uint32_t kCopyTag = 0x3e00026;
 constexpr uint32_t kCopyRoom = 10;
 constexpr uint32_t kPositions = 256;  // the range of the one-byte position counter
 
@@ -30,7 +30,7 @@ OwnedText copy_expression(const zar_filter &filter) {
   OwnedText text(filter.filter_str_fn(filter.filter_data));
   const char *expression = text ? text.get() : "";
   const size_t size = std::strlen(expression) + kCopyRoom;
-  OwnedText copy = OwnedText::of_size(size, kCopyTag);
+  OwnedText copy = OwnedText::of_size(size, tags::kExpressionCopy);
   if (copy) std::snprintf(copy.get(), size, "%s", expression);
   return copy;
 }

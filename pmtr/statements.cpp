@@ -10,6 +10,7 @@
 #include "core/pool.h"
 #include "core/text.h"
 #include "objects/leaves.h"
+#include "platform/tags.h"
 #include "zar/compose.h"
 #include "zar/lifecycle.h"
 #include "zar/objects.h"
@@ -34,10 +35,16 @@ struct Making {
   bool names_map;      // whether a missing record is reported with the parameter-map's name
   bool keeps_texts;    // whether the copies of domain and name are kept until the statement is in its list
 };
-constexpr Making kFirstTime{
-    .domain_tag = 0x3e0002b, .name_tag = 0x3e00028, .name_room = 11, .names_map = true, .keeps_texts = false};
-constexpr Making kReplacing{
-    .domain_tag = 0x3e0002e, .name_tag = 0x3e00027, .name_room = 12, .names_map = false, .keeps_texts = true};
+constexpr Making kFirstTime{.domain_tag = tags::kStatementDomain,
+                            .name_tag = tags::kStatementName,
+                            .name_room = 11,
+                            .names_map = true,
+                            .keeps_texts = false};
+constexpr Making kReplacing{.domain_tag = tags::kReplacingStatementDomain,
+                            .name_tag = tags::kReplacingStatementName,
+                            .name_room = 12,
+                            .names_map = false,
+                            .keeps_texts = true};
 
 // ---- Creating statements
 

@@ -1,6 +1,7 @@
 // The engine's own access to parameter-maps: by name alone, in the domain "subscriber", as the owner of that domain.
 #include "core/checks.h"
 #include "core/text.h"
+#include "platform/tags.h"
 #include "zar/pmtr.h"
 
 using namespace zar;
@@ -31,10 +32,9 @@ bool name_given(const char *operation, const char *name) {
 
 // Only a success without a handle counts as not found; a refused look-up is traced as found and its status returned.
 uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out) {
-  constexpr uint32_t kNameTag = 0x3e00029, kDomainTag = 0x3e0002c;
   if (!name_given("find_subscriber_parameter_map_by_name", name)) return kInvalidArgument;
   uint32_t owner = subscriber_owner();
-  CopiedInfo info(name, domain_type, kNameTag, kDomainTag);
+  CopiedInfo info(name, domain_type, tags::kFoundPmtrMapName, tags::kFoundPmtrMapDomain);
   uint32_t status = zar_retrieve_pmtr_map(owner, info.get(), pmtr_map_out);
   if (status == kSuccess && *pmtr_map_out == 0) {
     TRACE_ERROR("(ERR): pmtr-map not found: %s", name);
@@ -46,10 +46,9 @@ uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t do
 
 // A parameter-map that cannot be stored stays, unstored, under the handle in the place.
 uint32_t kel_create_subscriber_parameter_map(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out) {
-  constexpr uint32_t kNameTag = 0x3e0002a, kDomainTag = 0x3e0002d;
   if (!name_given("create_subscriber_parameter_map", name)) return kInvalidArgument;
   uint32_t owner = subscriber_owner();
-  CopiedInfo info(name, domain_type, kNameTag, kDomainTag);
+  CopiedInfo info(name, domain_type, tags::kMadePmtrMapName, tags::kMadePmtrMapDomain);
   uint32_t status = zar_create_pmtr_map(owner, info.get(), pmtr_map_out);
   if (status != kSuccess) {
     TRACE_ERROR("(ERR): Could not create pmtr-map: %s", name);

@@ -5,6 +5,7 @@
 
 #include "core/checks.h"
 #include "core/text.h"
+#include "platform/tags.h"
 #include "zar/objects.h"
 #include "zar/present.h"
 
@@ -13,7 +14,6 @@ using namespace zar;
 namespace {
 
 constexpr char kNoName[] = " ";
-constexpr uint32_t kFilterTextTag = 0x3e00009;
 
 // The result of 'read' for the record behind 'handle', or 'Answer{}' if there is none.
 template <class Record, class Read>
@@ -146,7 +146,7 @@ char *zar_get_filter_nvgen_str_internal(const zar_filter *filter) {
 
   // Room for the longer prefix, a blank and the terminator.
   const size_t size = std::strlen(text.get()) + 10;
-  OwnedText line = OwnedText::of_size(size, kFilterTextTag);
+  OwnedText line = OwnedText::of_size(size, tags::kFilterText);
   if (!line) {
     TRACE_ERROR("(ERR): get_nvgen_str: Error: unable to vud_kel_calloc_named nvgen_str for filter:0x%p",
                 address(filter));

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "compose/rules.h"
+#include "platform/tags.h"
 #include "present/selection.h"
 #include "zar/present.h"
 
@@ -11,10 +12,6 @@ using namespace zar;
 namespace {
 
 constexpr size_t kBufferSize = 100;
-constexpr uint32_t kAllClassMapsTag = 0x3e0000a;
-constexpr uint32_t kOneClassMapTag = 0x3e0000b;
-constexpr uint32_t kClassLineTag = 0x3e0000c;
-constexpr uint32_t kEventLineTag = 0x3e0000f;
 
 const char *text_or_empty(const char *text) {
   return text ? text : "";
@@ -61,7 +58,7 @@ class PolicyMapPrinter {
   bool print_event_line(const zar_event_tuple &event) const {
     const char *name = event.event_context ? text_of(event.event_context->event_name) : nullptr;
     if (!name) return true;
-    OwnedText line = OwnedText::of_size(kBufferSize, kEventLineTag);
+    OwnedText line = OwnedText::of_size(kBufferSize, tags::kEventLine);
     if (!line) {
       print_("%sUnable to allocate memory for event_buf\n", prefix_);
       return false;
@@ -88,7 +85,7 @@ class PolicyMapPrinter {
 
   bool print_rule_line(const zar_class_action &rule) const {
     if (!rule.cmap) return true;
-    OwnedText line = OwnedText::of_size(kBufferSize, kClassLineTag);
+    OwnedText line = OwnedText::of_size(kBufferSize, tags::kClassLine);
     if (!line) {
       print_("%sUnable to allocate memory for cmap_buf\n", prefix_);
       return false;
@@ -137,7 +134,7 @@ class ClassMapTable {
 
   // The maps of one database. A walk over all omits hidden class-maps; a class-map given by name is shown.
   Status print_database(zar_db *database) const {
-    OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? kAllClassMapsTag : kOneClassMapTag);
+    OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? tags::kAllClassMaps : tags::kOneClassMap);
     if (!cell) {
       print_("%sUnable to allocate memory for buf\n", prefix_);
       return kFailed;

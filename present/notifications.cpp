@@ -5,14 +5,12 @@
 // times. The list is handed over: the handlers free it, after the call.
 #include "compose/rules.h"
 #include "core/text.h"
+#include "platform/tags.h"
 #include "zar/present.h"
 
 using namespace zar;
 
 namespace {
-
-constexpr uint32_t kPmapListTag = 0x3e0000e;
-constexpr uint32_t kTargetListTag = 0x3e0000d;
 
 constexpr uint32_t kAdded = 0, kRemoved = 1;
 
@@ -97,14 +95,14 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
   // Without data no handler is notified, so no list is created that nobody would free.
   if (!pmap || !action->action_data) return;
 
-  TargetList list(kPmapListTag);
+  TargetList list(tags::kTargetsOfPmap);
   if (zar_collect_pmap_targets(*pmap, list) != Collected::some) return;
   action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.hand_over());
 }
 
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {
   if (!pmap || !target || !target->target_info || !is_control(*pmap)) return;
-  TargetList list(kTargetListTag);
+  TargetList list(tags::kActivatedTargets);
   zar_target_info *info = target->target_info;
   for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap->rule_list))
     for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
@@ -116,7 +114,7 @@ void zar_remove_action_handler_for_event(uint32_t event_handle, uint32_t pmap_ha
   const auto *event = require<zar_event_tuple>(kName, event_handle);
   const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!event || !pmap) return;
-  TargetList list(kPmapListTag);
+  TargetList list(tags::kTargetsOfPmap);
   for (const zar_class_action &rule : Elements<zar_class_action>(event->class_actions))
     if (!notify_removal(rule, pmap, list)) return;
 }
@@ -126,6 +124,6 @@ void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap_ha
   const auto *rule = require<zar_class_action>(kName, class_action);
   const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!rule || !pmap) return;
-  TargetList list(kPmapListTag);
+  TargetList list(tags::kTargetsOfPmap);
   notify_removal(*rule, pmap, list);
 }

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "engine/engine.h"
+#include "platform/tags.h"
 #include "runtime/control.h"
 #include "simulator/repository/actions.h"
 #include "simulator/repository/filters.h"
@@ -13,15 +14,7 @@ namespace simulator {
 
 namespace {
 
-// The library's tags for the blocks and records that it keeps.
-constexpr uint32_t kClientTable = 0x3e00003;
-constexpr uint32_t kGrownClientTable = 0x3e00008;
-constexpr uint32_t kTrees[] = {0x3e00004, 0x3e00005, 0x3e00006, 0x3e00007};
-constexpr uint32_t kDatabaseRecords = 0x3e00024;
-constexpr uint32_t kClientRecords = 0x3e00025;
-constexpr uint32_t kClientNames = 0x3e00034;
-constexpr uint32_t kDomainRecords = 0x3e00035;
-constexpr uint32_t kDomainNames = 0x3e00036;
+namespace tags = zar::tags;
 
 template <class Key>
 using Counts = std::map<Key, size_t>;
@@ -73,17 +66,17 @@ Counts<std::string> count_kinds() {
 
 Holdings expected_holdings(const Holdings &before, const Kept &kept) {
   Holdings expected = before;
-  expected.records[kClientRecords] += kept.clients;
-  expected.records[kDomainRecords] += kept.domains;
-  expected.records[kDatabaseRecords] += kept.databases;
-  expected.blocks[kClientNames] += kept.clients;
-  expected.blocks[kDomainNames] += kept.domains;
-  for (const uint32_t tree : kTrees)
+  expected.records[tags::kClientRecord] += kept.clients;
+  expected.records[tags::kDomainRecord] += kept.domains;
+  expected.records[tags::kDatabaseRecord] += kept.databases;
+  expected.blocks[tags::kClientName] += kept.clients;
+  expected.blocks[tags::kDomainName] += kept.domains;
+  for (const uint32_t tree : {tags::kPmapTree, tags::kCmapTree, tags::kTargetTree, tags::kPmtrMapTree})
     expected.blocks[tree] += kept.databases;
-  if (kept.first_table) ++expected.blocks[kClientTable];
+  if (kept.first_table) ++expected.blocks[tags::kClientTable];
   if (kept.grown_table) {
-    --expected.blocks[kClientTable];
-    ++expected.blocks[kGrownClientTable];
+    --expected.blocks[tags::kClientTable];
+    ++expected.blocks[tags::kGrownClientTable];
   }
   expected.texts[kel_parameter_map_subscriber_domain_str] += kept.deleted_parameter_maps;
   return expected;
