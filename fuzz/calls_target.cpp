@@ -5,7 +5,7 @@
 #include "fuzz/target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  fuzz::run_target({}, [&](fuzz::Session &session) {
+  walk::run_target({}, [&](walk::Session &session) {
     calls::Decoder decoder({data, size});
     while (!decoder.done())
       if (!session.step(decoder.call())) return false;

@@ -8,8 +8,8 @@
 namespace {
 
 // Half of the calls have no fault; for the others a second attempt may also fail.
-fuzz::FaultPlan plan_of(uint8_t byte) {
-  fuzz::FaultPlan plan;
+walk::FaultPlan plan_of(uint8_t byte) {
+  walk::FaultPlan plan;
   if (byte % 2 == 0) return plan;
   plan.requests.push_back(1U + byte / 2 % 8);
   if (byte >= 192) plan.requests.push_back(1U + byte / 8 % 8);
@@ -20,10 +20,10 @@ fuzz::FaultPlan plan_of(uint8_t byte) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  fuzz::run_target({}, [&](fuzz::Session &session) {
+  walk::run_target({}, [&](walk::Session &session) {
     calls::Decoder decoder({data, size});
     while (!decoder.done()) {
-      const fuzz::FaultPlan plan = plan_of(decoder.byte());
+      const walk::FaultPlan plan = plan_of(decoder.byte());
       if (!session.step_with_fault(decoder.call(), plan)) return false;
       if (session.partial()) return false;  // the model cannot continue
     }

@@ -89,9 +89,9 @@ calls::Alphabet alphabet_of(calls::Decoder &decoder) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   calls::Decoder names({data, size});
   const calls::Alphabet alphabet = alphabet_of(names);
-  fuzz::Options options;
+  walk::Options options;
   options.alphabet = &alphabet;
-  fuzz::run_target(options, [&](fuzz::Session &session) {
+  walk::run_target(options, [&](walk::Session &session) {
     calls::Decoder decoder = names;
     while (!decoder.done())
       if (!session.step(decoder.call_among(kOnNames))) return false;

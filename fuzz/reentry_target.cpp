@@ -14,6 +14,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     made.push_back(decoder.call());
     made.back().within = within;
   }
-  fuzz::run_target({}, [&](fuzz::Session &session) { return session.steps(made); });
+  walk::run_target({}, [&](walk::Session &session) { return session.steps(made); });
   return 0;
 }

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/session.h"
+#include "tests/walk/session.h"
 
-namespace fuzz {
+namespace walk {
 
 // 'act' makes the calls and returns whether to continue to the end, where everything is deleted.
 inline void run_target(const Options &options, const std::function<bool(Session &)> &act) {
@@ -21,14 +21,14 @@ inline void run_target(const Options &options, const std::function<bool(Session 
   };
   if (run(options).empty()) return;
   // Calls are rendered only if needed.
-  std::vector<std::string> told;
-  Options telling = options;
-  telling.lines = &told;
-  const std::string failure = run(telling);
-  for (const std::string &line : told)
+  std::vector<std::string> lines;
+  Options with_lines = options;
+  with_lines.lines = &lines;
+  const std::string failure = run(with_lines);
+  for (const std::string &line : lines)
     std::fprintf(stderr, "  %s\n", line.c_str());
   std::fprintf(stderr, "  %s\n", failure.c_str());
   std::abort();
 }
 
-}  // namespace fuzz
+}  // namespace walk

@@ -1,7 +1,7 @@
 // Every operation with every one of its platform requests failing: in sequences of calls that build repositories, each
 // call is made with its first request failing, in its own repository, then with its second, until none is left; once,
 // and from that request on. Each time the call must report it, the repository must be unchanged, nothing may leak, and
-// the same call must then succeed; one table (fuzz/partial.cpp) lists the exceptions.
+// the same call must then succeed; one table (tests/walk/partial.cpp) lists the exceptions.
 //
 //   faults_every_call [--sequences N] [--seed S] [--pairs yes]
 //
@@ -13,8 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/partial.h"
-#include "fuzz/walk.h"
+#include "tests/walk/calls/bytes.h"
+#include "tests/walk/partial.h"
+#include "tests/walk/walk.h"
 
 namespace {
 
@@ -42,82 +43,85 @@ struct Tally {
 // What the sequences are too short to reach by chance: shared actions, texts and listings, notified handlers.
 Calls particular_calls() {
   using enum calls::Op;
+  using namespace calls::bytes;
   const std::vector<calls::Call> more = {
-      {zar_add_action_to_rule, {1, 1}},
-      {zar_add_action_to_rule_after_action, {1, 0, 1}},
-      {zar_remove_action_from_class_action, {1, 0}},
-      {zar_add_action_to_rule_before_action, {1, 0, 1}},
-      {zar_remove_action_from_class_action, {1, 0}},
-      {zar_add_action_to_stored_policy, {0, 0, 0, 201, 0, 0, 0}},
-      {zar_remove_action_from_stored_policy, {0, 0, 0, 201, 0, 0, 0}},
-      {zar_create_class, {0, 151, 0, 0, 1}},
-      {zar_create_event, {202, 0, 6}},
-      {zar_add_class_to_event, {6, 1, 0, 4, 6}},
-      {zar_add_event, {0, 6}},
-      {zar_add_class_action_to_stored_policy, {0, 0, 0, 201, 0, 1, 3, 0}},
-      {zar_add_action_to_pmtr_map_rule, {0, 1, 0}},
-      {zar_get_filter_nvgen_str, {0}},
-      {zar_get_filter_nvgen_str_internal, {0}},
-      {zar_get_action_nvgen_str, {0, 1}},
-      {kel_pmtr_map_get_filter_expr_by_type, {0, 1, 1}},
-      {zar_print_policymap, {0, 0, 0, 0, 1, 1}},
-      {zar_print_classmap, {0, 0, 0, 0, 0, 1}},
-      {zar_shim_action_added_removed, {0, 0, 1}},
-      {zar_invoke_action_handler, {0, 0, 1}},
-      {zar_remove_action_handler_for_event, {0, 0}},
-      {zar_remove_action_handler_for_class, {0, 0}},
-      {zar_deactivate_policy_by_name_from_all_targets, {0, 0, 0}},
-      {zar_activate_policy_by_name, {0, 0, 0, 0}},
-      {zar_deactivate_policy_by_name, {0, 0, 0, 0}},
-      {zar_activate_policy, {0, 0, 0}},
-      {zar_deactivate_policy_by_handle_from_all_targets, {0, 0}},
-      {zar_activate_policy, {0, 0, 0}},
-      {zar_deactivate_any_policy_for_target, {0, 0}},
-      {zar_activate_policy, {0, 0, 0}},
-      {zar_remove_target, {0, 0, 0}},
-      {zar_avl_insert_target_client_db, {0, 0}},
-      {zar_remove_target, {0, 0, 0}},
-      {zar_avl_insert_target_default_db, {0, 0}},
-      {zar_remove_target, {0, 0, 0}},
-      {zar_delete_target, {0}},
-      {kel_create_subscriber_parameter_map, {151, 0, 1}},
-      {kel_find_subscriber_parameter_map_by_name, {151, 0, 1}},
-      {kel_is_pmap_created, {151}},
-      {kel_delete_subscriber_parameter_map, {151, 0}},
-      {zar_activate_policy, {0, 0, 1}},
-      {zar_delete_stored_policy, {0, 0}},
-      {zar_create_policy, {0, 0, 0, 0}},
-      {zar_store_policy, {0, 0}},
-      {zar_add_class_to_stored_policy, {0, 0, 0, 0, 0, 0, 1, 0, 0}},
-      {zar_get_event_class, {0, 0, 0}},
-      {zar_get_class_action, {0, 0, 0, 0}},
-      {zar_create_action, {0, 1, 1, 6}},
-      {zar_add_action_to_rule, {0, 6}},
-      {zar_activate_policy, {0, 0, 1}},
-      {zar_delete_stored_policy_by_name, {0, 0, 0}},
+      call(zar_add_action_to_rule, {slot(1), slot(1)}),
+      call(zar_add_action_to_rule_after_action, {slot(1), slot(0), slot(1)}),
+      call(zar_remove_action_from_class_action, {slot(1), slot(0)}),
+      call(zar_add_action_to_rule_before_action, {slot(1), slot(0), slot(1)}),
+      call(zar_remove_action_from_class_action, {slot(1), slot(0)}),
+      call(zar_add_action_to_stored_policy, {kClientOne, kNameA, kControl, event(1), kNameA, kControl, slot(0)}),
+      call(zar_remove_action_from_stored_policy, {kClientOne, kNameA, kControl, event(1), kNameA, kControl, slot(0)}),
+      call(zar_create_class, {kClientOne, kNameB, kControl, criteria(1), slot(1)}),
+      call(zar_create_event, {event(2), kNameA, slot(2)}),
+      call(zar_add_class_to_event, {slot(2), slot(1), criteria(1), number(4), slot(2)}),
+      call(zar_add_event, {slot(0), slot(2)}),
+      call(zar_add_class_action_to_stored_policy,
+           {kClientOne, kNameA, kControl, event(1), criteria(1), slot(1), number(3), slot(0)}),
+      call(zar_add_action_to_pmtr_map_rule, {slot(0), number(1), slot(0)}),
+      call(zar_get_filter_nvgen_str, {slot(0)}),
+      call(zar_get_filter_nvgen_str_internal, {slot(0)}),
+      call(zar_get_action_nvgen_str, {slot(0), number(1)}),
+      call(kel_pmtr_map_get_filter_expr_by_type, {slot(0), number(1), kKeywordT, kGiven}),
+      call(zar_print_policymap, {kGiven, kGiven, kFirstDomain, kNameA, kYes, kYes}),
+      call(zar_print_classmap, {kGiven, kGiven, kGiven, kFirstDomain, kNameA, kYes}),
+      call(zar_shim_action_added_removed, {slot(0), slot(0), kYes}),
+      call(zar_invoke_action_handler, {slot(0), slot(0), kYes}),
+      call(zar_remove_action_handler_for_event, {slot(0), slot(0)}),
+      call(zar_remove_action_handler_for_class, {slot(0), slot(0)}),
+      call(zar_deactivate_policy_by_name_from_all_targets, {kClientOne, kNameA, kControl}),
+      call(zar_activate_policy_by_name, {kClientOne, slot(0), kNameA, kControl}),
+      call(zar_deactivate_policy_by_name, {kClientOne, slot(0), kNameA, kControl}),
+      call(zar_activate_policy, {kClientOne, slot(0), slot(0)}),
+      call(zar_deactivate_policy_by_handle_from_all_targets, {kClientOne, slot(0)}),
+      call(zar_activate_policy, {kClientOne, slot(0), slot(0)}),
+      call(zar_deactivate_any_policy_for_target, {kClientOne, slot(0)}),
+      call(zar_activate_policy, {kClientOne, slot(0), slot(0)}),
+      call(zar_remove_target, {kClientOne, slot(0), kGiven}),
+      call(zar_avl_insert_target_client_db, {kGiven, slot(0)}),
+      call(zar_remove_target, {kClientOne, slot(0), kGiven}),
+      call(zar_avl_insert_target_default_db, {kGiven, slot(0)}),
+      call(zar_remove_target, {kClientOne, slot(0), kGiven}),
+      call(zar_delete_target, {slot(0)}),
+      call(kel_create_subscriber_parameter_map, {kNameB, criteria(1), slot(1)}),
+      call(kel_find_subscriber_parameter_map_by_name, {kNameB, criteria(1), slot(1)}),
+      call(kel_is_pmap_created, {kNameB}),
+      call(kel_delete_subscriber_parameter_map, {kNameB, criteria(1)}),
+      call(zar_activate_policy, {kClientOne, slot(0), slot(1)}),
+      call(zar_delete_stored_policy, {kClientOne, slot(0)}),
+      call(zar_create_policy, {kClientOne, kNameA, kControl, slot(0)}),
+      call(zar_store_policy, {kClientOne, slot(0)}),
+      call(zar_add_class_to_stored_policy,
+           {kClientOne, kNameA, kControl, event(0), kNameA, criteria(1), number(1), kNameA, kControl}),
+      call(zar_get_event_class, {kClientOne, slot(0), slot(0)}),
+      call(zar_get_class_action, {kClientOne, slot(0), slot(0), slot(0)}),
+      call(zar_create_action, {context(0), number(1), number(1), slot(2)}),
+      call(zar_add_action_to_rule, {slot(0), slot(2)}),
+      call(zar_activate_policy, {kClientOne, slot(0), slot(1)}),
+      call(zar_delete_stored_policy_by_name, {kClientOne, kNameA, kControl}),
   };
-  Calls all = fuzz::building_calls();
+  Calls all = walk::building_calls();
   all.insert(all.end(), more.begin(), more.end());
   return all;
 }
 
-enum class Came { to_the_fault, to_none, to_grief };
+enum class Came { to_the_fault, to_none, to_a_failure };
 
 // The call at 'at' with the plan's faults, after those before it; then all is deleted.
-Came try_plan(const Calls &calls, size_t at, const fuzz::FaultPlan &plan, Tally &tally) {
-  std::vector<std::string> told;
-  fuzz::Options options;
-  options.lines = &told;
+Came try_plan(const Calls &calls, size_t at, const walk::FaultPlan &plan, Tally &tally) {
+  std::vector<std::string> lines;
+  walk::Options options;
+  options.lines = &lines;
   options.look_every = 1000;  // only the call with the fault is checked
-  fuzz::Session session(options);
+  walk::Session session(options);
   for (size_t i = 0; i < at; ++i)
     if (!session.step(calls[i])) break;
   if (session.failure().empty() && session.step_with_fault(calls[at], plan) && !session.partial()) session.finish();
   if (!session.failure().empty()) {
-    for (const std::string &line : told)
+    for (const std::string &line : lines)
       std::printf("  %s\n", line.c_str());
     std::printf("  %s\n", session.failure().c_str());
-    return Came::to_grief;
+    return Came::to_a_failure;
   }
   for (const auto &[service, count] : session.faults_by_service())
     tally.by_service[service] += count;
@@ -140,7 +144,7 @@ bool every_request(const Calls &calls, size_t at, Fault mode, const Settings &se
     const Came came = try_plan(calls, at, {{nth}, mode}, tally);
     if (came != Came::to_the_fault) return came == Came::to_none;
     ++tally.points;
-    const bool partial = fuzz::partial_state_of(calls[at].op) != nullptr;
+    const bool partial = walk::partial_state_of(calls[at].op) != nullptr;
     if (settings.pairs && mode == Fault::once && !partial && !every_second(calls, at, nth, tally)) return false;
   }
   std::printf("%s meets more requests than any call makes\n", calls::operation(calls[at].op).name);
@@ -167,7 +171,7 @@ bool every_service_failed(const Tally &tally) {
 
 bool every_line_used(const Tally &tally) {
   bool all = true;
-  for (const fuzz::Partial &line : fuzz::partial_states()) {
+  for (const walk::Partial &line : walk::partial_states()) {
     if (tally.operations.contains(line.op)) continue;
     std::printf("  no request of %s failed\n", calls::operation(line.op).name);
     all = false;
@@ -182,13 +186,13 @@ bool every_call(const Calls &calls, size_t from, const Settings &settings, Tally
   return true;
 }
 
-int walk(const Settings &settings) {
+int try_sequences(const Settings &settings) {
   Tally tally;
   if (!every_call(particular_calls(), 0, settings, tally)) return 1;
   // The random sequences begin with the same repository.
   for (uint64_t i = 0; i < settings.sequences; ++i) {
-    const Calls calls = fuzz::random_calls(2 * (settings.seed + i) + 1, kCalls);
-    if (!every_call(calls, fuzz::building_calls().size(), settings, tally)) return 1;
+    const Calls calls = walk::random_calls(2 * (settings.seed + i) + 1, kCalls);
+    if (!every_call(calls, walk::building_calls().size(), settings, tally)) return 1;
   }
   std::printf("%llu fault points, %llu pairs, in %zu operations; sequences from seed %llu\n",
               static_cast<unsigned long long>(tally.points), static_cast<unsigned long long>(tally.pairs),
@@ -209,5 +213,5 @@ int main(int count, char **arguments) {
     if (name == "--seed") settings.seed = std::stoull(arguments[i + 1]);
     if (name == "--pairs") settings.pairs = true;
   }
-  return walk(settings);
+  return try_sequences(settings);
 }

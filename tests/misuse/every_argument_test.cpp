@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/walk.h"
+#include "tests/walk/walk.h"
 
 namespace {
 
@@ -42,16 +42,16 @@ bool is_pointer(Param param) {
 }
 
 // What is wrong with the call in a repository of its own.
-std::string try_call(const calls::Call &call, const calls::Alphabet &alphabet, std::vector<std::string> &told,
+std::string try_call(const calls::Call &call, const calls::Alphabet &alphabet, std::vector<std::string> &lines,
                      bool &made) {
-  fuzz::Options options;
+  walk::Options options;
   options.alphabet = &alphabet;
-  options.lines = &told;
+  options.lines = &lines;
   options.look_every = 1000;
-  fuzz::Session session(options);
-  for (const calls::Call &before : fuzz::building_calls())
+  walk::Session session(options);
+  for (const calls::Call &before : walk::building_calls())
     if (!session.step(before)) return session.failure();
-  told.clear();
+  lines.clear();
   const uint64_t steps = session.steps();
   if (session.step(call)) session.look();
   made = session.steps() > steps;
@@ -60,7 +60,7 @@ std::string try_call(const calls::Call &call, const calls::Alphabet &alphabet, s
 }
 
 // The bytes that have a special meaning in some argument.
-std::vector<uint8_t> telling_bytes() {
+std::vector<uint8_t> special_bytes() {
   std::vector<uint8_t> bytes;
   for (unsigned byte = 0; byte < 256; ++byte)
     if (byte < 8 || (byte >= 160 && byte < 216 && byte % 2 == 0) || (byte >= 184 && byte < 208) || byte >= 240 ||
@@ -75,7 +75,7 @@ class Argument {
 
   // False if something is wrong.
   bool try_all(const calls::Alphabet &alphabet, Tally &tally) {
-    static const std::vector<uint8_t> kBytes = telling_bytes();
+    static const std::vector<uint8_t> kBytes = special_bytes();
     for (uint8_t byte : kBytes)
       if (!try_one(alphabet, tally, byte, 0)) return false;
     // The second byte of an info: its domain and type, and what is missing.
@@ -93,14 +93,14 @@ class Argument {
     calls::Call call{op_, {}};
     call.bytes[byte_at_] = byte;
     if (param_ == Param::info) call.bytes[byte_at_ + 1] = more;
-    std::vector<std::string> told;
+    std::vector<std::string> lines;
     bool made = false;
-    const std::string failure = try_call(call, alphabet, told, made);
+    const std::string failure = try_call(call, alphabet, lines, made);
     ++(made ? tally.calls : tally.not_made);
     // No other argument is NULL; arguments that the library does not check are not tried.
-    null_ = null_ || !made || told.front().find("NULL") != std::string::npos;
+    null_ = null_ || !made || lines.front().find("NULL") != std::string::npos;
     if (failure.empty()) return true;
-    for (const std::string &line : told)
+    for (const std::string &line : lines)
       std::printf("  %s\n", line.c_str());
     std::printf("  %s\n", failure.c_str());
     return false;

@@ -21,10 +21,10 @@
 #include <cstring>
 #include <string>
 
-#include "fuzz/walk.h"
 #include "tests/support/leaks.h"
+#include "tests/walk/walk.h"
 
-using fuzz::Options;
+using walk::Options;
 using Calls = std::vector<calls::Call>;
 
 namespace calls {
@@ -92,7 +92,7 @@ void watch_for_ends() {
 // ---- Shrinking
 
 Calls calls_of(const Settings &settings, uint64_t seed) {
-  return settings.reentry ? fuzz::reentrant_calls(seed, settings.calls) : fuzz::random_calls(seed, settings.calls);
+  return settings.reentry ? walk::reentrant_calls(seed, settings.calls) : walk::random_calls(seed, settings.calls);
 }
 
 std::vector<uint8_t> simpler_bytes(uint8_t byte) {
@@ -131,9 +131,9 @@ bool fails_in_a_child(const Calls &calls, Options options) {
   std::fflush(stdout);
   const pid_t child = fork();
   if (child == 0) {
-    const bool quiet = !options.tell_first;
+    const bool quiet = !options.print_first;
     if (quiet && std::freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
-    _exit(fuzz::run(calls, options).empty() ? 0 : 1);
+    _exit(walk::run(calls, options).empty() ? 0 : 1);
   }
   int status = 0;
   waitpid(child, &status, 0);
@@ -142,10 +142,10 @@ bool fails_in_a_child(const Calls &calls, Options options) {
 
 int report(const Calls &failing, const Options &options, uint64_t seed) {
   std::printf("session %llu goes wrong: %s\n", static_cast<unsigned long long>(seed),
-              fuzz::run(failing, options).c_str());
+              walk::run(failing, options).c_str());
   std::printf(
       "the shortest calls that do so:\n%s",
-      fuzz::listed(shrunk(failing, [&](const Calls &calls) { return !fuzz::run(calls, options).empty(); }), options)
+      walk::listed(shrunk(failing, [&](const Calls &calls) { return !walk::run(calls, options).empty(); }), options)
           .c_str());
   return 1;
 }
@@ -154,32 +154,32 @@ int report_in_children(const Calls &calls, Options options) {
   const auto fails = [&](const Calls &fewer) { return fails_in_a_child(fewer, options); };
   if (!fails(calls)) return 0;
   const Calls least = shrunk(calls, fails);
-  options.tell_first = true;
+  options.print_first = true;
   fails_in_a_child(least, options);
   return 1;
 }
 
 // ---- The two parts of the walk
 
-bool rapidcheck_walk(const Settings &settings, const Options &options, fuzz::Steps &steps) {
+bool rapidcheck_walk(const Settings &settings, const Options &options, walk::Steps &steps) {
   const std::string parameters = "seed=" + std::to_string(settings.seed) +
                                  " max_success=" + std::to_string(settings.cases) +
                                  " max_size=" + std::to_string(settings.calls);
   setenv("RC_PARAMS", parameters.c_str(), 1);
   std::printf("rapidcheck: %s\n", parameters.c_str());
   return rc::check("the library and the model do the same", [&](const Calls &calls) {
-    if (fuzz::run(calls, options, &steps).empty()) return;
-    RC_FAIL("\n" + fuzz::listed(calls, options));
+    if (walk::run(calls, options, &steps).empty()) return;
+    RC_FAIL("\n" + walk::listed(calls, options));
   });
 }
 
-int bulk_walk(const Settings &settings, Options options, fuzz::Steps &steps) {
+int bulk_walk(const Settings &settings, Options options, walk::Steps &steps) {
   options.look_every = settings.reentry ? 1 : 4;
   for (uint64_t i = 0; steps.all < settings.steps; ++i) {
     session_seed = settings.seed + i;
     options.trace = settings.trace == "on" || (settings.trace == "both" && i % 8 == 7);
     const Calls calls = calls_of(settings, session_seed);
-    if (!fuzz::run(calls, options, &steps).empty()) {
+    if (!walk::run(calls, options, &steps).empty()) {
       options.look_every = 1;
       return report(calls, options, session_seed);
     }
@@ -191,14 +191,14 @@ int one_session(const Settings &settings, Options options) {
   options.trace = settings.trace == "on";
   const Calls calls = calls_of(settings, settings.session);
   if (settings.shrink) return report_in_children(calls, options);
-  options.tell_first = true;
-  const std::string failure = fuzz::run(calls, options);
+  options.print_first = true;
+  const std::string failure = walk::run(calls, options);
   std::printf("%s\n", failure.empty() ? "nothing goes wrong" : failure.c_str());
   return failure.empty() ? 0 : 1;
 }
 
 // A walk without nested calls of each depth proves nothing.
-int report_depths(const fuzz::Steps &steps) {
+int report_depths(const walk::Steps &steps) {
   unsigned long long all = 0;
   for (const uint64_t within : steps.within)
     all += within;
@@ -209,7 +209,7 @@ int report_depths(const fuzz::Steps &steps) {
   return std::find(steps.within.begin(), steps.within.end(), 0U) == steps.within.end() ? 0 : 1;
 }
 
-int walk(const Settings &settings) {
+int walk_through(const Settings &settings) {
   Options options;
   if (settings.transcript == "-") options.transcript = stdout;
   if (!settings.transcript.empty() && settings.transcript != "-")
@@ -217,17 +217,17 @@ int walk(const Settings &settings) {
   if (settings.session != 0) return one_session(settings, options);
 
   const auto start = std::chrono::steady_clock::now();
-  fuzz::Steps of_rapidcheck;
-  fuzz::Steps steps;
-  const bool telling = options.transcript == nullptr;
-  if (telling && settings.cases > 0 && !rapidcheck_walk(settings, options, of_rapidcheck)) return 1;
-  if (telling)
+  walk::Steps of_rapidcheck;
+  walk::Steps steps;
+  const bool reports = options.transcript == nullptr;
+  if (reports && settings.cases > 0 && !rapidcheck_walk(settings, options, of_rapidcheck)) return 1;
+  if (reports)
     std::printf("bulk: seeds from %llu, trace %s\n", static_cast<unsigned long long>(settings.seed),
                 settings.trace.c_str());
   if (const int failed = bulk_walk(settings, options, steps)) return failed;
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   const uint64_t all = steps.all + of_rapidcheck.all;
-  std::fprintf(telling ? stdout : stderr, "%llu steps (%llu of rapidcheck) beside the model, %.0f a second\n",
+  std::fprintf(reports ? stdout : stderr, "%llu steps (%llu of rapidcheck) beside the model, %.0f a second\n",
                static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck.all),
                static_cast<double>(all) / seconds.count());
   return settings.reentry ? report_depths(steps) : 0;
@@ -254,5 +254,5 @@ int main(int count, char **arguments) {
   if (settings.reentry) settings.cases = 0;
   if (settings.calls == 0) settings.calls = settings.reentry ? 500 : 400;
   watch_for_ends();
-  return walk(settings);
+  return walk_through(settings);
 }

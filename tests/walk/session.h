@@ -11,18 +11,18 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/calls/operations.h"
-#include "fuzz/fiber.h"
-#include "fuzz/model/model.h"
 #include "host/runtime/control.h"
+#include "tests/walk/calls/operations.h"
+#include "tests/walk/fiber.h"
+#include "tests/walk/model/model.h"
 
-namespace fuzz {
+namespace walk {
 
 struct Options {
   bool trace = false;               // levels 3 and 6 are wanted
   std::FILE *transcript = nullptr;  // every call with its results, outputs, callbacks and traces, without addresses
   std::vector<std::string> *lines = nullptr;  // the calls as text, up to the one that went wrong
-  bool tell_first = false;                    // the calls go to the standard error output before they are made
+  bool print_first = false;                   // the calls go to the standard error output before they are made
   unsigned look_every = 1;                    // the number of calls between comparisons of the whole repository
   const calls::Alphabet *alphabet = &calls::small_alphabet();
 };
@@ -113,4 +113,4 @@ class Session {
   bool partial_ = false;
 };
 
-}  // namespace fuzz
+}  // namespace walk

@@ -1,11 +1,11 @@
-#include "fuzz/calls/operations.h"
+#include "tests/walk/calls/operations.h"
 
 #include <cstring>
 #include <type_traits>
 #include <utility>
 
-#include "fuzz/calls/host.h"
 #include "platform/runtime.h"
+#include "tests/walk/calls/host.h"
 
 namespace calls {
 namespace {
@@ -59,7 +59,7 @@ struct Caller<function> {
 
 template <auto function, typename... Params>
 constexpr Operation make(const char *name, Params... params) {
-  static_assert(Caller<function>::kCount == sizeof...(Params), "the table tells each argument");
+  static_assert(Caller<function>::kCount == sizeof...(Params), "the table lists each argument");
   return {name, {params...}, sizeof...(Params), Caller<function>::call};
 }
 
@@ -67,7 +67,7 @@ using enum Param;
 
 constexpr std::array kOperations = {
 #define OPERATION(weight, name, ...) make<::name>(#name __VA_OPT__(, ) __VA_ARGS__),
-#include "fuzz/calls/operations.inc"
+#include "tests/walk/calls/operations.inc"
 #undef OPERATION
 };
 static_assert(kOperations.size() == static_cast<size_t>(Op::count));
@@ -84,7 +84,7 @@ constexpr std::array<Op, kBuildingCodes> building_operations() {
 #define OPERATION(weight, name, ...) \
   for (int i = 0; i < weight; ++i)   \
     table[next++] = Op::name;
-#include "fuzz/calls/operations.inc"
+#include "tests/walk/calls/operations.inc"
 #undef OPERATION
   return table;
 }
@@ -359,7 +359,7 @@ void Scene::text_argument(Arguments &arguments, size_t i, Param param, uint8_t b
       content = byte < 248 ? domain(byte) : nullptr;
       break;
     case Param::caller:
-      content = byte < 200 ? "asker" : nullptr;
+      content = byte < 200 ? "caller" : nullptr;
       break;
     case Param::keyword: {
       static constexpr std::array kKeywords = {"", "t", "type1", "type2 is ", "other"};

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "fuzz/calls/operations.h"
+#include "tests/walk/calls/operations.h"
 
-namespace fuzz {
+namespace walk {
 
 struct Partial {
   calls::Op op;
@@ -20,4 +20,4 @@ const std::vector<Partial> &partial_states();
 // The line of the operation, or NULL.
 const Partial *partial_state_of(calls::Op op);
 
-}  // namespace fuzz
+}  // namespace walk

@@ -1,4 +1,4 @@
-#include "fuzz/calls/client.h"
+#include "tests/walk/calls/client.h"
 
 #include <algorithm>
 #include <array>

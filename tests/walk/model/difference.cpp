@@ -1,9 +1,9 @@
 // Compares the library's records with the model's objects, as far as the public records show them.
 #include <functional>
 
-#include "fuzz/model/model.h"
 #include "host/runtime/control.h"
 #include "platform/runtime.h"
+#include "tests/walk/model/model.h"
 
 namespace model {
 namespace {

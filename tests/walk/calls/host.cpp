@@ -1,6 +1,6 @@
-#include "fuzz/calls/host.h"
+#include "tests/walk/calls/host.h"
 
-#include "fuzz/calls/client.h"
+#include "tests/walk/calls/client.h"
 
 uint32_t host_has_the_engine_refuse(uint32_t request) {
   calls::engine().refusal = request <= 5 ? static_cast<calls::Refusal>(request) : calls::Refusal::none;

@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-namespace fuzz {
+namespace walk {
 
 class Fiber {
  public:
@@ -41,4 +41,4 @@ class Fiber {
   unsigned registered_ = 0;
 };
 
-}  // namespace fuzz
+}  // namespace walk

@@ -1,4 +1,4 @@
-#include "fuzz/model/model.h"
+#include "tests/walk/model/model.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -281,7 +281,7 @@ void Model::follow(const calls::Call &call, const Arguments &arguments, Seen &se
   using Prediction = void (*)(Model &, const Arguments &, Seen &);
   static constexpr std::array<Prediction, static_cast<size_t>(calls::Op::count)> kPredictions = {
 #define OPERATION(weight, name, ...) predict::name,
-#include "fuzz/calls/operations.inc"
+#include "tests/walk/calls/operations.inc"
 #undef OPERATION
   };
   kPredictions[static_cast<size_t>(call.op)](*this, arguments, seen);

@@ -1,5 +1,5 @@
 // What accessors, listings, notifications and the services around parameter-maps do.
-#include "fuzz/model/model.h"
+#include "tests/walk/model/model.h"
 
 namespace model::predict {
 

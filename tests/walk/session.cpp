@@ -1,14 +1,14 @@
-#include "fuzz/session.h"
+#include "tests/walk/session.h"
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
-#include "fuzz/partial.h"
 #include "platform/runtime.h"
 #include "tests/support/leaks.h"
+#include "tests/walk/partial.h"
 
-namespace fuzz {
+namespace walk {
 namespace {
 
 using calls::text;
@@ -121,7 +121,7 @@ void Session::list_call(Progress &progress) {
   std::string line = progress.arguments.rendered;
   if (!under_way_.empty())
     line = std::string(4 * under_way_.size(), ' ') + "in \"" + calls::log().back() + "\": " + line;
-  if (options_.tell_first) std::fprintf(stderr, "%s\n", line.c_str());
+  if (options_.print_first) std::fprintf(stderr, "%s\n", line.c_str());
   if (options_.lines == nullptr) return;
   progress.line_number = options_.lines->size();
   options_.lines->push_back(line);
@@ -129,7 +129,7 @@ void Session::list_call(Progress &progress) {
 
 void Session::resolve(Progress &progress) {
   scene_.clients = static_cast<uint32_t>(model_.clients.size());
-  scene_.rendering = options_.lines != nullptr || options_.tell_first || options_.transcript != nullptr;
+  scene_.rendering = options_.lines != nullptr || options_.print_first || options_.transcript != nullptr;
   scene_.resolve(progress.call, progress.arguments, &model_, record_of);
 }
 
@@ -316,8 +316,8 @@ Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &an
   const Partial *described = partial_state_of(call.op);
   static const std::vector<uint64_t> kOtherwise = {37, 38};
   const auto &answers = described == nullptr ? kOtherwise : described->answers;
-  const bool told = std::find(answers.begin(), answers.end(), answer.value) != answers.end();
-  if (!told && !answer.text) {
+  const bool reported = std::find(answers.begin(), answers.end(), answer.value) != answers.end();
+  if (!reported && !answer.text) {
     fail(text("answered %lu although a request failed", static_cast<unsigned long>(answer.value)));
     return Outcome::wrong;
   }
@@ -414,4 +414,4 @@ bool Session::nothing_leaked() {
          (now.texts == texts || fail("other texts are interned at the end than should be"));
 }
 
-}  // namespace fuzz
+}  // namespace walk

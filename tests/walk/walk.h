@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/session.h"
+#include "tests/walk/session.h"
 
-namespace fuzz {
+namespace walk {
 
 // Calls that build a small repository in which everything is linked: both kinds of policy-maps active on a target, a
 // class-map with a filter, actions that two rules share, a parameter-map with a statement.
@@ -33,4 +33,4 @@ std::string run(const std::vector<calls::Call> &calls, const Options &options, S
 // The calls as they are made, and what goes wrong at the last.
 std::string listed(const std::vector<calls::Call> &calls, Options options);
 
-}  // namespace fuzz
+}  // namespace walk

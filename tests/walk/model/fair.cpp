@@ -2,7 +2,7 @@
 // counted for each user; the headers document each of these as the caller's duty.
 #include <algorithm>
 
-#include "fuzz/model/model.h"
+#include "tests/walk/model/model.h"
 
 namespace model {
 namespace {

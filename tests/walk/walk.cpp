@@ -1,4 +1,4 @@
-#include "fuzz/walk.h"
+#include "tests/walk/walk.h"
 
 #include <array>
 #include <initializer_list>
@@ -6,44 +6,45 @@
 #include <random>
 #include <span>
 
-namespace fuzz {
+#include "tests/walk/calls/bytes.h"
+
+namespace walk {
 
 std::vector<calls::Call> building_calls() {
   using enum calls::Op;
-  // A byte of 0 is the first slot, client, name and domain, the number 1 where a 0 says nothing, and a full context; 56
-  // after a name is the type that is not CONTROL, 23 the domain "subscriber".
-  constexpr uint8_t kPlain = 56;
-  constexpr uint8_t kSubscriber = 23;
+  using namespace calls::bytes;
   return {
-      {zar_create_policy, {0, 0, 0, 0}},
-      {zar_store_policy, {0, 0}},
-      {zar_create_class, {0, 0, 0, 0, 0}},
-      {zar_store_class, {0, 0}},
-      {zar_create_filter, {0, 0, 0}},
-      {zar_add_filter_to_class, {0, 0}},
-      {zar_create_action, {0, 1, 1, 0}},
-      {zar_create_action, {1, 2, 1, 1}},
-      {zar_add_class_to_stored_policy, {0, 0, 0, 0, 0, 0, 1, 0, 0}},
-      {zar_get_event_class, {0, 0, 0}},
-      {zar_get_class_action, {0, 0, 0, 0}},
-      {zar_add_action_to_rule, {0, 0}},
-      {zar_increment_action, {0}},
-      {zar_increment_action, {0}},
-      {zar_increment_action, {1}},
-      {zar_create_policy, {0, 0, kPlain, 1}},
-      {zar_store_policy, {0, 1}},
-      {zar_add_class_to_stored_policy, {0, 0, kPlain, 0, 0, 0, 1, 0, 0}},
-      {zar_create_event, {201, 0, 1}},
-      {zar_add_event, {0, 1}},
-      {zar_add_class_to_event, {1, 0, 0, 2, 1}},
-      {zar_add_target, {0, 0, 0, 0}},
-      {zar_create_policy_context, {0}},
-      {zar_add_target, {0, 0, 1, 1}},
-      {zar_activate_policy, {0, 0, 1}},
-      {zar_create_pmtr_map, {0, 0, kSubscriber, 0}},
-      {zar_store_pmtr_map, {0, 0}},
-      {zar_pmtr_create_or_add_filter, {0, 0, 0, 0, 0, 1, 0, 0}},
-      {zar_pmtr_map_create_action, {0, 1, 1, 1, 0}},
+      call(zar_create_policy, {kClientOne, kNameA, kControl, slot(0)}),
+      call(zar_store_policy, {kClientOne, slot(0)}),
+      call(zar_create_class, {kClientOne, kNameA, kControl, criteria(1), slot(0)}),
+      call(zar_store_class, {kClientOne, slot(0)}),
+      call(zar_create_filter, {context(0), slot(0), kNo}),
+      call(zar_add_filter_to_class, {slot(0), slot(0)}),
+      call(zar_create_action, {context(0), number(1), number(1), slot(0)}),
+      call(zar_create_action, {context(1), number(2), number(1), slot(1)}),
+      call(zar_add_class_to_stored_policy,
+           {kClientOne, kNameA, kControl, event(0), kNameA, criteria(1), number(1), kNameA, kControl}),
+      call(zar_get_event_class, {kClientOne, slot(0), slot(0)}),
+      call(zar_get_class_action, {kClientOne, slot(0), slot(0), slot(0)}),
+      call(zar_add_action_to_rule, {slot(0), slot(0)}),
+      call(zar_increment_action, {slot(0)}),
+      call(zar_increment_action, {slot(0)}),
+      call(zar_increment_action, {slot(1)}),
+      call(zar_create_policy, {kClientOne, kNameA, kNotControl, slot(1)}),
+      call(zar_store_policy, {kClientOne, slot(1)}),
+      call(zar_add_class_to_stored_policy,
+           {kClientOne, kNameA, kNotControl, event(0), kNameA, criteria(1), number(1), kNameA, kControl}),
+      call(zar_create_event, {event(1), kNameA, slot(1)}),
+      call(zar_add_event, {slot(0), slot(1)}),
+      call(zar_add_class_to_event, {slot(1), slot(0), criteria(1), number(2), slot(1)}),
+      call(zar_add_target, {kClientOne, kGiven, slot(0), slot(0)}),
+      call(zar_create_policy_context, {slot(0)}),
+      call(zar_add_target, {kClientOne, kGiven, slot(1), slot(1)}),
+      call(zar_activate_policy, {kClientOne, slot(0), slot(1)}),
+      call(zar_create_pmtr_map, {kClientOne, kNameA, kSubscriber, slot(0)}),
+      call(zar_store_pmtr_map, {kClientOne, slot(0)}),
+      call(zar_pmtr_create_or_add_filter, {slot(0), context(0), kNo, kNo, number(0), number(1), kNo, number(0)}),
+      call(zar_pmtr_map_create_action, {slot(0), number(1), number(1), number(1), context(0)}),
   };
 }
 
@@ -63,58 +64,48 @@ std::vector<calls::Call> random_calls(uint64_t seed, size_t count) {
 
 namespace {
 
-// The byte for a slot of handles.
-constexpr uint8_t slot(uint8_t number) {
-  return number < 2 ? number : static_cast<uint8_t>(number + 4);
-}
-
 // Lists of several elements: three filters in a class-map, three actions in each of two rules, two rules under an event,
 // two events, two policy-maps active on two targets, two statements with two actions each.
 std::vector<calls::Call> building_lists() {
   using enum calls::Op;
-  constexpr uint8_t kSubscriber = 23;
-  constexpr uint8_t kOther = 145;  // the second name
+  using namespace calls::bytes;
   std::vector<calls::Call> made;
   const auto also = [&](std::initializer_list<calls::Call> calls) { made.insert(made.end(), calls); };
-  also({{zar_client_register_target_policy_removal_vector, {0, 0}},
-        {zar_create_policy, {0, 0, 0, 0}},
-        {zar_store_policy, {0, 0}},
-        {zar_create_class, {0, 0, 0, 0, 0}},
-        {zar_store_class, {0, 0}},
-        {zar_create_class, {0, kOther, 0, 0, 1}},
-        {zar_store_class, {0, 1}}});
+  also({call(zar_client_register_target_policy_removal_vector, {kClientOne, kGiven}),
+        call(zar_create_policy, {kClientOne, kNameA, kControl, slot(0)}), call(zar_store_policy, {kClientOne, slot(0)}),
+        call(zar_create_class, {kClientOne, kNameA, kControl, criteria(1), slot(0)}),
+        call(zar_store_class, {kClientOne, slot(0)}),
+        call(zar_create_class, {kClientOne, kNameB, kControl, criteria(1), slot(1)}),
+        call(zar_store_class, {kClientOne, slot(1)})});
   for (uint8_t i = 0; i < 3; ++i)
-    also({{zar_create_filter, {i, slot(i), 0}}, {zar_add_filter_to_class, {0, slot(i)}}});
-  also({{zar_add_class_to_stored_policy, {0, 0, 0, 0, 0, 0, 1, 0, 0}},
-        {zar_add_class_to_stored_policy, {0, 0, 0, 129, 0, 0, 2, 0, 0}},
-        {zar_get_event_class, {0, 0, 0}},
-        {zar_get_next_event_class, {0, 0, 0, 1}},
-        {zar_get_class_action, {0, 0, 0, 0}},
-        {zar_get_class_action, {0, 0, 1, 1}},
-        {zar_add_class_to_event, {0, 1, 0, 3, slot(2)}}});
+    also({call(zar_create_filter, {context(i), slot(i), kNo}), call(zar_add_filter_to_class, {slot(0), slot(i)})});
+  also({call(zar_add_class_to_stored_policy,
+             {kClientOne, kNameA, kControl, event(0), kNameA, criteria(1), number(1), kNameA, kControl}),
+        call(zar_add_class_to_stored_policy,
+             {kClientOne, kNameA, kControl, event(1), kNameA, criteria(1), number(2), kNameA, kControl}),
+        call(zar_get_event_class, {kClientOne, slot(0), slot(0)}),
+        call(zar_get_next_event_class, {kClientOne, slot(0), slot(0), slot(1)}),
+        call(zar_get_class_action, {kClientOne, slot(0), slot(0), slot(0)}),
+        call(zar_get_class_action, {kClientOne, slot(0), slot(1), slot(1)}),
+        call(zar_add_class_to_event, {slot(0), slot(1), criteria(1), number(3), slot(2)})});
   for (uint8_t i = 0; i < 3; ++i)
-    also({{zar_create_action, {i, i, 1, slot(i)}},
-          {zar_increment_action, {slot(i)}},
-          {zar_add_action_to_rule, {0, slot(i)}},
-          {zar_add_action_to_rule, {1, slot(i)}}});
-  also({{zar_create_policy, {0, kOther, 0, 1}},
-        {zar_store_policy, {0, 1}},
-        {zar_create_event, {0, 0, slot(2)}},
-        {zar_add_event, {1, slot(2)}},
-        {zar_add_class_to_event, {slot(2), 0, 0, 0, slot(3)}},
-        {zar_create_action, {4, 3, 1, slot(3)}},
-        {zar_add_action_to_rule, {slot(3), slot(3)}},
-        {zar_add_target, {0, 0, 0, 0}},
-        {zar_add_target, {0, 0, 1, 1}},
-        {zar_activate_policy, {0, 1, 0}},
-        {zar_activate_policy, {0, 0, 1}},
-        {zar_create_pmtr_map, {0, 0, kSubscriber, 0}},
-        {zar_store_pmtr_map, {0, 0}}});
+    also({call(zar_create_action, {context(i), number(i), number(1), slot(i)}), call(zar_increment_action, {slot(i)}),
+          call(zar_add_action_to_rule, {slot(0), slot(i)}), call(zar_add_action_to_rule, {slot(1), slot(i)})});
+  also({call(zar_create_policy, {kClientOne, kNameB, kControl, slot(1)}), call(zar_store_policy, {kClientOne, slot(1)}),
+        call(zar_create_event, {event(0), kNameA, slot(2)}), call(zar_add_event, {slot(1), slot(2)}),
+        call(zar_add_class_to_event, {slot(2), slot(0), criteria(1), number(0), slot(3)}),
+        call(zar_create_action, {context(0), number(3), number(1), slot(3)}),
+        call(zar_add_action_to_rule, {slot(3), slot(3)}), call(zar_add_target, {kClientOne, kGiven, slot(0), slot(0)}),
+        call(zar_add_target, {kClientOne, kGiven, slot(1), slot(1)}),
+        call(zar_activate_policy, {kClientOne, slot(1), slot(0)}),
+        call(zar_activate_policy, {kClientOne, slot(0), slot(1)}),
+        call(zar_create_pmtr_map, {kClientOne, kNameA, kSubscriber, slot(0)}),
+        call(zar_store_pmtr_map, {kClientOne, slot(0)})});
   for (uint8_t i = 0; i < 2; ++i)
-    also({{zar_pmtr_create_or_add_filter, {0, 0, 0, 0, 0, i, 0, 0}},
-          {zar_pmtr_create_or_add_filter, {0, 1, 0, 0, 0, i, 0, 0}},
-          {zar_pmtr_map_create_action, {0, i, 1, 1, 0}},
-          {zar_pmtr_map_create_action, {0, i, 2, 1, 0}}});
+    also({call(zar_pmtr_create_or_add_filter, {slot(0), context(0), kNo, kNo, number(0), number(i), kNo, number(0)}),
+          call(zar_pmtr_create_or_add_filter, {slot(0), context(1), kNo, kNo, number(0), number(i), kNo, number(0)}),
+          call(zar_pmtr_map_create_action, {slot(0), number(i), number(1), number(1), context(0)}),
+          call(zar_pmtr_map_create_action, {slot(0), number(i), number(2), number(1), context(0)})});
   return made;
 }
 
@@ -281,4 +272,4 @@ std::string listed(const std::vector<calls::Call> &calls, Options options) {
   return text + "  " + (failure.empty() ? "nothing goes wrong" : failure) + '\n';
 }
 
-}  // namespace fuzz
+}  // namespace walk

@@ -1,4 +1,4 @@
-#include "fuzz/fiber.h"
+#include "tests/walk/fiber.h"
 
 #include <cstdint>
 #include <utility>
@@ -19,7 +19,7 @@
 #include <valgrind/valgrind.h>
 #endif
 
-namespace fuzz {
+namespace walk {
 namespace {
 
 constexpr size_t kStackSize = size_t{256} * 1024;
@@ -118,4 +118,4 @@ void Fiber::run() {
   swapcontext(&own_, &other_);
 }
 
-}  // namespace fuzz
+}  // namespace walk

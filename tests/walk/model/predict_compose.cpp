@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "fuzz/model/model.h"
 #include "host/runtime/control.h"
+#include "tests/walk/model/model.h"
 
 namespace model::predict {
 

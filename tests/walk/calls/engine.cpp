@@ -1,7 +1,7 @@
 // The engine of sequences of calls: it defines every name that the library imports from its engine, keeps instances,
 // and refuses what it is scripted to refuse.
 #include "platform/engine.h"
-#include "fuzz/calls/client.h"
+#include "tests/walk/calls/client.h"
 
 namespace calls {
 namespace {

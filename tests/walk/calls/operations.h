@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/calls/client.h"
+#include "tests/walk/calls/client.h"
 #include "zar/zar.h"
 
 namespace calls {
@@ -79,7 +79,7 @@ enum class Param : uint8_t {
 
 enum class Op : uint16_t {
 #define OPERATION(weight, name, ...) name,
-#include "fuzz/calls/operations.inc"
+#include "tests/walk/calls/operations.inc"
 #undef OPERATION
   count,
 };

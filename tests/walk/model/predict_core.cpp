@@ -1,8 +1,8 @@
 // What the operations on clients, domains, databases, trees and maps do.
 #include <cstring>
 
-#include "fuzz/model/model.h"
 #include "platform/engine.h"
+#include "tests/walk/model/model.h"
 
 namespace model::predict {
 

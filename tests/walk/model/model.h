@@ -22,8 +22,8 @@
 #include <utility>
 #include <vector>
 
-#include "fuzz/calls/operations.h"
-#include "fuzz/model/list.h"
+#include "tests/walk/calls/operations.h"
+#include "tests/walk/model/list.h"
 
 namespace model {
 
@@ -439,7 +439,7 @@ inline constexpr const char *kAutoconf = "BUILTIN_AUTOCONF_POLICY";
 // The prediction of each operation.
 namespace predict {
 #define OPERATION(weight, name, ...) void name(Model &m, const Arguments &a, Seen &seen);
-#include "fuzz/calls/operations.inc"
+#include "tests/walk/calls/operations.inc"
 #undef OPERATION
 }  // namespace predict
 

@@ -1,7 +1,7 @@
 // What the operations on whole maps, targets, activation and walks do.
 #include <algorithm>
 
-#include "fuzz/model/model.h"
+#include "tests/walk/model/model.h"
 
 namespace model::predict {
 
