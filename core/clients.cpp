@@ -53,7 +53,7 @@ bool grow_table() {
   TRACE_INFO("(info): Growing the ZAR clients data array");
   if (zar_allowed_max_clients == kLastCapacity) return false;
   uint32_t capacity = zar_allowed_max_clients + kTableStep;
-  zar_client_data **grown = allocate_table<zar_client_data>(capacity, tags::kGrownClientTable);
+  zar_client_data **grown = allocate_table<zar_client_data>(capacity, ZAR_TAG_GROWN_CLIENT_TABLE);
   if (!grown) return false;
   for (uint32_t index = 0; index < zar_current_max_clients; ++index)
     grown[index] = zar_clients_info[index];
@@ -70,7 +70,7 @@ uint32_t register_new(const char *name, zar_db *database, uint32_t *clid_out) {
     *clid_out = 0;
     return kFailed;
   }
-  entry->name = bstrdup_named(name, tags::kClientName);
+  entry->name = bstrdup_named(name, ZAR_TAG_CLIENT_NAME);
   entry->database = database;
   // If the table cannot grow, the new entry and its name stay allocated, uncounted.
   if (zar_current_max_clients >= zar_allowed_max_clients && !grow_table()) return kFailed;

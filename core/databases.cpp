@@ -27,10 +27,10 @@ bool make_tree(avl_tree *&place, uint32_t tag, avl_compare_fn compare, avl_free_
 }
 
 bool make_trees(zar_db &database) {
-  return make_tree(database.pmap_tree, tags::kPmapTree, zar_pmap_compare_string, zar_avl_free_pmap) &&
-         make_tree(database.cmap_tree, tags::kCmapTree, zar_cmap_compare_string, zar_avl_free_cmap) &&
-         make_tree(database.target_tree, tags::kTargetTree, zar_target_compare_int, zar_avl_free_target) &&
-         make_tree(database.pmtr_map_tree, tags::kPmtrMapTree, zar_pmtr_map_compare_string, zar_avl_free_pmtr_map);
+  return make_tree(database.pmap_tree, ZAR_TAG_PMAP_TREE, zar_pmap_compare_string, zar_avl_free_pmap) &&
+         make_tree(database.cmap_tree, ZAR_TAG_CMAP_TREE, zar_cmap_compare_string, zar_avl_free_cmap) &&
+         make_tree(database.target_tree, ZAR_TAG_TARGET_TREE, zar_target_compare_int, zar_avl_free_target) &&
+         make_tree(database.pmtr_map_tree, ZAR_TAG_PMTR_MAP_TREE, zar_pmtr_map_compare_string, zar_avl_free_pmtr_map);
 }
 
 constexpr char kDestroy[] = "destroy_database";
@@ -62,7 +62,7 @@ void empty_trees(zar_db *database) {
 
 // Not protected against a second call: everything starts again and the previous state is lost.
 uint16_t zar_init(void) {
-  zar_clients_info = allocate_table<zar_client_data>(kFirstTableSize, tags::kClientTable);
+  zar_clients_info = allocate_table<zar_client_data>(kFirstTableSize, ZAR_TAG_CLIENT_TABLE);
   if (!zar_clients_info) TRACE_ERROR("(ERR): ZAR malloc for clients data error");
   zar_allowed_max_clients = kFirstTableSize;
   zar_current_max_clients = 0;

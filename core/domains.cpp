@@ -42,7 +42,7 @@ uint32_t zar_register_domain(uint32_t clid, const char *domain) {
     return kNoMemory;
   }
   entry->owner_clid = clid;
-  entry->domain = bstrdup_named(domain, tags::kDomainName);
+  entry->domain = bstrdup_named(domain, ZAR_TAG_DOMAIN_NAME);
   if (!entry->domain) {
     TRACE_ERROR("(ERR): domain registration, memory alloc failure for domain");
     return kNoMemory;

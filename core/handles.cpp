@@ -46,7 +46,7 @@ bool is_map(Kind kind) {
 uint16_t zar_handle_table_init(void) {
   // The name mentions policy-maps only, although all kinds share the table.
   const char name[] = "ZAR PMAP HANDLE IDs";
-  table_id = id_create_new_table(kSizing, kSizing, name, tags::kHandle);
+  table_id = id_create_new_table(kSizing, kSizing, name, ZAR_TAG_HANDLE);
   limit_units = 1;
   live_count = 0;
   kinds::forget_all();
@@ -94,7 +94,7 @@ uint32_t issue_handle(void *record, Kind kind) {
     TRACE_ERROR("(ERR): ZAR Handle alloc reached max limit\n");
     return 0;
   }
-  uint32_t handle = id_get(record, table_id, tags::kHandle);
+  uint32_t handle = id_get(record, table_id, ZAR_TAG_HANDLE);
   // A refused id is also counted: the count is of attempts that the cap allowed.
   ++live_count;
   if (handle != 0) {

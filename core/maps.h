@@ -21,8 +21,8 @@ enum class KeyRule { common_length, tree_length };
 struct PolicyMaps {
   using Record = zar_pmap;
   static Pool<zar_pmap> &pool() { return pmap_pool; }
-  static constexpr uint32_t kNameTag = tags::kPmapName;
-  static constexpr uint32_t kKeyTag = tags::kPmapKey;
+  static constexpr uint32_t kNameTag = ZAR_TAG_PMAP_NAME;
+  static constexpr uint32_t kKeyTag = ZAR_TAG_PMAP_KEY;
   static constexpr auto insert = zar_avl_insert_pmap;
   static constexpr auto search = zar_avl_search_pmap;
   static constexpr auto get_first = zar_avl_get_first_pmap;
@@ -88,8 +88,8 @@ struct PolicyMaps {
 struct ClassMaps {
   using Record = zar_cmap;
   static Pool<zar_cmap> &pool() { return cmap_pool; }
-  static constexpr uint32_t kNameTag = tags::kCmapName;
-  static constexpr uint32_t kKeyTag = tags::kCmapKey;
+  static constexpr uint32_t kNameTag = ZAR_TAG_CMAP_NAME;
+  static constexpr uint32_t kKeyTag = ZAR_TAG_CMAP_KEY;
   static constexpr auto insert = zar_avl_insert_cmap;
   static constexpr auto search = zar_avl_search_cmap;
   static constexpr auto get_first = zar_avl_get_first_cmap;
@@ -152,8 +152,8 @@ struct ClassMaps {
 struct ParameterMaps {
   using Record = zar_pmtr_map;
   static Pool<zar_pmtr_map> &pool() { return pmtr_map_pool; }
-  static constexpr uint32_t kNameTag = tags::kPmtrMapName;
-  static constexpr uint32_t kKeyTag = tags::kPmtrMapKey;
+  static constexpr uint32_t kNameTag = ZAR_TAG_PMTR_MAP_NAME;
+  static constexpr uint32_t kKeyTag = ZAR_TAG_PMTR_MAP_KEY;
   static constexpr auto insert = zar_avl_insert_pmtr_map;
   static constexpr auto search = zar_avl_search_pmtr_map;
   static constexpr auto get_first = zar_avl_get_first_pmtr_map;

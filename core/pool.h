@@ -93,22 +93,22 @@ class Pooled {
   Record *record_ = nullptr;
 };
 
-inline constinit Pool<zar_domain_entry> domain_entry_pool{20, tags::kDomainRecord};
-inline constinit Pool<zar_db> database_pool{20, tags::kDatabaseRecord};
-inline constinit Pool<zar_client_data> client_pool{20, tags::kClientRecord};
-inline constinit Pool<zar_pmap> pmap_pool{20, tags::kPmapRecord};
-inline constinit Pool<zar_cmap> cmap_pool{20, tags::kCmapRecord};
-inline constinit Pool<zar_action> action_pool{50, tags::kActionRecord};
-inline constinit Pool<zar_filter> filter_pool{50, tags::kFilterRecord};
-inline constinit Pool<zar_event_tuple> event_tuple_pool{30, tags::kEventTuple};
-inline constinit Pool<zar_event_context> event_context_pool{30, tags::kEventContext};
-inline constinit Pool<zar_class_action> class_action_pool{30, tags::kClassAction};
-inline constinit Pool<zar_pmap_cmap_ref> pmap_cmap_ref_pool{30, tags::kPmapCmapRef};
-inline constinit Pool<zar_cmap_pmap_ref> cmap_pmap_ref_pool{30, tags::kCmapPmapRef};
-inline constinit Pool<zar_target> target_pool{50, tags::kTargetRecord};
-inline constinit Pool<zar_target_pmap> target_pmap_pool{30, tags::kTargetPmap};
-inline constinit Pool<zar_pmap_target_ref> pmap_target_ref_pool{30, tags::kPmapTargetRef};
-inline constinit Pool<zar_target_policy_context> policy_context_pool{30, tags::kPolicyContext};
+inline constinit Pool<zar_domain_entry> domain_entry_pool{20, ZAR_TAG_DOMAIN_RECORD};
+inline constinit Pool<zar_db> database_pool{20, ZAR_TAG_DATABASE_RECORD};
+inline constinit Pool<zar_client_data> client_pool{20, ZAR_TAG_CLIENT_RECORD};
+inline constinit Pool<zar_pmap> pmap_pool{20, ZAR_TAG_PMAP_RECORD};
+inline constinit Pool<zar_cmap> cmap_pool{20, ZAR_TAG_CMAP_RECORD};
+inline constinit Pool<zar_action> action_pool{50, ZAR_TAG_ACTION_RECORD};
+inline constinit Pool<zar_filter> filter_pool{50, ZAR_TAG_FILTER_RECORD};
+inline constinit Pool<zar_event_tuple> event_tuple_pool{30, ZAR_TAG_EVENT_TUPLE};
+inline constinit Pool<zar_event_context> event_context_pool{30, ZAR_TAG_EVENT_CONTEXT};
+inline constinit Pool<zar_class_action> class_action_pool{30, ZAR_TAG_CLASS_ACTION};
+inline constinit Pool<zar_pmap_cmap_ref> pmap_cmap_ref_pool{30, ZAR_TAG_PMAP_CMAP_REF};
+inline constinit Pool<zar_cmap_pmap_ref> cmap_pmap_ref_pool{30, ZAR_TAG_CMAP_PMAP_REF};
+inline constinit Pool<zar_target> target_pool{50, ZAR_TAG_TARGET_RECORD};
+inline constinit Pool<zar_target_pmap> target_pmap_pool{30, ZAR_TAG_TARGET_PMAP};
+inline constinit Pool<zar_pmap_target_ref> pmap_target_ref_pool{30, ZAR_TAG_PMAP_TARGET_REF};
+inline constinit Pool<zar_target_policy_context> policy_context_pool{30, ZAR_TAG_POLICY_CONTEXT};
 inline constinit Pool<zar_pmtr_map> pmtr_map_pool{20, &zar_db_pmtr_map_chunk_str};
 inline constinit Pool<zar_pmtr_map_stmt> pmtr_map_stmt_pool{20, &zar_db_pmtr_map_stmt_chunk_str};
 

@@ -12,7 +12,7 @@ namespace {
 
 void free_event_context(zar_event_context *context) {
   if (!context) return;
-  sdb_remove_block(context->event_name, tags::kEventName);
+  sdb_remove_block(context->event_name, ZAR_TAG_EVENT_NAME);
   event_context_pool.give_back(context);
 }
 

@@ -81,8 +81,8 @@ void empty_builtin(uint32_t handle) {
 void free_policy(zar_pmap &pmap) {
   drop_references(pmap);
   zar_handle_release(pmap.handle);
-  sdb_remove_block(pmap.name, tags::kReturnedPmapName);
-  sdb_remove_block(pmap.domain, tags::kReturnedPmapDomain);
+  sdb_remove_block(pmap.name, ZAR_TAG_RETURNED_PMAP_NAME);
+  sdb_remove_block(pmap.domain, ZAR_TAG_RETURNED_PMAP_DOMAIN);
   release_key(pmap);
   pmap_pool.give_back(&pmap);
 }
@@ -105,8 +105,8 @@ void free_class(zar_cmap &cmap, const char *name) {
     zar_free_filter(filter);
   }
   zar_handle_release(cmap.handle);
-  sdb_remove_block(cmap.name, tags::kCmapName);
-  sdb_remove_block(cmap.domain, tags::kDomainText);
+  sdb_remove_block(cmap.name, ZAR_TAG_CMAP_NAME);
+  sdb_remove_block(cmap.domain, ZAR_TAG_DOMAIN_TEXT);
   release_key(cmap);
   cmap_pool.give_back(&cmap);
 }

@@ -89,7 +89,7 @@ bool intern_event_name(HeldText &held, zar_event_context &context, const char *n
     TRACE_ERROR("(ERR): create_event: event name is NULL");
     return false;
   }
-  if (held.intern(context.event_name, name, tags::kEventName)) return true;
+  if (held.intern(context.event_name, name, ZAR_TAG_EVENT_NAME)) return true;
   TRACE_ERROR("(ERR): create_event: Could not add event name to SDB name:%s", name);
   return false;
 }
@@ -226,7 +226,7 @@ uint32_t zar_create_action(const zar_action_context *context, uint32_t action_nu
 
 uint32_t zar_create_filter(const zar_filter_context *context, uint32_t *filter_out, uint32_t no_match) {
   FilterFlags flags{.no_match = low_byte(no_match)};
-  uint32_t status = make_filter(context, filter_out, flags, tags::kFilterRecord);
+  uint32_t status = make_filter(context, filter_out, flags, ZAR_TAG_FILTER_RECORD);
   if (status == kSuccess)
     TRACE_INFO("(info): create_filter: successful, filter:0x%x type:%s", *filter_out, type_of(flags));
   return status;
@@ -235,7 +235,7 @@ uint32_t zar_create_filter(const zar_filter_context *context, uint32_t *filter_o
 uint32_t zar_pmtr_create_filter(const zar_filter_context *context, uint32_t *filter_out, uint32_t no_match,
                                 uint32_t regex, uint32_t flag_1, uint32_t flag_2) {
   FilterFlags flags{low_byte(no_match), low_byte(regex), low_byte(flag_1), low_byte(flag_2)};
-  uint32_t status = make_filter(context, filter_out, flags, tags::kHandleFilterRecord);
+  uint32_t status = make_filter(context, filter_out, flags, ZAR_TAG_STATEMENT_FILTER_RECORD);
   if (status == kSuccess) {
     TRACE_INFO("(info): create_filter: successful, filter:0x%x type:%s regex:%d", *filter_out, type_of(flags),
                flags.regex);

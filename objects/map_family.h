@@ -25,7 +25,7 @@ class MapDraft {
 
   bool issue_handle() { return handle_.issue(record_.get()); }
   bool intern_name(const char *name, uint32_t tag) { return name_.intern(record_->name, name, tag); }
-  bool intern_domain(const char *domain) { return domain_.intern(record_->domain, domain, tags::kDomainText); }
+  bool intern_domain(const char *domain) { return domain_.intern(record_->domain, domain, ZAR_TAG_DOMAIN_TEXT); }
 
   // The finished map's handle.
   uint32_t finish() {

@@ -30,7 +30,7 @@ OwnedText copy_expression(const zar_filter &filter) {
   OwnedText text(filter.filter_str_fn(filter.filter_data));
   const char *expression = text ? text.get() : "";
   const size_t size = std::strlen(expression) + kCopyRoom;
-  OwnedText copy = OwnedText::of_size(size, tags::kExpressionCopy);
+  OwnedText copy = OwnedText::of_size(size, ZAR_TAG_EXPRESSION_COPY);
   if (copy) std::snprintf(copy.get(), size, "%s", expression);
   return copy;
 }

@@ -35,13 +35,13 @@ struct Making {
   bool names_map;      // whether a missing record is reported with the parameter-map's name
   bool keeps_texts;    // whether the copies of domain and name are kept until the statement is in its list
 };
-constexpr Making kFirstTime{.domain_tag = tags::kStatementDomain,
-                            .name_tag = tags::kStatementName,
+constexpr Making kFirstTime{.domain_tag = ZAR_TAG_STATEMENT_DOMAIN,
+                            .name_tag = ZAR_TAG_STATEMENT_NAME,
                             .name_room = 11,
                             .names_map = true,
                             .keeps_texts = false};
-constexpr Making kReplacing{.domain_tag = tags::kReplacingStatementDomain,
-                            .name_tag = tags::kReplacingStatementName,
+constexpr Making kReplacing{.domain_tag = ZAR_TAG_REPLACING_STATEMENT_DOMAIN,
+                            .name_tag = ZAR_TAG_REPLACING_STATEMENT_NAME,
                             .name_room = 12,
                             .names_map = false,
                             .keeps_texts = true};

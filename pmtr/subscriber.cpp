@@ -34,7 +34,7 @@ bool name_given(const char *operation, const char *name) {
 uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out) {
   if (!name_given("find_subscriber_parameter_map_by_name", name)) return kInvalidArgument;
   uint32_t owner = subscriber_owner();
-  CopiedInfo info(name, domain_type, tags::kFoundPmtrMapName, tags::kFoundPmtrMapDomain);
+  CopiedInfo info(name, domain_type, ZAR_TAG_FOUND_PMTR_MAP_NAME, ZAR_TAG_FOUND_PMTR_MAP_DOMAIN);
   uint32_t status = zar_retrieve_pmtr_map(owner, info.get(), pmtr_map_out);
   if (status == kSuccess && *pmtr_map_out == 0) {
     TRACE_ERROR("(ERR): pmtr-map not found: %s", name);
@@ -48,7 +48,7 @@ uint32_t kel_find_subscriber_parameter_map_by_name(const char *name, uint32_t do
 uint32_t kel_create_subscriber_parameter_map(const char *name, uint32_t domain_type, uint32_t *pmtr_map_out) {
   if (!name_given("create_subscriber_parameter_map", name)) return kInvalidArgument;
   uint32_t owner = subscriber_owner();
-  CopiedInfo info(name, domain_type, tags::kMadePmtrMapName, tags::kMadePmtrMapDomain);
+  CopiedInfo info(name, domain_type, ZAR_TAG_MADE_PMTR_MAP_NAME, ZAR_TAG_MADE_PMTR_MAP_DOMAIN);
   uint32_t status = zar_create_pmtr_map(owner, info.get(), pmtr_map_out);
   if (status != kSuccess) {
     TRACE_ERROR("(ERR): Could not create pmtr-map: %s", name);

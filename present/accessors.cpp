@@ -146,7 +146,7 @@ char *zar_get_filter_nvgen_str_internal(const zar_filter *filter) {
 
   // Room for the longer prefix, a blank and the terminator.
   const size_t size = std::strlen(text.get()) + 10;
-  OwnedText line = OwnedText::of_size(size, tags::kFilterText);
+  OwnedText line = OwnedText::of_size(size, ZAR_TAG_FILTER_TEXT);
   if (!line) {
     TRACE_ERROR("(ERR): get_nvgen_str: Error: unable to vud_kel_calloc_named nvgen_str for filter:0x%p",
                 address(filter));

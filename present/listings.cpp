@@ -58,7 +58,7 @@ class PolicyMapPrinter {
   bool print_event_line(const zar_event_tuple &event) const {
     const char *name = event.event_context ? text_of(event.event_context->event_name) : nullptr;
     if (!name) return true;
-    OwnedText line = OwnedText::of_size(kBufferSize, tags::kEventLine);
+    OwnedText line = OwnedText::of_size(kBufferSize, ZAR_TAG_EVENT_LINE);
     if (!line) {
       print_("%sUnable to allocate memory for event_buf\n", prefix_);
       return false;
@@ -85,7 +85,7 @@ class PolicyMapPrinter {
 
   bool print_rule_line(const zar_class_action &rule) const {
     if (!rule.cmap) return true;
-    OwnedText line = OwnedText::of_size(kBufferSize, tags::kClassLine);
+    OwnedText line = OwnedText::of_size(kBufferSize, ZAR_TAG_CLASS_LINE);
     if (!line) {
       print_("%sUnable to allocate memory for cmap_buf\n", prefix_);
       return false;
@@ -134,7 +134,7 @@ class ClassMapTable {
 
   // The maps of one database. A walk over all omits hidden class-maps; a class-map given by name is shown.
   Status print_database(zar_db *database) const {
-    OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? tags::kAllClassMaps : tags::kOneClassMap);
+    OwnedText cell = OwnedText::of_size(kBufferSize, wanted_.all ? ZAR_TAG_ALL_CLASS_MAPS : ZAR_TAG_ONE_CLASS_MAP);
     if (!cell) {
       print_("%sUnable to allocate memory for buf\n", prefix_);
       return kFailed;

@@ -95,14 +95,14 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
   // Without data no handler is notified, so no list is created that nobody would free.
   if (!pmap || !action->action_data) return;
 
-  TargetList list(tags::kTargetsOfPmap);
+  TargetList list(ZAR_TAG_TARGETS_OF_PMAP);
   if (zar_collect_pmap_targets(*pmap, list) != Collected::some) return;
   action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.hand_over());
 }
 
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {
   if (!pmap || !target || !target->target_info || !is_control(*pmap)) return;
-  TargetList list(tags::kActivatedTargets);
+  TargetList list(ZAR_TAG_ACTIVATED_TARGETS);
   zar_target_info *info = target->target_info;
   for (const zar_event_tuple &event : Elements<zar_event_tuple>(pmap->rule_list))
     for (const zar_class_action &rule : Elements<zar_class_action>(event.class_actions))
@@ -114,7 +114,7 @@ void zar_remove_action_handler_for_event(uint32_t event_handle, uint32_t pmap_ha
   const auto *event = require<zar_event_tuple>(kName, event_handle);
   const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!event || !pmap) return;
-  TargetList list(tags::kTargetsOfPmap);
+  TargetList list(ZAR_TAG_TARGETS_OF_PMAP);
   for (const zar_class_action &rule : Elements<zar_class_action>(event->class_actions))
     if (!notify_removal(rule, pmap, list)) return;
 }
@@ -124,6 +124,6 @@ void zar_remove_action_handler_for_class(uint32_t class_action, uint32_t pmap_ha
   const auto *rule = require<zar_class_action>(kName, class_action);
   const Watched<zar_pmap> pmap(require<zar_pmap>(kName, pmap_handle));
   if (!rule || !pmap) return;
-  TargetList list(tags::kTargetsOfPmap);
+  TargetList list(ZAR_TAG_TARGETS_OF_PMAP);
   notify_removal(*rule, pmap, list);
 }

@@ -14,8 +14,6 @@ namespace simulator {
 
 namespace {
 
-namespace tags = zar::tags;
-
 template <class Key>
 using Counts = std::map<Key, size_t>;
 
@@ -66,17 +64,17 @@ Counts<std::string> count_kinds() {
 
 Holdings expected_holdings(const Holdings &before, const Kept &kept) {
   Holdings expected = before;
-  expected.records[tags::kClientRecord] += kept.clients;
-  expected.records[tags::kDomainRecord] += kept.domains;
-  expected.records[tags::kDatabaseRecord] += kept.databases;
-  expected.blocks[tags::kClientName] += kept.clients;
-  expected.blocks[tags::kDomainName] += kept.domains;
-  for (const uint32_t tree : {tags::kPmapTree, tags::kCmapTree, tags::kTargetTree, tags::kPmtrMapTree})
+  expected.records[ZAR_TAG_CLIENT_RECORD] += kept.clients;
+  expected.records[ZAR_TAG_DOMAIN_RECORD] += kept.domains;
+  expected.records[ZAR_TAG_DATABASE_RECORD] += kept.databases;
+  expected.blocks[ZAR_TAG_CLIENT_NAME] += kept.clients;
+  expected.blocks[ZAR_TAG_DOMAIN_NAME] += kept.domains;
+  for (const uint32_t tree : {ZAR_TAG_PMAP_TREE, ZAR_TAG_CMAP_TREE, ZAR_TAG_TARGET_TREE, ZAR_TAG_PMTR_MAP_TREE})
     expected.blocks[tree] += kept.databases;
-  if (kept.first_table) ++expected.blocks[tags::kClientTable];
+  if (kept.first_table) ++expected.blocks[ZAR_TAG_CLIENT_TABLE];
   if (kept.grown_table) {
-    --expected.blocks[tags::kClientTable];
-    ++expected.blocks[tags::kGrownClientTable];
+    --expected.blocks[ZAR_TAG_CLIENT_TABLE];
+    ++expected.blocks[ZAR_TAG_GROWN_CLIENT_TABLE];
   }
   expected.texts[kel_parameter_map_subscriber_domain_str] += kept.deleted_parameter_maps;
   return expected;
