@@ -2,6 +2,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <regex>
+
 #include <gtest/gtest.h>
 #include "engine/engine.h"
 #include "platform/engine.h"
@@ -15,6 +18,7 @@
 
 namespace {
 
+using test::joined;
 using test::load_good;
 
 constexpr const char *kEverything = R"(
@@ -44,13 +48,6 @@ targets:
   t2: {client: b, policies: [p2]}
 scenario: [{event: e1, target: t1}, {event: e1, target: t2}]
 )";
-
-std::string joined(const std::vector<std::string> &lines) {
-  std::string all;
-  for (const std::string &line : lines)
-    all += line + "\n";
-  return all;
-}
 
 TEST(TearDown, LeavesNothing) {
   const simulator::PolicyFile file = load_good(kEverything);
@@ -147,9 +144,47 @@ TEST_F(Leftovers, IncludeMisuseOfTheRuntime) {
   EXPECT_NE(after_tear_down().find("misuse: "), std::string::npos);
 }
 
-// Builds, runs and tears down while the nth request of the runtime fails; its process ends with the result. Returns 0
-// if all went well, 1 if there was no nth request, 2 if the runtime was misused, 3 if a build failed without a message.
-int survive(uint64_t nth) {
+// What a failed request may leave behind: a line of the tear-down, and the message that explains it. Without a message,
+// the library does not report that this request failed.
+struct Explained {
+  const char *left;
+  const char *message;
+};
+constexpr Explained kExplained[] = {
+    // A database keeps the trees that could be made, and nobody destroys one that no client has.
+    {"(records of pool 0x3e00024|blocks of tag 0x3e0000[4567]): .*",
+     "the (database|registration) of '.*' failed with status 3[78]"},
+    {"blocks of tag 0x3e00034: . left, . expected", "the name of '.*' failed"},
+    {"blocks of tag 0x3e00034: 2 left, 3 expected", nullptr},  // the name of the engine, which nothing shows
+    // The handle of an event stays when there is no memory for its context.
+    {"handles: . left, 0 expected", "the event of '.*' failed with status 38"},
+    {"interned text \"subscriber\": .*", "the parameter-map of '.*' failed with status 41"},
+    // Action handlers are not notified if there is no memory for their list of targets.
+    {"actions freed in force: . left, 0 expected", nullptr},
+    {".*", "the (deactivation|deletion|removal|destruction) of '.*' failed.*"},
+};
+
+bool matches(const std::string &line, const char *pattern) {
+  return std::regex_match(line, std::regex(pattern));
+}
+
+bool is_message(const std::string &line) {
+  return matches(line, "the .* of '.*' failed.*");
+}
+
+bool is_explained(const std::string &line, const std::vector<std::string> &lines) {
+  return std::ranges::any_of(kExplained, [&](const Explained &row) {
+    return matches(line, row.left) && (row.message == nullptr || std::ranges::any_of(lines, [&](const auto &other) {
+                                         return matches(other, row.message);
+                                       }));
+  });
+}
+
+// How a life with faults ends. Unexplained leftovers and complaints of the runtime go to the standard error output.
+enum class End { well, no_such_request, misused, silent, leftovers };
+
+// Builds, runs and tears down while the nth request of the runtime fails, and the 'later' one of the tear-down.
+End live_with_faults(uint64_t nth, uint64_t later) {
   const simulator::PolicyFile file = load_good(kEverything);
   simulator::Repository repository(file);
   runtime::fail_request(nth);
@@ -160,31 +195,54 @@ int survive(uint64_t nth) {
   }
   const uint64_t faults = runtime::injected_faults();
   runtime::clear_faults();
+  if (later > 0) runtime::fail_request(later);
   repository.tear_down();
-  for (const std::string &complaint : runtime::complaints())
-    std::fprintf(stderr, "%s\n", complaint.c_str());
-  if (!runtime::complaints().empty()) return 2;
-  if (faults == 0) return 1;
-  return !built && repository.problems().empty() ? 3 : 0;
+  if (faults == 0 || runtime::injected_faults() - faults != (later > 0 ? 1U : 0U)) return End::no_such_request;
+
+  if (!runtime::complaints().empty()) {
+    std::fputs(joined(runtime::complaints()).c_str(), stderr);
+    return End::misused;
+  }
+  const std::vector<std::string> &lines = repository.problems();
+  if (!built && std::ranges::none_of(lines, is_message)) return End::silent;
+  End end = End::well;
+  for (const std::string &line : lines) {
+    if (is_message(line) || is_explained(line, lines)) continue;
+    std::fprintf(stderr, "not explained: %s\n", line.c_str());
+    end = End::leftovers;
+  }
+  return end;
 }
 
-int outcome_of(uint64_t nth) {
+// In a process of its own: what is left behind stays there.
+End end_of(uint64_t nth, uint64_t later) {
   const pid_t child = fork();
-  if (child == 0) std::_Exit(survive(nth));
+  if (child == 0) std::_Exit(static_cast<int>(live_with_faults(nth, later)));
   int status = 0;
   waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  EXPECT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
+  return static_cast<End>(WEXITSTATUS(status));
 }
 
-TEST(Faults, OfEveryRequestInTurnAreSurvived) {
+TEST(Faults, OfEveryRequestLeaveNothingUnexplained) {
   uint64_t nth = 1;
-  for (;; ++nth) {
-    const int outcome = outcome_of(nth);
-    if (outcome == 1) break;
-    ASSERT_EQ(outcome, 0) << "request " << nth;
-  }
+  for (; end_of(nth, 0) != End::no_such_request; ++nth)
+    ASSERT_EQ(end_of(nth, 0), End::well) << "request " << nth;
   std::printf("%llu requests failed in turn\n", static_cast<unsigned long long>(nth - 1));
   EXPECT_GT(nth, 100u);
+}
+
+TEST(Faults, OfTheTearDownAfterOthersLeaveNothingUnexplained) {
+  uint64_t pairs = 0;
+  for (uint64_t nth = 1; end_of(nth, 0) != End::no_such_request; ++nth)
+    for (uint64_t later = 1;; ++later) {
+      const End end = end_of(nth, later);
+      if (end == End::no_such_request) break;
+      ASSERT_EQ(end, End::well) << "request " << nth << ", and request " << later << " of the tear-down";
+      ++pairs;
+    }
+  std::printf("%llu pairs of requests failed\n", static_cast<unsigned long long>(pairs));
+  EXPECT_GT(pairs, 100u);
 }
 
 }  // namespace

@@ -12,4 +12,11 @@ simulator::PolicyFile load_good(const std::string &text) {
   return file ? std::move(*file) : simulator::PolicyFile();
 }
 
+std::string joined(const std::vector<std::string> &lines) {
+  std::string all;
+  for (const std::string &line : lines)
+    all += line + "\n";
+  return all;
+}
+
 }  // namespace test

@@ -24,6 +24,7 @@ using simulator::Kept;
 using simulator::PolicyFile;
 using simulator::Recorder;
 using simulator::Repository;
+using test::joined;
 using test::load_good;
 
 constexpr const char *kAccess = R"(
@@ -69,13 +70,6 @@ policy-maps:
 targets: {t: {client: a, policies: [r]}}
 scenario: [{event: start, target: t}]
 )";
-
-std::string joined(const std::vector<std::string> &lines) {
-  std::string all;
-  for (const std::string &line : lines)
-    all += line + "\n";
-  return all;
-}
 
 // The output of the scenario and of the listings after it, on a repository built for it.
 struct Life {
