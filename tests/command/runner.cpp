@@ -54,7 +54,7 @@ void expect_golden(const std::string &name, const std::string &text) {
   const std::string normalised = without_addresses(text);
   if (std::getenv("ZAR_UPDATE_GOLDEN")) {
     std::ofstream(path, std::ios::binary) << normalised;
-    return;
+    FAIL() << "wrote " << path << ": check it, and run the test without ZAR_UPDATE_GOLDEN";
   }
   EXPECT_EQ(normalised, read_file(path)) << "differs from " << path;
 }

@@ -18,7 +18,7 @@ Result run_zar(const std::vector<std::string> &arguments, const std::string &inp
 std::string without_addresses(const std::string &text);
 
 // Compares with the file of that name in golden/. If ZAR_UPDATE_GOLDEN is set in the environment, it writes the file
-// instead; read what it wrote before keeping it.
+// instead and fails, since nothing was compared.
 void expect_golden(const std::string &name, const std::string &text);
 
 }  // namespace test
