@@ -10,29 +10,9 @@
 #include "platform/runtime.h"
 #include "support/repository.h"
 #include "support/when_traced.h"
+#include "support/wrong_handles.h"
 
 namespace rig {
-
-inline Lines operator+(Lines head, const Lines &tail) {
-  head.insert(head.end(), tail.begin(), tail.end());
-  return head;
-}
-
-// A handle that names no record of the wanted kind, and what its look-up traces.
-struct BadHandle {
-  std::string why;
-  uint32_t handle = 0;
-  Lines traced;
-};
-
-// The line of a look-up that met handle 0.
-inline Line handle_0() {
-  return info("(info): ZAR Handle provided is invalid\n");
-}
-
-inline Line another_kind(uint32_t handle) {
-  return error("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", handle);
-}
 
 // A list in the caller's order, as the operations on it see it.
 struct OrderedList {
@@ -98,14 +78,8 @@ struct Composition : Repository {
   }
 
   // Every way in which a handle can fail to name a record of this kind.
-  std::vector<BadHandle> bad_handles(Kind wanted) {
-    const uint32_t released = zar_handle_alloc(&own_record_);
-    zar_handle_release(released);
-    std::vector<BadHandle> bad{
-        {"handle 0", 0, {handle_0()}},
-        {"never issued", 0xfffffff0, {}},
-        {"released", released, {error("(ERR): ZAR: Handle [0x%x] destroyed already\n", released)}},
-    };
+  std::vector<WrongHandle> wrong_handles(Kind wanted) {
+    std::vector<WrongHandle> bad = dead_handles();
     for (const auto &[kind, handle] : one_of_each()) {
       if (kind != wanted) bad.push_back({text("of kind %d", static_cast<int>(kind)), handle, {another_kind(handle)}});
     }
@@ -119,11 +93,11 @@ struct Composition : Repository {
   // The call gets each bad handle in turn, answers 'status' and changes nothing; after the look-up it traces 'complaint'.
   template <typename Call>
   void expect_each_refused(uint32_t status, Kind wanted, const Lines &complaint, Call call) {
-    for (const BadHandle &bad : bad_handles(wanted)) {
-      SCOPED_TRACE(bad.why);
+    for (const WrongHandle &wrong : wrong_handles(wanted)) {
+      SCOPED_TRACE(wrong.what);
       forget_trace();
-      EXPECT_REFUSED(status, call(bad.handle));
-      EXPECT_EQ(take_trace(), bad.traced + complaint);
+      EXPECT_REFUSED(status, call(wrong.handle));
+      EXPECT_TRACED(wrong.look_up, complaint);
       EXPECT_CALLS();
     }
   }
@@ -215,7 +189,6 @@ struct Composition : Repository {
   }
 
   std::map<uint32_t, size_t> records_before_;
-  uint64_t own_record_ = 0;
   uint32_t plain_rule_ = 0;
   std::map<Kind, uint32_t> one_of_each_;
 };

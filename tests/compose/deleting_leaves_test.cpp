@@ -1,5 +1,6 @@
 // Deleting actions, filters and events by handle.
 #include "composition.h"
+#include "support/lines.h"
 
 using namespace rig;
 
@@ -25,7 +26,7 @@ TEST_F(DeleteAction, FreesTheDataTheHandleAndTheRecord) {
   const auto before = everything();
   const uint32_t permit = action("permit");
   EXPECT_EQ(zar_delete_action(permit), 0U);
-  EXPECT_EQ(take_trace(), action_freed(permit) + Lines{deleted(permit)});
+  EXPECT_TRACED(action_freed(permit), deleted(permit));
   EXPECT_CALLS("free permit");
   EXPECT_FALSE(live(permit));
   EXPECT_EQ(records_taken(kActionTag), 0U);
@@ -51,7 +52,7 @@ TEST_F(DeleteAction, HeldByTwoRulesLeavesItInBoth) {
   zar_remove_action_from_class_action(voice, permit);
   zar_remove_action_from_class_action(video, permit);
   EXPECT_EQ(zar_delete_action(permit), 0U);
-  EXPECT_EQ(take_trace(), action_freed(permit) + Lines{deleted(permit)});
+  EXPECT_TRACED(action_freed(permit), deleted(permit));
   EXPECT_CALLS("free permit");
   EXPECT_FALSE(live(permit));
 }
@@ -73,18 +74,17 @@ TEST_F(DeleteAction, OfADeletedOneIsRefused) {
   zar_delete_action(permit);
   forget_trace();
   EXPECT_REFUSED(39, zar_delete_action(permit));
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", permit),
+  EXPECT_TRACED(destroyed_already(permit),
                 error("(ERR): %s: Error: action:0x%x is already NULL", "delete_action", permit));
   EXPECT_CALLS("free permit");
 }
 
 TEST_F(DeleteAction, NeedsAnAction) {
-  for (const BadHandle &bad : bad_handles(Kind::action)) {
-    SCOPED_TRACE(bad.why);
+  for (const WrongHandle &wrong : wrong_handles(Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39, zar_delete_action(bad.handle));
-    EXPECT_EQ(take_trace(),
-              bad.traced + Lines{error("(ERR): %s: Error: action:0x%x is already NULL", "delete_action", bad.handle)});
+    EXPECT_REFUSED(39, zar_delete_action(wrong.handle));
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: action:0x%x is already NULL", "delete_action", wrong.handle));
     EXPECT_CALLS();
   }
 }
@@ -164,18 +164,16 @@ TEST_F(DeleteFilter, TwiceIsRefusedTheSecondTime) {
   zar_delete_filter(port);
   forget_trace();
   EXPECT_REFUSED(39, zar_delete_filter(port));
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", port),
-                error("(ERR): %s: Error: filter:0x%x is already NULL", "delete_filter", port));
+  EXPECT_TRACED(destroyed_already(port), error("(ERR): %s: Error: filter:0x%x is already NULL", "delete_filter", port));
   EXPECT_CALLS("free port");
 }
 
 TEST_F(DeleteFilter, NeedsAFilter) {
-  for (const BadHandle &bad : bad_handles(Kind::filter)) {
-    SCOPED_TRACE(bad.why);
+  for (const WrongHandle &wrong : wrong_handles(Kind::filter)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39, zar_delete_filter(bad.handle));
-    EXPECT_EQ(take_trace(),
-              bad.traced + Lines{error("(ERR): %s: Error: filter:0x%x is already NULL", "delete_filter", bad.handle)});
+    EXPECT_REFUSED(39, zar_delete_filter(wrong.handle));
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: filter:0x%x is already NULL", "delete_filter", wrong.handle));
     EXPECT_CALLS();
   }
 }
@@ -232,10 +230,9 @@ TEST_F(DeleteEvent, TakesItsClassActionsWithTheirActionsFromTheHead) {
   const uint32_t permit = action_in(first, "permit", 1);
   const uint32_t mark = action_in(second, "mark");
   EXPECT_EQ(zar_delete_event(started), 0U);
-  EXPECT_EQ(take_trace(), Lines{rule_removed(first)} + references_removed(gold, voice) + action_freed(permit) +
-                              action_freed(drop) + (Lines{rule_freed(first), rule_removed(second)}) +
-                              references_removed(gold, video) + action_freed(mark) +
-                              (Lines{rule_freed(second), event_removed(started)}));
+  EXPECT_TRACED(rule_removed(first), references_removed(gold, voice), action_freed(permit), action_freed(drop),
+                rule_freed(first), rule_removed(second), references_removed(gold, video), action_freed(mark),
+                rule_freed(second), event_removed(started));
   EXPECT_CALLS("free permit", "free drop", "free mark");
   EXPECT_FALSE(live(first));
   EXPECT_FALSE(live(second));
@@ -248,9 +245,8 @@ TEST_F(DeleteEvent, LowersTheReferencesByOneForEachClassAction) {
   const uint32_t second = rule(started, voice, 2);
   EXPECT_EQ(cmap_refs_of(gold), (Counts{{voice, 2}}));
   EXPECT_EQ(zar_delete_event(started), 0U);
-  EXPECT_EQ(take_trace(), Lines{rule_removed(first)} + references_lowered(gold, voice) +
-                              (Lines{rule_freed(first), rule_removed(second)}) + references_removed(gold, voice) +
-                              (Lines{rule_freed(second), event_removed(started)}));
+  EXPECT_TRACED(rule_removed(first), references_lowered(gold, voice), rule_freed(first), rule_removed(second),
+                references_removed(gold, voice), rule_freed(second), event_removed(started));
   EXPECT_EQ(cmap_refs_of(gold), Counts{});
   EXPECT_EQ(pmap_refs_of(voice), Handles{});
 }
@@ -271,8 +267,7 @@ TEST_F(DeleteEvent, OutsideAPolicyMapTouchesNoReferences) {
   const uint32_t first = rule(free_event, voice);
   const uint32_t permit = action_in(first, "permit");
   EXPECT_EQ(zar_delete_event(free_event), 0U);
-  EXPECT_EQ(take_trace(),
-            Lines{rule_removed(first)} + action_freed(permit) + (Lines{rule_freed(first), event_removed(free_event)}));
+  EXPECT_TRACED(rule_removed(first), action_freed(permit), rule_freed(first), event_removed(free_event));
   EXPECT_EQ(everything(), before) << "the references of the other event are as they were";
 }
 
@@ -325,7 +320,7 @@ TEST_F(DeleteEvent, OfADeletedOneIsRefused) {
   zar_delete_event(started);
   forget_trace();
   EXPECT_REFUSED(39, zar_delete_event(started));
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", started),
+  EXPECT_TRACED(destroyed_already(started),
                 error("(ERR): %s: input event class action handle context cannot be NULL", "delete_event"));
 }
 

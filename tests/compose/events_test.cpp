@@ -1,5 +1,6 @@
 // Events in policy-maps and class-actions under events: their order, and finding them.
 #include "composition.h"
+#include "support/lines.h"
 
 using namespace rig;
 
@@ -76,7 +77,7 @@ TEST_F(AddClass, ToAnEventOfAPolicyMapMakesTheReferencesBeforeItReports) {
   Lines expected = added_as_first(out, voice, free_event);
   const Line reported = expected.back();
   expected.pop_back();
-  EXPECT_EQ(take_trace(), expected + references_added(gold, voice) + Lines{reported});
+  EXPECT_TRACED(expected, references_added(gold, voice), reported);
   EXPECT_EQ(cmap_refs_of(gold), (std::vector<std::pair<uint32_t, uint32_t>>{{voice, 1}}));
   EXPECT_EQ(pmap_refs_of(voice), Handles{gold});
 }
@@ -140,7 +141,7 @@ TEST_F(AddClass, NeedsAnEventBeforeAnythingElse) {
   expect_each_refused(39, Kind::event, {no_event("add_class_to_event")},
                       [&](uint32_t handle) { return zar_add_class_to_event(handle, voice, 0, 1, &out); });
   EXPECT_REFUSED(39, zar_add_class_to_event(0, 0, 4, 1, nullptr));
-  EXPECT_TRACED(handle_0(), no_event("add_class_to_event"));
+  EXPECT_TRACED(invalid_handle(), no_event("add_class_to_event"));
   EXPECT_EQ(out, 77U);
 }
 
@@ -167,7 +168,7 @@ TEST_F(AddClass, NeedsAnOutPlaceForTheHandle) {
 
 TEST_F(AddClass, TracesEveryFaultOfTheClassAction) {
   EXPECT_REFUSED(39, zar_add_class_to_event(free_event, 0, 4, 1, nullptr));
-  EXPECT_TRACED(handle_0(), no_cmap("create_class_action_tuple"),
+  EXPECT_TRACED(invalid_handle(), no_cmap("create_class_action_tuple"),
                 error("(ERR): %s: Error: invalid action exec criteria", "create_class_action_tuple"),
                 no_rule_place("create_class_action_tuple"));
 }
@@ -247,10 +248,9 @@ TEST_F(AddClass, WorksOnRecordsOfTheCallersOwn) {
 
 struct AddEvent : Events {
   static Lines added(uint32_t event, uint32_t pmap, const Lines &references = {}) {
-    return Lines{info("(info): %s: Added event tuple:0x%x, to pmap:0x%x success", "add_event", event, pmap)} +
-           references +
-           Lines{info("(info): %s: updated references between event tuple:0x%x, and pmap:0x%x", "add_event", event,
-                      pmap)};
+    return lines(
+        info("(info): %s: Added event tuple:0x%x, to pmap:0x%x success", "add_event", event, pmap), references,
+        info("(info): %s: updated references between event tuple:0x%x, and pmap:0x%x", "add_event", event, pmap));
   }
 };
 
@@ -273,9 +273,9 @@ TEST_F(AddEvent, CatchesUpTheReferencesOfItsClassActionsInListOrder) {
   rule(late, video, 2);
   rule(late, voice, 1);
   EXPECT_EQ(zar_add_event(gold, late), 0U);
-  EXPECT_EQ(take_trace(),
-            added(late, gold,
-                  references_added(gold, voice) + references_added(gold, video) + references_counted(gold, voice)));
+  EXPECT_EQ(take_trace(), added(late, gold,
+                                lines(references_added(gold, voice), references_added(gold, video),
+                                      references_counted(gold, voice))));
   EXPECT_EQ(cmap_refs_of(gold), (std::vector<std::pair<uint32_t, uint32_t>>{{voice, 2}, {video, 1}}));
   EXPECT_EQ(pmap_refs_of(voice), Handles{gold});
   EXPECT_EQ(pmap_refs_of(video), Handles{gold});
@@ -302,7 +302,7 @@ TEST_F(AddEvent, TracesBothBadHandles) {
   EXPECT_REFUSED(39, zar_add_event(voice, voice));
   EXPECT_TRACED(another_kind(voice), no_pmap("add_event"), another_kind(voice), no_event("add_event"));
   EXPECT_REFUSED(39, zar_add_event(plain, 0));
-  EXPECT_TRACED(not_control("add_event"), handle_0(), no_event("add_event"));
+  EXPECT_TRACED(not_control("add_event"), invalid_handle(), no_event("add_event"));
 }
 
 TEST_F(AddEvent, NeedsAnEventWithItsContext) {
@@ -311,7 +311,7 @@ TEST_F(AddEvent, NeedsAnEventWithItsContext) {
   EXPECT_REFUSED(39, zar_add_event(gold, hollow));
   EXPECT_TRACED(no_event_context("add_event"));
   EXPECT_REFUSED(39, zar_add_event(0, hollow));
-  EXPECT_TRACED(handle_0(), no_pmap("add_event"), no_event_context("add_event"));
+  EXPECT_TRACED(invalid_handle(), no_pmap("add_event"), no_event_context("add_event"));
 }
 
 TEST_F(AddEvent, RefusesASecondEventOfAnId) {
@@ -355,7 +355,7 @@ TEST_F(AddEvent, SkipsListedEventsWithoutAContext) {
   lose_event_context(hollow_too);
   const uint32_t started = event(1);
   EXPECT_EQ(zar_add_event(gold, started), 0U);
-  EXPECT_EQ(take_trace(), (Lines{no_event_context("add_event"), no_event_context("add_event")}) + added(started, gold));
+  EXPECT_TRACED(no_event_context("add_event"), no_event_context("add_event"), added(started, gold));
   EXPECT_EQ(events_of(gold), (Handles{hollow, hollow_too, started}));
 }
 
@@ -444,7 +444,7 @@ TEST_F(RetrieveEvent, NeedsAContext) {
 
 TEST_F(RetrieveEvent, TracesEveryFault) {
   EXPECT_REFUSED(39, zar_retrieve_event(0, nullptr, nullptr));
-  EXPECT_TRACED(handle_0(), no_pmap("retrieve_event"),
+  EXPECT_TRACED(invalid_handle(), no_pmap("retrieve_event"),
                 error("(ERR): %s: Error: input event tuple handle cannot be NULL", "retrieve_event"),
                 error("(ERR): %s: Error: Event context input cannot be NULL", "retrieve_event"));
   EXPECT_REFUSED(39, zar_retrieve_event(plain, &one_sought, nullptr));
@@ -540,7 +540,7 @@ TEST_F(RetrieveClassAction, NeedsAnOutPlaceAndAClassMapOnAPolicyMapThatIsNotCont
   EXPECT_REFUSED(39, zar_retrieve_class_action(plain, started, voice, nullptr));
   EXPECT_TRACED(no_rule_place("retrieve_class_action"));
   EXPECT_REFUSED(39, zar_retrieve_class_action(plain, started, 0, &out));
-  EXPECT_TRACED(handle_0(), no_cmap("retrieve_class_action"));
+  EXPECT_TRACED(invalid_handle(), no_cmap("retrieve_class_action"));
 }
 
 TEST_F(RetrieveClassAction, NeedsAPolicyMap) {
@@ -576,8 +576,8 @@ TEST_F(RetrieveClassAction, NeedsAnOutPlaceForTheHandle) {
 
 TEST_F(RetrieveClassAction, TracesTheFaultsOfMapsAndPlaceBeforeTheEventIsChecked) {
   EXPECT_REFUSED(39, zar_retrieve_class_action(0, 0, started, nullptr));
-  EXPECT_TRACED(handle_0(), no_pmap("retrieve_class_action"), another_kind(started), no_cmap("retrieve_class_action"),
-                no_rule_place("retrieve_class_action"));
+  EXPECT_TRACED(invalid_handle(), no_pmap("retrieve_class_action"), another_kind(started),
+                no_cmap("retrieve_class_action"), no_rule_place("retrieve_class_action"));
 }
 
 // ---- Finding a class-action by its number

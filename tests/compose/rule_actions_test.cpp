@@ -1,5 +1,6 @@
 // Actions in rules: their order, finding them, and the count of their references.
 #include "composition.h"
+#include "support/lines.h"
 
 using namespace rig;
 
@@ -75,9 +76,9 @@ struct RuleActions : Actions {
     return {info("(info): %s: added action:0x%x to class-action:0x%x", "add_action_to_rule", action, rule)};
   }
   static Lines added_as_first(uint32_t action, uint32_t rule) {
-    return Lines{info("(info): %s: class-action:0x%x adding action:0x%x as first entry", "add_action_to_rule", rule,
-                      action)} +
-           added(action, rule);
+    return lines(
+        info("(info): %s: class-action:0x%x adding action:0x%x as first entry", "add_action_to_rule", rule, action),
+        added(action, rule));
   }
 };
 
@@ -254,7 +255,7 @@ TEST_F(RuleActions, TraceBothBadHandlesTheRuleFirst) {
   for (const Operation &operation : operations(listed)) {
     SCOPED_TRACE(operation.name);
     EXPECT_REFUSED(39, operation.call(listed, 0));
-    EXPECT_TRACED(another_kind(listed), no_rule(operation.name), handle_0(), no_action(operation.name));
+    EXPECT_TRACED(another_kind(listed), no_rule(operation.name), invalid_handle(), no_action(operation.name));
   }
 }
 
@@ -271,7 +272,7 @@ TEST_F(RuleActions, WithoutAFunctionAreRefusedWithALineForEachThatIsMissing) {
       EXPECT_REFUSED(39, operation.call(voice, permit));
       EXPECT_EQ(take_trace(), complaints);
       EXPECT_REFUSED(39, operation.call(permit, permit));
-      EXPECT_EQ(take_trace(), (Lines{another_kind(permit), no_rule(operation.name)}) + complaints);
+      EXPECT_TRACED(another_kind(permit), no_rule(operation.name), complaints);
     }
   }
 }
@@ -609,7 +610,8 @@ TEST_F(RetrieveAction, NeedsAContextWithItsFreeAndEntryFunctions) {
 
 TEST_F(RetrieveAction, TracesEveryFaultBeforeItRefuses) {
   EXPECT_REFUSED(39, zar_retrieve_action(0, nullptr, nullptr));
-  EXPECT_TRACED(no_place("retrieve_action"), no_action("retrieve_action"), handle_0(), no_rule("retrieve_action"));
+  EXPECT_TRACED(no_place("retrieve_action"), no_action("retrieve_action"), invalid_handle(),
+                no_rule("retrieve_action"));
 }
 
 // ---- Finding by number
@@ -661,7 +663,7 @@ TEST_F(RetrieveActionNum, NeedsAnOutPlaceForTheHandle) {
   EXPECT_REFUSED(39, zar_retrieve_action_num_in_class_action(voice, 1, nullptr));
   EXPECT_TRACED(no_place(kName));
   EXPECT_REFUSED(39, zar_retrieve_action_num_in_class_action(0, 1, nullptr));
-  EXPECT_TRACED(no_place(kName), handle_0(), no_rule(kName));
+  EXPECT_TRACED(no_place(kName), invalid_handle(), no_rule(kName));
 }
 
 // ---- The count of references

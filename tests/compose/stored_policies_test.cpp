@@ -1,5 +1,6 @@
 // Assembling stored policy-maps by name: classes and actions under events and without, and removing classes.
 #include "composition.h"
+#include "support/lines.h"
 
 using namespace rig;
 
@@ -55,7 +56,7 @@ struct StoredPolicies : Composition {
     return {info("(info): %s: using client specific database", "retrieve_class"),
             info("(info): retrieve_class: search failed as there is no match clid:%d, name:%s", one, name)};
   }
-  static Lines gold_and_voice() { return policy_found("gold:d1:1") + class_found("voice:d1:1"); }
+  static Lines gold_and_voice() { return lines(policy_found("gold:d1:1"), class_found("voice:d1:1")); }
 
   static Line retrieved(uint32_t pmap, uint32_t cmap) {
     return info("(info): %s: retrieved stored policy:0x%x, stored class:0x%x", kAddClass, pmap, cmap);
@@ -82,9 +83,10 @@ struct StoredPolicies : Composition {
   }
   // Of a class-action that comes to the head of an event's list; 'references' is between.
   static Lines rule_added(uint32_t rule, uint32_t cmap, uint32_t event, const Lines &references) {
-    return Lines{rule_created(rule), info("(info): %s: class-action:0x%p adding to event:0x%x as first entry",
-                                          "add_class_to_event", at<zar_class_action>(rule), event)} +
-           references + Lines{info("(info): %s: added class:0x%x to event:0x%x", "add_class_to_event", cmap, event)};
+    return lines(rule_created(rule),
+                 info("(info): %s: class-action:0x%p adding to event:0x%x as first entry", "add_class_to_event",
+                      at<zar_class_action>(rule), event),
+                 references, info("(info): %s: added class:0x%x to event:0x%x", "add_class_to_event", cmap, event));
   }
 };
 
@@ -92,7 +94,7 @@ TEST_F(StoredPolicies, NeedTheClassMapToTheEnd) {
   NEEDS_TRACE();
   when_traced(retrieved(plain, voice), [&] { zar_handle_release(voice); });
   EXPECT_EQ(add_class(plain_info, nullptr, voice_info, 3, 200), 39U);
-  EXPECT_ERRORS(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", voice), no_cmap(kAddClass));
+  EXPECT_ERRORS(destroyed_already(voice), no_cmap(kAddClass));
   EXPECT_EQ(plain_rules_of(plain), Handles{});
 }
 
@@ -108,8 +110,7 @@ TEST_F(PlainPolicy, GetsTheClassActionAtItsEndWithoutNumberAndReferences) {
   EXPECT_EQ(add_class(plain_info, nullptr, voice_info, 3, 200), 0U);
   ASSERT_EQ(plain_rules_of(plain).size(), 1U);
   const uint32_t first = plain_rules_of(plain)[0];
-  EXPECT_EQ(take_trace(), policy_found("plain:d1:2") + class_found("voice:d1:1") +
-                              (Lines{retrieved(plain, voice), rule_created(first)}));
+  EXPECT_TRACED(policy_found("plain:d1:2"), class_found("voice:d1:1"), retrieved(plain, voice), rule_created(first));
   const auto *record = at<zar_class_action>(first);
   EXPECT_EQ(record->class_num, 0);
   EXPECT_EQ(record->exec_criteria, 3U);
@@ -133,17 +134,15 @@ TEST_F(PlainPolicy, TakesClassesInTheOrderOfAdditionAndAsOftenAsTheyAreAdded) {
 }
 
 TEST_F(PlainPolicy, ReturnsTheFailureOfTheClassAction) {
-  const Lines lookups = policy_found("plain:d1:2") + class_found("voice:d1:1") + Lines{retrieved(plain, voice)};
+  const Lines lookups = lines(policy_found("plain:d1:2"), class_found("voice:d1:1"), retrieved(plain, voice));
   rule(event(1), video);
   forget_trace();
   runtime::fail_request(Service::record, 1);
   EXPECT_REFUSED(37, add_class(plain_info, nullptr, voice_info));
-  EXPECT_EQ(take_trace(),
-            lookups + Lines{error("(ERR): %s: memory alloc for class action failed", "create_class_action_tuple")});
+  EXPECT_TRACED(lookups, error("(ERR): %s: memory alloc for class action failed", "create_class_action_tuple"));
   runtime::fail_request(Service::id, 1);
   EXPECT_REFUSED(37, add_class(plain_info, nullptr, voice_info));
-  EXPECT_EQ(take_trace(),
-            lookups + Lines{error("(ERR): %s: Could not create id for class action", "create_class_action_tuple")});
+  EXPECT_TRACED(lookups, error("(ERR): %s: Could not create id for class action", "create_class_action_tuple"));
 }
 
 TEST_F(PlainPolicy, GetsNoClassActionWhoseNewHandleIsLost) {
@@ -162,7 +161,7 @@ TEST_F(PlainPolicy, GetsNoClassActionWhoseNewHandleIsLost) {
 TEST_F(PlainPolicy, HasNoRuleToFindByNameSoThatActionsAreRefused) {
   add_class(plain_info, nullptr, voice_info);
   const uint32_t permit = action_in(plain_rules_of(plain)[0], "permit");
-  const Lines lookups = policy_found("plain:d1:2") + class_found("voice:d1:1");
+  const Lines lookups = lines(policy_found("plain:d1:2"), class_found("voice:d1:1"));
   forget_trace();
   EXPECT_REFUSED(39, zar_add_action_to_stored_policy(one, &plain_info, nullptr, &voice_info, permit));
   EXPECT_EQ(take_trace(), lookups);
@@ -177,12 +176,12 @@ TEST_F(PlainPolicy, RefusesAClassWithAnActionBeforeTheActionIsJudged) {
   add_class(plain_info, nullptr, voice_info);
   forget_trace();
   EXPECT_REFUSED(39, add_class_action(plain_info, &at_start, voice, permit));
-  const Lines refusal = policy_found("plain:d1:2") + (Lines{retrieved(plain), not_control(kAddClass)});
+  const Lines refusal = lines(policy_found("plain:d1:2"), retrieved(plain), not_control(kAddClass));
   EXPECT_EQ(take_trace(), refusal);
   EXPECT_REFUSED(39, add_class_action(plain_info, nullptr, voice, permit));
   EXPECT_EQ(take_trace(), refusal) << "without an event it is the type that is wrong";
   EXPECT_REFUSED(39, add_class_action(plain_info, &at_start, voice, 0));
-  EXPECT_EQ(take_trace(), refusal + (Lines{handle_0(), no_action(kAddClass)}));
+  EXPECT_TRACED(refusal, invalid_handle(), no_action(kAddClass));
 }
 
 TEST_F(PlainPolicy, RefusesToRemoveAClass) {
@@ -191,7 +190,7 @@ TEST_F(PlainPolicy, RefusesToRemoveAClass) {
   EXPECT_REFUSED(39, zar_remove_class_from_policy(plain, &at_start, voice, 0));
   EXPECT_TRACED(not_control(kRemoveClass));
   EXPECT_REFUSED(39, zar_remove_class_from_policy(plain, nullptr, 0, 0));
-  EXPECT_TRACED(not_control(kRemoveClass), handle_0(), no_cmap(kRemoveClass));
+  EXPECT_TRACED(not_control(kRemoveClass), invalid_handle(), no_cmap(kRemoveClass));
 }
 
 // ---- A class in a stored CONTROL policy-map
@@ -214,8 +213,8 @@ TEST_F(ControlPolicy, GetsTheEventThatItLacks) {
   const uint32_t started = events_of(gold)[0];
   ASSERT_EQ(rules_of(started).size(), 1U);
   const uint32_t first = rules_of(started)[0];
-  EXPECT_EQ(take_trace(), gold_and_voice() + Lines{retrieved(gold, voice)} + event_made(started) +
-                              rule_added(first, voice, started, references_added(gold, voice)));
+  EXPECT_TRACED(gold_and_voice(), retrieved(gold, voice), event_made(started),
+                rule_added(first, voice, started, references_added(gold, voice)));
   EXPECT_EQ(zar_get_event_id(started), 7U);
   EXPECT_STREQ(zar_get_event_name(started), "start");
   EXPECT_EQ(at<zar_event_tuple>(started)->pmap, at<zar_pmap>(gold));
@@ -230,8 +229,8 @@ TEST_F(ControlPolicy, KeepsTheEventThatIsThere) {
   const uint32_t started = event_in(gold, 7, "its own name");
   EXPECT_EQ(add_class(gold_info, &at_start, voice_info), 0U);
   ASSERT_EQ(rules_of(started).size(), 1U);
-  EXPECT_EQ(take_trace(), gold_and_voice() + (Lines{retrieved(gold, voice), event_there()}) +
-                              rule_added(rules_of(started)[0], voice, started, references_added(gold, voice)));
+  EXPECT_TRACED(gold_and_voice(), retrieved(gold, voice), event_there(),
+                rule_added(rules_of(started)[0], voice, started, references_added(gold, voice)));
   EXPECT_EQ(events_of(gold).size(), 2U);
   EXPECT_STREQ(zar_get_event_name(started), "its own name");
 }
@@ -246,10 +245,8 @@ TEST_F(ControlPolicy, TakesAClassOnceAnEvent) {
   EXPECT_EQ(add_class(gold_info, &at_start, voice_info, 1, 5), 0U);
   forget_trace();
   EXPECT_REFUSED(0, add_class(gold_info, &at_start, voice_info, 3, 6));
-  EXPECT_EQ(
-      take_trace(),
-      gold_and_voice() + (Lines{retrieved(gold, voice), event_there(),
-                                info("(info): %s: class:0x%x already present in pmap:0x%x", kAddClass, voice, gold)}));
+  EXPECT_TRACED(gold_and_voice(), retrieved(gold, voice), event_there(),
+                info("(info): %s: class:0x%x already present in pmap:0x%x", kAddClass, voice, gold));
   EXPECT_EQ(cmap_refs_of(gold), (Counts{{voice, 1}}));
 }
 
@@ -277,28 +274,25 @@ TEST_F(ControlPolicy, SkipsEventsWithoutAContext) {
 
 TEST_F(ControlPolicy, NeedsAnEventToAddAClass) {
   EXPECT_REFUSED(39, add_class(gold_info, nullptr, voice_info));
-  EXPECT_EQ(take_trace(), gold_and_voice() + (Lines{retrieved(gold, voice), needs_event(kAddClass)}));
+  EXPECT_TRACED(gold_and_voice(), retrieved(gold, voice), needs_event(kAddClass));
 }
 
 TEST_F(ControlPolicy, RefusesExecCriteriaFrom4On) {
   for (const uint32_t criteria : {4U, 256U, 0xffffffffU}) {
     EXPECT_REFUSED(39, add_class(gold_info, &at_start, voice_info, criteria));
-    EXPECT_EQ(take_trace(), gold_and_voice() + (Lines{retrieved(gold, voice), bad_criteria()}));
+    EXPECT_TRACED(gold_and_voice(), retrieved(gold, voice), bad_criteria());
     EXPECT_REFUSED(39, add_class(plain_info, nullptr, voice_info, criteria));
-    EXPECT_EQ(take_trace(), policy_found("plain:d1:2") + class_found("voice:d1:1") +
-                                (Lines{retrieved(plain, voice), bad_criteria()}));
+    EXPECT_TRACED(policy_found("plain:d1:2"), class_found("voice:d1:1"), retrieved(plain, voice), bad_criteria());
   }
 }
 
 TEST_F(ControlPolicy, TracesEveryFaultOfMapsEventAndCriteria) {
   EXPECT_REFUSED(39, add_class(gold_info, nullptr, unknown_info, 4));
-  EXPECT_EQ(take_trace(),
-            policy_found("gold:d1:1") + class_missed("nowhere") +
-                (Lines{retrieved(gold, 0), needs_event(kAddClass), handle_0(), no_cmap(kAddClass), bad_criteria()}));
+  EXPECT_TRACED(policy_found("gold:d1:1"), class_missed("nowhere"), retrieved(gold, 0), needs_event(kAddClass),
+                invalid_handle(), no_cmap(kAddClass), bad_criteria());
   EXPECT_REFUSED(39, add_class(unknown_info, nullptr, unknown_info, 4));
-  EXPECT_EQ(take_trace(), policy_missed("nowhere") + class_missed("nowhere") +
-                              (Lines{retrieved(0, 0), handle_0(), no_pmap(kAddClass), handle_0(), no_cmap(kAddClass),
-                                     bad_criteria()}));
+  EXPECT_TRACED(policy_missed("nowhere"), class_missed("nowhere"), retrieved(0, 0), invalid_handle(),
+                no_pmap(kAddClass), invalid_handle(), no_cmap(kAddClass), bad_criteria());
 }
 
 TEST_F(ControlPolicy, IsFoundInTheDefaultDatabaseByAClientWithoutItsOwn) {
@@ -319,20 +313,18 @@ TEST_F(ControlPolicy, MustBeAPolicyMapAndNotAnotherMapUnderItsName) {
   const zar_map_info mixed_info = map_info("mixed");
   const zar_map_info confused_info = map_info("confused");
   EXPECT_REFUSED(39, add_class(mixed_info, &at_start, confused_info));
-  EXPECT_EQ(take_trace(), policy_found("mixed:d1:1") + class_found("confused:d1:1") +
-                              (Lines{retrieved(klass, policy), another_kind(klass), no_pmap(kAddClass),
-                                     another_kind(policy), no_cmap(kAddClass)}));
+  EXPECT_TRACED(policy_found("mixed:d1:1"), class_found("confused:d1:1"), retrieved(klass, policy), another_kind(klass),
+                no_pmap(kAddClass), another_kind(policy), no_cmap(kAddClass));
 }
 
 TEST_F(ControlPolicy, KeepsNothingOfAnEventThatCannotBeMade) {
-  const Lines lookups =
-      gold_and_voice() + (Lines{retrieved(gold, voice),
-                                info("(info): %s: event:%d not found in pmap:0x%x, adding now", kAddClass, 7, gold)});
+  const Lines lookups = lines(gold_and_voice(), retrieved(gold, voice),
+                              info("(info): %s: event:%d not found in pmap:0x%x, adding now", kAddClass, 7, gold));
   EXPECT_REFUSED(37, zar_add_class_to_stored_policy(one, &gold_info, &at_start, nullptr, 0, 1, &voice_info));
-  EXPECT_EQ(take_trace(), lookups + Lines{error("(ERR): create_event: event name is NULL")});
+  EXPECT_TRACED(lookups, error("(ERR): create_event: event name is NULL"));
   runtime::fail_request(Service::record, 1);
   EXPECT_REFUSED(37, add_class(gold_info, &at_start, voice_info));  // 38 inside
-  EXPECT_EQ(take_trace(), lookups + Lines{error("(ERR): create_event: memory alloc for event tuple failed")});
+  EXPECT_TRACED(lookups, error("(ERR): create_event: memory alloc for event tuple failed"));
 }
 
 TEST_F(ControlPolicy, KeepsAnEventThatWasMadeAndCouldNotBeAdded) {
@@ -352,9 +344,8 @@ TEST_F(ControlPolicy, KeepsAnEventWhoseClassActionCannotBeMade) {
   EXPECT_EQ(add_class(gold_info, &at_start, voice_info), 37U);
   ASSERT_EQ(events_of(gold).size(), 1U);
   const uint32_t started = events_of(gold)[0];
-  EXPECT_EQ(take_trace(),
-            gold_and_voice() + Lines{retrieved(gold, voice)} + event_made(started) +
-                Lines{error("(ERR): %s: memory alloc for class action failed", "create_class_action_tuple")});
+  EXPECT_TRACED(gold_and_voice(), retrieved(gold, voice), event_made(started),
+                error("(ERR): %s: memory alloc for class action failed", "create_class_action_tuple"));
   EXPECT_EQ(rules_of(started), Handles{});
   EXPECT_EQ(cmap_refs_of(gold), Counts{});
 }
@@ -419,11 +410,10 @@ TEST_F(ByName, NeedsAPolicyMapInfo) {
     SCOPED_TRACE(operation.what);
     const Lines then = operation.class_by_name ? class_found("voice:d1:1") : Lines{};
     EXPECT_REFUSED(39, operation.call(one, nullptr, &voice_info));
-    EXPECT_EQ(take_trace(), Lines{error("(ERR): %s: input map info cannot be NULL", "retrieve_policy")} + then);
+    EXPECT_TRACED(error("(ERR): %s: input map info cannot be NULL", "retrieve_policy"), then);
     EXPECT_REFUSED(39, operation.call(one, &wrong_type, &voice_info));
-    EXPECT_EQ(take_trace(),
-              Lines{error("(ERR): %s: domain type:%d from input map info is invalid expected range: %d - %d",
-                          "retrieve_policy", 3, 1, 2)} +
+    EXPECT_TRACED(error("(ERR): %s: domain type:%d from input map info is invalid expected range: %d - %d",
+                        "retrieve_policy", 3, 1, 2),
                   then);
   }
 }
@@ -433,8 +423,7 @@ TEST_F(ByName, NeedsAClassMapInfo) {
     if (!operation.class_by_name) continue;
     SCOPED_TRACE(operation.what);
     EXPECT_REFUSED(39, operation.call(one, &gold_info, nullptr));
-    EXPECT_EQ(take_trace(),
-              policy_found("gold:d1:1") + Lines{error("(ERR): %s: input map info cannot be NULL", "retrieve_class")});
+    EXPECT_TRACED(policy_found("gold:d1:1"), error("(ERR): %s: input map info cannot be NULL", "retrieve_class"));
   }
 }
 
@@ -454,14 +443,12 @@ TEST_F(AddClassAction, PutsTheRuleUnderTheEvent) {
   EXPECT_EQ(add_class_action(gold_info, &at_start, voice, permit, 0, 258), 0U);
   ASSERT_EQ(rules_of(started).size(), 1U);
   const uint32_t first = rules_of(started)[0];
-  EXPECT_EQ(
-      take_trace(),
-      policy_found("gold:d1:1") + (Lines{retrieved(gold), found(gold)}) +
-          rule_added(first, voice, started, references_added(gold, voice)) +
-          (Lines{info("(info): %s: class-action:0x%x adding action:0x%x as first entry", "add_action_to_rule", first,
-                      permit),
-                 info("(info): %s: added action:0x%x to class-action:0x%x", "add_action_to_rule", permit, first),
-                 info("(info): %s: added class:0x%x action:0x%x to policy:0x%x", kAddClass, voice, permit, gold)}));
+  EXPECT_TRACED(
+      policy_found("gold:d1:1"), retrieved(gold), found(gold),
+      rule_added(first, voice, started, references_added(gold, voice)),
+      info("(info): %s: class-action:0x%x adding action:0x%x as first entry", "add_action_to_rule", first, permit),
+      info("(info): %s: added action:0x%x to class-action:0x%x", "add_action_to_rule", permit, first),
+      info("(info): %s: added class:0x%x action:0x%x to policy:0x%x", kAddClass, voice, permit, gold));
   EXPECT_EQ(at<zar_class_action>(first)->class_num, 2);
   EXPECT_EQ(at<zar_class_action>(first)->exec_criteria, 2U);
   EXPECT_EQ(actions_of(first), Handles{permit});
@@ -479,14 +466,12 @@ TEST_F(AddClassAction, LeavesTheActionOutWhereTheClassIsPresent) {
   const uint32_t started = event_in(gold, 7);
   rule(started, voice);
   EXPECT_REFUSED(0, add_class_action(gold_info, &at_start, voice, permit));
-  EXPECT_EQ(take_trace(),
-            policy_found("gold:d1:1") +
-                (Lines{retrieved(gold), found(gold),
-                       info("(info): %s: class:0x%x already present in policy:0x%x", kAddClass, voice, gold)}));
+  EXPECT_TRACED(policy_found("gold:d1:1"), retrieved(gold), found(gold),
+                info("(info): %s: class:0x%x already present in policy:0x%x", kAddClass, voice, gold));
 }
 
 TEST_F(AddClassAction, CreatesNoEvent) {
-  const Lines refusal = policy_found("gold:d1:1") + (Lines{retrieved(gold), no_matching_event()});
+  const Lines refusal = lines(policy_found("gold:d1:1"), retrieved(gold), no_matching_event());
   EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, permit));
   EXPECT_EQ(take_trace(), refusal);
   event_in(gold, 8);
@@ -497,8 +482,7 @@ TEST_F(AddClassAction, CreatesNoEvent) {
 TEST_F(AddClassAction, SkipsEventsWithoutAContext) {
   lose_event_context(event_in(gold, 7));
   EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, permit));
-  EXPECT_EQ(take_trace(),
-            policy_found("gold:d1:1") + (Lines{retrieved(gold), no_event_context(kAddClass), no_matching_event()}));
+  EXPECT_TRACED(policy_found("gold:d1:1"), retrieved(gold), no_event_context(kAddClass), no_matching_event());
   const uint32_t started = event_in(gold, 7);
   EXPECT_EQ(add_class_action(gold_info, &at_start, voice, permit), 0U);
   EXPECT_ERRORS(no_event_context(kAddClass));
@@ -507,22 +491,21 @@ TEST_F(AddClassAction, SkipsEventsWithoutAContext) {
 
 TEST_F(AddClassAction, NeedsAClassMap) {
   event_in(gold, 7);
-  for (const BadHandle &bad : bad_handles(Kind::cmap)) {
-    SCOPED_TRACE(bad.why);
+  for (const WrongHandle &wrong : wrong_handles(Kind::cmap)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, bad.handle, permit));
-    EXPECT_EQ(take_trace(), policy_found("gold:d1:1") + bad.traced + Lines{no_cmap(kAddClass)});
+    EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, wrong.handle, permit));
+    EXPECT_TRACED(policy_found("gold:d1:1"), wrong.look_up, no_cmap(kAddClass));
   }
 }
 
 TEST_F(AddClassAction, NeedsAnAction) {
   event_in(gold, 7);
-  for (const BadHandle &bad : bad_handles(Kind::action)) {
-    SCOPED_TRACE(bad.why);
+  for (const WrongHandle &wrong : wrong_handles(Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, bad.handle));
-    EXPECT_EQ(take_trace(),
-              policy_found("gold:d1:1") + Lines{retrieved(gold)} + bad.traced + Lines{no_action(kAddClass)});
+    EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, wrong.handle));
+    EXPECT_TRACED(policy_found("gold:d1:1"), retrieved(gold), wrong.look_up, no_action(kAddClass));
   }
 }
 
@@ -538,20 +521,20 @@ TEST_F(AddClassAction, RefusesExecCriteriaFrom4On) {
   event_in(gold, 7);
   for (const uint32_t criteria : {4U, 0xffffffffU}) {
     EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, permit, criteria));
-    EXPECT_EQ(take_trace(), policy_found("gold:d1:1") + Lines{bad_criteria()});
+    EXPECT_TRACED(policy_found("gold:d1:1"), bad_criteria());
   }
   EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, 0, permit, 4));
-  EXPECT_EQ(take_trace(), policy_found("gold:d1:1") + (Lines{handle_0(), no_cmap(kAddClass), bad_criteria()}));
+  EXPECT_TRACED(policy_found("gold:d1:1"), invalid_handle(), no_cmap(kAddClass), bad_criteria());
 }
 
 TEST_F(AddClassAction, NeedsAStoredPolicyMapAndAnEventAndTracesTheActionWithThem) {
   EXPECT_REFUSED(39, add_class_action(unknown_info, &at_start, voice, permit));
-  EXPECT_EQ(take_trace(), policy_missed("nowhere") + (Lines{retrieved(0), handle_0(), no_pmap(kAddClass)}));
+  EXPECT_TRACED(policy_missed("nowhere"), retrieved(0), invalid_handle(), no_pmap(kAddClass));
   EXPECT_REFUSED(39, add_class_action(gold_info, nullptr, voice, permit));
-  EXPECT_EQ(take_trace(), policy_found("gold:d1:1") + (Lines{retrieved(gold), needs_event(kAddClass)}));
+  EXPECT_TRACED(policy_found("gold:d1:1"), retrieved(gold), needs_event(kAddClass));
   EXPECT_REFUSED(39, add_class_action(gold_info, nullptr, voice, 0));
-  EXPECT_EQ(take_trace(), policy_found("gold:d1:1") +
-                              (Lines{retrieved(gold), needs_event(kAddClass), handle_0(), no_action(kAddClass)}));
+  EXPECT_TRACED(policy_found("gold:d1:1"), retrieved(gold), needs_event(kAddClass), invalid_handle(),
+                no_action(kAddClass));
 }
 
 TEST_F(AddClassAction, ReturnsTheFailureOfTheClassAction) {
@@ -605,10 +588,9 @@ struct ActionByName : StoredPolicies {
 
   static Line present(uint32_t pmap) { return info("(info): %s: event:%d  present in pmap:0x%x", kMatching, 7, pmap); }
   static Lines found(uint32_t pmap, uint32_t rule) {
-    return gold_and_voice() +
-           (Lines{present(pmap),
-                  info("(info): %s: class found under event event:%d in pmap:0x%x, class-action tuple:0x%p", kMatching,
-                       7, pmap, at<zar_class_action>(rule))});
+    return lines(gold_and_voice(), present(pmap),
+                 info("(info): %s: class found under event event:%d in pmap:0x%x, class-action tuple:0x%p", kMatching,
+                      7, pmap, at<zar_class_action>(rule)));
   }
 };
 
@@ -619,10 +601,10 @@ TEST_F(ActionByName, GoesIntoTheRuleByItsNumber) {
   const uint32_t three = action_in(first, "three", 3);
   const uint32_t lowest = action_in(first, "one", 1);
   EXPECT_EQ(add(gold_info, &at_start, voice_info, permit), 0U);
-  EXPECT_EQ(take_trace(), found(gold, first) + (Lines{info("(info): %s: added action:0x%x to class-action:0x%x",
-                                                           "add_action_to_rule", permit, first),
-                                                      info("(info): %s: added action:0x%x to stored policy:%s",
-                                                           "add_action_to_stored_policy", permit, "gold")}));
+  EXPECT_TRACED(
+      found(gold, first),
+      info("(info): %s: added action:0x%x to class-action:0x%x", "add_action_to_rule", permit, first),
+      info("(info): %s: added action:0x%x to stored policy:%s", "add_action_to_stored_policy", permit, "gold"));
   EXPECT_EQ(actions_of(first), (Handles{lowest, permit, three}));
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 1U);
   EXPECT_CALLS();
@@ -654,7 +636,7 @@ TEST_F(ActionByName, ThatIsNotInTheRuleCannotBeRemoved) {
   const uint32_t first = rule(started, voice);
   const uint32_t second = rule(started, video);
   add_action(second, permit);
-  const Lines refusal = found(gold, first) + Lines{error("(ERR): Error: action:0x%x not present to remove", permit)};
+  const Lines refusal = lines(found(gold, first), error("(ERR): Error: action:0x%x not present to remove", permit));
   EXPECT_REFUSED(39, remove(gold_info, &at_start, voice_info, permit));
   EXPECT_EQ(take_trace(), refusal);
   action_in(first, "another");
@@ -664,13 +646,13 @@ TEST_F(ActionByName, ThatIsNotInTheRuleCannotBeRemoved) {
 
 TEST_F(ActionByName, ThatIsNoneFailsTheAddingWith37AndTheRemovalWith39) {
   const uint32_t first = rule(started, voice);
-  for (const BadHandle &bad : bad_handles(Kind::action)) {
-    SCOPED_TRACE(bad.why);
+  for (const WrongHandle &wrong : wrong_handles(Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(37, add(gold_info, &at_start, voice_info, bad.handle));
-    EXPECT_EQ(take_trace(), found(gold, first) + bad.traced + Lines{no_action("add_action_to_rule")});
-    EXPECT_REFUSED(39, remove(gold_info, &at_start, voice_info, bad.handle));
-    EXPECT_EQ(take_trace(), found(gold, first) + bad.traced + Lines{no_action(kRemoveAction)});
+    EXPECT_REFUSED(37, add(gold_info, &at_start, voice_info, wrong.handle));
+    EXPECT_TRACED(found(gold, first), wrong.look_up, no_action("add_action_to_rule"));
+    EXPECT_REFUSED(39, remove(gold_info, &at_start, voice_info, wrong.handle));
+    EXPECT_TRACED(found(gold, first), wrong.look_up, no_action(kRemoveAction));
   }
 }
 
@@ -691,32 +673,32 @@ TEST_F(ActionByName, WithoutItsFunctionsFailsTheAddingWith37AndTheRemovalWith39)
 TEST_F(ActionByName, NeedsStoredMaps) {
   rule(started, voice);
   expect_both_refused(unknown_info, &at_start, voice_info,
-                      policy_missed("nowhere") + class_found("voice:d1:1") + (Lines{handle_0(), no_pmap(kMatching)}));
+                      lines(policy_missed("nowhere"), class_found("voice:d1:1"), invalid_handle(), no_pmap(kMatching)));
   expect_both_refused(gold_info, &at_start, unknown_info,
-                      policy_found("gold:d1:1") + class_missed("nowhere") + (Lines{handle_0(), no_cmap(kMatching)}));
+                      lines(policy_found("gold:d1:1"), class_missed("nowhere"), invalid_handle(), no_cmap(kMatching)));
   expect_both_refused(unknown_info, &at_start, unknown_info,
-                      policy_missed("nowhere") + class_missed("nowhere") +
-                          (Lines{handle_0(), no_pmap(kMatching), handle_0(), no_cmap(kMatching)}));
+                      lines(policy_missed("nowhere"), class_missed("nowhere"), invalid_handle(), no_pmap(kMatching),
+                            invalid_handle(), no_cmap(kMatching)));
 }
 
 TEST_F(ActionByName, NeedsAnEventContext) {
   rule(started, voice);
-  expect_both_refused(gold_info, nullptr, voice_info, gold_and_voice() + Lines{needs_event(kMatching)});
+  expect_both_refused(gold_info, nullptr, voice_info, lines(gold_and_voice(), needs_event(kMatching)));
 }
 
 TEST_F(ActionByName, NeedsTheEventInThePolicyMap) {
   const zar_event_context at_stop = event_context(8);
   const Lines refusal = Lines{error("(ERR): %s: Error: no matching event:%d found in policy:%s", kMatching, 8, "gold")};
-  expect_both_refused(gold_info, &at_stop, voice_info, gold_and_voice() + refusal);
+  expect_both_refused(gold_info, &at_stop, voice_info, lines(gold_and_voice(), refusal));
   zar_delete_event(started);
   forget_trace();
-  expect_both_refused(gold_info, &at_stop, voice_info, gold_and_voice() + refusal);
+  expect_both_refused(gold_info, &at_stop, voice_info, lines(gold_and_voice(), refusal));
 }
 
 TEST_F(ActionByName, NeedsTheClassUnderTheEvent) {
   const Lines refusal =
-      gold_and_voice() + (Lines{present(gold), error("(ERR): %s: Error: no matching class-map:%s found in policy:%s",
-                                                     kMatching, "voice", "gold")});
+      lines(gold_and_voice(), present(gold),
+            error("(ERR): %s: Error: no matching class-map:%s found in policy:%s", kMatching, "voice", "gold"));
   expect_both_refused(gold_info, &at_start, voice_info, refusal);
   rule(started, video);
   rule(event_in(gold, 8), voice);
@@ -753,8 +735,8 @@ TEST_F(RemoveClass, TakesTheRuleWithItsActionsAndKeepsTheEvent) {
   const uint32_t permit = action_in(first, "permit", 1);
   const uint32_t drop = action_in(first, "drop", 2);
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_start, voice, 2), 0U);
-  EXPECT_EQ(take_trace(), (Lines{event_there(gold), class_there(voice, 2, gold)}) + references_removed(gold, voice) +
-                              action_freed(permit) + action_freed(drop) + Lines{rule_freed(first)});
+  EXPECT_TRACED(event_there(gold), class_there(voice, 2, gold), references_removed(gold, voice), action_freed(permit),
+                action_freed(drop), rule_freed(first));
   EXPECT_CALLS("free permit", "free drop");
   EXPECT_FALSE(live(first));
   EXPECT_EQ(events_of(gold), Handles{started});
@@ -768,8 +750,8 @@ TEST_F(RemoveClass, DropsOneReferenceOfASharedAction) {
   zar_increment_action(at<zar_action>(permit));
   add_action(second, permit);
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_start, voice, 1), 0U);
-  EXPECT_EQ(take_trace(), (Lines{event_there(gold), class_there(voice, 1, gold)}) + references_removed(gold, voice) +
-                              (Lines{info("(info): action:0x%x reference count:%d", permit, 1), rule_freed(first)}));
+  EXPECT_TRACED(event_there(gold), class_there(voice, 1, gold), references_removed(gold, voice),
+                info("(info): action:0x%x reference count:%d", permit, 1), rule_freed(first));
   EXPECT_CALLS();
   EXPECT_EQ(actions_of(second), Handles{permit});
   EXPECT_EQ(at<zar_action>(permit)->ref_count, 1U);
@@ -795,8 +777,7 @@ TEST_F(RemoveClass, TakesTheFirstOfSeveralThatFit) {
   const uint32_t first = rule(started, voice, 2);
   const uint32_t second = rule(started, voice, 2);
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_start, voice, 258), 0U) << "the low 8 bits count";
-  EXPECT_EQ(take_trace(), (Lines{event_there(gold), class_there(voice, 2, gold)}) + references_lowered(gold, voice) +
-                              Lines{rule_freed(first)});
+  EXPECT_TRACED(event_there(gold), class_there(voice, 2, gold), references_lowered(gold, voice), rule_freed(first));
   EXPECT_EQ(rules_of(started), (Handles{other_number, second}));
 }
 
@@ -849,7 +830,7 @@ TEST_F(RemoveClass, NeedsAnEventContext) {
   EXPECT_REFUSED(39, zar_remove_class_from_policy(gold, nullptr, voice, 1));
   EXPECT_TRACED(refusal);
   EXPECT_REFUSED(39, zar_remove_class_from_policy(gold, nullptr, 0, 1));
-  EXPECT_TRACED(refusal, handle_0(), no_cmap(kRemoveClass));
+  EXPECT_TRACED(refusal, invalid_handle(), no_cmap(kRemoveClass));
 }
 
 TEST_F(RemoveClass, TracesBothBadHandles) {

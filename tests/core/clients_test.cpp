@@ -6,6 +6,7 @@
 
 #include "platform/engine.h"
 #include "platform/runtime.h"
+#include "support/lines.h"
 #include "support/platform_log.h"
 #include "support/repository.h"
 
@@ -15,9 +16,6 @@ namespace {
 
 constexpr uint32_t kUntouched = 0xabcd;
 
-Line wrong_clid(const char *caller, uint32_t clid, uint32_t count) {
-  return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", caller, clid, count);
-}
 Line registering(const char *name, const zar_db *database) {
   return info("(info): client registration, name:%s, db hdl:0x%p", name, database);
 }

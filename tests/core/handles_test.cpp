@@ -2,6 +2,7 @@
 #include <random>
 
 #include "platform/runtime.h"
+#include "support/lines.h"
 #include "support/repository.h"
 
 using namespace rig;
@@ -173,14 +174,14 @@ TEST_F(HandleTable, TheCountNeverFallsBelow0) {
 
 TEST_F(HandleTable, Handle0IsInvalidAndNoError) {
   EXPECT_EQ(zar_handle_get_context(0), nullptr);
-  EXPECT_TRACED(info("(info): ZAR Handle provided is invalid\n"));
+  EXPECT_TRACED(invalid_handle());
 }
 
 TEST_F(HandleTable, AReleasedHandleIsDestroyedAlready) {
   const uint32_t handle = zar_handle_alloc(&own_record);
   zar_handle_release(handle);
   EXPECT_EQ(zar_handle_get_context(handle), nullptr);
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
+  EXPECT_TRACED(destroyed_already(handle));
 }
 
 TEST_F(HandleTable, AHandleThatWasNeverIssuedIsRefusedSilently) {
@@ -195,7 +196,7 @@ TEST_F(HandleTable, ALiveHandleWithoutARecordIsRemovedFromTheTable) {
   EXPECT_TRACED(error("(ERR): ZAR Found NULL context with handle [0x%x]\n", handle));
   EXPECT_FALSE(live(handle));
   EXPECT_EQ(zar_handle_get_context(handle), nullptr);
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle));
+  EXPECT_TRACED(destroyed_already(handle));
 }
 
 TEST_F(HandleTable, AHandleThatWasRemovedLeavesRoomForAnother) {
@@ -257,10 +258,6 @@ struct HandleKinds : Repository {
             {Kind::policy_context, zar_create_policy_context(interface)->handle},
             {Kind::pmtr_map, stored_pmtr_map("values")}};
   }
-
-  static Line another_kind(uint32_t handle) {
-    return error("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", handle);
-  }
 };
 
 TEST_F(HandleKinds, AnyKindHasItsContext) {
@@ -303,7 +300,7 @@ TEST_F(HandleKinds, TheKindEndsWithTheHandle) {
   const uint32_t permit = action("permit");
   zar_handle_release(permit);
   EXPECT_EQ(zar_event_get_match_criteria(permit), 0U);
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", permit),
+  EXPECT_TRACED(destroyed_already(permit),
                 error("(ERR): %s: input event class action handle context cannot be NULL", "event_get_match_criteria"));
 }
 

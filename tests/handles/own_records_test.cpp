@@ -1,6 +1,7 @@
 // Records in the caller's own memory, under handles that the caller made for them.
 #include "handles/scene.h"
 #include "platform/runtime.h"
+#include "support/lines.h"
 
 using namespace handles;
 
@@ -93,7 +94,7 @@ TEST_F(OwnRecords, AReleasedHandleIsRefused) {
   own.handle = zar_handle_alloc(&own);
   zar_handle_release(own.handle);
   EXPECT_EQ(zar_get_cmap_match_logical_op(own.handle), 0U);
-  EXPECT_TRACED(rig::error("(ERR): ZAR: Handle [0x%x] destroyed already\n", own.handle),
+  EXPECT_TRACED(rig::destroyed_already(own.handle),
                 rig::error("(ERR): %s: input class map handle context cannot be NULL", " "));
 }
 

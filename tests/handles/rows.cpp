@@ -3,12 +3,17 @@
 #include <utility>
 
 #include "platform/runtime.h"
+#include "support/lines.h"
 
 namespace handles {
 namespace {
 
 using rig::error;
 using rig::info;
+using rig::no_cmap;
+using rig::no_pmap;
+using rig::no_pmtr_map;
+using rig::no_target;
 
 // ---- Kinds
 
@@ -41,12 +46,6 @@ uint64_t given_and_freed(char *text) {
 
 // ---- The messages of the operations for a handle without context
 
-Line no_pmap(const char *name) {
-  return info("(info): %s: Error: input pmap context cannot be NULL", name);
-}
-Line no_cmap(const char *name) {
-  return error("(ERR): %s: input class map handle context cannot be NULL", name);
-}
 Line no_event(const char *name) {
   return error("(ERR): %s: input event class action handle context cannot be NULL", name);
 }
@@ -58,12 +57,6 @@ Line no_action(const char *name) {
 }
 Line no_filter(const char *name) {
   return error("(ERR): %s: Error: input filter context cannot be NULL", name);
-}
-Line no_target(const char *name) {
-  return info("(info): %s: Error: input target context cannot be NULL", name);
-}
-Line no_pmtr_map(const char *name) {
-  return error("(ERR): %s: input pmtr-map handle context cannot be NULL", name);
 }
 
 // ---- Their other messages before or after the check of the handle

@@ -1,4 +1,5 @@
 #include "handles/scene.h"
+#include "support/lines.h"
 
 namespace handles {
 
@@ -235,11 +236,9 @@ std::vector<Stranger> handles_of_nothing(Scene &scene, Kind kind) {
   // The ids of a place in the table differ in their high bits; no record came after this one in its place yet.
   const uint32_t never_issued = successor ^ 0x80000000U;
 
-  const auto ended = [](uint32_t handle) {
-    return Lines{rig::error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle)};
-  };
+  const auto ended = [](uint32_t handle) { return Lines{rig::destroyed_already(handle)}; };
   return {
-      {"0", 0, {rig::info("(info): ZAR Handle provided is invalid\n")}},
+      {"0", 0, {rig::invalid_handle()}},
       {"all ones", UINT32_MAX, {}},
       {"never issued", never_issued, {}},
       {"released", released, ended(released)},
@@ -249,7 +248,7 @@ std::vector<Stranger> handles_of_nothing(Scene &scene, Kind kind) {
 
 Stranger of_another_kind(Scene &scene, Kind kind) {
   const uint32_t handle = scene.linked.of(kind);
-  return {name_of(kind), handle, {rig::error("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", handle)}};
+  return {name_of(kind), handle, {rig::another_kind(handle)}};
 }
 
 }  // namespace handles

@@ -27,7 +27,7 @@ struct Activation : Lifecycle {
     at<zar_target>(interface)->target_info = state == TargetState::without_info ? nullptr : target_info_;
     return state == TargetState::unknown ? 0 : interface;
   }
-  static Lines told(const char *operation, TargetState state) {
+  static Lines trace_of(const char *operation, TargetState state) {
     switch (state) {
       case TargetState::sound:
         return {};
@@ -128,9 +128,8 @@ TEST_F(Activating, ChecksEverythingBeforeItRefuses) {
         if (clid == one && policy == gold && state == TargetState::sound) continue;
         const uint32_t where = target_in(state);
         EXPECT_REFUSED(39U, zar_activate_policy(clid, policy, where));
-        EXPECT_EQ(take_trace(),
-                  lines(clid == one ? Lines{} : Lines{wrong_clid(kName, clid)},
-                        policy == gold ? Lines{} : Lines{invalid_handle(), no_pmap(kName)}, told(kName, state)));
+        EXPECT_TRACED(clid == one ? Lines{} : Lines{wrong_clid(kName, clid)},
+                      policy == gold ? Lines{} : Lines{invalid_handle(), no_pmap(kName)}, trace_of(kName, state));
       }
     }
   }
@@ -138,13 +137,13 @@ TEST_F(Activating, ChecksEverythingBeforeItRefuses) {
 }
 
 TEST_F(Activating, NeedsAPolicyAndATarget) {
-  for (const auto &[handle, said] : wrong_handles(interface)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(interface)) {
     EXPECT_REFUSED(39U, zar_activate_policy(one, handle, interface));
-    EXPECT_EQ(take_trace(), lines(said, no_pmap(kName)));
+    EXPECT_TRACED(look_up, no_pmap(kName));
   }
-  for (const auto &[handle, said] : wrong_handles(gold)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
     EXPECT_REFUSED(39U, zar_activate_policy(one, gold, handle));
-    EXPECT_EQ(take_trace(), lines(said, no_target(kName)));
+    EXPECT_TRACED(look_up, no_target(kName));
   }
 }
 
@@ -167,9 +166,8 @@ TEST_F(Activating, NeedsAnInstance) {
   handler_of(gold, "permit");
   engine().create_status = 1;
   EXPECT_REFUSED(37U, zar_activate_policy(one, gold, interface));
-  EXPECT_EQ(take_trace(),
-            lines(associated(7, "gold"), unlinked("gold"), instance_not_found(gold),
-                  error("(ERR): Error: Could not create policy instance, target into policy-map:%s", "gold")));
+  EXPECT_TRACED(associated(7, "gold"), unlinked("gold"), instance_not_found(gold),
+                error("(ERR): Error: Could not create policy instance, target into policy-map:%s", "gold"));
   EXPECT_CALLS(instance_created(interface, one, kGold), instance_sought(interface, kGold));
 }
 
@@ -195,8 +193,7 @@ struct ActivatingByName : Activating {
 
 TEST_F(ActivatingByName, FindsThePolicy) {
   EXPECT_EQ(zar_activate_policy_by_name(one, interface, &gold_info), 0U);
-  EXPECT_EQ(take_trace(),
-            lines(found_policy(kGold), associated(7, "gold"), activated("gold"), activated_by_name("gold", interface)));
+  EXPECT_TRACED(found_policy(kGold), associated(7, "gold"), activated("gold"), activated_by_name("gold", interface));
   EXPECT_CALLS(instance_created(interface, one, kGold));
   EXPECT_EQ(active_on(interface), (Handles{silver, gold}));
 }
@@ -212,9 +209,8 @@ TEST_F(ActivatingByName, SearchesTheDatabaseOfTheClient) {
 
 TEST_F(ActivatingByName, OfAnActivePolicySucceeds) {
   EXPECT_REFUSED(0U, zar_activate_policy_by_name(one, interface, &silver_info));
-  EXPECT_EQ(take_trace(),
-            lines(found_policy(kSilver), info("(info): %s: policy:%s was already active on target", kName, "silver"),
-                  activated_by_name("silver", interface)));
+  EXPECT_TRACED(found_policy(kSilver), info("(info): %s: policy:%s was already active on target", kName, "silver"),
+                activated_by_name("silver", interface));
   EXPECT_CALLS();
 }
 
@@ -240,7 +236,7 @@ TEST_F(ActivatingByName, Returns39ForEveryFailedLookUp) {
 
 TEST_F(ActivatingByName, RefusesANameThatIsNotStored) {
   EXPECT_REFUSED(39U, zar_activate_policy_by_name(one, interface, &missing_info));
-  EXPECT_EQ(take_trace(), lines(found_no_policy(one, "missing"), invalid_handle(), no_pmap(kName)));
+  EXPECT_TRACED(found_no_policy(one, "missing"), invalid_handle(), no_pmap(kName));
 }
 
 TEST_F(ActivatingByName, RefusesARecordOfAnotherKind) {
@@ -249,7 +245,7 @@ TEST_F(ActivatingByName, RefusesARecordOfAnotherKind) {
   forget_trace();
   const zar_map_info info = map_info("voice");
   EXPECT_REFUSED(39U, zar_activate_policy_by_name(one, interface, &info));
-  EXPECT_EQ(take_trace(), lines(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kName)));
+  EXPECT_TRACED(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kName));
 }
 
 TEST_F(ActivatingByName, ReturnsFailures) {
@@ -257,7 +253,7 @@ TEST_F(ActivatingByName, ReturnsFailures) {
   for (const TargetState state : {TargetState::unknown, TargetState::without_info}) {
     const uint32_t where = target_in(state);
     EXPECT_REFUSED(39U, zar_activate_policy_by_name(one, where, &gold_info));
-    EXPECT_EQ(take_trace(), lines(found_policy(kGold), told(kName, state)));
+    EXPECT_TRACED(found_policy(kGold), trace_of(kName, state));
   }
   target_in(TargetState::sound);
   runtime::fail_request(runtime::Service::record, 1);
@@ -280,8 +276,8 @@ TEST_F(DeactivatingByName, UnlinksThePair) {
   const uint32_t other = target(silver, 8);
   hear_removals(one);
   EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &silver_info), 0U);
-  EXPECT_EQ(take_trace(), lines(found_policy(kSilver), unlinked("silver"),
-                                info("(info): %s: success, policy:%s is deactivated on target", kName, "silver")));
+  EXPECT_TRACED(found_policy(kSilver), unlinked("silver"),
+                info("(info): %s: success, policy:%s is deactivated on target", kName, "silver"));
   EXPECT_CALLS(instance_sought(interface, kSilver), instance_deleted(interface, kSilver), "notify removed permit [7]");
   EXPECT_EQ(active_on(interface), Handles{gold});
   EXPECT_EQ(targets_of(silver), Handles{other});
@@ -309,8 +305,7 @@ TEST_F(DeactivatingByName, LeavesATargetWithoutPoliciesInItsTree) {
 TEST_F(DeactivatingByName, OfAnInactivePolicyFails) {
   handler_of(gold, "permit");
   EXPECT_REFUSED(37U, zar_deactivate_policy_by_name(one, interface, &gold_info));
-  EXPECT_EQ(take_trace(),
-            lines(found_policy(kGold), no_target_to_unlink(), no_pmap_to_unlink("gold"), instance_not_found(gold)));
+  EXPECT_TRACED(found_policy(kGold), no_target_to_unlink(), no_pmap_to_unlink("gold"), instance_not_found(gold));
   EXPECT_CALLS(instance_sought(interface, kGold));
 }
 
@@ -318,7 +313,7 @@ TEST_F(DeactivatingByName, UnlinksThePairEvenWhenTheEngineFails) {
   handler_of(silver, "permit");
   engine().find_status = 1;
   EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &silver_info), 37U);
-  EXPECT_EQ(take_trace(), lines(found_policy(kSilver), unlinked("silver"), instance_not_found(silver)));
+  EXPECT_TRACED(found_policy(kSilver), unlinked("silver"), instance_not_found(silver));
   EXPECT_CALLS(instance_sought(interface, kSilver));
   EXPECT_EQ(active_on(interface), Handles{});
   EXPECT_EQ(targets_of(silver), Handles{});
@@ -328,7 +323,7 @@ TEST_F(DeactivatingByName, UnlinksThePairEvenWhenTheEngineFails) {
   take_calls();
   engine().delete_status = 1;
   EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &silver_info), 37U);
-  EXPECT_EQ(take_trace(), lines(found_policy(kSilver), unlinked("silver"), instance_not_deleted("silver")));
+  EXPECT_TRACED(found_policy(kSilver), unlinked("silver"), instance_not_deleted("silver"));
   EXPECT_CALLS(instance_sought(interface, kSilver), instance_deleted(interface, kSilver));
   EXPECT_EQ(active_on(interface), Handles{});
   EXPECT_EQ(targets_of(silver), Handles{});
@@ -338,16 +333,14 @@ TEST_F(DeactivatingByName, ChecksEverythingBeforeItRefuses) {
   for (const TargetState state : kTargetStates) {
     const uint32_t where = target_in(state);
     EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(9, where, &silver_info));
-    EXPECT_EQ(take_trace(), lines(lookup_refused(9), told(kName, state), invalid_handle(), no_pmap(kName)));
+    EXPECT_TRACED(lookup_refused(9), trace_of(kName, state), invalid_handle(), no_pmap(kName));
     EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, where, nullptr));
-    EXPECT_EQ(take_trace(),
-              lines(no_map_info("retrieve_policy"), told(kName, state), invalid_handle(), no_pmap(kName)));
+    EXPECT_TRACED(no_map_info("retrieve_policy"), trace_of(kName, state), invalid_handle(), no_pmap(kName));
     EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, where, &missing_info));
-    EXPECT_EQ(take_trace(),
-              lines(found_no_policy(one, "missing"), told(kName, state), invalid_handle(), no_pmap(kName)));
+    EXPECT_TRACED(found_no_policy(one, "missing"), trace_of(kName, state), invalid_handle(), no_pmap(kName));
     if (state == TargetState::sound) continue;
     EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, where, &silver_info));
-    EXPECT_EQ(take_trace(), lines(found_policy(kSilver), told(kName, state)));
+    EXPECT_TRACED(found_policy(kSilver), trace_of(kName, state));
   }
   EXPECT_CALLS();
 }
@@ -358,13 +351,13 @@ TEST_F(DeactivatingByName, RefusesARecordOfAnotherKind) {
   forget_trace();
   const zar_map_info info = map_info("voice");
   EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, interface, &info));
-  EXPECT_EQ(take_trace(), lines(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kName)));
+  EXPECT_TRACED(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kName));
 }
 
 TEST_F(DeactivatingByName, NeedsATarget) {
-  for (const auto &[handle, said] : wrong_handles(gold)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
     EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, handle, &silver_info));
-    EXPECT_EQ(take_trace(), lines(found_policy(kSilver), said, no_target(kName)));
+    EXPECT_TRACED(found_policy(kSilver), look_up, no_target(kName));
   }
 }
 
@@ -388,7 +381,7 @@ TEST_F(DeactivatingAny, DeactivatesAllInOrder) {
   const uint32_t other = target(gold, 8);
   hear_removals(one);
   EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("silver"), unlinked("gold"), unlinked("bronze"), deactivated()));
+  EXPECT_TRACED(unlinked("silver"), unlinked("gold"), unlinked("bronze"), deactivated());
   EXPECT_CALLS(instance_sought(interface, kSilver), instance_deleted(interface, kSilver),
                instance_sought(interface, kGold), instance_deleted(interface, kGold), "notify removed permit [7]",
                instance_sought(interface, kBronze), instance_deleted(interface, kBronze));
@@ -409,7 +402,7 @@ TEST_F(DeactivatingAny, SucceedsWhereNothingIsActive) {
 TEST_F(DeactivatingAny, NeedsNoDatabase) {
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("silver"), deactivated()));
+  EXPECT_TRACED(unlinked("silver"), deactivated());
   EXPECT_EQ(active_on(interface), Handles{});
 }
 
@@ -438,7 +431,7 @@ TEST_F(DeactivatingAny, DeactivatesAllWhicheverTheEngineFailsFor) {
 TEST_F(DeactivatingAny, TracesNoSuccessWhenTheEngineFails) {
   engine().delete_status = 1;
   EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 37U);
-  EXPECT_EQ(take_trace(), lines(unlinked("silver"), instance_not_deleted("silver")));
+  EXPECT_TRACED(unlinked("silver"), instance_not_deleted("silver"));
 }
 
 TEST_F(DeactivatingAny, ChecksEverythingBeforeItRefuses) {
@@ -447,13 +440,13 @@ TEST_F(DeactivatingAny, ChecksEverythingBeforeItRefuses) {
       if (clid == one && state == TargetState::sound) continue;
       const uint32_t where = target_in(state);
       EXPECT_REFUSED(39U, zar_deactivate_any_policy_for_target(clid, where));
-      EXPECT_EQ(take_trace(), lines(clid == one ? Lines{} : Lines{wrong_clid(kName, clid)}, told(kName, state)));
+      EXPECT_TRACED(clid == one ? Lines{} : Lines{wrong_clid(kName, clid)}, trace_of(kName, state));
     }
   }
   target_in(TargetState::sound);
-  for (const auto &[handle, said] : wrong_handles(gold)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
     EXPECT_REFUSED(39U, zar_deactivate_any_policy_for_target(one, handle));
-    EXPECT_EQ(take_trace(), lines(said, no_target(kName)));
+    EXPECT_TRACED(look_up, no_target(kName));
   }
   EXPECT_CALLS();
 }
@@ -478,7 +471,7 @@ TEST_F(DeactivatingAny, FailsWhenTheTargetLosesItsInformationDuringTheCall) {
   const uint32_t permit = handler_of(silver, "permit");
   data_of_action(permit).on_call = [&] { target_in(TargetState::without_info); };
   EXPECT_EQ(zar_deactivate_any_policy_for_target(one, interface), 37U);
-  EXPECT_EQ(take_trace(), lines(unlinked("silver"), no_target_info("disassociate_target_and_policy")));
+  EXPECT_TRACED(unlinked("silver"), no_target_info("disassociate_target_and_policy"));
   EXPECT_EQ(active_on(interface), Handles{gold});
   EXPECT_EQ(targets_of(gold), Handles{interface});
 }
@@ -523,7 +516,7 @@ TEST_F(DeactivatingEverywhere, GoesThroughTheTargetsInOrder) {
     activate(gold, second);
     take_calls();
     EXPECT_EQ(deactivate(by_name), 0U);
-    EXPECT_EQ(take_trace(), lines(said_before(by_name), unlinked("silver"), unlinked("silver"), said_after(by_name)));
+    EXPECT_TRACED(said_before(by_name), unlinked("silver"), unlinked("silver"), said_after(by_name));
     EXPECT_CALLS(instance_sought(interface, kSilver), instance_deleted(interface, kSilver), "notify removed permit [7]",
                  instance_sought(second, kSilver), instance_deleted(second, kSilver), "notify removed permit [8]");
     EXPECT_EQ(targets_of(silver), Handles{});
@@ -538,7 +531,7 @@ TEST_F(DeactivatingEverywhere, SucceedsWhereThePolicyIsActiveNowhere) {
   forget_trace();
   for (const bool by_name : {true, false}) {
     EXPECT_REFUSED(0U, deactivate(by_name));
-    EXPECT_EQ(take_trace(), lines(said_before(by_name), said_after(by_name)));
+    EXPECT_TRACED(said_before(by_name), said_after(by_name));
   }
   EXPECT_CALLS();
 }
@@ -550,8 +543,8 @@ TEST_F(DeactivatingEverywhere, SucceedsThoughTheEngineFails) {
     engine().delete_status = 1;
     EXPECT_EQ(deactivate(by_name), 0U);
     engine().delete_status = 0;
-    EXPECT_EQ(take_trace(), lines(said_before(by_name), unlinked("silver"), instance_not_deleted("silver"),
-                                  unlinked("silver"), instance_not_deleted("silver"), said_after(by_name)));
+    EXPECT_TRACED(said_before(by_name), unlinked("silver"), instance_not_deleted("silver"), unlinked("silver"),
+                  instance_not_deleted("silver"), said_after(by_name));
     EXPECT_EQ(active_on(second), Handles{});
     EXPECT_EQ(targets_of(silver), Handles{});
   }
@@ -563,7 +556,7 @@ TEST_F(DeactivatingEverywhere, ByNameRefusesWhatItDoesNotFind) {
   EXPECT_REFUSED(39U, zar_deactivate_policy_by_name_from_all_targets(one, nullptr));
   EXPECT_TRACED(no_map_info("retrieve_policy"), invalid_handle(), no_pmap(kByName));
   EXPECT_REFUSED(39U, zar_deactivate_policy_by_name_from_all_targets(one, &missing_info));
-  EXPECT_EQ(take_trace(), lines(found_no_policy(one, "missing"), invalid_handle(), no_pmap(kByName)));
+  EXPECT_TRACED(found_no_policy(one, "missing"), invalid_handle(), no_pmap(kByName));
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(39U, zar_deactivate_policy_by_name_from_all_targets(one, &silver_info));
   EXPECT_TRACED(inactive_client("retrieve_policy", one), invalid_handle(), no_pmap(kByName));
@@ -576,19 +569,19 @@ TEST_F(DeactivatingEverywhere, ByNameRefusesARecordOfAnotherKind) {
   forget_trace();
   const zar_map_info info = map_info("voice");
   EXPECT_REFUSED(39U, zar_deactivate_policy_by_name_from_all_targets(one, &info));
-  EXPECT_EQ(take_trace(), lines(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kByName)));
+  EXPECT_TRACED(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kByName));
 }
 
 TEST_F(DeactivatingEverywhere, ByHandleChecksEverythingBeforeItRefuses) {
   for (const uint32_t clid : {one, 0U, 3U, 0xffffffffU}) {
-    const Lines clid_told = clid == one ? Lines{} : Lines{wrong_clid(kByHandle, clid)};
+    const Lines about_clid = clid == one ? Lines{} : Lines{wrong_clid(kByHandle, clid)};
     if (clid != one) {
       EXPECT_REFUSED(39U, zar_deactivate_policy_by_handle_from_all_targets(clid, silver));
-      EXPECT_EQ(take_trace(), clid_told);
+      EXPECT_EQ(take_trace(), about_clid);
     }
-    for (const auto &[handle, said] : wrong_handles(interface)) {
+    for (const auto &[what, handle, look_up] : wrong_handles(interface)) {
       EXPECT_REFUSED(39U, zar_deactivate_policy_by_handle_from_all_targets(clid, handle));
-      EXPECT_EQ(take_trace(), lines(clid_told, said, no_pmap(kByHandle)));
+      EXPECT_TRACED(about_clid, look_up, no_pmap(kByHandle));
     }
   }
   EXPECT_CALLS();
@@ -599,7 +592,7 @@ TEST_F(DeactivatingEverywhere, ByHandleNeedsNoDatabaseAndNoStoredPolicy) {
   activate(tin, interface);
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(zar_deactivate_policy_by_handle_from_all_targets(one, tin), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("tin"), removed_by_handle(tin)));
+  EXPECT_TRACED(unlinked("tin"), removed_by_handle(tin));
   EXPECT_EQ(active_on(interface), Handles{silver});
 }
 
@@ -607,8 +600,7 @@ TEST_F(DeactivatingEverywhere, SkipsATargetThatHasLostItsInformation) {
   const uint32_t second = target(silver, 8);
   target_in(TargetState::without_info);
   EXPECT_EQ(deactivate(false), 0U);
-  EXPECT_EQ(take_trace(),
-            lines(no_target_info("disassociate_target_and_policy"), unlinked("silver"), removed_by_handle(silver)));
+  EXPECT_TRACED(no_target_info("disassociate_target_and_policy"), unlinked("silver"), removed_by_handle(silver));
   EXPECT_EQ(targets_of(silver), Handles{interface});
   EXPECT_EQ(active_on(interface), Handles{silver});
   EXPECT_EQ(active_on(second), Handles{});
@@ -642,23 +634,21 @@ TEST_F(RetrievingFromTarget, FindsAnActivePolicy) {
   activate(bronze, interface);
   EXPECT_REFUSED(0U, zar_retrieve_policy_from_target(one, interface, &gold_info, this, &out));
   EXPECT_EQ(out, gold);
-  EXPECT_EQ(take_trace(),
-            lines(found_policy(kGold), info("(info): %s: success, retrieved policy:%s on target", kName, "gold")));
+  EXPECT_TRACED(found_policy(kGold), info("(info): %s: success, retrieved policy:%s on target", kName, "gold"));
   EXPECT_CALLS();
 }
 
 TEST_F(RetrievingFromTarget, WritesHandle0ForAnInactiveOne) {
   EXPECT_REFUSED(0U, zar_retrieve_policy_from_target(one, interface, &gold_info, nullptr, &out));
   EXPECT_EQ(out, 0U);
-  EXPECT_EQ(take_trace(),
-            lines(found_policy(kGold), info("(info): %s: success, no such policy:%s active on target", kName, "gold")));
+  EXPECT_TRACED(found_policy(kGold), info("(info): %s: success, no such policy:%s active on target", kName, "gold"));
 }
 
 TEST_F(RetrievingFromTarget, WritesHandle0ForOneThatIsNotStored) {
   EXPECT_REFUSED(0U, zar_retrieve_policy_from_target(one, interface, &missing_info, nullptr, &out));
   EXPECT_EQ(out, 0U);
-  EXPECT_EQ(take_trace(), lines(found_no_policy(one, "missing"),
-                                info("(info): %s: success, no such policy:%s active on target", kName, "missing")));
+  EXPECT_TRACED(found_no_policy(one, "missing"),
+                info("(info): %s: success, no such policy:%s active on target", kName, "missing"));
 }
 
 // The look-up of the name traces two lines, in a place of its own.
@@ -698,7 +688,7 @@ TEST_F(RetrievingFromTarget, ChecksEverythingBeforeItRefuses) {
                                                           nullptr, no_place ? nullptr : &out));
       Lines expected;
       if (bad_clid) expected.push_back(wrong_clid(kName, 0));
-      expected = lines(expected, told(kName, state));
+      expected = lines(expected, trace_of(kName, state));
       if (no_info) expected.push_back(no_map_info(kName));
       if (no_place) expected.push_back(no_place_for_pmap(kName));
       // The look-up is still made, into its own place.
@@ -733,9 +723,9 @@ TEST_F(RetrievingFromTarget, Returns39ForAFailedLookUp) {
 }
 
 TEST_F(RetrievingFromTarget, NeedsATarget) {
-  for (const auto &[handle, said] : wrong_handles(gold)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
     EXPECT_REFUSED(39U, zar_retrieve_policy_from_target(one, handle, &silver_info, nullptr, &out));
-    EXPECT_EQ(take_trace(), lines(said, no_target(kName), found_policy(kSilver)));
+    EXPECT_TRACED(look_up, no_target(kName), found_policy(kSilver));
   }
 }
 
@@ -826,9 +816,9 @@ TEST_F(ActivePolicies, CheckEverythingBeforeTheyRefuse) {
       if (state == TargetState::sound && !no_place) continue;
       uint32_t *place = no_place ? nullptr : &out;
       EXPECT_REFUSED(39U, zar_get_first_active_policy_on_target(where, &type, &reserved, place));
-      EXPECT_EQ(take_trace(), lines(told(kFirst, state), no_place ? Lines{no_place_for_pmap(kFirst)} : Lines{}));
+      EXPECT_TRACED(trace_of(kFirst, state), no_place ? Lines{no_place_for_pmap(kFirst)} : Lines{});
       EXPECT_REFUSED(39U, zar_get_next_active_policy_on_target(where, silver, &type, &reserved, place));
-      EXPECT_EQ(take_trace(), lines(told(kNext, state), no_place ? Lines{no_place_for_pmap(kNext)} : Lines{}));
+      EXPECT_TRACED(trace_of(kNext, state), no_place ? Lines{no_place_for_pmap(kNext)} : Lines{});
     }
   }
   EXPECT_EQ(out, kUntouched);
@@ -837,11 +827,11 @@ TEST_F(ActivePolicies, CheckEverythingBeforeTheyRefuse) {
 }
 
 TEST_F(ActivePolicies, NeedATarget) {
-  for (const auto &[handle, said] : wrong_handles(gold)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
     EXPECT_REFUSED(39U, first(handle));
-    EXPECT_EQ(take_trace(), lines(said, no_target(kFirst)));
+    EXPECT_TRACED(look_up, no_target(kFirst));
     EXPECT_REFUSED(39U, next(handle, silver));
-    EXPECT_EQ(take_trace(), lines(said, no_target(kNext)));
+    EXPECT_TRACED(look_up, no_target(kNext));
   }
 }
 

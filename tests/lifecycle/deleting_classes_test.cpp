@@ -89,7 +89,7 @@ TEST_P(DeletingClasses, FreesHandleTextsKeyAndRecord) {
   const uint32_t voice = deletable("voice");
   watch_requests();
   EXPECT_EQ(delete_class(one, voice, "voice"), 0U);
-  EXPECT_EQ(take_trace(), lines(database_found(), deleted(voice, "voice")));
+  EXPECT_TRACED(database_found(), deleted(voice, "voice"));
   EXPECT_TEXT_REMOVALS("0x3e0003b \"voice\"", "0x3e00033 \"d1\"");
   EXPECT_REQUESTS();
   EXPECT_CALLS();
@@ -107,8 +107,8 @@ TEST_P(DeletingClasses, FreesTheFiltersFromTheHead) {
   const uint32_t port = filter_in(voice, "port"), rate = filter_in(voice, "rate");
   watch_requests();
   EXPECT_EQ(delete_class(one, voice, "voice"), 0U);
-  EXPECT_EQ(take_trace(), lines(database_found(), freeing_filter(operation(), port), filter_freed(port),
-                                freeing_filter(operation(), rate), filter_freed(rate), deleted(voice, "voice")));
+  EXPECT_TRACED(database_found(), freeing_filter(operation(), port), filter_freed(port),
+                freeing_filter(operation(), rate), filter_freed(rate), deleted(voice, "voice"));
   EXPECT_CALLS("free port", "free rate");
   EXPECT_REQUESTS();
   EXPECT_FALSE(live(port));
@@ -135,8 +135,8 @@ TEST_P(DeletingClasses, RefusesAReferredOneAndNamesItsPolicies) {
   rule(start, voice, 2);
   rule(event_in(silver, 1), voice);
   EXPECT_REFUSED(39U, delete_class(one, voice, "voice"));
-  EXPECT_EQ(take_trace(), lines(database_found(), still_referred(operation(), voice), by_policy(operation(), "gold"),
-                                by_policy(operation(), "silver")));
+  EXPECT_TRACED(database_found(), still_referred(operation(), voice), by_policy(operation(), "gold"),
+                by_policy(operation(), "silver"));
   EXPECT_CALLS();
 }
 
@@ -149,8 +149,7 @@ TEST_P(DeletingClasses, NamesNoPolicyForAReferenceWithoutOne) {
   zar_pmap *gold_record = std::exchange(reference->pmap, nullptr);
   EXPECT_EQ(delete_class(one, voice, "voice"), 39U);
   reference->pmap = gold_record;
-  EXPECT_EQ(take_trace(),
-            lines(database_found(), still_referred(operation(), voice), by_policy(operation(), "silver")));
+  EXPECT_TRACED(database_found(), still_referred(operation(), voice), by_policy(operation(), "silver"));
   EXPECT_TRUE(live(voice));
 }
 
@@ -162,8 +161,7 @@ TEST_P(DeletingClasses, SucceedsOnceTheLastReferenceIsDropped) {
   EXPECT_EQ(zar_delete_policy(gold), 0U);
   forget_trace();
   EXPECT_REFUSED(39U, delete_class(one, voice, "voice"));
-  EXPECT_EQ(take_trace(),
-            lines(database_found(), still_referred(operation(), voice), by_policy(operation(), "silver")));
+  EXPECT_TRACED(database_found(), still_referred(operation(), voice), by_policy(operation(), "silver"));
   EXPECT_EQ(zar_delete_policy(silver), 0U);
   EXPECT_EQ(delete_class(one, voice, "voice"), 0U);
   EXPECT_FALSE(live(voice));
@@ -188,9 +186,9 @@ TEST_P(DeletingClasses, WorksOnlyOnce) {
 struct DeletingUnstoredClasses : Lifecycle {};
 
 TEST_F(DeletingUnstoredClasses, NeedAClass) {
-  for (const auto &[handle, told] : wrong_handles(pmap("gold"))) {
+  for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
     EXPECT_REFUSED(39U, zar_delete_class(handle));
-    EXPECT_EQ(take_trace(), lines(told, no_cmap("delete_class")));
+    EXPECT_TRACED(look_up, no_cmap("delete_class"));
   }
 }
 
@@ -295,10 +293,10 @@ struct DeletingClassesByHandle : Lifecycle {};
 
 TEST_F(DeletingClassesByHandle, NeedAClass) {
   for (const uint32_t clid : {one, 9U}) {
-    const Lines clid_told = clid == one ? Lines{} : Lines{wrong_clid("delete_stored_class", clid)};
-    for (const auto &[handle, told] : wrong_handles(pmap("gold"))) {
+    const Lines about_clid = clid == one ? Lines{} : Lines{wrong_clid("delete_stored_class", clid)};
+    for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
       EXPECT_REFUSED(39U, zar_delete_stored_class(clid, handle));
-      EXPECT_EQ(take_trace(), lines(clid_told, told, no_cmap("delete_stored_class")));
+      EXPECT_TRACED(about_clid, look_up, no_cmap("delete_stored_class"));
     }
   }
 }
@@ -370,17 +368,16 @@ struct DeletingClassesByName : Lifecycle {
 TEST_F(DeletingClassesByName, NeedAName) {
   stored_cmap("voice");
   for (const uint32_t clid : {one, 9U}) {
-    const Lines clid_told = clid == one ? Lines{} : Lines{wrong_clid(kName, clid)};
+    const Lines about_clid = clid == one ? Lines{} : Lines{wrong_clid(kName, clid)};
     EXPECT_REFUSED(39U, zar_delete_stored_class_by_name(clid, nullptr));
-    EXPECT_EQ(take_trace(), lines(clid_told, no_map_info(kName)));
+    EXPECT_TRACED(about_clid, no_map_info(kName));
 
     const zar_map_info empty{nullptr, 0, nullptr, 0};
     EXPECT_REFUSED(39U, zar_delete_stored_class_by_name(clid, &empty));
-    EXPECT_EQ(take_trace(),
-              lines(clid_told, error("(ERR): %s: domain from input map info cannot be NULL", kName),
-                    error("(ERR): %s: map name from input map info cannot be NULL", kName),
-                    error("(ERR): %s: domain type:%d from input map info is invalid expected range: %d - %d", kName, 0,
-                          1, 2)));
+    EXPECT_TRACED(
+        about_clid, error("(ERR): %s: domain from input map info cannot be NULL", kName),
+        error("(ERR): %s: map name from input map info cannot be NULL", kName),
+        error("(ERR): %s: domain type:%d from input map info is invalid expected range: %d - %d", kName, 0, 1, 2));
   }
 }
 

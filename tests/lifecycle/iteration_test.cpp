@@ -134,7 +134,7 @@ TYPED_TEST(TreeWalks, GoInTheOrderOfTheKeys) {
   }
   EXPECT_ANSWER(0U, TypeParam::next(this->one, silver, &this->out));
   EXPECT_EQ(this->out, 0U);
-  EXPECT_EQ(take_trace(), lines(own_database(TypeParam::kNext), TypeParam::end()));
+  EXPECT_TRACED(own_database(TypeParam::kNext), TypeParam::end());
   EXPECT_CALLS();
 }
 
@@ -142,7 +142,7 @@ TYPED_TEST(TreeWalks, ReturnHandle0InAnEmptyTree) {
   TypeParam::make(*this, "unstored");
   EXPECT_ANSWER(0U, TypeParam::first(this->one, &this->out));
   EXPECT_EQ(this->out, 0U);
-  EXPECT_EQ(take_trace(), lines(own_database(TypeParam::kFirst), TypeParam::empty()));
+  EXPECT_TRACED(own_database(TypeParam::kFirst), TypeParam::empty());
 }
 
 // The tree has reported that there is none before the place is written.
@@ -181,7 +181,7 @@ TYPED_TEST(TreeWalks, GoThroughTheDatabaseOfTheClient) {
   EXPECT_EQ(this->out, gold);
   EXPECT_TRACED(default_database(TypeParam::kFirst), TypeParam::found_first(gold));
   EXPECT_EQ(TypeParam::next(this->two, gold, &this->out), 0U);
-  EXPECT_EQ(take_trace(), lines(default_database(TypeParam::kNext), TypeParam::end()));
+  EXPECT_TRACED(default_database(TypeParam::kNext), TypeParam::end());
 }
 
 TYPED_TEST(TreeWalks, SkipNoTypeAndNothingHidden) {
@@ -223,41 +223,41 @@ TYPED_TEST(TreeWalks, CheckEverythingBeforeTheyRefuse) {
   for (const uint32_t clid : {this->one, 0U, 3U, 0xffffffffU}) {
     for (const bool no_place : {false, true}) {
       uint32_t *place = no_place ? nullptr : &this->out;
-      const auto clid_told = [&](const char *name) {
+      const auto about_clid = [&](const char *name) {
         return clid == this->one ? Lines{} : Lines{wrong_clid(name, clid)};
       };
-      const auto place_told = [&](const char *name) {
+      const auto about_place = [&](const char *name) {
         return no_place ? Lines{TypeParam::no_place(name, clid)} : Lines{};
       };
       if (clid != this->one || no_place) {
         EXPECT_ANSWER(39U, TypeParam::first(clid, place));
-        EXPECT_EQ(take_trace(), lines(clid_told(TypeParam::kFirst), place_told(TypeParam::kFirst)));
+        EXPECT_TRACED(about_clid(TypeParam::kFirst), about_place(TypeParam::kFirst));
         EXPECT_ANSWER(39U, TypeParam::next(clid, gold, place));
-        EXPECT_EQ(take_trace(), lines(clid_told(TypeParam::kNext), place_told(TypeParam::kNext)));
+        EXPECT_TRACED(about_clid(TypeParam::kNext), about_place(TypeParam::kNext));
       }
       EXPECT_ANSWER(39U, TypeParam::next(clid, 0, place));
-      EXPECT_EQ(take_trace(), lines(clid_told(TypeParam::kNext), invalid_handle(),
-                                    TypeParam::no_current(TypeParam::kNext), place_told(TypeParam::kNext)));
+      EXPECT_TRACED(about_clid(TypeParam::kNext), invalid_handle(), TypeParam::no_current(TypeParam::kNext),
+                    about_place(TypeParam::kNext));
     }
   }
   EXPECT_EQ(this->out, kUntouched);
 }
 
 TYPED_TEST(TreeWalks, NeedACurrentMap) {
-  for (const auto &[handle, told] : wrong_handles(this->event(1))) {
+  for (const auto &[what, handle, look_up] : wrong_handles(this->event(1))) {
     EXPECT_ANSWER(39U, TypeParam::next(this->one, handle, &this->out));
-    EXPECT_EQ(take_trace(), lines(told, TypeParam::no_current(TypeParam::kNext)));
+    EXPECT_TRACED(look_up, TypeParam::no_current(TypeParam::kNext));
   }
   EXPECT_EQ(this->out, kUntouched);
 }
 
 TYPED_TEST(TreeWalks, NeedADatabase) {
   const uint32_t gold = TypeParam::make_stored(*this, "gold");
-  const auto expect_37 = [&](uint32_t clid, const auto &told) {
+  const auto expect_37 = [&](uint32_t clid, const auto &trace_of) {
     EXPECT_ANSWER(37U, TypeParam::first(clid, &this->out));
-    EXPECT_TRACED(told(TypeParam::kFirst));
+    EXPECT_TRACED(trace_of(TypeParam::kFirst));
     EXPECT_ANSWER(37U, TypeParam::next(clid, gold, &this->out));
-    EXPECT_TRACED(told(TypeParam::kNext));
+    EXPECT_TRACED(trace_of(TypeParam::kNext));
   };
   zar_clients_info[0]->status = 0;
   expect_37(this->one, [&](const char *name) { return inactive_client(name, this->one); });
@@ -551,9 +551,9 @@ TYPED_TEST(ListWalks, CheckEverythingBeforeTheyBegin) {
       for (const bool no_place : {false, true}) {
         if (clid == this->one && !no_holder && !no_place) continue;
         EXPECT_ANSWER(39U, this->first(clid, no_holder ? 0 : this->holder, no_place ? nullptr : &this->out));
-        EXPECT_EQ(take_trace(), lines(clid == this->one ? Lines{} : Lines{wrong_clid(this->kFirst, clid)},
-                                      no_holder ? Lines{invalid_handle(), this->no_holder(this->kFirst)} : Lines{},
-                                      no_place ? Lines{this->no_place(this->kFirst)} : Lines{}));
+        EXPECT_TRACED(clid == this->one ? Lines{} : Lines{wrong_clid(this->kFirst, clid)},
+                      no_holder ? Lines{invalid_handle(), this->no_holder(this->kFirst)} : Lines{},
+                      no_place ? Lines{this->no_place(this->kFirst)} : Lines{});
       }
     }
   }
@@ -570,10 +570,10 @@ TYPED_TEST(ListWalks, CheckEverythingBeforeTheyContinue) {
           const bool place_is_looked_at = !(no_current && TypeParam::kCurrent0EndsTheCall);
           EXPECT_ANSWER(39U, this->next(clid, no_holder ? 0 : this->holder, no_current ? 0 : only,
                                         no_place ? nullptr : &this->out));
-          EXPECT_EQ(take_trace(), lines(clid == this->one ? Lines{} : Lines{wrong_clid(this->kNext, clid)},
-                                        no_holder ? Lines{invalid_handle(), this->no_holder(this->kNext)} : Lines{},
-                                        no_current ? Lines{this->no_current()} : Lines{},
-                                        no_place && place_is_looked_at ? Lines{this->no_place(this->kNext)} : Lines{}));
+          EXPECT_TRACED(clid == this->one ? Lines{} : Lines{wrong_clid(this->kNext, clid)},
+                        no_holder ? Lines{invalid_handle(), this->no_holder(this->kNext)} : Lines{},
+                        no_current ? Lines{this->no_current()} : Lines{},
+                        no_place && place_is_looked_at ? Lines{this->no_place(this->kNext)} : Lines{});
         }
       }
     }
@@ -583,11 +583,11 @@ TYPED_TEST(ListWalks, CheckEverythingBeforeTheyContinue) {
 
 TYPED_TEST(ListWalks, NeedWhatHoldsTheList) {
   const uint32_t only = this->add(1);
-  for (const auto &[handle, told] : wrong_handles(this->of_another_kind)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(this->of_another_kind)) {
     EXPECT_ANSWER(39U, this->first(this->one, handle, &this->out));
-    EXPECT_EQ(take_trace(), lines(told, this->no_holder(this->kFirst)));
+    EXPECT_TRACED(look_up, this->no_holder(this->kFirst));
     EXPECT_ANSWER(39U, this->next(this->one, handle, only, &this->out));
-    EXPECT_EQ(take_trace(), lines(told, this->no_holder(this->kNext)));
+    EXPECT_TRACED(look_up, this->no_holder(this->kNext));
   }
   EXPECT_EQ(this->out, kUntouched);
 }
@@ -616,11 +616,11 @@ using RuleWalks = ListWalks<RuleWalk>;
 
 TEST_F(RuleWalks, NeedAnEvent) {
   const uint32_t only = add(1);
-  for (const auto &[handle, told] : wrong_handles(only)) {
+  for (const auto &[what, handle, look_up] : wrong_handles(only)) {
     EXPECT_REFUSED(39U, zar_get_class_action(one, holder, handle, &out));
-    EXPECT_EQ(take_trace(), lines(told, no_event(kFirst)));
+    EXPECT_TRACED(look_up, no_event(kFirst));
     EXPECT_REFUSED(39U, zar_get_next_class_action(one, holder, handle, only, &out));
-    EXPECT_EQ(take_trace(), lines(told, no_event(kNext)));
+    EXPECT_TRACED(look_up, no_event(kNext));
   }
   EXPECT_EQ(out, kUntouched);
 }
@@ -654,7 +654,7 @@ TEST_F(RuleWalks, WriteNothingForAPolicyThatIsNotControl) {
     EXPECT_REFUSED(0U, zar_get_next_class_action(one, plain, event_handle, plain_one, &out));
     EXPECT_EQ(out, kUntouched);
   }
-  EXPECT_EQ(take_errors(), Lines{});
+  EXPECT_ERRORS();
 }
 
 TEST_F(RuleWalks, CheckTheArgumentsForAPolicyThatIsNotControlToo) {

@@ -1,7 +1,9 @@
 // The lines that the operations on policy-maps, targets and activations have in common.
 #pragma once
 
+#include "support/lines.h"
 #include "support/repository.h"
+#include "support/wrong_handles.h"
 
 namespace rig {
 
@@ -10,38 +12,10 @@ struct Lifecycle : Repository {
   ~Lifecycle() override { zar_handle_table_destroy(); }
 };
 
-// Lines put together from single ones and from sequences.
-namespace detail {
-inline void append_to(Lines &out, const Line &line) {
-  out.push_back(line);
-}
-inline void append_to(Lines &out, const Lines &more) {
-  out.insert(out.end(), more.begin(), more.end());
-}
-}  // namespace detail
-template <typename... Parts>
-Lines lines(const Parts &...parts) {
-  Lines out;
-  (detail::append_to(out, parts), ...);
-  return out;
-}
-
 // ---- Arguments
 
-inline Line wrong_clid(const char *operation, uint32_t clid, uint32_t clients = 2) {
-  return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", operation, clid, clients);
-}
 inline Line no_map_info(const char *operation) {
   return error("(ERR): %s: input map info cannot be NULL", operation);
-}
-inline Line no_pmap(const char *operation) {
-  return info("(info): %s: Error: input pmap context cannot be NULL", operation);
-}
-inline Line no_cmap(const char *operation) {
-  return error("(ERR): %s: input class map handle context cannot be NULL", operation);
-}
-inline Line no_target(const char *operation) {
-  return info("(info): %s: Error: input target context cannot be NULL", operation);
 }
 inline Line no_target_info(const char *operation) {
   return error("(ERR): %s: input target info cannot be NULL", operation);
@@ -50,48 +24,10 @@ inline Line no_place_for_pmap(const char *operation) {
   return error("(ERR): %s: input policy map handle cannot be NULL", operation);
 }
 
-// ---- Handles
-
-inline Line invalid_handle() {
-  return info("(info): ZAR Handle provided is invalid\n");
-}
-inline Line destroyed_already(uint32_t handle) {
-  return error("(ERR): ZAR: Handle [0x%x] destroyed already\n", handle);
-}
-inline Line another_kind(uint32_t handle) {
-  return error("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", handle);
-}
-
-// A handle that leads to no record of the kind sought, and what the handle table says of it.
-struct WrongHandle {
-  uint32_t handle;
-  Lines told;
-};
-inline std::vector<WrongHandle> wrong_handles(uint32_t of_another_kind) {
-  static int record;
-  const Quiet quiet;
-  const uint32_t released = zar_handle_alloc(&record);
-  zar_handle_release(released);
-  constexpr uint32_t kNeverIssued = 0xfffffff0;
-  return {{0, {invalid_handle()}},
-          {released, {destroyed_already(released)}},
-          {kNeverIssued, {}},
-          {of_another_kind, {another_kind(of_another_kind)}}};
-}
-
 // ---- Look-ups
 
-inline Line own_database(const char *operation) {
-  return info("(info): %s: using client specific database", operation);
-}
-inline Line default_database(const char *operation) {
-  return info("(info): %s: using default database", operation);
-}
 inline Line no_default_database() {
   return error("(ERR): Could not find default db");
-}
-inline Line inactive_client(const char *operation, uint32_t clid) {
-  return error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", operation, clid);
 }
 inline Line missing_client(const char *operation, uint32_t clid) {
   return error("(ERR): %s: clid:%d, Client entry is in ZAR is NULL", operation, clid);

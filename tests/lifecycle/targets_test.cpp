@@ -180,9 +180,9 @@ TEST_F(AddingTargets, ChecksEverythingBeforeItRefuses) {
 }
 
 TEST_F(AddingTargets, NeedsAPolicy) {
-  for (const auto &[handle, told] : wrong_handles(cmap("voice"))) {
+  for (const auto &[what, handle, look_up] : wrong_handles(cmap("voice"))) {
     EXPECT_REFUSED(39U, zar_add_target(one, target_info(7), handle, &out));
-    EXPECT_EQ(take_trace(), lines(told, no_pmap(kName)));
+    EXPECT_TRACED(look_up, no_pmap(kName));
   }
 }
 
@@ -256,9 +256,8 @@ TEST_F(AddingTargets, LeavesNothingWhenTheEngineMakesNoInstance) {
   action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
   engine().create_status = 5;
   expect_undone(37, one, gold);
-  EXPECT_EQ(take_trace(),
-            lines(associated(7, "gold"), unlinked("gold"), instance_not_found(gold),
-                  error("(ERR): Error: Could not create policy instance, target into policy-map:%s", "gold")));
+  EXPECT_TRACED(associated(7, "gold"), unlinked("gold"), instance_not_found(gold),
+                error("(ERR): Error: Could not create policy instance, target into policy-map:%s", "gold"));
   const uint32_t made = handle_in(calls().at(0));
   EXPECT_FALSE(live(made));
   EXPECT_CALLS(instance_created(made, one, kGold), instance_sought(made, kGold));
@@ -269,7 +268,7 @@ TEST_F(AddingTargets, NeedsADatabase) {
   action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
   zar_clients_info[0]->database = nullptr;
   expect_undone(37, two, gold);
-  EXPECT_EQ(take_trace(), lines(associated(7, "gold"), no_default_database(), unlinked("gold")));
+  EXPECT_TRACED(associated(7, "gold"), no_default_database(), unlinked("gold"));
   const uint32_t made = handle_in(calls().at(0));
   EXPECT_FALSE(live(made));
   EXPECT_CALLS(instance_created(made, two, kGold), "notify added permit [7]", instance_sought(made, kGold),
@@ -278,7 +277,7 @@ TEST_F(AddingTargets, NeedsADatabase) {
 
   zar_clients_info[0]->status = 0;
   expect_undone(37, one, gold);
-  EXPECT_EQ(take_trace(), lines(associated(7, "gold"), inactive_client(kName, one), unlinked("gold")));
+  EXPECT_TRACED(associated(7, "gold"), inactive_client(kName, one), unlinked("gold"));
   zar_clients_info[0]->status = 1;
 }
 
@@ -290,11 +289,10 @@ TEST_F(AddingTargets, NeedsRoomInTheTree) {
     expect_undone(41, clid, gold);
     const uint32_t made = handle_in(calls().at(0));
     EXPECT_FALSE(live(made));
-    EXPECT_EQ(take_trace(),
-              lines(associated(7, "gold"), clid == one ? own_database(kName) : default_database(kName),
-                    clid == one ? error("(ERR): Target avl: insert failed, target hdl:0x%x", made)
-                                : error("(ERR): Target avl: insert (default db) failed, target hdl:0x%x", made),
-                    error("(ERR): add_target: Error: avl insert failed, hdl:0x%x", made), unlinked("gold")));
+    EXPECT_TRACED(associated(7, "gold"), clid == one ? own_database(kName) : default_database(kName),
+                  clid == one ? error("(ERR): Target avl: insert failed, target hdl:0x%x", made)
+                              : error("(ERR): Target avl: insert (default db) failed, target hdl:0x%x", made),
+                  error("(ERR): add_target: Error: avl insert failed, hdl:0x%x", made), unlinked("gold"));
     EXPECT_CALLS(instance_created(made, clid, kGold), "notify added permit [7]", instance_sought(made, kGold),
                  instance_deleted(made, kGold), "notify removed permit [7]");
   }
@@ -431,11 +429,11 @@ TEST_F(PolicyContexts, KeepWhatTheEnginePutThere) {
 }
 
 TEST_F(PolicyContexts, NeedATarget) {
-  for (const auto &[handle, told] : wrong_handles(pmap("gold"))) {
+  for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
     EXPECT_REFUSED(nullptr, zar_create_policy_context(handle));
-    EXPECT_EQ(take_trace(), lines(told, no_target("create_policy_context")));
+    EXPECT_TRACED(look_up, no_target("create_policy_context"));
     EXPECT_REFUSED(nullptr, zar_retrieve_policy_context(handle));
-    EXPECT_EQ(take_trace(), lines(told, no_target("retrieve_policy_context")));
+    EXPECT_TRACED(look_up, no_target("retrieve_policy_context"));
   }
 }
 
@@ -536,14 +534,14 @@ TEST_F(RemovingTargets, ChecksTheClientFirstAndRefusesLast) {
     EXPECT_TRACED(wrong_clid(kName, clid));
   }
   for (const uint32_t clid : {one, 9U}) {
-    const Lines clid_told = clid == one ? Lines{} : Lines{wrong_clid(kName, clid)};
-    for (const auto &[handle, told] : wrong_handles(pmap("silver"))) {
+    const Lines about_clid = clid == one ? Lines{} : Lines{wrong_clid(kName, clid)};
+    for (const auto &[what, handle, look_up] : wrong_handles(pmap("silver"))) {
       EXPECT_REFUSED(39U, zar_remove_target(clid, handle, &out));
-      EXPECT_EQ(take_trace(), lines(clid_told, told, no_target(kName)));
+      EXPECT_TRACED(about_clid, look_up, no_target(kName));
     }
     zar_target_info *target_info = std::exchange(at<zar_target>(interface)->target_info, nullptr);
     EXPECT_REFUSED(39U, zar_remove_target(clid, interface, &out));
-    EXPECT_EQ(take_trace(), lines(clid_told, no_target_info(kName)));
+    EXPECT_TRACED(about_clid, no_target_info(kName));
     at<zar_target>(interface)->target_info = target_info;
   }
   EXPECT_EQ(out, untouched);
@@ -645,7 +643,7 @@ TEST_F(DeletingTargets, FreesHandleAndRecord) {
   const uint32_t interface = removed_target(gold);
   watch_requests();
   EXPECT_EQ(zar_delete_target(interface), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("gold"), freed()));
+  EXPECT_TRACED(unlinked("gold"), freed());
   EXPECT_CALLS(instance_sought(interface, kGold), instance_deleted(interface, kGold));
   EXPECT_REQUESTS();
   EXPECT_FALSE(live(interface));
@@ -659,7 +657,7 @@ TEST_F(DeletingTargets, DeactivatesEveryPolicyInOrder) {
   action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
   hear_removals(one);
   EXPECT_EQ(zar_delete_target(interface), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("gold"), unlinked("silver"), freed()));
+  EXPECT_TRACED(unlinked("gold"), unlinked("silver"), freed());
   EXPECT_CALLS(instance_sought(interface, kGold), instance_deleted(interface, kGold), "notify removed permit [7]",
                instance_sought(interface, "silver:d1:1"), instance_deleted(interface, "silver:d1:1"));
   EXPECT_EQ(targets_of(gold), Handles{});
@@ -683,8 +681,7 @@ TEST_F(DeletingTargets, IsDoneWhateverTheEngineReturnsOfTheInstances) {
   activate(silver, interface);
   engine().find_status = 1;
   EXPECT_EQ(zar_delete_target(interface), 0U);
-  EXPECT_EQ(take_trace(),
-            lines(unlinked("gold"), instance_not_found(gold), unlinked("silver"), instance_not_found(silver), freed()));
+  EXPECT_TRACED(unlinked("gold"), instance_not_found(gold), unlinked("silver"), instance_not_found(silver), freed());
   EXPECT_FALSE(live(interface));
   EXPECT_EQ(targets_of(gold), Handles{});
   EXPECT_EQ(targets_of(silver), Handles{});
@@ -698,7 +695,7 @@ TEST_F(DeletingTargets, FreesAContextThatTheEngineLeftEmpty) {
   const uint32_t context_handle = context->handle;
   forget_trace();
   EXPECT_EQ(zar_delete_target(interface), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("gold"), removing_context(context), freed()));
+  EXPECT_TRACED(unlinked("gold"), removing_context(context), freed());
   EXPECT_CALLS(instance_sought(interface, kGold), instance_deleted(interface, kGold));
   EXPECT_FALSE(live(context_handle));
   EXPECT_EQ(everything(), before);
@@ -719,7 +716,7 @@ TEST_F(DeletingTargets, LetsTheEngineFreeItsContextFirst) {
     EXPECT_EQ(targets_of(gold), Handles{});
   };
   EXPECT_EQ(zar_delete_target(interface), 0U);
-  EXPECT_EQ(take_trace(), lines(unlinked("gold"), removing_context(context), freed()));
+  EXPECT_TRACED(unlinked("gold"), removing_context(context), freed());
   EXPECT_CALLS(instance_sought(interface, kGold), instance_deleted(interface, kGold), ae_context_freed(this));
   EXPECT_FALSE(live(context_handle));
   EXPECT_EQ(everything(), before);
@@ -736,8 +733,8 @@ TEST_F(DeletingTargets, StopsWhereTheEngineKeepsItsContext) {
   engine().free_ae_status = 1;
   forget_trace();
   EXPECT_EQ(zar_delete_target(interface), 37U);
-  EXPECT_EQ(take_trace(), lines(unlinked("gold"), removing_context(context),
-                                info("(info): delete_target:Error: policy context free failed")));
+  EXPECT_TRACED(unlinked("gold"), removing_context(context),
+                info("(info): delete_target:Error: policy context free failed"));
   EXPECT_EQ(targets_of(gold), Handles{});
   EXPECT_FALSE(live(interface));
   EXPECT_TRUE(live(context_handle));
@@ -752,9 +749,9 @@ TEST_F(DeletingTargets, StopsWhereTheEngineKeepsItsContext) {
 }
 
 TEST_F(DeletingTargets, NeedsATarget) {
-  for (const auto &[handle, told] : wrong_handles(pmap("gold"))) {
+  for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
     EXPECT_REFUSED(39U, zar_delete_target(handle));
-    EXPECT_EQ(take_trace(), lines(told, no_target(kName)));
+    EXPECT_TRACED(look_up, no_target(kName));
   }
 }
 

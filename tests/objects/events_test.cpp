@@ -1,5 +1,6 @@
 // The creation of events, and their match criteria.
 #include "platform/runtime.h"
+#include "support/lines.h"
 #include "support/platform_log.h"
 #include "support/repository.h"
 
@@ -236,7 +237,7 @@ TEST_F(MatchCriteria, From3OnAreRefused) {
 TEST_F(MatchCriteria, NeedAnEvent) {
   for (const uint32_t criteria : {0U, 1U, 2U}) {
     EXPECT_REFUSED(39U, zar_event_set_match_criteria(0, criteria));
-    EXPECT_TRACED(info("(info): ZAR Handle provided is invalid\n"), no_event("event_set_match_criteria"));
+    EXPECT_TRACED(invalid_handle(), no_event("event_set_match_criteria"));
   }
   EXPECT_EQ(zar_event_get_match_criteria(0xfffffff0), 0U);
   EXPECT_TRACED(no_event("event_get_match_criteria"));

@@ -5,10 +5,6 @@
 
 namespace rig {
 
-inline Line wrong_clid(const char *caller, uint32_t clid, uint32_t count) {
-  return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", caller, clid, count);
-}
-
 struct PolicyMaps {
   using Record = zar_pmap;
   static constexpr Kind kKind = Kind::pmap;

@@ -3,6 +3,7 @@
 
 #include "objects/map_families.h"
 #include "platform/runtime.h"
+#include "support/lines.h"
 #include "support/platform_log.h"
 
 using namespace rig;
@@ -117,7 +118,7 @@ struct MapCreation : Repository {
     make_pool();
     runtime::fail_request(service, nth);
     EXPECT_REFUSED(status, Family::create(one, &gold, &handle));
-    EXPECT_EQ(take_trace(), Lines{line});
+    EXPECT_TRACED(line);
     EXPECT_EQ(take_text_removals(), removals);
     EXPECT_EQ(handle, kUntouched);
     EXPECT_EQ(Family::create(one, &gold, &handle), 0U) << "the fault is over";

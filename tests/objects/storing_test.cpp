@@ -1,5 +1,6 @@
 // Storing maps and retrieving them by name.
 #include "objects/map_families.h"
+#include "support/lines.h"
 #include "support/when_traced.h"
 
 using namespace rig;
@@ -8,15 +9,6 @@ namespace {
 
 constexpr uint32_t kUntouched = 0xabcd;
 
-Line own_database(const char *caller) {
-  return info("(info): %s: using client specific database", caller);
-}
-Line default_database(const char *caller) {
-  return info("(info): %s: using default database", caller);
-}
-Line inactive(const char *caller, uint32_t clid) {
-  return error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", caller, clid);
-}
 Line no_database() {
   return error("(ERR): Could not find default db");
 }
@@ -103,12 +95,12 @@ TYPED_TEST(Storing, NeedsAHandleWithARecord) {
   const uint32_t gold = this->make("gold");
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(TypeParam::store(this->one, 0), 39U);
-  EXPECT_TRACED(info("(info): ZAR Handle provided is invalid\n"), TypeParam::bad_handle());
+  EXPECT_TRACED(invalid_handle(), TypeParam::bad_handle());
   EXPECT_EQ(TypeParam::store(this->one, 0xfffffff0), 39U);
   EXPECT_TRACED(TypeParam::bad_handle());
   zar_handle_release(gold);
   EXPECT_EQ(TypeParam::store(this->one, gold), 39U);
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", gold), TypeParam::bad_handle());
+  EXPECT_TRACED(destroyed_already(gold), TypeParam::bad_handle());
   EXPECT_EQ(TypeParam::stored(this->db), Handles{});
 }
 
@@ -116,7 +108,7 @@ TYPED_TEST(Storing, NeedsAnActiveClient) {
   const uint32_t gold = this->make("gold");
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(TypeParam::store(this->one, gold), 37U);
-  EXPECT_TRACED(inactive(TypeParam::kStore, 1));
+  EXPECT_TRACED(inactive_client(TypeParam::kStore, 1));
   EXPECT_EQ(TypeParam::stored(this->db), Handles{});
 }
 
@@ -303,7 +295,7 @@ TYPED_TEST(Storing, IsForActiveClientsToRetrieve) {
   uint32_t handle = kUntouched;
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(TypeParam::retrieve(this->one, &gold, &handle), 37U);
-  EXPECT_TRACED(inactive(TypeParam::kRetrieve, 1));
+  EXPECT_TRACED(inactive_client(TypeParam::kRetrieve, 1));
   EXPECT_EQ(handle, kUntouched);
 }
 

@@ -1,5 +1,5 @@
 // The evaluation of a statement: one slot for each of the filter types 0 to 4, all configured ones to be matched.
-#include "present/bad_handles.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -81,13 +81,13 @@ TEST_F(CompareTable, KnowsFiveTypesOnly) {
 }
 
 TEST_F(CompareTable, IsEmptyWithoutAClassMap) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::cmap)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::cmap)) {
+    SCOPED_TRACE(wrong.what);
     configure(31);
     begin();
     forget_trace();
-    zar_init_internal_cmap_compare(bad.handle);
-    EXPECT_EQ(take_trace(), bad.said);
+    zar_init_internal_cmap_compare(wrong.handle);
+    EXPECT_EQ(take_trace(), wrong.look_up);
     EXPECT_EQ(zar_internal_cmap_compare(), 0U);
     offer(3);
     EXPECT_EQ(zar_internal_cmap_compare(), 1U) << "no other slot is configured";
@@ -178,8 +178,8 @@ TEST_F(CompareTable, TreatsAFailedSearchAsAFailedType) {
   EXPECT_TRUE(fails(cmap, nullptr));
   EXPECT_TRUE(fails(cmap, &unusable));
   NEEDS_TRACE();
-  for (const BadHandle &bad : bad_handles(*this, Kind::cmap)) {
-    EXPECT_TRUE(fails(bad.handle, &good)) << bad.what;
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::cmap)) {
+    EXPECT_TRUE(fails(wrong.handle, &good)) << wrong.what;
     EXPECT_EQ(take_errors().back(),
               error("(ERR): %s: input class map handle context cannot be NULL", "retrieve_filter"));
   }

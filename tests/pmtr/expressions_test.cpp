@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "present/bad_handles.h"
 #include "support/platform_log.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -206,11 +206,11 @@ TEST_F(Expressions, OfAStatementWithoutFiltersAreNone) {
 // ---- Arguments
 
 TEST_F(Expressions, AreThoseOfAParameterMap) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, kel_pmtr_map_get_filter_expr_by_type(bad.handle, 10, "device", out));
-    EXPECT_EQ(take_trace(), then(bad.said, {error("(ERR): %s: input pmtr-map handle context cannot be NULL", kName)}));
+    EXPECT_REFUSED(39U, kel_pmtr_map_get_filter_expr_by_type(wrong.handle, 10, "device", out));
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: input pmtr-map handle context cannot be NULL", kName));
   }
   EXPECT_STREQ(out, "untouched");
 }
@@ -241,8 +241,7 @@ TEST_F(Expressions, NeedTheClassMapOfTheStatement) {
   const uint32_t cmap = statement_of_texts(10, {"device phone"});
   zar_handle_release(cmap);
   EXPECT_REFUSED(39U, find("device"));
-  EXPECT_TRACED(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", cmap),
-                error("(ERR): %s: input class map handle context cannot be NULL", kName));
+  EXPECT_TRACED(destroyed_already(cmap), error("(ERR): %s: input class map handle context cannot be NULL", kName));
 }
 
 TEST_F(Expressions, NeedAnOutPlace) {

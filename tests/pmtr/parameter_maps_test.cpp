@@ -5,8 +5,8 @@
 
 #include "platform/engine.h"
 #include "platform/runtime.h"
-#include "present/bad_handles.h"
 #include "support/platform_log.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -246,15 +246,15 @@ TEST_F(HiddenMaps, AreUnhiddenPermanently) {
 }
 
 TEST_F(HiddenMaps, AreParameterMaps) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(0U, zar_is_pmap_hidden(bad.handle));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(" ")}));
+    EXPECT_REFUSED(0U, zar_is_pmap_hidden(wrong.handle));
+    EXPECT_TRACED(wrong.look_up, no_map(" "));
     const std::string before = everything();
-    zar_unhide_pmap(bad.handle);
+    zar_unhide_pmap(wrong.handle);
     EXPECT_EQ(everything(), before);
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(" "), error("(ERR): Null context - cannot unhide parameter-map")}));
+    EXPECT_TRACED(wrong.look_up, no_map(" "), error("(ERR): Null context - cannot unhide parameter-map"));
   }
 }
 
@@ -302,11 +302,11 @@ TEST_F(Storing, StopsAtTheFirstFault) {
     EXPECT_TRACED(wrong_clid("store_pmtr_map", clid));
   }
   zar_clients_info[0]->status = 0;
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_store_pmtr_map(one, bad.handle));
-    EXPECT_EQ(take_trace(), then(bad.said, {error("(ERR): store_pmtr_map: Error: invalid pmtr_map handle")}));
+    EXPECT_REFUSED(39U, zar_store_pmtr_map(one, wrong.handle));
+    EXPECT_TRACED(wrong.look_up, error("(ERR): store_pmtr_map: Error: invalid pmtr_map handle"));
   }
   EXPECT_REFUSED(37U, zar_store_pmtr_map(one, abc));
   EXPECT_TRACED(inactive("store_pmtr_map"));
@@ -441,11 +441,11 @@ TEST_F(Names, AreGiven) {
 }
 
 TEST_F(Names, AreThoseOfParameterMaps) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(nullptr, zar_get_pmtr_map_name(bad.handle));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(" ")}));
+    EXPECT_REFUSED(nullptr, zar_get_pmtr_map_name(wrong.handle));
+    EXPECT_TRACED(wrong.look_up, no_map(" "));
   }
 }
 
@@ -527,11 +527,11 @@ TEST_F(Walking, ContinuesWithAClientAPlaceAndADatabase) {
 
 TEST_F(Walking, ContinuesFromAMap) {
   stored_pmtr_map("a");
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_get_next_pmtr_map(one, bad.handle, &place));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("get_next_pmtr_map")}));
+    EXPECT_REFUSED(39U, zar_get_next_pmtr_map(one, wrong.handle, &place));
+    EXPECT_TRACED(wrong.look_up, no_map("get_next_pmtr_map"));
   }
   EXPECT_EQ(place, kUntouched);
 }
@@ -651,7 +651,7 @@ TEST_F(Deleting, DeletesTheStatementsInTheirOrder) {
     const uint32_t first_filter = filters_of(first->internal_cmap).front();
     const uint32_t second_filter = filters_of(second->internal_cmap).front();
     Lines expected =
-        then(statement_gone(each.name, first, first_filter), statement_gone(each.name, second, second_filter));
+        lines(statement_gone(each.name, first, first_filter), statement_gone(each.name, second, second_filter));
     expected.push_back(info("(info): %s: successfully delete pmtr_map:0x%x", each.name, each.map));
     EXPECT_EQ(each.destroy(each.map), 0U);
     EXPECT_EQ(take_trace(), expected);
@@ -685,13 +685,13 @@ TEST_F(Deleting, LeavesOnlyTheDomainOfAWholeMap) {
 }
 
 TEST_F(Deleting, RefusesAHandleThatNamesNoParameterMap) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_delete_pmtr_map(bad.handle));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("delete_pmtr_map")}));
-    EXPECT_REFUSED(39U, zar_delete_stored_pmtr_map(bad.handle, db));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("delete_stored_pmtr_map")}));
+    EXPECT_REFUSED(39U, zar_delete_pmtr_map(wrong.handle));
+    EXPECT_TRACED(wrong.look_up, no_map("delete_pmtr_map"));
+    EXPECT_REFUSED(39U, zar_delete_stored_pmtr_map(wrong.handle, db));
+    EXPECT_TRACED(wrong.look_up, no_map("delete_stored_pmtr_map"));
   }
 }
 

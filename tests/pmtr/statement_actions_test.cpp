@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "present/bad_handles.h"
 #include "support/when_traced.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -11,18 +11,6 @@ namespace {
 
 constexpr uint32_t kUntouched = 0xabcd;
 
-Line no_map(const char *caller) {
-  return error("(ERR): %s: input pmtr-map handle context cannot be NULL", caller);
-}
-Line own_database(const char *caller) {
-  return info("(info): %s: using client specific database", caller);
-}
-Line wrong_clid(const char *caller, uint32_t clid) {
-  return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", caller, clid, 2);
-}
-Line inactive(const char *caller) {
-  return error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", caller, 1);
-}
 Line no_matching_statement() {
   return error("(ERR): Error: No matching map stmt for this pmtr_map");
 }
@@ -95,7 +83,7 @@ TEST_F(MakingActions, MakesAnActionAndFreesTheContext) {
   EXPECT_EQ(make(3, 65535, context), 0U);
   ASSERT_EQ(actions().size(), 1U);
   const uint32_t action = actions().front();
-  Lines expected = then({found(0, 3)}, then(made(action, 3), put_first(action, 3)));
+  Lines expected = lines(found(0, 3), made(action, 3), put_first(action, 3));
   expected.push_back(info("(info): added action with index: %d", 3));
   expected.push_back(context_freed(context));
   EXPECT_EQ(take_trace(), expected);
@@ -127,7 +115,7 @@ TEST_F(MakingActions, IsTracedAsInsertedAfterAnother) {
   statement_action(abc, 10, 2, "first");
   EXPECT_EQ(make(7, 0, context), 0U);
   const uint32_t action = actions().back();
-  Lines expected = then({found(0, 7)}, then(made(action, 7), put_behind(action, 7)));
+  Lines expected = lines(found(0, 7), made(action, 7), put_behind(action, 7));
   expected.push_back(info("(info): added action with index: %d", 7));
   expected.push_back(context_freed(context));
   EXPECT_EQ(take_trace(), expected);
@@ -159,7 +147,7 @@ TEST_F(MakingActions, NeedsTheSameActionToTheEnd) {
   when_traced(info("(info): same action number: %d, same action.Replacing action in pmtr-map", 3),
               [&] { zar_handle_release(action); });
   make(3, 9, same);
-  EXPECT_EQ(take_errors().front(), error("(ERR): ZAR: Handle [0x%x] destroyed already\n", action));
+  EXPECT_EQ(take_errors().front(), destroyed_already(action));
 }
 
 TEST_F(MakingActions, GivesNewDataToTheSameActionOfAContextWithLess) {
@@ -181,8 +169,8 @@ TEST_F(MakingActions, RemovesAnotherActionOfTheNumber) {
   const uint32_t action = actions()[1];
   EXPECT_NE(action, old_action);
   Lines expected =
-      then({found(old_action, 3), info("(info): same action number: %d, but new action.Removed action in pmtr-map", 3)},
-           then(made(action, 3), put_behind(action, 3)));
+      lines(found(old_action, 3), info("(info): same action number: %d, but new action.Removed action in pmtr-map", 3),
+            made(action, 3), put_behind(action, 3));
   expected.push_back(info("(info): added action with index: %d", 3));
   expected.push_back(context_freed(context));
   EXPECT_EQ(take_trace(), expected);
@@ -205,12 +193,11 @@ TEST_F(MakingActions, TakesAnotherEntryFunctionForAnotherAction) {
 }
 
 TEST_F(MakingActions, FreesTheContextWhereThereIsNoMap) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(0U, zar_pmtr_map_create_action(bad.handle, 10, 3, 0, &context));
-    EXPECT_EQ(take_trace(),
-              then(bad.said, {no_map("retrieve_action_num_in_pmtr_stmt_action"), context_freed(context)}));
+    EXPECT_REFUSED(0U, zar_pmtr_map_create_action(wrong.handle, 10, 3, 0, &context));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map("retrieve_action_num_in_pmtr_stmt_action"), context_freed(context));
     EXPECT_CALLS("free context log");
   }
 }
@@ -256,17 +243,16 @@ TEST_F(MakingActions, DeletesTheActionWhereThereIsNoStatement) {
   EXPECT_EQ(everything(), before);
   EXPECT_CALLS("free log");
   NEEDS_TRACE();
-  const Lines lines = take_trace();
-  ASSERT_EQ(lines.size(), 7U);
-  EXPECT_TRUE(lines[0].text.starts_with("(info): create_action: successful, action:0x")) << lines[0];
-  const unsigned long made_action =
-      std::strtoul(lines[0].text.substr(lines[0].text.rfind('x') + 1).c_str(), nullptr, 16);
+  const Lines all = take_trace();
+  ASSERT_EQ(all.size(), 7U);
+  EXPECT_TRUE(all[0].text.starts_with("(info): create_action: successful, action:0x")) << all[0];
+  const unsigned long made_action = std::strtoul(all[0].text.substr(all[0].text.rfind('x') + 1).c_str(), nullptr, 16);
   const uint32_t action = static_cast<uint32_t>(made_action);
-  EXPECT_EQ(lines, then(made(action, 3), {error("(ERR): Could not find stmt to add action for map index: %d", 11),
-                                          error("(ERR): Could not add action with index: %d", 3),
-                                          info("(info): action:0x%x reference count:%d", action, 0),
-                                          info("(info): action:0x%x chunk freed", action),
-                                          info("(info): %s: deleted action:0x%x", "delete_action", action)}));
+  EXPECT_EQ(all, lines(made(action, 3), error("(ERR): Could not find stmt to add action for map index: %d", 11),
+                       error("(ERR): Could not add action with index: %d", 3),
+                       info("(info): action:0x%x reference count:%d", action, 0),
+                       info("(info): action:0x%x chunk freed", action),
+                       info("(info): %s: deleted action:0x%x", "delete_action", action)));
 }
 
 TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBeAdded) {
@@ -274,7 +260,7 @@ TEST_F(MakingActions, LeavesTheContextWhereTheActionCannotBeAdded) {
   when_traced(info("(info): Created action with index: %d", 3), [&] { zar_handle_release(abc); });
   EXPECT_EQ(make(3, 0, context), 1U);
   EXPECT_CALLS("free log");
-  EXPECT_ERRORS(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", abc), no_map("add_action_to_pmtr_map_rule"),
+  EXPECT_ERRORS(destroyed_already(abc), no_pmtr_map("add_action_to_pmtr_map_rule"),
                 error("(ERR): Could not add action with index: %d", 3));
 }
 
@@ -356,17 +342,17 @@ TEST_F(PuttingIn, AfterOneThatIsThereTwiceComesAfterItsFirstOccurrence) {
 TEST_F(PuttingIn, StopsAtTheFirstFault) {
   breaks_invariants("its functions are taken from a record");
   const char *const name = "add_action_to_pmtr_map_rule";
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_add_action_to_pmtr_map_rule(bad.handle, 99, 0xfffffff0));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(name)}));
+    EXPECT_REFUSED(39U, zar_add_action_to_pmtr_map_rule(wrong.handle, 99, 0xfffffff0));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map(name));
   }
-  for (const BadHandle &bad : bad_handles(*this, Kind::action)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_add_action_to_pmtr_map_rule(abc, 99, bad.handle));
-    EXPECT_EQ(take_trace(), then(bad.said, {error("(ERR): %s: Error: input action context cannot be NULL", name)}));
+    EXPECT_REFUSED(39U, zar_add_action_to_pmtr_map_rule(abc, 99, wrong.handle));
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: input action context cannot be NULL", name));
   }
   const uint32_t log = action("log");
   for (const uint32_t index : {9U, 11U, 266U, 0xffffffffU}) {
@@ -403,19 +389,19 @@ TEST_F(TakingOut, OfAnActionThatDoesNotExistChangesNothing) {
 TEST_F(TakingOut, StopsAtTheFirstFault) {
   breaks_invariants("its functions are taken from a record");
   const char *const name = "remove_action_from_pmtr_stmt_action";
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_remove_action_from_pmtr_stmt_action(bad.handle, 99, 0xfffffff0));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(name)}));
+    EXPECT_REFUSED(39U, zar_remove_action_from_pmtr_stmt_action(wrong.handle, 99, 0xfffffff0));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map(name));
   }
   EXPECT_REFUSED(39U, zar_remove_action_from_pmtr_stmt_action(abc, 99, 0xfffffff0));
   EXPECT_TRACED();
-  for (const BadHandle &bad : bad_handles(*this, Kind::action)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_remove_action_from_pmtr_stmt_action(abc, 10, bad.handle));
-    EXPECT_EQ(take_trace(), then(bad.said, {error("(ERR): %s: Error: input action context cannot be NULL", name)}));
+    EXPECT_REFUSED(39U, zar_remove_action_from_pmtr_stmt_action(abc, 10, wrong.handle));
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: input action context cannot be NULL", name));
   }
   const uint32_t log = statement_action(abc, 10, 1, "a");
   take_functions(at<zar_action>(log));
@@ -466,11 +452,11 @@ TEST_F(FindingByNumber, StopsAtTheFirstFault) {
   const char *const name = "retrieve_action_num_in_pmtr_stmt_action";
   EXPECT_REFUSED(39U, zar_retrieve_action_num_in_pmtr_stmt_action(0xfffffff0, 10, 1, nullptr));
   EXPECT_TRACED(error("(ERR): %s: Error: input action handle cannot be NULL", name));
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_retrieve_action_num_in_pmtr_stmt_action(bad.handle, 10, 1, &place));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(name)}));
+    EXPECT_REFUSED(39U, zar_retrieve_action_num_in_pmtr_stmt_action(wrong.handle, 10, 1, &place));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map(name));
   }
   EXPECT_EQ(place, kUntouched);
 }
@@ -612,18 +598,18 @@ TEST_F(WalkingActions, StopsAtTheFirstFault) {
     EXPECT_TRACED(wrong_clid(kNext, clid));
   }
   zar_clients_info[0]->status = 0;
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_pmtr_get_first_action_index(one, bad.handle, 11, &place));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(kFirst)}));
-    EXPECT_REFUSED(39U, zar_pmtr_get_next_action_index(one, bad.handle, 11, a, &place));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map(kNext)}));
+    EXPECT_REFUSED(39U, zar_pmtr_get_first_action_index(one, wrong.handle, 11, &place));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map(kFirst));
+    EXPECT_REFUSED(39U, zar_pmtr_get_next_action_index(one, wrong.handle, 11, a, &place));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map(kNext));
   }
   EXPECT_REFUSED(37U, first(11));
-  EXPECT_TRACED(inactive(kFirst));
+  EXPECT_TRACED(inactive_client(kFirst, 1));
   EXPECT_REFUSED(37U, next(a, 11));
-  EXPECT_TRACED(inactive(kNext));
+  EXPECT_TRACED(inactive_client(kNext, 1));
   EXPECT_EQ(place, kUntouched);
 }
 

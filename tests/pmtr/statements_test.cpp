@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "platform/runtime.h"
-#include "present/bad_handles.h"
 #include "support/platform_log.h"
 #include "support/when_traced.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -17,18 +17,6 @@ constexpr const char *kPool = "ZAR DB pmtr-map stmt chunk";
 
 const Line kNoOwner = info("(info): no registered owner for domain:%s, using default", "subscriber");
 
-Line no_map(const char *caller) {
-  return error("(ERR): %s: input pmtr-map handle context cannot be NULL", caller);
-}
-Line own_database(const char *caller) {
-  return info("(info): %s: using client specific database", caller);
-}
-Line wrong_clid(const char *caller, uint32_t clid) {
-  return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", caller, clid, 2);
-}
-Line inactive(const char *caller) {
-  return error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", caller, 1);
-}
 Line no_memory_for_name() {
   return error("(ERR): create_pmtr_map: memory alloc for map_info map_name failed clid:%d", 1);
 }
@@ -114,9 +102,8 @@ TEST_F(NewStatement, IsTracedStepByStep) {
   EXPECT_EQ(add(10, "expression"), 0U);
   const zar_pmtr_map_stmt *statement = statement_of(abc, 10);
   const uint32_t cmap = statement->internal_cmap;
-  EXPECT_EQ(take_trace(),
-            then({kNoOwner, kNoOwner}, then(class_made(cmap, "__PMTR__abc10"),
-                                            then(put_first(statement, 10), filter_added(filters(10).front(), cmap)))));
+  EXPECT_TRACED(kNoOwner, kNoOwner, class_made(cmap, "__PMTR__abc10"), put_first(statement, 10),
+                filter_added(filters(10).front(), cmap));
   EXPECT_CALLS();
 }
 
@@ -286,8 +273,7 @@ TEST_F(NewStatement, NeedsAClassMap) {
   EXPECT_REFUSED(39U, add(10, "expression"));
   EXPECT_TRACED(kNoOwner, kNoOwner, info("(info): Hidden classmap name: %s", "__PMTR__abc10"),
                 error("(ERR): create_class: memory alloc for cmap failed clid:%d, name:%s", 1, "__PMTR__abc10"),
-                error("(ERR): Failure creating pmtr_internal_classmap: %s", "__PMTR__abc10"),
-                info("(info): ZAR Handle provided is invalid\n"),
+                error("(ERR): Failure creating pmtr_internal_classmap: %s", "__PMTR__abc10"), invalid_handle(),
                 error("(ERR): %s: input class map handle context cannot be NULL", "delete_class"));
 }
 
@@ -307,7 +293,8 @@ TEST_F(NewStatement, NeedsAClassMapOfAFreeName) {
 TEST_F(NewStatement, NeedsAnActiveOwner) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(39U, add(10, "expression"));
-  EXPECT_ERRORS(inactive("store_class"), error("(ERR): Failure creating pmtr_internal_classmap: %s", "__PMTR__abc10"));
+  EXPECT_ERRORS(inactive_client("store_class", 1),
+                error("(ERR): Failure creating pmtr_internal_classmap: %s", "__PMTR__abc10"));
 }
 
 TEST_F(NewStatement, NeedsItsMapToTheEnd) {
@@ -315,7 +302,7 @@ TEST_F(NewStatement, NeedsItsMapToTheEnd) {
   const runtime::Inventory before = runtime::inventory();
   when_traced(info("(info): Created pmtr_internal_classmap: %s", "__PMTR__abc10"), [&] { zar_handle_release(abc); });
   EXPECT_EQ(add(10, "expression"), 37U);
-  EXPECT_ERRORS(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", abc), no_map("add_pmtr_map_stmt_to_pmtr_map"),
+  EXPECT_ERRORS(destroyed_already(abc), no_pmtr_map("add_pmtr_map_stmt_to_pmtr_map"),
                 error("(ERR): Failure enqueing pmtr map statement withmap-index: %d", 10));
   runtime::Inventory expected = before;
   expected.ids -= 1;
@@ -337,11 +324,11 @@ TEST_F(NewStatement, NeedsItsClassMapToTheEnd) {
 
 TEST_F(NewStatement, NeedsAParameterMapAndAFilter) {
   const zar_filter_context context = filter_context("expression");
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(bad.handle, &context, 0, 0, 0, 1, 0, 0));
-    EXPECT_EQ(take_trace(), then({kNoOwner}, then(bad.said, {no_map("add_filter_to_pmtr_map")})));
+    EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(wrong.handle, &context, 0, 0, 0, 1, 0, 0));
+    EXPECT_TRACED(kNoOwner, wrong.look_up, no_pmtr_map("add_filter_to_pmtr_map"));
   }
   forget_trace();
   EXPECT_REFUSED(39U, zar_pmtr_create_or_add_filter(abc, nullptr, 0, 0, 0, 1, 0, 0));
@@ -416,7 +403,7 @@ TEST_F(MoreFilters, JoinTheStatement) {
   EXPECT_EQ(add(10, "second", {.no_match = 1, .regex = 7, .flag_3 = 8, .type = 2}), 0U);
   ASSERT_EQ(filters(10).size(), 2U);
   const uint32_t second = filters(10)[1];
-  EXPECT_EQ(take_trace(), then({kNoOwner}, filter_added(second, cmap, "no-match", 7)));
+  EXPECT_TRACED(kNoOwner, filter_added(second, cmap, "no-match", 7));
   const zar_filter *record = at<zar_filter>(second);
   EXPECT_EQ(record->no_match, 1);
   EXPECT_EQ(record->regex, 7);
@@ -553,12 +540,12 @@ TEST_F(Replacement, DeletesTheStatementAndCreatesItAgain) {
   EXPECT_CALLS("free action", "free old");
   const zar_pmtr_map_stmt *statement = statement_of(abc, 10);
   const uint32_t cmap = statement->internal_cmap;
-  Lines expected = then({kNoOwner, kNoOwner}, then(action_freed(old_action), class_deleted(old_cmap, old_filters, 10)));
+  Lines expected = lines(kNoOwner, kNoOwner, action_freed(old_action), class_deleted(old_cmap, old_filters, 10));
   expected.push_back(statement_removed(old_statement));
   expected.push_back(info("(info): Pmtr-map statement for map index %dremoved", 10));
   expected.push_back(kNoOwner);
-  expected = then(expected, then(class_made(cmap, "__PMTR__abc10"), put_first(statement, 10)));
-  EXPECT_EQ(take_trace(), then(expected, filter_added(filters(10).front(), cmap)));
+  expected = lines(expected, class_made(cmap, "__PMTR__abc10"), put_first(statement, 10));
+  EXPECT_TRACED(expected, filter_added(filters(10).front(), cmap));
   EXPECT_FALSE(live(old_action) || live(old_cmap) || live(old_filters.front()));
   EXPECT_EQ(mask(10), 1U << 4);
   EXPECT_EQ(cmaps_in(db), Handles{cmap});
@@ -638,7 +625,7 @@ TEST_F(Replacement, ContinuesWhereTheOldStatementCannotBeDeleted) {
   add(10, "new", {.replace = 1});
   const Lines lines = take_trace();
   const Lines expected = {error("(ERR): ZAR Found NULL context with handle [0x%x]\n", abc),
-                          no_map("delete_pmtr_map_statement"),
+                          no_pmtr_map("delete_pmtr_map_statement"),
                           error("(ERR): Pmtr-map statement for map index %dcannot be removed", 10), kNoOwner,
                           info("(info): Hidden classmap name: %s", "__PMTR__abc10")};
   EXPECT_NE(std::search(lines.begin(), lines.end(), expected.begin(), expected.end()), lines.end());
@@ -650,7 +637,7 @@ TEST_F(Replacement, NeedsItsMapToTheEnd) {
   statement(abc, 10, "old");
   when_traced(info("(info): Created pmtr_internal_classmap: %s", "__PMTR__abc10"), [&] { zar_handle_release(abc); });
   EXPECT_EQ(add(10, "new", {.replace = 1}), 37U);
-  EXPECT_ERRORS(error("(ERR): ZAR: Handle [0x%x] destroyed already\n", abc), no_map("add_pmtr_map_stmt_to_pmtr_map"),
+  EXPECT_ERRORS(destroyed_already(abc), no_pmtr_map("add_pmtr_map_stmt_to_pmtr_map"),
                 error("(ERR): Failure enqueing pmtr map statement withmap-index: %d", 10));
   runtime::Inventory now = runtime::inventory();
   now.ids += 1;  // the map's
@@ -730,11 +717,11 @@ TEST_F(ByHand, AreTracedByTheirPlace) {
 
 TEST_F(ByHand, NeedAParameterMapAndAStatement) {
   zar_pmtr_map_stmt own{};
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_add_statement_to_pmtr_map(bad.handle, &own));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("add_pmtr_map_stmt_to_pmtr_map")}));
+    EXPECT_REFUSED(39U, zar_add_statement_to_pmtr_map(wrong.handle, &own));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map("add_pmtr_map_stmt_to_pmtr_map"));
   }
   EXPECT_REFUSED(39U, zar_add_statement_to_pmtr_map(abc, nullptr));
   EXPECT_ONE_ERROR();
@@ -752,8 +739,8 @@ TEST_F(Deletion, DeletesFiltersActionsAndClassMap) {
   const uint32_t cmap = hidden_cmap(10);
   const uint32_t late = statement_action(abc, 10, 2, "late"), early = statement_action(abc, 10, 1, "early");
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 10), 0U);
-  Lines expected = then({kNoOwner}, then(action_freed(early), action_freed(late)));
-  expected = then(expected, class_deleted(cmap, old_filters, 10));
+  Lines expected = lines(kNoOwner, action_freed(early), action_freed(late));
+  expected = lines(expected, class_deleted(cmap, old_filters, 10));
   expected.push_back(statement_removed(gone));
   EXPECT_EQ(take_trace(), expected);
   EXPECT_CALLS("free early", "free late", "free first", "free second");
@@ -797,11 +784,11 @@ TEST_F(Deletion, RefusesAnIndexThatDoesNotExist) {
 }
 
 TEST_F(Deletion, NeedsAParameterMap) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_pmtr_delete_filter(bad.handle, 10));
-    EXPECT_EQ(take_trace(), then({kNoOwner}, then(bad.said, {no_map("delete_pmtr_map_statement")})));
+    EXPECT_REFUSED(39U, zar_pmtr_delete_filter(wrong.handle, 10));
+    EXPECT_TRACED(kNoOwner, wrong.look_up, no_pmtr_map("delete_pmtr_map_statement"));
   }
 }
 
@@ -824,7 +811,7 @@ TEST_F(Deletion, ContinuesWithoutADatabase) {
   statement(abc, 10);
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(zar_pmtr_delete_filter(abc, 10), 0U);
-  EXPECT_ERRORS(inactive("delete_stored_class"),
+  EXPECT_ERRORS(inactive_client("delete_stored_class", 1),
                 error("(ERR): internal class-map for map index %dcannot be removed", 10));
   EXPECT_EQ(map_indexes_of(abc), std::vector<uint32_t>{});
 }
@@ -842,7 +829,7 @@ TEST_F(DeletionByStatement, DeletesFiltersActionsAndClassMap) {
   const uint32_t cmap = hidden_cmap(10), action = statement_action(abc, 10, 1, "action");
   zar_pmtr_map_stmt *taken = take_out();
   EXPECT_EQ(zar_pmtr_delete_filter_by_stmt(taken), 0U);
-  Lines expected = then(action_freed(action), class_deleted(cmap, old_filters, 10));
+  Lines expected = lines(action_freed(action), class_deleted(cmap, old_filters, 10));
   expected.push_back(statement_removed(taken));
   NEEDS_TRACE();
   Lines lines = take_trace();
@@ -917,18 +904,18 @@ TEST_F(Indexes, NeedAClientAMapAndADatabase) {
     EXPECT_TRACED(wrong_clid("get_next_pmtr_map_index", clid));
   }
   zar_clients_info[0]->status = 0;
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(39U, zar_get_first_pmtr_map_index(one, bad.handle, &place));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("get_first_pmtr_map_index")}));
-    EXPECT_REFUSED(39U, zar_get_next_pmtr_map_index(one, bad.handle, 5, nullptr));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("get_next_pmtr_map_index")}));
+    EXPECT_REFUSED(39U, zar_get_first_pmtr_map_index(one, wrong.handle, &place));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map("get_first_pmtr_map_index"));
+    EXPECT_REFUSED(39U, zar_get_next_pmtr_map_index(one, wrong.handle, 5, nullptr));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map("get_next_pmtr_map_index"));
   }
   EXPECT_REFUSED(37U, zar_get_first_pmtr_map_index(one, abc, &place));
-  EXPECT_TRACED(inactive("get_first_pmtr_map_index"));
+  EXPECT_TRACED(inactive_client("get_first_pmtr_map_index", 1));
   EXPECT_REFUSED(37U, zar_get_next_pmtr_map_index(one, abc, 5, &place));
-  EXPECT_TRACED(inactive("get_next_pmtr_map_index"));
+  EXPECT_TRACED(inactive_client("get_next_pmtr_map_index", 1));
   EXPECT_EQ(place, kUntouched);
 }
 
@@ -960,11 +947,11 @@ TEST_F(HiddenClassMap, IsNoneForAnIndexThatDoesNotExist) {
 }
 
 TEST_F(HiddenClassMap, NeedsAParameterMap) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    EXPECT_REFUSED(0U, zar_get_internal_class_map(bad.handle, 5));
-    EXPECT_EQ(take_trace(), then(bad.said, {no_map("find_internal_classmap")}));
+    EXPECT_REFUSED(0U, zar_get_internal_class_map(wrong.handle, 5));
+    EXPECT_TRACED(wrong.look_up, no_pmtr_map("find_internal_classmap"));
   }
 }
 

@@ -1,6 +1,7 @@
 // Parameter-maps of the engine's domain, by their names alone.
 #include <utility>
 
+#include "support/lines.h"
 #include "support/repository.h"
 
 using namespace rig;
@@ -10,13 +11,6 @@ namespace {
 constexpr uint32_t kUntouched = 0xabcd;
 
 const Line kNoOwner = info("(info): no registered owner for domain:%s, using default", "subscriber");
-
-Line own_database(const char *caller) {
-  return info("(info): %s: using client specific database", caller);
-}
-Line inactive(const char *caller) {
-  return error("(ERR): %s: clid:%d, Client status in ZAR is INACTIVE", caller, 1);
-}
 
 Line no_client_yet(const char *caller) {
   return error("(ERR): %s: Wrong clid:%d, expected range: 1 - %d", caller, 1, 0);
@@ -95,7 +89,7 @@ TEST_F(FindingByName, TreatsAFailedSearchAsAFoundMap) {
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(37U, find("abc"));
   NEEDS_TRACE();
-  EXPECT_TRACED(kNoOwner, inactive("retrieve_pmtr_map"), info("(info): found pmtr-map: %s", "abc"));
+  EXPECT_TRACED(kNoOwner, inactive_client("retrieve_pmtr_map", 1), info("(info): found pmtr-map: %s", "abc"));
   zar_clients_info[0]->status = 1;
 
   EXPECT_REFUSED(39U, find("abc", 3));
@@ -213,7 +207,7 @@ TEST_F(MakingByName, KeepsAMapWhoseOwnerIsInactive) {
   zar_clients_info[0]->status = 0;
   EXPECT_EQ(make("abc"), 37U);
   EXPECT_TRACED(kNoOwner, info("(info): create_pmtr_map: successful, pmtr_map:0x%x", place),
-                info("(info): Created pmtr-map: %s", "abc"), inactive("store_pmtr_map"),
+                info("(info): Created pmtr-map: %s", "abc"), inactive_client("store_pmtr_map", 1),
                 info("(info): Stored pmtr-map: %s", "abc"));
   EXPECT_STREQ(zar_get_pmtr_map_name(place), "abc");
 }
@@ -335,7 +329,7 @@ TEST_F(DeletingByName, NeedsADatabaseFirst) {
   stored_pmtr_map("abc");
   zar_clients_info[0]->status = 0;
   EXPECT_REFUSED(37U, kel_delete_subscriber_parameter_map("abc", 1));
-  EXPECT_TRACED(kNoOwner, inactive("delete_subscriber_pmtr_map"));
+  EXPECT_TRACED(kNoOwner, inactive_client("delete_subscriber_pmtr_map", 1));
   zar_clients_info[0]->status = 1;
   zar_clients_info[0]->database = nullptr;
   EXPECT_REFUSED(37U, kel_delete_subscriber_parameter_map("abc", 1));

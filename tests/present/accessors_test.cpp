@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "platform/runtime.h"
-#include "present/bad_handles.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -66,13 +66,13 @@ struct Accessors : Repository {};
 
 TEST_F(Accessors, ReturnNothingForAHandleThatNamesNothing) {
   for (const Accessor &accessor : kAccessors) {
-    for (const BadHandle &bad : bad_handles(*this, accessor.kind)) {
-      SCOPED_TRACE(std::string(accessor.name) + " of " + bad.what);
+    for (const WrongHandle &wrong : wrong_handles(*this, accessor.kind)) {
+      SCOPED_TRACE(std::string(accessor.name) + " of " + wrong.what);
       forget_trace();
       const std::string before = everything();
-      EXPECT_TRUE(accessor.gives_nothing(bad.handle));
+      EXPECT_TRUE(accessor.gives_nothing(wrong.handle));
       EXPECT_EQ(everything(), before);
-      EXPECT_EQ(take_trace(), then(bad.said, {{accessor.level, text(accessor.message, bad.handle)}}));
+      EXPECT_TRACED(wrong.look_up, Line{accessor.level, text(accessor.message, wrong.handle)});
     }
   }
   EXPECT_CALLS();

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "present/bad_handles.h"
+#include "support/repository.h"
 
 using namespace rig;
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "platform/runtime.h"
-#include "present/bad_handles.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -152,30 +152,29 @@ TEST_F(OneAction, WithoutDataDoesNothing) {
 }
 
 TEST_F(OneAction, ThatIsNoneDoesNothing) {
-  for (const BadHandle &bad : bad_handles(*this, Kind::action)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
     const std::string before = everything();
-    zar_shim_action_added_removed(bad.handle, 0xfffffff0, 1);
+    zar_shim_action_added_removed(wrong.handle, 0xfffffff0, 1);
     EXPECT_EQ(everything(), before);
     EXPECT_CALLS();
     // Handle 0 means no action, and is not looked up.
-    EXPECT_EQ(take_trace(), bad.handle == 0 ? Lines{} : bad.said);
+    EXPECT_EQ(take_trace(), wrong.handle == 0 ? Lines{} : wrong.look_up);
   }
 }
 
 TEST_F(OneAction, NeedsAPolicy) {
   const uint32_t log = action("log");
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmap)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmap)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
     const std::string before = everything();
-    zar_shim_action_added_removed(log, bad.handle, 1);
+    zar_shim_action_added_removed(log, wrong.handle, 1);
     EXPECT_EQ(everything(), before);
     EXPECT_CALLS();
-    EXPECT_EQ(
-        take_trace(),
-        then(bad.said, {info("(info): %s: Error: input pmap context cannot be NULL", "shim_action_added_removed")}));
+    EXPECT_TRACED(wrong.look_up,
+                  info("(info): %s: Error: input pmap context cannot be NULL", "shim_action_added_removed"));
   }
 }
 
@@ -486,26 +485,26 @@ TEST_P(EachRemoval, LeavesOutTargetsWithoutInformation) {
 
 TEST_P(EachRemoval, NeedsItsSubject) {
   action_in(voice, "a");
-  for (const BadHandle &bad : bad_handles(*this, GetParam().kind)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, GetParam().kind)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
     const std::string before = everything();
-    remove(bad.handle, gold);
+    remove(wrong.handle, gold);
     EXPECT_EQ(everything(), before);
-    EXPECT_EQ(take_trace(), then(bad.said, {no_subject()}));
+    EXPECT_TRACED(wrong.look_up, no_subject());
     EXPECT_CALLS();
   }
 }
 
 TEST_P(EachRemoval, NeedsAPolicy) {
   action_in(voice, "a");
-  for (const BadHandle &bad : bad_handles(*this, Kind::pmap)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmap)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
     const std::string before = everything();
-    remove(subject(), bad.handle);
+    remove(subject(), wrong.handle);
     EXPECT_EQ(everything(), before);
-    EXPECT_EQ(take_trace(), then(bad.said, {no_policy()}));
+    EXPECT_TRACED(wrong.look_up, no_policy());
     EXPECT_CALLS();
   }
 }
@@ -556,9 +555,8 @@ TEST_F(Removal, OfAnEventRefusesAClassAction) {
   stored_cmap("voice", plain);
   const uint32_t plain_voice = plain_rule("silver", "voice");
   zar_remove_action_handler_for_event(plain_voice, gold);
-  EXPECT_TRACED(
-      error("(ERR): ZAR: Handle [0x%x] names a record of another kind\n", plain_voice),
-      error("(ERR): %s: input event class action handle context cannot be NULL", "remove_action_handler_for_event"));
+  EXPECT_TRACED(another_kind(plain_voice), error("(ERR): %s: input event class action handle context cannot be NULL",
+                                                 "remove_action_handler_for_event"));
 }
 
 // ---- Under faults

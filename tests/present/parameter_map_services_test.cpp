@@ -3,7 +3,7 @@
 #include <cstring>
 #include <utility>
 
-#include "present/bad_handles.h"
+#include "support/wrong_handles.h"
 
 using namespace rig;
 
@@ -272,11 +272,11 @@ TEST_F(ActionDataStays, WithoutAUsableContext) {
 
 TEST_F(ActionDataStays, WithoutAnAction) {
   const zar_action_context context = action_context("newer");
-  for (const BadHandle &bad : bad_handles(*this, Kind::action)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::action)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    try_replace(bad.handle, &context);
-    EXPECT_EQ(take_trace(), then(bad.said, {error("(ERR): %s: Error: input action context cannot be NULL", " ")}));
+    try_replace(wrong.handle, &context);
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: input action context cannot be NULL", " "));
   }
 }
 
@@ -378,11 +378,11 @@ TEST_F(FilterDataStays, WithoutAUsableContext) {
 
 TEST_F(FilterDataStays, WithoutAFilter) {
   const zar_filter_context context = filter_context("newer");
-  for (const BadHandle &bad : bad_handles(*this, Kind::filter)) {
-    SCOPED_TRACE(bad.what);
+  for (const WrongHandle &wrong : wrong_handles(*this, Kind::filter)) {
+    SCOPED_TRACE(wrong.what);
     forget_trace();
-    try_replace(bad.handle, &context);
-    EXPECT_EQ(take_trace(), then(bad.said, {error("(ERR): %s: Error: input filter context cannot be NULL", " ")}));
+    try_replace(wrong.handle, &context);
+    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: input filter context cannot be NULL", " "));
   }
 }
 

@@ -41,6 +41,22 @@ Line info(const char *format, const Values &...values) {
   return {6, text(format, values...)};
 }
 
+// A sequence put together from lines and sequences.
+namespace detail {
+inline void append_to(Lines &out, const Line &line) {
+  out.push_back(line);
+}
+inline void append_to(Lines &out, const Lines &more) {
+  out.insert(out.end(), more.begin(), more.end());
+}
+}  // namespace detail
+template <typename... Parts>
+Lines lines(const Parts &...parts) {
+  Lines out;
+  (detail::append_to(out, parts), ...);
+  return out;
+}
+
 // The runtime calls this for each line: it stores the line, and returns whether it did. Comparators are included on
 // request.
 bool capture(const runtime::TraceLine &line);
@@ -76,9 +92,9 @@ class Quiet {
 #define NEEDS_TRACE() \
   if (::rig::untraced()) GTEST_SKIP() << "the trace is its subject"
 // Exactly these lines, in this order, since the last check; they are then forgotten.
-#define EXPECT_TRACED(...) EXPECT_EQ(::rig::take_trace(), (::rig::Lines{__VA_ARGS__}))
+#define EXPECT_TRACED(...) EXPECT_EQ(::rig::take_trace(), ::rig::lines(__VA_ARGS__))
 // Exactly these lines of level 3; those of level 6 are forgotten with them.
-#define EXPECT_ERRORS(...) EXPECT_EQ(::rig::take_errors(), (::rig::Lines{__VA_ARGS__}))
+#define EXPECT_ERRORS(...) EXPECT_EQ(::rig::take_errors(), ::rig::lines(__VA_ARGS__))
 // One line of level 3, whatever it says; it is then forgotten.
 #define EXPECT_ONE_ERROR() EXPECT_EQ(::rig::take_errors().size(), ::rig::untraced() ? 0U : 1U)
 // Exactly these calls of the engine and the callbacks, in this order, since the last check; they are then forgotten.

@@ -400,106 +400,92 @@ Data *Scene::data(uint8_t byte) {
   return &made;
 }
 
+namespace {
+
+// The members that the contexts of actions and filters have in common, and what a byte makes of them.
+template <typename Entry, typename Text>
+struct ContextMembers {
+  void *&data;
+  zar_free_fn &free;
+  Entry &entry;
+  Text &to_text;
+  zar_compare_fn &compare;
+  const char *entry_name;
+
+  // Says in 'shown' what is unusual. False: there is no context.
+  bool set(uint8_t byte, std::string &shown) {
+    const auto lacking = [&](const char *what, auto &member) {
+      member = nullptr;
+      shown += std::string(" without ") + what;
+    };
+    switch (byte / 4) {
+      case 44:
+        free = free_data_too;
+        shown += ", freed otherwise";
+        break;
+      case 45:
+        entry = run_action_too;
+        shown += ", run otherwise";
+        break;
+      case 46:
+        lacking("free function", free);
+        break;
+      case 47:
+        lacking(entry_name, entry);
+        break;
+      case 48:
+        lacking("text function", to_text);
+        break;
+      case 49:
+        lacking("comparison", compare);
+        break;
+      case 50:
+      case 51:
+        static_cast<Data *>(data)->mute = true;
+        shown += " without text";
+        break;
+      case 52:
+        lacking("data", data);
+        break;
+      case 53:
+        return false;
+      default:
+        break;
+    }
+    return true;
+  }
+};
+
+}  // namespace
+
 void Scene::action_argument(Arguments &arguments, size_t i, uint8_t byte) {
   zar_action_context &made = arguments.action_context;
   made = {data(byte), free_data, run_action, action_text, compare_data, notify, check_param_map};
   std::string shown = text("action %u of value %u", id_of(made.action_data), byte % 4U);
-  const auto lacking = [&](const char *what, auto &member) {
-    member = nullptr;
-    shown += std::string(" without ") + what;
-  };
-  switch (byte / 4) {
-    case 40:
-    case 41:
-      lacking("notification", made.action_notify_fn);
-      break;
-    case 42:
-    case 43:
-      lacking("check", made.action_param_map_check_fn);
-      break;
-    case 44:
-      made.action_free_fn = free_data_too;
-      shown += ", freed otherwise";
-      break;
-    case 45:
-      made.action_entry_fn = run_action_too;
-      shown += ", run otherwise";
-      break;
-    case 46:
-      lacking("free function", made.action_free_fn);
-      break;
-    case 47:
-      lacking("entry", made.action_entry_fn);
-      break;
-    case 48:
-      lacking("text function", made.action_str_fn);
-      break;
-    case 49:
-      lacking("comparison", made.action_compare_fn);
-      break;
-    case 50:
-    case 51:
-      static_cast<Data *>(made.action_data)->mute = true;
-      shown += " without text";
-      break;
-    case 52:
-      lacking("data", made.action_data);
-      break;
-    case 53:
-      arguments.rendered += "NULL";
-      return;
-    default:
-      break;
+  if (byte / 8 == 20) {
+    made.action_notify_fn = nullptr;
+    shown += " without notification";
+  } else if (byte / 8 == 21) {
+    made.action_param_map_check_fn = nullptr;
+    shown += " without check";
   }
-  arguments.words[i] = reinterpret_cast<uintptr_t>(&made);
-  arguments.rendered += shown;
+  ContextMembers members{made.action_data,   made.action_free_fn,    made.action_entry_fn,
+                         made.action_str_fn, made.action_compare_fn, "entry"};
+  pass_context(arguments, i, members.set(byte, shown) ? &made : nullptr, shown);
 }
 
 void Scene::filter_argument(Arguments &arguments, size_t i, uint8_t byte) {
   zar_filter_context &made = arguments.filter_context;
   made = {data(byte), free_data, run_action, filter_text, compare_data};
   std::string shown = text("filter %u of value %u", id_of(made.filter_data), byte % 4U);
-  const auto lacking = [&](const char *what, auto &member) {
-    member = nullptr;
-    shown += std::string(" without ") + what;
-  };
-  switch (byte / 4) {
-    case 44:
-      made.filter_free_fn = free_data_too;
-      shown += ", freed otherwise";
-      break;
-    case 45:
-      made.filter_eval_fn = run_action_too;
-      shown += ", run otherwise";
-      break;
-    case 46:
-      lacking("free function", made.filter_free_fn);
-      break;
-    case 47:
-      lacking("evaluation", made.filter_eval_fn);
-      break;
-    case 48:
-      lacking("text function", made.filter_str_fn);
-      break;
-    case 49:
-      lacking("comparison", made.filter_compare_fn);
-      break;
-    case 50:
-    case 51:
-      static_cast<Data *>(made.filter_data)->mute = true;
-      shown += " without text";
-      break;
-    case 52:
-      lacking("data", made.filter_data);
-      break;
-    case 53:
-      arguments.rendered += "NULL";
-      return;
-    default:
-      break;
-  }
-  arguments.words[i] = reinterpret_cast<uintptr_t>(&made);
-  arguments.rendered += shown;
+  ContextMembers members{made.filter_data,   made.filter_free_fn,    made.filter_eval_fn,
+                         made.filter_str_fn, made.filter_compare_fn, "evaluation"};
+  pass_context(arguments, i, members.set(byte, shown) ? &made : nullptr, shown);
+}
+
+void Scene::pass_context(Arguments &arguments, size_t i, void *context, const std::string &shown) {
+  arguments.words[i] = reinterpret_cast<uintptr_t>(context);
+  arguments.rendered += context == nullptr ? "NULL" : shown;
 }
 
 }  // namespace calls

@@ -201,6 +201,7 @@ class Scene {
   void info_argument(Arguments &arguments, size_t i, uint8_t byte, uint8_t more);
   void action_argument(Arguments &arguments, size_t i, uint8_t byte);
   void filter_argument(Arguments &arguments, size_t i, uint8_t byte);
+  static void pass_context(Arguments &arguments, size_t i, void *context, const std::string &shown);
   Data *data(uint8_t byte);
 
   const char *name(uint8_t byte) const;
