@@ -1,4 +1,4 @@
-// Fuzzes the loader of policy files: any bytes give either a file or errors that can be shown.
+// Fuzzes the loader of policy files: any bytes result in either a policy file or errors that can be shown.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

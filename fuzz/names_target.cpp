@@ -1,5 +1,5 @@
-// Names and domains of any characters and lengths, in the operations that make keys of them and look keys up. The input
-// begins with the names: their number, then each with its length before it.
+// Names and domains of any characters and lengths, in the operations that make keys from them and look keys up. The
+// input begins with the names: their number, then the length and the characters of each.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -66,7 +66,7 @@ constexpr std::array kOnNames = {
     zar_pmtr_delete_filter,
 };
 
-// A text holds no terminator.
+// A name contains no NUL.
 std::string name_of(calls::Decoder &decoder) {
   std::string name(decoder.byte(), '\0');
   for (char &character : name)

@@ -1,5 +1,5 @@
-// Any sequence of calls, compared with the model, by clients whose functions call back: a byte before each call says in
-// which of the functions that the library calls it is made, if in any.
+// Any sequence of calls, compared with the model, by clients whose functions call back: a byte before each call says
+// within which of the functions that the library calls the call is made, if within any.
 #include <cstddef>
 #include <cstdint>
 

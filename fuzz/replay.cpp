@@ -1,4 +1,4 @@
-// Runs a fuzz target on files, for tests and for examining a find with any compiler.
+// Runs a fuzz target on files, for tests and to examine a failing input with any compiler.
 //   PROGRAM FILE|FOLDER...
 #include <cstdint>
 #include <cstdio>

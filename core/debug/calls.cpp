@@ -2,7 +2,7 @@
 // every function of the library.
 //
 // The depth distinguishes the operation that a caller called from what runs inside it, including callbacks that call
-// back into the library: in there the records may be half changed. When the outermost operation ends, all noted records
+// back into the library: in them, the records may be half changed. When the outermost operation ends, all noted records
 // are checked against the invariants. The time of a pass grows with the number of records, so in a large repository it
 // runs only after every n-th operation, and takes a fixed share of the total time.
 //
@@ -23,7 +23,7 @@ namespace zar::debug {
 
 namespace {
 
-// Up to this many records, every operation is followed by a pass. Above it passes are rarer: for each
+// Up to this many records, every operation is followed by a pass. Above it, passes are rarer: for each
 // kRecordsAnOperation records one more operation goes without a pass.
 constexpr uint32_t kAlwaysChecked = 256;
 constexpr uint32_t kRecordsAnOperation = 8;
@@ -44,8 +44,8 @@ const char *name_of_operation() {
   return found.dli_sname;
 }
 
-[[noreturn]] void called_from_elsewhere() {
-  dprintf(kStandardError, "zar: %s was called from another thread than the first operation\n", name_of_operation());
+[[noreturn]] void called_on_another_thread() {
+  dprintf(kStandardError, "zar: %s was called on a different thread than the first operation\n", name_of_operation());
   std::abort();
 }
 
@@ -54,10 +54,10 @@ bool pass_is_due() {
   return live <= kAlwaysChecked || unchecked_calls > (live - kAlwaysChecked) / kRecordsAnOperation;
 }
 
-// Checks that continued silently would pass without knowing all records.
+// Checks that continued silently would overlook records.
 [[noreturn]] void ledger_is_full() {
   dprintf(kStandardError,
-          "zar: the checks have no room after %u records and %u databases: run this without ZAR_CHECKS=on\n",
+          "zar: the checks ran out of room after %u records and %u databases: run this without ZAR_CHECKS=on\n",
           noted_count(), database_count());
   std::abort();
 }
@@ -74,8 +74,8 @@ void check() {
 
 void begin(const void *function) {
   operation = function;
-  const char *wish = std::getenv("ZAR_CHECKS");
-  wanted = wish && std::strcmp(wish, "on") == 0;
+  const char *setting = std::getenv("ZAR_CHECKS");
+  wanted = setting && std::strcmp(setting, "on") == 0;
   if (!called) caller = pthread_self();
   called = true;
 }
@@ -83,7 +83,7 @@ void begin(const void *function) {
 void enter(const void *function) {
   if (checking) return;
   if (depth == 0) begin(function);
-  if (wanted && pthread_equal(pthread_self(), caller) == 0) called_from_elsewhere();
+  if (wanted && pthread_equal(pthread_self(), caller) == 0) called_on_another_thread();
   ++depth;
 }
 
@@ -94,7 +94,7 @@ void leave() {
 }  // namespace
 
 void broken(const char *record, int number, const char *format, ...) {
-  dprintf(kStandardError, "zar: %s left invariant %d of %s broken: ", name_of_operation(), number, record);
+  dprintf(kStandardError, "zar: %s broke invariant %d of %s: ", name_of_operation(), number, record);
   va_list values;
   va_start(values, format);
   vdprintf(kStandardError, format, values);

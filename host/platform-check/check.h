@@ -14,8 +14,8 @@
 
 /* One promise. The check returns if it is kept and calls 'broken' if it is not. */
 typedef struct Promise {
-  const char *service;  /* the imported name that makes it */
-  const char *sentence; /* what it promises, as docs/platform.md says it */
+  const char *service;  /* the imported function that makes it */
+  const char *sentence; /* what it promises; docs/platform.md has the full contract */
   void (*check)(void);
 } Promise;
 

@@ -9,14 +9,14 @@
 
 #include "check.h"
 
-/* A promise that takes longer is broken: all are quick, although one took over ten seconds under an emulator. */
+/* A promise whose check takes longer is broken. All checks are quick, but one took over ten seconds in an emulator. */
 enum { kSeconds = 60, kKept = 0, kBroken = 1, kDetailRoom = 256 };
 
 static const Group *const groups[] = {&id_tables, &pools, &trees, &queues, &texts, &allocation, &copying, &trace};
 enum { kGroups = sizeof groups / sizeof groups[0] };
 
-/* Where the process of a check writes how the promise was broken. */
-static int tell_to;
+/* The process of a check writes to this file descriptor how the promise was broken. */
+static int detail_fd;
 
 void broken(const char *format, ...) {
   char detail[kDetailRoom];
@@ -24,7 +24,7 @@ void broken(const char *format, ...) {
   va_start(values, format);
   int length = vsnprintf(detail, sizeof detail, format, values);
   va_end(values);
-  if (length > 0 && write(tell_to, detail, strlen(detail)) < 0) _exit(kBroken);
+  if (length > 0 && write(detail_fd, detail, strlen(detail)) < 0) _exit(kBroken);
   _exit(kBroken);
 }
 
@@ -38,7 +38,7 @@ static void describe_end(int status, char *detail) {
   }
 }
 
-/* A broken service may leave anything in a text; characters that cannot be printed are shown as question marks. */
+/* A broken service may leave anything in a text. Characters that cannot be printed become question marks. */
 static void read_all(int from, char *to, size_t room) {
   ssize_t length = 0;
   size_t used = 0;
@@ -49,7 +49,7 @@ static void read_all(int from, char *to, size_t room) {
     *at = isprint((unsigned char)*at) ? *at : '?';
 }
 
-/* Whether the promise is kept; 'detail' receives the reason if it is not. */
+/* Returns whether the promise is kept. If it is not, 'detail' receives the reason. */
 static int is_kept(const Promise *promise, char *detail) {
   int ends[2], status = 0;
   if (pipe(ends) != 0) exit(70);
@@ -57,7 +57,7 @@ static int is_kept(const Promise *promise, char *detail) {
   pid_t child = fork();
   if (child < 0) exit(70);
   if (child == 0) {
-    tell_to = ends[1];
+    detail_fd = ends[1];
     close(ends[0]);
     alarm(kSeconds);
     promise->check();
@@ -71,7 +71,7 @@ static int is_kept(const Promise *promise, char *detail) {
   return WIFEXITED(status) && WEXITSTATUS(status) == kKept;
 }
 
-/* The number of broken promises of a group. */
+/* Prints a line for each promise of the group, and returns how many are broken. */
 static size_t check_group(const Group *group) {
   size_t n_broken = 0;
   printf("%s\n", group->name);
@@ -91,11 +91,11 @@ static size_t check_group(const Group *group) {
 static int show_usage(FILE *to) {
   fprintf(to,
           "usage: zar-platform-check [GROUP ...]\n\n"
-          "Says of the platform runtime that this program is linked with whether it keeps the contract that the\n"
-          "repository relies on. Without a GROUP all are checked:\n");
+          "Checks whether the platform runtime that this program is linked with keeps the contract that the\n"
+          "repository relies on. Without a GROUP, it checks all groups:\n");
   for (size_t i = 0; i < kGroups; i++)
     fprintf(to, "  '%s'\n", groups[i]->name);
-  fprintf(to, "\nExit status: 0 all promises are kept, 1 one is broken, 2 the command was not understood.\n");
+  fprintf(to, "\nExit status: 0 if all promises are kept, 1 if at least one is broken, 2 for wrong usage.\n");
   return to == stdout ? 0 : 2;
 }
 

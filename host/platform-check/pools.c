@@ -8,17 +8,17 @@ enum { kFlags = 0x111, kPerChunk = 20, kRecords = 1000, kSize = 152 };
 
 static chunk_pool *new_pool(size_t size) {
   chunk_pool *pool = chunk_create_bmalloc(size, kPerChunk, kFlags, 0, kTag);
-  EXPECT(pool != NULL, "it gave no pool");
+  EXPECT(pool != NULL, "it returned no pool");
   return pool;
 }
 
 static unsigned char *take(chunk_pool *pool) {
   unsigned char *record = chunk_malloc(pool);
-  EXPECT(record != NULL, "it gave no record while memory was left");
+  EXPECT(record != NULL, "it returned no record although there is enough memory");
   return record;
 }
 
-/* Fills a record with content that no other one has. */
+/* Fills a record with content that no other record has. */
 static void mark(unsigned char *record, size_t size, unsigned number) {
   memset(record, (int)(number % 251), size);
   memcpy(record, &number, sizeof number);
@@ -27,13 +27,13 @@ static void mark(unsigned char *record, size_t size, unsigned number) {
 static void is_marked(const unsigned char *record, size_t size, unsigned number) {
   unsigned found;
   memcpy(&found, record, sizeof found);
-  EXPECT(found == number, "record %u holds what was written into record %u", number, found);
+  EXPECT(found == number, "record %u contains what was written to record %u", number, found);
   for (size_t i = sizeof found; i < size; i++) {
     EXPECT(record[i] == number % 251, "byte %zu of record %u has changed", i, number);
   }
 }
 
-static void hold_their_own(chunk_pool *pool, size_t size) {
+static void records_keep_their_content(chunk_pool *pool, size_t size) {
   static unsigned char *records[kRecords];
   for (unsigned i = 0; i < kRecords; i++)
     mark(records[i] = take(pool), size, i);
@@ -41,31 +41,31 @@ static void hold_their_own(chunk_pool *pool, size_t size) {
     is_marked(records[i], size, i);
 }
 
-static void records_are_apart(void) {
-  hold_their_own(new_pool(kSize), kSize);
+static void records_do_not_overlap(void) {
+  records_keep_their_content(new_pool(kSize), kSize);
 }
 
-static void named_pool_gives_records(void) {
+static void records_of_a_named_pool_do_not_overlap(void) {
   chunk_pool *pool = chunk_create("platform check", kSize, kPerChunk, kFlags, 0, 0);
-  EXPECT(pool != NULL, "it gave no pool");
-  hold_their_own(pool, kSize);
+  EXPECT(pool != NULL, "it returned no pool");
+  records_keep_their_content(pool, kSize);
 }
 
 static void records_are_aligned(void) {
   chunk_pool *pool = new_pool(24);
   for (int i = 0; i < kRecords; i++) {
     const void *record = take(pool);
-    EXPECT((uintptr_t)record % sizeof(void *) == 0, "a record stands at %p, which is no place for a pointer", record);
+    EXPECT((uintptr_t)record % sizeof(void *) == 0, "the record at %p is not aligned for a pointer", record);
   }
 }
 
-static void takes_back(void) {
+static void freeing_reports_success(void) {
   chunk_pool *pool = new_pool(kSize);
-  EXPECT(chunk_free(pool, take(pool)) != 0, "it answered 0 for a record of the pool");
+  EXPECT(chunk_free(pool, take(pool)) != 0, "it returned 0 for a record of the pool");
 }
 
-/* Every other one, so that remaining records are between the freed ones. */
-static void giving_back_spares_others(void) {
+/* Frees every second record, so that the remaining ones are between freed ones. */
+static void freeing_does_not_affect_other_records(void) {
   static unsigned char *records[kRecords];
   chunk_pool *pool = new_pool(kSize);
   for (unsigned i = 0; i < kRecords; i++)
@@ -78,7 +78,7 @@ static void giving_back_spares_others(void) {
     is_marked(records[i], kSize, i);
 }
 
-static void pools_are_apart(void) {
+static void pools_are_independent(void) {
   chunk_pool *small = new_pool(16), *large = new_pool(4096);
   static unsigned char *small_records[kRecords], *large_records[kRecords];
   for (unsigned i = 0; i < kRecords; i++) {
@@ -92,11 +92,11 @@ static void pools_are_apart(void) {
 }
 
 static const Promise promises[] = {
-    {"chunk_create_bmalloc", "makes a pool that grows past its first chunk", records_are_apart},
-    {"chunk_create_bmalloc", "makes pools of their own sizes", pools_are_apart},
-    {"chunk_create", "makes a pool that grows past its first chunk", named_pool_gives_records},
-    {"chunk_malloc", "gives records that are aligned for pointers", records_are_aligned},
-    {"chunk_free", "answers non-zero for a record that it takes back", takes_back},
-    {"chunk_free", "leaves the records that are out alone", giving_back_spares_others},
+    {"chunk_create_bmalloc", "creates a pool that grows beyond its first chunk", records_do_not_overlap},
+    {"chunk_create_bmalloc", "creates pools with different record sizes", pools_are_independent},
+    {"chunk_create", "creates a pool that grows beyond its first chunk", records_of_a_named_pool_do_not_overlap},
+    {"chunk_malloc", "returns records that are aligned for pointers", records_are_aligned},
+    {"chunk_free", "returns non-zero for a record of the pool", freeing_reports_success},
+    {"chunk_free", "does not affect records that are in use", freeing_does_not_affect_other_records},
 };
 const Group pools = {"pools", promises, COUNT_OF(promises)};

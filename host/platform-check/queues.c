@@ -21,14 +21,14 @@ static void start(queue_head *queue) {
   queue_init(queue, 0);
 }
 
-/* A new queue of the elements named in 'names', in that order. */
+/* Initialises the queue and fills it with the elements named in 'names', in that order. */
 static void fill(queue_head *queue, const char *names) {
   start(queue);
   for (; *names; names++)
     queue_enqueue(queue, &elements[*names - 'a']);
 }
 
-/* The queue holds exactly these elements, by a walk and by its count. */
+/* A walk of the queue returns exactly these elements, and its count is their number. */
 static void holds(const queue_head *queue, const char *names) {
   char found[32] = "";
   size_t n_found = 0;
@@ -39,7 +39,7 @@ static void holds(const queue_head *queue, const char *names) {
   }
   found[n_found] = '\0';
   EXPECT(strcmp(found, names) == 0, "the queue holds '%s' instead of '%s'", found, names);
-  EXPECT(queue->count == strlen(names), "the count of '%s' is %u", names, queue->count);
+  EXPECT(queue->count == strlen(names), "the queue holds '%s', but its count is %u", names, queue->count);
 }
 
 static void starts_empty(void) {
@@ -54,7 +54,7 @@ static void enqueues_at_the_tail(void) {
   holds(&queue, "abc");
 }
 
-static void takes_many(void) {
+static void holds_many_elements(void) {
   enum { kMany = 10000 };
   Element *many = calloc(kMany, sizeof *many);
   queue_head queue;
@@ -63,16 +63,16 @@ static void takes_many(void) {
   if (!many) abort();
   for (int i = 0; i < kMany; i++)
     queue_enqueue(&queue, &many[i]);
-  EXPECT(queue.count == kMany, "of %d elements it counts %u", kMany, queue.count);
+  EXPECT(queue.count == kMany, "it counts %u elements instead of %d", queue.count, kMany);
   for (int i = 0; i < kMany; i++) {
-    EXPECT(queue_get_next(&queue, &cursor) == &many[i], "element %d of %d is not at its place", i, kMany);
+    EXPECT(queue_get_next(&queue, &cursor) == &many[i], "element %d of %d is not in its place", i, kMany);
   }
 }
 
 static void dequeues_from_the_head(void) {
   queue_head queue;
   fill(&queue, "abc");
-  EXPECT(queue_dequeue(&queue) == a, "it did not give the first element");
+  EXPECT(queue_dequeue(&queue) == a, "it did not return the first element");
   holds(&queue, "bc");
   queue_enqueue(&queue, a);
   holds(&queue, "bca");
@@ -82,20 +82,20 @@ static void dequeues_until_empty(void) {
   queue_head queue;
   fill(&queue, "a");
   queue_dequeue(&queue);
-  EXPECT(queue_dequeue(&queue) == NULL, "an empty queue gave an element");
+  EXPECT(queue_dequeue(&queue) == NULL, "it returned an element for an empty queue");
   holds(&queue, "");
   queue_enqueue(&queue, b);
   holds(&queue, "b");
 }
 
-static void inserts_behind(void) {
+static void inserts_after_an_element(void) {
   queue_head queue;
   fill(&queue, "abc");
   queue_insqueue(&queue, d, b);
   holds(&queue, "abdc");
 }
 
-static void inserts_behind_the_tail(void) {
+static void inserts_after_the_tail(void) {
   queue_head queue;
   fill(&queue, "ab");
   queue_insqueue(&queue, c, b);
@@ -118,7 +118,7 @@ static void requeues_into_an_empty_queue(void) {
   holds(&queue, "ab");
 }
 
-static void unqueues_anywhere(void) {
+static void unqueues_any_element(void) {
   static const char *const left[] = {"bc", "ac", "ab"};
   for (int i = 0; i < 3; i++) {
     queue_head queue;
@@ -133,7 +133,7 @@ static void unqueues_anywhere(void) {
   }
 }
 
-static void unqueues_the_only_one(void) {
+static void unqueues_the_only_element(void) {
   queue_head queue;
   fill(&queue, "a");
   queue_unqueue(&queue, a);
@@ -142,7 +142,7 @@ static void unqueues_the_only_one(void) {
   holds(&queue, "b");
 }
 
-static void passes_over_the_absent(void) {
+static void ignores_an_absent_element(void) {
   queue_head queue, other;
   fill(&queue, "ab");
   queue_init(&other, 0);
@@ -154,7 +154,7 @@ static void passes_over_the_absent(void) {
 }
 
 /* A shared action is in the rules of several policies. */
-static void stands_in_several_queues(void) {
+static void element_is_in_several_queues(void) {
   queue_head one, other;
   fill(&one, "abc");
   queue_init(&other, 0);
@@ -168,7 +168,7 @@ static void stands_in_several_queues(void) {
 }
 
 /* The target list of a notification holds the same target once for each call. */
-static void stands_several_times_in_one(void) {
+static void element_is_in_a_queue_several_times(void) {
   queue_head queue;
   fill(&queue, "aba");
   holds(&queue, "aba");
@@ -176,16 +176,16 @@ static void stands_several_times_in_one(void) {
   holds(&queue, "ba");
 }
 
-static void element_is_left_alone(void) {
+static void only_the_link_is_written(void) {
   queue_head queue;
   fill(&queue, "abc");
   queue_unqueue(&queue, b);
   for (int i = 0; i < kElements; i++) {
-    EXPECT(elements[i].name == 'a' + i, "it wrote behind the link of an element");
+    EXPECT(elements[i].name == 'a' + i, "it wrote past the link of an element");
   }
 }
 
-/* Like every deletion: fetch the next one, then remove and free the previous one. */
+/* As the library does in every deletion: fetch the next element, then remove and free the previous one. */
 static void walk_survives_removal(void) {
   enum { kMany = 8 };
   queue_head queue;
@@ -198,18 +198,18 @@ static void walk_survives_removal(void) {
     queue_enqueue(&queue, new_element);
   }
   Element *current = queue_get_next(&queue, &cursor);
-  int n_seen = 0;
+  int n_visited = 0;
   while (current) {
     Element *next = queue_get_next(&queue, &cursor);
-    EXPECT(current->name == 'a' + n_seen, "element %d of the walk is '%c'", n_seen, current->name);
-    n_seen++;
+    EXPECT(current->name == 'a' + n_visited, "element %d of the walk is '%c'", n_visited, current->name);
+    n_visited++;
     queue_unqueue(&queue, current);
     memset(current, 0xa5, sizeof *current);
     free(current);
     current = next;
   }
-  EXPECT(n_seen == kMany, "the walk saw %d of %d elements", n_seen, (int)kMany);
-  EXPECT(queue.count == 0, "%u elements are left of a queue that was emptied", queue.count);
+  EXPECT(n_visited == kMany, "the walk returned %d of %d elements", n_visited, (int)kMany);
+  EXPECT(queue.count == 0, "the count of a queue that was emptied is %u", queue.count);
 }
 
 static void walk_survives_insertion(void) {
@@ -222,29 +222,29 @@ static void walk_survives_insertion(void) {
   queue_enqueue(&queue, &elements[5]);
   const char *wanted = "ebcf";
   for (const Element *seen; (seen = queue_get_next(&queue, &cursor)) != NULL; wanted++) {
-    EXPECT(*wanted == seen->name, "after insertions the walk goes on with '%c' instead of '%c'", seen->name,
+    EXPECT(*wanted == seen->name, "after insertions, the walk continues with '%c' instead of '%c'", seen->name,
            *wanted ? *wanted : '-');
   }
-  EXPECT(*wanted == '\0', "after insertions the walk ended before '%s'", wanted);
+  EXPECT(*wanted == '\0', "after insertions, the walk ended before '%s'", wanted);
 }
 
 static const Promise promises[] = {
-    {"queue_init", "makes an empty queue, whatever the memory held", starts_empty},
-    {"queue_enqueue", "puts elements at the tail, and counts them", enqueues_at_the_tail},
-    {"queue_enqueue", "takes any number of elements when the limit is 0", takes_many},
-    {"queue_enqueue", "takes an element that stands in another queue", stands_in_several_queues},
-    {"queue_enqueue", "takes an element that stands in the same queue", stands_several_times_in_one},
-    {"queue_enqueue", "writes nothing of an element but its first word", element_is_left_alone},
-    {"queue_dequeue", "takes the head", dequeues_from_the_head},
-    {"queue_dequeue", "answers NULL for an empty queue, which stays usable", dequeues_until_empty},
-    {"queue_get_next", "goes on when the element before has been taken out and freed", walk_survives_removal},
-    {"queue_get_next", "goes on when elements are inserted around the cursor", walk_survives_insertion},
-    {"queue_insqueue", "puts an element right behind another", inserts_behind},
-    {"queue_insqueue", "makes an element behind the tail the new tail", inserts_behind_the_tail},
-    {"queue_requeue", "puts an element at the head", requeues_at_the_head},
-    {"queue_requeue", "makes an element in an empty queue the tail as well", requeues_into_an_empty_queue},
-    {"queue_unqueue", "takes an element out wherever it stands", unqueues_anywhere},
-    {"queue_unqueue", "leaves an empty queue usable", unqueues_the_only_one},
-    {"queue_unqueue", "does nothing about an element that is not in the queue", passes_over_the_absent},
+    {"queue_init", "initialises an empty queue, whatever the memory contained", starts_empty},
+    {"queue_enqueue", "adds elements at the tail and counts them", enqueues_at_the_tail},
+    {"queue_enqueue", "accepts any number of elements if the limit is 0", holds_many_elements},
+    {"queue_enqueue", "accepts an element that is in another queue", element_is_in_several_queues},
+    {"queue_enqueue", "accepts an element that is already in the queue", element_is_in_a_queue_several_times},
+    {"queue_enqueue", "writes only to the first word of an element", only_the_link_is_written},
+    {"queue_dequeue", "removes the head and returns it", dequeues_from_the_head},
+    {"queue_dequeue", "returns NULL for an empty queue, which stays usable", dequeues_until_empty},
+    {"queue_get_next", "continues after the previous element was removed and freed", walk_survives_removal},
+    {"queue_get_next", "continues after elements were inserted around the cursor", walk_survives_insertion},
+    {"queue_insqueue", "inserts an element right after another", inserts_after_an_element},
+    {"queue_insqueue", "updates the tail if it inserts an element after the tail", inserts_after_the_tail},
+    {"queue_requeue", "inserts an element at the head", requeues_at_the_head},
+    {"queue_requeue", "updates the tail too if the queue is empty", requeues_into_an_empty_queue},
+    {"queue_unqueue", "removes an element wherever it is in the queue", unqueues_any_element},
+    {"queue_unqueue", "leaves a usable queue after it removes the only element", unqueues_the_only_element},
+    {"queue_unqueue", "ignores an element that is not in the queue", ignores_an_absent_element},
 };
 const Group queues = {"queues", promises, COUNT_OF(promises)};

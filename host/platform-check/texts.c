@@ -7,17 +7,17 @@
 static sdb_ref add(const char *text) {
   sdb_ref reference = NULL;
   EXPECT(sdb_add_block(text, (uint32_t)strlen(text), &reference, kTag) != 0, "'%.40s' was refused", text);
-  EXPECT(reference != NULL, "'%.40s' has a NULL reference", text);
+  EXPECT(reference != NULL, "the reference of '%.40s' is NULL", text);
   return reference;
 }
 
 static void reads(sdb_ref reference, const char *wanted) {
   const char *text = sdb_string_addr_ptr(reference);
   EXPECT(text != NULL, "the text of '%.40s' is NULL", wanted);
-  EXPECT(strcmp(text, wanted) == 0, "'%.40s' reads '%.40s'", wanted, text);
+  EXPECT(strcmp(text, wanted) == 0, "the text is '%.40s' instead of '%.40s'", text, wanted);
 }
 
-static void gives_back_the_text(void) {
+static void stores_texts_of_any_length(void) {
   char longest[4000];
   memset(longest, 'x', sizeof longest - 1);
   longest[sizeof longest - 1] = '\0';
@@ -25,7 +25,7 @@ static void gives_back_the_text(void) {
   reads(add(longest), longest);
 }
 
-static void takes_the_empty_text(void) {
+static void stores_the_empty_text(void) {
   reads(add(""), "");
 }
 
@@ -36,7 +36,7 @@ static void keeps_its_own_copy(void) {
   reads(reference, "gold");
 }
 
-static void keeps_texts_apart(void) {
+static void keeps_texts_separate(void) {
   enum { kMany = 2000 };
   static sdb_ref references[kMany];
   char text[16];
@@ -50,27 +50,27 @@ static void keeps_texts_apart(void) {
   }
 }
 
-static void tells_case_and_length_apart(void) {
+static void distinguishes_case_and_length(void) {
   sdb_ref gold = add("gold"), capital = add("Gold"), longer = add("golden");
   reads(gold, "gold");
   reads(capital, "Gold");
   reads(longer, "golden");
 }
 
-static void counts(void) {
+static void counts_additions(void) {
   sdb_ref first = add("gold"), second = add("gold");
   EXPECT(sdb_remove_block(first, kTag) != 0, "it refused a text that was added");
   reads(second, "gold");
   EXPECT(sdb_remove_block(second, kTag) != 0, "it refused a text that was added twice");
 }
 
-static void takes_any_tag(void) {
+static void accepts_any_tag(void) {
   sdb_ref first = add("gold"), second = add("silver");
-  EXPECT(sdb_remove_block(first, kTag + 1) != 0, "it refused a tag other than that of the addition");
+  EXPECT(sdb_remove_block(first, kTag + 1) != 0, "it refused a tag that differs from the tag of the addition");
   reads(second, "silver");
 }
 
-static void takes_a_text_again(void) {
+static void accepts_a_text_again(void) {
   for (int i = 0; i < 1000; i++) {
     sdb_ref reference = add("gold");
     reads(reference, "gold");
@@ -79,13 +79,13 @@ static void takes_a_text_again(void) {
 }
 
 static const Promise promises[] = {
-    {"sdb_add_block", "stores texts of any length, terminated", gives_back_the_text},
-    {"sdb_add_block", "stores the empty text", takes_the_empty_text},
-    {"sdb_add_block", "keeps a copy of its own", keeps_its_own_copy},
-    {"sdb_add_block", "keeps different texts apart", keeps_texts_apart},
-    {"sdb_add_block", "tells texts apart by case and length", tells_case_and_length_apart},
-    {"sdb_remove_block", "keeps a text until it was removed as often as added", counts},
-    {"sdb_remove_block", "takes any tag", takes_any_tag},
-    {"sdb_remove_block", "leaves the text free to be added again", takes_a_text_again},
+    {"sdb_add_block", "stores texts of any length and terminates them", stores_texts_of_any_length},
+    {"sdb_add_block", "stores the empty text", stores_the_empty_text},
+    {"sdb_add_block", "keeps its own copy of the text", keeps_its_own_copy},
+    {"sdb_add_block", "keeps different texts separate", keeps_texts_separate},
+    {"sdb_add_block", "distinguishes texts by case and length", distinguishes_case_and_length},
+    {"sdb_remove_block", "keeps a text until it has been removed as often as it was added", counts_additions},
+    {"sdb_remove_block", "accepts any tag", accepts_any_tag},
+    {"sdb_remove_block", "allows the text to be added again", accepts_a_text_again},
 };
 const Group texts = {"texts", promises, COUNT_OF(promises)};

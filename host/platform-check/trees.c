@@ -8,7 +8,7 @@
 typedef struct Node {
   avl_node links;
   int key;
-  int is_entered;
+  int is_inserted;
 } Node;
 
 enum { kBefore, kEqual, kAfter };
@@ -20,9 +20,9 @@ static const char *misuse;
 
 static uint32_t compare_keys(const void *nascent, const void *tree) {
   const Node *left = nascent, *right = tree;
-  if (!left || !right) broken("the comparator was given NULL");
-  if (the_probe && nascent != the_probe) misuse = "the first argument was not the node that was sought or inserted";
-  if (the_probe && !right->is_entered) misuse = "the second argument was not a node of the tree";
+  if (!left || !right) broken("the comparator received NULL");
+  if (the_probe && nascent != the_probe) misuse = "the first argument was not the node being searched for or inserted";
+  if (the_probe && !right->is_inserted) misuse = "the second argument was not a node of the tree";
   return left->key < right->key ? kBefore : left->key > right->key ? kAfter : kEqual;
 }
 
@@ -36,12 +36,12 @@ static void forget(void *unlinked) {
 
 static void start(avl_tree *tree, avl_compare_fn compare) {
   memset(tree, 0, sizeof *tree);
-  EXPECT(i_avl_tree_init(tree, compare, forget) != 0, "the tree could not be made");
+  EXPECT(i_avl_tree_init(tree, compare, forget) != 0, "the tree could not be initialised");
 }
 
-static void enter(avl_tree *tree, Node *entered) {
-  EXPECT(i_avl_insert(tree, entered) != 0, "the key %d was refused, though no node has it", entered->key);
-  entered->is_entered = 1;
+static void insert(avl_tree *tree, Node *inserted) {
+  EXPECT(i_avl_insert(tree, inserted) != 0, "the key %d was refused although no node has it", inserted->key);
+  inserted->is_inserted = 1;
 }
 
 static Node *first_of(avl_tree *tree) {
@@ -60,19 +60,19 @@ static Node *next_of(avl_tree *tree, Node *current) {
   return found;
 }
 
-/* A walk sees the keys of 'wanted' whose entry is not 0, in order, and then ends. */
+/* A walk visits the keys whose entry in 'wanted' is not 0, in order, and then ends. */
 static void holds(avl_tree *tree, const int *wanted, int n_keys) {
-  Node *seen = first_of(tree);
+  Node *visited = first_of(tree);
   for (int key = 0; key < n_keys; key++) {
     if (!wanted[key]) continue;
-    EXPECT(seen != NULL, "a walk ends before the key %d", key);
-    EXPECT(seen->key == key, "a walk sees the key %d where %d should be", seen->key, key);
-    seen = next_of(tree, seen);
+    EXPECT(visited != NULL, "a walk ends before the key %d", key);
+    EXPECT(visited->key == key, "a walk visits the key %d instead of %d", visited->key, key);
+    visited = next_of(tree, visited);
   }
-  EXPECT(seen == NULL, "a walk sees the key %d, which should not be there", seen->key);
+  EXPECT(visited == NULL, "a walk visits the key %d where it should end", visited->key);
 }
 
-/* The next order of 'keys'; 0 after the last. */
+/* Puts 'keys' into the next order. Returns 0 after the last one. */
 static int next_order(int *keys, int n_keys) {
   int i = n_keys - 1, j = n_keys - 1;
   while (i > 0 && keys[i - 1] > keys[i])
@@ -91,18 +91,18 @@ static int next_order(int *keys, int n_keys) {
   return 1;
 }
 
-static void enter_in_order(avl_tree *tree, Node *nodes, const int *order) {
+static void insert_in_order(avl_tree *tree, Node *nodes, const int *order) {
   start(tree, compare_keys);
   for (int i = 0; i < kKeys; i++) {
     nodes[i] = (Node){.key = order[i]};
-    enter(tree, &nodes[i]);
+    insert(tree, &nodes[i]);
   }
 }
 
-static void init_makes_an_empty_tree(void) {
+static void init_creates_an_empty_tree(void) {
   avl_tree tree;
   start(&tree, compare_keys);
-  EXPECT(first_of(&tree) == NULL, "a walk of a new tree sees a node");
+  EXPECT(first_of(&tree) == NULL, "a walk of a new tree visits a node");
 }
 
 static void insert_keeps_the_order(void) {
@@ -110,7 +110,7 @@ static void insert_keeps_the_order(void) {
   do {
     avl_tree tree;
     Node nodes[kKeys];
-    enter_in_order(&tree, nodes, order);
+    insert_in_order(&tree, nodes, order);
     holds(&tree, wanted, kKeys);
   } while (next_order(order, kKeys));
 }
@@ -119,25 +119,25 @@ static void insert_refuses_an_equal_key(void) {
   avl_tree tree;
   Node one = {.key = 1}, same = {.key = 1};
   start(&tree, compare_keys);
-  enter(&tree, &one);
-  EXPECT(i_avl_insert(&tree, &same) == 0, "a second node of the same key was entered");
+  insert(&tree, &one);
+  EXPECT(i_avl_insert(&tree, &same) == 0, "a second node with the same key was inserted");
   EXPECT(first_of(&tree) == &one && !next_of(&tree, &one), "the refusal changed the tree");
 }
 
-static void insert_refuses_a_node_of_a_tree(void) {
+static void insert_refuses_a_node_that_is_in_a_tree(void) {
   avl_tree tree, other;
   Node one = {.key = 1}, two = {.key = 2};
   start(&tree, compare_keys);
   start(&other, compare_keys);
-  enter(&tree, &one);
-  enter(&tree, &two);
-  EXPECT(i_avl_insert(&tree, &one) == 0, "a node was entered twice into one tree");
-  EXPECT(i_avl_insert(&other, &two) == 0, "a node was entered into a second tree");
+  insert(&tree, &one);
+  insert(&tree, &two);
+  EXPECT(i_avl_insert(&tree, &one) == 0, "a node was inserted twice into one tree");
+  EXPECT(i_avl_insert(&other, &two) == 0, "a node was inserted into a second tree");
   holds(&tree, (const int[]){0, 1, 1}, 3);
   EXPECT(first_of(&other) == NULL, "the second tree holds a node that it refused");
 }
 
-static void comparator_is_asked_rightly(void) {
+static void comparator_receives_probe_and_node(void) {
   avl_tree tree;
   Node nodes[kKeys], probe = {.key = 3};
   void *removed = NULL;
@@ -145,7 +145,7 @@ static void comparator_is_asked_rightly(void) {
   for (int i = 0; i < kKeys; i++) {
     nodes[i] = (Node){.key = i};
     the_probe = &nodes[i];
-    enter(&tree, &nodes[i]);
+    insert(&tree, &nodes[i]);
   }
   the_probe = &probe;
   i_avl_search(&tree, &probe);
@@ -158,7 +158,7 @@ static void search_finds(void) {
   do {
     avl_tree tree;
     Node nodes[kKeys];
-    enter_in_order(&tree, nodes, order);
+    insert_in_order(&tree, nodes, order);
     for (int i = 0; i < kKeys; i++) {
       Node probe = {.key = order[i]};
       EXPECT(i_avl_search(&tree, &probe) == &nodes[i], "it did not find the key %d", order[i]);
@@ -171,39 +171,39 @@ static void search_finds_nothing(void) {
   Node one = {.key = 1}, probe = {.key = 2};
   start(&tree, compare_keys);
   EXPECT(i_avl_search(&tree, &probe) == NULL, "it found a node in an empty tree");
-  enter(&tree, &one);
-  EXPECT(i_avl_search(&tree, &probe) == NULL, "it found a node of another key");
+  insert(&tree, &one);
+  EXPECT(i_avl_search(&tree, &probe) == NULL, "it found a node with another key");
 }
 
 /* Every order of five insertions, followed by every order of five deletions by key. */
-static void delete_takes_out(void) {
-  int entries[kKeys] = {0, 1, 2, 3, 4};
+static void delete_removes(void) {
+  int insertions[kKeys] = {0, 1, 2, 3, 4};
   do {
-    int exits[kKeys] = {0, 1, 2, 3, 4};
+    int deletions[kKeys] = {0, 1, 2, 3, 4};
     do {
       avl_tree tree;
       Node nodes[kKeys];
       int wanted[kKeys] = {1, 1, 1, 1, 1};
-      enter_in_order(&tree, nodes, entries);
+      insert_in_order(&tree, nodes, insertions);
       for (int i = 0; i < kKeys; i++) {
-        Node probe = {.key = exits[i]};
+        Node probe = {.key = deletions[i]};
         void *removed = NULL;
-        EXPECT(i_avl_delete(&tree, &probe, &removed) != 0, "it did not find the key %d", exits[i]);
-        EXPECT(removed && ((Node *)removed)->key == exits[i], "it did not name the node that it took out");
-        wanted[exits[i]] = 0;
+        EXPECT(i_avl_delete(&tree, &probe, &removed) != 0, "it did not find the key %d", deletions[i]);
+        EXPECT(removed && ((Node *)removed)->key == deletions[i], "it did not write the node that it removed");
+        wanted[deletions[i]] = 0;
         holds(&tree, wanted, kKeys);
       }
-    } while (next_order(exits, kKeys));
-  } while (next_order(entries, kKeys));
+    } while (next_order(deletions, kKeys));
+  } while (next_order(insertions, kKeys));
 }
 
-static void delete_reports_the_absent(void) {
+static void delete_reports_an_absent_key(void) {
   avl_tree tree;
   Node one = {.key = 1}, probe = {.key = 2};
   void *removed = &probe;
   start(&tree, compare_keys);
-  enter(&tree, &one);
-  EXPECT(i_avl_delete(&tree, &probe, &removed) == 0, "it claims to have taken out a key that was not there");
+  insert(&tree, &one);
+  EXPECT(i_avl_delete(&tree, &probe, &removed) == 0, "it returned non-zero for a key that is not in the tree");
   holds(&tree, (const int[]){0, 1}, 2);
 }
 
@@ -214,30 +214,30 @@ static void delete_prefers_the_node_itself(void) {
     Node nodes[kKeys];
     int order[kKeys] = {2, 0, 4, 1, 3}, wanted[kKeys] = {1, 1, 1, 1, 1};
     void *removed = NULL;
-    enter_in_order(&tree, nodes, order);
+    insert_in_order(&tree, nodes, order);
     tree.compare = call_all_equal;
-    EXPECT(i_avl_delete(&tree, &nodes[chosen], &removed) != 0, "it did not take out a node of the tree");
-    EXPECT(removed == &nodes[chosen], "it took out a neighbour that compares equal");
+    EXPECT(i_avl_delete(&tree, &nodes[chosen], &removed) != 0, "it did not remove a node of the tree");
+    EXPECT(removed == &nodes[chosen], "it removed a neighbour that compares equal");
     tree.compare = compare_keys;
     wanted[order[chosen]] = 0;
     holds(&tree, wanted, kKeys);
   }
 }
 
-static void delete_frees_the_node_for_other_trees(void) {
+static void deleted_node_can_be_inserted_again(void) {
   avl_tree tree, other;
   Node one = {.key = 1}, two = {.key = 2};
   void *removed = NULL;
   start(&tree, compare_keys);
   start(&other, compare_keys);
-  enter(&tree, &one);
-  enter(&tree, &two);
+  insert(&tree, &one);
+  insert(&tree, &two);
   i_avl_delete(&tree, &one, &removed);
-  enter(&other, &one);
+  insert(&other, &one);
   holds(&tree, (const int[]){0, 0, 1}, 3);
   holds(&other, (const int[]){0, 1, 0}, 3);
   i_avl_delete(&other, &one, &removed);
-  enter(&tree, &one);
+  insert(&tree, &one);
   holds(&tree, (const int[]){0, 1, 1}, 3);
 }
 
@@ -249,7 +249,7 @@ static void free_record(void *unlinked) {
   free(unlinked);
 }
 
-static void remove_frees_each_once(void) {
+static void remove_frees_each_node_once(void) {
   enum { kMany = 100 };
   avl_tree tree;
   Node again = {.key = 1};
@@ -259,12 +259,12 @@ static void remove_frees_each_once(void) {
     Node *record = calloc(1, sizeof *record);
     if (!record) abort();
     record->key = i * 37 % kMany;
-    enter(&tree, record);
+    insert(&tree, record);
   }
   i_avl_remove(&tree, &tree);
-  EXPECT(n_freed == kMany, "of %d nodes the free function heard of %d", (int)kMany, n_freed);
+  EXPECT(n_freed == kMany, "the free function was called %d times for %d nodes", n_freed, (int)kMany);
   EXPECT(first_of(&tree) == NULL, "the tree is not empty afterwards");
-  enter(&tree, &again);
+  insert(&tree, &again);
   EXPECT(first_of(&tree) == &again, "the tree cannot be used afterwards");
 }
 
@@ -273,20 +273,20 @@ static void remove_of_an_empty_tree(void) {
   memset(&tree, 0, sizeof tree);
   i_avl_tree_init(&tree, compare_keys, free_record);
   i_avl_remove(&tree, &tree);
-  EXPECT(n_freed == 0, "the free function heard of %d nodes", n_freed);
+  EXPECT(n_freed == 0, "the free function was called %d times", n_freed);
 }
 
 /* A walk continues from a record that was removed, or was never in the tree. */
-static void next_of_an_absent_one(void) {
+static void next_of_an_absent_node(void) {
   avl_tree tree;
   Node nodes[3] = {{.key = 2}, {.key = 4}, {.key = 6}};
   start(&tree, compare_keys);
   for (int i = 0; i < 3; i++)
-    enter(&tree, &nodes[i]);
+    insert(&tree, &nodes[i]);
   for (int key = 1; key < 8; key += 2) {
     Node absent = {.key = key};
     const Node *wanted = key > 6 ? NULL : &nodes[key / 2], *next = next_of(&tree, &absent);
-    EXPECT(next == wanted, "behind the key %d, which is not there, it gives %d instead of %d", key,
+    EXPECT(next == wanted, "after the key %d, which is not in the tree, it finds %d instead of %d (-1: none)", key,
            next ? next->key : -1, wanted ? wanted->key : -1);
   }
 }
@@ -307,19 +307,19 @@ static uint32_t compare_beginnings(const void *nascent, const void *tree) {
 }
 
 /* A walk visits each inserted record once. */
-static void sees_all(avl_tree *tree, const NamedNode *nodes, const int *is_entered, int n_nodes) {
-  void *seen = NULL;
-  int n_seen = 0, n_entered = 0;
+static void visits_all(avl_tree *tree, const NamedNode *nodes, const int *is_inserted, int n_nodes) {
+  void *visited = NULL;
+  int n_visited = 0, n_inserted = 0;
   for (int i = 0; i < n_nodes; i++)
-    n_entered += is_entered[i];
-  i_avl_get_first(tree->top.parent, &seen);
-  while (seen && n_seen <= n_entered) {
-    ptrdiff_t at = (NamedNode *)seen - nodes;
-    EXPECT(at >= 0 && at < n_nodes && is_entered[at], "a walk sees a node that is not in the tree");
-    n_seen++;
-    i_avl_get_next(tree, seen, &seen);
+    n_inserted += is_inserted[i];
+  i_avl_get_first(tree->top.parent, &visited);
+  while (visited && n_visited <= n_inserted) {
+    ptrdiff_t at = (NamedNode *)visited - nodes;
+    EXPECT(at >= 0 && at < n_nodes && is_inserted[at], "a walk visits a node that is not in the tree");
+    n_visited++;
+    i_avl_get_next(tree, visited, &visited);
   }
-  EXPECT(n_seen == n_entered, "of %d nodes a walk sees %d", n_entered, n_seen);
+  EXPECT(n_visited == n_inserted, "a walk visits %d of %d nodes", n_visited, n_inserted);
 }
 
 static void survives_prefixes(void) {
@@ -328,20 +328,20 @@ static void survives_prefixes(void) {
   for (int turn = 0; turn < kNames; turn++) {
     avl_tree tree;
     NamedNode nodes[kNames];
-    int is_entered[kNames] = {0};
+    int is_inserted[kNames] = {0};
     start(&tree, compare_beginnings);
     for (int i = 0; i < kNames; i++)
       nodes[i] = (NamedNode){.name = names[(i + turn) % kNames]};
     for (int i = 0; i < kNames; i++)
-      is_entered[i] = i_avl_insert(&tree, &nodes[i]) != 0;
-    sees_all(&tree, nodes, is_entered, kNames);
+      is_inserted[i] = i_avl_insert(&tree, &nodes[i]) != 0;
+    visits_all(&tree, nodes, is_inserted, kNames);
     for (int i = 0; i < kNames; i++) {
       void *removed = NULL;
-      if (!is_entered[i]) continue;
+      if (!is_inserted[i]) continue;
       EXPECT(i_avl_delete(&tree, &nodes[i], &removed) != 0 && removed == &nodes[i], "it lost the node '%s'",
              nodes[i].name);
-      is_entered[i] = 0;
-      sees_all(&tree, nodes, is_entered, kNames);
+      is_inserted[i] = 0;
+      visits_all(&tree, nodes, is_inserted, kNames);
     }
   }
 }
@@ -363,32 +363,34 @@ static void agrees_with_a_model(void) {
     void *removed = NULL;
     uint32_t done = random >> 31 ? i_avl_insert(&tree, &nodes[key]) : i_avl_delete(&tree, &probe, &removed);
     int should = random >> 31 ? !present[key] : present[key];
-    EXPECT((done != 0) == should, "step %d, %s the key %d: it answered %u", step, random >> 31 ? "insert" : "delete",
+    EXPECT((done != 0) == should, "step %d, %s the key %d: it returned %u", step, random >> 31 ? "insert" : "delete",
            key, done);
     if (done) present[key] = !present[key];
-    EXPECT((i_avl_search(&tree, &probe) == &nodes[key]) == present[key], "step %d: a search errs about the key %d",
-           step, key);
+    EXPECT((i_avl_search(&tree, &probe) == &nodes[key]) == present[key],
+           "step %d: a search for the key %d returns the wrong result", step, key);
     if (step % 100 == 0) holds(&tree, present, kMany);
   }
   holds(&tree, present, kMany);
 }
 
 static const Promise promises[] = {
-    {"i_avl_tree_init", "answers non-zero and makes an empty tree", init_makes_an_empty_tree},
+    {"i_avl_tree_init", "returns non-zero and initialises an empty tree", init_creates_an_empty_tree},
     {"i_avl_insert", "keeps the nodes in the order of the comparator", insert_keeps_the_order},
-    {"i_avl_insert", "answers 0 for a key that is present, and changes nothing", insert_refuses_an_equal_key},
-    {"i_avl_insert", "answers 0 for a node that is in a tree already", insert_refuses_a_node_of_a_tree},
-    {"i_avl_insert", "agrees with a simple model over many steps, as search and deletion do", agrees_with_a_model},
+    {"i_avl_insert", "returns 0 for a key that is already in the tree, and changes nothing",
+     insert_refuses_an_equal_key},
+    {"i_avl_insert", "returns 0 for a node that is already in a tree", insert_refuses_a_node_that_is_in_a_tree},
+    {"i_avl_insert", "agrees with a simple model over many steps, and so do search and deletion", agrees_with_a_model},
     {"i_avl_search", "finds the node that compares equal", search_finds},
-    {"i_avl_search", "answers NULL when there is none", search_finds_nothing},
-    {"i_avl_search", "gives the comparator the probe first, and then a node of the tree", comparator_is_asked_rightly},
-    {"i_avl_delete", "takes out the node that compares equal, and names it", delete_takes_out},
-    {"i_avl_delete", "answers 0 when there is none, and changes nothing", delete_reports_the_absent},
-    {"i_avl_delete", "takes out the given node itself when it is in the tree", delete_prefers_the_node_itself},
-    {"i_avl_delete", "leaves a node that can be entered again", delete_frees_the_node_for_other_trees},
-    {"i_avl_delete", "loses no node when keys are equal to their beginnings", survives_prefixes},
-    {"i_avl_remove", "calls the free function once for each node, which may go", remove_frees_each_once},
-    {"i_avl_remove", "does nothing about an empty tree", remove_of_an_empty_tree},
-    {"i_avl_get_next", "gives the first node behind one that is not in the tree", next_of_an_absent_one},
+    {"i_avl_search", "returns NULL if no node compares equal", search_finds_nothing},
+    {"i_avl_search", "passes the probe to the comparator first, then a node of the tree",
+     comparator_receives_probe_and_node},
+    {"i_avl_delete", "removes the node that compares equal, and writes it to 'removed'", delete_removes},
+    {"i_avl_delete", "returns 0 if no node compares equal, and changes nothing", delete_reports_an_absent_key},
+    {"i_avl_delete", "removes the given node itself if it is in the tree", delete_prefers_the_node_itself},
+    {"i_avl_delete", "lets the removed node be inserted again", deleted_node_can_be_inserted_again},
+    {"i_avl_delete", "loses no node if a key compares as equal to one that begins with it", survives_prefixes},
+    {"i_avl_remove", "calls the free function once for each node, which it may free", remove_frees_each_node_once},
+    {"i_avl_remove", "does nothing to an empty tree", remove_of_an_empty_tree},
+    {"i_avl_get_next", "finds the first node that sorts after one that is not in the tree", next_of_an_absent_node},
 };
 const Group trees = {"trees", promises, COUNT_OF(promises)};

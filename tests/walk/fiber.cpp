@@ -76,7 +76,7 @@ Fiber::Fiber(std::function<void(Fiber &)> body) : body_(std::move(body)), stack_
   own_.uc_stack.ss_sp = stack_.get();
   own_.uc_stack.ss_size = kStackSize;
   own_.uc_link = nullptr;
-  // makecontext passes int values: the address goes in two halves.
+  // makecontext passes int values, so the address is split into two halves.
   const auto address = reinterpret_cast<uintptr_t>(this);
   makecontext(&own_, reinterpret_cast<void (*)()>(enter), 2, static_cast<unsigned>(address >> 32),
               static_cast<unsigned>(address));
@@ -111,7 +111,7 @@ void Fiber::run() {
   try {
     if (!unwinding_) body_(*this);
   } catch (const Unwound &) {
-    // Nothing is left of the body.
+    // The body is unwound.
   }
   ended_ = true;
   leave_stack(nullptr, other_stack_, other_size_);

@@ -11,15 +11,15 @@ namespace {
 constexpr const char *kNoList = "without memory for a list of targets, the handlers that follow are not notified";
 constexpr const char *kQueue = "a queue without memory for one more entry of a shared action does not report it";
 constexpr const char *kReferences =
-    "references that cannot be made are traced, not reported in the status; a queue may lack the entry";
+    "references that cannot be created are traced, not reported in the status; a queue may lack the entry";
 constexpr const char *kTreeFull = "the status of the tree is passed on";
-constexpr const char *kNoText = "NULL or an empty place stands for a text that cannot be created";
+constexpr const char *kNoText = "a text that cannot be created is NULL, or its place is left empty";
 
 }  // namespace
 
 const std::vector<Partial> &partial_states() {
   static const std::vector<Partial> table = {
-      {zar_create_database, {38}, true, "a database stays with the trees that could be made"},
+      {zar_create_database, {38}, true, "a database stays, with the trees that could be created"},
       {zar_client_register,
        {0, 37, 38},
        true,
@@ -56,7 +56,7 @@ const std::vector<Partial> &partial_states() {
       {zar_delete_stored_policy_by_name, {0}, true, kNoList},
       {zar_delete_target, {0, 37}, true, kNoList},
       {zar_destroy_database, {0}, true, kNoList},
-      {zar_create_policy_context, {0}, false, "NULL stands for no context"},
+      {zar_create_policy_context, {0}, false, "NULL means that there is no context"},
       {zar_shim_action_added_removed, {0}, false, kNoList},
       {zar_invoke_action_handler, {0}, false, kNoList},
       {zar_remove_action_handler_for_event, {0}, false, kNoList},
@@ -72,7 +72,7 @@ const std::vector<Partial> &partial_states() {
        true,
        "the map that was created stays when it cannot be stored"},
       {kel_delete_subscriber_parameter_map, {39}, false, "a name that cannot be copied is NULL"},
-      {kel_is_pmap_created, {0}, false, "a name that cannot be copied is found nowhere"},
+      {kel_is_pmap_created, {0}, false, "a name that cannot be copied is not found"},
       {kel_pmtr_map_get_filter_expr_by_type, {40}, false, "an expression that cannot be copied counts as not found"},
       {zar_pmtr_create_or_add_filter,
        {0, 37, 38, 39},

@@ -11,13 +11,13 @@ namespace walk {
 
 struct Partial {
   calls::Op op;
-  std::vector<uint64_t> answers;  // that a call with a failed request may return
+  std::vector<uint64_t> answers;  // what a call with a failed request may return
   bool changes;                   // whether it may leave another state than it found
   const char *reason;
 };
 
 const std::vector<Partial> &partial_states();
-// The line of the operation, or NULL.
+// The operation's line, or NULL.
 const Partial *partial_state_of(calls::Op op);
 
 }  // namespace walk

@@ -94,7 +94,8 @@ Session::~Session() {
   zar_clients_info = nullptr;
 }
 
-// Client one owns the default database, two works in it, three has one of its own. One owns the domain of most maps.
+// Client one owns the default database, client two works in it, and client three has its own. Client one also owns the
+// domain of most maps.
 void Session::start_clients() {
   for (const char *name : {"one", "two", "three"}) {
     zar_db *database = nullptr;
@@ -160,7 +161,7 @@ calls::Answer Session::make(Progress &progress) {
   return calls::operation(progress.call.op).call(progress.arguments);
 }
 
-// The effects of the call are compared at its end; the repository, at the end of all calls.
+// The effects of a call are compared when it ends; the repository, when no call is running any more.
 bool Session::follow(Progress &progress, const calls::Answer &answer) {
   ++steps_;
   if (under_way_.size() > 1) ++steps_within_[under_way_.size() - 2];
@@ -195,7 +196,8 @@ bool Session::compare_lines(size_t count) {
     const std::string expected = i < model_.log.size() ? model_.log[i] : "nothing";
     if (was != expected)
       return fail(
-          std::string("call of the client or the engine: \"").append(was).append("\", not \"").append(expected) + "\"");
+          std::string("the client or the engine was called for \"").append(was).append("\", not \"").append(expected) +
+          "\"");
   }
   return true;
 }
@@ -318,7 +320,7 @@ Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &an
   const auto &answers = described == nullptr ? kOtherwise : described->answers;
   const bool reported = std::find(answers.begin(), answers.end(), answer.value) != answers.end();
   if (!reported && !answer.text) {
-    fail(text("answered %lu although a request failed", static_cast<unsigned long>(answer.value)));
+    fail(text("returned %lu although a request failed", static_cast<unsigned long>(answer.value)));
     return Outcome::wrong;
   }
   if (described != nullptr && described->changes) {
@@ -327,7 +329,8 @@ Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &an
   }
   const std::string difference = model_.difference();
   if (!difference.empty() || !(runtime::inventory() == before)) {
-    fail("after a failed request " + (difference.empty() ? std::string("more is live than before") : difference));
+    fail("after a failed request " +
+         (difference.empty() ? std::string("other things are live than before") : difference));
     return Outcome::wrong;
   }
   calls::engine() = engine_before;
@@ -345,7 +348,7 @@ bool Session::delete_everything() {
   calls::engine().refusal = model_.refusal = calls::Refusal::none;
   std::vector<std::string> wrong;
   const auto deleted = [&](const char *what, uint32_t status) {
-    if (status != 0) wrong.push_back(text("%s answered %u at the end", what, status));
+    if (status != 0) wrong.push_back(text("%s returned %u at the end", what, status));
   };
   for (const auto &database : model_.databases) {
     deleted("zar_destroy_database", zar_destroy_database(database->record));
@@ -385,7 +388,7 @@ bool Session::delete_everything() {
   return wrong.empty() || fail(wrong.front());
 }
 
-// Live are the objects from before, the clients with their databases and domains, and documented losses.
+// Only the objects from before, the clients with their databases and domains, and documented losses are still live.
 bool Session::nothing_leaked() {
   const std::vector<model::Pmap *> builtin = model_.all<model::Pmap>();  // they are emptied, never freed
   const runtime::Inventory now = runtime::inventory();
@@ -411,7 +414,7 @@ bool Session::nothing_leaked() {
                 before_.records + of_clients + model_.databases.size() + model_.lost_records + builtin.size()) &&
          expect("blocks", blocks, blocks_before + 1 + of_clients + 4 * model_.databases.size() + builtin.size()) &&
          expect("queue entries", now.queue_entries, before_.queue_entries) &&
-         (now.texts == texts || fail("other texts are interned at the end than should be"));
+         (now.texts == texts || fail("the texts that are interned at the end are not those expected"));
 }
 
 }  // namespace walk

@@ -1,5 +1,5 @@
-// A sequence of calls to the library, followed by the model, from start-up until everything that was created is deleted
-// again.
+// A sequence of calls to the library, which the model follows, from start-up until everything that was created is
+// deleted again.
 #pragma once
 
 #include <array>
@@ -19,16 +19,16 @@
 namespace walk {
 
 struct Options {
-  bool trace = false;               // levels 3 and 6 are wanted
+  bool trace = false;               // levels 3 and 6 are traced
   std::FILE *transcript = nullptr;  // every call with its results, outputs, callbacks and traces, without addresses
   std::vector<std::string> *lines = nullptr;  // the calls as text, up to the one that went wrong
-  bool print_first = false;                   // the calls go to the standard error output before they are made
+  bool print_first = false;                   // each call is printed to standard error before it is made
   unsigned look_every = 1;                    // the number of calls between comparisons of the whole repository
   const calls::Alphabet *alphabet = &calls::small_alphabet();
 };
 
 struct FaultPlan {
-  std::vector<uint64_t> requests;  // of each attempt in turn, the one that fails (1: the first)
+  std::vector<uint64_t> requests;  // for each attempt in turn, which request fails (1: the first)
   runtime::Fault mode = runtime::Fault::once;
 };
 
@@ -39,33 +39,34 @@ class Session {
   Session(const Session &) = delete;
   Session &operator=(const Session &) = delete;
 
-  // Makes the call unless clients may not make it. False if something differs from the model's prediction.
+  // Makes the call, unless clients must not make it. Returns false if something differs from the model's prediction.
   bool step(const calls::Call &call);
-  // The same with a fallible request of the call failing. The call then reports it, and the repository is unchanged,
-  // except as described in partial.h; when it is repeated, with the next request of the plan failing or finally with
-  // none, it behaves as usual.
+  // The same, with a request of the call failing. The call must report the failure and leave the repository unchanged,
+  // except as described in partial.h. Then the call is repeated, with the next request of the plan failing. The last
+  // attempt is made without a failing request and must behave as usual.
   bool step_with_fault(const calls::Call &call, const FaultPlan &plan);
-  // Makes the calls one after the other, those marked so within the functions of clients that the library calls.
+  // Makes the calls one after the other: each as its 'within' says, on its own or within a function of a client.
   bool steps(std::span<const calls::Call> calls);
   // Compares the whole repository with the model.
   bool look();
-  // Deletes everything that is left, and checks for leftovers.
+  // Deletes everything that is left, and checks that nothing leaked.
   bool finish();
 
   const std::string &failure() const { return failure_; }
   uint64_t steps() const { return steps_; }
-  // Of these, the calls within functions of clients, by the depth: within one, within one of a call within one, ...
+  // How many of these were made within functions of clients, by depth: within a function that another call called,
+  // within a function that such a call called, and so on.
   static constexpr size_t kDepth = 3;
   const std::array<uint64_t, kDepth> &steps_within() const { return steps_within_; }
   uint64_t faults() const { return faults_; }
   const std::map<runtime::Service, uint64_t> &faults_by_service() const { return faults_by_service_; }
-  // A fault has left a state with which the model cannot continue.
+  // Whether a fault has left a state with which the model cannot continue.
   bool partial() const { return partial_; }
 
  private:
   enum class Outcome { done, again, partial, wrong };
 
-  // A call under way.
+  // A running call.
   struct Progress {
     explicit Progress(const calls::Call &the_call) : call(the_call) {}
 
@@ -73,8 +74,8 @@ class Session {
     calls::Arguments arguments;
     model::Seen seen{arguments};
     size_t line_number = 0;
-    // The model's part, if it was needed before the end: it has followed up to the function that the library is
-    // calling.
+    // The model's side of the call, if it was needed before the call ended: the model has followed the call up to the
+    // function that the library is calling.
     std::optional<Fiber> following;
     size_t lines_to_follow = 0;
   };
@@ -107,7 +108,7 @@ class Session {
   std::array<uint64_t, kDepth> steps_within_{};
   std::vector<Progress *> under_way_;  // the innermost is the last
   std::span<const calls::Call> to_make_;
-  unsigned functions_until_next_ = 0;  // 0: the next call to make waits for the end of the running ones
+  unsigned functions_until_next_ = 0;  // 0: the next call waits until the running ones have ended
   uint64_t faults_ = 0;
   std::map<runtime::Service, uint64_t> faults_by_service_;
   bool partial_ = false;

@@ -1,5 +1,5 @@
-// Is between the program and the stand-in runtime and breaks one promise, named by BREAK in the environment. All other
-// services, and all services without BREAK, are the stand-in's.
+// Sits between the program and the stand-in runtime and breaks one promise, which BREAK in the environment names. All
+// other services, and all services without BREAK, are the stand-in's.
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -51,8 +51,8 @@ chunk_pool *chunk_create(const char *name, size_t size, uint32_t per_chunk, uint
 }
 
 uint32_t i_avl_insert(avl_tree *tree, void *node) {
-  uint32_t is_entered = NEXT(i_avl_insert)(tree, node);
-  return breaks("equal keys") ? 1 : is_entered;
+  uint32_t is_inserted = NEXT(i_avl_insert)(tree, node);
+  return breaks("equal keys") ? 1 : is_inserted;
 }
 
 void i_avl_get_first(avl_node *root, void **first) {
@@ -98,7 +98,7 @@ int strncpy_s(char *to, size_t to_size, const char *from, size_t count) {
 }
 
 uint32_t btrace_module_test(uint32_t module, uint32_t level) {
-  static uint32_t n_questions;
-  if (breaks("steady levels")) return ++n_questions % 100 == 0;
+  static uint32_t n_calls;
+  if (breaks("steady levels")) return ++n_calls % 100 == 0;
   return NEXT(btrace_module_test)(module, level);
 }

@@ -1,4 +1,4 @@
-// Calls that are written down: names for the bytes of their arguments. Scene gives the bytes their meaning.
+// Calls that are written by hand: names for the bytes of their arguments. Scene gives the bytes their meaning.
 #pragma once
 
 #include <cstdint>
@@ -48,7 +48,7 @@ constexpr uint8_t kYes = 1;
 // A pointer that is not NULL.
 constexpr uint8_t kGiven = 0;
 
-// Ends the process unless the operation has as many bytes.
+// Ends the process unless the operation takes exactly this many bytes.
 Call call(Op op, std::initializer_list<uint8_t> argument_bytes);
 
 }  // namespace calls::bytes

@@ -78,7 +78,7 @@ std::string action_text_of(const Data &data, uint32_t argument) {
 }
 
 std::string filter_text_of(const Data &data) {
-  // Keywords of each length stand at its beginning.
+  // The text begins with keywords of every length.
   return text("type%u is %u", data.value, data.id);
 }
 

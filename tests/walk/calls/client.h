@@ -1,5 +1,5 @@
 // Everything outside the library in a sequence of calls: the clients with their data and functions, the printer, and
-// the engine. Each call of these leaves a line in one log.
+// the engine. Each call to them adds a line to one log.
 #pragma once
 
 #include <cstdint>
@@ -28,17 +28,17 @@ struct Data {
   uint8_t value = 0;
   bool mute = false;  // its string functions return NULL
 };
-// Its id; 0 of NULL.
+// Its id; 0 for NULL.
 uint32_t id_of(const void *data);
-// What the string functions make of it.
+// What the string functions return for it.
 std::string action_text_of(const Data &data, uint32_t argument);
 std::string filter_text_of(const Data &data);
 
-// What a function of a client does besides its own work, after its line is logged: nothing, unless it is to call the
-// library back.
+// What a function of a client does after its line is logged, besides its own work: nothing, unless it should call back
+// into the library.
 std::function<void()> &when_called();
 
-// The functions of contexts; of two there are twins, since content is the same only when the functions are.
+// The functions of contexts. Two of them have a twin, since contents are the same only if their functions are.
 void free_data(void *data, void *context);
 void free_data_too(void *data, void *context);
 uint32_t run_action(void *data, void *run);
@@ -61,7 +61,7 @@ void end_target_lists();
 enum class Refusal { none, create, find, remove, free_context, parameter_map_type };
 struct Engine {
   Refusal refusal = Refusal::none;
-  // The target of the last instance that was wanted: a target that is not made after all has no other trace.
+  // The target of the last requested instance: a target whose creation fails in the end leaves no other trace.
   uint32_t last_target = 0;
   std::map<std::string, std::string> instances;  // by "target/key"; the entry itself is the instance
 };

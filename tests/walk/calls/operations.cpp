@@ -74,8 +74,8 @@ static_assert(kOperations.size() == static_cast<size_t>(Op::count));
 
 // ---- Bytes
 
-// The lower half of the codes stands for operations that build a repository; after any other code, a second byte
-// selects one of all operations.
+// The lower half of the codes means operations that build a repository. After any other code, a second byte selects one
+// of all operations.
 constexpr size_t kBuildingCodes = 128;
 
 constexpr std::array<Op, kBuildingCodes> building_operations() {
@@ -88,7 +88,8 @@ constexpr std::array<Op, kBuildingCodes> building_operations() {
 #undef OPERATION
   return table;
 }
-// A weight too many would not compile; one too few would leave codes for the first operation.
+// With weights that are too large, this would not compile; with weights that are too small, the last codes would mean
+// the first operation.
 constexpr std::array<Op, kBuildingCodes> kBuilding = building_operations();
 static_assert(kBuilding.back() == Op::host_counts_an_execution);
 
@@ -161,7 +162,7 @@ void Scene::resolve(const Call &call, Arguments &arguments, const void *reposito
 
 namespace {
 
-// Most handles are one of two of a kind, so that calls often use the same objects.
+// Most handles come from two of the four slots of their kind, so that calls often use the same objects.
 uint8_t slot_of(uint8_t byte) {
   return byte % 8 < 6 ? byte % 2 : byte % 8 - 4;
 }
@@ -281,7 +282,7 @@ void Scene::resolve_one(Arguments &arguments, size_t i, Param param, uint8_t byt
   }
 }
 
-// At least three quarters are handles of the wanted kind.
+// At least three quarters are handles of the required kind.
 void Scene::handle(Arguments &arguments, size_t i, Param param, uint8_t byte) {
   const size_t slot_at = slot_of(byte);
   const size_t way = byte / 8;
@@ -314,7 +315,7 @@ void Scene::record(Arguments &arguments, size_t i, Param param, uint8_t byte) {
 
 void Scene::out(Arguments &arguments, size_t i, Param param, uint8_t byte) {
   arguments.numbers_out[i] = kUntouched;
-  arguments.pointers_out[i] = &arguments.buffer;  // a pointer that no operation puts out
+  arguments.pointers_out[i] = &arguments.buffer;  // a pointer that no operation writes
   arguments.slots[i] = slot_of(byte);
   if (byte >= 248) {
     arguments.rendered += "NULL";

@@ -19,7 +19,7 @@
 namespace calls {
 
 enum class Param : uint8_t {
-  // Handles of the kind that the operation wants, or not
+  // Handles, mostly of the kind that the operation requires
   pmap,
   cmap,
   action,
@@ -36,7 +36,7 @@ enum class Param : uint8_t {
   filter_record,
   target_record,
   pmtr_map_record,
-  // Places for results, or NULL; handles that come there go into the slots of their kind
+  // Places for results, or NULL; handles that are written there are kept in the slots of their kind
   pmap_out,
   cmap_out,
   action_out,
@@ -86,26 +86,26 @@ enum class Op : uint16_t {
 
 inline constexpr size_t kMostArguments = 8;
 inline constexpr size_t kMostBytes = 10;  // of arguments
-// The words and bytes that no operation puts out.
+// What result places contain before a call; no operation writes it.
 inline constexpr uint32_t kUntouched = 0xabad1dea;
 
-// One call, before it is known what its bytes mean.
+// One call, before its bytes are given a meaning.
 struct Call {
   Op op{};
   std::array<uint8_t, kMostBytes> bytes{};
-  // 0: it is made when the call before it has come to its end. Otherwise, in which of the clients' functions that the
-  // library calls from here on it is made (1: the one that is running, or else the next); never, when there are fewer.
+  // 0: the call is made after the previous one has ended. n: it is made within the n-th function of a client that the
+  // library calls from here on (1: the one that is running, or else the next), or never if there are fewer.
   uint8_t within = 0;
 };
 
-// Reads calls off bytes.
+// Reads calls from bytes.
 class Decoder {
  public:
   explicit Decoder(std::span<const uint8_t> bytes) : bytes_(bytes) {}
   bool done() const { return at_ >= bytes_.size(); }
   uint8_t byte() { return done() ? 0 : bytes_[at_++]; }
   Call call();
-  // The byte for the operation means one of these.
+  // The operation is one of these.
   Call call_among(std::span<const Op> operations);
 
  private:
@@ -114,9 +114,9 @@ class Decoder {
   std::span<const uint8_t> bytes_;
   size_t at_ = 0;
 };
-// The first call that these bytes mean; enough for any.
+// The first call in these bytes.
 Call call_of(std::span<const uint8_t> bytes);
-// How many bytes the arguments take.
+// The number of bytes for the arguments.
 size_t bytes_of(Op op);
 size_t bytes_of(Param param);
 
@@ -126,7 +126,8 @@ struct Answer {
   std::optional<std::string> text;
 };
 
-// The arguments of one call, ready to be passed. Result places and caller's records are inside, so it stays where it is.
+// The arguments of one call, ready to be passed. It contains the result places and the caller's records, so it must not
+// move.
 struct Arguments {
   Arguments() = default;
   Arguments(const Arguments &) = delete;
@@ -134,10 +135,10 @@ struct Arguments {
 
   std::array<uint64_t, kMostArguments> words{};
   std::array<uint32_t, kMostArguments> handles{};  // of handles and records
-  // Where results come.
+                                                   // Places for results.
   std::array<uint32_t, kMostArguments> numbers_out{};
   std::array<void *, kMostArguments> pointers_out{};
-  std::array<uint8_t, kMostArguments> slots{};  // where a handle in a result place goes
+  std::array<uint8_t, kMostArguments> slots{};  // the slot for a handle in a result place
   // The caller's records.
   std::array<zar_map_info, 2> infos{};
   size_t infos_used = 0;
@@ -166,7 +167,7 @@ struct Operation {
 };
 const Operation &operation(Op op);
 
-// The words that arguments are drawn from.
+// The names and domains that arguments are chosen from.
 struct Alphabet {
   std::vector<std::string> names;
   std::vector<std::string> domains;
@@ -178,16 +179,16 @@ class Scene {
  public:
   explicit Scene(const Alphabet &alphabet) : alphabet_(&alphabet) {}
 
-  // 'record_of' answers the record behind a live handle of the slot's kind, or NULL.
+  // 'record_of' returns the record that a live handle of the slot's kind resolves to, or NULL.
   using RecordOf = void *(*)(const void *repository, Param kind, uint32_t handle);
   void resolve(const Call &call, Arguments &arguments, const void *repository, RecordOf record_of);
-  // Takes the handles out of the result places.
+  // Keeps the handles from the result places in the slots.
   void keep_results(const Call &call, const Arguments &arguments);
 
   void know(zar_db *database) { databases_.push_back(database); }
   const std::vector<zar_db *> &databases() const { return databases_; }
   uint32_t clients = 0;
-  bool rendering = true;  // texts of calls are wanted
+  bool rendering = true;  // whether the texts of calls are needed
 
  private:
   static constexpr size_t kKinds = 9;

@@ -23,7 +23,7 @@ class Comparison {
   void same_pointer(const char *field, const void *library, const void *expected) {
     if (library != expected) note(field, calls::text("%p", library), calls::text("%p", expected));
   }
-  // The elements of a queue, each as 'of_element' sees it, beside those of the model, each as 'of_object' does.
+  // Compares what 'of_element' returns for each element of a queue with what 'of_object' returns for the model's.
   template <typename Record, typename List, typename OfElement, typename OfObject>
   void same_list(const char *field, const queue_head &queue, const List &list, OfElement of_element,
                  OfObject of_object) {
@@ -39,7 +39,7 @@ class Comparison {
       ++at;
     }
   }
-  // A queue of the very records of the objects.
+  // Compares a queue that holds the records of the objects themselves.
   template <typename Record, typename Type>
   void same_members(const char *field, const queue_head &queue, const List<Type *> &list) {
     same_list<Record>(
@@ -227,7 +227,7 @@ std::string compared(const char *name, const avl_tree *tree, const std::vector<c
   i_avl_get_first(tree->top.parent, &record);
   for (; record != nullptr; ++at) {
     if (at >= expected.size() || expected[at] != record)
-      return calls::text("%s holds another record at %zu than it should", name, at);
+      return calls::text("%s holds an unexpected record at position %zu", name, at);
     i_avl_get_next(const_cast<avl_tree *>(tree), record, &record);
   }
   return at == expected.size() ? "" : calls::text("%s holds %zu records, not %zu", name, at, expected.size());
@@ -253,10 +253,10 @@ std::string compared(const Database &database) {
 }
 
 std::string compared(const std::vector<Client> &clients) {
-  if (zar_current_max_clients != clients.size()) return "there are more or fewer clients";
+  if (zar_current_max_clients != clients.size()) return "the number of clients is wrong";
   constexpr size_t kRoom = 10;
   if (zar_allowed_max_clients != (clients.size() + kRoom - 1) / kRoom * kRoom && clients.size() > kRoom)
-    return "the client table has another size";
+    return "the size of the client table is wrong";
   for (size_t i = 0; i < clients.size(); ++i) {
     Comparison c(calls::text("client %zu", i + 1));
     const zar_client_data &record = *zar_clients_info[i];
@@ -264,7 +264,7 @@ std::string compared(const std::vector<Client> &clients) {
     c.same("name", record.name, clients[i].name);
     c.same("status", record.status, clients[i].active ? 1U : 0U);
     c.same_pointer("database", record.database, clients[i].database == nullptr ? nullptr : clients[i].database->record);
-    c.same("removal_vector", record.removal_vector != nullptr, clients[i].hears_removals);
+    c.same("removal_vector", record.removal_vector != nullptr, clients[i].has_removal_function);
     if (!c.result().empty()) return c.result();
   }
   return {};

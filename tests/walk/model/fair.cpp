@@ -11,7 +11,7 @@ bool contains(const List<Action *> &list, const Action &action) {
   return std::find(list.begin(), list.end(), &action) != list.end();
 }
 
-// One more list may hold the action when one more reference than lists is there.
+// The action may enter one more list if it has more references than lists that hold it.
 bool may_enter(const Action *action, const List<Action *> *list) {
   return action == nullptr || (action->listed < action->refs && (list == nullptr || !contains(*list, *action)));
 }
@@ -20,21 +20,22 @@ bool may_lose_a_reference(const Action *action) {
   return action == nullptr || action->refs > action->listed;
 }
 
-// The library knows the users of a class-map only if references are counted.
-bool may_go(const Cmap *cmap) {
+// The library knows the users of a class-map only if their references are counted.
+bool may_be_deleted(const Cmap *cmap) {
   return cmap == nullptr || cmap->uncounted == 0 || !cmap->pmap_refs.empty();
 }
 
-bool may_go(const Model &m, const PmtrMap *map) {
-  return map == nullptr || std::all_of(map->statements.begin(), map->statements.end(),
-                                       [&](const auto &statement) { return may_go(m.resolve<Cmap>(statement->cmap)); });
+bool may_be_deleted(const Model &m, const PmtrMap *map) {
+  return map == nullptr || std::all_of(map->statements.begin(), map->statements.end(), [&](const auto &statement) {
+           return may_be_deleted(m.resolve<Cmap>(statement->cmap));
+         });
 }
 
 constexpr size_t kMostDatabases = 6;
 
 }  // namespace
 
-// ---- What holds something that is busy
+// ---- Objects that hold something busy
 
 bool Model::busy(const Rule &rule) const {
   return is_busy(&rule) ||
@@ -144,9 +145,9 @@ bool Model::fair(const calls::Call &call, const Arguments &a) {
     case zar_avl_search_pmap:
     case zar_avl_search_cmap:
     case zar_avl_search_pmtr_map:
-      return a.given(2);  // they do not look at it
+      return a.given(2);  // they do not check it
     case zar_free_action_from_action_chunk:
-      return !a.given(0);  // it knows nothing of handles and data
+      return !a.given(0);  // it releases neither the handle nor the data
     case zar_add_filter_to_class:
     case zar_add_filter_to_class_before_filter:
     case zar_add_filter_to_class_after_filter: {
@@ -183,28 +184,28 @@ bool Model::fair(const calls::Call &call, const Arguments &a) {
     }
     case zar_delete_class: {
       const Cmap *cmap = resolve<Cmap>(a.handle(0));
-      return cmap == nullptr || (cmap->tree == nullptr && may_go(cmap));
+      return cmap == nullptr || (cmap->tree == nullptr && may_be_deleted(cmap));
     }
     case zar_delete_stored_class:
-      return may_go(resolve<Cmap>(a.handle(1)));
+      return may_be_deleted(resolve<Cmap>(a.handle(1)));
     case zar_delete_stored_class_by_name:
-      return may_go(resolve<Cmap>(retrieve(a.number(0), a.info(1), Kind::cmap).handle));
+      return may_be_deleted(resolve<Cmap>(retrieve(a.number(0), a.info(1), Kind::cmap).handle));
     case zar_delete_target: {
       const Target *target = resolve<Target>(a.handle(0));
       return target == nullptr || target->being_deleted || target->stored_in == nullptr;
     }
     case zar_delete_pmtr_map: {
       const PmtrMap *map = resolve<PmtrMap>(a.handle(0));
-      return map == nullptr || (map->tree == nullptr && may_go(*this, map));
+      return map == nullptr || (map->tree == nullptr && may_be_deleted(*this, map));
     }
     case zar_delete_stored_pmtr_map:
     case zar_pmtr_delete_filter:
     case zar_pmtr_create_or_add_filter:
-      return may_go(*this, resolve<PmtrMap>(a.handle(0)));
+      return may_be_deleted(*this, resolve<PmtrMap>(a.handle(0)));
     case kel_delete_subscriber_parameter_map: {
       uint32_t handle = 0;
       find_subscriber_map(a.text(0), a.number(1), &handle);
-      return may_go(*this, resolve<PmtrMap>(handle));
+      return may_be_deleted(*this, resolve<PmtrMap>(handle));
     }
     default:
       return true;

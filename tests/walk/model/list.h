@@ -33,7 +33,7 @@ class List {
   const Element &operator[](size_t i) const { return elements_[i]; }
 
   void push_back(Element element) { insert(end(), std::move(element)); }
-  // Before the place.
+  // Inserts the element before the place.
   void insert(Place place, Element element) {
     const auto at = static_cast<size_t>(place - begin());
     elements_.insert(place, std::move(element));
@@ -46,7 +46,7 @@ class List {
     for (Walk<Element> *walk : walks_)
       walk->erased(at);
   }
-  // The first place of the element; nothing when it is absent.
+  // Removes the first occurrence of the element; does nothing if it is absent.
   void remove(const Element &element) {
     const Place found = std::find(begin(), end(), element);
     if (found != end()) erase(found);
@@ -64,8 +64,8 @@ class List {
   std::vector<Walk<Element> *> walks_;
 };
 
-// Visits once each element that is in the list from the beginning of the walk to its end. It visits an element added
-// during the walk if that is after the last visited element and before one that was there at the beginning.
+// Visits each element once that is in the list from the beginning of the walk to its end. It visits an element added
+// during the walk if this is after the last visited element and before one that was there at the beginning.
 template <typename Element>
 class Walk {
  public:
@@ -76,13 +76,13 @@ class Walk {
   Walk(const Walk &) = delete;
   Walk &operator=(const Walk &) = delete;
 
-  // The next element; none: an empty pointer.
+  // The next element, or an empty pointer.
   Element next() {
-    stands_ = list_ != nullptr && passed_ < end_;
-    return stands_ ? (*list_)[passed_++] : Element{};
+    in_list_ = list_ != nullptr && passed_ < end_;
+    return in_list_ ? (*list_)[passed_++] : Element{};
   }
   // Whether the last visited element is still in the list.
-  bool stands() const { return stands_ && list_ != nullptr; }
+  bool still_in_list() const { return in_list_ && list_ != nullptr; }
 
  private:
   friend class List<Element>;
@@ -95,13 +95,13 @@ class Walk {
     if (at < end_) --end_;
     if (at >= passed_) return;
     --passed_;
-    if (at == passed_) stands_ = false;
+    if (at == passed_) in_list_ = false;
   }
 
   List<Element> *list_;
   size_t passed_ = 0;
   size_t end_;  // how many places it visits in all
-  bool stands_ = false;
+  bool in_list_ = false;
 };
 
 }  // namespace model

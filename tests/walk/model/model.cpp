@@ -10,7 +10,7 @@ namespace model {
 namespace {
 
 constexpr size_t kLongestKey = 99;
-// The text for NULL and for the words that operations leave unchanged.
+// A number in the form that failures show.
 std::string hex(uint64_t value) {
   return calls::text("0x%lx", static_cast<unsigned long>(value));
 }
@@ -39,15 +39,15 @@ void Seen::fail(const std::string &what) {
 
 uint32_t Seen::fresh(size_t i) {
   const uint32_t handle = arguments_.numbers_out[i];
-  if (handle == 0 || handle == calls::kUntouched) fail(calls::text("argument %zu is no new handle", i + 1));
+  if (handle == 0 || handle == calls::kUntouched) fail(calls::text("argument %zu received no new handle", i + 1));
   puts_[i] = handle;
   return handle;
 }
 
 void Seen::judge() {
-  if (answers_ && answer_->value != *answers_) fail("answered " + hex(answer_->value) + ", not " + hex(*answers_));
+  if (answers_ && answer_->value != *answers_) fail("returned " + hex(answer_->value) + ", not " + hex(*answers_));
   if (answers_text_ && answer_->text != *answers_text_)
-    fail("answered " + answer_->text.value_or("no text") + ", not " + answers_text_->value_or("no text"));
+    fail("returned " + answer_->text.value_or("no text") + ", not " + answers_text_->value_or("no text"));
   judge_places();
 }
 
@@ -56,12 +56,12 @@ void Seen::judge_places() {
     const uint32_t number = arguments_.numbers_out[i];
     const void *pointer = arguments_.pointers_out[i];
     if (puts_[i] && number != *puts_[i])
-      fail(calls::text("argument %zu came out as ", i + 1) + hex(number) + ", not " + hex(*puts_[i]));
+      fail(calls::text("argument %zu received ", i + 1) + hex(number) + ", not " + hex(*puts_[i]));
     if (pointers_[i] && pointer != *pointers_[i])
-      fail(calls::text("argument %zu came out as %p, not %p", i + 1, pointer, *pointers_[i]));
+      fail(calls::text("argument %zu received %p, not %p", i + 1, pointer, *pointers_[i]));
     const bool expected = puts_[i] || pointers_[i] || !arguments_.given(i);
     if (!expected && number != 0 && number != calls::kUntouched)
-      fail(calls::text("argument %zu was written: ", i + 1) + hex(number));
+      fail(calls::text("argument %zu unexpectedly received ", i + 1) + hex(number));
   }
 }
 
@@ -146,8 +146,8 @@ std::vector<Map *> equals(const Tree &tree, const std::string &key) {
   return found;
 }
 
-// Whether a search for the key surely ends at the one equal node: at its own place or at that of the node before.
-bool surely_met(const Tree &tree, const std::string &key, const Map *only) {
+// Whether every search for the key ends at the only equal node: at its own place or at that of the node before.
+bool always_found(const Tree &tree, const std::string &key, const Map *only) {
   if (tree.symmetric) return true;
   const Map *last = nullptr;
   for (const Map *node : tree.nodes)
@@ -159,7 +159,7 @@ bool surely_met(const Tree &tree, const std::string &key, const Map *only) {
 
 bool Model::open_to_the_tree(const Tree &tree, const std::string &key) {
   const std::vector<Map *> found = equals(tree, key);
-  return !found.empty() && (found.size() > 1 || !surely_met(tree, key, found.front()));
+  return !found.empty() && (found.size() > 1 || !always_found(tree, key, found.front()));
 }
 
 Map *Model::search(Tree &tree, const std::string &key) {
@@ -237,7 +237,7 @@ void TreeWalk::emptied() {
 Map *Model::next(const Tree &tree, const Map &map) {
   for (Map *node : tree.nodes) {
     if (node->key <= map.key) continue;
-    // What counts as equal to a map outside the tree does not come after it.
+    // A node that compares equal to a map outside the tree does not come after it.
     if (map.tree != &tree && tree.symmetric && begins(node->key, map.key)) continue;
     return node;
   }
@@ -287,7 +287,7 @@ void Model::follow(const calls::Call &call, const Arguments &arguments, Seen &se
   kPredictions[static_cast<size_t>(call.op)](*this, arguments, seen);
 }
 
-// ---- What operations are made of
+// ---- Steps of operations
 
 Event *Model::event_of(const Pmap &pmap, uint32_t id) const {
   for (Event *event : pmap.events)
@@ -351,7 +351,7 @@ uint32_t Model::newcomer(const queue_head &queue, size_t handle_at, Seen &seen) 
     const auto handle = *reinterpret_cast<const uint32_t *>(static_cast<const char *>(element) + handle_at);
     if (!was_seen(handle)) return handle;
   }
-  seen.fail("nothing new is in the list");
+  seen.fail("the list has no new element");
   return 0;
 }
 
@@ -463,14 +463,15 @@ void Model::delete_policy(Pmap &pmap) {
   forget(pmap);
 }
 
-// The client that hears of removals may store the policy-map again, or delete it.
+// The client that is notified of removals may store the policy-map again, or delete it.
 uint32_t Model::delete_policy_of_tree(uint32_t clid, Pmap &pmap) {
   const uint32_t handle = pmap.handle;
   take_out(pmap);
   for (Walk targets(pmap.targets); Target *target = targets.next();) {
     const uint32_t target_handle = target->handle;
     disassociate(pmap, *target);
-    if (clients[clid - 1].hears_removals) called(calls::text("removed target:0x%x pmap:0x%x", target_handle, handle));
+    if (clients[clid - 1].has_removal_function)
+      called(calls::text("removed target:0x%x pmap:0x%x", target_handle, handle));
   }
   if (resolve<Pmap>(handle) == nullptr) return kInvalid;
   take_out(pmap);
@@ -525,7 +526,7 @@ uint32_t Model::associate(uint32_t clid, Target &target, Pmap &pmap) {
     return kFailed;
   }
   instances_.insert(place);
-  tell_handlers(pmap, target, true);
+  notify_handlers(pmap, target, true);
   return 0;
 }
 
@@ -539,11 +540,11 @@ bool Model::disassociate(Pmap &pmap, Target &target) {
   called("delete " + place);
   if (refuses(calls::Refusal::remove)) return false;
   instances_.erase(place);
-  tell_handlers(pmap, target, false);
+  notify_handlers(pmap, target, false);
   return true;
 }
 
-void Model::tell_handlers(Pmap &pmap, const Target &target, bool added) {
+void Model::notify_handlers(Pmap &pmap, const Target &target, bool added) {
   const auto id = static_cast<unsigned long>(target.info->target_id);
   std::string list;
   for (Walk events(pmap.events); Event *event = events.next();)
@@ -616,7 +617,8 @@ bool Model::compare(const Object &object, const void *stored, const void *offere
 
 Filter *Model::filter_like(Cmap &cmap, const zar_filter_context &context, uint32_t no_match) {
   for (Walk filters(cmap.filters); Filter *filter = filters.next();)
-    if (same(*filter, context) && filters.stands() && filter->no_match == static_cast<uint8_t>(no_match)) return filter;
+    if (same(*filter, context) && filters.still_in_list() && filter->no_match == static_cast<uint8_t>(no_match))
+      return filter;
   return nullptr;
 }
 
@@ -662,7 +664,7 @@ void Model::end_statement(Statement &statement, uint32_t owner) {
   delete_stored_class(owner, statement.cmap);
 }
 
-// It stands in the list until its contents are freed.
+// The statement stays in the list until its contents are freed.
 void Model::delete_statement(PmtrMap &map, uint32_t index) {
   const Busy busy(*this, {&map});
   const std::shared_ptr<Statement> statement = statement_of(map, index);

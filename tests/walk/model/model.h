@@ -4,9 +4,9 @@
 //
 // Functions of clients may call back. The model then follows the running call up to that function, follows the calls
 // made within it, and continues. So it predicts exactly what each call does and which elements a walk still visits,
-// including those added during the walk; apart from the two things above it never relies on the library. Not tried: an
-// engine that calls back, requests that fail during nested calls, records that callers made themselves, and calls that
-// would delete the object that a function is called for or its holder.
+// including those added during the walk; apart from the two things above, it never relies on the library. Not covered:
+// an engine that calls back, requests that fail during nested calls, records that callers made themselves, and calls
+// that would delete the object for which a function is called, or the holder of the object.
 #pragma once
 
 #include <algorithm>
@@ -86,7 +86,7 @@ struct Action : Object {
   uint16_t precedence = 0;
   uint32_t refs = 1;
   uint32_t executed = 0;
-  uint32_t listed = 0;  // lists in which it stands
+  uint32_t listed = 0;  // the number of lists that it is in
 };
 
 struct Filter : Object {
@@ -114,7 +114,7 @@ struct Rule : Object {
   uint8_t number = 0;
   uint32_t exec_criteria = 0;
   Cmap *cmap = nullptr;
-  Event *event = nullptr;  // none: of a policy-map that is not CONTROL
+  Event *event = nullptr;  // NULL: in a policy-map that is not CONTROL
   List<Action *> actions;
 };
 
@@ -137,7 +137,7 @@ struct Target : Object {
 struct Statement {
   bool ending = false;
   uint32_t index = 0;
-  uint32_t cmap = 0;  // a handle, since the class-map may go before it
+  uint32_t cmap = 0;  // a handle, since the class-map may be deleted first
   List<Action *> actions;
 };
 
@@ -150,7 +150,7 @@ struct PmtrMap : Map {
 class TreeWalk;
 
 struct Tree {
-  bool symmetric = false;  // the comparison of policy-maps: whichever key is the shorter one, its length counts
+  bool symmetric = false;  // as for policy-maps: only the length of the shorter key is compared, whichever it is
   std::vector<Map *> nodes;
   std::vector<TreeWalk *> walks;
 };
@@ -171,7 +171,7 @@ class TreeWalk {
   Tree &tree_;
   Map *at_ = nullptr;
   bool begun_ = false;
-  bool moved_ = false;  // 'at_' was not met yet
+  bool moved_ = false;  // 'at_' was not visited yet
 };
 
 struct Database {
@@ -187,7 +187,7 @@ struct Client {
   std::string name;
   Database *database = nullptr;
   bool active = true;
-  bool hears_removals = false;
+  bool has_removal_function = false;
 };
 
 // The expected results and outputs of a call, for comparison with its actual behaviour. Most of them are set before the
@@ -198,15 +198,15 @@ class Seen {
 
   void answers(uint64_t value) { answers_ = value; }
   void answers_text(std::optional<std::string> text) { answers_text_ = std::move(text); }
-  // The number that comes into the result place 'i', which is given.
+  // The number that the call writes to the result place 'i', which is not NULL.
   void puts(size_t i, uint32_t value) { puts_[i] = value; }
   void puts_pointer(size_t i, const void *pointer) { pointers_[i] = pointer; }
-  // Once the call is over: the handle there, which was never seen before.
+  // After the call: the handle in the place, which was never seen before.
   uint32_t fresh(size_t i);
-  // Once the call is over.
+  // After the call.
   uint64_t answer() const { return answer_->value; }
   void ends(const calls::Answer &answer) { answer_ = &answer; }
-  // Compares, and looks whether nothing else was put out.
+  // Compares, and checks that nothing else was written.
   void judge();
   void fail(const std::string &what);
   const std::string &failure() const { return failure_; }
@@ -235,15 +235,15 @@ class Model {
 
   // ---- Around a call
 
-  // Calls that the headers forbid, such as deleting an object that is still in a list, are not made.
+  // False for calls that the headers forbid, such as deleting an object that is still in a list. They are not made.
   bool fair(const calls::Call &call, const Arguments &arguments);
-  // Whether the call leaves alone what is busy.
+  // False if the call would delete something that is busy.
   bool leaves_alone(const calls::Call &call, const Arguments &arguments);
   // Asks the trees what they find first, if the call may depend on it.
   void foresee(const calls::Call &call, const Arguments &arguments);
   // What the call does.
   void follow(const calls::Call &call, const Arguments &arguments, Seen &seen);
-  // The differences in the library; empty if there are none.
+  // The first difference between the library and the model; empty if there is none.
   std::string difference() const;
 
   // ---- Calls of clients and of the engine
@@ -254,8 +254,8 @@ class Model {
     log.push_back(std::move(line));
     if (when_called) when_called();
   }
-  // The object that a client is called for, or that a running operation uses while it calls one: the client may do
-  // anything except delete it or its holder.
+  // The object for which a client is called, or that a running operation uses while it calls a client: the client may
+  // do anything except delete the object or its holder.
   class Busy {
    public:
     Busy(Model &model, std::initializer_list<const void *> things) : model_(model), count_(things.size()) {
@@ -289,7 +289,7 @@ class Model {
     return object == nullptr || object->life != Life::live ? nullptr : object;
   }
   Map *resolve_map(uint32_t handle) const;
-  // What an operation finds for the record.
+  // The object that has the handle, even if operations no longer accept it.
   template <typename Type>
   Type *behind(uint32_t handle) const {
     Object *object = any_behind(handle);
@@ -347,18 +347,18 @@ class Model {
   static Map *first(const Tree &tree) { return tree.nodes.empty() ? nullptr : tree.nodes.front(); }
   static Map *next(const Tree &tree, const Map &map);
 
-  // ---- What operations are made of
+  // ---- Steps of operations
 
   Found retrieve(uint32_t clid, const zar_map_info *info, Kind kind);
-  // Of the policy-map that holds the event.
+  // The event of the policy-map that has the id, or NULL.
   Event *event_of(const Pmap &pmap, uint32_t id) const;
   static Rule *rule_of(const Event &event, const Cmap &cmap);
-  // Of the policy-map, event and class-map that the arguments of a stored-policy operation name.
+  // The rule for the policy-map, event and class-map that the arguments of a stored-policy operation name, or NULL.
   Rule *stored_rule(const Arguments &arguments);
   static void update_references(Pmap &pmap, Cmap &cmap);
   static void remove_references(Pmap &pmap, Cmap &cmap);
   Rule &add_rule(uint32_t handle, Cmap &cmap, uint32_t exec_criteria, Event *event, uint32_t number);
-  // The handle of the object that is in a list of the library and that was never seen before.
+  // The handle of the object in a list of the library that was never seen before.
   uint32_t newcomer(const queue_head &queue, size_t handle_at, Seen &seen) const;
   uint32_t new_event(const Pmap &pmap, Seen &seen) const;
   uint32_t new_rule(const Event &event, Seen &seen) const;
@@ -380,11 +380,11 @@ class Model {
 
   uint32_t associate(uint32_t clid, Target &target, Pmap &pmap);
   bool disassociate(Pmap &pmap, Target &target);
-  void tell_handlers(Pmap &pmap, const Target &target, bool added);
+  void notify_handlers(Pmap &pmap, const Target &target, bool added);
   uint32_t delete_target(Target &target);
   void destroy(Database &database);
 
-  // The first statement with the index; none: nullptr.
+  // The first statement with the index, or NULL.
   static std::shared_ptr<Statement> statement_of(const PmtrMap &map, uint32_t index);
   void end_statement(Statement &statement, uint32_t owner);
   void delete_statement(PmtrMap &map, uint32_t index);
@@ -408,7 +408,7 @@ class Model {
   // What the trees found first among several keys that compare equal.
   std::map<std::pair<const Tree *, std::string>, Map *> asked;
 
-  // What is left behind as described.
+  // What the library leaves behind, as documented.
   uint32_t lost_ids = 0;
   uint32_t lost_records = 0;
   std::map<std::string, uint32_t> lost_texts;
@@ -423,10 +423,10 @@ class Model {
   std::vector<const void *> busy_;
 };
 
-// ---- What the checks of arguments say
+// ---- Checks of arguments
 
 bool valid(const zar_map_info *info);
-// Enough to be compared; enough to be made.
+// 'usable' is enough for a comparison; 'complete' is needed for a creation.
 bool usable(const zar_action_context *context);
 bool usable(const zar_filter_context *context);
 bool complete(const zar_action_context *context);

@@ -239,7 +239,7 @@ void add_action_beside(Model &m, const Arguments &a, Seen &seen, int steps) {
   seen.answers(0);
 }
 
-// False if it is not there.
+// False if the action is not in the list.
 bool unlink(List<Action *> &list, Action &action) {
   const auto found = with_handle(list, action.handle);
   if (found == list.end()) return false;
@@ -271,7 +271,7 @@ void zar_retrieve_action(Model &m, const Arguments &a, Seen &seen) {
   if (rule == nullptr || !usable(context) || !a.given(2)) return seen.answers(kInvalid);
   seen.answers(0);
   for (Walk actions(rule->actions); const Action *action = actions.next();)
-    if (m.same(*action, *context) && actions.stands()) return seen.puts(2, action->handle);
+    if (m.same(*action, *context) && actions.still_in_list()) return seen.puts(2, action->handle);
   seen.puts(2, 0);
 }
 
@@ -312,7 +312,7 @@ void zar_free_action(Model &m, const Arguments &a, Seen &seen) {
 
 namespace {
 
-// The policy-map that a stored-policy operation works on: none when it refuses.
+// The policy-map that a stored-policy operation works on, or NULL if it refuses.
 Pmap *policy(const Model &m, uint32_t handle, bool with_event) {
   Pmap *pmap = m.resolve<Pmap>(handle);
   return pmap == nullptr || (pmap->control() && !with_event) ? nullptr : pmap;
@@ -417,7 +417,7 @@ void zar_delete_event(Model &m, const Arguments &a, Seen &seen) {
 
 namespace {
 
-// The action that was never seen before, of the statements with the index.
+// The action in the statements with the index that was never seen before.
 Action &new_action(Model &m, const PmtrMap &map, uint32_t index, Seen &seen) {
   for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
     const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
@@ -437,7 +437,7 @@ Action *with_number(const Statement &statement, uint8_t number) {
   return nullptr;
 }
 
-// The action that has the number takes the new data if it is the same; otherwise it is removed from the statement.
+// The action with the number takes the new data if its contents are the same. Otherwise the statement loses it.
 bool refreshed(Model &m, PmtrMap &map, const Arguments &a, const zar_action_context &context) {
   const std::shared_ptr<Statement> statement = Model::statement_of(map, a.number(1));
   Action *action = statement == nullptr ? nullptr : with_number(*statement, static_cast<uint8_t>(a.number(2)));
@@ -463,7 +463,7 @@ void zar_pmtr_map_create_action(Model &m, const Arguments &a, Seen &seen) {
 
   const std::shared_ptr<Statement> statement = Model::statement_of(*map, a.number(1));
   if (statement == nullptr) {
-    // The action was made, refused by the statement that is not there, and deleted again.
+    // The action was created, could not be added because there is no statement, and was deleted again.
     seen.answers(1);
     return m.called(calls::text(context->action_free_fn == calls::free_data ? "free %u" : "free too %u",
                                 calls::id_of(context->action_data)));

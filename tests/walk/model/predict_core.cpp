@@ -55,7 +55,7 @@ void zar_client_register_target_policy_removal_vector(Model &m, const Arguments 
   if (!m.known(a.number(0))) return seen.answers(kInvalid);
   Client &client = m.clients[a.number(0) - 1];
   if (!client.active) return seen.answers(kFailed);
-  client.hears_removals = a.given(1);
+  client.has_removal_function = a.given(1);
   seen.answers(0);
 }
 
@@ -123,7 +123,7 @@ void remove(Model &m, const Arguments &a, Seen &seen, Kind kind) {
   Tree &tree = database->tree(kind);
   Map *removed = probe->tree == &tree ? probe : m.search(tree, probe->key);
   seen.answers(removed == nullptr ? 0 : 1);
-  // The record itself stands in the place while the tree is asked.
+  // The place contains the record itself while the tree is searched.
   seen.puts_pointer(2, removed == nullptr ? probe->record : removed->record);
   if (removed != nullptr) Model::take_out(*removed);
 }
@@ -193,7 +193,7 @@ void zar_avl_delete_target_client_db(Model &m, const Arguments &a, Seen &seen) {
   seen.answers(1);
 }
 
-// They differ in what they trace.
+// The operations on the default database differ only in what they trace.
 void zar_avl_insert_target_default_db(Model &m, const Arguments &a, Seen &seen) {
   zar_avl_insert_target_client_db(m, a, seen);
 }
@@ -239,7 +239,7 @@ void zar_is_autoconf_policy(Model &, const Arguments &a, Seen &seen) {
 
 namespace {
 
-// Any map goes into any tree.
+// Any map can be stored in any tree.
 void store(Model &m, const Arguments &a, Seen &seen, Kind kind) {
   Map *map = m.resolve_map(a.handle(1));
   if (!m.known(a.number(0)) || map == nullptr) return seen.answers(kInvalid);

@@ -76,7 +76,7 @@ void zar_create_policy_context(Model &m, const Arguments &a, Seen &seen) {
   if (target == nullptr) return seen.answers(0);
   if (target->context == nullptr && seen.answer() != 0)
     target->context = &m.add<Context>(reinterpret_cast<const zar_target_policy_context *>(seen.answer())->handle);
-  if (target->context == nullptr) return seen.fail("answered nothing");
+  if (target->context == nullptr) return seen.fail("returned nothing");
   seen.answers(reinterpret_cast<uintptr_t>(target->context->record));
 }
 
@@ -89,7 +89,7 @@ void zar_retrieve_policy_context(Model &m, const Arguments &a, Seen &seen) {
 void zar_add_target(Model &m, const Arguments &a, Seen &seen) {
   Pmap *pmap = m.resolve<Pmap>(a.handle(2));
   if (!m.known(a.number(0)) || !a.given(1) || pmap == nullptr || !a.given(3)) return seen.answers(kInvalid);
-  // The engine was still called for a target that was finally not created.
+  // The engine was called even if the target was not created in the end.
   Target &target = m.add<Target>(calls::engine().last_target);
   target.info = a.pointer<zar_target_info>(1);
   const uint32_t status = m.associate(a.number(0), target, *pmap);

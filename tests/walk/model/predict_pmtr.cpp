@@ -70,7 +70,7 @@ void kel_is_pmap_created(Model &m, const Arguments &a, Seen &seen) {
 
 namespace {
 
-// The hidden class-map of the statement that was never seen before; 0: there is none.
+// The hidden class-map of the statement that was never seen before, or 0.
 uint32_t new_hidden_class(const Model &m, const PmtrMap &map) {
   for (const void *element : runtime::elements(&static_cast<const zar_pmtr_map *>(map.record)->stmt_queue)) {
     const auto *record = static_cast<const zar_pmtr_map_stmt *>(element);
@@ -79,13 +79,13 @@ uint32_t new_hidden_class(const Model &m, const PmtrMap &map) {
   return 0;
 }
 
-// The new statement with its hidden class-map; nullptr when the class-map cannot be made.
+// The new statement with its hidden class-map, or NULL if the class-map cannot be created.
 std::shared_ptr<Statement> add_statement(Model &m, PmtrMap &map, uint32_t index, Seen &seen) {
   const std::string name = "__PMTR__" + map.name + std::to_string(static_cast<int32_t>(index));
   const zar_map_info info{kSubscriber, 1, name.c_str(), 1};
   Database *database = m.database_of(m.owner_of(kSubscriber));
   if (database == nullptr) return nullptr;
-  // The class-map of a replaced statement has left the tree since it was asked.
+  // The class-map of a replaced statement has left the tree since the tree was searched.
   const std::string key = Model::key_of(info);
   const uint32_t handle = new_hidden_class(m, map);
   const bool refused =
@@ -183,7 +183,7 @@ void kel_pmtr_map_get_filter_expr_by_type(Model &m, const Arguments &a, Seen &se
     if (!a.given(2)) continue;
     const std::string keyword = a.text(2);
     if (expression.size() <= keyword.size() || expression.compare(0, keyword.size(), keyword) != 0) continue;
-    if (a.text(3) != expression) seen.fail(std::string("the expression came out as ") + a.text(3));
+    if (a.text(3) != expression) seen.fail(std::string("the expression is ") + a.text(3));
     return seen.answers(0);
   }
   seen.answers(kNothing);

@@ -152,8 +152,8 @@ std::string cell(const std::string &whole) {
   return whole.substr(0, kLongestCell);
 }
 
-// Visits each map of the kind in the databases of the domain's owners: all, or in each database the first of the name. Ends
-// with the status that 'visit' gives when it is not 0.
+// Visits the maps of the kind in the databases of the domain's owners: all of them, or in each database the first with
+// the name. Ends with the status that 'visit' returns if it is not 0.
 template <typename Type, typename Visit>
 uint32_t visit_selected(Tree &tree, const char *name, bool all, Visit visit) {
   for (TreeWalk maps(tree); Map *map = maps.next();) {
@@ -188,7 +188,7 @@ class Listing {
   std::string suffix_;
 };
 
-// The printer may delete what a line shows; a text function may not delete what holds its action.
+// The printer may delete what a line shows; a text function must not delete what holds its action.
 void list_action(Model &m, Listing &out, const Action &action, bool verbose) {
   const uint32_t number = action.number;
   const uint32_t precedence = action.precedence;
@@ -314,9 +314,9 @@ std::string notification(const Action &action, bool added) {
   return text("notify %u of %u:", added ? 0U : 1U, calls::id_of(action.context.action_data));
 }
 
-// One list serves all actions: the targets are added at its end for each of them. False if a handler has deleted the
-// policy-map.
-bool tell_of_removal(Model &m, Rule &rule, uint32_t pmap_handle, std::string &list) {
+// All actions get the same list: for each action, the targets are added at its end again. False if a handler has
+// deleted the policy-map.
+bool notify_of_removal(Model &m, Rule &rule, uint32_t pmap_handle, std::string &list) {
   for (Walk actions(rule.actions); const Action *action = actions.next();) {
     const Pmap *pmap = m.behind<Pmap>(pmap_handle);
     if (pmap == nullptr) return false;
@@ -345,7 +345,7 @@ void zar_invoke_action_handler(Model &m, const Arguments &a, Seen &) {
   const Target *target = m.behind<Target>(a.handle(1));
   if (pmap == nullptr || target == nullptr) return;
   const Model::Busy busy(m, {pmap, target});
-  m.tell_handlers(*pmap, *target, a.given(2));
+  m.notify_handlers(*pmap, *target, a.given(2));
 }
 
 void zar_remove_action_handler_for_event(Model &m, const Arguments &a, Seen &) {
@@ -355,7 +355,7 @@ void zar_remove_action_handler_for_event(Model &m, const Arguments &a, Seen &) {
   const uint32_t pmap_handle = pmap->handle;
   std::string list;
   for (Walk rules(event->rules); Rule *rule = rules.next();)
-    if (!tell_of_removal(m, *rule, pmap_handle, list)) return;
+    if (!notify_of_removal(m, *rule, pmap_handle, list)) return;
 }
 
 void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
@@ -363,7 +363,7 @@ void zar_remove_action_handler_for_class(Model &m, const Arguments &a, Seen &) {
   const Pmap *pmap = m.resolve<Pmap>(a.handle(1));
   if (rule == nullptr || pmap == nullptr) return;
   std::string list;
-  tell_of_removal(m, *rule, pmap->handle, list);
+  notify_of_removal(m, *rule, pmap->handle, list);
 }
 
 // ---- Services around parameter-maps
@@ -387,7 +387,7 @@ bool any_uses(Model &m, List<Rule *> &list, const void *param_map) {
   return false;
 }
 
-// A function that takes its action out of the policy-map may delete that.
+// A function that removes its action from the policy-map may also delete the policy-map.
 bool uses(Model &m, Pmap &pmap, const void *param_map) {
   if (!pmap.control()) return any_uses(m, pmap.rules, param_map);
   for (Walk events(pmap.events); Event *event = events.next();)
