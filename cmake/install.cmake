@@ -19,7 +19,7 @@ install(TARGETS zar EXPORT zarTargets
 # The source folder contains a link to platform/, so that its headers are zar/platform/ in both trees.
 install(DIRECTORY include/zar DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.h" PATTERN platform EXCLUDE)
-install(FILES platform/engine.h platform/runtime.h
+install(FILES platform/engine.h platform/runtime.h platform/tags.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zar/platform COMPONENT development)
 
 install(TARGETS zarplatformcheck EXPORT zarTargets
