@@ -226,15 +226,19 @@ End end_of(uint64_t nth, uint64_t later) {
 
 TEST(Faults, OfEveryRequestLeaveNothingUnexplained) {
   uint64_t nth = 1;
-  for (; end_of(nth, 0) != End::no_such_request; ++nth)
-    ASSERT_EQ(end_of(nth, 0), End::well) << "request " << nth;
+  for (;; ++nth) {
+    const End end = end_of(nth, 0);
+    if (end == End::no_such_request) break;
+    ASSERT_EQ(end, End::well) << "request " << nth;
+  }
   std::printf("%llu requests failed in turn\n", static_cast<unsigned long long>(nth - 1));
   EXPECT_GT(nth, 100u);
 }
 
+// After every fourth request of the build and the scenario, each of the tear-down.
 TEST(Faults, OfTheTearDownAfterOthersLeaveNothingUnexplained) {
   uint64_t pairs = 0;
-  for (uint64_t nth = 1; end_of(nth, 0) != End::no_such_request; ++nth)
+  for (uint64_t nth = 1; end_of(nth, 0) != End::no_such_request; nth += 4)
     for (uint64_t later = 1;; ++later) {
       const End end = end_of(nth, later);
       if (end == End::no_such_request) break;

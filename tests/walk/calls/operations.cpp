@@ -470,8 +470,8 @@ void Scene::action_argument(Arguments &arguments, size_t i, uint8_t byte) {
     made.action_param_map_check_fn = nullptr;
     shown += " without check";
   }
-  ContextMembers members{made.action_data,   made.action_free_fn,    made.action_entry_fn,
-                         made.action_str_fn, made.action_compare_fn, "entry"};
+  ContextMembers<zar_action_entry_fn, zar_action_str_fn> members{
+      made.action_data, made.action_free_fn, made.action_entry_fn, made.action_str_fn, made.action_compare_fn, "entry"};
   pass_context(arguments, i, members.set(byte, shown) ? &made : nullptr, shown);
 }
 
@@ -479,8 +479,9 @@ void Scene::filter_argument(Arguments &arguments, size_t i, uint8_t byte) {
   zar_filter_context &made = arguments.filter_context;
   made = {data(byte), free_data, run_action, filter_text, compare_data};
   std::string shown = text("filter %u of value %u", id_of(made.filter_data), byte % 4U);
-  ContextMembers members{made.filter_data,   made.filter_free_fn,    made.filter_eval_fn,
-                         made.filter_str_fn, made.filter_compare_fn, "evaluation"};
+  ContextMembers<zar_filter_eval_fn, zar_filter_str_fn> members{made.filter_data,       made.filter_free_fn,
+                                                                made.filter_eval_fn,    made.filter_str_fn,
+                                                                made.filter_compare_fn, "evaluation"};
   pass_context(arguments, i, members.set(byte, shown) ? &made : nullptr, shown);
 }
 
