@@ -1,10 +1,12 @@
 // Random walks over the whole interface, compared with the model.
 //
-//   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N]
+//   model_walk [--steps N] [--seed S] [--trace on|off|both] [--calls N] [--cases N] [--look-every N]
 //   model_walk --reentry yes ...         clients whose functions call the library back; without rapidcheck's part
 //   model_walk --session SEED            one session, each call printed before it is made
 //   model_walk --session SEED --shrink yes    the shortest calls of one that ends the process
 //   model_walk --transcript FILE ...     and every call with what came of it, in a form that any build writes alike
+//
+// After every step the whole repository is compared with the model, or after every nth one (--look-every).
 //
 // A part of the walk is rapidcheck's, which generates and shrinks. It makes some thousand steps a second; the bulk of the
 // steps therefore comes from a plain random stream through the same decoder, and what fails there is shrunk with
@@ -54,6 +56,7 @@ struct Settings {
   uint64_t seed = 20240229;
   size_t calls = 0;  // of a session; 0: as many as suit the walk
   size_t cases = 1000;
+  unsigned look_every = 1;
   std::string trace = "both";
   std::string transcript;
   uint64_t session = 0;
@@ -174,7 +177,7 @@ bool rapidcheck_walk(const Settings &settings, const Options &options, walk::Ste
 }
 
 int bulk_walk(const Settings &settings, Options options, walk::Steps &steps) {
-  options.look_every = settings.reentry ? 1 : 4;
+  options.look_every = settings.look_every;
   for (uint64_t i = 0; steps.all < settings.steps; ++i) {
     session_seed = settings.seed + i;
     options.trace = settings.trace == "on" || (settings.trace == "both" && i % 8 == 7);
@@ -227,9 +230,10 @@ int walk_through(const Settings &settings) {
   if (const int failed = bulk_walk(settings, options, steps)) return failed;
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
   const uint64_t all = steps.all + of_rapidcheck.all;
-  std::fprintf(reports ? stdout : stderr, "%llu steps (%llu of rapidcheck) beside the model, %.0f a second\n",
+  std::fprintf(reports ? stdout : stderr,
+               "%llu steps (%llu of rapidcheck) beside the model, compared after every %u, %.0f a second\n",
                static_cast<unsigned long long>(all), static_cast<unsigned long long>(of_rapidcheck.all),
-               static_cast<double>(all) / seconds.count());
+               settings.look_every, static_cast<double>(all) / seconds.count());
   return settings.reentry ? report_depths(steps) : 0;
 }
 
@@ -244,6 +248,7 @@ int main(int count, char **arguments) {
     if (name == "--seed") settings.seed = std::stoull(value);
     if (name == "--calls") settings.calls = std::stoull(value);
     if (name == "--cases") settings.cases = std::stoull(value);
+    if (name == "--look-every") settings.look_every = static_cast<unsigned>(std::max(1UL, std::stoul(value)));
     if (name == "--trace") settings.trace = value;
     if (name == "--transcript") settings.transcript = value;
     if (name == "--reentry") settings.reentry = value == "yes";

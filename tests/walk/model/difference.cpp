@@ -50,6 +50,7 @@ class Comparison {
   const std::string &result() const { return result_; }
 
  private:
+  static const std::string &text_of(const std::string &text) { return text; }
   static std::string text_of(uint64_t number) { return calls::text("0x%lx", static_cast<unsigned long>(number)); }
   void note(const std::string &field, const std::string &library, const std::string &expected) {
     if (result_.empty()) result_ = name_ + ": " + field + " is " + library + ", not " + expected;
@@ -168,6 +169,15 @@ void compare(Comparison &c, const Target &target) {
   c.same_pointer("policy_context", record.policy_context, target.context == nullptr ? nullptr : target.context->record);
 }
 
+// The engine's words: the walk's host writes only the first.
+void compare(Comparison &c, const Context &context) {
+  const auto &record = *static_cast<const zar_target_policy_context *>(context.record);
+  c.same("handle", record.handle, context.handle);
+  c.same("whether ae_context is set", record.ae_context != nullptr, context.used);
+  c.same_pointer("engine_word_1", record.engine_word_1, nullptr);
+  c.same_pointer("engine_word_2", record.engine_word_2, nullptr);
+}
+
 void compare(Comparison &c, const PmtrMap &map) {
   const auto &record = *static_cast<const zar_pmtr_map *>(map.record);
   c.same("handle", record.handle, map.handle);
@@ -214,11 +224,12 @@ std::string compared(const Object &object) {
       return compared<Rule>("rule", object);
     case Kind::target:
       return compared<Target>("target", object);
+    case Kind::policy_context:
+      return compared<Context>("policy context", object);
     case Kind::pmtr_map:
       return compared<PmtrMap>("parameter-map", object);
-    default:
-      return {};
   }
+  return {};
 }
 
 std::string compared(const char *name, const avl_tree *tree, const std::vector<const void *> &expected) {
@@ -276,6 +287,9 @@ std::string compared(const std::vector<std::pair<std::string, uint32_t>> &domain
   c.same_list<zar_domain_entry>(
       "owners", zar_domain_list, domains, [](const auto &entry) { return entry.owner_clid; },
       [](const Claim &claim) { return claim.second; });
+  c.same_list<zar_domain_entry>(
+      "names", zar_domain_list, domains, [](const auto &entry) { return std::string(entry.domain); },
+      [](const Claim &claim) { return claim.first; });
   return c.result();
 }
 
