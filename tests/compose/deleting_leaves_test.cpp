@@ -79,16 +79,6 @@ TEST_F(DeleteAction, OfADeletedOneIsRefused) {
   EXPECT_CALLS("free permit");
 }
 
-TEST_F(DeleteAction, NeedsAnAction) {
-  for (const WrongHandle &wrong : wrong_handles(Kind::action)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39, zar_delete_action(wrong.handle));
-    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: action:0x%x is already NULL", "delete_action", wrong.handle));
-    EXPECT_CALLS();
-  }
-}
-
 TEST_F(DeleteAction, MayDeleteAnotherOneFromItsFreeFunction) {
   const auto before = everything();
   const uint32_t permit = action("permit");
@@ -166,16 +156,6 @@ TEST_F(DeleteFilter, TwiceIsRefusedTheSecondTime) {
   EXPECT_REFUSED(39, zar_delete_filter(port));
   EXPECT_TRACED(destroyed_already(port), error("(ERR): %s: Error: filter:0x%x is already NULL", "delete_filter", port));
   EXPECT_CALLS("free port");
-}
-
-TEST_F(DeleteFilter, NeedsAFilter) {
-  for (const WrongHandle &wrong : wrong_handles(Kind::filter)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39, zar_delete_filter(wrong.handle));
-    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: filter:0x%x is already NULL", "delete_filter", wrong.handle));
-    EXPECT_CALLS();
-  }
 }
 
 // ---- Events
@@ -307,12 +287,6 @@ TEST_F(DeleteEvent, ContinuesWhenItsReferencesAreMissing) {
       error("(ERR): remove reference: cmap:0x%p not referred by pmap:0x%p", at<zar_cmap>(voice), at<zar_pmap>(gold)),
       rule_freed(first), event_removed(started));
   EXPECT_FALSE(live(started));
-}
-
-TEST_F(DeleteEvent, NeedsAnEvent) {
-  expect_each_refused(39, Kind::event,
-                      {error("(ERR): %s: input event class action handle context cannot be NULL", "delete_event")},
-                      zar_delete_event);
 }
 
 TEST_F(DeleteEvent, OfADeletedOneIsRefused) {

@@ -145,12 +145,6 @@ TEST_F(AddClass, NeedsAnEventBeforeAnythingElse) {
   EXPECT_EQ(out, 77U);
 }
 
-TEST_F(AddClass, NeedsAClassMap) {
-  expect_each_refused(39, Kind::cmap, {no_cmap("create_class_action_tuple")},
-                      [&](uint32_t handle) { return zar_add_class_to_event(free_event, handle, 0, 1, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
 TEST_F(AddClass, RefusesExecCriteriaFrom4On) {
   for (const uint32_t criteria : {4U, 5U, 256U, 0xffffffffU}) {
     EXPECT_REFUSED(39, zar_add_class_to_event(free_event, voice, criteria, 1, &out));
@@ -281,21 +275,10 @@ TEST_F(AddEvent, CatchesUpTheReferencesOfItsClassActionsInListOrder) {
   EXPECT_EQ(pmap_refs_of(video), Handles{gold});
 }
 
-TEST_F(AddEvent, NeedsAPolicyMap) {
-  const uint32_t started = event(1);
-  expect_each_refused(39, Kind::pmap, {no_pmap("add_event")},
-                      [&](uint32_t handle) { return zar_add_event(handle, started); });
-}
-
 TEST_F(AddEvent, NeedsAControlPolicyMap) {
   const uint32_t started = event(1);
   EXPECT_REFUSED(39, zar_add_event(plain, started));
   EXPECT_TRACED(not_control("add_event"));
-}
-
-TEST_F(AddEvent, NeedsAnEvent) {
-  expect_each_refused(39, Kind::event, {no_event("add_event")},
-                      [&](uint32_t handle) { return zar_add_event(gold, handle); });
 }
 
 TEST_F(AddEvent, TracesBothBadHandles) {
@@ -418,12 +401,6 @@ TEST_F(RetrieveEvent, SkipsEventsWithoutAContext) {
   EXPECT_TRACED(no_event_context("retrieve_event"), present(1));
 }
 
-TEST_F(RetrieveEvent, NeedsAPolicyMap) {
-  expect_each_refused(39, Kind::pmap, {no_pmap("retrieve_event")},
-                      [&](uint32_t handle) { return zar_retrieve_event(handle, &one_sought, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
 TEST_F(RetrieveEvent, NeedsAControlPolicyMap) {
   EXPECT_REFUSED(39, zar_retrieve_event(plain, &one_sought, &out));
   EXPECT_TRACED(not_control("retrieve_event"));
@@ -543,24 +520,6 @@ TEST_F(RetrieveClassAction, NeedsAnOutPlaceAndAClassMapOnAPolicyMapThatIsNotCont
   EXPECT_TRACED(invalid_handle(), no_cmap("retrieve_class_action"));
 }
 
-TEST_F(RetrieveClassAction, NeedsAPolicyMap) {
-  expect_each_refused(39, Kind::pmap, {no_pmap("retrieve_class_action")},
-                      [&](uint32_t handle) { return zar_retrieve_class_action(handle, started, voice, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
-TEST_F(RetrieveClassAction, NeedsAClassMap) {
-  expect_each_refused(39, Kind::cmap, {no_cmap("retrieve_class_action")},
-                      [&](uint32_t handle) { return zar_retrieve_class_action(gold, started, handle, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
-TEST_F(RetrieveClassAction, NeedsAnEvent) {
-  expect_each_refused(39, Kind::event, {no_event("retrieve_class_action")},
-                      [&](uint32_t handle) { return zar_retrieve_class_action(gold, handle, voice, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
 TEST_F(RetrieveClassAction, NeedsAnEventWithItsContext) {
   const uint32_t hollow = event(7);
   lose_event_context(hollow);
@@ -637,12 +596,6 @@ TEST_F(RetrieveClassNum, NeedsAnOutPlaceForTheHandleBeforeAnythingElse) {
   EXPECT_EQ(take_trace(), complaints);
 }
 
-TEST_F(RetrieveClassNum, NeedsAnEvent) {
-  expect_each_refused(39, Kind::event, {error("(ERR): %s: Invalid event context", "retrieve_class_num")},
-                      [&](uint32_t handle) { return zar_retrieve_class_num_in_event(handle, 1, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
 // ---- The class-map of a class-action
 
 struct CmapOfRule : Events {};
@@ -664,10 +617,6 @@ TEST_F(CmapOfRule, Is0WithoutOne) {
   at<zar_class_action>(first)->cmap = nullptr;
   EXPECT_EQ(zar_get_cmap_from_class_action(first), 0U);
   EXPECT_TRACED();
-}
-
-TEST_F(CmapOfRule, Is0OfABadHandleWithoutItsOwnMessage) {
-  expect_each_refused(0, Kind::rule, {}, zar_get_cmap_from_class_action);
 }
 
 // ---- Faults

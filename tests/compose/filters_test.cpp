@@ -386,13 +386,6 @@ TEST_F(RetrieveFilter, LetsTheCompareFunctionLookUp) {
   EXPECT_CALLS("compare host outer", "compare host inner", "compare port outer");
 }
 
-TEST_F(RetrieveFilter, NeedsAClassMap) {
-  const zar_filter_context sought = filter_context("sought");
-  expect_each_refused(39, Kind::cmap, {no_cmap("retrieve_filter")},
-                      [&](uint32_t handle) { return zar_retrieve_filter(handle, &sought, 0, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
 TEST_F(RetrieveFilter, NeedsAnOutPlaceForTheHandle) {
   filter_in(voice, "port");
   const zar_filter_context sought = filter_context("sought", "port");

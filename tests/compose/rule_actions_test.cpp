@@ -483,12 +483,6 @@ TEST_F(MatchAction, IsNoMatchWithoutARecordOrAContext) {
   EXPECT_CALLS();
 }
 
-TEST_F(MatchAction, IsNoMatchForABadHandleAndTracesNothingOfItsOwn) {
-  const zar_action_context sought = action_context("sought", "permit");
-  expect_each_refused(0, Kind::action, {}, [&](uint32_t handle) { return zar_compare_actions(handle, &sought); });
-  expect_each_refused(0, Kind::action, {}, [&](uint32_t handle) { return zar_compare_actions(handle, nullptr); });
-}
-
 // ---- Finding by content
 
 struct RetrieveAction : RuleActions {
@@ -575,13 +569,6 @@ TEST_F(RetrieveAction, LetsTheCompareFunctionLookUp) {
   EXPECT_CALLS("compare permit outer", "compare permit inner", "compare drop outer");
 }
 
-TEST_F(RetrieveAction, NeedsARule) {
-  const zar_action_context sought = action_context("sought");
-  expect_each_refused(39, Kind::rule, {no_rule("retrieve_action")},
-                      [&](uint32_t handle) { return zar_retrieve_action(handle, &sought, &out); });
-  EXPECT_EQ(out, 77U);
-}
-
 TEST_F(RetrieveAction, NeedsAnOutPlaceForTheHandle) {
   action_in(voice, "permit");
   const zar_action_context sought = action_context("sought", "permit");
@@ -651,12 +638,6 @@ TEST_F(RetrieveActionNum, ReturnsHandle0WhenThereIsNone) {
   EXPECT_EQ(zar_retrieve_action_num_in_class_action(voice, 0x1ff, &out), 0U);
   EXPECT_EQ(out, 0U);
   EXPECT_TRACED(retrieved_num(0, 255, voice));
-}
-
-TEST_F(RetrieveActionNum, NeedsARule) {
-  expect_each_refused(39, Kind::rule, {no_rule(kName)},
-                      [&](uint32_t handle) { return zar_retrieve_action_num_in_class_action(handle, 1, &out); });
-  EXPECT_EQ(out, 77U);
 }
 
 TEST_F(RetrieveActionNum, NeedsAnOutPlaceForTheHandle) {

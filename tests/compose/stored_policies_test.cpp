@@ -489,26 +489,6 @@ TEST_F(AddClassAction, SkipsEventsWithoutAContext) {
   EXPECT_EQ(rules_of(started).size(), 1U);
 }
 
-TEST_F(AddClassAction, NeedsAClassMap) {
-  event_in(gold, 7);
-  for (const WrongHandle &wrong : wrong_handles(Kind::cmap)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, wrong.handle, permit));
-    EXPECT_TRACED(policy_found("gold:d1:1"), wrong.look_up, no_cmap(kAddClass));
-  }
-}
-
-TEST_F(AddClassAction, NeedsAnAction) {
-  event_in(gold, 7);
-  for (const WrongHandle &wrong : wrong_handles(Kind::action)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39, add_class_action(gold_info, &at_start, voice, wrong.handle));
-    EXPECT_TRACED(policy_found("gold:d1:1"), retrieved(gold), wrong.look_up, no_action(kAddClass));
-  }
-}
-
 TEST_F(AddClassAction, NeedsAnActionWithItsFunctions) {
   breaks_invariants("its functions are taken from a record");
   event_in(gold, 7);
@@ -811,17 +791,6 @@ TEST_F(RemoveClass, SkipsEventsWithoutAContext) {
   EXPECT_EQ(zar_remove_class_from_policy(gold, &at_start, voice, 1), 0U);
   EXPECT_ERRORS(no_event_context(kRemoveClass));
   EXPECT_EQ(rules_of(second), Handles{});
-}
-
-TEST_F(RemoveClass, NeedsAPolicyMap) {
-  expect_each_refused(39, Kind::pmap, {no_pmap(kRemoveClass)},
-                      [&](uint32_t handle) { return zar_remove_class_from_policy(handle, &at_start, voice, 1); });
-}
-
-TEST_F(RemoveClass, NeedsAClassMap) {
-  rule(started, voice);
-  expect_each_refused(39, Kind::cmap, {no_cmap(kRemoveClass)},
-                      [&](uint32_t handle) { return zar_remove_class_from_policy(gold, &at_start, handle, 1); });
 }
 
 TEST_F(RemoveClass, NeedsAnEventContext) {

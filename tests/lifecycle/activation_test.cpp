@@ -136,17 +136,6 @@ TEST_F(Activating, ChecksEverythingBeforeItRefuses) {
   EXPECT_CALLS();
 }
 
-TEST_F(Activating, NeedsAPolicyAndATarget) {
-  for (const auto &[what, handle, look_up] : wrong_handles(interface)) {
-    EXPECT_REFUSED(39U, zar_activate_policy(one, handle, interface));
-    EXPECT_TRACED(look_up, no_pmap(kName));
-  }
-  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
-    EXPECT_REFUSED(39U, zar_activate_policy(one, gold, handle));
-    EXPECT_TRACED(look_up, no_target(kName));
-  }
-}
-
 TEST_F(Activating, NeedsMemoryOnTheSideOfTheTarget) {
   runtime::fail_request(runtime::Service::record, 1);
   EXPECT_REFUSED(38U, zar_activate_policy(two, gold, interface));
@@ -352,13 +341,6 @@ TEST_F(DeactivatingByName, RefusesARecordOfAnotherKind) {
   const zar_map_info info = map_info("voice");
   EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, interface, &info));
   EXPECT_TRACED(found_policy("voice:d1:1"), another_kind(voice), no_pmap(kName));
-}
-
-TEST_F(DeactivatingByName, NeedsATarget) {
-  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
-    EXPECT_REFUSED(39U, zar_deactivate_policy_by_name(one, handle, &silver_info));
-    EXPECT_TRACED(found_policy(kSilver), look_up, no_target(kName));
-  }
 }
 
 TEST_F(Activation, DeactivatingByTypeDoesNothing) {
@@ -722,13 +704,6 @@ TEST_F(RetrievingFromTarget, Returns39ForAFailedLookUp) {
   EXPECT_EQ(out, kUntouched);
 }
 
-TEST_F(RetrievingFromTarget, NeedsATarget) {
-  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
-    EXPECT_REFUSED(39U, zar_retrieve_policy_from_target(one, handle, &silver_info, nullptr, &out));
-    EXPECT_TRACED(look_up, no_target(kName), found_policy(kSilver));
-  }
-}
-
 // ---- The walk over what is active
 
 struct ActivePolicies : Activation {
@@ -824,15 +799,6 @@ TEST_F(ActivePolicies, CheckEverythingBeforeTheyRefuse) {
   EXPECT_EQ(out, kUntouched);
   EXPECT_EQ(type, kUntouched);
   EXPECT_EQ(reserved, kUntouched);
-}
-
-TEST_F(ActivePolicies, NeedATarget) {
-  for (const auto &[what, handle, look_up] : wrong_handles(gold)) {
-    EXPECT_REFUSED(39U, first(handle));
-    EXPECT_TRACED(look_up, no_target(kFirst));
-    EXPECT_REFUSED(39U, next(handle, silver));
-    EXPECT_TRACED(look_up, no_target(kNext));
-  }
 }
 
 // ---- Both sides of every pair, through all sequences of a few steps

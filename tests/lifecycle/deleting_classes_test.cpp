@@ -185,13 +185,6 @@ TEST_P(DeletingClasses, WorksOnlyOnce) {
 
 struct DeletingUnstoredClasses : Lifecycle {};
 
-TEST_F(DeletingUnstoredClasses, NeedAClass) {
-  for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
-    EXPECT_REFUSED(39U, zar_delete_class(handle));
-    EXPECT_TRACED(look_up, no_cmap("delete_class"));
-  }
-}
-
 TEST_F(DeletingUnstoredClasses, LeaveAStoredOneInTheTree) {
   breaks_invariants("what stands in a tree is deleted");
   const uint32_t voice = stored_cmap("voice");

@@ -954,24 +954,10 @@ TEST_F(PolicyQueries, TheTargetCountOfAReusedRecordIs0) {
     EXPECT_EQ(zar_get_pmap_target_count(pmap("silver")), 0U);
 }
 
-TEST_F(PolicyQueries, TheTargetCountOfNothingIs0) {
-  for (const auto &[what, handle, look_up] : wrong_handles(cmap("voice"))) {
-    EXPECT_REFUSED(0U, zar_get_pmap_target_count(handle));
-    EXPECT_TRACED(look_up, no_pmap("get_pmap_target_count"));
-  }
-}
-
 TEST_F(PolicyQueries, TheNameIsTheInternedText) {
   const uint32_t gold = pmap("gold", {.type = 2});
   EXPECT_STREQ(zar_get_pmap_name(gold), "gold");
   EXPECT_TRACED();
-}
-
-TEST_F(PolicyQueries, NothingHasNoName) {
-  for (const auto &[what, handle, look_up] : wrong_handles(cmap("voice"))) {
-    EXPECT_REFUSED(nullptr, zar_get_pmap_name(handle));
-    EXPECT_TRACED(look_up, no_pmap(" "));
-  }
 }
 
 // ---- Under faults: a deletion needs memory only to notify handlers, and succeeds without it.

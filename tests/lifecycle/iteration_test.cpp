@@ -243,14 +243,6 @@ TYPED_TEST(TreeWalks, CheckEverythingBeforeTheyRefuse) {
   EXPECT_EQ(this->out, kUntouched);
 }
 
-TYPED_TEST(TreeWalks, NeedACurrentMap) {
-  for (const auto &[what, handle, look_up] : wrong_handles(this->event(1))) {
-    EXPECT_ANSWER(39U, TypeParam::next(this->one, handle, &this->out));
-    EXPECT_TRACED(look_up, TypeParam::no_current(TypeParam::kNext));
-  }
-  EXPECT_EQ(this->out, kUntouched);
-}
-
 TYPED_TEST(TreeWalks, NeedADatabase) {
   const uint32_t gold = TypeParam::make_stored(*this, "gold");
   const auto expect_37 = [&](uint32_t clid, const auto &trace_of) {
@@ -581,17 +573,6 @@ TYPED_TEST(ListWalks, CheckEverythingBeforeTheyContinue) {
   EXPECT_EQ(this->out, kUntouched);
 }
 
-TYPED_TEST(ListWalks, NeedWhatHoldsTheList) {
-  const uint32_t only = this->add(1);
-  for (const auto &[what, handle, look_up] : wrong_handles(this->of_another_kind)) {
-    EXPECT_ANSWER(39U, this->first(this->one, handle, &this->out));
-    EXPECT_TRACED(look_up, this->no_holder(this->kFirst));
-    EXPECT_ANSWER(39U, this->next(this->one, handle, only, &this->out));
-    EXPECT_TRACED(look_up, this->no_holder(this->kNext));
-  }
-  EXPECT_EQ(this->out, kUntouched);
-}
-
 // ---- Particular cases
 
 using EventWalks = ListWalks<EventWalk>;
@@ -613,17 +594,6 @@ TEST_F(EventWalks, ReturnTheClassActionsOfAPolicyThatIsNotControl) {
 }
 
 using RuleWalks = ListWalks<RuleWalk>;
-
-TEST_F(RuleWalks, NeedAnEvent) {
-  const uint32_t only = add(1);
-  for (const auto &[what, handle, look_up] : wrong_handles(only)) {
-    EXPECT_REFUSED(39U, zar_get_class_action(one, holder, handle, &out));
-    EXPECT_TRACED(look_up, no_event(kFirst));
-    EXPECT_REFUSED(39U, zar_get_next_class_action(one, holder, handle, only, &out));
-    EXPECT_TRACED(look_up, no_event(kNext));
-  }
-  EXPECT_EQ(out, kUntouched);
-}
 
 TEST_F(RuleWalks, CheckTheEventWithTheOtherArguments) {
   const uint32_t only = add(1);

@@ -179,13 +179,6 @@ TEST_F(AddingTargets, ChecksEverythingBeforeItRefuses) {
   EXPECT_CALLS();
 }
 
-TEST_F(AddingTargets, NeedsAPolicy) {
-  for (const auto &[what, handle, look_up] : wrong_handles(cmap("voice"))) {
-    EXPECT_REFUSED(39U, zar_add_target(one, target_info(7), handle, &out));
-    EXPECT_TRACED(look_up, no_pmap(kName));
-  }
-}
-
 TEST_F(AddingTargets, NeedsAValidClient) {
   const uint32_t gold = pmap("gold");
   for (const uint32_t clid : {0U, 3U, 0xffffffffU}) {
@@ -426,15 +419,6 @@ TEST_F(PolicyContexts, KeepWhatTheEnginePutThere) {
   EXPECT_EQ(context->engine_word_1, this);
   EXPECT_EQ(context->engine_word_2, this);
   context->ae_context = nullptr;
-}
-
-TEST_F(PolicyContexts, NeedATarget) {
-  for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
-    EXPECT_REFUSED(nullptr, zar_create_policy_context(handle));
-    EXPECT_TRACED(look_up, no_target("create_policy_context"));
-    EXPECT_REFUSED(nullptr, zar_retrieve_policy_context(handle));
-    EXPECT_TRACED(look_up, no_target("retrieve_policy_context"));
-  }
 }
 
 TEST_F(PolicyContexts, NeedTargetInformation) {
@@ -746,13 +730,6 @@ TEST_F(DeletingTargets, StopsWhereTheEngineKeepsItsContext) {
   EXPECT_REFUSED(39U, zar_delete_target(interface));
   EXPECT_TRACED(destroyed_already(interface), no_target(kName));
   EXPECT_CALLS();
-}
-
-TEST_F(DeletingTargets, NeedsATarget) {
-  for (const auto &[what, handle, look_up] : wrong_handles(pmap("gold"))) {
-    EXPECT_REFUSED(39U, zar_delete_target(handle));
-    EXPECT_TRACED(look_up, no_target(kName));
-  }
 }
 
 TEST_F(DeletingTargets, NeedsTargetInformation) {

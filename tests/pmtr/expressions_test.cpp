@@ -205,16 +205,6 @@ TEST_F(Expressions, OfAStatementWithoutFiltersAreNone) {
 
 // ---- Arguments
 
-TEST_F(Expressions, AreThoseOfAParameterMap) {
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39U, kel_pmtr_map_get_filter_expr_by_type(wrong.handle, 10, "device", out));
-    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: input pmtr-map handle context cannot be NULL", kName));
-  }
-  EXPECT_STREQ(out, "untouched");
-}
-
 TEST_F(Expressions, AreThoseOfAStatement) {
   EXPECT_REFUSED(39U, find("device", 10));
   EXPECT_TRACED(error("(ERR): %s: pmtr_map stmt not found for map-index %d", kName, 10));

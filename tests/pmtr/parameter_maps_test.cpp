@@ -245,19 +245,6 @@ TEST_F(HiddenMaps, AreUnhiddenPermanently) {
   EXPECT_TRACED();
 }
 
-TEST_F(HiddenMaps, AreParameterMaps) {
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(0U, zar_is_pmap_hidden(wrong.handle));
-    EXPECT_TRACED(wrong.look_up, no_map(" "));
-    const std::string before = everything();
-    zar_unhide_pmap(wrong.handle);
-    EXPECT_EQ(everything(), before);
-    EXPECT_TRACED(wrong.look_up, no_map(" "), error("(ERR): Null context - cannot unhide parameter-map"));
-  }
-}
-
 TEST_F(HiddenMaps, AreNotPolicies) {
   const uint32_t policy = pmap(builtin_autoconf_policy);
   EXPECT_EQ(zar_is_pmap_hidden(policy), 0U);
@@ -440,15 +427,6 @@ TEST_F(Names, AreGiven) {
   EXPECT_TRACED();
 }
 
-TEST_F(Names, AreThoseOfParameterMaps) {
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(nullptr, zar_get_pmtr_map_name(wrong.handle));
-    EXPECT_TRACED(wrong.look_up, no_map(" "));
-  }
-}
-
 // ---- Walking
 
 struct Walking : ParameterMaps {};
@@ -522,17 +500,6 @@ TEST_F(Walking, ContinuesWithAClientAPlaceAndADatabase) {
   EXPECT_TRACED(no_place("get_next_pmtr_map"));
   EXPECT_REFUSED(37U, zar_get_next_pmtr_map(one, a, &place));
   EXPECT_TRACED(inactive("get_next_pmtr_map"));
-  EXPECT_EQ(place, kUntouched);
-}
-
-TEST_F(Walking, ContinuesFromAMap) {
-  stored_pmtr_map("a");
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39U, zar_get_next_pmtr_map(one, wrong.handle, &place));
-    EXPECT_TRACED(wrong.look_up, no_map("get_next_pmtr_map"));
-  }
   EXPECT_EQ(place, kUntouched);
 }
 
@@ -682,17 +649,6 @@ TEST_F(Deleting, LeavesOnlyTheDomainOfAWholeMap) {
   }
   EXPECT_EQ(zar_delete_stored_pmtr_map(abc, db), 0U);
   expect_domain_left(before);
-}
-
-TEST_F(Deleting, RefusesAHandleThatNamesNoParameterMap) {
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39U, zar_delete_pmtr_map(wrong.handle));
-    EXPECT_TRACED(wrong.look_up, no_map("delete_pmtr_map"));
-    EXPECT_REFUSED(39U, zar_delete_stored_pmtr_map(wrong.handle, db));
-    EXPECT_TRACED(wrong.look_up, no_map("delete_stored_pmtr_map"));
-  }
 }
 
 TEST_F(Deleting, RefusesAMapOfAnotherKindThatIsStoredThere) {

@@ -783,15 +783,6 @@ TEST_F(Deletion, RefusesAnIndexThatDoesNotExist) {
   }
 }
 
-TEST_F(Deletion, NeedsAParameterMap) {
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(39U, zar_pmtr_delete_filter(wrong.handle, 10));
-    EXPECT_TRACED(kNoOwner, wrong.look_up, no_pmtr_map("delete_pmtr_map_statement"));
-  }
-}
-
 TEST_F(Deletion, ContinuesWhereTheClassMapIsInUse) {
   const zar_pmtr_map_stmt *gone = statement(abc, 10, "first");
   const uint32_t cmap = hidden_cmap(10);
@@ -944,15 +935,6 @@ TEST_F(HiddenClassMap, IsNoneForAnIndexThatDoesNotExist) {
   statement(abc, 5);
   EXPECT_REFUSED(0U, zar_get_internal_class_map(abc, 6));
   EXPECT_TRACED();
-}
-
-TEST_F(HiddenClassMap, NeedsAParameterMap) {
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmtr_map)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    EXPECT_REFUSED(0U, zar_get_internal_class_map(wrong.handle, 5));
-    EXPECT_TRACED(wrong.look_up, no_pmtr_map("find_internal_classmap"));
-  }
 }
 
 }  // namespace

@@ -164,20 +164,6 @@ TEST_F(OneAction, ThatIsNoneDoesNothing) {
   }
 }
 
-TEST_F(OneAction, NeedsAPolicy) {
-  const uint32_t log = action("log");
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmap)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    const std::string before = everything();
-    zar_shim_action_added_removed(log, wrong.handle, 1);
-    EXPECT_EQ(everything(), before);
-    EXPECT_CALLS();
-    EXPECT_TRACED(wrong.look_up,
-                  info("(info): %s: Error: input pmap context cannot be NULL", "shim_action_added_removed"));
-  }
-}
-
 TEST_F(OneAction, WorksForAPolicyThatIsNotControl) {
   const uint32_t silver = stored_pmap("silver", {.type = 2});
   target(silver, 9);
@@ -481,32 +467,6 @@ TEST_P(EachRemoval, LeavesOutTargetsWithoutInformation) {
   EXPECT_CALLS();
   at<zar_target>(seven)->target_info = info_of_seven;
   at<zar_target>(eight)->target_info = info_of_eight;
-}
-
-TEST_P(EachRemoval, NeedsItsSubject) {
-  action_in(voice, "a");
-  for (const WrongHandle &wrong : wrong_handles(*this, GetParam().kind)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    const std::string before = everything();
-    remove(wrong.handle, gold);
-    EXPECT_EQ(everything(), before);
-    EXPECT_TRACED(wrong.look_up, no_subject());
-    EXPECT_CALLS();
-  }
-}
-
-TEST_P(EachRemoval, NeedsAPolicy) {
-  action_in(voice, "a");
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::pmap)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    const std::string before = everything();
-    remove(subject(), wrong.handle);
-    EXPECT_EQ(everything(), before);
-    EXPECT_TRACED(wrong.look_up, no_policy());
-    EXPECT_CALLS();
-  }
 }
 
 TEST_P(EachRemoval, TracesBothThatAreMissing) {

@@ -270,16 +270,6 @@ TEST_F(ActionDataStays, WithoutAUsableContext) {
                 error("(ERR): %s: Error: action_entry_fn from input action context cannot be NULL", " "));
 }
 
-TEST_F(ActionDataStays, WithoutAnAction) {
-  const zar_action_context context = action_context("newer");
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::action)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    try_replace(wrong.handle, &context);
-    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: input action context cannot be NULL", " "));
-  }
-}
-
 TEST_F(ActionDataStays, WhereTheActionLacksAFunction) {
   breaks_invariants("its functions are taken from a record");
   const zar_action_context context = action_context("newer");
@@ -374,16 +364,6 @@ TEST_F(FilterDataStays, WithoutAUsableContext) {
   try_replace(dscp, &context);
   EXPECT_TRACED(error("(ERR): %s: Error: filter_free_fn from input filter context cannot be NULL", " "),
                 error("(ERR): %s: Error: filter_fn from input filter context cannot be NULL", " "));
-}
-
-TEST_F(FilterDataStays, WithoutAFilter) {
-  const zar_filter_context context = filter_context("newer");
-  for (const WrongHandle &wrong : wrong_handles(*this, Kind::filter)) {
-    SCOPED_TRACE(wrong.what);
-    forget_trace();
-    try_replace(wrong.handle, &context);
-    EXPECT_TRACED(wrong.look_up, error("(ERR): %s: Error: input filter context cannot be NULL", " "));
-  }
 }
 
 TEST_F(FilterDataStays, WhereTheFilterLacksAFunction) {
