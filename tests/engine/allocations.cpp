@@ -19,6 +19,11 @@ void *operator new(size_t size) {
   throw std::bad_alloc();
 }
 
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
+  ++count;
+  return std::malloc(size);
+}
+
 void operator delete(void *memory) noexcept {
   std::free(memory);
 }
