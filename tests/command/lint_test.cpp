@@ -145,7 +145,7 @@ class Soundness : public testing::TestWithParam<unsigned> {
       filters += (at == 0 ? "" : ", ") + random_filter(pick({"a", "b"}));
     return "{match: " + pick({"all", "any", "none"}) + ", filters: [" + filters + "]}";
   }
-  // Every value that the tests above can tell apart, and more.
+  // Every value that the tests above distinguish, and more.
   static std::vector<std::optional<std::string>> values() {
     std::vector<std::optional<std::string>> all = {std::nullopt,
                                                    "",

@@ -17,15 +17,8 @@ struct Events : Composition {
   const uint32_t voice = cmap("voice");
   const uint32_t video = cmap("video");
 
-  static Line no_pmap(const char *name) { return info("(info): %s: Error: input pmap context cannot be NULL", name); }
   static Line not_control(const char *name) {
     return error("(ERR): %s: Error: Policy map has to be CONTROL type", name);
-  }
-  static Line no_event(const char *name) {
-    return error("(ERR): %s: input event class action handle context cannot be NULL", name);
-  }
-  static Line no_cmap(const char *name) {
-    return error("(ERR): %s: input class map handle context cannot be NULL", name);
   }
   static Line no_rule_place(const char *name) {
     return error("(ERR): %s: Error: input class action handle cannot be NULL", name);

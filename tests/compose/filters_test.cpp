@@ -43,12 +43,6 @@ struct Filters : Composition {
     return note(Kind::filter, handle);
   }
 
-  static Line no_cmap(const char *name) {
-    return error("(ERR): %s: input class map handle context cannot be NULL", name);
-  }
-  static Line no_filter(const char *name) {
-    return error("(ERR): %s: Error: input filter context cannot be NULL", name);
-  }
   static Line lacks(const char *name, const char *function) {
     return error("(ERR): %s: Error: %s from input filter context cannot be NULL", name, function);
   }

@@ -27,9 +27,6 @@ struct Actions : Composition {
     return note(Kind::action, handle);
   }
 
-  static Line no_action(const char *name) {
-    return error("(ERR): %s: Error: input action context cannot be NULL", name);
-  }
   static Line lacks(const char *name, const char *function) {
     return error("(ERR): %s: Error: %s from input action context cannot be NULL", name, function);
   }
@@ -69,9 +66,6 @@ struct RuleActions : Actions {
         {"remove_action_from_class_action", zar_remove_action_from_class_action}};
   }
 
-  static Line no_rule(const char *name) {
-    return error("(ERR): %s: input class action handle context cannot be NULL", name);
-  }
   static Lines added(uint32_t action, uint32_t rule) {
     return {info("(info): %s: added action:0x%x to class-action:0x%x", "add_action_to_rule", action, rule)};
   }

@@ -63,13 +63,6 @@ struct StoredPolicies : Composition {
   }
   static Line retrieved(uint32_t pmap) { return info("(info): %s: retrieved stored policy:0x%x", kAddClass, pmap); }
 
-  static Line no_pmap(const char *name) { return info("(info): %s: Error: input pmap context cannot be NULL", name); }
-  static Line no_cmap(const char *name) {
-    return error("(ERR): %s: input class map handle context cannot be NULL", name);
-  }
-  static Line no_action(const char *name) {
-    return error("(ERR): %s: Error: input action context cannot be NULL", name);
-  }
   static Line needs_event(const char *name) {
     return error("(ERR): %s: Error: event needs to be provided to add class for control polies", name);
   }

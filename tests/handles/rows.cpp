@@ -10,9 +10,13 @@ namespace {
 
 using rig::error;
 using rig::info;
+using rig::no_action;
 using rig::no_cmap;
+using rig::no_event;
+using rig::no_filter;
 using rig::no_pmap;
 using rig::no_pmtr_map;
+using rig::no_rule;
 using rig::no_target;
 
 // ---- Kinds
@@ -45,19 +49,6 @@ uint64_t given_and_freed(char *text) {
 }
 
 // ---- The messages of the operations for a handle without context
-
-Line no_event(const char *name) {
-  return error("(ERR): %s: input event class action handle context cannot be NULL", name);
-}
-Line no_rule(const char *name) {
-  return error("(ERR): %s: input class action handle context cannot be NULL", name);
-}
-Line no_action(const char *name) {
-  return error("(ERR): %s: Error: input action context cannot be NULL", name);
-}
-Line no_filter(const char *name) {
-  return error("(ERR): %s: Error: input filter context cannot be NULL", name);
-}
 
 // ---- Their other messages before or after the check of the handle
 

@@ -195,9 +195,6 @@ TEST_F(Events, BeginWithACleanRecord) {
 struct MatchCriteria : Repository {
   uint32_t started = event(7);
 
-  static Line no_event(const char *caller) {
-    return error("(ERR): %s: input event class action handle context cannot be NULL", caller);
-  }
   static Line invalid() {
     return error("(ERR): %s: Error: input pmap class match criteria is invalid", "event_set_match_criteria");
   }

@@ -16,6 +16,18 @@ inline Line no_pmap(const char *operation) {
 inline Line no_cmap(const char *operation) {
   return error("(ERR): %s: input class map handle context cannot be NULL", operation);
 }
+inline Line no_event(const char *operation) {
+  return error("(ERR): %s: input event class action handle context cannot be NULL", operation);
+}
+inline Line no_rule(const char *operation) {
+  return error("(ERR): %s: input class action handle context cannot be NULL", operation);
+}
+inline Line no_action(const char *operation) {
+  return error("(ERR): %s: Error: input action context cannot be NULL", operation);
+}
+inline Line no_filter(const char *operation) {
+  return error("(ERR): %s: Error: input filter context cannot be NULL", operation);
+}
 inline Line no_target(const char *operation) {
   return info("(info): %s: Error: input target context cannot be NULL", operation);
 }
