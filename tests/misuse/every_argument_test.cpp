@@ -38,10 +38,9 @@ constexpr Unchecked kUnchecked[] = {
     {Op::zar_avl_search_cmap, 2, kSearches},
     {Op::zar_avl_search_pmtr_map, 2, kSearches},
 };
-const char *why_unchecked(Op op, size_t argument) {
-  const auto *found = std::ranges::find_if(
-      kUnchecked, [&](const Unchecked &entry) { return entry.op == op && entry.argument == argument; });
-  return found == std::end(kUnchecked) ? nullptr : found->reason;
+bool is_unchecked(Op op, size_t argument) {
+  return std::ranges::any_of(kUnchecked,
+                             [&](const Unchecked &entry) { return entry.op == op && entry.argument == argument; });
 }
 
 struct Tally {
@@ -102,9 +101,8 @@ class Argument {
       for (uint8_t byte = 0; byte < 6; ++byte)
         if (!try_one(alphabet, tally, byte, static_cast<uint8_t>(more))) return false;
     if (!is_pointer(param_)) return true;
-    const char *unchecked = why_unchecked(op_, at_);
     tally.nulls += null_ ? 1 : 0;
-    if (null_ == (unchecked == nullptr)) return true;
+    if (null_ != is_unchecked(op_, at_)) return true;
     std::printf(
         null_ ? "argument %zu of %s is listed as unchecked, and was NULL\n" : "argument %zu of %s was never NULL\n",
         at_, calls::operation(op_).name);
