@@ -1,5 +1,7 @@
 // A debug build aborts the process if an operation leaves an impossible state behind, or is called from a second
 // thread. Each test damages one record and makes an unrelated call.
+#include <algorithm>
+#include <array>
 #include <thread>
 
 #include "core/queue.h"
@@ -16,6 +18,11 @@ struct Invariants : Repository {
     EXPECT_DEATH(call(), sentence);
     breaks_invariants("a record is damaged");
   }
+  // Only the process that ends has the damage.
+  template <typename Damage>
+  static void expect_end_after(Damage damage, const std::string &sentence) {
+    EXPECT_DEATH((damage(), zar_handle_get_context(0)), "broke invariant " + sentence);
+  }
   static void expect_end(const std::string &sentence) {
     expect_end_of([] { zar_handle_get_context(0); }, "zar: zar_handle_get_context broke invariant " + sentence);
   }
@@ -30,6 +37,19 @@ struct Invariants : Repository {
   uint32_t start = event_in(policy, 7);
   uint32_t voice = stored_cmap("voice");
   uint32_t first_rule = rule(start, voice, 1);
+};
+
+// In a policy-map that is not CONTROL, and holds a rule for 'video'.
+struct OtherInvariants : Invariants {
+  static constexpr MapOptions kPlain = {.type = 2};
+
+  OtherInvariants() {
+    stored_cmap("video", kPlain);
+    stored_cmap("audio", kPlain);
+    plain_rule("plain", "video", kPlain);
+  }
+
+  queue_head *rules = &at<zar_pmap>(stored_pmap("plain", kPlain))->rule_list;
 };
 
 TEST_F(Invariants, HoldInARepositoryThatNobodyDamaged) {
@@ -116,18 +136,57 @@ TEST_F(Invariants, OfDatabasesAreRecordsThatLive) {
                 "'pmap_tree' holds a record that was freed");
 }
 
+TEST_F(Invariants, OfDatabasesAreRecordsThatLiveOnEitherSideOfATree) {
+  for (const uint32_t side : {stored_pmap("a"), stored_pmap("z")})
+    expect_end_after([&] { zar_delete_policy(side); }, "1 of zar_db: 'pmap_tree' holds a record that was freed");
+}
+
+TEST_F(Invariants, OfDatabasesAreTargetsThatLive) {
+  const uint32_t on_line = target(policy);
+  expect_end_of([&] { zar_delete_target(on_line); }, "1 of zar_db: 'target_tree' holds a record that was freed");
+}
+
+TEST_F(Invariants, OfDatabasesAreParameterMapsThatLive) {
+  const uint32_t values = stored_pmtr_map("values");
+  expect_end_of([&] { zar_delete_pmtr_map(values); }, "1 of zar_db: 'pmtr_map_tree' holds a record that was freed");
+}
+
 TEST_F(Invariants, OfDatabasesAreRecordsInOneTree) {
   database()->cmap_tree->top.parent = &at<zar_pmap>(policy)->node;
   expect_end("1 of zar_db: 0x[0-9a-f]+ is in 'cmap_tree' and also somewhere else");
 }
 
-TEST_F(Invariants, OfDatabasesAreTargetsInOrderOfTheirHandles) {
-  target(policy, 1);
-  target(policy, 2);
-  target(policy, 3);
-  avl_node *root = db->target_tree->top.parent;
-  std::swap(root->left, root->right);
-  expect_end("2 of zar_db: 0x[0-9a-f]+ comes after 0x[0-9a-f]+ in 'target_tree'");
+// The targets, by their handles.
+struct TargetOrder : Invariants {
+  TargetOrder() {
+    for (uint32_t number = 0; number < targets.size(); ++number)
+      targets[number] = target(policy, number);
+    std::sort(targets.begin(), targets.end());
+  }
+  // Exchanges two neighbours in the tree.
+  void expect_end_if_exchanged(size_t place) {
+    std::swap(at<zar_target>(targets[place])->handle, at<zar_target>(targets[place + 1])->handle);
+    expect_end(text("2 of zar_db: 0x%x comes after 0x%x in 'target_tree'", targets[place], targets[place + 1]));
+  }
+
+  std::array<uint32_t, 7> targets{};
+};
+
+TEST_F(TargetOrder, IsAnInvariantOnTheLeftSideOfTheTree) {
+  expect_end_if_exchanged(1);
+}
+
+TEST_F(TargetOrder, IsAnInvariantAtTheRootOfTheTree) {
+  expect_end_if_exchanged(2);
+}
+
+TEST_F(TargetOrder, IsAnInvariantOnTheRightSideOfTheTree) {
+  expect_end_if_exchanged(4);
+}
+
+TEST_F(TargetOrder, HasNoTwoTargetsInOnePlace) {
+  at<zar_target>(targets[1])->handle = targets[0];
+  expect_end(text("2 of zar_db: 0x%x comes after 0x%x in 'target_tree'", targets[0], targets[0]));
 }
 
 TEST_F(Invariants, OfListsAreCountsOfTheirElements) {
@@ -156,6 +215,33 @@ TEST_F(Invariants, OfPolicyMapsAreEventsInOrderOfAddition) {
 TEST_F(Invariants, OfPolicyMapsAreDifferentIdsOfTheirEvents) {
   at<zar_event_tuple>(event_in(policy, 8))->event_context->event_id = 7;
   expect_end("2 of zar_pmap: two events of 0x[0-9a-f]+ have the id 7");
+}
+
+TEST_F(OtherInvariants, OfPolicyMapsAreCountsOfTheirRules) {
+  ++rules->count;
+  expect_end("2 of zar_pmap: 'rule_list' of 0x[0-9a-f]+ counts 2 elements, but holds a different number");
+}
+
+TEST_F(OtherInvariants, OfPolicyMapsAreRulesInOrderOfAddition) {
+  plain_rule("plain", "audio", kPlain);
+  zar::append(*rules, zar::take_first<zar_class_action>(*rules));
+  expect_end("2 of zar_pmap: 0x[0-9a-f]+ is in 'rule_list' of 0x[0-9a-f]+ after an element that was added later");
+}
+
+TEST_F(OtherInvariants, OfPolicyMapsAreRulesInOneList) {
+  zar::append(at<zar_event_tuple>(event(9))->class_actions, first_of<zar_class_action>(*rules));
+  expect_end("1 of zar_class_action: 0x[0-9a-f]+ is in 'class_actions' of 0x[0-9a-f]+ and also somewhere");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreNoReferencesWithoutUses) {
+  zar::take_first<zar_class_action>(at<zar_event_tuple>(start)->class_actions);
+  expect_end("3 of zar_pmap: 0x[0-9a-f]+ counts 1 uses of class-map 0x[0-9a-f]+, but there are 0");
+}
+
+TEST_F(Invariants, OfPolicyMapsAreNoFewerReferencesThanUses) {
+  rule(start, voice, 2);
+  --first_of<zar_pmap_cmap_ref>(at<zar_pmap>(policy)->cmap_refs)->ref_count;
+  expect_end("3 of zar_pmap: 0x[0-9a-f]+ counts 1 uses of class-map 0x[0-9a-f]+, but there are 2");
 }
 
 TEST_F(Invariants, OfPolicyMapsAreAsManyReferencesAsUses) {
@@ -247,6 +333,17 @@ TEST_F(Invariants, OfClassMapsAreReferencesFromThoseWhoUseThem) {
       "2 of zar_cmap: 0x[0-9a-f]+ lists class-map 0x[0-9a-f]+ in 'cmap_refs', but is missing from its 'pmap_refs'");
 }
 
+TEST_F(Invariants, OfClassMapsAreReferencesFromThatVeryPolicyMap) {
+  pmap("unrelated");
+  const uint32_t other = pmap("other");
+  rule(event_in(other, 1), voice);
+  auto *list = &at<zar_cmap>(voice)->pmap_refs;
+  auto *of_policy = zar::take_first<zar_cmap_pmap_ref>(*list);
+  zar::take_first<zar_cmap_pmap_ref>(*list);
+  zar::append(*list, of_policy);
+  expect_end(text("2 of zar_cmap: 0x%x lists class-map 0x%x in 'cmap_refs'", other, voice));
+}
+
 TEST_F(Invariants, OfClassMapsAreNoReferencesFromThoseWhoDoNotUseThem) {
   first_of<zar_cmap_pmap_ref>(at<zar_cmap>(voice)->pmap_refs)->pmap = at<zar_pmap>(pmap("other"));
   expect_end("2 of zar_cmap: 0x[0-9a-f]+ is listed in 'pmap_refs' of 0x[0-9a-f]+, but does not use it");
@@ -287,13 +384,27 @@ TEST_F(Invariants, OfActionsAreReferencesForAllListsThatHoldThem) {
 }
 
 TEST_F(Invariants, OfActionsAreTheirFunctions) {
-  at<zar_action>(action("a"))->action_str_fn = nullptr;
-  expect_end("2 of zar_action: a required function of 0x[0-9a-f]+ is missing");
+  zar_action *record = at<zar_action>(action("a"));
+  const auto expect_end_without = [record](auto zar_action::*function) {
+    const auto damage = [&] { record->*function = nullptr; };
+    expect_end_after(damage, "2 of zar_action: a required function of 0x[0-9a-f]+ is missing");
+  };
+  expect_end_without(&zar_action::action_free_fn);
+  expect_end_without(&zar_action::action_entry_fn);
+  expect_end_without(&zar_action::action_str_fn);
+  expect_end_without(&zar_action::action_compare_fn);
 }
 
 TEST_F(Invariants, OfFiltersAreTheirFunctions) {
-  at<zar_filter>(filter("f"))->filter_eval_fn = nullptr;
-  expect_end("1 of zar_filter: a function of 0x[0-9a-f]+ is missing");
+  zar_filter *record = at<zar_filter>(filter("f"));
+  const auto expect_end_without = [record](auto zar_filter::*function) {
+    const auto damage = [&] { record->*function = nullptr; };
+    expect_end_after(damage, "1 of zar_filter: a function of 0x[0-9a-f]+ is missing");
+  };
+  expect_end_without(&zar_filter::filter_free_fn);
+  expect_end_without(&zar_filter::filter_eval_fn);
+  expect_end_without(&zar_filter::filter_str_fn);
+  expect_end_without(&zar_filter::filter_compare_fn);
 }
 
 TEST_F(Invariants, OfTargetsAreTheirHandles) {
@@ -314,6 +425,26 @@ TEST_F(Invariants, OfTargetsAreThoseWhoAreActiveOnThem) {
   expect_end(
       "2 of zar_target: 0x[0-9a-f]+ is listed in 'active_pmaps' of 0x[0-9a-f]+, but does not list it in "
       "'target_refs'");
+}
+
+// The message names the very policy-map, among others that are or are not active there.
+TEST_F(Invariants, OfTargetsAreTheVeryPolicyMapsThatAreActive) {
+  pmap("unrelated");
+  const uint32_t other = pmap("other"), on_line = target(policy);
+  activate(other, on_line);
+  auto *list = &at<zar_target>(on_line)->active_pmaps;
+  auto *of_policy = zar::take_first<zar_target_pmap>(*list);
+  zar::take_first<zar_target_pmap>(*list);
+  zar::append(*list, of_policy);
+  expect_end(text("2 of zar_target: 0x%x lists target 0x%x in 'target_refs', but is missing", other, on_line));
+}
+
+TEST_F(Invariants, OfTargetsAreTheVeryPolicyMapsThatListThem) {
+  pmap("unrelated");
+  const uint32_t other = pmap("other"), on_line = target(policy);
+  activate(other, on_line);
+  zar::take_first<zar_pmap_target_ref>(at<zar_pmap>(other)->target_refs);
+  expect_end(text("2 of zar_target: 0x%x is listed in 'active_pmaps' of 0x%x, but does not list it", other, on_line));
 }
 
 TEST_F(Invariants, OfTargetsAreEmptyReservedQueues) {
