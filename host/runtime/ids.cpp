@@ -5,11 +5,10 @@
 // slots there are. Index 0 is never issued, so no id is 0.
 //
 // All tables of the process share the slots: the numbering continues when a table ends or another one is created, and
-// an id of one table is unknown in any other. No value is reused within 16 million allocations: freed slots wait in a
-// queue and are issued again in the order in which they were freed, and only while more than kQuarantine of them wait;
-// otherwise a new one is issued. All slots that wait behind a slot when it is issued are issued before it is issued
-// again, so its 2^14 generations last for at least (2^14 - 1) * (kQuarantine + 1) allocations. That leaves room for
-// more than 261,000 live ids.
+// an id of one table is unknown in any other. The slot that was freed last, which is still in the cache, is issued
+// first. No value is reused within 16 million allocations: a slot whose generations are used up rests for that long. At
+// most as many rest as were live at once, so there is room for 131,000 live ids at any time, and for twice as many until
+// the first slots rest.
 //
 // Whether a value was ever issued follows from the generation of its slot. A slot whose generations have wrapped around
 // has issued all of its values. A slot remembers only the table of its newest id: an older id counts as deleted in any
@@ -27,8 +26,7 @@ namespace {
 constexpr uint32_t kIndexBits = 18, kGenerationBits = 32 - kIndexBits;
 constexpr uint32_t kIndexMask = (1u << kIndexBits) - 1, kGenerationMask = (1u << kGenerationBits) - 1;
 constexpr uint32_t kMostSlots = 1u << kIndexBits;
-constexpr uint32_t kQuarantine = 1024;
-static_assert(uint64_t{kGenerationMask} * (kQuarantine + 1) >= uint64_t{1} << 24);
+constexpr uint32_t kRest = 1 << 24;  // allocations
 
 constexpr uint32_t kSmallestSpace = 16;
 constexpr uint32_t kMostTables = 1 << 16;
@@ -36,7 +34,7 @@ constexpr uint32_t kMostTables = 1 << 16;
 enum Status : uint32_t { kLive = 0, kNeverIssued = 1, kDeleted = 2 };
 
 struct Slot {
-  // Live: the pointer. Free: the next slot in the queue of free ones, and the generation of the last id.
+  // Live: the pointer. Free: the next slot in its list, and the generation of the last id.
   uint64_t content;
   uint32_t id;          // the live id; 0 if there is none
   uint16_t table;       // which table issued the last id
@@ -57,13 +55,13 @@ static_assert(sizeof(Slot) == 16, "four slots share a cache line, and none lies 
 // The slots of all tables.
 struct Space {
   Slot *slots;
-  uint32_t *issues;     // for each slot: when its id was issued, as a count of issues
-  uint32_t fresh;       // slots from here on were never issued; 0 if there are none yet
-  uint32_t capacity;    // allocated slots
-  uint32_t growth;      // the minimum growth, in slots
-  uint32_t n_free;      // slots in the queue of free ones
-  uint32_t first_free;  // the slot that was freed first
-  uint32_t last_free;
+  uint32_t *issues;        // for each slot: when its id was issued, as a count of issues
+  uint32_t fresh;          // slots from here on were never issued; 0 if there are none yet
+  uint32_t capacity;       // allocated slots
+  uint32_t growth;         // the minimum growth, in slots
+  uint32_t newest_free;    // the list of free slots, the newest first; 0: none
+  uint32_t first_resting;  // the list of slots whose generations are used up, the oldest first; 0: none
+  uint32_t last_resting;
 };
 constinit Space space = {};
 constinit uint32_t newest_issue = 0;
@@ -102,14 +100,25 @@ bool prepare(uint32_t initial) {
   return true;
 }
 
-uint32_t take_freed_slot() {
-  uint32_t index = space.first_free;
-  Slot &slot = space.slots[index];
-  space.first_free = slot.next_free();
-  --space.n_free;
-  uint32_t generation = (slot.last_generation() + 1) & kGenerationMask;
-  if (generation == 0) slot.began_anew = 1;
-  return generation << kIndexBits | index;
+uint32_t next_id_of(uint32_t index) {
+  return ((space.slots[index].last_generation() + 1) & kGenerationMask) << kIndexBits | index;
+}
+
+uint32_t take_free_slot() {
+  const uint32_t index = space.newest_free;
+  space.newest_free = space.slots[index].next_free();
+  return next_id_of(index);
+}
+
+bool has_rested() {
+  return space.first_resting != 0 && newest_issue - space.issues[space.first_resting] >= kRest;
+}
+
+uint32_t take_rested_slot() {
+  const uint32_t index = space.first_resting;
+  space.first_resting = space.slots[index].next_free();
+  space.slots[index].began_anew = 1;
+  return next_id_of(index);
 }
 
 // 0 if there is none.
@@ -121,7 +130,9 @@ uint32_t take_fresh_slot() {
 }
 
 uint32_t next_id() {
-  return space.n_free > kQuarantine ? take_freed_slot() : take_fresh_slot();
+  if (space.newest_free != 0) [[likely]]
+    return take_free_slot();
+  return has_rested() ? take_rested_slot() : take_fresh_slot();
 }
 
 void enter(uint32_t id, uint16_t table, void *pointer) {
@@ -133,16 +144,23 @@ void enter(uint32_t id, uint16_t table, void *pointer) {
   ++tables[table].n_live;
 }
 
+void let_rest(uint32_t index) {
+  space.slots[index].set_free(0, kGenerationMask);
+  if (space.first_resting == 0)
+    space.first_resting = index;
+  else
+    space.slots[space.last_resting].set_next_free(index);
+  space.last_resting = index;
+}
+
 void leave(uint32_t index) {
   Slot &slot = space.slots[index];
+  const uint32_t generation = slot.id >> kIndexBits;
   --tables[slot.table].n_live;
-  slot.set_free(0, slot.id >> kIndexBits);
-  if (space.n_free == 0)
-    space.first_free = index;
-  else
-    space.slots[space.last_free].set_next_free(index);
-  space.last_free = index;
-  ++space.n_free;
+  if (generation == kGenerationMask) [[unlikely]]
+    return let_rest(index);
+  slot.set_free(space.newest_free, generation);
+  space.newest_free = index;
 }
 
 Slot *live_slot(uint32_t id, uint16_t table) {

@@ -150,13 +150,13 @@ TEST_F(AddingTargets, TakesRecordsFromThreePools) {
   const uint32_t gold = pmap("gold");
   watch_requests();
   EXPECT_EQ(zar_add_target(one, target_info(7), gold, &out), 0U);
-  EXPECT_REQUESTS("pool 0x3e00045 of 104", "record 0x3e00045 of 104", "id 0x3e00023", "pool 0x3e00047 of 16",
-                  "record 0x3e00047 of 16", "pool 0x3e00048 of 16", "record 0x3e00048 of 16", "tree insert");
+  EXPECT_REQUESTS("pool 0x3e00045 of 104", "record 0x3e00045 of 104", "id 0x3e00023", "pool 0x3e00047 of 24",
+                  "record 0x3e00047 of 24", "pool 0x3e00048 of 16", "record 0x3e00048 of 16", "tree insert");
   EXPECT_EQ(pool_of(kTargetPool), "104 bytes, 50 per chunk, flags 0x111");
-  EXPECT_EQ(pool_of(kTargetPmapPool), "16 bytes, 30 per chunk, flags 0x111");
+  EXPECT_EQ(pool_of(kTargetPmapPool), "24 bytes, 30 per chunk, flags 0x111");
   EXPECT_EQ(pool_of(kPmapTargetPool), "16 bytes, 30 per chunk, flags 0x111");
   EXPECT_EQ(zar_add_target(one, target_info(8), gold, &out), 0U);
-  EXPECT_REQUESTS("record 0x3e00045 of 104", "id 0x3e00023", "record 0x3e00047 of 16", "record 0x3e00048 of 16",
+  EXPECT_REQUESTS("record 0x3e00045 of 104", "id 0x3e00023", "record 0x3e00047 of 24", "record 0x3e00048 of 16",
                   "tree insert");
 }
 
@@ -592,6 +592,7 @@ TEST_F(RemovingTargets, TakesEachOfManyInAnyOrder) {
     for (uintptr_t id = 1; id <= 4; ++id)
       targets.push_back(target(gold, id));
     Handles left = targets;
+    std::sort(left.begin(), left.end());  // as in the tree
     for (const uint32_t next : order) {
       EXPECT_EQ(zar_remove_target(one, targets[next], &out), 0U);
       EXPECT_EQ(out->target_id, next + 1U);
