@@ -42,6 +42,8 @@ const char *to_string(Service service) {
       return "tree_insert";
     case Service::queue_entry:
       return "queue_entry";
+    case Service::queue_cell:
+      return "queue_cell";
   }
   return "?";
 }

@@ -51,7 +51,7 @@ size_t live_blocks();
 // The interned texts that are live, with their counts.
 std::map<std::string, uint32_t> interned_texts();
 
-// Queue entries that had to be allocated because their element was already in a queue.
+// Queue entries that were allocated, because the element was already in a queue or the queue was long.
 size_t live_queue_entries();
 
 // Everything that is live, for a comparison of before and after. Tags and texts with nothing live are left out.
@@ -70,8 +70,21 @@ std::string to_string(const Inventory &inventory);
 
 // ---- Requests -------------------------------------------------------------------------------------------------------
 
-// The services that can refuse a request.
-enum class Service { id_table, id, pool, record, block, duplicate, text, tree_init, tree_insert, queue_entry };
+// The services that can refuse a request. A long queue does without a cell for the next element: it only searches for
+// that one.
+enum class Service {
+  id_table,
+  id,
+  pool,
+  record,
+  block,
+  duplicate,
+  text,
+  tree_init,
+  tree_insert,
+  queue_entry,
+  queue_cell
+};
 const char *to_string(Service service);
 
 struct Request {

@@ -11,7 +11,7 @@
 
 namespace runtime {
 
-inline constexpr size_t kServices = static_cast<size_t>(Service::queue_entry) + 1;
+inline constexpr size_t kServices = static_cast<size_t>(Service::queue_cell) + 1;
 
 struct Monitor {
   bool watching = false;  // requests are recorded, or a fault is scheduled

@@ -84,11 +84,22 @@ bool request_entry() {
   return entered;
 }
 
+bool request_cell() {
+  static queue_link elements[33];
+  queue_head queue{};
+  const size_t before = runtime::live_queue_entries();
+  for (queue_link &element : elements)
+    queue_enqueue(&queue, &element);
+  const bool has_cell = runtime::live_queue_entries() > before;
+  runtime::abandon(&queue);
+  return has_cell;
+}
+
 const std::vector<Requester> kRequesters = {
-    {Service::id_table, request_table},    {Service::id, request_id},          {Service::pool, request_pool},
-    {Service::record, request_record},     {Service::block, request_block},    {Service::duplicate, request_duplicate},
-    {Service::text, request_text},         {Service::tree_init, request_tree}, {Service::tree_insert, request_insert},
-    {Service::queue_entry, request_entry},
+    {Service::id_table, request_table},    {Service::id, request_id},           {Service::pool, request_pool},
+    {Service::record, request_record},     {Service::block, request_block},     {Service::duplicate, request_duplicate},
+    {Service::text, request_text},         {Service::tree_init, request_tree},  {Service::tree_insert, request_insert},
+    {Service::queue_entry, request_entry}, {Service::queue_cell, request_cell},
 };
 
 class FaultsTest : public RuntimeTest, public testing::WithParamInterface<Requester> {

@@ -299,19 +299,145 @@ TEST_F(QueuesTest, MisuseIsRefused) {
   queue_init(nullptr, 0);
 }
 
-TEST_F(QueuesTest, SeveralQueuesOfSharedElementsBehaveAsLists) {
+// ---- Long queues
+
+struct LongQueuesTest : QueuesTest {
+  static constexpr size_t kShort = 32;
+
+  void SetUp() override {
+    QueuesTest::SetUp();
+    for (Item &item : many)
+      queue_enqueue(&queue, &item);
+  }
+  // All of them but those at the given positions.
+  Elements all_but(std::vector<size_t> missing) {
+    Elements elements;
+    for (size_t at = 0; at < many.size(); ++at)
+      if (std::find(missing.begin(), missing.end(), at) == missing.end()) elements.push_back(&many[at]);
+    return elements;
+  }
+
+  std::vector<Item> many = std::vector<Item>(100);
+};
+
+TEST_F(LongQueuesTest, HaveACellForEachElementAfterTheFirst32) {
+  EXPECT_EQ(walk(queue), all_but({}));
+  EXPECT_EQ(runtime::live_queue_entries(), many.size() - kShort);
+}
+
+TEST_F(LongQueuesTest, LoseElementsAtAnyPlace) {
+  for (size_t at : {0u, 31u, 32u, 50u, 51u, 49u, 99u})
+    queue_unqueue(&queue, &many[at]);
+  EXPECT_EQ(walk(queue), all_but({0, 31, 32, 49, 50, 51, 99}));
+  queue_enqueue(&queue, &many[99]);
+  EXPECT_EQ(walk(queue), all_but({0, 31, 32, 49, 50, 51}));
+}
+
+TEST_F(LongQueuesTest, TakeElementsAtAnyPlace) {
+  for (size_t at : {40u, 41u, 99u})
+    queue_unqueue(&queue, &many[at]);
+  queue_insqueue(&queue, &many[40], &many[39]);
+  queue_insqueue(&queue, &many[41], &many[40]);
+  queue_insqueue(&queue, &many[99], &many[98]);
+  EXPECT_EQ(walk(queue), all_but({}));
+  queue_requeue(&queue, &items[0]);
+  queue_unqueue(&queue, &items[0]);
+  EXPECT_EQ(walk(queue), all_but({}));
+}
+
+TEST_F(LongQueuesTest, LoseTheFirstOfSeveralOccurrences) {
+  queue_enqueue(&queue, &many[70]);
+  queue_requeue(&queue, &many[80]);
+  queue_unqueue(&queue, &many[70]);
+  queue_unqueue(&queue, &many[80]);
+  Elements expected = all_but({70});
+  expected.push_back(&many[70]);
+  EXPECT_EQ(walk(queue), expected);
+}
+
+TEST_F(LongQueuesTest, LoseTheFirstOccurrenceAlsoAfterAnotherListHeldTheElement) {
+  queue_enqueue(&other, &many[70]);
+  queue_enqueue(&queue, &many[70]);  // the second time
+  queue_unqueue(&queue, &many[70]);  // the first time
+  queue_unqueue(&other, &many[70]);
+  queue_enqueue(&queue, &many[70]);
+  queue_unqueue(&queue, &many[70]);
+  Elements expected = all_but({70});
+  expected.push_back(&many[70]);
+  EXPECT_EQ(walk(queue), expected);
+}
+
+TEST_F(LongQueuesTest, KeepTheirElementsWhenAnotherQueueLosesThem) {
+  for (size_t at : {10u, 70u}) {
+    queue_unqueue(&other, &many[at]);  // never there
+    queue_enqueue(&other, &many[at]);
+  }
+  queue_unqueue(&other, &many[70]);
+  EXPECT_EQ(walk(other), Elements{&many[10]});
+  EXPECT_EQ(walk(queue), all_but({}));
+  queue_unqueue(&queue, &many[70]);
+  queue_unqueue(&queue, &many[10]);
+  EXPECT_EQ(walk(queue), all_but({10, 70}));
+}
+
+TEST_F(LongQueuesTest, ShareElementsWithOtherLongQueues) {
+  for (Item &item : many)
+    queue_enqueue(&other, &item);
+  queue_unqueue(&queue, &many[60]);
+  queue_unqueue(&other, &many[61]);
+  EXPECT_EQ(walk(queue), all_but({60}));
+  EXPECT_EQ(walk(other), all_but({61}));
+}
+
+TEST_F(LongQueuesTest, DoWithoutCellsIfThereIsNoMemoryForThem) {
+  runtime::abandon(&queue);
+  runtime::fail_request(runtime::Service::queue_cell, 10, runtime::Fault::from_then_on);
+  for (Item &item : many)
+    queue_enqueue(&queue, &item);
+  EXPECT_EQ(runtime::live_queue_entries(), 9u);
+  queue_unqueue(&queue, &many[90]);
+  EXPECT_EQ(walk(queue), all_but({90}));
+  runtime::clear_faults();
+}
+
+TEST_F(LongQueuesTest, DoNotFollowALinkWordThatWasNeverInitialised) {
+  for (uintptr_t word : {uintptr_t{0xa5a5a5a5a5a5a5a4}, reinterpret_cast<uintptr_t>(&many[50]) + 4}) {
+    items[0].link.next = reinterpret_cast<void *>(word);
+    queue_unqueue(&queue, &items[0]);
+    queue_enqueue(&queue, &items[0]);
+    queue_unqueue(&queue, &items[0]);
+    EXPECT_EQ(walk(queue), all_but({}));
+  }
+}
+
+TEST_F(LongQueuesTest, DoNotFollowTheLinkWordOfACopy) {
+  items[0].link = many[50].link;
+  queue_unqueue(&queue, &items[0]);
+  EXPECT_EQ(walk(queue), all_but({}));
+}
+
+// ---- Any
+
+struct Lists {
+  size_t n_elements;
+  size_t longest;
+};
+
+class SeveralQueues : public QueuesTest, public testing::WithParamInterface<Lists> {};
+
+TEST_P(SeveralQueues, OfSharedElementsBehaveAsLists) {
   Random random(31337);
   struct Pair {
     queue_head queue{};
     std::deque<void *> model;
   };
   std::vector<Pair> pairs(4);
-  std::vector<Item> pool(12);
+  std::vector<Item> pool(GetParam().n_elements);
   for (int step = 0; step < 40000; ++step) {
     auto &[head, model] = random.pick(pairs);
     void *element = &random.pick(pool);
     auto place = std::find(model.begin(), model.end(), element);
-    switch (random.below(model.size() < 20 ? 6 : 4)) {
+    switch (random.below(model.size() < GetParam().longest ? 6 : 4)) {
       case 0:
       case 1:
         queue_unqueue(&head, element);
@@ -340,8 +466,15 @@ TEST_F(QueuesTest, SeveralQueuesOfSharedElementsBehaveAsLists) {
   }
   for (Pair &pair : pairs)
     runtime::abandon(&pair.queue);
-  for (const Item &item : pool)
-    EXPECT_EQ(item.link.next, nullptr);
+  EXPECT_EQ(runtime::live_queue_entries(), 0u);
+  uint64_t before = runtime::fallible_requests(runtime::Service::queue_entry);
+  for (Item &item : pool)
+    queue_enqueue(&queue, &item);
+  EXPECT_EQ(runtime::fallible_requests(runtime::Service::queue_entry), before) << "the elements are free";
+  runtime::abandon(&queue);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, SeveralQueues, testing::Values(Lists{12, 20}, Lists{120, 60}),
+                         [](const auto &about) { return about.param.longest > 32 ? "Long" : "Short"; });
 
 }  // namespace

@@ -42,6 +42,8 @@ std::string line_of(const Request &request) {
       return "tree insert";
     case Service::queue_entry:
       return "queue entry";
+    case Service::queue_cell:
+      return "queue cell";
   }
   return "?";
 }
