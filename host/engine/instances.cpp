@@ -1,46 +1,69 @@
 // Policy instances: one for each policy-map that is active on a target.
+//
+// A router may have 60,000 targets and a handful of policy-maps, so the texts of a policy-map's key are stored once, and
+// an instance only refers to them.
 #include <memory>
 #include <new>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "engine/records.h"
 #include "platform/engine.h"
 
 namespace {
 
-// Identifies an instance. The texts belong to the creator of the key.
-struct KeyView {
-  uint32_t target = 0;
-  uint32_t domain_type = 0;
+// Identifies a policy-map. The texts belong to the creator of the key.
+struct PolicyKey {
   std::string_view map_name;
   std::string_view domain;
+  uint32_t domain_type = 0;
 
-  bool operator==(const KeyView &) const = default;
+  bool operator==(const PolicyKey &) const = default;
 };
 
-struct HashKey {
-  size_t operator()(const KeyView &key) const noexcept {
+struct HashPolicyKey {
+  size_t operator()(const PolicyKey &key) const noexcept {
     size_t hash = std::hash<std::string_view>()(key.map_name);
     hash = hash * 31 + std::hash<std::string_view>()(key.domain);
-    hash = hash * 31 + key.target;
     return hash * 31 + key.domain_type;
   }
 };
 
-struct Instance {
+// A policy-map that has instances.
+struct Policy {
   std::string map_name;
   std::string domain;
-  uint32_t target;
   uint32_t domain_type;
-  uint32_t clid;
+  size_t n_instances = 0;
 
-  Instance(uint32_t at, uint32_t by, const zar_map_info &key)
-      : map_name(key.map_name), domain(key.domain), target(at), domain_type(key.domain_type), clid(by) {}
-  KeyView key() const { return {target, domain_type, map_name, domain}; }
+  explicit Policy(const zar_map_info &info)
+      : map_name(info.map_name), domain(info.domain), domain_type(info.domain_type) {}
+  PolicyKey key() const { return {map_name, domain, domain_type}; }
 };
 
-// The key of an entry is in its instance.
-using Instances = std::unordered_map<KeyView, std::unique_ptr<Instance>, HashKey>;
+// The key of an entry is in its policy.
+using Policies = std::unordered_map<PolicyKey, std::unique_ptr<Policy>, HashPolicyKey>;
+
+Policies &policies() {
+  static Policies all;
+  return all;
+}
+
+struct Instance {
+  Policy *policy;
+  uint32_t target;
+  uint32_t clid;
+
+  bool operator==(const Instance &other) const { return policy == other.policy && target == other.target; }
+};
+
+// Targets that are made one after the other have adjacent handles, buckets and, as a result, entries.
+struct HashInstance {
+  size_t operator()(const Instance &instance) const noexcept {
+    return std::hash<const Policy *>()(instance.policy) * 0x9e3779b97f4a7c15u + instance.target;
+  }
+};
+using Instances = std::unordered_set<Instance, HashInstance>;
 
 Instances &instances() {
   static Instances all;
@@ -51,8 +74,25 @@ bool usable(const zar_map_info *key) {
   return key && key->map_name && key->domain;
 }
 
-KeyView view(uint32_t target, const zar_map_info &key) {
-  return {target, key.domain_type, key.map_name, key.domain};
+PolicyKey key_of(const zar_map_info &info) {
+  return {info.map_name, info.domain, info.domain_type};
+}
+
+Policy *find_policy(const zar_map_info &info) {
+  const auto found = policies().find(key_of(info));
+  return found == policies().end() ? nullptr : found->second.get();
+}
+
+Policy &policy_of(const zar_map_info &info) {
+  if (Policy *known = find_policy(info)) return *known;
+  auto policy = std::make_unique<Policy>(info);
+  Policy &made = *policy;
+  policies().try_emplace(made.key(), std::move(policy));
+  return made;
+}
+
+void forget_if_unused(const Policy &policy) {
+  if (policy.n_instances == 0) policies().erase(policy.key());
 }
 
 }  // namespace
@@ -61,29 +101,36 @@ uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32
   if (!instance_out || !usable(key)) return 1;
   // The caller does not handle exceptions.
   try {
-    auto instance = std::make_unique<Instance>(target, clid, *key);
-    Instance *made = instance.get();
-    if (!instances().try_emplace(made->key(), std::move(instance)).second) return 1;
-    *instance_out = made;
+    Policy &policy = policy_of(*key);
+    const auto [made, is_new] = instances().insert({&policy, target, clid});
+    if (!is_new) return 1;
+    ++policy.n_instances;
+    *instance_out = const_cast<Instance *>(&*made);
     return 0;
   } catch (const std::bad_alloc &) {
+    if (const Policy *policy = find_policy(*key)) forget_if_unused(*policy);
     return 1;
   }
 }
 
 uint32_t kel_find_policy_instance(void **instance_out, uint32_t target, const zar_map_info *key) {
   if (!instance_out || !usable(key)) return 1;
-  const auto found = instances().find(view(target, *key));
+  Policy *policy = find_policy(*key);
+  if (!policy) return 1;
+  const auto found = instances().find({policy, target, 0});
   if (found == instances().end()) return 1;
-  *instance_out = found->second.get();
+  *instance_out = const_cast<Instance *>(&*found);
   return 0;
 }
 
 uint32_t kel_delete_policy_instance(void *instance) {
   if (!instance) return 1;
-  const auto found = instances().find(static_cast<Instance *>(instance)->key());
+  const auto found = instances().find(*static_cast<const Instance *>(instance));
   if (found == instances().end()) return 1;
+  Policy &policy = *found->policy;
   instances().erase(found);
+  --policy.n_instances;
+  forget_if_unused(policy);
   return 0;
 }
 
