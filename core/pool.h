@@ -93,6 +93,12 @@ class Pooled {
   Record *record_ = nullptr;
 };
 
+// An element of a target's 'active_pmaps' and, where readers of the public record do not see it, its counterpart in the
+// policy-map's 'target_refs'. That list may be long; thanks to this member it is not searched.
+struct TargetPmap : zar_target_pmap {
+  zar_pmap_target_ref *counterpart;  // NULL until the pair is linked both ways
+};
+
 inline constinit Pool<zar_domain_entry> domain_entry_pool{20, ZAR_TAG_DOMAIN_RECORD};
 inline constinit Pool<zar_db> database_pool{20, ZAR_TAG_DATABASE_RECORD};
 inline constinit Pool<zar_client_data> client_pool{20, ZAR_TAG_CLIENT_RECORD};
@@ -106,7 +112,7 @@ inline constinit Pool<zar_class_action> class_action_pool{30, ZAR_TAG_CLASS_ACTI
 inline constinit Pool<zar_pmap_cmap_ref> pmap_cmap_ref_pool{30, ZAR_TAG_PMAP_CMAP_REF};
 inline constinit Pool<zar_cmap_pmap_ref> cmap_pmap_ref_pool{30, ZAR_TAG_CMAP_PMAP_REF};
 inline constinit Pool<zar_target> target_pool{50, ZAR_TAG_TARGET_RECORD};
-inline constinit Pool<zar_target_pmap> target_pmap_pool{30, ZAR_TAG_TARGET_PMAP};
+inline constinit Pool<TargetPmap> target_pmap_pool{30, ZAR_TAG_TARGET_PMAP};
 inline constinit Pool<zar_pmap_target_ref> pmap_target_ref_pool{30, ZAR_TAG_PMAP_TARGET_REF};
 inline constinit Pool<zar_target_policy_context> policy_context_pool{30, ZAR_TAG_POLICY_CONTEXT};
 inline constinit Pool<zar_pmtr_map> pmtr_map_pool{20, &zar_db_pmtr_map_chunk_str};

@@ -81,14 +81,19 @@ void insert_after(queue_head &queue, Record *predecessor, Record *element) {
   if (queue.count != count && is_walked(queue)) [[unlikely]]
     note_insertion(queue, place_of(queue, predecessor) + 1);
 }
-// Removes the first occurrence of the element; does nothing if there is none.
+// Removes the first occurrence of the element; returns whether there was one.
 template <class Record>
-void unlink(queue_head &queue, Record *element) {
-  if (!is_walked(queue)) [[likely]]
-    return queue_unqueue(&queue, element);
+bool unlink(queue_head &queue, Record *element) {
+  const uint32_t count = queue.count;
+  if (!is_walked(queue)) [[likely]] {
+    queue_unqueue(&queue, element);
+    return queue.count != count;
+  }
   const int32_t place = place_of(queue, element);
   queue_unqueue(&queue, element);
+  if (queue.count == count) return false;
   note_removal(queue, place);
+  return true;
 }
 // Removes and returns the head, or returns NULL.
 template <class Record>

@@ -22,53 +22,66 @@ zar_map_info instance_key(const zar_pmap &pmap) {
   return {.domain = text_of(pmap.domain), .domain_type = pmap.domain_type, .map_name = text_of(pmap.name), .hidden = 0};
 }
 
-bool link_to_pmap(uint32_t clid, zar_target &target, zar_pmap *pmap) {
-  zar_target_pmap *link = target_pmap_pool.take().keep();
+TargetPmap *link_to_pmap(uint32_t clid, zar_target &target, zar_pmap *pmap) {
+  TargetPmap *link = target_pmap_pool.take().keep();
   if (!link) {
     TRACE_ERROR("(ERR): associate target and policy: memory alloc for target pmap ref failed clid:%d", clid);
-    return false;
+    return nullptr;
   }
   link->pmap = pmap;
   append(target.active_pmaps, link);
-  return true;
+  return link;
 }
 
-bool link_to_target(zar_pmap &pmap, zar_target *target) {
+zar_pmap_target_ref *link_to_target(zar_pmap &pmap, zar_target *target) {
   zar_pmap_target_ref *ref = pmap_target_ref_pool.take().keep();
   if (!ref) {
     TRACE_ERROR("(ERR): associate target and policy: memory alloc for target into pmap:%s ref failed", name_of(pmap));
-    return false;
+    return nullptr;
   }
   ref->target = target;
   append(pmap.target_refs, ref);
+  return ref;
+}
+
+// The two records of an association; either may be missing.
+struct Links {
+  TargetPmap *of_target;
+  zar_pmap_target_ref *of_pmap;
+};
+
+// Only if the target has no link to the policy-map is the policy-map's list searched.
+Links links_of(const zar_pmap &pmap, const zar_target *target) {
+  TargetPmap *link = find_active(*target, &pmap);
+  if (link) [[likely]]
+    return {link, link->counterpart};
+  return {nullptr, find<zar_pmap_target_ref>(
+                       pmap.target_refs, [target](const zar_pmap_target_ref &ref) { return ref.target == target; })};
+}
+
+// Removes the record from the list and frees it; false if it is not in the list.
+template <class Link>
+bool drop(queue_head &list, Link *link, Pool<Link> &pool) {
+  if (!link || !unlink(list, link)) return false;
+  pool.give_back(link);
   return true;
 }
 
-// Whether there was such a link.
-bool unlink_target(zar_pmap &pmap, const zar_target *target) {
-  auto *ref = find<zar_pmap_target_ref>(pmap.target_refs,
-                                        [target](const zar_pmap_target_ref &other) { return other.target == target; });
-  if (!ref) return false;
-  unlink(pmap.target_refs, ref);
-  pmap_target_ref_pool.give_back(ref);
-  return true;
+bool drop_from_pmap(zar_pmap &pmap, const Links &links) {
+  return drop(pmap.target_refs, links.of_pmap, pmap_target_ref_pool);
 }
-
-bool unlink_pmap(zar_target &target, const zar_pmap *pmap) {
-  zar_target_pmap *link = find_active(target, pmap);
-  if (!link) return false;
-  unlink(target.active_pmaps, link);
-  target_pmap_pool.give_back(link);
-  return true;
+bool drop_from_target(zar_target &target, const Links &links) {
+  return drop(target.active_pmaps, links.of_target, target_pmap_pool);
 }
 
 void unlink_both_ways(zar_pmap &pmap, zar_target &target) {
-  if (unlink_target(pmap, &target)) {
+  const Links links = links_of(pmap, &target);
+  if (drop_from_pmap(pmap, links)) {
     TRACE_INFO("(info): removed target from pmap:%s", name_of(pmap));
   } else {
     TRACE_INFO("(info): remove target from pmap, target not found to remove");
   }
-  if (unlink_pmap(target, &pmap)) {
+  if (drop_from_target(target, links)) {
     TRACE_INFO("(info): removed pmap from target:%s", name_of(pmap));
   } else {
     TRACE_INFO("(info): remove pmap from target: pmap:%s not found to remove from target", name_of(pmap));
@@ -91,13 +104,15 @@ bool delete_instance(const zar_pmap &pmap, uint32_t target) {
 
 }  // namespace
 
-zar_target_pmap *zar::find_active(const zar_target &target, const zar_pmap *pmap) {
-  return find<zar_target_pmap>(target.active_pmaps, [pmap](const zar_target_pmap &link) { return link.pmap == pmap; });
+TargetPmap *zar::find_active(const zar_target &target, const zar_pmap *pmap) {
+  return find<TargetPmap>(target.active_pmaps, [pmap](const TargetPmap &link) { return link.pmap == pmap; });
 }
 
 uint32_t zar::associate_target_and_policy(uint32_t clid, zar_target *target, zar_pmap *pmap) {
-  if (!link_to_pmap(clid, *target, pmap)) return kNoMemory;
-  if (!link_to_target(*pmap, target)) {
+  TargetPmap *link = link_to_pmap(clid, *target, pmap);
+  if (!link) return kNoMemory;
+  link->counterpart = link_to_target(*pmap, target);
+  if (!link->counterpart) {
     disassociate_target_and_policy(pmap, target);
     return kNoMemory;
   }
@@ -128,6 +143,7 @@ void zar::part_for_good(zar_pmap *pmap, zar_target *target) {
   bool broken = !target->target_info;
   disassociate_target_and_policy(pmap, target);
   if (!broken) return;
-  unlink_target(*pmap, target);
-  unlink_pmap(*target, pmap);
+  const Links links = links_of(*pmap, target);
+  drop_from_pmap(*pmap, links);
+  drop_from_target(*target, links);
 }

@@ -7,6 +7,7 @@
 // never the first.
 #pragma once
 
+#include "core/pool.h"
 #include "zar/lifecycle.h"
 
 namespace zar {
@@ -26,6 +27,6 @@ uint32_t disassociate_target_and_policy(zar_pmap *pmap, zar_target *target);
 void part_for_good(zar_pmap *pmap, zar_target *target);
 
 // The link of the target to the policy-map, or NULL.
-zar_target_pmap *find_active(const zar_target &target, const zar_pmap *pmap);
+TargetPmap *find_active(const zar_target &target, const zar_pmap *pmap);
 
 }  // namespace zar

@@ -377,7 +377,7 @@ TEST_F(Pools, AreMadeOnFirstUseWithTheirOwnSizes) {
                             "0x3e0003f: 24 bytes, 30 per chunk, flags 0x111",
                             "0x3e0003e: 16 bytes, 30 per chunk, flags 0x111",
                             "0x3e00045: 104 bytes, 50 per chunk, flags 0x111",
-                            "0x3e00047: 16 bytes, 30 per chunk, flags 0x111",
+                            "0x3e00047: 24 bytes, 30 per chunk, flags 0x111",
                             "0x3e00048: 16 bytes, 30 per chunk, flags 0x111",
                             "0x3e00046: 32 bytes, 30 per chunk, flags 0x111",
                             "ZAR DB pmtr-map chunk: 104 bytes, 20 per chunk, flags 0x111",

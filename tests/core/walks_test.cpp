@@ -136,7 +136,8 @@ void make(queue_head &queue, Element *elements, const Change &change) {
     case Change::insert_after:
       return zar::insert_after(queue, &elements[change.predecessor], element);
     case Change::unlink:
-      return zar::unlink(queue, element);
+      zar::unlink(queue, element);
+      return;
     case Change::take_first:
       zar::take_first<Element>(queue);
   }

@@ -80,7 +80,7 @@ TEST_F(Activating, LinksBeforeItCallsTheEngineAndNotifiesHandlersAfterwards) {
 TEST_F(Activating, NeedsOneRecordForEachSide) {
   watch_requests();
   EXPECT_EQ(zar_activate_policy(one, gold, interface), 0U);
-  EXPECT_REQUESTS("record 0x3e00047 of 16", "record 0x3e00048 of 16");
+  EXPECT_REQUESTS("record 0x3e00047 of 24", "record 0x3e00048 of 16");
 }
 
 TEST_F(Activating, IsForPoliciesOfAnyKindStoredOrNot) {
