@@ -107,7 +107,7 @@ uint32_t issue_handle(void *record, Kind kind) {
 void *resolve_as(uint32_t handle, Kind kind) {
   void *record = zar_handle_get_context(handle);
   if (!record) return nullptr;
-  Kind known = kinds::of(handle);
+  Kind known = kinds::of_live(handle);
   if (known == kind || known == Kind::none) [[likely]]
     return record;
   return of_another_kind(handle, known);
@@ -116,7 +116,7 @@ void *resolve_as(uint32_t handle, Kind kind) {
 void *resolve_as_any_map(uint32_t handle) {
   void *record = zar_handle_get_context(handle);
   if (!record) return nullptr;
-  Kind known = kinds::of(handle);
+  Kind known = kinds::of_live(handle);
   if (is_map(known) || known == Kind::none) return record;
   return of_another_kind(handle, known);
 }

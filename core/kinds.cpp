@@ -6,80 +6,106 @@ namespace zar::kinds {
 
 namespace {
 
+// A handle's home is given by its low bits, in which handles that are live together nearly always differ: objects that
+// were created together are also looked up together, and have adjacent homes. A home has room for one handle. Further
+// ones with the same home are in a hash table of their own, whatever the platform's ids look like.
 constexpr uint32_t kHomes = 1u << 17;
 constexpr uint32_t kMostHandles = kHomes / 4 * 3;
 
-struct Cell {
-  uint32_t handle;  // 0: empty
-  uint32_t kind : 8;
-  uint32_t next : 24;  // the cell of the next handle with the same home, or the next spare cell; 0: none
-};
-static_assert(sizeof(Cell) == 8, "eight cells share a cache line, and none lies in two");
+uint32_t handles[kHomes];   // 0: the home is empty
+uint32_t n_others[kHomes];  // handles with this home that are elsewhere
+uint32_t used;              // handles
 
-// The homes, followed by a cell for each handle whose home is taken.
-Cell cells[kHomes + kMostHandles];
-uint32_t used;
-uint32_t first_spare;  // a free cell after the homes; 0: none
-uint32_t n_fresh;      // the number of cells after the homes that were ever used
+// As a rule, all that a look-up needs of a home: the kind, and whether there are others.
+constexpr uint8_t kShared = 0x80;
+uint8_t kinds[kHomes];
 
-// Handles issued in sequence nearly always differ in their low bits, and so are in adjacent cells: objects created
-// together are looked up together. The multiplication spreads those that differ only in their high bits.
-Cell &home_of(uint32_t handle) {
-  return cells[(handle + (handle >> 16) * 0x9e37u) & (kHomes - 1)];
+uint32_t home_of(uint32_t handle) {
+  return handle & (kHomes - 1);
+}
+bool is_shared(uint32_t home) {
+  return (kinds[home] & kShared) != 0;
+}
+Kind kind_at(uint32_t home) {
+  return static_cast<Kind>(kinds[home] & ~kShared);
+}
+void set_kind_at(uint32_t home, Kind kind) {
+  kinds[home] = static_cast<uint8_t>((kinds[home] & kShared) | static_cast<uint8_t>(kind));
+}
+void note_another(uint32_t home) {
+  ++n_others[home];
+  kinds[home] |= kShared;
+}
+void note_one_less(uint32_t home) {
+  if (--n_others[home] == 0) kinds[home] &= static_cast<uint8_t>(~kShared);
 }
 
-// The cell of 'handle' or, if it has none, the last cell of its home.
+// ---- The others: a hash table with linear probing
+
 struct Place {
-  Cell *cell;
-  Cell *before;
+  uint32_t handle;  // 0: empty
+  Kind kind;
 };
-Place place_of(uint32_t handle) {
-  Place place{&home_of(handle), nullptr};
-  while (place.cell->handle != handle && place.cell->next != 0)
-    place = {&cells[place.cell->next], place.cell};
-  return place;
+constexpr uint32_t kPlaceBits = 18, kPlaces = 1u << kPlaceBits;
+static_assert(kPlaces > 2 * kMostHandles, "searches are short, and end");
+Place places[kPlaces];
+
+uint32_t first_place_for(uint32_t handle) {
+  return (handle * 0x9e3779b9u) >> (32 - kPlaceBits);
+}
+uint32_t after(uint32_t place) {
+  return (place + 1) & (kPlaces - 1);
+}
+uint32_t distance(uint32_t from, uint32_t to) {
+  return (to - from) & (kPlaces - 1);
 }
 
-uint32_t take_cell() {
-  const uint32_t cell = first_spare;
-  if (cell == 0) return kHomes + n_fresh++;
-  first_spare = cells[cell].next;
-  return cell;
+// Where 'handle' is or, if it is in no place, where it would be put.
+Place &place_of(uint32_t handle) {
+  uint32_t place = first_place_for(handle);
+  while (places[place].handle != 0 && places[place].handle != handle)
+    place = after(place);
+  return places[place];
 }
 
-void give_cell(uint32_t cell) {
-  cells[cell] = {.handle = 0, .kind = 0, .next = first_spare & 0xffffff};
-  first_spare = cell;
-}
-
-// The last cell of a home itself or, if that is taken, a new one linked to it.
-Cell &empty_cell_at(Cell &last) {
-  if (last.handle == 0) return last;
-  const uint32_t cell = take_cell();
-  cells[cell] = {};
-  last.next = cell & 0xffffff;
-  return cells[cell];
-}
-
-// A cell with others linked to it takes over the next one's content: the home is empty only if its whole chain is.
-void empty(Place place) {
-  const uint32_t next = place.cell->next;
-  if (next != 0) {
-    *place.cell = cells[next];
-    give_cell(next);
-  } else if (place.before) {
-    give_cell(place.before->next);
-    place.before->next = 0;
-  } else {
-    *place.cell = {};
+// Moves the following ones up, as far as they are still found.
+void empty(Place &given) {
+  auto gap = static_cast<uint32_t>(&given - places);
+  for (uint32_t place = after(gap); places[place].handle != 0; place = after(place)) {
+    if (distance(first_place_for(places[place].handle), place) < distance(gap, place)) continue;
+    places[gap] = places[place];
+    gap = place;
   }
+  places[gap] = {};
+}
+
+// The place of 'handle', or NULL.
+Place *find_place(uint32_t home, uint32_t handle) {
+  if (!is_shared(home)) [[likely]]
+    return nullptr;
+  Place &place = place_of(handle);
+  return place.handle == handle ? &place : nullptr;
+}
+
+bool is_known(uint32_t handle) {
+  const uint32_t home = home_of(handle);
+  return handles[home] == handle || find_place(home, handle);
 }
 
 }  // namespace
 
 Kind of(uint32_t handle) {
-  const Cell *cell = place_of(handle).cell;
-  return cell->handle == handle ? static_cast<Kind>(cell->kind) : Kind::none;
+  const uint32_t home = home_of(handle);
+  if (handles[home] == handle) return kind_at(home);
+  const Place *place = find_place(home, handle);
+  return place ? place->kind : Kind::none;
+}
+
+Kind of_live(uint32_t handle) {
+  const uint32_t home = home_of(handle);
+  if (!is_shared(home)) [[likely]]
+    return kind_at(home);
+  return of(handle);
 }
 
 bool has_room() {
@@ -87,35 +113,45 @@ bool has_room() {
 }
 
 void remember(uint32_t handle, Kind kind) {
-  if (kind == Kind::none) return forget(handle);
-  Cell *cell = place_of(handle).cell;
-  if (cell->handle != handle) {
-    cell = &empty_cell_at(*cell);
-    cell->handle = handle;
-    ++used;
+  const uint32_t home = home_of(handle);
+  if (handles[home] == handle) return set_kind_at(home, kind);
+  if (Place *place = find_place(home, handle)) {
+    place->kind = kind;
+    return;
   }
-  cell->kind = static_cast<uint8_t>(kind);
-}
-
-void retire(uint32_t handle) {
-  Cell *cell = place_of(handle).cell;
-  if (cell->handle == handle)
-    cell->kind = static_cast<uint8_t>(Kind::ending);
-  else if (has_room())
-    remember(handle, Kind::ending);
+  ++used;
+  if (handles[home] == 0) {
+    handles[home] = handle;
+    return set_kind_at(home, kind);
+  }
+  place_of(handle) = {handle, kind};
+  note_another(home);
 }
 
 void forget(uint32_t handle) {
-  const Place place = place_of(handle);
-  if (place.cell->handle != handle) return;
-  empty(place);
-  --used;
+  const uint32_t home = home_of(handle);
+  if (handles[home] == handle) {
+    handles[home] = 0;
+    set_kind_at(home, Kind::none);
+    --used;
+  } else if (Place *place = find_place(home, handle)) {
+    empty(*place);
+    note_one_less(home);
+    --used;
+  }
+}
+
+void retire(uint32_t handle) {
+  if (is_known(handle) || has_room()) remember(handle, Kind::ending);
 }
 
 void forget_all() {
   if (used == 0) return;
-  std::fill_n(cells, kHomes + n_fresh, Cell{});
-  used = first_spare = n_fresh = 0;
+  std::fill_n(kinds, kHomes, uint8_t{});
+  std::fill_n(handles, kHomes, 0);
+  std::fill_n(n_others, kHomes, 0);
+  std::fill_n(places, kPlaces, Place{});
+  used = 0;
 }
 
 }  // namespace zar::kinds

@@ -4,10 +4,10 @@
 // a handle of another kind, its record must not be read as something else, so the library records separately for which
 // kind it issued each handle. A handle that a caller made for a record of its own has no kind.
 //
-// The kinds are in a hash table, keyed by the handle: one cache line for a look-up, no memory beyond the table. It has
-// room for more handles than the cap on live handles allows. Callers that release handles which they never got can
-// lower the count of live handles below their number; when the table is full it then refuses a new handle, as if the
-// cap had been reached, rather than forget a kind.
+// A look-up of a live handle reads one byte, in a table so small that it stays in the cache. The table has room for more
+// handles than the cap on live handles allows. Callers that release handles which they never got can lower the count of
+// live handles below their number; when the table is full it then refuses a new handle, as if the cap had been reached,
+// rather than forget a kind.
 #pragma once
 
 #include <cstdint>
@@ -56,9 +56,11 @@ inline constexpr Kind kKindOf<zar_pmtr_map> = Kind::pmtr_map;
 namespace kinds {
 
 Kind of(uint32_t handle);
+// The same for a handle that is live, and so was issued here.
+Kind of_live(uint32_t handle);
 // False if there is no room for another one.
 bool has_room();
-// Records 'kind' for 'handle', replacing any earlier kind; Kind::none forgets it.
+// Records 'kind' for 'handle', replacing any earlier kind. Handles without a kind are recorded, too.
 void remember(uint32_t handle, Kind kind);
 // Records that the record of 'handle' is ending. Does nothing if the handle was unknown and there is no room for it.
 void retire(uint32_t handle);
