@@ -1,12 +1,13 @@
-// One policy-map on many targets: activated on all of them, deactivated everywhere, and the targets deleted in any order.
-// The time is given per target, so that a cost that grows with their number is visible. Each target has a second
-// policy-map, with which it was added, since a target cannot exist without one.
+// Two policy-maps on many targets: the second activated on all of them, deactivated everywhere, and the targets deleted
+// in any order; and the life of one session among many. The time is given per target, so that a cost that grows with
+// their number is visible.
 #include <algorithm>
 #include <ctime>
 #include <random>
 
 #include "by_hand/repository.h"
 #include "support/jobs.h"
+#include "support/random.h"
 #include "support/repository.h"
 
 namespace {
@@ -31,16 +32,31 @@ class Library {
   void deactivate() { must(zar_deactivate_policy_by_handle_from_all_targets(clid_, second_), "deactivation"); }
   void shuffle(std::mt19937 &random) { std::shuffle(targets_.begin(), targets_.end(), random); }
   void delete_targets() {
-    for (uint32_t target : targets_) {
-      zar_target_info *info = nullptr;
-      must(zar_remove_target(clid_, target, &info), "zar_remove_target");
-      must(zar_delete_target(target), "zar_delete_target");
-    }
+    for (uint32_t target : targets_)
+      remove(target);
+  }
+  void come_and_go() { remove(with_both(&session_)); }
+  void replace(uint32_t at) {
+    remove(targets_[at]);
+    targets_[at] = with_both(&infos_[at]);
   }
 
  private:
+  uint32_t with_both(zar_target_info *info) const {
+    uint32_t target = 0;
+    must(zar_add_target(clid_, info, first_, &target), "zar_add_target");
+    must(zar_activate_policy(clid_, second_, target), "zar_activate_policy");
+    return target;
+  }
+  void remove(uint32_t target) const {
+    zar_target_info *info = nullptr;
+    must(zar_remove_target(clid_, target, &info), "zar_remove_target");
+    must(zar_delete_target(target), "zar_delete_target");
+  }
+
   uint32_t clid_ = bench::clid();
   uint32_t first_, second_;
+  zar_target_info session_{};
   std::vector<zar_target_info> infos_;
   std::vector<uint32_t> targets_;
 };
@@ -65,10 +81,22 @@ class ByHand {
     for (uint32_t target : targets_)
       repository_.delete_target(target);
   }
+  void come_and_go() { repository_.delete_target(with_both(&session_)); }
+  void replace(uint32_t at) {
+    repository_.delete_target(targets_[at]);
+    targets_[at] = with_both(&infos_[at]);
+  }
 
  private:
+  uint32_t with_both(zar_target_info *info) {
+    const uint32_t target = repository_.add_target(info, first_);
+    repository_.activate(second_, target);
+    return target;
+  }
+
   by_hand::Repository repository_;
   uint32_t first_, second_;
+  zar_target_info session_{};
   std::vector<zar_target_info> infos_;
   std::vector<uint32_t> targets_;
 };
@@ -102,6 +130,17 @@ void measure(benchmark::State &state, uint32_t n_targets, void (Side::*part)()) 
     live();
 }
 
+// The job gets a side with 'n_targets' targets, on which both policy-maps are active.
+template <class Side, class Job>
+void measure_session(benchmark::State &state, uint32_t n_targets, Job job) {
+  Side side(n_targets);
+  side.add_targets();
+  side.activate();
+  for (auto _ : state)
+    job(side);
+  side.delete_targets();
+}
+
 template <class Side>
 void register_side(const std::string &who, uint32_t n_targets) {
   auto part = [&](const char *what, void (Side::*step)()) {
@@ -113,6 +152,13 @@ void register_side(const std::string &who, uint32_t n_targets) {
   part("activate, per target", &Side::activate);
   part("deactivate everywhere, per target", &Side::deactivate);
   part("delete target, any order", &Side::delete_targets);
+  bench::job("session comes and goes", who, [=](benchmark::State &state) {
+    measure_session<Side>(state, n_targets, [](Side &side) { side.come_and_go(); });
+  });
+  bench::job("session replaces any other", who, [=](benchmark::State &state) {
+    bench::Random random;
+    measure_session<Side>(state, n_targets, [&](Side &side) { side.replace(random.below(n_targets)); });
+  });
 }
 
 }  // namespace

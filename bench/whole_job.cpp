@@ -174,12 +174,28 @@ class ByHand {
   }
   uint32_t find_policy(const char *name) { return repository_.retrieve_policy(bench::info_of(name)); }
   uint32_t find_class(const char *name) { return repository_.retrieve_class(bench::info_of(name)); }
-  bool resolves_policy(uint32_t handle) { return repository_.get<by_hand::PolicyMap>(handle); }
-  bool resolves_class(uint32_t handle) { return repository_.get<by_hand::ClassMap>(handle); }
+  // Each reads the field that the library's accessor reads.
+  bool resolves_policy(uint32_t handle) {
+    const auto *policy = repository_.get<by_hand::PolicyMap>(handle);
+    return policy && policy->name.c_str();
+  }
+  bool resolves_class(uint32_t handle) {
+    const auto *class_map = repository_.get<by_hand::ClassMap>(handle);
+    return class_map && class_map->match_criteria != 0;
+  }
   bool resolves_filter(uint32_t handle) { return repository_.get<by_hand::Filter>(handle); }
-  bool resolves_event(uint32_t handle) { return repository_.get<by_hand::Event>(handle); }
-  bool resolves_rule(uint32_t handle) { return repository_.get<by_hand::Rule>(handle); }
-  bool resolves_action(uint32_t handle) { return repository_.get<by_hand::Action>(handle); }
+  bool resolves_event(uint32_t handle) {
+    const auto *event = repository_.get<by_hand::Event>(handle);
+    return event && event->id != 0;
+  }
+  bool resolves_rule(uint32_t handle) {
+    const auto *rule = repository_.get<by_hand::Rule>(handle);
+    return rule && rule->number != 0;
+  }
+  bool resolves_action(uint32_t handle) {
+    const auto *action = repository_.get<by_hand::Action>(handle);
+    return action && action->number != 0;
+  }
   bool resolves_target(uint32_t handle) { return repository_.get<by_hand::Target>(handle); }
   void print_all() {
     repository_.print_policies(print);

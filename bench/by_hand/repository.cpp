@@ -170,8 +170,7 @@ bool Repository::link(PolicyMap &policy, Target &target) {
   const zar_map_info key{policy.domain.c_str(), policy.type, policy.name.c_str(), 0};
   void *instance = nullptr;
   if (kel_create_policy_instance(&instance, target.handle, kel_clid, &key) != 0) return false;
-  target.active.push_back({&policy, instance});
-  policy.targets.push_back(&target);
+  target.active.push_back({&policy, instance, policy.targets.insert(policy.targets.end(), &target)});
   tell_actions(policy, false);
   return true;
 }
@@ -180,8 +179,8 @@ void Repository::unlink(PolicyMap &policy, Target &target) {
   const auto active = std::find_if(target.active.begin(), target.active.end(),
                                    [&policy](const Target::Active &other) { return other.policy == &policy; });
   kel_delete_policy_instance(active->instance);
+  policy.targets.erase(active->place);
   target.active.erase(active);
-  erase(policy.targets, &target);
   tell_actions(policy, true);
 }
 
@@ -199,9 +198,12 @@ Handle Repository::add_target(zar_target_info *info, Handle policy_handle) {
   if (!policy || !info) return 0;
   auto &target = make<Target>();
   target.info = info;
-  if (link(*policy, target)) return target.handle;
-  objects_.erase(target.handle);
-  return 0;
+  if (!link(*policy, target)) {
+    objects_.erase(target.handle);
+    return 0;
+  }
+  targets_.insert(target.handle);
+  return target.handle;
 }
 
 bool Repository::activate(Handle policy_handle, Handle target_handle) {
@@ -215,7 +217,7 @@ bool Repository::deactivate_everywhere(Handle handle) {
   auto *policy = get<PolicyMap>(handle);
   if (!policy) return false;
   while (!policy->targets.empty())
-    unlink(*policy, *policy->targets.back());
+    unlink(*policy, *policy->targets.front());
   return true;
 }
 
@@ -284,7 +286,8 @@ bool Repository::delete_target(Handle handle) {
   auto *target = get<Target>(handle);
   if (!target) return false;
   while (!target->active.empty())
-    unlink(*target->active.back().policy, *target);
+    unlink(*target->active.front().policy, *target);
+  targets_.erase(handle);
   objects_.erase(handle);
   return true;
 }

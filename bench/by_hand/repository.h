@@ -4,13 +4,16 @@
 // by result.
 //
 // It differs from the library where its author has a choice: objects are C++ objects, texts are std::string, a handle
-// is the next number, the table of handles owns the objects, and there is no trace.
+// is the next number, the table of handles owns the objects, and there is no trace. Where a list may be long, a
+// policy-map's targets, an element knows its place in it, and nothing searches it. Targets are indexed by their handles,
+// because callers walk them in this order.
 #pragma once
 
 #include <cstdint>
+#include <list>
 #include <map>
 #include <memory>
-#include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <variant>
@@ -74,13 +77,14 @@ struct PolicyMap {
   uint32_t type = 0;
   bool stored = false;
   std::vector<Event *> events;
-  std::vector<Target *> targets;
+  std::list<Target *> targets;  // in order of activation
 };
 
 struct Target {
   struct Active {
     PolicyMap *policy;
-    void *instance;  // the engine's
+    void *instance;                       // the engine's
+    std::list<Target *>::iterator place;  // in the policy-map's list
   };
   Handle handle = 0;
   zar_target_info *info = nullptr;
@@ -147,6 +151,7 @@ class Repository {
   Handle last_handle_ = 0;
   std::map<std::string, PolicyMap *, std::less<>> policies_;
   std::map<std::string, ClassMap *, std::less<>> classes_;
+  std::set<Handle> targets_;
 };
 
 }  // namespace by_hand
