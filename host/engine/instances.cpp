@@ -21,12 +21,9 @@ struct PolicyKey {
   bool operator==(const PolicyKey &) const = default;
 };
 
+// By the name alone, which as a rule is unique.
 struct HashPolicyKey {
-  size_t operator()(const PolicyKey &key) const noexcept {
-    size_t hash = std::hash<std::string_view>()(key.map_name);
-    hash = hash * 31 + std::hash<std::string_view>()(key.domain);
-    return hash * 31 + key.domain_type;
-  }
+  size_t operator()(const PolicyKey &key) const noexcept { return std::hash<std::string_view>()(key.map_name); }
 };
 
 // A policy-map that has instances.
