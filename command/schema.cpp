@@ -21,7 +21,7 @@ class SchemaCommand final : public Command {
     options.flag("--json", json_, "Write one JSON object that holds the schema");
     options.epilogue(
         "Editors use the schema (draft-07) to complete and check policy files while they are\n"
-        "written. It tells the structure; names that name nothing are found by zar check.\n\n"
+        "written. It describes the structure; zar check finds names that name nothing.\n\n"
         "Examples:\n"
         "  zar schema > policy.json\n"
         "  sed -i '1i # yaml-language-server: $schema=policy.json' policy.yaml");

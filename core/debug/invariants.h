@@ -7,7 +7,7 @@ namespace zar::debug {
 // repository was also checked after the previous operation: only then is it known what was added since.
 void check_invariants(bool every_call);
 
-// Reports which invariant of which record the operation broke, and aborts the process.
+// Reports the invariant that the operation broke and the record, and aborts the process.
 [[noreturn, gnu::format(printf, 3, 4)]] void broken(const char *record, int number, const char *format, ...);
 
 }  // namespace zar::debug

@@ -335,10 +335,10 @@ void Linter::check_use_of_events() {
     reached.event(step.event.value);
   for (const Test &test : file_->tests)
     reached.event(test.step.event.value);
-  std::unordered_set<std::string_view> told;
+  std::unordered_set<std::string_view> reported;
   for (const PolicyMap &policy : file_->policy_maps) {
     for (const EventRules &event : policy.events) {
-      if (reached.has_event(event.event.value) || !told.insert(event.event.value).second) continue;
+      if (reached.has_event(event.event.value) || !reported.insert(event.event.value).second) continue;
       findings_.push_back({Kind::unraised_event,
                            event.event.position,
                            concat("event ", event.event.value,

@@ -231,12 +231,12 @@ def main():
     for mutant, (good, messages) in zip(mutations, verdicts):
         valid = validator.is_valid(mutant)
         structural = [message for message in messages if STRUCTURE.search(message)]
-        told = f"{messages}: {json.dumps(mutant)}"
-        assert valid or not good, f"the schema refuses what the loader takes: {told} {[e.message for e in validator.iter_errors(mutant)]}"
-        assert valid or structural, f"the schema refuses what the loader finds well formed: {told} {[e.message for e in validator.iter_errors(mutant)]}"
-        assert not (valid and structural), f"the schema takes what the loader refuses: {told}"
+        about = f"{messages}: {json.dumps(mutant)}"
+        assert valid or not good, f"the schema refuses what the loader takes: {about} {[e.message for e in validator.iter_errors(mutant)]}"
+        assert valid or structural, f"the schema refuses what the loader finds well formed: {about} {[e.message for e in validator.iter_errors(mutant)]}"
+        assert not (valid and structural), f"the schema takes what the loader refuses: {about}"
         refused += not valid
-    print(f"{len(documents)} good files, {len(BAD)} bad ones, {len(mutations)} changed ones of which {refused} are malformed")
+    print(f"{len(documents)} good files, {len(BAD)} bad ones, {len(mutations)} changed ones, {refused} of them malformed")
     assert len(mutations) > 500 and 0 < refused < len(mutations)
 
 

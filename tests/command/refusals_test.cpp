@@ -60,11 +60,11 @@ Result run_with_refusal(const Asked &asked, uint64_t nth) {
 
 class Refusals : public testing::TestWithParam<Asked> {};
 
-TEST_P(Refusals, OfEveryRequestInTurnAreTold) {
+TEST_P(Refusals, OfEveryRequestInTurnAreReported) {
   const Result good = run_with_refusal(GetParam(), kNever);
   ASSERT_EQ(good.code, 0) << good.err;
   uint64_t nth = 1;
-  uint64_t told = 0;
+  uint64_t reported = 0;
   for (;; ++nth) {
     const Result result = run_with_refusal(GetParam(), nth);
     if (result.code == kNotRefused) break;
@@ -72,15 +72,15 @@ TEST_P(Refusals, OfEveryRequestInTurnAreTold) {
       EXPECT_EQ(result.out, good.out) << "request " << nth;
       continue;
     }
-    ++told;
+    ++reported;
     EXPECT_EQ(result.code, 70) << "request " << nth;
     EXPECT_EQ(result.out, "") << "request " << nth;
     EXPECT_TRUE(result.err.starts_with("zar: internal error: ")) << "request " << nth << ": " << result.err;
     EXPECT_EQ(result.err.find("misuse"), std::string::npos) << "request " << nth << ": " << result.err;
   }
-  std::printf("%llu requests failed in turn, %llu of them were told\n", static_cast<unsigned long long>(nth - 1),
-              static_cast<unsigned long long>(told));
-  EXPECT_GT(told, 100u);
+  std::printf("%llu requests failed in turn, %llu of them were reported\n", static_cast<unsigned long long>(nth - 1),
+              static_cast<unsigned long long>(reported));
+  EXPECT_GT(reported, 100u);
 }
 
 INSTANTIATE_TEST_SUITE_P(To, Refusals,

@@ -73,18 +73,18 @@ bool is_only_what_is_kept(const std::string &messages) {
 
 TEST(Session, SurvivesARefusalOfEveryRequestInTurn) {
   uint64_t nth = 1;
-  uint64_t told = 0;
+  uint64_t reported = 0;
   for (; nth < 1000; ++nth) {
     const Result result = test::run_in_child_process([&] { return survive(nth); }, "");
     if (result.code == kNotRefused) break;
     EXPECT_TRUE(result.code == 0 || (result.code == 70 && is_only_what_is_kept(result.err)))
         << "request " << nth << ": " << result.code << ", " << result.err;
-    told += result.err.starts_with("----") ? 0 : 1;
+    reported += result.err.starts_with("----") ? 0 : 1;
   }
-  std::printf("%llu requests failed in turn, %llu of them were told\n", static_cast<unsigned long long>(nth - 1),
-              static_cast<unsigned long long>(told));
+  std::printf("%llu requests failed in turn, %llu of them were reported\n", static_cast<unsigned long long>(nth - 1),
+              static_cast<unsigned long long>(reported));
   EXPECT_LT(nth, 1000u);
-  EXPECT_GT(told, 50u);
+  EXPECT_GT(reported, 50u);
 }
 
 }  // namespace

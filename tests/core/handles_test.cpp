@@ -382,7 +382,7 @@ TEST_F(Leaves, StayKnownWhileHandlesAreIssuedAgain) {
   come_and_go(60000, 200000);
 }
 
-// On a platform that leaves the library only handles of which two each agree in their low 17 bits.
+// On a platform that leaves the library only pairs of handles that agree in their low 17 bits.
 struct LeavesInPairs : Leaves {
   static constexpr uint32_t kLowBits = (1U << 17) - 1;
 

@@ -190,7 +190,7 @@ struct KeyComparator : Repository {
 };
 TYPED_TEST_SUITE(KeyComparator, AllTrees, TreeNames);
 
-// All texts of up to three letters out of two, one of which has its highest bit set.
+// All texts of up to three letters out of two, one with its highest bit set.
 std::vector<std::string> small_texts() {
   std::vector<std::string> texts{""};
   for (size_t i = 0; texts[i].size() < 3; ++i) {

@@ -33,7 +33,7 @@ struct Scene : rig::World {
   ~Scene();
 
   // In use: a stored CONTROL policy-map with an event, a rule, an action and a class-map with a filter, active on a
-  // target with a policy context; and a stored parameter-map with two statements, of which the first has two actions.
+  // target with a policy context; and a stored parameter-map with two statements, the first with two actions.
   Objects linked{};
   // Records that nothing refers to, except the rule, which is under its own event, and the target.
   Objects spare{};
