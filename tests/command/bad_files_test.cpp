@@ -19,7 +19,7 @@ void PrintTo(const Bad &bad, std::ostream *out) {
 
 class BadFiles : public testing::TestWithParam<Bad> {};
 
-TEST_P(BadFiles, AreToldWithPlaceLineAndExpectation) {
+TEST_P(BadFiles, AreReportedWithPlaceLineAndExpectation) {
   const Result result = run_zar({"check", "-"}, GetParam().file);
   EXPECT_EQ(result.err, GetParam().errors);
   EXPECT_EQ(result.out, "");
