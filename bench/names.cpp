@@ -1,9 +1,9 @@
-// Maps by name: retrieve, hit and miss, and store and delete, compared with the ordered and hashed containers that
+// Maps by name: retrieve, hit and miss, and store and remove, compared with the ordered and hashed containers that
 // could replace the trees.
 //
 // Each side builds the key "name:domain:type" for every access, in a buffer on the stack and without a formatter, and
-// looks it up without creating a string if the container allows. "std::map, string keys" is the usual way to write
-// this: the key is a std::string. The alternatives are templates or linked directly and may be inlined; the library is
+// looks it up without creating a string if the container allows. What is stored and removed is made before, with its
+// key. "std::map, string keys" is the usual way to write this: the key is a std::string. The alternatives are templates or linked directly and may be inlined; the library is
 // called, calls the runtime, and is called back to compare.
 #include <absl/container/btree_map.h>
 #include <absl/container/flat_hash_map.h>
@@ -42,7 +42,7 @@ class Library {
   // A policy-map that is not stored yet.
   uint32_t spare(const char *name) const { return bench::new_policy(clid_, name); }
   // Removed from the tree by its name, but not deleted.
-  void store_and_delete(const char *name, uint32_t spare) const {
+  void store_and_remove(const char *name, uint32_t spare) const {
     Key key(bench::info_of(name));
     zar_pmap probe{}, *removed = nullptr;
     probe.hash_str = key.text();
@@ -75,15 +75,22 @@ class Viewed {
     auto found = map_.find(View(key.text(), key.view().size()));
     return found == map_.end() ? 0 : found->second;
   }
-  uint32_t spare(const char *) { return ++numbers_; }
-  void store_and_delete(const char *name, uint32_t spare) {
+  // An element with its key that is not in the container yet.
+  uint32_t spare(const char *name) {
+    Map one;
+    one.emplace(std::string(Key(bench::info_of(name)).view()), ++numbers_);
+    spares_.push_back(one.extract(one.begin()));
+    return static_cast<uint32_t>(spares_.size() - 1);
+  }
+  void store_and_remove(const char *name, uint32_t spare) {
     Key key(bench::info_of(name));
-    map_.emplace(std::string(key.view()), spare);
-    map_.erase(map_.find(View(key.text(), key.view().size())));
+    map_.insert(std::move(spares_[spare]));
+    spares_[spare] = map_.extract(map_.find(View(key.text(), key.view().size())));
   }
 
  private:
   Map map_;
+  std::vector<typename Map::node_type> spares_;
   uint32_t numbers_ = 0;
 };
 
@@ -221,7 +228,7 @@ void retrieve_in_turn(benchmark::State &state, const Side &side, const Sought &s
 }
 
 template <class Side>
-void store_and_delete(benchmark::State &state, Side &side, const std::vector<std::string> &names) {
+void store_and_remove(benchmark::State &state, Side &side, const std::vector<std::string> &names) {
   static std::vector<uint32_t> spares;  // of this side; a repetition uses those of the one before
   for (size_t at = spares.size(); at < names.size(); ++at)
     spares.push_back(side.spare(names[at].c_str()));
@@ -229,7 +236,7 @@ void store_and_delete(benchmark::State &state, Side &side, const std::vector<std
   const auto count = static_cast<uint32_t>(names.size());
   for (auto _ : state) {
     uint32_t any = random.below(count);
-    side.store_and_delete(names[any].c_str(), spares[any]);
+    side.store_and_remove(names[any].c_str(), spares[any]);
   }
 }
 
@@ -240,9 +247,9 @@ void register_side(const std::string &who, const std::shared_ptr<Subjects> &subj
   bench::job("retrieve, hit, latency", who,
              [=](benchmark::State &state) { retrieve_in_turn(state, *side, subjects->present); });
   bench::job("retrieve, miss", who, [=](benchmark::State &state) { retrieve(state, *side, subjects->absent); });
-  if constexpr (requires { side->store_and_delete("", 0); })
-    bench::job("store and delete", who,
-               [=](benchmark::State &state) { store_and_delete(state, *side, subjects->spare); });
+  if constexpr (requires { side->store_and_remove("", 0); })
+    bench::job("store and remove", who,
+               [=](benchmark::State &state) { store_and_remove(state, *side, subjects->spare); });
 }
 
 }  // namespace
