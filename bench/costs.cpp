@@ -16,6 +16,7 @@
 #include <string>
 
 #include "host/engine/engine.h"
+#include "simulator/session/session.h"
 #include "support/random.h"
 #include "support/repository.h"
 
@@ -143,6 +144,7 @@ void names(uint32_t n_objects) {
 // ---- Handles and leaves
 
 void handles(uint32_t n_objects) {
+  clid();  // starts the library
   Handles live, stale;
   while (live.size() < n_objects)
     live.push_back(new_action());
@@ -377,6 +379,25 @@ void domains(uint32_t n_objects) {
            [&] { must(zar_register_domain(clid(), more[next++].c_str()), "zar_register_domain"); });
 }
 
+// ---- The simulator's session, which builds one object after the other
+
+void session(uint32_t n_objects) {
+  static simulator::session::Session live;
+  static simulator::session::Trouble trouble;
+  uint32_t line = 0;
+  const auto create = [&line](const char *kind, const std::string &name) {
+    const bool created = live.create(*simulator::find_kind(kind), name, "{}", ++line, trouble);
+    must(created ? 0 : 1, "a session's create");
+  };
+  must(live.begin(trouble) ? 0 : 1, "a session's begin");
+  create("domain", "domain");
+  for (const std::string &name : bench::names(n_objects))
+    create("class", name);
+  const std::vector<std::string> more = bench::names(kTimes, "x");
+  uint32_t next = 0;
+  repeated("create a class-map in a session", [&] { create("class", more[next++]); });
+}
+
 struct Group {
   const char *name;
   void (*count)(uint32_t n_objects);
@@ -389,6 +410,7 @@ constexpr Group kGroups[] = {
     {"rules", rules, 8000},           {"actions", actions, kMost},
     {"filters", filters, kMost},      {"uses", uses, 8000},
     {"statements", statements, 8000}, {"domains", domains, 8000},
+    {"session", session, 8000},
 };
 
 int usage() {
@@ -409,7 +431,6 @@ int main(int count, char **arguments) {
   for (const Group &group : kGroups) {
     if (std::strcmp(group.name, arguments[1]) != 0) continue;
     if (n_objects < 2 || n_objects > group.most) return usage();
-    clid();
     group.count(n_objects);
     return 0;
   }

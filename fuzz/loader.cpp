@@ -18,10 +18,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (!diagnostics.empty() && simulator::render(diagnostics, source).empty()) std::abort();
   // A good file can be added to an empty repository, but not twice: unless it is empty, its names are then taken.
   if (!file) return 0;
-  const std::optional<simulator::PolicyFile> again = simulator::load_more(simulator::PolicyFile(), source, diagnostics);
-  if (!again || again->events != file->events) std::abort();
-  const std::optional<simulator::PolicyFile> twice = simulator::load_more(*again, source, diagnostics);
-  const bool has_names = !again->clients.empty() || !again->domains.empty() || !again->parameter_maps.empty();
-  if (twice.has_value() == has_names) std::abort();
+  simulator::PolicyFile again;
+  again.index();
+  if (!simulator::load_more(again, source, diagnostics) || again.events != file->events) std::abort();
+  const size_t handles = again.handles(), attributes = again.attributes();
+  const bool has_names = !again.clients.empty() || !again.domains.empty() || !again.parameter_maps.empty();
+  if (simulator::load_more(again, source, diagnostics) == has_names) std::abort();
+  if (has_names && (again.handles() != handles || again.attributes() != attributes)) std::abort();
   return 0;
 }

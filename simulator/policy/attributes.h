@@ -1,6 +1,7 @@
 // The attributes that a policy file uses.
 #pragma once
 
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -8,9 +9,9 @@
 
 namespace simulator {
 
-// Calls 'each' with the name of every attribute in the file, except those in the expectations of tests.
+// Calls 'each' with the name of every attribute of the objects of a file, beginning with these.
 template <class Each>
-void for_each_attribute(const PolicyFile &file, Each each) {
+void for_each_attribute_of_objects(const PolicyFile &file, const FileExtent &first, Each each) {
   const auto in_filters = [&](const std::vector<Filter> &filters) {
     for (const Filter &filter : filters)
       each(filter.attribute);
@@ -22,29 +23,34 @@ void for_each_attribute(const PolicyFile &file, Each each) {
       if (changes) each(action.subject);
     }
   };
-  const auto in_assignments = [&](const std::vector<Assignment> &assignments) {
-    for (const Assignment &assignment : assignments)
-      each(assignment.attribute);
-  };
 
-  for (const ClassMap &map : file.class_maps)
+  for (const ClassMap &map : std::span(file.class_maps).subspan(first.class_maps))
     in_filters(map.filters);
-  for (const PolicyMap &policy : file.policy_maps) {
+  for (const PolicyMap &policy : std::span(file.policy_maps).subspan(first.policy_maps)) {
     for (const EventRules &event : policy.events) {
       for (const Rule &rule : event.rules)
         in_actions(rule.actions);
     }
   }
-  for (const ParameterMap &map : file.parameter_maps) {
+  for (const ParameterMap &map : std::span(file.parameter_maps).subspan(first.parameter_maps)) {
     for (const Statement &statement : map.statements) {
       in_filters(statement.filters);
       in_actions(statement.actions);
     }
   }
-  for (const Target &target : file.targets)
-    in_assignments(target.attributes);
+  for (const Target &target : std::span(file.targets).subspan(first.targets)) {
+    for (const Assignment &assignment : target.attributes)
+      each(assignment.attribute);
+  }
+}
+
+// The same for every attribute in the file, except those in the expectations of tests.
+template <class Each>
+void for_each_attribute(const PolicyFile &file, Each each) {
+  for_each_attribute_of_objects(file, {}, each);
   const auto in_step = [&](const Step &step) {
-    in_assignments(step.set);
+    for (const Assignment &assignment : step.set)
+      each(assignment.attribute);
     for (const Name &attribute : step.clear)
       each(attribute);
   };

@@ -1,7 +1,5 @@
 #include "simulator/policy/load.h"
 
-#include <iterator>
-
 #include "simulator/policy/load_parts.h"
 #include "simulator/text/text.h"
 
@@ -30,11 +28,6 @@ PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   section("scenario", read_scenario);
   section("tests", read_tests);
   return file;
-}
-
-template <class Object>
-void append(std::vector<Object> &objects, std::vector<Object> &more) {
-  std::move(more.begin(), more.end(), std::back_inserter(objects));
 }
 
 template <class Object, class Find>
@@ -69,33 +62,28 @@ void fill_domains(std::vector<Map> &maps, const Domain &only) {
 
 }  // namespace
 
-std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source, Diagnostics &diagnostics) {
+bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics) {
   const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
-  if (!document) return std::nullopt;
+  if (!document) return false;
 
   PolicyFile more = read_sections(document->root(), diagnostics);
-  check_names_are_new(base, more, diagnostics);
+  check_names_are_new(file, more, diagnostics);
   // While a name means two things, no other check makes sense.
-  if (!diagnostics.empty()) return std::nullopt;
+  if (!diagnostics.empty()) return false;
   if (more.domains.size() == 1) {
     fill_domains(more.class_maps, more.domains[0]);
     fill_domains(more.policy_maps, more.domains[0]);
   }
-  PolicyFile file = base.copy_of_objects();
-  append(file.clients, more.clients);
-  append(file.domains, more.domains);
-  append(file.class_maps, more.class_maps);
-  append(file.policy_maps, more.policy_maps);
-  append(file.parameter_maps, more.parameter_maps);
-  append(file.targets, more.targets);
+  const FileExtent before = file.extent();
   file.scenario = std::move(more.scenario);
   file.tests = std::move(more.tests);
-  file.index();
-  resolve(file, diagnostics);
+  file.append(std::move(more));
+  resolve(file, before, diagnostics);
   file.scenario.clear();
   file.tests.clear();
-  if (!diagnostics.empty()) return std::nullopt;
-  return file;
+  if (diagnostics.empty()) return true;
+  file.shrink_to(before);
+  return false;
 }
 
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
@@ -105,7 +93,7 @@ std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
   PolicyFile file = read_sections(document->root(), diagnostics);
   file.path = source.name();
   file.index();
-  resolve(file, diagnostics);
+  resolve(file, {}, diagnostics);
   if (!diagnostics.empty()) return std::nullopt;
   return file;
 }

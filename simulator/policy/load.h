@@ -11,8 +11,8 @@ namespace simulator {
 // Returns the file in 'source', or nothing when anything is wrong with it; 'diagnostics' then lists everything that is.
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics);
 
-// Returns the objects of 'base' followed by those of 'source', as one file; no name may be in both. Scenarios and tests
-// are read but dropped.
-std::optional<PolicyFile> load_more(const PolicyFile &base, const Source &source, Diagnostics &diagnostics);
+// Adds the objects of 'source' to those of 'file'; no name may be in both. Scenarios and tests are read but dropped.
+// Returns false when anything is wrong with the source; the file is then unchanged.
+bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
 
 }  // namespace simulator

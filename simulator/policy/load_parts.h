@@ -22,7 +22,8 @@ std::vector<Assignment> read_assignments(const Reader &reader, const yaml::Node 
 Step read_step(const Reader &reader, const Fields &fields, Position position);
 
 // Checks what the structure alone does not show: that every name exists, and that the repository will accept
-// everything. Fills in the domains that the file leaves out. The file is indexed before and after.
-void resolve(PolicyFile &file, Diagnostics &diagnostics);
+// everything. Fills in the domains that the file leaves out. The file is indexed before and after. Objects before
+// 'first' were checked before, when those from there on were not yet in the file.
+void resolve(PolicyFile &file, const FileExtent &first, Diagnostics &diagnostics);
 
 }  // namespace simulator

@@ -1,8 +1,10 @@
 #include "simulator/policy/model.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
+#include "simulator/policy/attributes.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
@@ -10,17 +12,64 @@ namespace simulator {
 namespace {
 
 template <class Object>
-void index_by_name(const std::vector<Object> &objects, NameIndex &index) {
-  index.clear();
-  for (size_t at = 0; at < objects.size(); ++at) {
+void index_by_name(const std::vector<Object> &objects, size_t first, ByName<size_t> &index) {
+  for (size_t at = first; at < objects.size(); ++at)
     index.emplace(objects[at].name.value, at);
-  }
 }
 
 template <class Object>
-const Object *find(const std::vector<Object> &objects, const NameIndex &index, std::string_view name) {
+const Object *find(const std::vector<Object> &objects, const ByName<size_t> &index, std::string_view name) {
   const auto found = index.find(name);
   return found == index.end() ? nullptr : &objects[found->second];
+}
+
+template <class Object>
+void append(std::vector<Object> &objects, std::vector<Object> &more) {
+  std::move(more.begin(), more.end(), std::back_inserter(objects));
+}
+
+template <class Object>
+void shrink(std::vector<Object> &objects, ByName<size_t> &index, size_t size) {
+  while (objects.size() > size) {
+    index.erase(objects.back().name.value);
+    objects.pop_back();
+  }
+}
+
+// ---- The handles that an object takes in the repository
+
+size_t handles_of(const ClassMap &map) {
+  return 1 + map.filters.size();
+}
+size_t handles_of(const PolicyMap &policy) {
+  size_t handles = 1 + policy.events.size();
+  for (const EventRules &event : policy.events) {
+    for (const Rule &rule : event.rules)
+      handles += 1 + rule.actions.size();
+  }
+  return handles;
+}
+size_t handles_of(const ParameterMap &map) {
+  size_t handles = 1;
+  for (const Statement &statement : map.statements)
+    handles += 1 + statement.filters.size() + statement.actions.size();
+  return handles;
+}
+// One is for its policy context.
+size_t handles_of(const Target &) {
+  return 2;
+}
+
+template <class Object>
+size_t handles_of(const std::vector<Object> &objects, size_t first) {
+  size_t handles = 0;
+  for (size_t at = first; at < objects.size(); ++at)
+    handles += handles_of(objects[at]);
+  return handles;
+}
+size_t handles_of(const PolicyFile &file, const FileExtent &first) {
+  return handles_of(file.class_maps, first.class_maps) + handles_of(file.policy_maps, first.policy_maps) +
+         handles_of(file.parameter_maps, first.parameter_maps) + handles_of(file.targets, first.targets);
 }
 
 // An end that the file leaves open is the lowest or highest number.
@@ -65,31 +114,85 @@ const Target *PolicyFile::find_target(std::string_view name) const {
 
 uint32_t PolicyFile::event_id(std::string_view name) const {
   const auto found = event_index_.find(name);
-  return found == event_index_.end() ? 0 : static_cast<uint32_t>(found->second + 1);
+  return found == event_index_.end() || found->second.handlers == 0 ? 0 : found->second.id;
+}
+
+void PolicyFile::note_events(const PolicyMap &policy) {
+  for (const EventRules &rules : policy.events) {
+    const auto [event, is_new] =
+        event_index_.try_emplace(rules.event.value, Event{static_cast<uint32_t>(events.size() + 1), 0});
+    if (is_new) events.push_back(rules.event.value);
+    ++event->second.handlers;
+  }
+}
+
+void PolicyFile::forget_events(const PolicyMap &policy) {
+  for (const EventRules &rules : policy.events)
+    --event_index_.find(rules.event.value)->second.handlers;
+}
+
+void PolicyFile::count_from(const FileExtent &first) {
+  handles_ += handles_of(*this, first);
+  for_each_attribute_of_objects(*this, first, [this](const Name &attribute) { ++attribute_uses_[attribute.value]; });
+}
+
+void PolicyFile::index_from(const FileExtent &first) {
+  index_by_name(clients, first.clients, client_index_);
+  index_by_name(domains, first.domains, domain_index_);
+  index_by_name(class_maps, first.class_maps, class_map_index_);
+  index_by_name(policy_maps, first.policy_maps, policy_map_index_);
+  index_by_name(parameter_maps, first.parameter_maps, parameter_map_index_);
+  index_by_name(targets, first.targets, target_index_);
+  for (size_t at = first.policy_maps; at < policy_maps.size(); ++at)
+    note_events(policy_maps[at]);
+  count_from(first);
 }
 
 void PolicyFile::index() {
-  index_by_name(clients, client_index_);
-  index_by_name(domains, domain_index_);
-  index_by_name(class_maps, class_map_index_);
-  index_by_name(policy_maps, policy_map_index_);
-  index_by_name(parameter_maps, parameter_map_index_);
-  index_by_name(targets, target_index_);
-
-  NameIndex known;
-  for (size_t at = 0; at < events.size(); ++at)
-    known.emplace(events[at], at);
-  std::vector<std::string> found;
+  for (Index *index :
+       {&client_index_, &domain_index_, &class_map_index_, &policy_map_index_, &parameter_map_index_, &target_index_})
+    index->clear();
   event_index_.clear();
-  for (const PolicyMap &policy : policy_maps) {
-    for (const EventRules &rules : policy.events) {
-      // The keys point into the policy-maps, since 'events' may still move its texts.
-      const auto [at, is_new] = known.emplace(rules.event.value, events.size() + found.size());
-      event_index_.emplace(rules.event.value, at->second);
-      if (is_new) found.push_back(rules.event.value);
-    }
-  }
-  events.insert(events.end(), found.begin(), found.end());
+  for (size_t at = 0; at < events.size(); ++at)
+    event_index_.emplace(events[at], Event{static_cast<uint32_t>(at + 1), 0});
+  handles_ = 0;
+  attribute_uses_.clear();
+  index_from({});
+}
+
+FileExtent PolicyFile::extent() const {
+  return {clients.size(),        domains.size(), class_maps.size(), policy_maps.size(),
+          parameter_maps.size(), targets.size(), events.size()};
+}
+
+void PolicyFile::append(PolicyFile &&more) {
+  const FileExtent first = extent();
+  simulator::append(clients, more.clients);
+  simulator::append(domains, more.domains);
+  simulator::append(class_maps, more.class_maps);
+  simulator::append(policy_maps, more.policy_maps);
+  simulator::append(parameter_maps, more.parameter_maps);
+  simulator::append(targets, more.targets);
+  index_from(first);
+}
+
+void PolicyFile::shrink_to(const FileExtent &extent) {
+  handles_ -= handles_of(*this, extent);
+  for_each_attribute_of_objects(*this, extent, [this](const Name &attribute) {
+    const auto uses = attribute_uses_.find(attribute.value);
+    if (--uses->second == 0) attribute_uses_.erase(uses);
+  });
+  for (size_t at = extent.policy_maps; at < policy_maps.size(); ++at)
+    forget_events(policy_maps[at]);
+  for (size_t at = extent.events; at < events.size(); ++at)
+    event_index_.erase(events[at]);
+  events.resize(extent.events);
+  shrink(clients, client_index_, extent.clients);
+  shrink(domains, domain_index_, extent.domains);
+  shrink(class_maps, class_map_index_, extent.class_maps);
+  shrink(policy_maps, policy_map_index_, extent.policy_maps);
+  shrink(parameter_maps, parameter_map_index_, extent.parameter_maps);
+  shrink(targets, target_index_, extent.targets);
 }
 
 PolicyFile PolicyFile::copy_of_objects() const {

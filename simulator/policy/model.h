@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -146,8 +147,23 @@ struct Test {
   Expectation expect{};
 };
 
-// Names to positions in a list of the file.
-using NameIndex = std::unordered_map<std::string_view, size_t>;
+// By a name, which is stored with the value.
+struct NameHash : std::hash<std::string_view> {
+  using is_transparent = void;
+};
+template <class Value>
+using ByName = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
+
+// How many objects the lists of a file have.
+struct FileExtent {
+  size_t clients = 0;
+  size_t domains = 0;
+  size_t class_maps = 0;
+  size_t policy_maps = 0;
+  size_t parameter_maps = 0;
+  size_t targets = 0;
+  size_t events = 0;
+};
 
 struct PolicyFile {
   PolicyFile() = default;
@@ -187,14 +203,39 @@ struct PolicyFile {
   // Fills the indices and 'events'; call it whenever the lists are complete.
   void index();
 
+  FileExtent extent() const;
+  // Adds the objects of 'more' at the end, and indexes them. Their names are new.
+  void append(PolicyFile &&more);
+  // Removes the objects and events that were added after the file had this extent.
+  void shrink_to(const FileExtent &extent);
+
+  // The handles that the repository needs for the objects.
+  size_t handles() const { return handles_; }
+  // The different attributes that the objects mention.
+  size_t attributes() const { return attribute_uses_.size(); }
+
  private:
-  NameIndex client_index_;
-  NameIndex domain_index_;
-  NameIndex class_map_index_;
-  NameIndex policy_map_index_;
-  NameIndex parameter_map_index_;
-  NameIndex target_index_;
-  NameIndex event_index_;
+  // Positions in a list.
+  using Index = ByName<size_t>;
+  struct Event {
+    uint32_t id;
+    size_t handlers;  // policy-maps that handle it
+  };
+
+  void index_from(const FileExtent &first);
+  void note_events(const PolicyMap &policy);
+  void forget_events(const PolicyMap &policy);
+  void count_from(const FileExtent &first);
+
+  Index client_index_;
+  Index domain_index_;
+  Index class_map_index_;
+  Index policy_map_index_;
+  Index parameter_map_index_;
+  Index target_index_;
+  ByName<Event> event_index_;  // also those that nothing handles any more
+  size_t handles_ = 0;
+  ByName<size_t> attribute_uses_;
 };
 
 // The words of a policy file.

@@ -1,5 +1,6 @@
 // The checks of a policy file that need more than its structure.
 #include <algorithm>
+#include <span>
 #include <unordered_set>
 #include <utility>
 
@@ -25,7 +26,8 @@ constexpr size_t kMostHandles = 65536;
 
 class Resolver {
  public:
-  Resolver(PolicyFile &file, Diagnostics &diagnostics) : file_(&file), diagnostics_(&diagnostics) {}
+  Resolver(PolicyFile &file, const FileExtent &first, Diagnostics &diagnostics)
+      : file_(&file), first_(first), diagnostics_(&diagnostics) {}
 
   void run() {
     check_domains();
@@ -67,7 +69,13 @@ class Resolver {
   void check_attribute_count();
   void check_handle_count();
 
+  template <class Object>
+  static std::span<Object> from(std::vector<Object> &objects, size_t first) {
+    return std::span(objects).subspan(first);
+  }
+
   PolicyFile *file_;
+  FileExtent first_;
   Diagnostics *diagnostics_;
 };
 
@@ -108,7 +116,7 @@ void Resolver::check_counts() {
 }
 
 void Resolver::check_domains() {
-  for (const Domain &domain : file_->domains) {
+  for (const Domain &domain : from(file_->domains, first_.domains)) {
     check_client(domain.owner);
   }
 }
@@ -128,7 +136,7 @@ void Resolver::fill_domain(Name &domain, const Name &map) {
 }
 
 void Resolver::check_class_maps() {
-  for (ClassMap &map : file_->class_maps) {
+  for (ClassMap &map : from(file_->class_maps, first_.class_maps)) {
     fill_domain(map.domain, map.name);
     if (map.name.value.starts_with(kHiddenPrefix)) {
       diagnostics_->add(map.name.position, concat("'", map.name.value, "' cannot be a class-map's name"),
@@ -138,7 +146,8 @@ void Resolver::check_class_maps() {
 }
 
 void Resolver::check_parameter_maps() {
-  for (const ParameterMap &map : file_->parameter_maps) {
+  if (first_.parameter_maps == file_->parameter_maps.size()) return;
+  for (const ParameterMap &map : from(file_->parameter_maps, first_.parameter_maps)) {
     for (const Statement &statement : map.statements) {
       check_actions(statement.actions);
     }
@@ -178,7 +187,7 @@ const std::string *Resolver::database_of(const Name &domain) const {
 }
 
 void Resolver::check_policy_maps() {
-  for (PolicyMap &policy : file_->policy_maps) {
+  for (PolicyMap &policy : from(file_->policy_maps, first_.policy_maps)) {
     fill_domain(policy.domain, policy.name);
     if (policy.name.value == builtin_autoconf_policy) {
       diagnostics_->add(policy.name.position, concat("'", policy.name.value, "' cannot be a policy-map's name"),
@@ -228,7 +237,7 @@ void Resolver::check_actions(const std::vector<Action> &actions) {
 }
 
 void Resolver::check_targets() {
-  for (const Target &target : file_->targets) {
+  for (const Target &target : from(file_->targets, first_.targets)) {
     check_client(target.client);
     check_policies_of(target);
   }
@@ -308,6 +317,7 @@ void Resolver::check_expected_attributes() {
 }
 
 void Resolver::check_attribute_count() {
+  if (file_->scenario.empty() && file_->tests.empty() && file_->attributes() <= engine::kMaxAttributes) return;
   std::unordered_set<std::string_view> seen;
   for_each_attribute(*file_, [&](const Name &attribute) {
     if (!was_read(attribute) || !seen.insert(attribute.value).second) return;
@@ -318,33 +328,16 @@ void Resolver::check_attribute_count() {
 }
 
 void Resolver::check_handle_count() {
-  size_t handles = file_->class_maps.size() + file_->policy_maps.size() + file_->parameter_maps.size();
-  // Each target also takes a policy context.
-  handles += 2 * file_->targets.size();
-  for (const ClassMap &map : file_->class_maps)
-    handles += map.filters.size();
-  for (const PolicyMap &policy : file_->policy_maps) {
-    handles += policy.events.size();
-    for (const EventRules &event : policy.events) {
-      for (const Rule &rule : event.rules)
-        handles += 1 + rule.actions.size();
-    }
-  }
-  for (const ParameterMap &map : file_->parameter_maps) {
-    for (const Statement &statement : map.statements) {
-      handles += 1 + statement.filters.size() + statement.actions.size();
-    }
-  }
-  if (handles <= kMostHandles) return;
+  if (file_->handles() <= kMostHandles) return;
   diagnostics_->add(
-      {}, concat("the file makes ", handles, " objects"),
+      {}, concat("the file makes ", file_->handles(), " objects"),
       concat("at most ", kMostHandles, ": maps, filters, events, rules, actions, and two for each target"));
 }
 
 }  // namespace
 
-void resolve(PolicyFile &file, Diagnostics &diagnostics) {
-  Resolver(file, diagnostics).run();
+void resolve(PolicyFile &file, const FileExtent &first, Diagnostics &diagnostics) {
+  Resolver(file, first, diagnostics).run();
 }
 
 }  // namespace simulator

@@ -90,8 +90,8 @@ bool is_text(std::string_view text) {
   return true;
 }
 
-Source::Source(std::string name, std::string text, uint32_t number)
-    : name_(std::move(name)), text_(std::move(text)), number_(number) {
+Source::Source(std::string name, std::string text, uint32_t number, uint32_t first_line)
+    : name_(std::move(name)), text_(std::move(text)), number_(number), first_line_(first_line) {
   size_t continuations = 0;
   line_starts_.push_back(0);
   for (size_t at = 0; at < text_.size(); ++at) {
@@ -137,9 +137,10 @@ void Source::check(Diagnostics &diagnostics) const {
 }
 
 std::string_view Source::line(uint32_t number) const {
-  if (number == 0 || number > line_starts_.size()) return {};
-  const size_t start = line_starts_[number - 1];
-  const size_t end = number < line_starts_.size() ? line_starts_[number] - 1 : text_.size();
+  if (number < first_line_ || number - first_line_ >= line_starts_.size()) return {};
+  const size_t at = number - first_line_;
+  const size_t start = line_starts_[at];
+  const size_t end = at + 1 < line_starts_.size() ? line_starts_[at + 1] - 1 : text_.size();
   std::string_view line = std::string_view(text_).substr(start, end - start);
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
@@ -148,7 +149,7 @@ std::string_view Source::line(uint32_t number) const {
 Position Source::position_of(size_t line, size_t byte) const {
   const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
   const size_t continuations = continuations_before(start + byte) - continuations_before(start);
-  return {static_cast<uint32_t>(line + 1), static_cast<uint32_t>(byte + 1 - continuations), number_};
+  return {static_cast<uint32_t>(first_line_ + line), static_cast<uint32_t>(byte + 1 - continuations), number_};
 }
 
 }  // namespace simulator

@@ -18,8 +18,8 @@ class Source {
   // A larger file is not a policy file.
   static constexpr size_t kMaxSize = size_t{16} << 20;
 
-  // Every position in the source carries 'number'.
-  Source(std::string name, std::string text, uint32_t number = 0);
+  // Every position in the source carries 'number'. The text begins with line 'first_line' of what it is a part of.
+  Source(std::string name, std::string text, uint32_t number = 0, uint32_t first_line = 1);
 
   // Reads a file. Adds an error to 'diagnostics' when the file cannot be read, is too large, or is not UTF-8 text.
   static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
@@ -33,7 +33,7 @@ class Source {
   const std::string &text() const { return text_; }
   // A line without its newline; empty when there is no such line.
   std::string_view line(uint32_t number) const;
-  // The position of a byte of a line, both counted from 0. Columns count characters, which can take several bytes.
+  // The position of a byte of a line of the text, both counted from 0. Columns count characters, which can take several bytes.
   Position position_of(size_t line, size_t byte) const;
 
  private:
@@ -42,6 +42,7 @@ class Source {
   std::string name_;
   std::string text_;
   uint32_t number_;
+  uint32_t first_line_;
   std::vector<size_t> line_starts_;
   // Continuation bytes before every kStride-th byte of the text, so that finding a column costs the same on every line.
   static constexpr size_t kStride = 256;

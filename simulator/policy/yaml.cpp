@@ -151,11 +151,10 @@ namespace {
 // Consumes the events of a document that is not used.
 class Ignore final : public YAML::EventHandler {
  public:
+  explicit Ignore(const Source &source) : source_(&source) {}
+
   void OnDocumentStart(const YAML::Mark &mark) override {
-    throw Refused{{{static_cast<uint32_t>(mark.line + 1), static_cast<uint32_t>(mark.column + 1)},
-                   "a second document in the file",
-                   "one document",
-                   {}}};
+    throw Refused{{position_of(*source_, mark), "a second document in the file", "one document", {}}};
   }
   void OnDocumentEnd() override {}
   void OnNull(const YAML::Mark &, YAML::anchor_t) override {}
@@ -165,6 +164,9 @@ class Ignore final : public YAML::EventHandler {
   void OnSequenceEnd() override {}
   void OnMapStart(const YAML::Mark &, const std::string &, YAML::anchor_t, YAML::EmitterStyle::value) override {}
   void OnMapEnd() override {}
+
+ private:
+  const Source *source_;
 };
 
 }  // namespace
@@ -176,10 +178,11 @@ std::optional<Document> parse(const Source &source, Diagnostics &diagnostics) {
     YAML::Parser parser(text);
     Builder builder(source, document);
     if (!parser.HandleNextDocument(builder) || document.root().kind == Kind::null) {
-      diagnostics.add({1, 1}, "the file is empty", "a mapping with clients, domains, class-maps, policy-maps, ...");
+      diagnostics.add(source.position_of(0, 0), "the file is empty",
+                      "a mapping with clients, domains, class-maps, policy-maps, ...");
       return std::nullopt;
     }
-    Ignore ignore;
+    Ignore ignore(source);
     parser.HandleNextDocument(ignore);
   } catch (const Refused &refused) {
     const Diagnostic &why = refused.diagnostic;

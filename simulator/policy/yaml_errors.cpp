@@ -97,7 +97,7 @@ Diagnostic describe_indentation(const YAML::Mark &mark, const Sentence &sentence
   const Position position = position_of(source, mark);
   const std::optional<size_t> tab = tab_in_indentation(source.line(position.line));
   if (!tab) return diagnostic(position, sentence.message, sentence.expected);
-  return diagnostic(source.position_of(position.line - 1, *tab), "a tab in the indentation", "spaces");
+  return diagnostic(source.position_of(static_cast<size_t>(mark.line), *tab), "a tab in the indentation", "spaces");
 }
 
 }  // namespace

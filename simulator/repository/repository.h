@@ -94,12 +94,6 @@ class Repository {
     std::string domain;
     uint32_t clid;
   };
-  struct Hash : std::hash<std::string_view> {
-    using is_transparent = void;
-  };
-  template <class Value>
-  using ByName = std::unordered_map<std::string, Value, Hash, std::equal_to<>>;
-
   void start();
   void start_library();
   void register_client(const Client &client);

@@ -84,28 +84,28 @@ bool Session::built(bool good, Trouble &trouble) {
 // Registered clients and domains stay registered, so they stay in the file too.
 void Session::keep_built() {
   const Repository::Extent extent = repository_.extent();
-  file_.clients.resize(repository_.registered_clients());
-  file_.domains.resize(repository_.registered_domains());
-  file_.class_maps.resize(extent.classes);
-  file_.parameter_maps.resize(extent.parameter_maps);
-  file_.policy_maps.resize(extent.policies);
-  file_.targets.resize(extent.targets);
-  file_.index();
+  file_.shrink_to({.clients = repository_.registered_clients(),
+                   .domains = repository_.registered_domains(),
+                   .class_maps = extent.classes,
+                   .policy_maps = extent.policies,
+                   .parameter_maps = extent.parameter_maps,
+                   .targets = extent.targets,
+                   .events = file_.events.size()});
 }
 
 bool Session::add(Source source, Diagnostics diagnostics, const KindWord *only, Trouble &trouble) {
-  std::optional<PolicyFile> larger;
-  if (diagnostics.empty()) larger = load_more(file_, source, diagnostics);
-  if (!larger) {
+  const FileExtent smaller = file_.extent();
+  const size_t count = count_of_all(file_);
+  if (!diagnostics.empty() || !load_more(file_, source, diagnostics)) {
     trouble.rejected.emplace(Trouble::Rejected{std::move(source), std::move(diagnostics)});
     return false;
   }
-  if (only && count_of_all(*larger) != count_of_all(file_) + 1) {
+  if (only && count_of_all(file_) != count + 1) {
+    file_.shrink_to(smaller);
     trouble.complaints.push_back(concat("more than one ", only->word, " stands behind the name"));
     return false;
   }
   const Repository::Extent before = repository_.extent();
-  file_ = std::move(*larger);
   if (built(repository_.build(), trouble)) return true;
   repository_.shrink_to(before);
   built(false, trouble);
@@ -125,7 +125,8 @@ bool Session::load(const std::string &path, Trouble &trouble) {
 
 bool Session::create(const KindWord &kind, std::string_view name, std::string_view body, size_t line,
                      Trouble &trouble) {
-  Source source(kTyped, concat(std::string(line - 1, '\n'), "{", kind.section, ": {", quoted(name), ": ", body, "}}"));
+  Source source(kTyped, concat("{", kind.section, ": {", quoted(name), ": ", body, "}}"), 0,
+                static_cast<uint32_t>(line));
   Diagnostics diagnostics;
   source.check(diagnostics);
   return add(std::move(source), std::move(diagnostics), &kind, trouble);
@@ -134,7 +135,7 @@ bool Session::create(const KindWord &kind, std::string_view name, std::string_vi
 bool Session::is_needed(const PolicyFile &without, Trouble &trouble) const {
   PolicyFile rest = without.copy_of_objects();
   Diagnostics diagnostics;
-  resolve(rest, diagnostics);
+  resolve(rest, {}, diagnostics);
   for (const Diagnostic &diagnostic : diagnostics.sorted()) {
     trouble.complaints.push_back(
         concat(file_.path_of(diagnostic.position), ":", diagnostic.position.line, " needs it: ", diagnostic.message));

@@ -111,6 +111,120 @@ TEST(Loading, TakesAFileThatSaysNothing) {
   EXPECT_TRUE(file.policy_maps.empty());
 }
 
+// ---- Further sources
+
+struct LoadingMore : testing::Test {
+  // What is wrong with the source, as people read it; nothing if it is good and was added.
+  std::string add(const std::string &text, uint32_t first_line = 1) {
+    simulator::Diagnostics diagnostics;
+    const simulator::Source source("more.yaml", text, 0, first_line);
+    const bool added = simulator::load_more(file, source, diagnostics);
+    EXPECT_EQ(added, diagnostics.empty());
+    return added ? "" : simulator::render(diagnostics, source);
+  }
+  // A policy-map that handles an event.
+  std::string add_policy(const std::string &name, const std::string &event, const std::string &class_map = "always") {
+    return add("policy-maps: {" + name + ": {events: {" + event + ": {rules: [{number: 1, class: " + class_map +
+               ", actions: [{count: " + name + "}]}]}}}}\n");
+  }
+
+  PolicyFile file = load_good(kSmall);
+};
+
+TEST_F(LoadingMore, AddsObjectsAfterThoseThatAreThere) {
+  const size_t handles = file.handles();
+  EXPECT_EQ(add_policy("q", "third"), "");
+  EXPECT_EQ(file.policy_maps.at(1).name.value, "q");
+  EXPECT_EQ(file.policy_maps[1].domain.value, "d");
+  EXPECT_EQ(file.find_policy_map("q"), &file.policy_maps[1]);
+  EXPECT_EQ(file.event_id("start"), 1u);
+  EXPECT_EQ(file.event_id("third"), 3u);
+  EXPECT_EQ(file.handles(), handles + 4) << "a policy-map, an event, a rule and an action";
+  EXPECT_EQ(file.attributes(), 1u);
+}
+
+TEST_F(LoadingMore, FindsEverythingHoweverMuchIsAdded) {
+  for (int number = 0; number < 200; ++number)
+    EXPECT_EQ(add("class-maps: {c" + std::to_string(number) + ": }\n"), "");
+  for (const simulator::ClassMap &map : file.class_maps)
+    EXPECT_EQ(file.find_class_map(map.name.value), &map);
+  EXPECT_EQ(file.class_maps.size(), 201u);
+}
+
+TEST_F(LoadingMore, LeavesTheFileAsItWasIfTheSourceIsBad) {
+  const size_t handles = file.handles();
+  EXPECT_NE(add_policy("q", "third", "nobody").find("there is no class-map 'nobody'"), std::string::npos);
+  EXPECT_EQ(file.policy_maps.size(), 1u);
+  EXPECT_EQ(file.find_policy_map("q"), nullptr);
+  EXPECT_EQ(file.event_id("third"), 0u);
+  EXPECT_EQ(file.handles(), handles);
+  EXPECT_EQ(file.attributes(), 0u);
+  EXPECT_EQ(add_policy("q", "fourth"), "");
+  EXPECT_EQ(file.event_id("fourth"), 3u);
+}
+
+TEST_F(LoadingMore, RefusesNamesThatAreTaken) {
+  EXPECT_NE(add("targets: {t: {policies: [p]}}\n").find("there is a target 't' already"), std::string::npos);
+  EXPECT_EQ(file.targets.size(), 1u);
+}
+
+TEST_F(LoadingMore, CanBeTakenBack) {
+  const simulator::FileExtent before = file.extent();
+  const size_t handles = file.handles();
+  EXPECT_EQ(add_policy("q", "third"), "");
+  EXPECT_EQ(add("domains: {d2: {owner: c}}\nclients: {c: {database: own}}\ntargets: {t2: {policies: [p]}}\n"), "");
+  simulator::FileExtent shrunk = before;
+  shrunk.events = file.events.size();
+  file.shrink_to(shrunk);
+  EXPECT_EQ(file.find_domain("d2"), nullptr);
+  EXPECT_EQ(file.find_client("c"), nullptr);
+  EXPECT_EQ(file.find_target("t2"), nullptr);
+  EXPECT_EQ(file.find_policy_map("q"), nullptr);
+  EXPECT_EQ(file.handles(), handles);
+  EXPECT_EQ(file.event_id("third"), 0u) << "nothing handles it";
+  EXPECT_EQ(add_policy("r", "fourth"), "");
+  EXPECT_EQ(add_policy("q", "third"), "");
+  EXPECT_EQ(file.event_id("third"), 3u) << "an event keeps its id";
+  EXPECT_EQ(file.event_id("fourth"), 4u);
+}
+
+TEST_F(LoadingMore, CountsTheAttributesOfAllSources) {
+  std::string filters;
+  for (int number = 1; number <= 1000; ++number)
+    filters += "{attribute: a" + std::to_string(number) + ", present: true}, ";
+  EXPECT_EQ(add("class-maps: {many: {filters: [" + filters + "]}}\n"), "");
+  EXPECT_EQ(file.attributes(), 1000u);
+  EXPECT_EQ(add("class-maps: {same: {filters: [{attribute: a1, present: true}]}}\n"), "");
+  const std::string another = "class-maps: {other: {filters: [{attribute: one, present: true}]}}\n";
+  EXPECT_NE(add(another).find("'one' is one attribute too many"), std::string::npos);
+  EXPECT_EQ(file.attributes(), 1000u);
+}
+
+TEST_F(LoadingMore, CountsTheHandlesOfAllSources) {
+  std::string filters, classes;
+  for (int number = 1; number <= 999; ++number)
+    filters += "{attribute: a, present: true}, ";
+  for (int number = 2; number <= 65; ++number)
+    classes += ", c" + std::to_string(number) + ": {filters: *all}";
+  EXPECT_EQ(add("class-maps: {c1: {filters: &all [" + filters + "]}" + classes + "}\n"), "");
+  const size_t left = 65536 - file.handles();
+  ASSERT_LT(left, 999u);
+  EXPECT_NE(add("class-maps: {more: {filters: [" + filters + "]}}\n").find("the file makes 66"), std::string::npos);
+  EXPECT_EQ(file.handles(), 65536 - left);
+}
+
+TEST_F(LoadingMore, CountsLinesFromTheFirst) {
+  EXPECT_EQ(add("class-maps: {c: }\n", 40), "");
+  EXPECT_EQ(file.class_maps.at(1).name.position, (Position{40, 14}));
+  EXPECT_TRUE(add("targets:\n  t2: {policies: [nobody]}\n", 7).starts_with("more.yaml:8:19: "));
+  EXPECT_TRUE(add("targets:\n\tt2:\n", 7).starts_with("more.yaml:8:1: error: not YAML: a tab in the indentation"));
+  EXPECT_TRUE(add("{}\n---\n{}\n", 7).starts_with("more.yaml:8:1: error: a second document in the file"));
+  EXPECT_TRUE(add("\n", 7).starts_with("more.yaml:7:1: error: the file is empty"));
+  EXPECT_TRUE(add("targets: {t2: {policies: [nobody]}}\n", 7).find("targets: {t2: {policies: [nobody]}}") !=
+              std::string::npos)
+      << "the line is shown";
+}
+
 TEST(Texts, OfFiltersAndActionsAreOneLineEach) {
   const PolicyFile file = load_good(R"(domains: {d: }
 class-maps:
