@@ -49,7 +49,9 @@ struct OtherInvariants : Invariants {
     plain_rule("plain", "video", kPlain);
   }
 
+  uint32_t earlier = event(9);
   queue_head *rules = &at<zar_pmap>(stored_pmap("plain", kPlain))->rule_list;
+  uint32_t later = event(10);
 };
 
 TEST_F(Invariants, HoldInARepositoryThatNobodyDamaged) {
@@ -228,9 +230,14 @@ TEST_F(OtherInvariants, OfPolicyMapsAreRulesInOrderOfAddition) {
   expect_end("2 of zar_pmap: 0x[0-9a-f]+ is in 'rule_list' of 0x[0-9a-f]+ after an element that was added later");
 }
 
-TEST_F(OtherInvariants, OfPolicyMapsAreRulesInOneList) {
-  zar::append(at<zar_event_tuple>(event(9))->class_actions, first_of<zar_class_action>(*rules));
-  expect_end("1 of zar_class_action: 0x[0-9a-f]+ is in 'class_actions' of 0x[0-9a-f]+ and also somewhere");
+TEST_F(OtherInvariants, OfRulesAreOneListThatHoldsThem) {
+  zar::append(at<zar_event_tuple>(earlier)->class_actions, first_of<zar_class_action>(*rules));
+  expect_end("1 of zar_class_action: 0x[0-9a-f]+ is in 'rule_list' of 0x[0-9a-f]+ and also somewhere else");
+}
+
+TEST_F(OtherInvariants, OfRulesAreNoEventsThatHoldThem) {
+  zar::append(at<zar_event_tuple>(later)->class_actions, first_of<zar_class_action>(*rules));
+  expect_end("1 of zar_class_action: 0x[0-9a-f]+ is in 'class_actions' of 0x[0-9a-f]+ and also somewhere else");
 }
 
 TEST_F(Invariants, OfPolicyMapsAreNoReferencesWithoutUses) {
