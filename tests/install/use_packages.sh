@@ -45,7 +45,21 @@ done
 # The loader answers with the status that makes bash try again.
 bash -c '. /usr/share/bash-completion/bash_completion; _completion_loader zar; complete -p zar' >"$scratch/output" ||
   fail "bash does not complete zar"
-zsh -f -c 'autoload -Uz compinit && compinit -D -u && (( $+_comps[zar] ))' || fail "zsh does not complete zar"
+#   completes TYPED SHOWN       in an interactive zsh, TYPED and the key TAB show SHOWN
+cat >"$scratch/completes.zsh" <<'ZSH'
+zmodload zsh/zpty
+TERM=dumb zpty shell zsh -f -i
+zpty -w shell 'PS1="%% "; autoload -Uz compinit && compinit -D -u && print rea""dy'
+zpty -r -m shell seen '*ready*% *'
+zpty -w -n shell "$1"$'\t'
+zpty -r -m shell seen "*$2*"
+ZSH
+completes() {
+  timeout 30 zsh -f "$scratch/completes.zsh" "$1" "$2" || fail "zsh does not complete '$1' to '$2'"
+}
+completes 'zar che' 'zar check '
+completes 'zar ru' 'zar run '
+completes 'zar explain --level=d' 'zar explain --level=decision '
 for example in /usr/share/doc/zar/examples/*.yaml; do
   zar check "$example" && zar run "$example" >"$scratch/output" && zar test "$example" >"$scratch/output" ||
     fail "$example does not work"
