@@ -121,7 +121,7 @@ void *resolve_as_any_map(uint32_t handle) {
   return of_another_kind(handle, known);
 }
 
-// A caller's own handle has no kind yet; if there is no room to record one, it resolves until it is released.
+// A caller's own record may have a number that is no handle.
 void retire(uint32_t handle) {
   if (handle != 0) kinds::retire(handle);
 }

@@ -9,8 +9,8 @@ namespace {
 // A handle's home is given by its low bits, in which handles that are live together nearly always differ: objects that
 // were created together are also looked up together, and have adjacent homes. A home has room for one handle. Further
 // ones with the same home are in a hash table of their own, whatever the platform's ids look like.
-constexpr uint32_t kHomes = 1u << 17;
-constexpr uint32_t kMostHandles = kHomes / 4 * 3;
+constexpr uint32_t kHomes = 1u << 16;
+constexpr uint32_t kMostHandles = kHomes + kHomes / 2;
 
 uint32_t handles[kHomes];   // 0: the home is empty
 uint32_t n_others[kHomes];  // handles with this home that are elsewhere
@@ -87,9 +87,16 @@ Place *find_place(uint32_t home, uint32_t handle) {
   return place.handle == handle ? &place : nullptr;
 }
 
-bool is_known(uint32_t handle) {
+// False if the handle is unknown.
+bool change(uint32_t handle, Kind kind) {
   const uint32_t home = home_of(handle);
-  return handles[home] == handle || find_place(home, handle);
+  if (handles[home] == handle) {
+    set_kind_at(home, kind);
+    return true;
+  }
+  Place *place = find_place(home, handle);
+  if (place) place->kind = kind;
+  return place != nullptr;
 }
 
 }  // namespace
@@ -113,13 +120,9 @@ bool has_room() {
 }
 
 void remember(uint32_t handle, Kind kind) {
-  const uint32_t home = home_of(handle);
-  if (handles[home] == handle) return set_kind_at(home, kind);
-  if (Place *place = find_place(home, handle)) {
-    place->kind = kind;
-    return;
-  }
+  if (change(handle, kind)) return;
   ++used;
+  const uint32_t home = home_of(handle);
   if (handles[home] == 0) {
     handles[home] = handle;
     return set_kind_at(home, kind);
@@ -142,7 +145,7 @@ void forget(uint32_t handle) {
 }
 
 void retire(uint32_t handle) {
-  if (is_known(handle) || has_room()) remember(handle, Kind::ending);
+  change(handle, Kind::ending);
 }
 
 void forget_all() {

@@ -62,7 +62,7 @@ Kind of_live(uint32_t handle);
 bool has_room();
 // Records 'kind' for 'handle', replacing any earlier kind. Handles without a kind are recorded, too.
 void remember(uint32_t handle, Kind kind);
-// Records that the record of 'handle' is ending. Does nothing if the handle was unknown and there is no room for it.
+// Records that the record of 'handle' is ending. Does nothing if the handle is unknown.
 void retire(uint32_t handle);
 void forget(uint32_t handle);
 void forget_all();

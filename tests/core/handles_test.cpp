@@ -1,4 +1,5 @@
 // The handle table: issue, look-up, release, the cap on live handles, and kinds.
+#include <array>
 #include <random>
 
 #include "platform/runtime.h"
@@ -382,19 +383,19 @@ TEST_F(Leaves, StayKnownWhileHandlesAreIssuedAgain) {
   come_and_go(60000, 200000);
 }
 
-// On a platform that leaves the library only pairs of handles that agree in their low 17 bits.
-struct LeavesInPairs : Leaves {
-  static constexpr uint32_t kLowBits = (1U << 17) - 1;
+// On a platform that leaves the library only groups of four handles that agree in their low 16 bits.
+struct LeavesInGroups : Leaves {
+  static constexpr uint32_t kLowBits = (1U << 16) - 1;
 
-  explicit LeavesInPairs(uint32_t n_pairs = 20000) : others(id_create_new_table(256, 256, "others", 1)) {
+  explicit LeavesInGroups(uint32_t n_groups = 9900) : others(id_create_new_table(256, 256, "others", 1)) {
     std::map<uint32_t, std::vector<uint32_t>> ids;
     int record = 0;
     while (const uint32_t id_of_another = id_get(&record, others, 1))
       ids[id_of_another & kLowBits].push_back(id_of_another);
-    for (const auto &[low_bits, pair] : ids) {
-      if (pair.size() != 2 || n_pairs == 0) continue;
-      --n_pairs;
-      for (const uint32_t free : pair)
+    for (const auto &[low_bits, group] : ids) {
+      if (group.size() != 4 || n_groups == 0) continue;
+      --n_groups;
+      for (const uint32_t free : group)
         id_delete(free, others);
     }
   }
@@ -406,25 +407,27 @@ struct LeavesInPairs : Leaves {
   const uint16_t others;
 };
 
-TEST_F(LeavesInPairs, StayKnownWhileHandlesAreIssuedAgain) {
+TEST_F(LeavesInGroups, StayKnownWhileHandlesAreIssuedAgain) {
   come_and_go(39000, 200000);
 }
 
-TEST_F(LeavesInPairs, HaveTheirOwnKindsWhicheverEndsFirst) {
-  for (const bool first_is_event : {false, true}) {
-    for (const bool first_ends : {false, true}) {
-      const Leaf first = leaf(first_is_event), second = leaf(!first_is_event);
-      ASSERT_EQ(first.handle & kLowBits, second.handle & kLowBits);
-      EXPECT_TRUE(is_known(first));
-      EXPECT_TRUE(is_known(second));
-      EXPECT_TRUE(remove(first_ends ? first : second));
-      EXPECT_TRUE(is_known(first_ends ? second : first));
-      EXPECT_TRUE(remove(first_ends ? second : first));
+TEST_F(LeavesInGroups, HaveTheirOwnKindsInWhateverOrderTheyEnd) {
+  std::array<size_t, 4> order{0, 1, 2, 3};
+  do {
+    std::array<Leaf, 4> leaves;
+    for (size_t at = 0; at < leaves.size(); ++at)
+      leaves[at] = leaf(at % 2 == 0);
+    for (const Leaf &each : leaves)
+      ASSERT_EQ(each.handle & kLowBits, leaves[0].handle & kLowBits);
+    for (size_t ended = 0; ended < order.size(); ++ended) {
+      for (size_t left = ended; left < order.size(); ++left)
+        ASSERT_TRUE(is_known(leaves[order[left]]));
+      ASSERT_TRUE(remove(leaves[order[ended]]));
     }
-  }
+  } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST_F(LeavesInPairs, AreNotTakenForHandlesOfTheCallersOwn) {
+TEST_F(LeavesInGroups, AreNotTakenForHandlesOfTheCallersOwn) {
   zar_event_tuple own_event{};
   own_event.match_criteria = 1;
   for (const bool own_is_first : {false, true}) {
@@ -439,7 +442,24 @@ TEST_F(LeavesInPairs, AreNotTakenForHandlesOfTheCallersOwn) {
   }
 }
 
-TEST_F(LeavesInPairs, AreForgottenWithTheTable) {
+TEST_F(LeavesInGroups, AreRetiredEach) {
+  static uint32_t ending;
+  static uint32_t criteria_inside;
+  zar_filter_context asking = filter_context("asking");
+  asking.filter_free_fn = [](void *, void *) { criteria_inside = zar_get_cmap_match_logical_op(ending); };
+  const Leaf first = leaf(true);
+  ending = cmap("ending");
+  ASSERT_EQ(first.handle & kLowBits, ending & kLowBits);
+  uint32_t filter = 0;
+  ASSERT_EQ(zar_create_filter(&asking, &filter, 0), 0U);
+  add_filter(ending, filter);
+  criteria_inside = 99;
+  EXPECT_EQ(zar_delete_class(ending), 0U);
+  EXPECT_EQ(criteria_inside, 0U) << "the class-map no longer resolves while its filters are freed";
+  EXPECT_TRUE(is_known(first));
+}
+
+TEST_F(LeavesInGroups, AreForgottenWithTheTable) {
   const Leaf first = leaf(true), second = leaf(false);
   start_again();
   zar_event_tuple own_event{};

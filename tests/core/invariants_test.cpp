@@ -40,10 +40,10 @@ struct Invariants : Repository {
 };
 
 // In a policy-map that is not CONTROL, and holds a rule for 'video'.
-struct OtherInvariants : Invariants {
+struct InvariantsOfOtherPolicyMaps : Invariants {
   static constexpr MapOptions kPlain = {.type = 2};
 
-  OtherInvariants() {
+  InvariantsOfOtherPolicyMaps() {
     stored_cmap("video", kPlain);
     stored_cmap("audio", kPlain);
     plain_rule("plain", "video", kPlain);
@@ -159,8 +159,8 @@ TEST_F(Invariants, OfDatabasesAreRecordsInOneTree) {
 }
 
 // The targets, by their handles.
-struct TargetOrder : Invariants {
-  TargetOrder() {
+struct InvariantsOfTargetOrder : Invariants {
+  InvariantsOfTargetOrder() {
     for (uint32_t number = 0; number < targets.size(); ++number)
       targets[number] = target(policy, number);
     std::sort(targets.begin(), targets.end());
@@ -174,19 +174,19 @@ struct TargetOrder : Invariants {
   std::array<uint32_t, 7> targets{};
 };
 
-TEST_F(TargetOrder, IsAnInvariantOnTheLeftSideOfTheTree) {
+TEST_F(InvariantsOfTargetOrder, AreCheckedOnTheLeftSideOfTheTree) {
   expect_end_if_exchanged(1);
 }
 
-TEST_F(TargetOrder, IsAnInvariantAtTheRootOfTheTree) {
+TEST_F(InvariantsOfTargetOrder, AreCheckedAtTheRootOfTheTree) {
   expect_end_if_exchanged(2);
 }
 
-TEST_F(TargetOrder, IsAnInvariantOnTheRightSideOfTheTree) {
+TEST_F(InvariantsOfTargetOrder, AreCheckedOnTheRightSideOfTheTree) {
   expect_end_if_exchanged(4);
 }
 
-TEST_F(TargetOrder, HasNoTwoTargetsInOnePlace) {
+TEST_F(InvariantsOfTargetOrder, AllowNoTwoTargetsInOnePlace) {
   at<zar_target>(targets[1])->handle = targets[0];
   expect_end(text("2 of zar_db: 0x%x comes after 0x%x in 'target_tree'", targets[0], targets[0]));
 }
@@ -219,23 +219,23 @@ TEST_F(Invariants, OfPolicyMapsAreDifferentIdsOfTheirEvents) {
   expect_end("2 of zar_pmap: two events of 0x[0-9a-f]+ have the id 7");
 }
 
-TEST_F(OtherInvariants, OfPolicyMapsAreCountsOfTheirRules) {
+TEST_F(InvariantsOfOtherPolicyMaps, AreCountsOfTheirRules) {
   ++rules->count;
   expect_end("2 of zar_pmap: 'rule_list' of 0x[0-9a-f]+ counts 2 elements, but holds a different number");
 }
 
-TEST_F(OtherInvariants, OfPolicyMapsAreRulesInOrderOfAddition) {
+TEST_F(InvariantsOfOtherPolicyMaps, AreRulesInOrderOfAddition) {
   plain_rule("plain", "audio", kPlain);
   zar::append(*rules, zar::take_first<zar_class_action>(*rules));
   expect_end("2 of zar_pmap: 0x[0-9a-f]+ is in 'rule_list' of 0x[0-9a-f]+ after an element that was added later");
 }
 
-TEST_F(OtherInvariants, OfRulesAreOneListThatHoldsThem) {
+TEST_F(InvariantsOfOtherPolicyMaps, AreRulesInOneList) {
   zar::append(at<zar_event_tuple>(earlier)->class_actions, first_of<zar_class_action>(*rules));
   expect_end("1 of zar_class_action: 0x[0-9a-f]+ is in 'rule_list' of 0x[0-9a-f]+ and also somewhere else");
 }
 
-TEST_F(OtherInvariants, OfRulesAreNoEventsThatHoldThem) {
+TEST_F(InvariantsOfOtherPolicyMaps, AreRulesOutsideOfEvents) {
   zar::append(at<zar_event_tuple>(later)->class_actions, first_of<zar_class_action>(*rules));
   expect_end("1 of zar_class_action: 0x[0-9a-f]+ is in 'class_actions' of 0x[0-9a-f]+ and also somewhere else");
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "lifecycle/lines.h"
+#include "platform/runtime.h"
 #include "support/when_traced.h"
 
 using namespace rig;
@@ -289,6 +290,29 @@ TEST_F(DeactivatingByName, LeavesATargetWithoutPoliciesInItsTree) {
   EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &silver_info), 0U);
   EXPECT_EQ(targets_in(db), Handles{interface});
   EXPECT_EQ(active_on(interface), Handles{});
+}
+
+// A caller may have taken either side out of its list.
+TEST_F(DeactivatingByName, UnlinksATargetThatThePolicyMapNoLongerLists) {
+  breaks_invariants("one side of an association is gone");
+  EXPECT_NE(queue_dequeue(&at<zar_pmap>(silver)->target_refs), nullptr);
+  EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &silver_info), 0U);
+  EXPECT_TRACED(found_policy(kSilver), no_target_to_unlink(), info("(info): removed pmap from target:%s", "silver"),
+                info("(info): %s: success, policy:%s is deactivated on target", kName, "silver"));
+  EXPECT_CALLS(instance_sought(interface, kSilver), instance_deleted(interface, kSilver));
+  EXPECT_EQ(active_on(interface), Handles{});
+}
+
+TEST_F(DeactivatingByName, UnlinksAPolicyMapThatTheTargetNoLongerLists) {
+  breaks_invariants("one side of an association is gone");
+  const uint32_t other = target(silver, 8);
+  EXPECT_NE(queue_dequeue(&at<zar_target>(interface)->active_pmaps), nullptr);
+  EXPECT_EQ(zar_deactivate_policy_by_name(one, interface, &silver_info), 0U);
+  EXPECT_TRACED(found_policy(kSilver), info("(info): removed target from pmap:%s", "silver"),
+                no_pmap_to_unlink("silver"),
+                info("(info): %s: success, policy:%s is deactivated on target", kName, "silver"));
+  EXPECT_CALLS(instance_sought(interface, kSilver), instance_deleted(interface, kSilver));
+  EXPECT_EQ(targets_of(silver), Handles{other});
 }
 
 TEST_F(DeactivatingByName, OfAnInactivePolicyFails) {
