@@ -81,7 +81,8 @@ Policy *find_policy(const zar_map_info &info) {
 }
 
 Policy &policy_of(const zar_map_info &info) {
-  if (Policy *known = find_policy(info)) return *known;
+  Policy *known = find_policy(info);
+  if (known) return *known;
   auto policy = std::make_unique<Policy>(info);
   Policy &made = *policy;
   policies().try_emplace(made.key(), std::move(policy));

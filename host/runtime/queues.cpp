@@ -112,10 +112,12 @@ Cell *own_cell(const void *element) {
 // ---- Entries
 
 void *Entry::element() const {
-  return cell() ? cell()->element : word();
+  const Cell *own = cell();
+  return own ? own->element : word();
 }
 void *&Entry::link() const {
-  return cell() ? cell()->next : static_cast<queue_link *>(word())->next;
+  Cell *own = cell();
+  return own ? own->next : static_cast<queue_link *>(word())->next;
 }
 void Entry::set_predecessor(Entry predecessor) const {
   if (Cell *own = cell()) own->predecessor = predecessor;
