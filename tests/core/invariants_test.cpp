@@ -214,6 +214,19 @@ TEST_F(Invariants, OfPolicyMapsAreEventsInOrderOfAddition) {
   expect_end("2 of zar_pmap: 0x[0-9a-f]+ is in 'rule_list' of 0x[0-9a-f]+ after an element that was added later");
 }
 
+TEST_F(Invariants, OfPolicyMapsTakeAnEventThatCameBackForANewOne) {
+  event_in(policy, 8);
+  zar_event_tuple *moved = at<zar_event_tuple>(event_in(policy, 9));
+  zar_pmap *holder = moved->pmap;
+  zar::unlink(holder->rule_list, moved);
+  moved->pmap = nullptr;
+  expect_no_end();
+  event_in(policy, 10);
+  zar::append(holder->rule_list, moved);
+  moved->pmap = holder;
+  expect_no_end();
+}
+
 TEST_F(Invariants, OfPolicyMapsAreDifferentIdsOfTheirEvents) {
   at<zar_event_tuple>(event_in(policy, 8))->event_context->event_id = 7;
   expect_end("2 of zar_pmap: two events of 0x[0-9a-f]+ have the id 7");
@@ -432,6 +445,18 @@ TEST_F(Invariants, OfTargetsAreThoseWhoAreActiveOnThem) {
   expect_end(
       "2 of zar_target: 0x[0-9a-f]+ is listed in 'active_pmaps' of 0x[0-9a-f]+, but does not list it in "
       "'target_refs'");
+}
+
+TEST_F(Invariants, OfTargetsAreCountsOfWhatIsActive) {
+  ++at<zar_target>(target(policy))->active_pmaps.count;
+  expect_end("2 of zar_target: 'active_pmaps' of 0x[0-9a-f]+ counts 2 elements, but holds a different number");
+}
+
+TEST_F(Invariants, OfTargetsArePolicyMapsNamedOnce) {
+  const uint32_t other = pmap("other"), on_line = target(policy);
+  activate(other, on_line);
+  first_of<zar_target_pmap>(at<zar_target>(on_line)->active_pmaps)->pmap = at<zar_pmap>(other);
+  expect_end("2 of zar_target: 0x[0-9a-f]+ is listed twice in 'active_pmaps' of 0x[0-9a-f]+");
 }
 
 // The message names the very policy-map, among others that are or are not active there.
