@@ -123,7 +123,7 @@ void *resolve_as_any_map(uint32_t handle) {
 
 // A caller's own record may have a number that is no handle.
 void retire(uint32_t handle) {
-  if (handle != 0) kinds::retire(handle);
+  if (handle != 0) kinds::change(handle, Kind::ending);
 }
 
 }  // namespace zar

@@ -63,7 +63,7 @@ class HeldHandle {
   uint32_t keep() { return std::exchange(handle_, 0); }
   void give_back() { zar_handle_release(keep()); }
   // Leaves the handle live without its record; operations no longer resolve it.
-  void orphan() { kinds::remember(keep(), Kind::orphan); }
+  void orphan() { kinds::change(keep(), Kind::orphan); }
 
  private:
   uint32_t handle_ = 0;

@@ -12,11 +12,10 @@ namespace {
 constexpr uint32_t kHomes = 1u << 16;
 constexpr uint32_t kMostHandles = kHomes + kHomes / 2;
 
-uint32_t handles[kHomes];   // 0: the home is empty
-uint32_t n_others[kHomes];  // handles with this home that are elsewhere
-uint32_t used;              // handles
+uint32_t handles[kHomes];  // 0: the home is empty
+uint32_t used;             // handles
 
-// As a rule, all that a look-up needs of a home: the kind, and whether there are others.
+// As a rule, all that a look-up needs of a home: the kind, and whether others ever had the home, too.
 constexpr uint8_t kShared = 0x80;
 uint8_t kinds[kHomes];
 
@@ -31,13 +30,6 @@ Kind kind_at(uint32_t home) {
 }
 void set_kind_at(uint32_t home, Kind kind) {
   kinds[home] = static_cast<uint8_t>((kinds[home] & kShared) | static_cast<uint8_t>(kind));
-}
-void note_another(uint32_t home) {
-  ++n_others[home];
-  kinds[home] |= kShared;
-}
-void note_one_less(uint32_t home) {
-  if (--n_others[home] == 0) kinds[home] &= static_cast<uint8_t>(~kShared);
 }
 
 // ---- The others: a hash table with linear probing
@@ -87,18 +79,6 @@ Place *find_place(uint32_t home, uint32_t handle) {
   return place.handle == handle ? &place : nullptr;
 }
 
-// False if the handle is unknown.
-bool change(uint32_t handle, Kind kind) {
-  const uint32_t home = home_of(handle);
-  if (handles[home] == handle) {
-    set_kind_at(home, kind);
-    return true;
-  }
-  Place *place = find_place(home, handle);
-  if (place) place->kind = kind;
-  return place != nullptr;
-}
-
 }  // namespace
 
 Kind of(uint32_t handle) {
@@ -120,7 +100,6 @@ bool has_room() {
 }
 
 void remember(uint32_t handle, Kind kind) {
-  if (change(handle, kind)) return;
   ++used;
   const uint32_t home = home_of(handle);
   if (handles[home] == 0) {
@@ -128,7 +107,15 @@ void remember(uint32_t handle, Kind kind) {
     return set_kind_at(home, kind);
   }
   place_of(handle) = {handle, kind};
-  note_another(home);
+  kinds[home] |= kShared;
+}
+
+void change(uint32_t handle, Kind kind) {
+  const uint32_t home = home_of(handle);
+  if (handles[home] == handle)
+    set_kind_at(home, kind);
+  else if (Place *place = find_place(home, handle))
+    place->kind = kind;
 }
 
 void forget(uint32_t handle) {
@@ -139,20 +126,14 @@ void forget(uint32_t handle) {
     --used;
   } else if (Place *place = find_place(home, handle)) {
     empty(*place);
-    note_one_less(home);
     --used;
   }
-}
-
-void retire(uint32_t handle) {
-  change(handle, Kind::ending);
 }
 
 void forget_all() {
   if (used == 0) return;
   std::fill_n(kinds, kHomes, uint8_t{});
   std::fill_n(handles, kHomes, 0);
-  std::fill_n(n_others, kHomes, 0);
   std::fill_n(places, kPlaces, Place{});
   used = 0;
 }

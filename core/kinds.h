@@ -60,10 +60,10 @@ Kind of(uint32_t handle);
 Kind of_live(uint32_t handle);
 // False if there is no room for another one.
 bool has_room();
-// Records 'kind' for 'handle', replacing any earlier kind. Handles without a kind are recorded, too.
+// Records 'kind' for a new handle. Handles without a kind are recorded, too.
 void remember(uint32_t handle, Kind kind);
-// Records that the record of 'handle' is ending. Does nothing if the handle is unknown.
-void retire(uint32_t handle);
+// Does nothing if the handle is unknown.
+void change(uint32_t handle, Kind kind);
 void forget(uint32_t handle);
 void forget_all();
 

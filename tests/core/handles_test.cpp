@@ -334,16 +334,19 @@ TEST_F(HandleKinds, StayKnownWhileManyOthersComeAndGo) {
   }
 }
 
-TEST_F(HandleKinds, StayUnknownForRecordsWithoutAHandle) {
+TEST_F(HandleKinds, StayUnknownForNumbersThatAreNoHandles) {
   breaks_invariants("a class-map loses its handle");
-  const uint32_t voice = cmap("voice");
-  at<zar_cmap>(voice)->handle = 0;
-  EXPECT_EQ(zar_delete_class(voice), 0U);
   char key[] = "own:d1:1";
-  zar_cmap own{}, *removed = nullptr;
-  own.hash_str = key;
-  EXPECT_NE(zar_avl_insert_cmap(db, &own), 0U) << "a record without a handle is none that is being freed";
-  EXPECT_NE(zar_avl_delete_cmap(db, &own, &removed), 0U);
+  for (const uint32_t number : {0U, 0xfffffU}) {
+    const uint32_t voice = cmap("voice");
+    at<zar_cmap>(voice)->handle = number;
+    EXPECT_EQ(zar_delete_class(voice), 0U);
+    zar_cmap own{}, *removed = nullptr;
+    own.handle = number;
+    own.hash_str = key;
+    EXPECT_NE(zar_avl_insert_cmap(db, &own), 0U) << "a record that is not being freed";
+    EXPECT_NE(zar_avl_delete_cmap(db, &own, &removed), 0U);
+  }
 }
 
 // Events and filters that come and go.
