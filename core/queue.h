@@ -111,6 +111,13 @@ Record *find(const queue_head &queue, Wanted wanted) {
     if (wanted(element) && elements.stays()) return &element;
   return nullptr;
 }
+// Whether 'wanted' accepts an element, even if it then removes it.
+template <class Record, class Wanted>
+bool any(const queue_head &queue, Wanted wanted) {
+  for (Record &element : Elements<Record>(queue))
+    if (wanted(element)) return true;
+  return false;
+}
 template <class Record>
 Record *find_handle(const queue_head &queue, uint32_t handle) {
   return find<Record>(queue, [handle](const Record &element) { return element.handle == handle; });

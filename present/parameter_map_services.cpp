@@ -21,12 +21,12 @@ bool rule_uses(const zar_class_action &rule, const void *param_map) {
 }
 
 bool any_rule_uses(const queue_head &rules, const void *param_map) {
-  return find<zar_class_action>(rules, [=](const zar_class_action &rule) { return rule_uses(rule, param_map); });
+  return any<zar_class_action>(rules, [=](const zar_class_action &rule) { return rule_uses(rule, param_map); });
 }
 
 bool policy_uses(const zar_pmap &pmap, const void *param_map) {
   if (!is_control(pmap)) return any_rule_uses(pmap.rule_list, param_map);
-  return find<zar_event_tuple>(
+  return any<zar_event_tuple>(
       pmap.rule_list, [=](const zar_event_tuple &event) { return any_rule_uses(event.class_actions, param_map); });
 }
 

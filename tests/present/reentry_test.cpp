@@ -311,6 +311,18 @@ TEST_F(ListingDatabases, AskThePoliciesThatAQuestionLeaves) {
   EXPECT_EQ(asked.back(), "yes");
 }
 
+TEST_F(ListingDatabases, TakeTheAnswerOfAnActionWhosePolicyIsGone) {
+  int param_map = 0;
+  data_of_action(handler).param_map = &param_map;
+  const uint32_t holder = rules_of(events_of(gold)[0])[0];
+  once_inside(data_of_action(handler), [this, holder] {
+    EXPECT_EQ(zar_remove_action_from_class_action(holder, handler), 0U);
+    EXPECT_EQ(zar_delete_stored_policy(one, gold), 0U);
+  });
+  EXPECT_EQ(zar_is_param_map_assoc_with_policy(&param_map), 1U);
+  note(Kind::action, handler);
+}
+
 // ---- Listings of class-maps
 
 struct ListingClasses : TwoByTwo {
