@@ -48,11 +48,7 @@ class Library {
     must(zar_activate_policy(clid_, second_, target), "zar_activate_policy");
     return target;
   }
-  void remove(uint32_t target) const {
-    zar_target_info *info = nullptr;
-    must(zar_remove_target(clid_, target, &info), "zar_remove_target");
-    must(zar_delete_target(target), "zar_delete_target");
-  }
+  void remove(uint32_t target) const { bench::delete_target(clid_, target); }
 
   uint32_t clid_ = bench::clid();
   uint32_t first_, second_;

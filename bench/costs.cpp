@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <numeric>
 #include <random>
 #include <string>
 
@@ -171,9 +170,7 @@ uint32_t new_target(zar_target_info *info, uint32_t pmap) {
   return target;
 }
 void remove_target(uint32_t target) {
-  zar_target_info *info = nullptr;
-  must(zar_remove_target(clid(), target, &info), "zar_remove_target");
-  must(zar_delete_target(target), "zar_delete_target");
+  bench::delete_target(clid(), target);
 }
 
 void targets(uint32_t n_objects) {

@@ -119,11 +119,7 @@ class Library {
     must(zar_print_policymap("", print, bench::kDomain, nullptr, 1, 1), "zar_print_policymap");
     must(zar_print_classmap("", print, "", bench::kDomain, nullptr, 1), "zar_print_classmap");
   }
-  void delete_target(uint32_t target) const {
-    zar_target_info *info = nullptr;
-    must(zar_remove_target(clid_, target, &info), "zar_remove_target");
-    must(zar_delete_target(target), "zar_delete_target");
-  }
+  void delete_target(uint32_t target) const { bench::delete_target(clid_, target); }
   void delete_policy(const char *name) const {
     zar_map_info info = bench::info_of(name);
     must(zar_delete_stored_policy_by_name(clid_, &info), "zar_delete_stored_policy_by_name");

@@ -33,6 +33,13 @@ inline uint32_t new_policy(uint32_t clid, const char *name) {
   return pmap;
 }
 
+// Inline for the same reason.
+inline void delete_target(uint32_t clid, uint32_t target) {
+  zar_target_info *info = nullptr;
+  must(zar_remove_target(clid, target, &info), "zar_remove_target");
+  must(zar_delete_target(target), "zar_delete_target");
+}
+
 // Contexts of an action that does nothing and of a filter that matches; 'text' is their data and their configuration
 // text.
 zar_action_context action_context(const char *text);
