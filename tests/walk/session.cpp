@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 #include "platform/runtime.h"
@@ -13,6 +14,7 @@ namespace {
 
 using calls::text;
 
+constexpr std::string_view kNotify = "notify ";
 constexpr uint32_t kErrorsAndInfos = 1U << 3 | 1U << 6;
 
 model::Kind kind_of(calls::Param kind) {
@@ -30,6 +32,11 @@ model::Kind kind_of(calls::Param kind) {
     default:
       return model::Kind::pmtr_map;
   }
+}
+
+// Whether 'line' is the notification with fewer targets, but not without any.
+bool is_shorter_list(const std::string &line, const std::string &notification) {
+  return line.starts_with(kNotify) && notification.starts_with(line) && !line.ends_with(':');
 }
 
 void *record_of(const void *model, calls::Param kind, uint32_t handle) {
@@ -310,12 +317,12 @@ Session::Outcome Session::attempt(const calls::Call &call, uint64_t nth, runtime
     fail("misuse of the runtime: " + runtime::complaints().front());
     return Outcome::wrong;
   }
-  return judge(call, answer, before, engine_before);
+  return judge(progress, answer, before, engine_before);
 }
 
-Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &answer, const runtime::Inventory &before,
+Session::Outcome Session::judge(Progress &progress, const calls::Answer &answer, const runtime::Inventory &before,
                                 const calls::Engine &engine_before) {
-  const Partial *described = partial_state_of(call.op);
+  const Partial *described = partial_state_of(progress.call.op);
   static const std::vector<uint64_t> kOtherwise = {37, 38};
   const auto &answers = described == nullptr ? kOtherwise : described->answers;
   const bool reported = std::find(answers.begin(), answers.end(), answer.value) != answers.end();
@@ -323,9 +330,10 @@ Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &an
     fail(text("returned %lu although a request failed", static_cast<unsigned long>(answer.value)));
     return Outcome::wrong;
   }
-  if (described != nullptr && described->changes) {
+  if (described != nullptr && !described->left.empty()) {
     partial_ = true;
-    return Outcome::partial;
+    progress.seen.ends(answer);
+    return leaves(*described, progress, before) ? Outcome::partial : Outcome::wrong;
   }
   const std::string difference = model_.difference();
   if (!difference.empty() || !(runtime::inventory() == before)) {
@@ -335,6 +343,30 @@ Session::Outcome Session::judge(const calls::Call &call, const calls::Answer &an
   }
   calls::engine() = engine_before;
   return Outcome::again;
+}
+
+bool Session::leaves(const Partial &described, Progress &progress, const runtime::Inventory &before) {
+  if (!options_.left_state) return true;
+  const LeftState &state = described.left[*options_.left_state];
+  state.apply({model_, progress.call, progress.arguments, progress.seen, before});
+  std::string wrong = progress.seen.failure();
+  if (wrong.empty()) wrong = model_.difference();
+  if (wrong.empty() && state.all_called) wrong = called_otherwise();
+  return wrong.empty() || fail(text("after a failed request, if it leaves \"%s\": ", state.what) + wrong);
+}
+
+// The first difference that is not a missing notification or a notification without some of the targets; empty if there
+// is none.
+std::string Session::called_otherwise() {
+  const auto &made = calls::log();
+  size_t at = 0;
+  for (const std::string &line : model_.log) {
+    const bool notification = line.starts_with(kNotify);
+    const bool fits = at < made.size() && (made[at] == line || (notification && is_shorter_list(made[at], line)));
+    if (fits) ++at;
+    if (!fits && !notification) return "\"" + line + "\" was not called";
+  }
+  return at == made.size() ? "" : "\"" + made[at] + "\" was called";
 }
 
 // ---- The end
@@ -395,7 +427,8 @@ bool Session::nothing_leaked() {
   const auto expect = [&](const char *what, size_t is, size_t should_be) {
     return is == should_be || fail(text("%zu %s are live at the end, not %zu", is, what, should_be));
   };
-  const size_t of_clients = model_.clients.size() + model_.domains.size();
+  const auto named = [](const model::Client &client) { return client.named; };
+  const auto names = static_cast<size_t>(std::count_if(model_.clients.begin(), model_.clients.end(), named));
   size_t blocks_before = 0;
   size_t blocks = 0;
   for (const auto &[tag, count] : before_.blocks)
@@ -409,10 +442,14 @@ bool Session::nothing_leaked() {
     ++texts[pmap->name];
     ++texts[pmap->domain];
   }
-  return expect("ids", now.ids, before_.ids + model_.lost_ids + builtin.size()) &&
-         expect("records", now.records,
-                before_.records + of_clients + model_.databases.size() + model_.lost_records + builtin.size()) &&
-         expect("blocks", blocks, blocks_before + 1 + of_clients + 4 * model_.databases.size() + builtin.size()) &&
+  const size_t maps = builtin.size();
+  const size_t domains = model_.domains.size();
+  const size_t databases = model_.databases.size();
+  const size_t live_records = model_.clients.size() + domains + databases + maps;
+  const size_t live_blocks = 1 + names + domains + 4 * databases + maps;  // 1: the table of clients
+  return expect("ids", now.ids, before_.ids + maps + model_.lost_ids) &&
+         expect("records", now.records, before_.records + live_records + model_.lost_records) &&
+         expect("blocks", blocks, blocks_before + live_blocks + model_.lost_blocks) &&
          expect("queue entries", now.queue_entries, before_.queue_entries) &&
          (now.texts == texts || fail("the texts that are interned at the end are not those expected"));
 }

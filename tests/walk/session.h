@@ -18,6 +18,8 @@
 
 namespace walk {
 
+struct Partial;
+
 struct Options {
   bool trace = false;               // levels 3 and 6 are traced
   std::FILE *transcript = nullptr;  // every call with its results, outputs, callbacks and traces, without addresses
@@ -25,6 +27,9 @@ struct Options {
   bool print_first = false;                   // each call is printed to standard error before it is made
   unsigned look_every = 1;                    // the number of calls between comparisons of the whole repository
   const calls::Alphabet *alphabet = &calls::small_alphabet();
+  // Which of the states in partial.h a call with a failed request is expected to leave; without a number it is not
+  // compared, and the sequence ends there.
+  std::optional<size_t> left_state;
 };
 
 struct FaultPlan {
@@ -60,7 +65,7 @@ class Session {
   const std::array<uint64_t, kDepth> &steps_within() const { return steps_within_; }
   uint64_t faults() const { return faults_; }
   const std::map<runtime::Service, uint64_t> &faults_by_service() const { return faults_by_service_; }
-  // Whether a fault has left a state with which the model cannot continue.
+  // Whether a fault may have left another state than it found.
   bool partial() const { return partial_; }
 
  private:
@@ -90,8 +95,10 @@ class Session {
   bool compare();
   bool compare_lines(size_t count);
   Outcome attempt(const calls::Call &call, uint64_t nth, runtime::Fault mode);
-  Outcome judge(const calls::Call &call, const calls::Answer &answer, const runtime::Inventory &before,
+  Outcome judge(Progress &progress, const calls::Answer &answer, const runtime::Inventory &before,
                 const calls::Engine &engine_before);
+  bool leaves(const Partial &described, Progress &progress, const runtime::Inventory &before);
+  std::string called_otherwise();
   bool fail(const std::string &what);
   void list_call(Progress &progress);
   void write_transcript(const calls::Arguments &arguments, const calls::Answer &answer);

@@ -19,6 +19,11 @@ constexpr uint8_t slot(uint8_t number) {
 constexpr uint8_t kNameA = 0;
 constexpr uint8_t kNameB = 145;
 
+// The n-th name of the alphabet, up to 15.
+constexpr uint8_t name(uint8_t n) {
+  return static_cast<uint8_t>(192 + n);
+}
+
 // What follows the name in an info: domain and type.
 constexpr uint8_t kControl = 0;      // the first domain, CONTROL
 constexpr uint8_t kNotControl = 56;  // the first domain, the other type

@@ -272,7 +272,11 @@ std::string compared(const std::vector<Client> &clients) {
     Comparison c(calls::text("client %zu", i + 1));
     const zar_client_data &record = *zar_clients_info[i];
     c.same("clid", record.clid, static_cast<uint32_t>(i + 1));
-    c.same("name", record.name, clients[i].name);
+    if (clients[i].named) {
+      c.same("name", record.name, clients[i].name);
+    } else {
+      c.same_pointer("name", record.name, nullptr);
+    }
     c.same("status", record.status, clients[i].active ? 1U : 0U);
     c.same_pointer("database", record.database, clients[i].database == nullptr ? nullptr : clients[i].database->record);
     c.same("removal_vector", record.removal_vector != nullptr, clients[i].has_removal_function);

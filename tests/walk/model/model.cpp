@@ -331,6 +331,26 @@ void Model::remove_references(Pmap &pmap, Cmap &cmap) {
   remove_first(cmap.pmap_refs, &pmap);
 }
 
+void Model::lose_references() {
+  for (Pmap *pmap : all<Pmap>()) {
+    std::vector<std::pair<Cmap *, uint32_t>> kept;
+    for (const void *element : runtime::elements(&static_cast<const zar_pmap *>(pmap->record)->cmap_refs)) {
+      const auto &ref = *static_cast<const zar_pmap_cmap_ref *>(element);
+      for (const auto &[cmap, count] : pmap->cmap_refs)
+        if (cmap->record == ref.cmap) kept.emplace_back(cmap, std::min(count, ref.ref_count));
+    }
+    pmap->cmap_refs = std::move(kept);
+  }
+  for (Cmap *cmap : all<Cmap>()) {
+    const auto elements = runtime::elements(&static_cast<const zar_cmap *>(cmap->record)->pmap_refs);
+    std::erase_if(cmap->pmap_refs, [&](const Pmap *pmap) {
+      return std::none_of(elements.begin(), elements.end(), [&](const void *element) {
+        return static_cast<const zar_cmap_pmap_ref *>(element)->pmap == pmap->record;
+      });
+    });
+  }
+}
+
 Rule &Model::add_rule(uint32_t handle, Cmap &cmap, uint32_t exec_criteria, Event *event, uint32_t number) {
   Rule &rule = add<Rule>(handle);
   rule.cmap = &cmap;

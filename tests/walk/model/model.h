@@ -188,6 +188,7 @@ struct Client {
   Database *database = nullptr;
   bool active = true;
   bool has_removal_function = false;
+  bool named = true;  // false: there was no memory for a copy of the name
 };
 
 // The expected results and outputs of a call, for comparison with its actual behaviour. Most of them are set before the
@@ -357,6 +358,8 @@ class Model {
   Rule *stored_rule(const Arguments &arguments);
   static void update_references(Pmap &pmap, Cmap &cmap);
   static void remove_references(Pmap &pmap, Cmap &cmap);
+  // Forgets the references that the library does not have.
+  void lose_references();
   Rule &add_rule(uint32_t handle, Cmap &cmap, uint32_t exec_criteria, Event *event, uint32_t number);
   // The handle of the object in a list of the library that was never seen before.
   uint32_t newcomer(const queue_head &queue, size_t handle_at, Seen &seen) const;
@@ -408,9 +411,13 @@ class Model {
   // What the trees found first among several keys that compare equal.
   std::map<std::pair<const Tree *, std::string>, Map *> asked;
 
+  // Whether a filter or an action that a call on parameter-maps creates can be had.
+  bool leaves_can_be_created = true;
+
   // What the library leaves behind, as documented.
   uint32_t lost_ids = 0;
   uint32_t lost_records = 0;
+  uint32_t lost_blocks = 0;
   std::map<std::string, uint32_t> lost_texts;
 
  private:

@@ -459,7 +459,8 @@ void zar_pmtr_map_create_action(Model &m, const Arguments &a, Seen &seen) {
   if (context == nullptr) return seen.answers(kInvalid);
   PmtrMap *map = m.resolve<PmtrMap>(a.handle(0));
   seen.answers(0);
-  if (map == nullptr || refreshed(m, *map, a, *context) || !complete(context)) return m.free_context(*context);
+  const bool done = map == nullptr || refreshed(m, *map, a, *context);
+  if (done || !complete(context) || !m.leaves_can_be_created) return m.free_context(*context);
 
   const std::shared_ptr<Statement> statement = Model::statement_of(*map, a.number(1));
   if (statement == nullptr) {

@@ -126,7 +126,7 @@ void zar_pmtr_create_or_add_filter(Model &m, const Arguments &a, Seen &seen) {
   if (!usable(context)) return;
   const Model::Busy busy(m, {cmap});
   if (Filter *present = m.filter_like(*cmap, *context, a.number(2))) return m.replace_data(*present, *context);
-  if (!complete(context)) return;
+  if (!complete(context) || !m.leaves_can_be_created) return;
   Filter &filter = m.add<Filter>(m.new_filter(*cmap, seen));
   filter.context = *context;
   filter.no_match = static_cast<uint8_t>(a.number(2));
