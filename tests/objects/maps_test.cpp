@@ -267,6 +267,17 @@ TYPED_TEST(MapCreation, NeedsARecord) {
   this->expect_undone(runtime::Service::record, 1, 38, TypeParam::no_record(this->one, "gold"), {});
 }
 
+TYPED_TEST(MapCreation, WithoutARecordReleasesNoHandle) {
+  NEEDS_FRESH_PROCESS();
+  const uint32_t first = this->pmap("first");
+  ASSERT_EQ(first, 1U) << "the smallest handle";
+  runtime::fail_request(runtime::Service::record, 1);
+  EXPECT_EQ(TypeParam::create(this->one, &this->gold, &this->handle), 38U);
+  runtime::clear_faults();
+  EXPECT_EQ(zar_handle_get_context(first), World::at<zar_pmap>(first));
+  EXPECT_NE(World::at<zar_pmap>(first), nullptr);
+}
+
 TYPED_TEST(MapCreation, NeedsAHandle) {
   this->expect_undone(runtime::Service::id, 1, 37, TypeParam::no_handle(this->one, "gold"), {});
 }

@@ -75,6 +75,7 @@ Session::Session(const Options &options) : options_(options), scene_(*options.al
   runtime::want_trace_levels(options_.trace ? kErrorsAndInfos : 0);
   runtime::trace_to([this](const runtime::TraceLine &line) {
     if (options_.transcript != nullptr) trace_ += text("%u ", line.level) + line.text + '\n';
+    if (options_.trace) lines_.push_back(line.text);
   });
   calls::when_called() = [this] { called(); };
   model_.when_called = [this] {
@@ -154,10 +155,13 @@ bool Session::step(const calls::Call &call) {
     auto log = std::exchange(calls::log(), {});
     auto expected_log = std::exchange(model_.log, {});
     auto trace = std::exchange(trace_, {});
+    auto lines = std::exchange(lines_, {});
+    if (options_.trace) progress.refusals.emplace(model_, call, progress.arguments);
     good = follow(progress, make(progress));
     calls::log() = std::move(log);
     model_.log = std::move(expected_log);
     trace_ = std::move(trace);
+    lines_ = std::move(lines);
   }
   model_.asked = std::move(asked);
   return good;
@@ -191,9 +195,15 @@ bool Session::follow(Progress &progress, const calls::Answer &answer) {
   if (options_.lines != nullptr)
     (*options_.lines)[progress.line_number] += text(" -> %lu", static_cast<unsigned long>(answer.value));
   if (!progress.seen.failure().empty()) return fail(progress.seen.failure());
+  if (progress.refusals && !names_what_it_refused(*progress.refusals, answer)) return false;
   if (!compare()) return false;
   scene_.keep_results(progress.call, progress.arguments);
   return true;
+}
+
+bool Session::names_what_it_refused(const model::Refusals &refusals, const calls::Answer &answer) {
+  const std::string difference = refusals.difference(lines_, answer.value == model::kInvalid);
+  return difference.empty() || fail(difference);
 }
 
 bool Session::compare_lines(size_t count) {

@@ -15,6 +15,7 @@
 #include "tests/walk/calls/operations.h"
 #include "tests/walk/fiber.h"
 #include "tests/walk/model/model.h"
+#include "tests/walk/model/refusals.h"
 
 namespace walk {
 
@@ -79,6 +80,7 @@ class Session {
     calls::Arguments arguments;
     model::Seen seen{arguments};
     size_t line_number = 0;
+    std::optional<model::Refusals> refusals;  // if its messages are compared
     // The model's side of the call, if it was needed before the call ended: the model has followed the call up to the
     // function that the library is calling.
     std::optional<Fiber> following;
@@ -94,6 +96,7 @@ class Session {
   bool catch_up(Progress &progress);
   bool compare();
   bool compare_lines(size_t count);
+  bool names_what_it_refused(const model::Refusals &refusals, const calls::Answer &answer);
   Outcome attempt(const calls::Call &call, uint64_t nth, runtime::Fault mode);
   Outcome judge(Progress &progress, const calls::Answer &answer, const runtime::Inventory &before,
                 const calls::Engine &engine_before);
@@ -110,6 +113,7 @@ class Session {
   calls::Scene scene_;
   runtime::Inventory before_;
   std::string trace_;
+  std::vector<std::string> lines_;  // what the innermost call has traced
   std::string failure_;
   uint64_t steps_ = 0;
   std::array<uint64_t, kDepth> steps_within_{};
