@@ -402,7 +402,8 @@ TEST_F(Leaves, StayKnownWhileHandlesAreIssuedAgain) {
 struct LeavesInGroups : Leaves {
   static constexpr uint32_t kLowBits = (1U << 16) - 1;
 
-  explicit LeavesInGroups(uint32_t n_groups = 9900) : others(id_create_new_table(256, 256, "others", 1)) {
+  explicit LeavesInGroups(uint32_t n_groups = 9900, size_t group_size = 4)
+      : others(id_create_new_table(256, 256, "others", 1)) {
     // Tables of earlier tests keep their ids live; the one before the last is the library's.
     for (uint16_t table = 1; table + 1 < others; ++table)
       id_destroy_table(table);
@@ -411,7 +412,7 @@ struct LeavesInGroups : Leaves {
     while (const uint32_t id_of_another = id_get(&record, others, 1))
       ids[id_of_another & kLowBits].push_back(id_of_another);
     for (const auto &[low_bits, group] : ids) {
-      if (group.size() != 4 || n_groups == 0) continue;
+      if (group.size() != group_size || n_groups == 0) continue;
       --n_groups;
       for (const uint32_t free : group)
         id_delete(free, others);
@@ -475,6 +476,39 @@ TEST_F(LeavesInGroups, AreRetiredEach) {
   EXPECT_EQ(zar_delete_class(ending), 0U);
   EXPECT_EQ(criteria_inside, 0U) << "the class-map no longer resolves while its filters are freed";
   EXPECT_TRUE(is_known(first));
+}
+
+// Whether a caller's own record with the number is taken for a record that is being freed.
+bool seems_to_be_freed(zar_db *database, uint32_t number) {
+  char key[] = "own:d1:1";
+  zar_cmap own{}, *removed = nullptr;
+  own.handle = number;
+  own.hash_str = key;
+  if (zar_avl_insert_cmap(database, &own) == 0) return true;
+  zar_avl_delete_cmap(database, &own, &removed);
+  return false;
+}
+
+TEST_F(LeavesInGroups, LeaveNothingOfAKindToTheirNumbers) {
+  breaks_invariants("a caller's own record has the number of a handle that ended");
+  const Leaf first = leaf(true);
+  const uint32_t second = cmap("second");
+  ASSERT_EQ(first.handle & kLowBits, second & kLowBits);
+  ASSERT_EQ(zar_delete_class(second), 0U);
+  EXPECT_FALSE(seems_to_be_freed(db, second));
+}
+
+// No id is 0, so on the stand-in three ids have 16 low bits that are all 0.
+struct LeavesNextTo0 : LeavesInGroups {
+  LeavesNextTo0() : LeavesInGroups(1, 3) {}
+};
+
+TEST_F(LeavesNextTo0, LeaveNothingOfAKindTo0) {
+  breaks_invariants("a caller's own record has no handle");
+  const uint32_t gone = cmap("gone");
+  ASSERT_EQ(gone & kLowBits, 0U);
+  ASSERT_EQ(zar_delete_class(gone), 0U);
+  EXPECT_FALSE(seems_to_be_freed(db, 0));
 }
 
 TEST_F(LeavesInGroups, AreForgottenWithTheTable) {
