@@ -323,6 +323,23 @@ TEST_F(ListingDatabases, TakeTheAnswerOfAnActionWhosePolicyIsGone) {
   note(Kind::action, handler);
 }
 
+TEST_F(ListingDatabases, AskNoActionThatWasDeletedWithItsPolicy) {
+  const uint32_t holder = rules_of(events_of(gold)[0])[0];
+  const uint32_t next = action_in(holder, "nx1");
+  action_in(rule(event_in(silver, 1), voice), "no2");
+  EXPECT_TRUE(live(next));
+  once_inside(data_of_action(handler), [this, holder] {
+    EXPECT_EQ(zar_remove_action_from_class_action(holder, handler), 0U);
+    EXPECT_EQ(zar_delete_stored_policy(one, gold), 0U);
+  });
+  int param_map = 0;
+  EXPECT_EQ(zar_is_param_map_assoc_with_policy(&param_map), 0U);
+  const Strings asked = places(1);
+  EXPECT_EQ(std::count(asked.begin(), asked.end(), "nx1"), 0);
+  EXPECT_EQ(asked.back(), "no2");
+  note(Kind::action, handler);
+}
+
 // ---- Listings of class-maps
 
 struct ListingClasses : TwoByTwo {
