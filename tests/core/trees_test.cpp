@@ -217,6 +217,18 @@ TYPED_TEST(KeyComparator, OrdersDifferentKeysByTheirFirstDifference) {
   EXPECT_EQ(this->compare("gold:d1:1", "gold:d1:1"), kEqual);
 }
 
+TYPED_TEST(KeyComparator, OrdersLongKeysByTheirFirstDifferenceWhereverItIs) {
+  for (const size_t length : {15U, 16U, 17U, 24U, 31U, 32U, 33U, 50U}) {
+    const std::string key(length, 'a');
+    for (size_t at = 0; at < length; ++at) {
+      std::string other = key;
+      other[at] = '\xe1';  // differs in the highest bit alone
+      EXPECT_EQ(this->compare(key.c_str(), other.c_str()), kBefore) << length << " characters, at " << at;
+      EXPECT_EQ(this->compare(other.c_str(), key.c_str()), kAfter) << length << " characters, at " << at;
+    }
+  }
+}
+
 TYPED_TEST(KeyComparator, FindsAKeyThatExtendsOneInTheTreeEqual) {
   EXPECT_EQ(this->compare("ab:d:12", "ab:d:1"), kEqual);
 }
