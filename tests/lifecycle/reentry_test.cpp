@@ -259,6 +259,15 @@ TEST_F(Removal, MayStoreThePolicyAndEmptyTheTree) {
   expect_gone();
 }
 
+TEST_F(Removal, MayStoreThePolicyAndEmptyAnotherTree) {
+  at_removal(1, [this] {
+    EXPECT_EQ(zar_store_policy(one, gold), 0U);
+    EXPECT_EQ(zar_avl_remove_pmap(other_db), 1U);
+  });
+  EXPECT_EQ(zar_delete_stored_policy(one, gold), 0U);
+  expect_gone();
+}
+
 TEST_F(Removal, MayStoreThePolicyAndReplaceItByAnotherOneOfItsName) {
   uint32_t second = 0;
   at_removal(1, [this, &second] {

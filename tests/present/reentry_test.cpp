@@ -323,6 +323,22 @@ TEST_F(ListingDatabases, TakeTheAnswerOfAnActionWhosePolicyIsGone) {
   note(Kind::action, handler);
 }
 
+TEST_F(ListingDatabases, AskTheRestAfterALastActionThatCameAndWent) {
+  const uint32_t holder = rules_of(events_of(gold)[0])[0];
+  action_in(holder, "nx1", 2);
+  const uint32_t guest = action("gu1", 3);
+  once_inside(data_of_action(handler), [holder, guest] {
+    EXPECT_EQ(zar_add_action_to_rule(holder, guest), 0U);
+    EXPECT_EQ(zar_remove_action_from_class_action(holder, guest), 0U);
+  });
+  int param_map = 0;
+  EXPECT_EQ(zar_is_param_map_assoc_with_policy(&param_map), 0U);
+  const Strings asked = places(1);
+  EXPECT_EQ(std::count(asked.begin(), asked.end(), "nx1"), 1);
+  EXPECT_EQ(std::count(asked.begin(), asked.end(), "gu1"), 0);
+  note(Kind::action, guest);
+}
+
 TEST_F(ListingDatabases, AskNoActionThatWasDeletedWithItsPolicy) {
   const uint32_t holder = rules_of(events_of(gold)[0])[0];
   const uint32_t next = action_in(holder, "nx1");
