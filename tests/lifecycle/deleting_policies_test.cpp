@@ -204,6 +204,7 @@ TEST_F(DeletingPolicies, StayInTheTreeWhichIsNotChecked) {
 }
 
 TEST_F(DeletingPolicies, DropATargetThatHasLostItsInformation) {
+  const size_t records_before = runtime::inventory().records;
   const uint32_t gold = pmap("gold");
   const uint32_t broken = target(gold, 1), sound = target(gold, 2);
   zar_target_info *target_info = std::exchange(at<zar_target>(broken)->target_info, nullptr);
@@ -211,6 +212,7 @@ TEST_F(DeletingPolicies, DropATargetThatHasLostItsInformation) {
   EXPECT_ERRORS(no_target_info("disassociate_target_and_policy"));
   EXPECT_CALLS(instance_sought(sound, kGold), instance_deleted(sound, kGold));
   EXPECT_FALSE(live(gold));
+  EXPECT_EQ(runtime::inventory().records, records_before + 2) << "only the targets are left";
   EXPECT_EQ(active_on(broken), Handles{});
   EXPECT_EQ(active_on(sound), Handles{});
   at<zar_target>(broken)->target_info = target_info;
