@@ -10,6 +10,10 @@ namespace {
 
 constexpr uint32_t kUntouched = 0xabcd;
 
+Line no_name(const char *operation) {
+  return error("(ERR): %s: input parameter-map name cannot be NULL", operation);
+}
+
 const Line kNoOwner = info("(info): no registered owner for domain:%s, using default", "subscriber");
 
 Line no_client_yet(const char *caller) {
@@ -123,6 +127,7 @@ TEST_F(FindingByName, ReturnsWhateverIsStoredUnderTheKey) {
 
 TEST_F(FindingByName, NeedsAName) {
   EXPECT_REFUSED(39U, find(nullptr));
+  EXPECT_TRACED(no_name("find_subscriber_parameter_map_by_name"));
   EXPECT_EQ(place, kUntouched);
 }
 
@@ -234,6 +239,7 @@ TEST_F(MakingByName, ReturnsTheReasonOfAFailedCreation) {
 
 TEST_F(MakingByName, NeedsAName) {
   EXPECT_REFUSED(39U, make(nullptr));
+  EXPECT_TRACED(no_name("create_subscriber_parameter_map"));
   EXPECT_EQ(place, kUntouched);
 }
 
@@ -323,6 +329,7 @@ TEST_F(DeletingByName, TreatsAFailedSearchAsNothingFound) {
   EXPECT_EQ(take_trace().back(), error("(ERR): Could not find pmtr-map: %s", "abc"));
   db->pmtr_map_tree = tree;
   EXPECT_REFUSED(39U, kel_delete_subscriber_parameter_map(nullptr, 1));
+  EXPECT_TRACED(no_name("delete_subscriber_pmtr_map"));
 }
 
 TEST_F(DeletingByName, NeedsADatabaseFirst) {
@@ -427,6 +434,7 @@ TEST_F(AskingByName, ReturnsNothingWhereTheSearchFails) {
 
 TEST_F(AskingByName, ReturnsNothingForNoName) {
   EXPECT_REFUSED(0U, kel_is_pmap_created(nullptr));
+  EXPECT_TRACED(no_name("is_pmap_created"));
 }
 
 TEST_F(AskingByName, KnowsNamesOfUpTo99Characters) {
