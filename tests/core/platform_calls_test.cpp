@@ -67,4 +67,13 @@ TEST_F(MadeThings, OfANewTargetMakeBothItsQueues) {
   EXPECT_EQ(made(), (PlatformCalls{"queue init 0", "queue init 0"}));
 }
 
+TEST_F(MadeThings, OfANotificationMakeItsList) {
+  const uint32_t gold = pmap("gold");
+  action_in(rule(event_in(gold, 1), cmap("voice")), "permit");
+  const uint32_t interface = target(pmap("silver"));
+  watch_platform();
+  activate(gold, interface);
+  EXPECT_EQ(made(), PlatformCalls{"queue init 0"});
+}
+
 }  // namespace
