@@ -98,8 +98,10 @@ class Digests:
     def __init__(self, root, build, tests):
         # Only the replaced library differs; everything else that programs load is the same for all mutants.
         beside = sorted(path for path in (build / 'lib').glob('*.so*') if not path.name.startswith('libzar.so'))
-        # Sources are already compiled into the programs; lists of survivors and the like are not inputs of these tests.
-        read = sorted(path for folder in ('tests', 'fuzz', 'examples', 'share') for path in (root / folder).rglob('*')
+        # Sources are already compiled into the programs; lists of survivors and the like, and what belongs to tests that
+        # are not run, are not inputs of these tests.
+        asked = [folder for folder in (root / 'tests').iterdir() if folder.name not in NOT_ASKED]
+        read = sorted(path for folder in (*asked, root / 'fuzz') for path in folder.rglob('*')
                       if path.is_file() and path.suffix not in ('.cpp', '.h', '.txt'))
         common = digest_of(beside + read)
         self.of_program = {program: common + digest_of([program]) for program in {test.program for test in tests}}
