@@ -59,8 +59,7 @@ Checked check(const std::string &path) {
   }
   checked.json["file"] = loaded.source.name();
   checked.json["good"] = checked.code == kSuccess;
-  checked.json["errors"] = errors_json(loaded.diagnostics);
-  checked.json["more_errors"] = loaded.diagnostics.count() - checked.json["errors"].size();
+  add_errors(checked.json, loaded.diagnostics);
   checked.json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
   return checked;
 }

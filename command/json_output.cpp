@@ -44,6 +44,12 @@ Json begin_json(std::string_view command) {
   return object;
 }
 
+Json file_errors_object(std::string_view command, Json file_errors) {
+  Json object = begin_json(command);
+  object["file_errors"] = std::move(file_errors);
+  return object;
+}
+
 void print_json(std::ostream &out, const Json &object) {
   out << dumped(object) << '\n';
 }

@@ -37,8 +37,9 @@ class LintCommand final : public Command {
   }
 
   int run() override {
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
+    FileLoader loader(json_);
+    const std::optional<PolicyFile> file = loader.load(path_);
+    if (!file) return loader.refuse(name());
 
     const lint::Findings findings = lint::find_all(*file);
     if (json_) {
