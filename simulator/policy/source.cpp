@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "simulator/text/text.h"
+#include "simulator/text/utf8.h"
 
 namespace simulator {
 
@@ -24,24 +25,11 @@ bool is_continuation(char byte) {
 // The length of the character at the front of 'text', or 0 when it is not valid UTF-8 or is a character that no text
 // file needs.
 size_t character_length(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  if (lead < 0x80) {
-    const bool printable = lead >= 0x20 && lead != 0x7f;
-    return printable || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
-  }
-
-  const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
-  if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation)) return 0;
-
-  // The other control characters, overlong forms, surrogates, and everything after the last character of Unicode.
-  const auto second = static_cast<unsigned char>(text[1]);
-  if (lead == 0xc2 && second < 0xa0) return 0;
-  if (lead == 0xe0 && second < 0xa0) return 0;
-  if (lead == 0xed && second > 0x9f) return 0;
-  if (lead == 0xf0 && second < 0x90) return 0;
-  if (lead == 0xf4 && second > 0x8f) return 0;
-  return length;
+  const Character character = front_of(text);
+  const char32_t code = character.code;
+  const bool is_layout = code == '\t' || code == '\n' || code == '\r';
+  const bool is_control = code < 0x20 || (code >= 0x7f && code < 0xa0);
+  return is_control && !is_layout ? 0 : character.length;
 }
 
 // The position of the first character that is not allowed, or nothing.

@@ -8,6 +8,7 @@
 #include <yaml-cpp/mark.h>
 #include <yaml-cpp/parser.h>
 
+#include "simulator/policy/value.h"
 #include "simulator/policy/yaml_errors.h"
 #include "simulator/text/text.h"
 
@@ -52,9 +53,7 @@ class Builder final : public YAML::EventHandler {
   void OnScalar(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
                 const std::string &value) override {
     refuse_tag(mark, tag);
-    if (value.size() > kMaxScalar) {
-      refuse(mark, concat("a value of ", value.size(), " bytes"), concat("at most ", kMaxScalar, " bytes"));
-    }
+    if (std::optional<BadValue> bad = check_value(value)) refuse(mark, std::move(bad->what), std::move(bad->expected));
     leaf(mark, anchor, Kind::scalar, value);
   }
   void OnAlias(const YAML::Mark &mark, YAML::anchor_t anchor) override {

@@ -109,6 +109,105 @@ TEST(FileErrors, OfALoadInASessionAreWithTheCommand) {
   EXPECT_EQ(json["commands"][1]["file_errors"][0]["file"], kBad);
 }
 
+// ---- Values
+
+constexpr const char *kOneTarget = R"(domains: {d: }
+class-maps: {c: {filters: [{attribute: x, present: true}]}}
+policy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: [permit]}]}}}}
+targets: {t: {policies: [p], attributes: {x: VALUE}}}
+)";
+
+std::string file_with(const std::string &value) {
+  std::string file = kOneTarget;
+  return file.replace(file.find("VALUE"), 5, value);
+}
+
+// Whether a command took a value; the others exit with one of the codes for bad input.
+bool took(const Result &result) {
+  EXPECT_TRUE(result.code == 0 || result.code == 2 || result.code == 65) << result.code << result.err;
+  EXPECT_EQ(result.code == 0, result.err.empty()) << result.err;
+  return result.code == 0;
+}
+
+// Every way to give an attribute a value. The file has the target t with the attribute x.
+struct WayIn {
+  const char *name;
+  bool (*takes)(const std::string &value);
+};
+
+void PrintTo(const WayIn &way, std::ostream *out) {
+  *out << way.name;
+}
+
+bool session_takes(const std::string &command) {
+  return took(run_zar({"shell"},
+                      "create domain d\ncreate class c {filters: [{attribute: x, present: true}]}\n"
+                      "create policy p {events: {e: {rules: [{number: 1, class: c, actions: [permit]}]}}}\n"
+                      "create target t {policies: [p], attributes: {x: 1}}\n" +
+                          command + "\n"));
+}
+
+const WayIn kWaysIn[] = {
+    {"File",
+     [](const std::string &value) {
+       return took(run_zar({"check", "-"}, file_with("'" + value + "'")));
+     }},
+    {"Scenario",
+     [](const std::string &value) {
+       const std::string scenario = "scenario: [{event: e, target: t, set: {x: '" + value + "'}}]\n";
+       return took(run_zar({"check", "-"}, file_with("1") + scenario));
+     }},
+    {"Test",
+     [](const std::string &value) {
+       const std::string test =
+           "tests: [{event: e, target: t, set: {x: '" + value + "'}, expect: {verdict: permit}}]\n";
+       return took(run_zar({"check", "-"}, file_with("1") + test));
+     }},
+    {"Option",
+     [](const std::string &value) {
+       return took(run_zar({"explain", "-", "--event", "e@t", "--set", "x=" + value}, file_with("1")));
+     }},
+    {"Set", [](const std::string &value) { return session_takes("set t 'x=" + value + "'"); }},
+    {"Raise", [](const std::string &value) { return session_takes("raise e@t 'x=" + value + "'"); }},
+    {"Explain", [](const std::string &value) { return session_takes("explain e@t 'x=" + value + "'"); }},
+    {"Create",
+     [](const std::string &value) {
+       return session_takes("create target u {policies: [p], attributes: {x: '" + value + "'}}");
+     }},
+};
+
+class Values : public testing::TestWithParam<WayIn> {};
+
+TEST_P(Values, HaveTheSameBoundsInEveryWayIn) {
+  EXPECT_TRUE(GetParam().takes(std::string(4096, 'x')));
+  EXPECT_FALSE(GetParam().takes(std::string(4097, 'x')));
+  EXPECT_TRUE(GetParam().takes("gr\xc3\xbc\xc3\x9f"));
+  EXPECT_FALSE(GetParam().takes("\xff"));
+  EXPECT_FALSE(GetParam().takes("\xed\xa0\x80"));
+  EXPECT_FALSE(GetParam().takes("cut \xc3"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Values, testing::ValuesIn(kWaysIn),
+                         [](const auto &parameter) { return std::string(parameter.param.name); });
+
+TEST(BadValues, ThatAreRefusedAreDescribed) {
+  const std::string good = file_with("1");
+  EXPECT_EQ(run_zar({"explain", "-", "--event", "e@t", "--set", "x=" + std::string(5000, 'y')}, good).err,
+            "zar: the attribute 'x' cannot have a value of 5000 bytes: expected at most 4096 bytes\n");
+  EXPECT_EQ(run_zar({"explain", "-", "--event", "e@t", "--set", "x=\xff"}, good).err,
+            "zar: the attribute 'x' cannot have a value that is not UTF-8: expected text in UTF-8\n");
+}
+
+// Whatever a session took, it writes as a file that loads.
+TEST(BadValues, OfASessionMakeAGoodFile) {
+  const Result shown =
+      run_zar({"shell", kGood}, "set line-0101 'account=" + std::string(4096, '\x01') + "'\nshow config\n");
+  ASSERT_EQ(shown.code, 0) << shown.err;
+  EXPECT_EQ(run_zar({"check", "-"}, shown.out).code, 0);
+}
+
+// ---- Bad files as text
+
 TEST(FileErrors, StayOnStandardErrorWithoutJson) {
   for (const std::string &command : commands_with("--json")) {
     if (command == "schema") continue;
