@@ -30,7 +30,7 @@ std::string count_of(size_t count, const std::string &one, const std::string &se
 }
 
 std::string summary(const PolicyFile &file) {
-  return concat(file.path, ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
+  return concat(file.shown_path(), ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
                 count_of(file.class_maps.size(), "class-map", "class-maps"), ", ",
                 count_of(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
                 count_of(file.targets.size(), "target", "targets"), "\n");

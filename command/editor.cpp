@@ -3,6 +3,8 @@
 #include <csignal>
 #include <cstdio>
 
+#include "simulator/text/text.h"
+
 namespace command {
 
 namespace {
@@ -93,7 +95,7 @@ unsigned char Editor::complete_word(EditLine *line, int) {
   if (completion.candidates.empty()) return CC_ERROR;
   std::fputs("\n", stdout);
   for (const std::string &candidate : completion.candidates)
-    std::fprintf(stdout, "%s  ", candidate.c_str());
+    std::fprintf(stdout, "%s  ", simulator::escape_control_characters(candidate).c_str());
   std::fputs("\n", stdout);
   return CC_REDISPLAY;
 }

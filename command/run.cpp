@@ -82,7 +82,8 @@ class RunCommand final : public Command {
         // If the events are wrong for the only file, this is just wrong usage, without any output.
         if (good != kUsage && !files) files = begin_files();
         if (!prepared) return good;
-        if (!json_ && paths_.size() > 1) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
+        if (!json_ && paths_.size() > 1)
+          std::cout << (path == paths_[0] ? "" : "\n") << "file " << escape_control_characters(path) << "\n\n";
         return play(*prepared, files ? &*files : nullptr);
       });
       worst = std::max(worst, code);

@@ -32,7 +32,9 @@ Json json_of_input(const Input &input) {
 }  // namespace
 
 std::string text_of_finding(const PolicyFile &file, const Finding &finding) {
-  const auto at = [&](Position position) { return concat(file.path, ":", position.line, ":", position.column, ": "); };
+  const auto at = [&](Position position) {
+    return concat(file.shown_path(), ":", position.line, ":", position.column, ": ");
+  };
   std::string text = concat(at(finding.position), to_string(finding.kind), ": ", finding.message, "\n");
   for (const Reason &reason : finding.because)
     text += concat("  ", at(reason.position), reason.what, "\n");

@@ -69,15 +69,6 @@ std::string read_all(std::FILE *file) {
 
 }  // namespace
 
-bool is_text(std::string_view text) {
-  while (!text.empty()) {
-    const size_t length = character_length(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
-}
-
 Source::Source(std::string name, std::string text, uint32_t number, uint32_t first_line)
     : name_(std::move(name)), text_(std::move(text)), number_(number), first_line_(first_line) {
   size_t continuations = 0;

@@ -10,9 +10,6 @@
 
 namespace simulator {
 
-// Whether this is UTF-8 without control characters that no text file needs.
-bool is_text(std::string_view text);
-
 class Source {
  public:
   // A larger file is not a policy file.

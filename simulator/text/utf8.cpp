@@ -41,6 +41,15 @@ Character front_of(std::string_view text) {
   return {code, lead.length};
 }
 
+std::string to_utf8(char32_t code) {
+  const auto byte = [](char32_t bits) { return static_cast<char>(static_cast<unsigned char>(bits)); };
+  const auto rest = [&](unsigned shift) { return byte(0x80U | ((code >> shift) & 0x3fU)); };
+  if (code < 0x80) return {byte(code)};
+  if (code < 0x800) return {byte(0xc0U | (code >> 6U)), rest(0)};
+  if (code < 0x10000) return {byte(0xe0U | (code >> 12U)), rest(6), rest(0)};
+  return {byte(0xf0U | (code >> 18U)), rest(12), rest(6), rest(0)};
+}
+
 bool is_utf8(std::string_view text) {
   while (!text.empty()) {
     const size_t length = front_of(text).length;

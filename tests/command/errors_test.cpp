@@ -1,6 +1,8 @@
 // What all commands do alike with bad files and bad values.
 #include <nlohmann/json.hpp>
 
+#include <cstdio>
+#include <fstream>
 #include <sstream>
 
 #include "runner.h"
@@ -204,6 +206,96 @@ TEST(BadValues, OfASessionMakeAGoodFile) {
       run_zar({"shell", kGood}, "set line-0101 'account=" + std::string(4096, '\x01') + "'\nshow config\n");
   ASSERT_EQ(shown.code, 0) << shown.err;
   EXPECT_EQ(run_zar({"check", "-"}, shown.out).code, 0);
+}
+
+// ---- What is printed
+
+// A name and values that would colour the terminal, forge a line, turn the text around or break its encoding.
+constexpr const char *kEvil = "\x1b[31m\nforged: \xe2\x80\xae\xc2\x9b";
+
+constexpr const char *kEvilFile = R"(domains: {d: }
+class-maps:
+  c: {filters: [{attribute: x, equals: &evil "\e[31m\nforged: \u202e\x9b"}]}
+  never: {filters: [{attribute: x, equals: *evil }, {attribute: x, equals: *evil , no-match: true}]}
+policy-maps:
+  p:
+    events:
+      e:
+        rules:
+          - {number: 1, class: c, actions: [{log: *evil }, {set: {y: *evil }}, {apply: m}]}
+          - {number: 2, class: never, actions: []}
+parameter-maps: {m: {statements: [{index: 1, filters: [{attribute: y, prefix: *evil }], actions: [{log: *evil }]}]}}
+targets: {t: {policies: [p], attributes: {x: *evil }}}
+scenario: [{event: e, target: t, set: {x: *evil }}]
+tests: [{name: *evil , event: e, target: t, set: {x: *evil }, expect: {verdict: deny, log: [], attributes: {y: *evil , x: }}}]
+)";
+
+class Printed : public testing::Test {
+ protected:
+  Printed() {
+    std::ofstream(path_) << kEvilFile;
+    std::ofstream(bad_path_) << "\"\\e\\u202e\\x9b\": 1\nclients: {\"\xe2\x80\xae\": }\n";
+  }
+  ~Printed() override {
+    std::remove(path_.c_str());
+    std::remove(bad_path_.c_str());
+  }
+
+  // What the command prints about the files, whether it likes them or not.
+  static std::string printed(const std::vector<std::string> &line) {
+    const Result result = run_zar(line, "show\nshow config\nshow listing\nshow target t\nexplain e@t x='" +
+                                            std::string("\x1b\xe2\x80\xae") + "'\nraise e@t\nload \x1b\xe2\x80\xae\n");
+    EXPECT_GE(result.code, 0);
+    return result.out + result.err;
+  }
+
+  const std::string path_ = testing::TempDir() + kEvil + "good\xff.yaml";
+  const std::string bad_path_ = testing::TempDir() + kEvil + "bad\xff.yaml";
+};
+
+void expect_harmless(const std::string &text, const std::string &of) {
+  ASSERT_FALSE(text.empty()) << of;
+  for (const char *evil : {"\x1b", "\nforged", "\xe2\x80\xae", "\xc2\x9b", "\xff"})
+    EXPECT_EQ(text.find(evil), std::string::npos) << of << ":\n" << text;
+}
+
+TEST_F(Printed, IsNothingThatATerminalObeysOrNobodySees) {
+  size_t asked = 0;
+  for (const std::string &command : commands_with("-h,--help")) {
+    if (command == "schema" || command == "help") continue;
+    for (const std::string &path : {path_, bad_path_}) {
+      std::vector<std::string> line = line_for(command, path);
+      if (command == "explain") line = {command, path, "--event", "e@t", "--set", "x=\x1b\xe2\x80\xae"};
+      expect_harmless(printed(line), command);
+      ++asked;
+    }
+  }
+  EXPECT_GE(asked, 20u);
+  expect_harmless(printed({"run", path_, path_}), "run of two");
+  expect_harmless(printed({"show", path_, "target"}), "show target");
+  expect_harmless(printed({"show", path_, "class", kEvil}), "an unknown name");
+  expect_harmless(printed({"diff", path_, kGood, "--replay", path_}), "replay");
+  expect_harmless(printed({kEvil}), "an unknown command");
+}
+
+// The file name is no UTF-8: JSON, which has no bytes, gets a replacement.
+TEST_F(Printed, IsEscapedInJsonAsJsonDoes) {
+  for (const std::string &command : commands_with("--json")) {
+    if (command == "schema") continue;
+    std::vector<std::string> line = line_for(command, path_);
+    if (command == "explain") line = {command, path_, "--event", "e@t"};
+    const std::string text = run_zar(with(line, "--json"), "raise e@t\n").out;
+    expect_harmless(text, command);
+    EXPECT_NE(text.find("\\u202e"), std::string::npos) << command << text;
+    EXPECT_NE(nlohmann::json::parse(text).dump().find("\xe2\x80\xae"), std::string::npos) << command;
+  }
+}
+
+TEST_F(Printed, IsNotChangedByItsEscapes) {
+  const std::string config = run_zar({"config", path_}).out;
+  EXPECT_NE(config.find("\\u202e"), std::string::npos) << config;
+  EXPECT_EQ(run_zar({"config", "-"}, config).out, config);
+  EXPECT_EQ(run_zar({"diff", path_, "-"}, config).code, 0);
 }
 
 // ---- Bad files as text
