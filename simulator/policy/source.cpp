@@ -125,6 +125,17 @@ std::string_view Source::line(uint32_t number) const {
   return line;
 }
 
+Position Source::position_at(size_t offset) const {
+  const auto after = std::upper_bound(line_starts_.begin(), line_starts_.end(), offset);
+  const auto line = static_cast<size_t>(after - line_starts_.begin()) - 1;
+  return position_of(line, offset - line_starts_[line]);
+}
+
+size_t Source::offset_of(size_t line, size_t byte) const {
+  const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
+  return std::min(start + byte, text_.size());
+}
+
 Position Source::position_of(size_t line, size_t byte) const {
   const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
   const size_t continuations = continuations_before(start + byte) - continuations_before(start);

@@ -32,6 +32,9 @@ class Source {
   std::string_view line(uint32_t number) const;
   // The position of a byte of a line of the text, both counted from 0. Columns count characters, which can take several bytes.
   Position position_of(size_t line, size_t byte) const;
+  // The same for a byte of the text, and which byte of the text that one is.
+  Position position_at(size_t offset) const;
+  size_t offset_of(size_t line, size_t byte) const;
 
  private:
   size_t continuations_before(size_t offset) const;

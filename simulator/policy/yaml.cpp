@@ -10,6 +10,7 @@
 
 #include "simulator/policy/value.h"
 #include "simulator/policy/yaml_errors.h"
+#include "simulator/policy/yaml_openings.h"
 #include "simulator/text/text.h"
 
 namespace simulator::yaml {
@@ -53,6 +54,7 @@ class Builder final : public YAML::EventHandler {
   void OnScalar(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
                 const std::string &value) override {
     refuse_tag(mark, tag);
+    refuse_open_quote(mark);
     if (std::optional<BadValue> bad = check_value(value)) refuse(mark, std::move(bad->what), std::move(bad->expected));
     leaf(mark, anchor, Kind::scalar, value);
   }
@@ -89,6 +91,14 @@ class Builder final : public YAML::EventHandler {
     // The parser reports '?' for a plain value without a tag and '!' for a quoted one.
     if (tag.empty() || tag == "?" || tag == "!") return;
     refuse(mark, concat("the tag ", as_word(tag)), "no tags");
+  }
+
+  // The parser takes the end of the file for the missing quote.
+  void refuse_open_quote(const YAML::Mark &mark) const {
+    const std::string &text = source_->text();
+    const size_t begin = source_->offset_of(static_cast<size_t>(mark.line), static_cast<size_t>(mark.column));
+    if (begin >= text.size() || (text[begin] != '"' && text[begin] != '\'')) return;
+    if (!end_of_quoted(text, begin)) throw Refused{describe_open_quote(begin, *source_)};
   }
 
   Node &make(const YAML::Mark &mark, Kind kind) {
