@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <new>
 
 #include "simulator/text/text.h"
 
@@ -18,6 +19,7 @@ char *prompt(EditLine *) {
 
 Editor::Editor(Complete complete)
     : complete_(std::move(complete)), line_(el_init("zar", stdin, stdout, stderr)), history_(history_init()) {
+  if (!line_ || !history_) throw std::bad_alloc();
   constexpr int kRemembered = 1000;
   HistEvent event;
   history(history_, &event, H_SETSIZE, kRemembered);

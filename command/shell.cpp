@@ -10,6 +10,7 @@
 #include "command/report.h"
 #include "command/terminal.h"
 #include "command/trace_levels.h"
+#include "runtime/control.h"
 #include "simulator/explanation/explanation_json.h"
 #include "simulator/explanation/outline.h"
 #include "simulator/policy/diagnostics_json.h"
@@ -46,11 +47,17 @@ Json json_of_rejected(const session::Trouble &trouble) {
   return errors;
 }
 
-// What every line does, whether from a person or a program.
+// What every line does, whether from a person or a program. If it failed for lack of memory, its complaints only follow
+// from that.
 Reply run_line(Session &session, const std::string &line, size_t number) {
+  const uint64_t before = runtime::requests_out_of_memory();
   Reply reply = run(session, line, number);
   if (reply.trace_level) show_trace(*reply.trace_level);
-  complain(reply.trouble.complaints);
+  if (reply.status == Status::failed && runtime::requests_out_of_memory() != before) {
+    report_out_of_memory();
+  } else {
+    complain(reply.trouble.complaints);
+  }
   return reply;
 }
 
@@ -99,7 +106,7 @@ int follow(Session &session, JsonStream *commands) {
     if (status == Status::quit) break;
     if (status == Status::failed) {
       complain("the session ends at this command");
-      return kBadFile;
+      return runtime::requests_out_of_memory() == 0 ? kBadFile : kInternal;
     }
   }
   return kSuccess;
@@ -146,6 +153,7 @@ class ShellCommand final : public Command {
     session::Trouble trouble;
     int code = session.begin(trouble) ? kSuccess : kInternal;
     if (code == kSuccess && path_ && !session.load(*path_, trouble)) code = kBadFile;
+    if (code != kSuccess && runtime::requests_out_of_memory() != 0) return report_out_of_memory();
     complain(trouble.complaints);
     if (!json_) {
       report_rejected(trouble);

@@ -71,6 +71,7 @@ bool refused_by_watch(Service service, uint32_t tag, size_t size, std::string_vi
 }
 
 void note_out_of_memory() noexcept {
+  ++monitor.out_of_memory;
   if (monitor.recording && !watch().requests.empty()) watch().requests.back().failed = true;
 }
 
@@ -81,6 +82,10 @@ void note_text_removal(std::string_view text, uint32_t tag) noexcept {
   } catch (const std::bad_alloc &) {
     monitor.recording = false;  // an incomplete recording would mislead; an empty one does not
   }
+}
+
+uint64_t requests_out_of_memory() {
+  return monitor.out_of_memory;
 }
 
 void record_requests(bool on) {

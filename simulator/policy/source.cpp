@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "simulator/text/text.h"
 #include "simulator/text/utf8.h"
@@ -92,6 +93,7 @@ size_t Source::continuations_before(size_t offset) const {
 Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t number) {
   const File file(std::fopen(path.c_str(), "rb"));
   if (file) return read(file.get(), path, diagnostics, number);
+  if (errno == ENOMEM) throw std::bad_alloc();
   diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
   return {path, "", number};
 }
@@ -99,6 +101,7 @@ Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t 
 Source Source::read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number) {
   errno = 0;
   Source source(std::move(name), read_all(file), number);
+  if (std::ferror(file) && errno == ENOMEM) throw std::bad_alloc();
   if (std::ferror(file)) {
     diagnostics.add({}, concat("cannot be read: ", std::strerror(errno)), "a policy file");
   } else {

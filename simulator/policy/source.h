@@ -18,7 +18,8 @@ class Source {
   // Every position in the source carries 'number'. The text begins with line 'first_line' of what it is a part of.
   Source(std::string name, std::string text, uint32_t number = 0, uint32_t first_line = 1);
 
-  // Reads a file. Adds an error to 'diagnostics' when the file cannot be read, is too large, or is not UTF-8 text.
+  // Reads a file. Adds an error to 'diagnostics' when the file cannot be read, is too large, or is not UTF-8 text. Throws
+  // bad_alloc if there is no memory, also if the C library found this.
   static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
   // The same for a file that is already open; it stays open.
   static Source read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
