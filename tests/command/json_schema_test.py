@@ -82,6 +82,8 @@ CASES = {
         (1, ["examples/broadband.yaml"]),
         (0, ["examples/guest-network.yaml"]),
         (65, ["README.md"]),
+        (65, ["README.md", "examples/guest-network.yaml", "examples/broadband.yaml"]),
+        (1, ["examples/guest-network.yaml", "examples/broadband.yaml"]),
     ],
 }
 
