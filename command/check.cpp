@@ -28,7 +28,7 @@ std::string count_of(size_t count, const std::string &one, const std::string &se
   return concat(count, " ", count == 1 ? one : several);
 }
 
-std::string summary(const PolicyFile &file) {
+std::string good_line(const PolicyFile &file) {
   return concat(file.shown_path(), ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
                 count_of(file.class_maps.size(), "class-map", "class-maps"), ", ",
                 count_of(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
@@ -104,7 +104,7 @@ class CheckCommand final : public Command {
     switch (format_.format()) {
       case Format::text:
         report(checked.loaded.diagnostics, checked.loaded.source);
-        if (checked.code == kSuccess) std::cout << summary(*checked.loaded.file);
+        if (checked.code == kSuccess) std::cout << good_line(*checked.loaded.file);
         break;
       case Format::json:
         files.push_back(json_of(checked));

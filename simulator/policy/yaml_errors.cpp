@@ -113,6 +113,18 @@ Diagnostic describe_open_bracket(size_t bracket, const Source &source) {
                     is_list ? "']' after the last item" : "'}' after the last value");
 }
 
+// 'at' is the byte of a bracket that closes none; nothing if no other one is open.
+std::optional<Diagnostic> describe_wrong_bracket(size_t at, const Openings &before, const Source &source) {
+  const std::string &text = source.text();
+  if (before.brackets.empty() || at >= text.size()) return std::nullopt;
+  const size_t open = before.brackets.back();
+  const Position position = source.position_at(open);
+  return diagnostic(source.position_at(at),
+                    concat("this '", text[at], "' does not close the '", text[open], "' in line ", position.line,
+                           ", column ", position.column),
+                    text[open] == '[' ? "']' before it" : "'}' before it");
+}
+
 // A text in quotes that ends at the next quote of another text is noticed only behind that quote.
 std::optional<Diagnostic> describe_quoted(const Openings::Quoted &quoted, size_t error, const Source &source) {
   const std::string_view text = source.text();
@@ -141,6 +153,7 @@ std::optional<Diagnostic> describe_opening(const YAML::Exception &error, const S
   if (at_end || is_one_of(error, {parser_says::DOC_IN_SCALAR})) {
     return before.quote ? std::optional(describe_open_quote(*before.quote, source)) : std::nullopt;
   }
+  if (is_one_of(error, {parser_says::FLOW_END})) return describe_wrong_bracket(at, before, source);
   const bool in_brackets = is_one_of(error, {parser_says::END_OF_SEQ_FLOW, parser_says::END_OF_MAP_FLOW});
   if (!in_brackets && !is_one_of(error, {parser_says::END_OF_MAP, parser_says::END_OF_SEQ})) return std::nullopt;
   if (before.quote) return std::nullopt;

@@ -1,4 +1,5 @@
 // Every command in an address space that is too small: it says so, and nothing else.
+#include <algorithm>
 #include <cstdio>
 
 #include "runner.h"
@@ -49,12 +50,27 @@ void PrintTo(const Line &line, std::ostream *out) {
   *out << line.name;
 }
 
-// The smallest address space, in MiB, in which zar runs at all.
-size_t least_memory() {
-  size_t least = 1;
-  while (least < 4096 && run_zar_within(least * kMiB, {"--version"}).code != 0)
-    ++least;
-  return least;
+// The smallest address space, to 64 KiB, in which the command ends with this code.
+size_t enough_for(const std::vector<std::string> &arguments, const std::string &input, int code) {
+  size_t too_small = 0;
+  size_t enough = 512 * kMiB;
+  EXPECT_EQ(run_zar_within(enough, arguments, input).code, code);
+  while (enough - too_small > kMiB / 16) {
+    const size_t middle = (too_small + enough) / 2;
+    (run_zar_within(middle, arguments, input).code == code ? enough : too_small) = middle;
+  }
+  return enough;
+}
+
+// Sizes from 'least' to 'enough'; half of them just below the end, where the last small requests fail.
+std::vector<size_t> sizes_between(size_t least, size_t enough) {
+  constexpr size_t kSteps = 8;
+  std::vector<size_t> sizes;
+  for (size_t at = 0; at < kSteps; ++at) {
+    sizes.push_back(least + (enough - least) * at / kSteps);
+    sizes.push_back(enough - std::min(3 * kMiB, enough - least) * (at + 1) / kSteps);
+  }
+  return sizes;
 }
 
 class Memory : public testing::TestWithParam<Line> {};
@@ -67,16 +83,12 @@ TEST_P(Memory, ThatIsTooSmallIsAnErrorOfItsOwn) {
   const Result good = run_zar(arguments, input);
   ASSERT_TRUE(good.code == 0 || good.code == 1) << good.err;
 
-  const size_t least = least_memory() * kMiB;
-  size_t enough = least;
-  while (run_zar_within(enough, arguments, input).code != good.code)
-    enough += kMiB;
+  const size_t least = enough_for({"--version"}, "", 0);
+  const size_t enough = enough_for(arguments, input, good.code);
   ASSERT_GT(enough, least) << "the command needs too little for a test";
 
-  constexpr size_t kTries = 24;
   size_t failures = 0;
-  for (size_t at = 0; at < kTries; ++at) {
-    const size_t memory = (least + (enough - least) * at / kTries) & ~size_t{4095};
+  for (const size_t memory : sizes_between(least, enough)) {
     const Result result = run_zar_within(memory, arguments, input);
     if (result.code == good.code) {
       EXPECT_EQ(result.out, good.out);
@@ -88,9 +100,8 @@ TEST_P(Memory, ThatIsTooSmallIsAnErrorOfItsOwn) {
                 (result.err.starts_with("<stdin>:") && result.err.find(": out of memory\n") != std::string::npos))
         << memory << " bytes: " << result.err;
   }
-  std::printf("%s: %zu of %zu sizes from %zu to %zu KiB were too small\n", name, failures, kTries, least >> 10,
-              enough >> 10);
-  EXPECT_GT(failures, 3u);
+  std::printf("%s: %zu sizes from %zu to %zu KiB were too small\n", name, failures, least >> 10, enough >> 10);
+  EXPECT_GT(failures, 8u);
 }
 
 std::vector<Line> lines() {

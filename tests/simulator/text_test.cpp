@@ -60,7 +60,7 @@ TEST(Quoting, CanBeReadBack) {
   std::string all;
   for (int byte = 0; byte < 256; ++byte)
     all += static_cast<char>(byte);
-  EXPECT_EQ(simulator::parse_word(quoted(all)), all);
+  EXPECT_EQ(simulator::parse_word(simulator::quoted(all)), all);
   for (const char32_t code : {0x7fU, 0x9bU, 0xe4U, 0x202eU, 0x20acU, 0xfeffU, 0x1f600U, 0xe0041U, 0x10ffffU}) {
     const std::string text = "a" + simulator::to_utf8(code) + "b";
     EXPECT_EQ(simulator::front_of(simulator::to_utf8(code)).code, code);
