@@ -154,7 +154,8 @@ std::optional<Diagnostic> describe_opening(const YAML::Exception &error, const S
     return before.quote ? std::optional(describe_open_quote(*before.quote, source)) : std::nullopt;
   }
   if (is_one_of(error, {parser_says::FLOW_END})) return describe_wrong_bracket(at, before, source);
-  const bool in_brackets = is_one_of(error, {parser_says::END_OF_SEQ_FLOW, parser_says::END_OF_MAP_FLOW});
+  const bool in_brackets =
+      is_one_of(error, {parser_says::END_OF_SEQ_FLOW, parser_says::END_OF_MAP_FLOW, parser_says::BLOCK_ENTRY});
   if (!in_brackets && !is_one_of(error, {parser_says::END_OF_MAP, parser_says::END_OF_SEQ})) return std::nullopt;
   if (before.quote) return std::nullopt;
   if (before.last_quoted) {

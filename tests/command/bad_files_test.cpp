@@ -514,9 +514,12 @@ TEST(NotYaml, IsBlamedOnTheBracketOrQuoteThatIsNeverClosed) {
     return line.substr(line.find(':') + 1);
   };
   EXPECT_EQ(error("clients: {a: {}\ndomains: {}\n"), "1:10: error: not YAML: this '{' is never closed");
+  EXPECT_EQ(error("a: [b,\n\nc:\n  d: e\n"), "1:4: error: not YAML: this '[' is never closed");
   EXPECT_EQ(error("a: [b,\n\nc:\n  - d\n"), "1:4: error: not YAML: this '[' is never closed");
   EXPECT_EQ(error("a:\n  - {b: [c, {d: e}, f}\n  - {g: h}\n"),
-            "2:20: error: not YAML: neither ',' nor ']' in a list in brackets");
+            "2:22: error: not YAML: this '}' does not close the '[' in line 2, column 9");
+  EXPECT_EQ(error("a: [\n  b,\n\nc: {d: e}\n"), "1:4: error: not YAML: this '[' is never closed");
+  EXPECT_EQ(error("a: [\"b\" c]\n"), "1:9: error: not YAML: neither ',' nor ']' in a list in brackets");
 
   EXPECT_EQ(error("clients:\n  a: \"x\n  b: y\n"), "2:6: error: not YAML: this quote is never closed");
   EXPECT_EQ(error("clients: {a: {b: 'x}}\n"), "1:18: error: not YAML: this quote is never closed");

@@ -23,17 +23,17 @@ constexpr size_t kMiB = 1 << 20;
 // Large enough to need several megabytes.
 std::string large_file() {
   std::string file = "domains: {d: }\nclass-maps:\n";
-  for (int map = 0; map < 600; ++map) {
+  for (int map = 0; map < 150; ++map) {
     const std::string number = std::to_string(map);
     file += "  c" + number + ": {filters: [{attribute: x, equals: v" + number + "}, {attribute: y, prefix: w}]}\n";
   }
   file += "policy-maps:\n  p:\n    events:\n      e:\n        rules:\n";
-  for (int rule = 1; rule < 250; ++rule) {
+  for (int rule = 1; rule < 60; ++rule) {
     const std::string number = std::to_string(rule);
     file += "          - {number: " + number + ", class: c" + number + ", actions: [{set: {z: '" + number + "'}}]}\n";
   }
   file += "targets:\n";
-  for (int target = 0; target < 400; ++target)
+  for (int target = 0; target < 100; ++target)
     file += "  t" + std::to_string(target) + ": {policies: [p], attributes: {x: v7, y: w}}\n";
   return file +
          "scenario: [{event: e, target: t1}]\n"
@@ -50,12 +50,12 @@ void PrintTo(const Line &line, std::ostream *out) {
   *out << line.name;
 }
 
-// The smallest address space, to 64 KiB, in which the command ends with this code.
+// The smallest address space, to 256 KiB, in which the command ends with this code.
 size_t enough_for(const std::vector<std::string> &arguments, const std::string &input, int code) {
   size_t too_small = 0;
   size_t enough = 512 * kMiB;
   EXPECT_EQ(run_zar_within(enough, arguments, input).code, code);
-  while (enough - too_small > kMiB / 16) {
+  while (enough - too_small > kMiB / 4) {
     const size_t middle = (too_small + enough) / 2;
     (run_zar_within(middle, arguments, input).code == code ? enough : too_small) = middle;
   }
@@ -64,7 +64,7 @@ size_t enough_for(const std::vector<std::string> &arguments, const std::string &
 
 // Sizes from 'least' to 'enough'; half of them just below the end, where the last small requests fail.
 std::vector<size_t> sizes_between(size_t least, size_t enough) {
-  constexpr size_t kSteps = 8;
+  constexpr size_t kSteps = 6;
   std::vector<size_t> sizes;
   for (size_t at = 0; at < kSteps; ++at) {
     sizes.push_back(least + (enough - least) * at / kSteps);
@@ -101,13 +101,13 @@ TEST_P(Memory, ThatIsTooSmallIsAnErrorOfItsOwn) {
         << memory << " bytes: " << result.err;
   }
   std::printf("%s: %zu sizes from %zu to %zu KiB were too small\n", name, failures, least >> 10, enough >> 10);
-  EXPECT_GT(failures, 8u);
+  EXPECT_GT(failures, 6u);
 }
 
 std::vector<Line> lines() {
   const std::string file = large_file();
   std::string commands = "create domain d\n";
-  for (int map = 0; map < 2000; ++map)
+  for (int map = 0; map < 500; ++map)
     commands += "create class c" + std::to_string(map) + " {filters: [{attribute: x, present: true}]}\n";
   return {{"check", {"check", "-"}, file},
           {"config", {"config", "-"}, file},
