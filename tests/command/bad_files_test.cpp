@@ -613,7 +613,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"AMissingClassMap",
                 "domains: {d: }\npolicy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: []}]}, f: "
                 "{rules: [{number: 1, class: c, actions: []}]}}}}\n",
-                "2:60: error: class-map 'c' is used by rule p/e/1 and 1 other, but not defined"},
+                "2:59: error: class-map 'c' is used by rule p/e/1 and 1 other, but not defined"},
         Mistake{"AMissingEvent",
                 "domains: {d: }\npolicy-maps: {p: {events: {e: {rules: []}}}}\ntargets: {t: {policies: [p]}}\n"
                 "scenario: [{event: x, target: t}, {event: x, target: t}, {event: x, target: t}]\n",
