@@ -4,10 +4,11 @@
 
 #include "command/command.h"
 #include "command/exit_codes.h"
+#include "command/format.h"
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/report.h"
-#include "command/terminal.h"
+#include "simulator/findings/of_diagnostics.h"
 #include "simulator/policy/diagnostics_json.h"
 #include "simulator/text/text.h"
 
@@ -17,20 +18,18 @@ namespace command {
 
 namespace {
 
-// The result of one file: a line and an object.
+// The result of one file.
 struct Checked {
   int code = kSuccess;
-  std::string errors;
-  std::string text;
-  Json json;
+  Loaded loaded;
 };
 
 std::string count_of(size_t count, const std::string &one, const std::string &several) {
   return concat(count, " ", count == 1 ? one : several);
 }
 
-std::string summary(const PolicyFile &file) {
-  return concat(file.path, ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
+std::string good_line(const PolicyFile &file) {
+  return concat(file.shown_path(), ": good: ", count_of(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
                 count_of(file.class_maps.size(), "class-map", "class-maps"), ", ",
                 count_of(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
                 count_of(file.targets.size(), "target", "targets"), "\n");
@@ -46,23 +45,22 @@ Json objects_json(const PolicyFile &file) {
 }
 
 Checked check(const std::string &path) {
-  const Loaded loaded = load_path(path);
-  Checked checked;
-  if (loaded.file) {
-    Repository repository(*loaded.file);
-    repository.build();
-    checked.code = finish(repository);
-    if (checked.code == kSuccess) checked.text = summary(*loaded.file);
-  } else {
-    checked.code = kBadFile;
-    checked.errors = render(loaded.diagnostics, loaded.source, terminal::colours(terminal::Stream::err));
-  }
-  checked.json["file"] = loaded.source.name();
-  checked.json["good"] = checked.code == kSuccess;
-  checked.json["errors"] = errors_json(loaded.diagnostics);
-  checked.json["more_errors"] = loaded.diagnostics.count() - checked.json["errors"].size();
-  checked.json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
+  Checked checked = {kBadFile, load_path(path)};
+  if (!checked.loaded.file) return checked;
+  Repository repository(*checked.loaded.file);
+  repository.build();
+  checked.code = finish(repository);
   return checked;
+}
+
+Json json_of(const Checked &checked) {
+  const Loaded &loaded = checked.loaded;
+  Json json;
+  json["file"] = loaded.source.name();
+  json["good"] = checked.code == kSuccess;
+  add_errors(json, loaded.diagnostics);
+  json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
+  return json;
 }
 
 class CheckCommand final : public Command {
@@ -72,44 +70,55 @@ class CheckCommand final : public Command {
 
   void declare(Options &options) override {
     options.required_arguments("FILE", paths_, "Policy files; - is standard input");
-    options.flag("--json", json_, "Write one JSON object, errors included");
+    format_.declare(options);
     options.epilogue(
         "Loads each file into a scratch repository and reports all errors at once.\n"
         "Exit code 0: all files are good; 65: at least one is not.\n\n"
         "Examples:\n"
         "  zar check policy.yaml\n"
         "  zar check examples/*.yaml\n"
-        "  zar check policy.yaml --json");
+        "  zar check policy.yaml --json\n"
+        "  zar check policies/*.yaml --format sarif > policies.sarif");
   }
 
   int run() override {
     if (!name_stdin_once(paths_)) return kUsage;
     int worst = kSuccess;
     Json files = Json::array();
+    findings::Report all;
     for (const std::string &path : paths_)
-      worst = std::max(worst, work_on_one([&] { return check_one(path, files); }));
-    if (json_) {
+      worst = std::max(worst, work_on_one([&] { return check_one(path, files, all); }));
+    if (format_.format() == Format::json) {
       Json object = begin_json("check");
       object["good"] = worst == kSuccess;
       object["files"] = std::move(files);
       print_json(std::cout, object);
     }
+    print_report(all, format_.format(), worst);
     return worst;
   }
 
  private:
-  int check_one(const std::string &path, Json &files) const {
-    Checked checked = check(path);
-    if (!json_) {
-      std::cerr << checked.errors;
-      std::cout << checked.text;
+  int check_one(const std::string &path, Json &files, findings::Report &all) const {
+    const Checked checked = check(path);
+    switch (format_.format()) {
+      case Format::text:
+        report(checked.loaded.diagnostics, checked.loaded.source);
+        if (checked.code == kSuccess) std::cout << good_line(*checked.loaded.file);
+        break;
+      case Format::json:
+        files.push_back(json_of(checked));
+        break;
+      case Format::sarif:
+      case Format::github:
+        findings::add_diagnostics(all, checked.loaded.diagnostics, checked.loaded.source);
+        break;
     }
-    files.push_back(std::move(checked.json));
     return checked.code;
   }
 
   std::vector<std::string> paths_;
-  bool json_ = false;
+  FormatOption format_;
 };
 
 }  // namespace

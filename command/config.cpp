@@ -51,8 +51,9 @@ class ConfigCommand final : public Command {
   }
 
   int run() override {
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
+    FileLoader loader(json_);
+    const std::optional<PolicyFile> file = loader.load(path_);
+    if (!file) return loader.refuse(name());
     Complaints problems;
     const std::optional<PolicyFile> running = inventory::read_back(*file, problems);
     if (!running) return report_internal(problems);

@@ -43,11 +43,12 @@ class DiffCommand final : public Command {
 
   int run() override {
     if (!name_stdin_once({before_, after_, scenario_})) return kUsage;
-    const std::optional<PolicyFile> before = load_file(before_);
-    const std::optional<PolicyFile> after = load_file(after_);
+    FileLoader loader(json_);
+    const std::optional<PolicyFile> before = loader.load(before_);
+    const std::optional<PolicyFile> after = loader.load(after_);
     std::optional<PolicyFile> scenario;
-    if (!scenario_.empty()) scenario = load_file(scenario_);
-    if (!before || !after || (!scenario_.empty() && !scenario)) return kBadFile;
+    if (!scenario_.empty()) scenario = loader.load(scenario_);
+    if (!before || !after || (!scenario_.empty() && !scenario)) return loader.refuse(name());
 
     const Files files = {&*before, &*after};
     const std::vector<ObjectChange> changes = diff::compare(*before, *after);

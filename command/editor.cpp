@@ -2,6 +2,9 @@
 
 #include <csignal>
 #include <cstdio>
+#include <new>
+
+#include "simulator/text/text.h"
 
 namespace command {
 
@@ -16,6 +19,7 @@ char *prompt(EditLine *) {
 
 Editor::Editor(Complete complete)
     : complete_(std::move(complete)), line_(el_init("zar", stdin, stdout, stderr)), history_(history_init()) {
+  if (!line_ || !history_) throw std::bad_alloc();
   constexpr int kRemembered = 1000;
   HistEvent event;
   history(history_, &event, H_SETSIZE, kRemembered);
@@ -93,7 +97,7 @@ unsigned char Editor::complete_word(EditLine *line, int) {
   if (completion.candidates.empty()) return CC_ERROR;
   std::fputs("\n", stdout);
   for (const std::string &candidate : completion.candidates)
-    std::fprintf(stdout, "%s  ", candidate.c_str());
+    std::fprintf(stdout, "%s  ", simulator::escape_control_characters(candidate).c_str());
   std::fputs("\n", stdout);
   return CC_REDISPLAY;
 }

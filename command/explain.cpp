@@ -44,8 +44,9 @@ class ExplainCommand final : public Command {
   }
 
   int run() override {
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
+    FileLoader loader(json_);
+    const std::optional<PolicyFile> file = loader.load(path_);
+    if (!file) return loader.refuse(name());
     const std::optional<Step> step = given_step(*file);
     if (!step) return kUsage;
 

@@ -37,8 +37,9 @@ class GraphCommand final : public Command {
   }
 
   int run() override {
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
+    FileLoader loader(json_);
+    const std::optional<PolicyFile> file = loader.load(path_);
+    if (!file) return loader.refuse(name());
     Complaints problems;
     const std::optional<Graph> made = graph::graph_of_file(*file, problems);
     if (!made) return report_internal(problems);

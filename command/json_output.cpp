@@ -1,5 +1,10 @@
 #include "command/json_output.h"
 
+#include <algorithm>
+
+#include "simulator/text/text.h"
+#include "simulator/text/utf8.h"
+
 using namespace simulator;
 
 namespace command {
@@ -9,8 +14,32 @@ namespace {
 constexpr int kSchemaVersion = 1;
 constexpr int kIndent = 2;
 
+// JSON's escape for a character; one behind the first 65,536 is a pair of them.
+std::string escape_in_json(char32_t character) {
+  if (character < 0x10000) return (character < 0x80 ? "\\u00" : "\\u") + escape_of(character).substr(2);
+  const char32_t bits = character - 0x10000;
+  return escape_in_json(0xd800 + (bits >> 10U)) + escape_in_json(0xdc00 + (bits & 0x3ffU));
+}
+
+// What JSON would leave as it is although nobody can see it. It stands inside texts; newlines are layout.
+std::string with_escapes(const std::string &json) {
+  const bool is_ascii = std::all_of(json.begin(), json.end(), [](char byte) { return byte > 0 && byte < 0x7f; });
+  if (is_ascii) return json;
+  std::string escaped;
+  for (std::string_view rest = json; !rest.empty();) {
+    const Character character = front_of(rest);
+    if (character.code >= 0x7f && is_unseen(character.code)) {
+      escaped += escape_in_json(character.code);
+    } else {
+      escaped += rest.substr(0, character.length);
+    }
+    rest.remove_prefix(character.length);
+  }
+  return escaped;
+}
+
 std::string dumped(const Json &value) {
-  return value.dump(kIndent, ' ', false, Json::error_handler_t::replace);
+  return with_escapes(value.dump(kIndent, ' ', false, Json::error_handler_t::replace));
 }
 
 std::string indent(size_t depth) {
@@ -41,6 +70,12 @@ Json begin_json(std::string_view command) {
   Json object;
   object["schema_version"] = kSchemaVersion;
   object["command"] = command;
+  return object;
+}
+
+Json file_errors_object(std::string_view command, Json file_errors) {
+  Json object = begin_json(command);
+  object["file_errors"] = std::move(file_errors);
   return object;
 }
 

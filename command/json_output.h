@@ -17,6 +17,9 @@ using simulator::Json;
 // An object with the members that every output begins with.
 Json begin_json(std::string_view command);
 
+// The object of a command that got no file to work on: what is wrong with its files, and nothing else.
+Json file_errors_object(std::string_view command, Json file_errors);
+
 // Prints it indented, with a newline at the end. Invalid UTF-8, which can only come from the command line, is replaced.
 void print_json(std::ostream &out, const Json &object);
 

@@ -1,12 +1,17 @@
-// zar lint: lists the faults that can be proven in a policy file that loads.
+// zar lint: lists the faults that can be proven in policy files that load.
+#include <algorithm>
 #include <iostream>
 
 #include "command/command.h"
 #include "command/exit_codes.h"
+#include "command/format.h"
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/report.h"
+#include "command/terminal.h"
+#include "simulator/findings/of_diagnostics.h"
 #include "simulator/lint/render.h"
+#include "simulator/policy/diagnostics_json.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -23,47 +28,112 @@ class LintCommand final : public Command {
   const char *summary() const override { return "Find rules that never run and objects that nothing uses"; }
 
   void declare(Options &options) override {
-    options.required_argument("FILE", path_, "The policy file; - is standard input");
-    options.flag("--json", json_, "Write one JSON object");
+    options.required_arguments("FILE", paths_, "Policy files; - is standard input");
+    format_.declare(options);
     options.epilogue(
         "Reports only what is proven: rules that earlier rules of a match-first event leave\n"
         "nothing to, class-maps that can never match, statements that are never reached, unused\n"
         "class-maps and parameter-maps, policy-maps that are active nowhere, and events that\n"
         "neither the scenario nor the tests can raise; with attributes that show it.\n"
-        "Exit code 0: nothing was found; 1: something was.\n\n"
+        "Exit code 0: nothing was found; 1: something was; 65: a file is bad.\n\n"
         "Examples:\n"
         "  zar lint examples/broadband.yaml\n"
-        "  zar lint policy.yaml --json");
+        "  zar lint policy.yaml --json\n"
+        "  zar lint policies/*.yaml --format github");
   }
 
   int run() override {
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
-
-    const lint::Findings findings = lint::find_all(*file);
-    if (json_) {
-      write_json(*file, findings);
-    } else {
-      for (const Finding &finding : findings.all)
-        std::cout << lint::text_of_finding(*file, finding);
-    }
-    if (!findings.complete) complain(concat(file->path, ": too much to prove: there may be more"));
-    return findings.all.empty() ? kSuccess : kNo;
+    if (!name_stdin_once(paths_)) return kUsage;
+    int worst = kSuccess;
+    Output output;
+    for (const std::string &path : paths_)
+      worst = std::max(worst, work_on_one([&] { return lint_one(path, output); }));
+    if (format_.format() == Format::json) write_json(std::move(output));
+    print_report(output.report, format_.format(), worst);
+    return worst;
   }
 
  private:
-  static void write_json(const PolicyFile &file, const lint::Findings &findings) {
-    Json object = begin_json("lint");
+  // What is written once all files are done.
+  struct Output {
+    Json files = Json::array();
+    Json file_errors = Json::array();
+    findings::Report report;
+  };
+
+  int lint_one(const std::string &path, Output &output) const {
+    const Loaded loaded = load_path(path);
+    if (!loaded.file) {
+      refuse(loaded, output);
+      return kBadFile;
+    }
+    const lint::Findings findings = lint::find_all(*loaded.file);
+    write(loaded, findings, output);
+    if (!findings.complete) complain(concat(loaded.file->path, kIncomplete));
+    return findings.all.empty() ? kSuccess : kNo;
+  }
+
+  void refuse(const Loaded &loaded, Output &output) const {
+    switch (format_.format()) {
+      case Format::text:
+        return report(loaded.diagnostics, loaded.source);
+      case Format::json:
+        output.file_errors.push_back(file_errors_json(loaded.source.name(), loaded.diagnostics));
+        return;
+      case Format::sarif:
+      case Format::github:
+        return findings::add_diagnostics(output.report, loaded.diagnostics, loaded.source);
+    }
+  }
+
+  void write(const Loaded &loaded, const lint::Findings &findings, Output &output) const {
+    const PolicyFile &file = *loaded.file;
+    const Colours colours = terminal::colours(terminal::Stream::out);
+    switch (format_.format()) {
+      case Format::text:
+        for (const Finding &finding : findings.all)
+          std::cout << lint::text_of_finding(file, loaded.source, finding, colours);
+        return;
+      case Format::json:
+        output.files.push_back(json_of(file, findings));
+        return;
+      case Format::sarif:
+      case Format::github:
+        for (const Finding &finding : findings.all)
+          output.report.findings.push_back(lint::report_of_finding(file, finding));
+        if (!findings.complete) output.report.remarks.push_back(concat(file.path, kIncomplete));
+        return;
+    }
+  }
+
+  static Json json_of(const PolicyFile &file, const lint::Findings &findings) {
+    Json object;
     object["file"] = file.path;
     object["complete"] = findings.complete;
     object["findings"] = Json::array();
     for (const Finding &finding : findings.all)
       object["findings"].push_back(lint::json_of_finding(finding));
+    return object;
+  }
+
+  // The object of a single file has no list of files.
+  void write_json(Output output) const {
+    Json object = begin_json("lint");
+    if (paths_.size() > 1) {
+      object["files"] = std::move(output.files);
+      object["file_errors"] = std::move(output.file_errors);
+    } else if (!output.files.empty()) {
+      object.update(output.files[0]);
+    } else {
+      object["file_errors"] = std::move(output.file_errors);
+    }
     print_json(std::cout, object);
   }
 
-  std::string path_;
-  bool json_ = false;
+  static constexpr const char *kIncomplete = ": too much to prove: there may be more";
+
+  std::vector<std::string> paths_;
+  FormatOption format_;
 };
 
 }  // namespace

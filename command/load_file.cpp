@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 
+#include "command/exit_codes.h"
+#include "command/json_output.h"
 #include "command/report.h"
+#include "simulator/policy/diagnostics_json.h"
 #include "simulator/policy/load.h"
 
 using namespace simulator;
@@ -18,10 +22,19 @@ Loaded load_path(const std::string &path) {
   return {std::move(source), std::move(diagnostics), std::move(file)};
 }
 
-std::optional<PolicyFile> load_file(const std::string &path) {
+std::optional<PolicyFile> FileLoader::load(const std::string &path) {
   Loaded loaded = load_path(path);
-  report(loaded.diagnostics, loaded.source);
+  if (!json_) {
+    report(loaded.diagnostics, loaded.source);
+  } else if (!loaded.file) {
+    errors_.push_back(file_errors_json(loaded.source.name(), loaded.diagnostics));
+  }
   return std::move(loaded.file);
+}
+
+int FileLoader::refuse(std::string_view command) const {
+  if (json_) print_json(std::cout, file_errors_object(command, errors_));
+  return kBadFile;
 }
 
 bool name_stdin_once(const std::vector<std::string> &paths) {

@@ -1,6 +1,7 @@
 // zar: the policy simulator.
 #include <exception>
 #include <iostream>
+#include <new>
 
 #include "command/exit_codes.h"
 #include "command/program.h"
@@ -38,9 +39,12 @@ int run_program(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  command::end_when_out_of_memory();
   std::ios::sync_with_stdio(false);
   try {
     return run_program(argc, argv);
+  } catch (const std::bad_alloc &) {
+    return command::report_out_of_memory();
   } catch (const std::exception &error) {
     command::complain(simulator::concat("internal error: ", error.what()));
     return command::kInternal;

@@ -1,10 +1,15 @@
 #include "command/report.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <new>
 
 #include "command/exit_codes.h"
 #include "command/terminal.h"
+#include "runtime/control.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -12,6 +17,8 @@ using namespace simulator;
 namespace command {
 
 namespace {
+
+constexpr std::string_view kOutOfMemory = "out of memory";
 
 std::string &origin() {
   static std::string text = "zar";
@@ -37,7 +44,22 @@ void report(const Diagnostics &diagnostics, const Source &source) {
   std::cerr << render(diagnostics, source, terminal::colours(terminal::Stream::err));
 }
 
+int report_out_of_memory() {
+  complain(kOutOfMemory);
+  return kInternal;
+}
+
+void end_when_out_of_memory() {
+  std::set_new_handler([] {
+    // Nothing here may allocate. If the message cannot be written, nobody can be informed.
+    constexpr std::string_view kMessage = "zar: out of memory\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kMessage.data(), kMessage.size());
+    std::_Exit(kInternal);
+  });
+}
+
 int report_internal(const Complaints &problems) {
+  if (!problems.empty() && runtime::requests_out_of_memory() != 0) return report_out_of_memory();
   for (const std::string &problem : problems)
     complain(concat("internal error: ", problem));
   return problems.empty() ? kSuccess : kInternal;
@@ -46,6 +68,8 @@ int report_internal(const Complaints &problems) {
 int work_on_one(const std::function<int()> &work) {
   try {
     return work();
+  } catch (const std::bad_alloc &) {
+    return report_out_of_memory();
   } catch (const std::exception &error) {
     return report_internal({error.what()});
   }

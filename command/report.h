@@ -20,8 +20,16 @@ void complain_from(std::string from);
 // Prints the errors of a policy file.
 void report(const simulator::Diagnostics &diagnostics, const simulator::Source &source);
 
-// Reports what should never happen. Returns its exit code.
+// Reports what should never happen. Returns its exit code. If memory ran out, this is all that it says: everything else
+// follows from that.
 int report_internal(const simulator::Complaints &problems);
+
+// "zar: out of memory". Returns its exit code.
+int report_out_of_memory();
+
+// From now on the process ends with this message and code as soon as the C++ library gets no memory. An exception could
+// not do it: the library calls back into code that allocates, and no exception may pass through the library.
+void end_when_out_of_memory();
 
 // Does the work on one of several files. An exception is reported and costs only this file.
 //

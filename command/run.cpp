@@ -71,23 +71,25 @@ class RunCommand final : public Command {
  private:
   int run_files() const {
     int worst = kSuccess;
+    FileLoader loader(json_);
     Json bad_files = Json::array();
     std::optional<JsonStream> files;
     if (paths_.size() > 1) files = begin_files();
     for (const std::string &path : paths_) {
       std::optional<Prepared> prepared;
       const int code = work_on_one([&] {
-        const int good = prepare(path, prepared);
+        const int good = prepare(path, loader, prepared);
         // If the events are wrong for the only file, this is just wrong usage, without any output.
         if (good != kUsage && !files) files = begin_files();
         if (!prepared) return good;
-        if (!json_ && paths_.size() > 1) std::cout << (path == paths_[0] ? "" : "\n") << "file " << path << "\n\n";
+        if (!json_ && paths_.size() > 1)
+          std::cout << (path == paths_[0] ? "" : "\n") << "file " << escape_control_characters(path) << "\n\n";
         return play(*prepared, files ? &*files : nullptr);
       });
       worst = std::max(worst, code);
       if (!prepared) bad_files.push_back(path);
     }
-    end_files(files, std::move(bad_files));
+    end_files(files, std::move(bad_files), loader.errors());
     return worst;
   }
 
@@ -96,16 +98,17 @@ class RunCommand final : public Command {
     return JsonStream(std::cout, begin_json("run"), "files");
   }
 
-  static void end_files(std::optional<JsonStream> &files, Json bad_files) {
+  static void end_files(std::optional<JsonStream> &files, Json bad_files, Json file_errors) {
     if (!files) return;
     Json tail;
     tail["bad_files"] = std::move(bad_files);
+    tail["file_errors"] = std::move(file_errors);
     files->end(tail);
   }
 
   // Returns an exit code; sets 'prepared' on success.
-  int prepare(const std::string &path, std::optional<Prepared> &prepared) const {
-    std::optional<PolicyFile> file = load_file(path);
+  int prepare(const std::string &path, FileLoader &loader, std::optional<Prepared> &prepared) const {
+    std::optional<PolicyFile> file = loader.load(path);
     if (!file) return kBadFile;
     std::optional<std::vector<Step>> given = given_steps(*file);
     if (!given) return kUsage;

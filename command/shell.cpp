@@ -10,8 +10,10 @@
 #include "command/report.h"
 #include "command/terminal.h"
 #include "command/trace_levels.h"
+#include "runtime/control.h"
 #include "simulator/explanation/explanation_json.h"
 #include "simulator/explanation/outline.h"
+#include "simulator/policy/diagnostics_json.h"
 #include "simulator/session/commands.h"
 #include "simulator/session/completion.h"
 
@@ -32,24 +34,37 @@ std::string text_of_event(const ShownEvent &event, const PolicyFile &file) {
   return concat(event.step.event.value, " at ", event.step.target.value, "\n", outline(event.explanation));
 }
 
-void report_trouble(const session::Trouble &trouble) {
+void report_rejected(const session::Trouble &trouble) {
   if (const std::optional<session::Trouble::Rejected> &rejected = trouble.rejected)
     report(rejected->diagnostics, rejected->source);
-  for (const std::string &complaint : trouble.complaints)
-    complain(complaint);
 }
 
-// What every line does, whether from a person or a program.
+// The same as a list of the errors of a file, for JSON.
+Json json_of_rejected(const session::Trouble &trouble) {
+  Json errors = Json::array();
+  if (const std::optional<session::Trouble::Rejected> &rejected = trouble.rejected)
+    errors.push_back(file_errors_json(rejected->source.name(), rejected->diagnostics));
+  return errors;
+}
+
+// What every line does, whether from a person or a program. If it failed for lack of memory, its complaints only follow
+// from that.
 Reply run_line(Session &session, const std::string &line, size_t number) {
+  const uint64_t before = runtime::requests_out_of_memory();
   Reply reply = run(session, line, number);
   if (reply.trace_level) show_trace(*reply.trace_level);
-  report_trouble(reply.trouble);
+  if (reply.status == Status::failed && runtime::requests_out_of_memory() != before) {
+    report_out_of_memory();
+  } else {
+    complain(reply.trouble.complaints);
+  }
   return reply;
 }
 
 // Messages of the library go to another stream; the flush makes them appear next to their command.
 Status print_line(Session &session, const std::string &line, size_t number) {
   const Reply reply = run_line(session, line, number);
+  report_rejected(reply.trouble);
   std::cout << reply.output;
   if (reply.event) std::cout << text_of_event(*reply.event, session.file());
   std::cout.flush();
@@ -74,6 +89,7 @@ Status add_line(Session &session, const std::string &line, size_t number, JsonSt
   entry["command"] = line;
   entry["done"] = reply.status != Status::failed;
   entry["output"] = reply.output;
+  entry["file_errors"] = json_of_rejected(reply.trouble);
   entry["explanation"] = nullptr;
   if (const std::optional<ShownEvent> &event = reply.event)
     entry["explanation"] = explanation_json(event->explanation, session.file(), event->step, event->level);
@@ -90,7 +106,7 @@ int follow(Session &session, JsonStream *commands) {
     if (status == Status::quit) break;
     if (status == Status::failed) {
       complain("the session ends at this command");
-      return kBadFile;
+      return runtime::requests_out_of_memory() == 0 ? kBadFile : kInternal;
     }
   }
   return kSuccess;
@@ -137,7 +153,13 @@ class ShellCommand final : public Command {
     session::Trouble trouble;
     int code = session.begin(trouble) ? kSuccess : kInternal;
     if (code == kSuccess && path_ && !session.load(*path_, trouble)) code = kBadFile;
-    report_trouble(trouble);
+    if (code != kSuccess && runtime::requests_out_of_memory() != 0) return report_out_of_memory();
+    complain(trouble.complaints);
+    if (!json_) {
+      report_rejected(trouble);
+    } else if (trouble.rejected) {
+      print_json(std::cout, file_errors_object(name(), json_of_rejected(trouble)));
+    }
     return code;
   }
 

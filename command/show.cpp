@@ -52,8 +52,9 @@ class ShowCommand final : public Command {
 
   int run() override {
     if (!read_kind()) return kUsage;
-    const std::optional<PolicyFile> file = load_file(path_);
-    if (!file) return kBadFile;
+    FileLoader loader(json_);
+    const std::optional<PolicyFile> file = loader.load(path_);
+    if (!file) return loader.refuse(name());
     if (!is_known_name(*file)) return kUsage;
     return listing_ ? show_listing(*file) : show_objects(*file);
   }

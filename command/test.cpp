@@ -41,11 +41,12 @@ class TestCommand final : public Command {
     int worst = kSuccess;
     size_t passed = 0;
     size_t failed = 0;
+    FileLoader loader(json_);
     Json files = Json::array();
     Json bad_files = Json::array();
     for (const std::string &path : paths_) {
       std::optional<Report> report;
-      worst = std::max(worst, work_on_one([&] { return test(path, report); }));
+      worst = std::max(worst, work_on_one([&] { return test(path, loader, report); }));
       if (!report) {
         bad_files.push_back(path);
         continue;
@@ -56,7 +57,7 @@ class TestCommand final : public Command {
       files.push_back(std::move(report->json));
     }
     if (json_) {
-      write_json(passed, failed, std::move(bad_files), std::move(files));
+      write_json(passed, failed, std::move(bad_files), loader.errors(), std::move(files));
     } else if (paths_.size() > 1) {
       std::cout << concat("all files: ", passed, " passed, ", failed, " failed\n");
     }
@@ -64,17 +65,18 @@ class TestCommand final : public Command {
   }
 
  private:
-  static void write_json(size_t passed, size_t failed, Json bad_files, Json files) {
+  static void write_json(size_t passed, size_t failed, Json bad_files, Json file_errors, Json files) {
     Json object = begin_json("test");
     object["passed"] = passed;
     object["failed"] = failed;
     object["bad_files"] = std::move(bad_files);
+    object["file_errors"] = std::move(file_errors);
     object["files"] = std::move(files);
     print_json(std::cout, object);
   }
 
-  int test(const std::string &path, std::optional<Report> &report) const {
-    const std::optional<PolicyFile> file = load_file(path);
+  int test(const std::string &path, FileLoader &loader, std::optional<Report> &report) const {
+    const std::optional<PolicyFile> file = loader.load(path);
     if (!file) return kBadFile;
     Complaints problems;
     report = report_on_tests(*file, terminal::colours(terminal::Stream::out), problems);

@@ -62,12 +62,22 @@ std::string describe_flag_with_value(const CLI::App &parser, const Arguments &ar
   return {};
 }
 
+// "LEVEL:{a, b}" and "PERCENT:0 to 100", as the help has them, in words.
+std::string describe_type(const CLI::Option &option) {
+  const std::string type = option.get_type_name();
+  const size_t colon = type.find(':');
+  if (colon == std::string::npos) return type;
+  const std::string values = type.substr(colon + 1);
+  const bool is_list = values.starts_with('{') && values.ends_with('}');
+  return is_list ? concat("one of ", values.substr(1, values.size() - 2)) : values;
+}
+
 // An option takes any argument after it as its value, so only the last argument can lack one.
 std::string describe_missing_value(const CLI::App &parser, const Arguments &arguments) {
   const std::string &last = arguments.back();
   const CLI::Option *option = parser.get_option_no_throw(last.substr(0, last.find('=')));
   if (!option) return {};
-  return concat(option->get_name(), " needs a value: ", option->get_type_name());
+  return concat(option->get_name(), " needs a value: ", describe_type(*option));
 }
 
 std::string describe_values(const CLI::App &parser, const Arguments &arguments) {
@@ -92,10 +102,13 @@ std::string describe_usage(const CLI::ParseError &error, const CLI::App &parser,
     case CLI::ExitCodes::ConversionError:
       sentence = describe_values(parser, arguments);
       break;
+    case CLI::ExitCodes::ValidationError:
+      // The option's name and the sentence of a check of our own.
+      return error.what();
     default:
       break;
   }
-  return sentence.empty() ? error.what() : sentence;
+  return sentence.empty() ? "the arguments cannot be understood" : sentence;
 }
 
 }  // namespace command

@@ -98,6 +98,9 @@ struct Request {
 void record_requests(bool on);
 const std::vector<Request> &recorded_requests();
 
+// Requests so far that were refused because there was no memory. Those that a schedule of faults refused do not count.
+uint64_t requests_out_of_memory();
+
 // A text removed from the string database while requests are recorded: the text and the tag of the removal.
 struct TextRemoval {
   std::string text;

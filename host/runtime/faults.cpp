@@ -1,5 +1,6 @@
 #include <array>
 #include <new>
+#include <utility>
 
 #include "host/runtime/monitor.h"
 
@@ -61,6 +62,7 @@ bool refused_by_watch(Service service, uint32_t tag, size_t size, std::string_vi
   bool any_strikes = watch().any.strikes();
   bool failed = schedule_of(service).strikes() || any_strikes;
   if (failed) ++watch().injected;
+  monitor.struck = failed;
   try {
     if (monitor.recording) record(service, tag, size, text, failed);
   } catch (const std::bad_alloc &) {
@@ -71,6 +73,7 @@ bool refused_by_watch(Service service, uint32_t tag, size_t size, std::string_vi
 }
 
 void note_out_of_memory() noexcept {
+  if (!std::exchange(monitor.struck, false)) ++monitor.out_of_memory;
   if (monitor.recording && !watch().requests.empty()) watch().requests.back().failed = true;
 }
 
@@ -81,6 +84,10 @@ void note_text_removal(std::string_view text, uint32_t tag) noexcept {
   } catch (const std::bad_alloc &) {
     monitor.recording = false;  // an incomplete recording would mislead; an empty one does not
   }
+}
+
+uint64_t requests_out_of_memory() {
+  return monitor.out_of_memory;
 }
 
 void record_requests(bool on) {

@@ -19,6 +19,8 @@ struct Monitor {
   bool lose_next_pointer = false;
   bool fail_next_tree_delete = false;
   uint64_t requests[kServices] = {};  // for records: only those that were refused
+  bool struck = false;                // a schedule made the last request fail
+  uint64_t out_of_memory = 0;         // requests that were refused for lack of memory, not by a schedule
 };
 extern constinit Monitor monitor;
 

@@ -32,18 +32,19 @@ _zar() {
 
   case $before in
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
+    --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
     --event | --set | --clear | --min-coverage) return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
-      check) words='--json' ;;
+      check) words='--format --json' ;;
       config) words='--json' ;;
       diff) words='--replay --json' ;;
       explain) words='--event --set --clear --level --json' ;;
       graph) words='--json' ;;
       help) words='' ;;
-      lint) words='--json' ;;
+      lint) words='--format --json' ;;
       run) words='--event --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;

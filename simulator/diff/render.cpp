@@ -51,7 +51,7 @@ Counts count(const std::vector<ObjectChange> &changes) {
 
 std::string text_of_change(const ObjectChange &change, const Files &files, Colours colours) {
   const auto at = [](const PolicyFile &file, const Object &object) {
-    return concat(file.path, ":", object.position.line);
+    return concat(file.shown_path(), ":", object.position.line);
   };
   const Object &object = change.before ? *change.before : *change.after;
   std::string text = concat(painted_name_of_change(change, colours), " ");
@@ -123,7 +123,7 @@ size_t count_of(const Replayed &replayed, const std::string &aspect) {
 
 std::string event_text(const PolicyFile &scenario, size_t number) {
   const Step &step = scenario.scenario[number];
-  return concat(scenario.path, ":", step.position.line, ": [", number + 1, "] ", step.event.value, " at ",
+  return concat(scenario.shown_path(), ":", step.position.line, ": [", number + 1, "] ", step.event.value, " at ",
                 step.target.value);
 }
 
@@ -155,9 +155,10 @@ std::string text_of_replay(const Replayed &replayed, const PolicyFile &scenario,
 
   text += concat("the first difference: ", event_text(scenario, replayed.different[0].number), "\n");
   text += compared(replayed.first_before, replayed.first_after);
-  text +=
-      concat("in ", files.before->path, "\n", indented(text_of_step(replayed.before, *files.before, colours), "  "));
-  text += concat("in ", files.after->path, "\n", indented(text_of_step(replayed.after, *files.after, colours), "  "));
+  text += concat("in ", files.before->shown_path(), "\n",
+                 indented(text_of_step(replayed.before, *files.before, colours), "  "));
+  text += concat("in ", files.after->shown_path(), "\n",
+                 indented(text_of_step(replayed.after, *files.after, colours), "  "));
   return text;
 }
 

@@ -73,7 +73,7 @@ std::string Writer::verdict_word(engine::Verdict verdict) const {
 }
 
 void Writer::line(Position position, std::string text) {
-  lines_.push_back({concat(file_->path_of(position), ":", position.line), depth_, std::move(text)});
+  lines_.push_back({concat(file_->shown_path_of(position), ":", position.line), depth_, std::move(text)});
 }
 
 std::string Writer::text() const {
@@ -107,7 +107,7 @@ void Writer::write(const EventExplanation &explanation, const Step &step) {
 void Writer::given(const Step &step) {
   const auto origin = [&](Position position) {
     const Position from = position.line != 0 ? position : step.position;
-    return from.line != 0 ? concat(file_->path_of(from), ":", from.line) : std::string("-");
+    return from.line != 0 ? concat(file_->shown_path_of(from), ":", from.line) : std::string("-");
   };
   for (const Name &attribute : step.clear)
     lines_.push_back({origin(attribute.position), depth_, concat("given: no ", attribute.value)});

@@ -31,8 +31,8 @@ std::optional<Graph> graph_of_file(const PolicyFile &file, Complaints &problems)
 }
 
 std::string caption_of(const PolicyFile &file) {
-  if (file.scenario.empty()) return concat(file.path, ", without a scenario");
-  return concat(file.path, ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
+  if (file.scenario.empty()) return concat(file.shown_path(), ", without a scenario");
+  return concat(file.shown_path(), ": ", file.scenario.size(), file.scenario.size() == 1 ? " event" : " events",
                 " of the scenario. On edges: how often; to a rule or statement: matches of tries.");
 }
 

@@ -1,6 +1,7 @@
 #include "simulator/lint/render.h"
 
 #include "simulator/policy/position_json.h"
+#include "simulator/text/excerpt.h"
 #include "simulator/text/text.h"
 
 namespace simulator::lint {
@@ -13,6 +14,10 @@ std::string text_of_input(const Input &input) {
   for (const auto &[attribute, value] : input)
     text += concat(text.empty() ? "" : ", ", attribute, " is ", value ? as_word(*value) : "absent");
   return text;
+}
+
+std::string example_of(const Input &input) {
+  return "for example: " + text_of_input(input);
 }
 
 Json json_of_input(const Input &input) {
@@ -31,13 +36,30 @@ Json json_of_input(const Input &input) {
 
 }  // namespace
 
-std::string text_of_finding(const PolicyFile &file, const Finding &finding) {
-  const auto at = [&](Position position) { return concat(file.path, ":", position.line, ":", position.column, ": "); };
+std::string text_of_finding(const PolicyFile &file, const Source &source, const Finding &finding, Colours colours) {
+  const auto at = [&](Position position) {
+    return concat(file.shown_path(), ":", position.line, ":", position.column, ": ");
+  };
   std::string text = concat(at(finding.position), to_string(finding.kind), ": ", finding.message, "\n");
+  text += marked_line(finding.position.line, source.line(finding.position.line), finding.position.column, colours);
   for (const Reason &reason : finding.because)
     text += concat("  ", at(reason.position), reason.what, "\n");
-  if (finding.input) text += concat("  for example: ", text_of_input(*finding.input), "\n");
+  if (finding.input) text += concat("  ", example_of(*finding.input), "\n");
   return text;
+}
+
+findings::Finding report_of_finding(const PolicyFile &file, const Finding &finding) {
+  const auto place = [&](Position position) {
+    return findings::Place{file.path_of(position), position.line, position.column};
+  };
+  findings::Finding reported{.rule = to_string(finding.kind),
+                             .level = findings::Level::warning,
+                             .message = finding.message,
+                             .place = place(finding.position)};
+  if (finding.input) reported.notes.push_back(example_of(*finding.input));
+  for (const Reason &reason : finding.because)
+    reported.related.push_back({place(reason.position), reason.what});
+  return reported;
 }
 
 Json json_of_finding(const Finding &finding) {

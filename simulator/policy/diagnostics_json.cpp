@@ -21,13 +21,22 @@ Json error_json(const Diagnostic &diagnostic) {
 
 }  // namespace
 
-Json errors_json(const Diagnostics &diagnostics) {
+void add_errors(Json &object, const Diagnostics &diagnostics) {
   Json errors = Json::array();
   for (const Diagnostic &diagnostic : diagnostics.sorted()) {
     if (errors.size() == Diagnostics::kMostShown) break;
     errors.push_back(error_json(diagnostic));
   }
-  return errors;
+  const size_t shown = errors.size();
+  object["errors"] = std::move(errors);
+  object["more_errors"] = diagnostics.count() - shown;
+}
+
+Json file_errors_json(const std::string &file, const Diagnostics &diagnostics) {
+  Json object;
+  object["file"] = file;
+  add_errors(object, diagnostics);
+  return object;
 }
 
 }  // namespace simulator

@@ -6,7 +6,10 @@
 
 namespace simulator {
 
-// A list in the order of the positions, cut at the number that anybody reads.
-Json errors_json(const Diagnostics &diagnostics);
+// Adds "errors", a list in the order of the positions, cut at the number that anybody reads, and "more_errors", the
+// number of errors that were cut off.
+void add_errors(Json &object, const Diagnostics &diagnostics);
+// "file" and its errors.
+Json file_errors_json(const std::string &file, const Diagnostics &diagnostics);
 
 }  // namespace simulator

@@ -9,15 +9,29 @@ namespace {
 
 using Section = void (*)(const Reader &, const yaml::Node &, PolicyFile &);
 
-PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
+// What the sections hold, and whether they can hold all the names that the file defines. If not, a section was lost, and
+// it is of no use to report each name that was in it as unknown.
+struct Sections {
   PolicyFile file;
+  bool have_all_names = true;
+};
+
+Sections read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
+  Sections sections;
+  PolicyFile &file = sections.file;
   const Reader reader(diagnostics);
   const Fields fields(
       root, "a policy file",
       {"clients", "domains", "class-maps", "policy-maps", "parameter-maps", "targets", "scenario", "tests"},
       diagnostics);
+  sections.have_all_names = fields.is_sound();
   const auto section = [&](std::string_view key, Section read) {
-    if (const yaml::Node *node = fields.find(key)) read(reader, *node, file);
+    const yaml::Node *node = fields.find(key);
+    if (!node) return;
+    read(reader, *node, file);
+    const bool defines_names = key != "scenario" && key != "tests";
+    const bool is_mapping = node->kind == yaml::Kind::mapping || node->kind == yaml::Kind::null;
+    if (defines_names && !is_mapping) sections.have_all_names = false;
   };
   section("clients", read_clients);
   section("domains", read_domains);
@@ -27,7 +41,7 @@ PolicyFile read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   section("targets", read_targets);
   section("scenario", read_scenario);
   section("tests", read_tests);
-  return file;
+  return sections;
 }
 
 template <class Object, class Find>
@@ -66,7 +80,7 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics)
   const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
   if (!document) return false;
 
-  PolicyFile more = read_sections(document->root(), diagnostics);
+  PolicyFile more = read_sections(document->root(), diagnostics).file;
   check_names_are_new(file, more, diagnostics);
   // While a name means two things, no other check makes sense.
   if (!diagnostics.empty()) return false;
@@ -90,12 +104,13 @@ std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
   const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
   if (!document) return std::nullopt;
 
-  PolicyFile file = read_sections(document->root(), diagnostics);
+  Sections sections = read_sections(document->root(), diagnostics);
+  PolicyFile &file = sections.file;
   file.path = source.name();
   file.index();
-  resolve(file, {}, diagnostics);
+  if (sections.have_all_names) resolve(file, {}, diagnostics);
   if (!diagnostics.empty()) return std::nullopt;
-  return file;
+  return std::move(file);
 }
 
 }  // namespace simulator

@@ -88,6 +88,10 @@ uint8_t ParameterMap::filter_type_of(std::string_view attribute) const {
   return static_cast<uint8_t>(found - attributes.begin());
 }
 
+std::string PolicyFile::shown_path_of(Position position) const {
+  return escape_control_characters(path_of(position));
+}
+
 const Client *PolicyFile::find_client(std::string_view name) const {
   return find(clients, client_index_, name);
 }

@@ -191,6 +191,10 @@ struct PolicyFile {
     return position.source == 0 ? path : more_paths[position.source - 1];
   }
 
+  // The same for people, as every output shows texts from outside.
+  std::string shown_path_of(Position position) const;
+  std::string shown_path() const { return shown_path_of({}); }
+
   const Client *find_client(std::string_view name) const;
   const Domain *find_domain(std::string_view name) const;
   const ClassMap *find_class_map(std::string_view name) const;

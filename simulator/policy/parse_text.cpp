@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "simulator/text/text.h"
+#include "simulator/text/utf8.h"
 
 namespace simulator {
 
@@ -17,21 +18,32 @@ std::string_view take_front(std::string_view &text) {
   return front;
 }
 
-// The byte of an escape. 'text' begins after the backslash; what is read is removed from it.
-std::optional<char> take_escape(std::string_view &text) {
-  if (text.empty()) return std::nullopt;
+// Removes this many hexadecimal digits from 'text'.
+std::optional<uint32_t> take_digits(std::string_view &text, size_t count) {
+  if (text.size() < count) return std::nullopt;
+  uint32_t number = 0;
+  const char *const after = text.data() + count;
+  const auto [end, error] = std::from_chars(text.data(), after, number, 16);
+  if (error != std::errc() || end != after) return std::nullopt;
+  text.remove_prefix(count);
+  return number;
+}
+
+// Adds what an escape stands for. 'text' begins after the backslash; what is read is removed from it.
+bool take_escape(std::string_view &text, std::string &value) {
+  if (text.empty()) return false;
   const char letter = text[0];
   text.remove_prefix(1);
-  if (letter == '"' || letter == '\\') return letter;
-  if (letter == 'n') return '\n';
-  if (letter != 'x' || text.size() < 2) return std::nullopt;
-  unsigned byte = 0;
-  const std::string digits(text.substr(0, 2));
-  const char *const after = digits.data() + digits.size();
-  const auto [end, error] = std::from_chars(digits.data(), after, byte, 16);
-  if (error != std::errc() || end != after) return std::nullopt;
-  text.remove_prefix(2);
-  return static_cast<char>(byte);
+  if (letter == '"' || letter == '\\' || letter == 'n') {
+    value += letter == 'n' ? '\n' : letter;
+    return true;
+  }
+  const size_t digits = letter == 'x' ? 2 : letter == 'u' ? 4 : letter == 'U' ? 8 : 0;
+  const std::optional<uint32_t> code = digits != 0 ? take_digits(text, digits) : std::nullopt;
+  if (!code) return false;
+  // Two digits are a byte, so that a text that is no UTF-8 can be read back too.
+  value += digits == 2 ? std::string(1, static_cast<char>(*code)) : to_utf8(*code);
+  return true;
 }
 
 std::optional<std::string> parse_quoted(std::string_view text) {
@@ -42,9 +54,7 @@ std::optional<std::string> parse_quoted(std::string_view text) {
     text.remove_prefix(1);
     if (character != '\\') {
       value += character;
-    } else if (const std::optional<char> escaped = take_escape(text)) {
-      value += *escaped;
-    } else {
+    } else if (!take_escape(text, value)) {
       return std::nullopt;
     }
   }

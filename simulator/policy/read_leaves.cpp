@@ -16,11 +16,6 @@ constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 // A pattern may use this much memory, so that a small file cannot use a lot.
 constexpr int64_t kPatternMemory = 1 << 18;
 
-// A node that is not a mapping was already reported.
-bool is_mapping(const yaml::Node &node) {
-  return node.kind == yaml::Kind::mapping || node.kind == yaml::Kind::null;
-}
-
 struct FilterKey {
   FilterKind kind;
   const yaml::Node *value;
@@ -42,7 +37,7 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
     }
     found = FilterKey{kind, value};
   }
-  if (!found && is_mapping(node)) {
+  if (!found && fields.is_sound()) {
     reader.diagnostics().add(node.position, "a filter without a test",
                              "one of the keys equals, prefix, regex, range, present");
   }
@@ -120,7 +115,7 @@ void read_range(const Reader &reader, const yaml::Node &node, Filter &filter) {
     reader.diagnostics().add(node.position, concat("an empty range: ", filter.low, " is more than ", filter.high),
                              "min at most max");
   }
-  if (is_mapping(node) && !low && !high) {
+  if (fields.is_sound() && !low && !high) {
     reader.diagnostics().add(node.position, "a range without ends", "min, max or both");
   }
 }
@@ -236,7 +231,7 @@ void read_action_mapping(const Reader &reader, const yaml::Node &node, const Fie
   }
   if (argument) {
     read_argument(reader, *argument, action);
-  } else if (is_mapping(node)) {
+  } else if (fields.is_sound()) {
     reader.diagnostics().add(node.position, "an action without a verb",
                              "one of set, clear, log, count, permit, deny, raise, apply");
   }

@@ -128,7 +128,8 @@ Statement read_statement(const Reader &reader, const yaml::Node &node) {
   }
   if (const yaml::Node *filters = fields.require("filters")) {
     statement.filters = read_filters(reader, *filters);
-    if (statement.filters.empty() && filters->items.empty()) {
+    const bool is_list = filters->kind == yaml::Kind::sequence || filters->kind == yaml::Kind::null;
+    if (is_list && filters->items.empty()) {
       reader.diagnostics().add(filters->position, "a statement without filters never matches", "at least one filter");
     }
   }
@@ -144,7 +145,7 @@ void check_no_match_stands_alone(const Reader &reader, const std::vector<Filter>
     ++filters_of[filter.attribute.value];
   }
   for (const Filter &filter : filters) {
-    if (!filter.no_match || filters_of[filter.attribute.value] == 1) continue;
+    if (!filter.no_match || filter.attribute.value.empty() || filters_of[filter.attribute.value] == 1) continue;
     reader.diagnostics().add(filter.position,
                              concat("a no-match filter beside others of attribute '", filter.attribute.value, "'"),
                              "a no-match filter as the only one of its attribute in a statement");
@@ -156,7 +157,7 @@ void collect_attributes(const Reader &reader, ParameterMap &map) {
   for (const Statement &statement : map.statements) {
     for (const Filter &filter : statement.filters) {
       const std::string &name = filter.attribute.value;
-      if (!seen.insert(name).second) continue;
+      if (name.empty() || !seen.insert(name).second) continue;
       map.attributes.push_back(name);
       if (seen.size() <= engine::kFilterTypes) continue;
       reader.diagnostics().add(

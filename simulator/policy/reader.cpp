@@ -51,9 +51,10 @@ Fields::Fields(const yaml::Node &node, std::string_view what, std::initializer_l
   if (node.kind != yaml::Kind::mapping) {
     diagnostics.add(node.position, concat(what, " is ", yaml::name_of(node.kind)),
                     concat("a mapping with ", keys_text(vocabulary)));
-    node_ = nullptr;
+    is_sound_ = false;
     return;
   }
+  const size_t before = diagnostics.count();
   for (const auto &[key, value] : node.entries) {
     if (diagnostics.hopeless()) return;
     if (key->kind != yaml::Kind::scalar) {
@@ -68,6 +69,7 @@ Fields::Fields(const yaml::Node &node, std::string_view what, std::initializer_l
       known_.emplace_back(key->text, value);
     }
   }
+  is_sound_ = diagnostics.count() == before;
 }
 
 const yaml::Node *Fields::find(std::string_view key) const {
@@ -79,8 +81,7 @@ const yaml::Node *Fields::find(std::string_view key) const {
 
 const yaml::Node *Fields::require(std::string_view key) const {
   const yaml::Node *value = find(key);
-  // A node that is not a mapping was already reported.
-  if (!value && node_)
+  if (!value && is_sound_)
     diagnostics_->add(node_->position, concat(what_, " has no '", key, "'"), concat("the key ", key));
   return value;
 }

@@ -18,6 +18,8 @@
 namespace simulator {
 
 // The entries of a mapping whose keys are known. The constructor reports duplicate and unknown keys.
+//
+// A misspelt key is one mistake: while a key is unknown, nothing is reported as missing.
 class Fields {
  public:
   Fields(const yaml::Node &node, std::string_view what, std::initializer_list<std::string_view> keys,
@@ -27,12 +29,15 @@ class Fields {
   const yaml::Node *find(std::string_view key) const;
   // The same, but reports a missing value.
   const yaml::Node *require(std::string_view key) const;
+  // Whether everything in the mapping is under a key that is known. False for another kind of node too.
+  bool is_sound() const { return is_sound_; }
 
  private:
   const yaml::Node *node_;
   std::string_view what_;
   Diagnostics *diagnostics_;
   std::vector<std::pair<std::string_view, const yaml::Node *>> known_;
+  bool is_sound_ = true;
 };
 
 // A word of a fixed vocabulary and what it means.

@@ -1,11 +1,13 @@
 // The checks of a policy file that need more than its structure.
 #include <algorithm>
 #include <span>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 #include "engine/engine.h"
 #include "simulator/policy/attributes.h"
+#include "simulator/policy/kinds.h"
 #include "simulator/policy/load_parts.h"
 #include "simulator/text/text.h"
 
@@ -27,7 +29,7 @@ constexpr size_t kMostHandles = 65536;
 class Resolver {
  public:
   Resolver(PolicyFile &file, const FileExtent &first, Diagnostics &diagnostics)
-      : file_(&file), first_(first), diagnostics_(&diagnostics) {}
+      : file_(&file), first_(first), diagnostics_(&diagnostics), is_well_formed_(diagnostics.empty()) {}
 
   void run() {
     check_domains();
@@ -38,16 +40,30 @@ class Resolver {
     check_scenario();
     check_tests();
     check_counts();
+    report_unknown();
   }
 
  private:
-  template <class Object>
-  void unknown(const Name &name, std::string_view what, const std::vector<Object> &objects);
-  void unknown_event(const Name &name);
-  void report_unknown(const Name &name, std::string_view what, const std::vector<std::string_view> &known);
+  // A name that means nothing. One that is used often is still one mistake.
+  struct Unknown {
+    ObjectKind kind;
+    Name name;         // where it is used first
+    std::string user;  // by whom: "rule p/e/1"
+    size_t more = 0;   // further uses
+  };
+  struct UnknownEvent {
+    Name name;
+    size_t more = 0;
+  };
 
-  void check_client(const std::optional<Name> &name);
-  void fill_domain(Name &domain, const Name &map);
+  void unknown(const Name &name, ObjectKind kind, const std::string &user);
+  void unknown_event(const Name &name);
+  void report_unknown();
+  void report(const Unknown &unknown);
+  void report(const UnknownEvent &unknown);
+
+  void check_client(const std::optional<Name> &name, std::string_view kind, const Name &user);
+  void fill_domain(Name &domain, std::string_view title, const Name &map);
   const std::string *database_of(const Name &domain) const;
 
   void check_domains();
@@ -55,12 +71,13 @@ class Resolver {
   void check_parameter_maps();
   void check_hidden_names();
   void check_policy_maps();
-  void check_class_of(const Rule &rule, const PolicyMap &policy);
-  void check_actions(const std::vector<Action> &actions);
+  void check_class_of(const Rule &rule, const EventRules &event, const PolicyMap &policy);
+  template <class User>
+  void check_actions(const std::vector<Action> &actions, User user);
   void check_targets();
   void check_policies_of(const Target &target);
   void check_scenario();
-  void check_step(const Step &step);
+  void check_step(const Step &step, const std::string &user);
   void check_tests();
   void check_expected_rules();
   void check_expected_attributes();
@@ -77,6 +94,11 @@ class Resolver {
   PolicyFile *file_;
   FileExtent first_;
   Diagnostics *diagnostics_;
+  bool is_well_formed_;  // nothing was wrong with the structure of the file
+  bool misses_domains_ = false;
+  std::vector<Unknown> unknown_;
+  std::vector<UnknownEvent> unknown_events_;
+  std::unordered_map<std::string, size_t> at_unknown_;  // by kind and name
 };
 
 // A name that could not be read is empty and was already reported.
@@ -84,24 +106,62 @@ bool was_read(const Name &name) {
   return !name.value.empty();
 }
 
-void Resolver::report_unknown(const Name &name, std::string_view what, const std::vector<std::string_view> &known) {
-  diagnostics_->add(name.position, concat("there is no ", what, " '", name.value, "'"),
-                    concat("the name of a ", what, " of this file"), nearest(name.value, known));
-}
-
-template <class Object>
-void Resolver::unknown(const Name &name, std::string_view what, const std::vector<Object> &objects) {
-  std::vector<std::string_view> known;
-  if (!diagnostics_->too_many()) {
-    for (const Object &object : objects) {
-      known.push_back(object.name.value);
-    }
+void Resolver::unknown(const Name &name, ObjectKind kind, const std::string &user) {
+  const auto [found, is_new] = at_unknown_.emplace(concat(word_of(kind).word, " ", name.value), unknown_.size());
+  if (is_new) {
+    unknown_.push_back({kind, name, user});
+  } else {
+    ++unknown_[found->second].more;
   }
-  report_unknown(name, what, known);
 }
 
-void Resolver::check_client(const std::optional<Name> &name) {
-  if (name && !file_->find_client(name->value)) unknown(*name, "client", file_->clients);
+void Resolver::unknown_event(const Name &name) {
+  const auto [found, is_new] = at_unknown_.emplace(concat("event ", name.value), unknown_events_.size());
+  if (is_new) {
+    unknown_events_.push_back({name});
+  } else {
+    ++unknown_events_[found->second].more;
+  }
+}
+
+void Resolver::report_unknown() {
+  for (const Unknown &unknown : unknown_)
+    report(unknown);
+  // An event that a broken policy-map should handle is not a mistake of its own.
+  const bool some_are_lost =
+      !is_well_formed_ && std::any_of(file_->policy_maps.begin(), file_->policy_maps.end(),
+                                      [](const PolicyMap &policy) { return policy.events.empty(); });
+  if (some_are_lost) return;
+  for (const UnknownEvent &unknown : unknown_events_)
+    report(unknown);
+}
+
+std::string others(size_t count) {
+  if (count == 0) return {};
+  return concat(" and ", count, count == 1 ? " other" : " others");
+}
+
+void Resolver::report(const Unknown &unknown) {
+  const std::string_view title = word_of(unknown.kind).title;
+  const std::string &name = unknown.name.value;
+  std::vector<std::string_view> known;
+  if (!diagnostics_->too_many()) known = names_of(*file_, unknown.kind);
+  diagnostics_->add(unknown.name.position,
+                    concat(title, " '", name, "' is used by ", unknown.user, others(unknown.more), ", but not defined"),
+                    concat("the name of a ", title, " of this file"), nearest(name, known));
+}
+
+void Resolver::report(const UnknownEvent &unknown) {
+  std::vector<std::string_view> known;
+  if (!diagnostics_->too_many()) known.assign(file_->events.begin(), file_->events.end());
+  const std::string more = unknown.more == 0 ? "" : concat(", which is used ", unknown.more + 1, " times");
+  diagnostics_->add(unknown.name.position, concat("no policy-map handles the event '", unknown.name.value, "'", more),
+                    "an event that a policy-map has under 'events'", nearest(unknown.name.value, known));
+}
+
+void Resolver::check_client(const std::optional<Name> &name, std::string_view kind, const Name &user) {
+  if (!name || file_->find_client(name->value)) return;
+  unknown(*name, ObjectKind::client, concat(kind, " ", user.value));
 }
 
 void Resolver::check_counts() {
@@ -117,18 +177,21 @@ void Resolver::check_counts() {
 
 void Resolver::check_domains() {
   for (const Domain &domain : from(file_->domains, first_.domains)) {
-    check_client(domain.owner);
+    check_client(domain.owner, "domain", domain.name);
   }
 }
 
 // A map that names no domain belongs to the only domain.
-void Resolver::fill_domain(Name &domain, const Name &map) {
+void Resolver::fill_domain(Name &domain, std::string_view title, const Name &map) {
   const bool given = domain.position.line != 0;
   if (given) {
-    if (was_read(domain) && !file_->find_domain(domain.value)) unknown(domain, "domain", file_->domains);
+    if (was_read(domain) && !file_->find_domain(domain.value))
+      unknown(domain, ObjectKind::domain, concat(title, " ", map.value));
   } else if (file_->domains.size() == 1) {
     domain = {file_->domains[0].name.value, map.position};
-  } else {
+  } else if (!file_->domains.empty() || (is_well_formed_ && !misses_domains_)) {
+    // Where there is no domain at all, one is missing, not one for each map.
+    misses_domains_ = true;
     diagnostics_->add(
         map.position, concat("'", map.value, "' has no domain"),
         file_->domains.empty() ? "a domain under 'domains'" : "the key domain, as the file has several domains");
@@ -137,7 +200,7 @@ void Resolver::fill_domain(Name &domain, const Name &map) {
 
 void Resolver::check_class_maps() {
   for (ClassMap &map : from(file_->class_maps, first_.class_maps)) {
-    fill_domain(map.domain, map.name);
+    fill_domain(map.domain, "class-map", map.name);
     if (map.name.value.starts_with(kHiddenPrefix)) {
       diagnostics_->add(map.name.position, concat("'", map.name.value, "' cannot be a class-map's name"),
                         concat("a name that does not begin with ", kHiddenPrefix));
@@ -149,7 +212,7 @@ void Resolver::check_parameter_maps() {
   if (first_.parameter_maps == file_->parameter_maps.size()) return;
   for (const ParameterMap &map : from(file_->parameter_maps, first_.parameter_maps)) {
     for (const Statement &statement : map.statements) {
-      check_actions(statement.actions);
+      check_actions(statement.actions, [&] { return concat("statement ", map.name.value, "/", statement.index); });
     }
   }
   check_hidden_names();
@@ -188,24 +251,24 @@ const std::string *Resolver::database_of(const Name &domain) const {
 
 void Resolver::check_policy_maps() {
   for (PolicyMap &policy : from(file_->policy_maps, first_.policy_maps)) {
-    fill_domain(policy.domain, policy.name);
+    fill_domain(policy.domain, "policy-map", policy.name);
     if (policy.name.value == builtin_autoconf_policy) {
       diagnostics_->add(policy.name.position, concat("'", policy.name.value, "' cannot be a policy-map's name"),
                         "another name: the built-in policy-map is never given back");
     }
     for (const EventRules &event : policy.events) {
       for (const Rule &rule : event.rules) {
-        check_class_of(rule, policy);
-        check_actions(rule.actions);
+        check_class_of(rule, event, policy);
+        check_actions(rule.actions, [&] { return concat("rule ", rule_name(policy, event, rule)); });
       }
     }
   }
 }
 
-void Resolver::check_class_of(const Rule &rule, const PolicyMap &policy) {
+void Resolver::check_class_of(const Rule &rule, const EventRules &event, const PolicyMap &policy) {
   if (!was_read(rule.class_map)) return;
   const ClassMap *map = file_->find_class_map(rule.class_map.value);
-  if (!map) return unknown(rule.class_map, "class-map", file_->class_maps);
+  if (!map) return unknown(rule.class_map, ObjectKind::class_map, concat("rule ", rule_name(policy, event, rule)));
 
   const std::string *of_class = database_of(map->domain);
   const std::string *of_policy = database_of(policy.domain);
@@ -215,30 +278,25 @@ void Resolver::check_class_of(const Rule &rule, const PolicyMap &policy) {
                     concat("a class-map in the database of the policy-map, that of client '", *of_policy, "'"));
 }
 
-void Resolver::unknown_event(const Name &name) {
-  std::vector<std::string_view> known;
-  if (!diagnostics_->too_many()) known.assign(file_->events.begin(), file_->events.end());
-  diagnostics_->add(name.position, concat("no policy-map handles the event '", name.value, "'"),
-                    "an event that a policy-map has under 'events'", nearest(name.value, known));
-}
-
 void Resolver::check_event(const Name &event) {
   if (was_read(event) && file_->event_id(event.value) == 0) unknown_event(event);
 }
 
-void Resolver::check_actions(const std::vector<Action> &actions) {
+// 'user' returns who has the actions, for messages.
+template <class User>
+void Resolver::check_actions(const std::vector<Action> &actions, User user) {
   for (const Action &action : actions) {
     const Name &subject = action.subject;
     if (action.kind == ActionKind::raise) check_event(subject);
     if (action.kind == ActionKind::apply && was_read(subject) && !file_->find_parameter_map(subject.value)) {
-      unknown(subject, "parameter-map", file_->parameter_maps);
+      unknown(subject, ObjectKind::parameter_map, user());
     }
   }
 }
 
 void Resolver::check_targets() {
   for (const Target &target : from(file_->targets, first_.targets)) {
-    check_client(target.client);
+    check_client(target.client, "target", target.name);
     check_policies_of(target);
   }
 }
@@ -246,7 +304,8 @@ void Resolver::check_targets() {
 void Resolver::check_policies_of(const Target &target) {
   FirstPositions<std::string_view> policies;
   for (const Name &policy : target.policies) {
-    if (!file_->find_policy_map(policy.value)) unknown(policy, "policy-map", file_->policy_maps);
+    if (!file_->find_policy_map(policy.value))
+      unknown(policy, ObjectKind::policy, concat("target ", target.name.value));
     if (policies.earlier(policy.value, policy.position)) {
       diagnostics_->add(policy.position, concat("policy-map '", policy.value, "' is active already"),
                         "each policy-map once on a target");
@@ -254,21 +313,19 @@ void Resolver::check_policies_of(const Target &target) {
   }
 }
 
-void Resolver::check_step(const Step &step) {
+void Resolver::check_step(const Step &step, const std::string &user) {
   check_event(step.event);
-  if (was_read(step.target) && !file_->find_target(step.target.value)) {
-    unknown(step.target, "target", file_->targets);
-  }
+  if (was_read(step.target) && !file_->find_target(step.target.value)) unknown(step.target, ObjectKind::target, user);
 }
 
 void Resolver::check_scenario() {
   for (const Step &step : file_->scenario)
-    check_step(step);
+    check_step(step, "the scenario");
 }
 
 void Resolver::check_tests() {
   for (const Test &test : file_->tests)
-    check_step(test.step);
+    check_step(test.step, concat("test '", test.name.value, "'"));
   if (file_->tests.empty()) return;
   check_expected_rules();
   check_expected_attributes();

@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "simulator/text/text.h"
+#include "simulator/text/utf8.h"
 
 namespace simulator {
 
@@ -24,24 +26,11 @@ bool is_continuation(char byte) {
 // The length of the character at the front of 'text', or 0 when it is not valid UTF-8 or is a character that no text
 // file needs.
 size_t character_length(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  if (lead < 0x80) {
-    const bool printable = lead >= 0x20 && lead != 0x7f;
-    return printable || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
-  }
-
-  const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
-  if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation)) return 0;
-
-  // The other control characters, overlong forms, surrogates, and everything after the last character of Unicode.
-  const auto second = static_cast<unsigned char>(text[1]);
-  if (lead == 0xc2 && second < 0xa0) return 0;
-  if (lead == 0xe0 && second < 0xa0) return 0;
-  if (lead == 0xed && second > 0x9f) return 0;
-  if (lead == 0xf0 && second < 0x90) return 0;
-  if (lead == 0xf4 && second > 0x8f) return 0;
-  return length;
+  const Character character = front_of(text);
+  const char32_t code = character.code;
+  const bool is_layout = code == '\t' || code == '\n' || code == '\r';
+  const bool is_control = code < 0x20 || (code >= 0x7f && code < 0xa0);
+  return is_control && !is_layout ? 0 : character.length;
 }
 
 // The position of the first character that is not allowed, or nothing.
@@ -81,15 +70,6 @@ std::string read_all(std::FILE *file) {
 
 }  // namespace
 
-bool is_text(std::string_view text) {
-  while (!text.empty()) {
-    const size_t length = character_length(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
-}
-
 Source::Source(std::string name, std::string text, uint32_t number, uint32_t first_line)
     : name_(std::move(name)), text_(std::move(text)), number_(number), first_line_(first_line) {
   size_t continuations = 0;
@@ -113,6 +93,7 @@ size_t Source::continuations_before(size_t offset) const {
 Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t number) {
   const File file(std::fopen(path.c_str(), "rb"));
   if (file) return read(file.get(), path, diagnostics, number);
+  if (errno == ENOMEM) throw std::bad_alloc();
   diagnostics.add({}, concat("cannot be opened: ", std::strerror(errno)), "a policy file");
   return {path, "", number};
 }
@@ -120,6 +101,7 @@ Source Source::read(const std::string &path, Diagnostics &diagnostics, uint32_t 
 Source Source::read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number) {
   errno = 0;
   Source source(std::move(name), read_all(file), number);
+  if (std::ferror(file) && errno == ENOMEM) throw std::bad_alloc();
   if (std::ferror(file)) {
     diagnostics.add({}, concat("cannot be read: ", std::strerror(errno)), "a policy file");
   } else {
@@ -144,6 +126,17 @@ std::string_view Source::line(uint32_t number) const {
   std::string_view line = std::string_view(text_).substr(start, end - start);
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
+}
+
+Position Source::position_at(size_t offset) const {
+  const auto after = std::upper_bound(line_starts_.begin(), line_starts_.end(), offset);
+  const auto line = static_cast<size_t>(after - line_starts_.begin()) - 1;
+  return position_of(line, offset - line_starts_[line]);
+}
+
+size_t Source::offset_of(size_t line, size_t byte) const {
+  const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
+  return std::min(start + byte, text_.size());
 }
 
 Position Source::position_of(size_t line, size_t byte) const {

@@ -10,9 +10,6 @@
 
 namespace simulator {
 
-// Whether this is UTF-8 without control characters that no text file needs.
-bool is_text(std::string_view text);
-
 class Source {
  public:
   // A larger file is not a policy file.
@@ -21,7 +18,8 @@ class Source {
   // Every position in the source carries 'number'. The text begins with line 'first_line' of what it is a part of.
   Source(std::string name, std::string text, uint32_t number = 0, uint32_t first_line = 1);
 
-  // Reads a file. Adds an error to 'diagnostics' when the file cannot be read, is too large, or is not UTF-8 text.
+  // Reads a file. Adds an error to 'diagnostics' when the file cannot be read, is too large, or is not UTF-8 text. Throws
+  // bad_alloc if there is no memory, also if the C library found this.
   static Source read(const std::string &path, Diagnostics &diagnostics, uint32_t number = 0);
   // The same for a file that is already open; it stays open.
   static Source read(std::FILE *file, std::string name, Diagnostics &diagnostics, uint32_t number = 0);
@@ -35,6 +33,9 @@ class Source {
   std::string_view line(uint32_t number) const;
   // The position of a byte of a line of the text, both counted from 0. Columns count characters, which can take several bytes.
   Position position_of(size_t line, size_t byte) const;
+  // The same for a byte of the text, and which byte of the text that one is.
+  Position position_at(size_t offset) const;
+  size_t offset_of(size_t line, size_t byte) const;
 
  private:
   size_t continuations_before(size_t offset) const;

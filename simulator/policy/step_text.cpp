@@ -4,6 +4,7 @@
 
 #include "simulator/policy/attributes.h"
 #include "simulator/policy/kinds.h"
+#include "simulator/policy/value.h"
 
 namespace simulator {
 
@@ -47,9 +48,14 @@ bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Comp
   }
   std::string name = text.substr(0, equals);
   if (!is_attribute(name, file, complaints)) return false;
+  std::string value = text.substr(equals + 1);
+  if (const std::optional<BadValue> bad = check_value(value)) {
+    complaints.push_back(concat("the attribute '", name, "' cannot have ", bad->what, ": expected ", bad->expected));
+    return false;
+  }
   Assignment &given = step.set.emplace_back();
   given.attribute.value = std::move(name);
-  given.text = text.substr(equals + 1);
+  given.text = std::move(value);
   return true;
 }
 

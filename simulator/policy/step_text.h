@@ -14,7 +14,7 @@ namespace simulator {
 std::optional<Step> parse_event(const std::string &text, const PolicyFile &file, Complaints &complaints);
 
 // Adds "ATTRIBUTE=VALUE" to what a step sets, or an attribute's name to what it clears. False when the file has no such
-// attribute: setting an attribute that nothing tests can only be a mistake.
+// attribute, since setting an attribute that nothing tests can only be a mistake, and when no file could hold the value.
 bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints);
 bool parse_clear(const std::string &text, const PolicyFile &file, Step &step, Complaints &complaints);
 

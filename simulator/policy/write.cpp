@@ -9,6 +9,8 @@
 #include <yaml-cpp/emittermanip.h>
 
 #include "engine/engine.h"
+#include "simulator/text/text.h"
+#include "simulator/text/utf8.h"
 
 namespace simulator {
 
@@ -43,15 +45,19 @@ bool is_plain(std::string_view text) {
          });
 }
 
-// The emitter escapes all control characters but this one. The text around it is quoted, since it is not plain.
-std::string without_delete(std::string_view text) {
+// The emitter escapes only a part of what nobody can see. The text around it is quoted, since it is not plain; newlines
+// are layout.
+std::string with_escapes(std::string_view text) {
   std::string escaped;
-  for (const char character : text) {
-    if (character == 0x7f) {
-      escaped += "\\x7f";
+  while (!text.empty()) {
+    const Character character = front_of(text);
+    const size_t length = std::max<size_t>(character.length, 1);
+    if (character.code != '\n' && character.length != 0 && is_unseen(character.code)) {
+      escaped += escape_of(character.code);
     } else {
-      escaped += character;
+      escaped += text.substr(0, length);
     }
+    text.remove_prefix(length);
   }
   return escaped;
 }
@@ -158,7 +164,7 @@ std::string Writer::run(const PolicyFile &file) {
     section("policy-maps", file.policy_maps, [&](const PolicyMap &each) { policy_map(each); });
     section("targets", file.targets, [&](const Target &each) { target(each); });
   }
-  return without_delete(std::string_view(out_.c_str(), out_.size())) + "\n";
+  return with_escapes(std::string_view(out_.c_str(), out_.size())) + "\n";
 }
 
 void Writer::client(const Client &client) {

@@ -8,7 +8,9 @@
 #include <yaml-cpp/mark.h>
 #include <yaml-cpp/parser.h>
 
+#include "simulator/policy/value.h"
 #include "simulator/policy/yaml_errors.h"
+#include "simulator/policy/yaml_openings.h"
 #include "simulator/text/text.h"
 
 namespace simulator::yaml {
@@ -52,9 +54,8 @@ class Builder final : public YAML::EventHandler {
   void OnScalar(const YAML::Mark &mark, const std::string &tag, YAML::anchor_t anchor,
                 const std::string &value) override {
     refuse_tag(mark, tag);
-    if (value.size() > kMaxScalar) {
-      refuse(mark, concat("a value of ", value.size(), " bytes"), concat("at most ", kMaxScalar, " bytes"));
-    }
+    refuse_open_quote(mark);
+    if (std::optional<BadValue> bad = check_value(value)) refuse(mark, std::move(bad->what), std::move(bad->expected));
     leaf(mark, anchor, Kind::scalar, value);
   }
   void OnAlias(const YAML::Mark &mark, YAML::anchor_t anchor) override {
@@ -90,6 +91,14 @@ class Builder final : public YAML::EventHandler {
     // The parser reports '?' for a plain value without a tag and '!' for a quoted one.
     if (tag.empty() || tag == "?" || tag == "!") return;
     refuse(mark, concat("the tag ", as_word(tag)), "no tags");
+  }
+
+  // The parser takes the end of the file for the missing quote.
+  void refuse_open_quote(const YAML::Mark &mark) const {
+    const std::string &text = source_->text();
+    const size_t begin = source_->offset_of(static_cast<size_t>(mark.line), static_cast<size_t>(mark.column));
+    if (begin >= text.size() || (text[begin] != '"' && text[begin] != '\'')) return;
+    if (!end_of_quoted(text, begin)) throw Refused{describe_open_quote(begin, *source_)};
   }
 
   Node &make(const YAML::Mark &mark, Kind kind) {

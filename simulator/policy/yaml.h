@@ -16,7 +16,6 @@
 namespace simulator::yaml {
 
 inline constexpr size_t kMaxDepth = 32;
-inline constexpr size_t kMaxScalar = 4096;
 inline constexpr size_t kMaxNodes = 2'000'000;  // an alias counts again at each use
 
 enum class Kind { null, scalar, sequence, mapping };

@@ -1,11 +1,13 @@
 #include "simulator/policy/yaml_errors.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <optional>
 
 #include <yaml-cpp/mark.h>
 
+#include "simulator/policy/yaml_openings.h"
 #include "simulator/text/text.h"
 
 namespace simulator::yaml {
@@ -100,7 +102,77 @@ Diagnostic describe_indentation(const YAML::Mark &mark, const Sentence &sentence
   return diagnostic(source.position_of(static_cast<size_t>(mark.line), *tab), "a tab in the indentation", "spaces");
 }
 
+bool is_one_of(const YAML::Exception &error, std::initializer_list<const char *> messages) {
+  return std::any_of(messages.begin(), messages.end(),
+                     [&](const char *message) { return error.msg.starts_with(message); });
+}
+
+Diagnostic describe_open_bracket(size_t bracket, const Source &source) {
+  const bool is_list = source.text()[bracket] == '[';
+  return diagnostic(source.position_at(bracket), concat("this '", source.text()[bracket], "' is never closed"),
+                    is_list ? "']' after the last item" : "'}' after the last value");
+}
+
+// 'at' is the byte of a bracket that closes none; nothing if no other one is open.
+std::optional<Diagnostic> describe_wrong_bracket(size_t at, const Openings &before, const Source &source) {
+  const std::string &text = source.text();
+  if (before.brackets.empty() || at >= text.size()) return std::nullopt;
+  const size_t open = before.brackets.back();
+  const Position position = source.position_at(open);
+  return diagnostic(source.position_at(at),
+                    concat("this '", text[at], "' does not close the '", text[open], "' in line ", position.line,
+                           ", column ", position.column),
+                    text[open] == '[' ? "']' before it" : "'}' before it");
+}
+
+// A text in quotes that ends at the next quote of another text is noticed only behind that quote.
+std::optional<Diagnostic> describe_quoted(const Openings::Quoted &quoted, size_t error, const Source &source) {
+  const std::string_view text = source.text();
+  const std::string_view gap = text.substr(quoted.end, error - quoted.end);
+  if (gap.find_first_not_of(" \t") != std::string_view::npos) return std::nullopt;
+  const Position begin = source.position_at(quoted.begin);
+  const Position end = source.position_at(quoted.end - 1);
+  if (begin.line != end.line) {
+    return diagnostic(begin, concat("the text in these quotes goes on to line ", end.line),
+                      "the closing quote where the text ends");
+  }
+  if (!gap.empty()) return std::nullopt;
+  return diagnostic(end, "the text in quotes ends here, but more follows",
+                    text[quoted.begin] == '"' ? "\\\" for a quote inside the text" : "'' for a quote inside the text");
+}
+
+// Finds the bracket or quote that is to blame, which is often far above the place where the parser gave up.
+std::optional<Diagnostic> describe_opening(const YAML::Exception &error, const Source &source) {
+  if (error.mark.is_null()) return std::nullopt;
+  const std::string_view text = source.text();
+  const bool at_end = is_one_of(error, {parser_says::EOF_IN_SCALAR});
+  const size_t at =
+      at_end ? text.size()
+             : source.offset_of(static_cast<size_t>(error.mark.line), static_cast<size_t>(error.mark.column));
+  const Openings before = find_openings(text.substr(0, at));
+  if (at_end || is_one_of(error, {parser_says::DOC_IN_SCALAR})) {
+    return before.quote ? std::optional(describe_open_quote(*before.quote, source)) : std::nullopt;
+  }
+  if (is_one_of(error, {parser_says::FLOW_END})) return describe_wrong_bracket(at, before, source);
+  const bool in_brackets =
+      is_one_of(error, {parser_says::END_OF_SEQ_FLOW, parser_says::END_OF_MAP_FLOW, parser_says::BLOCK_ENTRY});
+  if (!in_brackets && !is_one_of(error, {parser_says::END_OF_MAP, parser_says::END_OF_SEQ})) return std::nullopt;
+  if (before.quote) return std::nullopt;
+  if (before.last_quoted) {
+    if (std::optional<Diagnostic> why = describe_quoted(*before.last_quoted, at, source)) return why;
+  }
+  if (!in_brackets || before.brackets.empty()) return std::nullopt;
+  const std::vector<size_t> never_closed = find_openings(text).brackets;
+  const size_t innermost = before.brackets.back();
+  const bool is_never_closed = std::find(never_closed.begin(), never_closed.end(), innermost) != never_closed.end();
+  return is_never_closed ? std::optional(describe_open_bracket(innermost, source)) : std::nullopt;
+}
+
 }  // namespace
+
+Diagnostic describe_open_quote(size_t quote, const Source &source) {
+  return diagnostic(source.position_at(quote), "this quote is never closed", "the same quote where the text ends");
+}
 
 Position position_of(const Source &source, const YAML::Mark &mark) {
   if (mark.is_null()) return {};
@@ -108,6 +180,7 @@ Position position_of(const Source &source, const YAML::Mark &mark) {
 }
 
 Diagnostic describe(const YAML::Exception &error, const Source &source) {
+  if (std::optional<Diagnostic> opening = describe_opening(error, source)) return std::move(*opening);
   if (const Sentence *sentence = find(kOfIndentation, error.msg)) {
     return describe_indentation(error.mark, *sentence, source);
   }
@@ -115,7 +188,7 @@ Diagnostic describe(const YAML::Exception &error, const Source &source) {
   if (const Sentence *sentence = find(kOther, error.msg)) {
     return diagnostic(position, sentence->message, sentence->expected);
   }
-  return diagnostic(position, error.msg, "a YAML document");
+  return diagnostic(position, "the text cannot be understood from here on", "quotes around texts with signs in them");
 }
 
 }  // namespace simulator::yaml

@@ -11,6 +11,9 @@ namespace simulator::yaml {
 
 Diagnostic describe(const YAML::Exception &error, const Source &source);
 
+// A text in quotes without an end; 'quote' is the byte of the source where it begins.
+Diagnostic describe_open_quote(size_t quote, const Source &source);
+
 // The position that the parser's mark points to.
 Position position_of(const Source &source, const YAML::Mark &mark);
 

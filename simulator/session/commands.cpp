@@ -30,25 +30,30 @@ void load(const Call &call, Reply &reply) {
   end_with(call.session.load(call.line.words[1], reply.trouble), reply);
 }
 
-// NULL when there is no such kind; the command then fails.
-const KindWord *known_kind(const std::string &word, std::span<const KindWord> kinds, Reply &reply) {
+// NULL when there is no such kind, or the command cannot do with it what 'verb' says; the command then fails.
+const KindWord *known_kind(const std::string &word, std::span<const KindWord> kinds, std::string_view verb,
+                           Reply &reply) {
   std::vector<std::string_view> words;
   for (const KindWord &kind : kinds)
     words.push_back(kind.word);
   const auto found = std::find(words.begin(), words.end(), word);
   if (found != words.end()) return &kinds[static_cast<size_t>(found - words.begin())];
-  fail(reply, no_such("kind", word, words));
+  if (const KindWord *other = find_kind(word)) {
+    fail(reply, concat(other->title, "s cannot be ", verb, ", only ", comma_separated(words)));
+  } else {
+    fail(reply, no_such("kind", word, words));
+  }
   return nullptr;
 }
 
 void create(const Call &call, Reply &reply) {
   const Line &line = call.line;
-  if (const KindWord *kind = known_kind(line.words[1], kKinds, reply))
+  if (const KindWord *kind = known_kind(line.words[1], kKinds, "created", reply))
     end_with(call.session.create(*kind, line.words[2], line.rest_after(3), call.number, reply.trouble), reply);
 }
 
 void remove(const Call &call, Reply &reply) {
-  if (const KindWord *kind = known_kind(call.line.words[1], kMapKinds, reply))
+  if (const KindWord *kind = known_kind(call.line.words[1], kMapKinds, "deleted", reply))
     end_with(call.session.remove(*kind, call.line.words[2], reply.trouble), reply);
 }
 
@@ -71,7 +76,7 @@ void show(const Call &call, Reply &reply) {
   if (words.size() == 1) return put_out(show_overview(call.session, complaints), reply);
   if (words[1] == "config") return put_out(show_configuration(call.session, complaints), reply);
   if (words[1] == "listing") return put_out(show_listing(call.session), reply);
-  const KindWord *kind = known_kind(words[1], kMapKinds, reply);
+  const KindWord *kind = known_kind(words[1], kMapKinds, "shown alone", reply);
   if (!kind) return;
   std::optional<std::string> name;
   if (words.size() > 2) name = words[2];

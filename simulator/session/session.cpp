@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "simulator/inventory/relations.h"
 #include "simulator/policy/load.h"
 #include "simulator/policy/load_parts.h"
 #include "simulator/text/text.h"
@@ -42,6 +43,20 @@ PolicyFile without(const PolicyFile &file, ObjectKind kind, std::string_view nam
   }
   rest.index();
   return rest;
+}
+
+std::string first_and_others(const std::vector<std::string> &users) {
+  if (users.empty()) return {};
+  const size_t others = users.size() - 1;
+  return others == 0 ? users[0] : concat(users[0], " and ", others, others == 1 ? " other" : " others");
+}
+
+// "p/e/1 and 2 others": the rules and statements that name the object; empty for kinds that none of them can name.
+std::string users_of(const PolicyFile &file, ObjectKind kind, std::string_view name) {
+  const inventory::Relations relations(file);
+  if (kind == ObjectKind::class_map) return first_and_others(relations.users_of_class(name));
+  if (kind == ObjectKind::parameter_map) return first_and_others(relations.users_of_parameter_map(name));
+  return {};
 }
 
 Target &target_of(PolicyFile &file, std::string_view name) {
@@ -132,21 +147,25 @@ bool Session::create(const KindWord &kind, std::string_view name, std::string_vi
   return add(std::move(source), std::move(diagnostics), &kind, trouble);
 }
 
-bool Session::is_needed(const PolicyFile &without, Trouble &trouble) const {
+// Without the object, a name in the rest of the file would mean nothing.
+bool Session::is_needed(const KindWord &kind, std::string_view name, const PolicyFile &without,
+                        Trouble &trouble) const {
   PolicyFile rest = without.copy_of_objects();
   Diagnostics diagnostics;
   resolve(rest, {}, diagnostics);
-  for (const Diagnostic &diagnostic : diagnostics.sorted()) {
-    trouble.complaints.push_back(
-        concat(file_.path_of(diagnostic.position), ":", diagnostic.position.line, " needs it: ", diagnostic.message));
-  }
-  return !diagnostics.empty();
+  if (diagnostics.empty()) return false;
+  const Diagnostic first = diagnostics.sorted()[0];
+  const std::string users = users_of(file_, kind.kind, name);
+  trouble.complaints.push_back(concat(kind.title, " '", name, "' is needed: ",
+                                      users.empty() ? concat("without it, ", first.message) : concat("used by ", users),
+                                      ", in ", file_.path_of(first.position), ":", first.position.line));
+  return true;
 }
 
 bool Session::remove(const KindWord &kind, std::string_view name, Trouble &trouble) {
   if (!is_known(kind.kind, name, trouble)) return false;
   PolicyFile rest = without(file_, kind.kind, name);
-  if (is_needed(rest, trouble)) return false;
+  if (is_needed(kind, name, rest, trouble)) return false;
   // The name may point into the file that is replaced.
   const std::string gone(name);
   const auto take_away = [&] {

@@ -53,7 +53,7 @@ class Session {
  private:
   bool add(Source source, Diagnostics diagnostics, const KindWord *only, Trouble &trouble);
   bool built(bool good, Trouble &trouble);
-  bool is_needed(const PolicyFile &without, Trouble &trouble) const;
+  bool is_needed(const KindWord &kind, std::string_view name, const PolicyFile &without, Trouble &trouble) const;
   void keep_built();
 
   PolicyFile file_;

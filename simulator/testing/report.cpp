@@ -26,7 +26,7 @@ void add_test(const PolicyFile &file, const TestOutcome &outcome, const EventExp
   const Test &test = *outcome.test;
   const bool passed = outcome.failures.empty();
   ++(passed ? report.passed : report.failed);
-  report.text += concat(mark_of(passed, colours), file.path, ":", test.name.position.line, ": ",
+  report.text += concat(mark_of(passed, colours), file.shown_path(), ":", test.name.position.line, ": ",
                         escape_control_characters(test.name.value), "\n");
   Json object;
   object["name"] = test.name.value;
@@ -54,7 +54,7 @@ void add_part(const PolicyFile &file, const std::string &name, const std::string
   object["total"] = part.total;
   object["missed"] = Json::array();
   for (const Coverage::Missed &what : part.missed) {
-    missed += concat("  ", file.path, ":", what.position.line, ": ", what.what, " ", what.why, "\n");
+    missed += concat("  ", file.shown_path(), ":", what.position.line, ": ", what.what, " ", what.why, "\n");
     Json entry;
     entry["what"] = what.what;
     entry["why"] = what.why;
@@ -97,7 +97,7 @@ Report report_on(const PolicyFile &file, const Repository &repository, Colours c
   });
   report.json["passed"] = report.passed;
   report.json["failed"] = report.failed;
-  report.text += concat(file.path, ": ", report.passed, " passed, ", report.failed, " failed\n");
+  report.text += concat(file.shown_path(), ": ", report.passed, " passed, ", report.failed, " failed\n");
   add_coverage(file, coverage, report);
   return report;
 }

@@ -1,7 +1,10 @@
 #include "simulator/text/text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
+
+#include "simulator/text/utf8.h"
 
 namespace simulator {
 
@@ -30,30 +33,59 @@ std::string indented(std::string_view text, std::string_view indent) {
 
 namespace {
 
-// The number of bytes of the control character at the start of the text; 0 when the text starts with another character.
-size_t control_length(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  if (lead < 0x20 || lead == 0x7f) return 1;
-  // The second set of control characters, which some terminals also interpret.
-  const bool second_set = lead == 0xc2 && text.size() > 1 && static_cast<unsigned char>(text[1]) - 0x80U < 0x20;
-  return second_set ? 2 : 0;
+struct Range {
+  char32_t first;
+  char32_t last;
+};
+
+// The control characters of both sets; soft hyphens and everything else without width that is no part of a word; what
+// turns the direction of the text around it; the ends of lines and paragraphs beyond ASCII; annotations; tags.
+constexpr Range kUnseen[] = {{0, 0x1f},        {0x7f, 0x9f},     {0xad, 0xad},     {0x61c, 0x61c},
+                             {0x180e, 0x180e}, {0x200b, 0x200b}, {0x200e, 0x200f}, {0x2028, 0x202e},
+                             {0x2060, 0x206f}, {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe007f}};
+
+std::string hexadecimal(char32_t code, size_t digits) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string text(digits, '0');
+  for (size_t at = digits; at-- > 0; code >>= 4U)
+    text[at] = kDigits[code & 0xfU];
+  return text;
 }
 
-// Moves a control character at the start of 'text', if there is one, to 'out', escaped.
-bool escape_control(std::string_view &text, std::string &out) {
-  constexpr char kHex[] = "0123456789abcdef";
-  const size_t length = control_length(text);
-  for (const char character : text.substr(0, length)) {
-    const auto byte = static_cast<unsigned char>(character);
-    out += "\\x";
-    out += kHex[byte >> 4];
-    out += kHex[byte & 0xf];
+// Moves the character at the front of 'text', or its first byte if it begins with none, to 'out', escaped if nobody
+// could see it.
+void move_escaped(std::string_view &text, std::string &out) {
+  const Character character = front_of(text);
+  const size_t length = std::max<size_t>(character.length, 1);
+  if (character.length == 0) {
+    out += "\\x" + hexadecimal(static_cast<unsigned char>(text[0]), 2);
+  } else if (is_unseen(character.code)) {
+    out += escape_of(character.code);
+  } else {
+    out += text.substr(0, length);
   }
   text.remove_prefix(length);
-  return length > 0;
 }
 
 }  // namespace
+
+bool is_unseen(char32_t character) {
+  if (character >= 0x20 && character < 0x7f) return false;
+  return std::any_of(std::begin(kUnseen), std::end(kUnseen),
+                     [&](const Range &range) { return character >= range.first && character <= range.last; });
+}
+
+std::string escape_of(char32_t character) {
+  if (character < 0x80) return "\\x" + hexadecimal(character, 2);
+  return character <= 0xffff ? "\\u" + hexadecimal(character, 4) : "\\U" + hexadecimal(character, 8);
+}
+
+std::string escape_control_characters(std::string_view text) {
+  std::string out;
+  while (!text.empty())
+    move_escaped(text, out);
+  return out;
+}
 
 std::string quoted(std::string_view text) {
   std::string out = "\"";
@@ -61,34 +93,18 @@ std::string quoted(std::string_view text) {
     const char character = text[0];
     if (character == '\n') {
       out += "\\n";
-    } else if (escape_control(text, out)) {
-      continue;
+      text.remove_prefix(1);
     } else {
       if (character == '"' || character == '\\') out += '\\';
-      out += character;
+      move_escaped(text, out);
     }
-    text.remove_prefix(1);
   }
   return out + '"';
 }
 
 std::string as_word(std::string_view text) {
-  bool is_plain = !text.empty();
-  for (size_t at = 0; at < text.size() && is_plain; ++at) {
-    const char character = text[at];
-    is_plain = character != ' ' && character != '"' && character != '\\' && control_length(text.substr(at)) == 0;
-  }
-  return is_plain ? std::string(text) : quoted(text);
-}
-
-std::string escape_control_characters(std::string_view text) {
-  std::string out;
-  while (!text.empty()) {
-    if (escape_control(text, out)) continue;
-    out += text[0];
-    text.remove_prefix(1);
-  }
-  return out;
+  const bool is_plain = !text.empty() && text.find_first_of(" \"\\") == std::string_view::npos;
+  return is_plain && escape_control_characters(text) == text ? std::string(text) : quoted(text);
 }
 
 namespace {

@@ -22,13 +22,23 @@ std::string comma_separated(const std::vector<std::string_view> &words);
 // The same, but "nothing" for an empty list.
 std::string listed(const std::vector<std::string> &words);
 
-// 'text' in double quotes, with quotes, backslashes and control characters inside it escaped.
+// 'text' in double quotes, with quotes, backslashes and everything that nobody could see inside it escaped.
 std::string quoted(std::string_view text);
 
 // 'text' itself when it is one plain word, else quoted: for texts that blanks separate from their neighbours.
 std::string as_word(std::string_view text);
 
-// The text with control characters escaped: for printing outside input to a terminal.
+// Whether a terminal obeys the character, or shows nothing of it: control characters of all kinds, those that turn the
+// direction of a text around, and those without width. The two joiners of letters are none of them: some scripts cannot
+// be written without.
+bool is_unseen(char32_t character);
+
+// "\x1b", "\u202e", "\U000e0001": the escape for a character that nobody could see, which YAML, JSON and most languages
+// read alike.
+std::string escape_of(char32_t character);
+
+// The text as every output shows texts from outside, file names and messages with either in them: escapes instead of the
+// characters that nobody could see, and of bytes that are no UTF-8. JSON has escapes of its own.
 std::string escape_control_characters(std::string_view text);
 
 // Every line of 'text', with 'indent' in front of it. Every line ends with a newline.

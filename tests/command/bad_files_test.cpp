@@ -1,4 +1,6 @@
 // The errors that the check reports for bad files: one case for each kind of error, with the whole text compared.
+#include <algorithm>
+
 #include "runner.h"
 
 namespace {
@@ -51,10 +53,10 @@ const Bad kYaml[] = {
      "    | ^\n"
      "  expected: one document\n"},
     {"NotYaml", "clients: [a\ndomains: {}\n",
-     "<stdin>:2:8: error: not YAML: neither ',' nor ']' in a list in brackets\n"
-     "  2 | domains: {}\n"
-     "    |        ^\n"
-     "  expected: ',' before the next item, or ']' after the last one\n"},
+     "<stdin>:1:10: error: not YAML: this '[' is never closed\n"
+     "  1 | clients: [a\n"
+     "    |          ^\n"
+     "  expected: ']' after the last item\n"},
     {"Tab", "clients:\n\ta: {}\n",
      "<stdin>:2:1: error: not YAML: a tab in the indentation\n"
      "  2 |  a: {}\n"
@@ -233,7 +235,8 @@ const Bad kActions[] = {
                "  expected: a number from 0 to 65535\n"),
     bad_action("UnknownEvent", "{raise: strat}", 8, "no policy-map handles the event 'strat'",
                "  expected: an event that a policy-map has under 'events'\n  did you mean 'start'?\n"),
-    bad_action("UnknownParameterMap", "{apply: profile}", 8, "there is no parameter-map 'profile'",
+    bad_action("UnknownParameterMap", "{apply: profile}", 8,
+               "parameter-map 'profile' is used by rule p/start/1, but not defined",
                "  expected: the name of a parameter-map of this file\n  did you mean 'profiles'?\n"),
 };
 
@@ -244,7 +247,7 @@ const Bad kMaps[] = {
      "    |           ^\n"
      "  expected: another name\n"},
     {"UnknownOwner", "clients: {access: {}}\ndomains: {d: {owner: acess}}\n",
-     "<stdin>:2:22: error: there is no client 'acess'\n"
+     "<stdin>:2:22: error: client 'acess' is used by domain d, but not defined\n"
      "  2 | domains: {d: {owner: acess}}\n"
      "    |                      ^\n"
      "  expected: the name of a client of this file\n"
@@ -260,7 +263,7 @@ const Bad kMaps[] = {
      "    |              ^\n"
      "  expected: the key domain, as the file has several domains\n"},
     {"UnknownDomain", "domains: {guest: }\nclass-maps: {c: {domain: gest}}\n",
-     "<stdin>:2:26: error: there is no domain 'gest'\n"
+     "<stdin>:2:26: error: domain 'gest' is used by class-map c, but not defined\n"
      "  2 | class-maps: {c: {domain: gest}}\n"
      "    |                          ^\n"
      "  expected: the name of a domain of this file\n"
@@ -323,7 +326,7 @@ const Bad kRules[] = {
               "    |                    ^\n"
               "  expected: one rule for a class-map in an event; the first is in line 5\n"),
     bad_rules("UnknownClass", "{number: 1, class: glod, actions: []}",
-              "<stdin>:5:20: error: there is no class-map 'glod'\n"
+              "<stdin>:5:20: error: class-map 'glod' is used by rule p/e/1, but not defined\n"
               "  5 | {number: 1, class: glod, actions: []}]}}}\n"
               "    |                    ^\n"
               "  expected: the name of a class-map of this file\n"
@@ -406,7 +409,7 @@ const Bad kTargets[] = {
                "    |                         ^\n"
                "  expected: at least one policy-map: no target exists without\n"),
     bad_target("UnknownPolicy", "targets: {t: {policies: [glod]}}",
-               "<stdin>:3:26: error: there is no policy-map 'glod'\n"
+               "<stdin>:3:26: error: policy-map 'glod' is used by target t, but not defined\n"
                "  3 | targets: {t: {policies: [glod]}}\n"
                "    |                          ^\n"
                "  expected: the name of a policy-map of this file\n"
@@ -417,7 +420,7 @@ const Bad kTargets[] = {
                "    |                                ^\n"
                "  expected: each policy-map once on a target\n"),
     bad_target("UnknownClientOfATarget", "targets: {t: {client: nobody, policies: [gold]}}",
-               "<stdin>:3:23: error: there is no client 'nobody'\n"
+               "<stdin>:3:23: error: client 'nobody' is used by target t, but not defined\n"
                "  3 | targets: {t: {client: nobody, policies: [gold]}}\n"
                "    |                       ^\n"
                "  expected: the name of a client of this file\n"),
@@ -427,7 +430,7 @@ const Bad kTargets[] = {
                "    |                                              ^\n"
                "  expected: a single value\n"),
     bad_target("UnknownTarget", "scenario: [{event: start, target: t}]",
-               "<stdin>:3:35: error: there is no target 't'\n"
+               "<stdin>:3:35: error: target 't' is used by the scenario, but not defined\n"
                "  3 | scenario: [{event: start, target: t}]\n"
                "    |                                   ^\n"
                "  expected: the name of a target of this file\n"),
@@ -468,9 +471,9 @@ TEST(NotYaml, IsSaidInWordsOfOurOwn) {
     if (!line.starts_with(before) || message == std::string::npos) return line;
     return line.substr(before.size(), message - before.size()) + " " + line.substr(message + between.size());
   };
-  EXPECT_EQ(error("clients: {a: {}\n"), "2:1: neither ',' nor '}' in a mapping in braces");
+  EXPECT_EQ(error("clients: {a: {}\n"), "1:10: this '{' is never closed");
   EXPECT_EQ(error("clients: ]\n"), "1:10: this bracket closes none that is open");
-  EXPECT_EQ(error("[a}\n"), "1:3: this bracket closes none that is open");
+  EXPECT_EQ(error("[a}\n"), "1:3: this '}' does not close the '[' in line 1, column 1");
 
   EXPECT_EQ(error("a: b: c\n"), "1:5: a ':' that follows no key");
   EXPECT_EQ(error("key\nclients: {}\n"), "2:8: a ':' that follows no key");
@@ -489,7 +492,7 @@ TEST(NotYaml, IsSaidInWordsOfOurOwn) {
   EXPECT_EQ(error("clients: \"a\\qb\"\n"), "1:14: an unknown escape in a text in double quotes");
   EXPECT_EQ(error("a: \"\\xzz\"\n"), "1:9: an escape without its digits");
   EXPECT_EQ(error("a: \"\\ud800\"\n"), "1:11: an escape for a character that does not exist");
-  EXPECT_EQ(error("a: \"x\n--- y\"\n"), "2:1: a document ends inside a text in quotes");
+  EXPECT_EQ(error("a: \"x\n--- y\"\n"), "1:4: this quote is never closed");
   EXPECT_EQ(error("a: |0\n  b\n"), "1:6: an indentation of 0 for a block of text");
   EXPECT_EQ(error("a: |x\n b\n"), "1:5: an unknown sign at the head of a block of text");
 
@@ -503,6 +506,121 @@ TEST(NotYaml, IsSaidInWordsOfOurOwn) {
   EXPECT_EQ(error("%YAML 1.2 3\n---\n{}\n"), "1:1: a directive that cannot be read");
   EXPECT_EQ(error("%YAML 2.0\n---\n{}\n"), "1:1: a newer YAML than version 1");
 }
+
+// The parser notices a missing bracket or quote only further down.
+TEST(NotYaml, IsBlamedOnTheBracketOrQuoteThatIsNeverClosed) {
+  const auto error = [](const std::string &text) {
+    const std::string line = first_line(run_zar({"check", "-"}, text).err);
+    return line.substr(line.find(':') + 1);
+  };
+  EXPECT_EQ(error("clients: {a: {}\ndomains: {}\n"), "1:10: error: not YAML: this '{' is never closed");
+  EXPECT_EQ(error("a: [b,\n\nc:\n  d: e\n"), "1:4: error: not YAML: this '[' is never closed");
+  EXPECT_EQ(error("a: [b,\n\nc:\n  - d\n"), "1:4: error: not YAML: this '[' is never closed");
+  EXPECT_EQ(error("a:\n  - {b: [c, {d: e}, f}\n  - {g: h}\n"),
+            "2:22: error: not YAML: this '}' does not close the '[' in line 2, column 9");
+  EXPECT_EQ(error("a: [\n  b,\n\nc: {d: e}\n"), "1:4: error: not YAML: this '[' is never closed");
+  EXPECT_EQ(error("a: [\"b\" c]\n"), "1:9: error: not YAML: neither ',' nor ']' in a list in brackets");
+
+  EXPECT_EQ(error("clients:\n  a: \"x\n  b: y\n"), "2:6: error: not YAML: this quote is never closed");
+  EXPECT_EQ(error("clients: {a: {b: 'x}}\n"), "1:18: error: not YAML: this quote is never closed");
+  EXPECT_EQ(error("clients: 'it''s\n"), "1:10: error: not YAML: this quote is never closed");
+  EXPECT_EQ(error("clients: \"a\\\"\n"), "1:10: error: not YAML: this quote is never closed");
+  EXPECT_EQ(error("# it's\na: b's # it's\nc: |\n  it's\n  \"\nd: 'x\n"),
+            "6:4: error: not YAML: this quote is never closed");
+
+  EXPECT_EQ(error("a: \"x\nb: \"y\"\n"), "1:4: error: not YAML: the text in these quotes goes on to line 2");
+  EXPECT_EQ(error("a: {b: 'x}\nc: {d: 'y'}\n"), "1:8: error: not YAML: the text in these quotes goes on to line 2");
+  EXPECT_EQ(error("a: {b: 'it's}\n"), "1:11: error: not YAML: the text in quotes ends here, but more follows");
+}
+
+// Each quote and bracket of a file is removed in turn: the error is in its line, and no sentence of the parser.
+TEST(NotYaml, IsFoundWhereverAQuoteOrABracketIsMissing) {
+  const std::string good = R"(domains: {d: }  # it's one
+class-maps:
+  c: {match: any, filters: [{attribute: "x", equals: 'it''s'}, {attribute: y, prefix: "a\"b"}]}
+policy-maps:
+  p:
+    events:
+      e:
+        rules:
+          - number: 1
+            class: "c"
+            actions: [permit, {log: 'x'}]
+)";
+  ASSERT_EQ(run_zar({"check", "-"}, good).code, 0);
+  size_t removed = 0;
+  for (size_t at = good.find('\n'); at < good.size(); ++at) {
+    if (std::string_view("'\"{}[]").find(good[at]) == std::string_view::npos) continue;
+    std::string bad = good;
+    bad.erase(at, 1);
+    const Result result = run_zar({"check", "-"}, bad);
+    // A text with a single quote in it can be good without the others.
+    if (result.code == 0) continue;
+    ++removed;
+    const std::string line = first_line(result.err);
+    EXPECT_EQ(result.code, 65) << bad;
+    EXPECT_EQ(line.find("illegal"), std::string::npos) << line;
+    EXPECT_EQ(line.find("not found"), std::string::npos) << line;
+    const auto mistake = 1 + std::count(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+    EXPECT_EQ(line.substr(0, line.find(':', 8)), "<stdin>:" + std::to_string(mistake)) << line << "\n" << bad;
+  }
+  EXPECT_GE(removed, 20u);
+}
+
+struct Mistake {
+  const char *name;
+  std::string file;
+  std::string error;  // the first line; there is only one
+};
+
+void PrintTo(const Mistake &mistake, std::ostream *out) {
+  *out << mistake.name;
+}
+
+class OneMistake : public testing::TestWithParam<Mistake> {};
+
+TEST_P(OneMistake, IsOneError) {
+  const Result result = run_zar({"check", "-"}, GetParam().file);
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(first_line(result.err), "<stdin>:" + GetParam().error);
+  EXPECT_EQ(result.err.find("error:", result.err.find("error:") + 1), std::string::npos) << result.err;
+}
+
+constexpr const char *kRuleOnLine4 = "domains: {d: }\nclass-maps: {c: }\npolicy-maps: {p: {events: {e: {rules: [\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, OneMistake,
+    testing::Values(
+        Mistake{"KeyOfAFilter", filters("{attribute: a, equal: x}"), "3:32: error: unknown key 'equal' in a filter"},
+        Mistake{"KeyOfARule", kRuleOnLine4 + std::string("{number: 1, klasse: c, actions: []}]}}}}\n"),
+                "4:13: error: unknown key 'klasse' in a rule"},
+        Mistake{"KeyOfAnAction", kRuleOnLine4 + std::string("{number: 1, class: c, actions: [{lgo: x}]}]}}}}\n"),
+                "4:34: error: unknown key 'lgo' in an action"},
+        Mistake{"KeyOfARange", filters("{attribute: a, range: {mni: 1}}"), "3:40: error: unknown key 'mni' in a range"},
+        Mistake{"KeyOfAPolicyMap",
+                "domains: {d: }\npolicy-maps: {p: {event: {e: {rules: []}}}}\ntargets: {t: {policies: [p]}}\n"
+                "scenario: [{event: e, target: t}, {event: e, target: t}]\n",
+                "2:19: error: unknown key 'event' in a policy-map"},
+        Mistake{"Section", "domain: {d: }\nclass-maps: {c: , e: }\npolicy-maps: {p: {events: {}}}\n",
+                "1:1: error: unknown key 'domain' in a policy file"},
+        Mistake{"SectionOfAnotherKind",
+                "domains: {d: }\nclass-maps: [c]\npolicy-maps: {p: {events: {e: {rules: [{number: 1, class: c, "
+                "actions: []}]}}}}\n",
+                "2:13: error: what stands here is a list"},
+        Mistake{"NoDomain", "class-maps: {c: , e: , f: }\n", "1:14: error: 'c' has no domain"},
+        Mistake{"ABadDomain", "domains: {'a b': }\nclass-maps: {c: , e: , f: }\n",
+                "1:11: error: 'a b' cannot be a domain's name"},
+        Mistake{"AMissingClassMap",
+                "domains: {d: }\npolicy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: []}]}, f: "
+                "{rules: [{number: 1, class: c, actions: []}]}}}}\n",
+                "2:59: error: class-map 'c' is used by rule p/e/1 and 1 other, but not defined"},
+        Mistake{"AMissingEvent",
+                "domains: {d: }\npolicy-maps: {p: {events: {e: {rules: []}}}}\ntargets: {t: {policies: [p]}}\n"
+                "scenario: [{event: x, target: t}, {event: x, target: t}, {event: x, target: t}]\n",
+                "4:20: error: no policy-map handles the event 'x', which is used 3 times"},
+        Mistake{"FiltersOfAStatement", "parameter-maps: {m: {statements: [{index: 1, filters: x, actions: []}]}}\n",
+                "1:55: error: the list of filters is a single value"}),
+    [](const auto &parameter) { return std::string(parameter.param.name); });
 
 TEST(BadPattern, IsDescribedInWordsOfOurOwn) {
   const auto error = [](const std::string &pattern) {

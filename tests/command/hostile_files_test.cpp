@@ -136,7 +136,7 @@ tests: [{name: *evil , event: e, target: t, set: {x: *evil}, expect: {verdict: d
 )")
                                  .out;
   EXPECT_NE(bad.find("\\x1b[2J"), std::string::npos) << bad;
-  EXPECT_TRUE(failed.starts_with("FAIL  <stdin>:2: \\x1b[2J\\xc2\\x9b\n")) << failed;
+  EXPECT_TRUE(failed.starts_with("FAIL  <stdin>:2: \\x1b[2J\\u009b\n")) << failed;
   for (const char *control : {"\x1b", "\xc2\x9b"})
     EXPECT_EQ((bad + failed).find(control), std::string::npos) << bad << failed;
 }

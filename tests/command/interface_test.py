@@ -55,6 +55,7 @@ def of_bash(path):
     # Bash passes '=' as a word of its own.
     for words in (["explain", "--level"], ["explain", "--level", "="]):
         assert completions(*words, "f") == {"filters"}, f"bash: {words} completes {completions(*words, 'f')}"
+    assert completions("lint", "--format", "s") == {"sarif"}, "bash: --format completes no formats"
     assert completions("show", "--json", "a.yaml", "po") == {"policy"}, "bash: show completes no kinds behind an option"
     with tempfile.TemporaryDirectory() as folder:
         for name in ("gold and silver.yaml", "notes.txt", "more.d"):

@@ -38,12 +38,13 @@ CASES = {
         for event in ("start@t", "apply@t", "apply-empty@t", "loop@t", "hopeless@t", "empty@t", "other@t", "other@u")
         for level in ("decision", "rules", "filters")
     ]
-    + [(0, [PATHS, "--event", "apply@t", "--set", "age=\udcff"])],
+    + [(0, [PATHS, "--event", "apply@t", "--set", "age=\u00e4\u202e"]), (65, ["README.md", "--event", "e@t"])],
     "show": [
         (0, ["examples/broadband.yaml"]),
         (0, ["examples/guest-network.yaml", "policy", "guest-login"]),
         (0, ["tests/command/policies/config.yaml"]),
         (0, [PATHS, "parameter-map"]),
+        (65, ["README.md"]),
     ],
     "test": [
         (0, ["examples/broadband.yaml", "--min-coverage", "95"]),
@@ -56,17 +57,20 @@ CASES = {
     "config": [
         (0, [f"examples/{name}.yaml"]) for name in EXAMPLES
     ]
-    + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS])],
+    + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS]), (65, ["/nowhere"])],
     "diff": [
+        (65, ["/nowhere", "examples/broadband.yaml", "--replay", "README.md"]),
         (0, ["examples/broadband.yaml", "examples/broadband.yaml", "--replay", "examples/broadband.yaml"]),
         (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml"]),
         (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml", "--replay", "tests/command/policies/diff-old.yaml"]),
         (1, ["examples/broadband.yaml", "examples/guest-network.yaml", "--replay", "examples/broadband.yaml"]),
     ],
     "graph": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
-    + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS])],
+    + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS]), (65, ["examples"])],
     "schema": [(0, [])],
     "shell": [
+        (65, ["README.md"], "show\n"),
+        (65, [], "load README.md\n"),
         (0, [], "create domain d\ncreate class a\nexit\n"),
         (0, [], "load examples/broadband.yaml\nraise session-start@line-0103\nexplain volume-update@line-0102 filters\nshow\n"),
         (65, ["examples/broadband.yaml"], "raise session-start@line-0103\nraise nothing@line-0103\nquit\n"),
@@ -77,6 +81,9 @@ CASES = {
         (1, ["tests/command/policies/lint.yaml"]),
         (1, ["examples/broadband.yaml"]),
         (0, ["examples/guest-network.yaml"]),
+        (65, ["README.md"]),
+        (65, ["README.md", "examples/guest-network.yaml", "examples/broadband.yaml"]),
+        (1, ["examples/guest-network.yaml", "examples/broadband.yaml"]),
     ],
 }
 

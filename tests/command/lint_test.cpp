@@ -1,4 +1,6 @@
 // zar lint: it finds faults, and every claim it makes is true.
+#include <nlohmann/json.hpp>
+
 #include <random>
 
 #include "runner.h"
@@ -42,11 +44,38 @@ TEST(Lint, TellsOfAClassMapThatNoRuleHas) {
   const Result result = run_zar({"lint", "examples/broadband.yaml"});
   EXPECT_EQ(result.code, 1);
   EXPECT_EQ(result.out,
-            "examples/broadband.yaml:29:3: unused-class: class-map authorised is not used: no rule has it\n");
+            "examples/broadband.yaml:29:3: unused-class: class-map authorised is not used: no rule has it\n"
+            "  29 |   authorised:\n"
+            "     |   ^\n");
 }
 
 TEST(Lint, RefusesABadFile) {
   EXPECT_EQ(run_zar({"lint", "-"}, "clients: 7\n").code, 65);
+}
+
+TEST(Lint, TakesSeveralFilesAndEndsWithTheWorstCode) {
+  const std::string found = run_zar({"lint", kLint}).out;
+  const Result two = run_zar({"lint", "examples/guest-network.yaml", kLint});
+  EXPECT_EQ(two.code, 1);
+  EXPECT_EQ(two.out, found);
+  const Result three = run_zar({"lint", "/nowhere", kLint, "examples/guest-network.yaml"});
+  EXPECT_EQ(three.code, 65);
+  EXPECT_EQ(three.out, found);
+  EXPECT_TRUE(three.err.starts_with("/nowhere: error: cannot be opened")) << three.err;
+  EXPECT_EQ(run_zar({"lint", "examples/guest-network.yaml", "examples/interface-qos.yaml"}).code, 0);
+  EXPECT_EQ(run_zar({"lint", "-", "-"}, "{}\n").code, 2);
+}
+
+TEST(Lint, ListsSeveralFilesInItsObject) {
+  const auto one = nlohmann::ordered_json::parse(run_zar({"lint", kLint, "--json"}).out);
+  const Result result = run_zar({"lint", kLint, "/nowhere", "examples/guest-network.yaml", "--json"});
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.err, "");
+  const auto several = nlohmann::ordered_json::parse(result.out);
+  ASSERT_EQ(several["files"].size(), 2u);
+  EXPECT_EQ(several["files"][0]["findings"], one["findings"]);
+  EXPECT_EQ(several["files"][1]["findings"], nlohmann::ordered_json::array());
+  EXPECT_EQ(several["file_errors"][0]["file"], "/nowhere");
 }
 
 // Lint knows nothing about anything outside the file.
@@ -97,7 +126,10 @@ TEST(Lint, EndsOnFilesThatWereMadeToBeHard) {
   file += "targets: {t: {policies: [p]}}\nscenario: [{event: e0, target: t}]\n";
   const Result result = run_zar({"lint", "-"}, file);
   EXPECT_EQ(result.code, 1);
-  EXPECT_EQ(result.out, "<stdin>:4:3: unused-class: class-map large is not used: no rule has it\n");
+  EXPECT_EQ(result.out,
+            "<stdin>:4:3: unused-class: class-map large is not used: no rule has it\n"
+            "  4 |   large:\n"
+            "    |   ^\n");
 }
 
 // Random filters on random values, with a brute-force search through many values as the model. What lint calls

@@ -1,5 +1,6 @@
 #include "runner.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,6 +36,14 @@ std::string read_file(const std::string &path) {
 
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input) {
   return run_in_child_process([&] { return become_zar(arguments); }, input);
+}
+
+Result run_zar_within(size_t memory, const std::vector<std::string> &arguments, const std::string &input) {
+  const auto work = [&] {
+    const rlimit limit = {memory, memory};
+    return setrlimit(RLIMIT_AS, &limit) == 0 ? become_zar(arguments) : 126;
+  };
+  return run_in_child_process(work, input);
 }
 
 std::string without_addresses(const std::string &text) {

@@ -14,6 +14,9 @@ namespace test {
 // Runs zar in the root of the project, so that paths in its output are the same on every machine.
 Result run_zar(const std::vector<std::string> &arguments, const std::string &input = "");
 
+// The same in an address space of this many bytes.
+Result run_zar_within(size_t memory, const std::vector<std::string> &arguments, const std::string &input = "");
+
 // The text with every number that begins with 0x replaced by 0x#.
 std::string without_addresses(const std::string &text);
 

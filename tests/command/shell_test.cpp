@@ -141,10 +141,22 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"unset line-0101 acount", "<stdin>:2: there is no attribute 'acount'; did you mean 'account'?\n"},
         Failing{"activate service line-0101", "<stdin>:2: policy 'service' is active on target 'line-0101' already\n"},
         Failing{"delete class barred",
-                "<stdin>:2: examples/broadband.yaml:80 needs it: there is no class-map 'barred'\n"},
+                "<stdin>:2: class-map 'barred' is needed: used by authorisation/authorise/10, in "
+                "examples/broadband.yaml:80\n"},
+        Failing{"delete class always",
+                "<stdin>:2: class-map 'always' is needed: used by authorisation/authorise/30 and 2 others, in "
+                "examples/broadband.yaml:91\n"},
+        Failing{"delete parameter-map service-profiles",
+                "<stdin>:2: parameter-map 'service-profiles' is needed: used by service/session-start/10, in "
+                "examples/broadband.yaml:108\n"},
         Failing{"delete policy authorisation",
-                "<stdin>:2: examples/broadband.yaml:107 needs it: no policy-map handles the event 'authorise'\n"},
-        Failing{"delete client access", "<stdin>:2: there is no kind 'client'\n"},
+                "<stdin>:2: policy-map 'authorisation' is needed: without it, no policy-map handles the event "
+                "'authorise', in examples/broadband.yaml:107\n"},
+        Failing{"delete client access",
+                "<stdin>:2: clients cannot be deleted, only class, parameter-map, policy, target\n"},
+        Failing{"delete domain subscriber",
+                "<stdin>:2: domains cannot be deleted, only class, parameter-map, policy, target\n"},
+        Failing{"show client", "<stdin>:2: clients cannot be shown alone, only class, parameter-map, policy, target\n"},
         Failing{"show polcy", "<stdin>:2: there is no kind 'polcy'; did you mean 'policy'?\n"},
         Failing{"show policy servce", "<stdin>:2: there is no policy 'servce'; did you mean 'service'?\n"},
         Failing{"trace loud", "<stdin>:2: there is no level 'loud'\n"},

@@ -103,7 +103,7 @@ INSTANTIATE_TEST_SUITE_P(
             "    |             ^\n"
             "  expected: an event that a policy-map has under 'events'\n"
             "  did you mean 'start'?\n"
-            "<stdin>:6:27: error: there is no target 'u'\n"
+            "<stdin>:6:27: error: target 'u' is used by test 'test 1', but not defined\n"
             "  6 |   - {event: strt, target: u, expect: {rules: [p/start/1, glod], attributes: {servce: }}}\n"
             "    |                           ^\n"
             "  expected: the name of a target of this file\n"
@@ -124,10 +124,6 @@ INSTANTIATE_TEST_SUITE_P(
             "  expected: an attribute that a filter, an action or a target has\n"
             "  did you mean 'service'?\n"},
         Bad{"UnknownKeys", "  - {evnt: start, target: t, expect: {verdct: deny}}",
-            "<stdin>:6:5: error: a test has no 'event'\n"
-            "  6 |   - {evnt: start, target: t, expect: {verdct: deny}}\n"
-            "    |     ^\n"
-            "  expected: the key event\n"
             "<stdin>:6:6: error: unknown key 'evnt' in a test\n"
             "  6 |   - {evnt: start, target: t, expect: {verdct: deny}}\n"
             "    |      ^\n"

@@ -153,7 +153,8 @@ TEST_F(LoadingMore, FindsEverythingHoweverMuchIsAdded) {
 
 TEST_F(LoadingMore, LeavesTheFileAsItWasIfTheSourceIsBad) {
   const size_t handles = file.handles();
-  EXPECT_NE(add_policy("q", "third", "nobody").find("there is no class-map 'nobody'"), std::string::npos);
+  EXPECT_NE(add_policy("q", "third", "nobody").find("class-map 'nobody' is used by rule q/third/1, but not defined"),
+            std::string::npos);
   EXPECT_EQ(file.policy_maps.size(), 1u);
   EXPECT_EQ(file.find_policy_map("q"), nullptr);
   EXPECT_EQ(file.event_id("third"), 0u);

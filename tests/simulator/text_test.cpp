@@ -1,7 +1,11 @@
-// Quoting and suggestions.
+// Quoting, excerpts and suggestions.
 #include "simulator/text/text.h"
 
 #include <gtest/gtest.h>
+
+#include "simulator/policy/parse_text.h"
+#include "simulator/text/excerpt.h"
+#include "simulator/text/utf8.h"
 
 namespace {
 
@@ -13,7 +17,7 @@ TEST(Quoting, EscapesWhatWouldEndTheQuotesOrTheLine) {
   EXPECT_EQ(quoted("plain"), "\"plain\"");
   EXPECT_EQ(quoted("say \"hi\" \\ bye"), "\"say \\\"hi\\\" \\\\ bye\"");
   EXPECT_EQ(quoted("a\nb\tc\x7f"), "\"a\\nb\\x09c\\x7f\"");
-  EXPECT_EQ(quoted("\xc2\x80\xc2\x9b\xc2\xa0"), "\"\\xc2\\x80\\xc2\\x9b\xc2\xa0\"");
+  EXPECT_EQ(quoted("\xc2\x80\xc2\x9b\xc2\xa0"), "\"\\u0080\\u009b\xc2\xa0\"");
   EXPECT_EQ(quoted("gr\xc3\xbc\xc3\x9f"), "\"gr\xc3\xbc\xc3\x9f\"");
 }
 
@@ -23,14 +27,91 @@ TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
   EXPECT_EQ(as_word(""), "\"\"");
   EXPECT_EQ(as_word("two words"), "\"two words\"");
   EXPECT_EQ(as_word("\x1b[m"), "\"\\x1b[m\"");
-  EXPECT_EQ(as_word("a\xc2\x9b"), "\"a\\xc2\\x9b\"");
+  EXPECT_EQ(as_word("a\xc2\x9b"), "\"a\\u009b\"");
   EXPECT_EQ(as_word("\"gold\""), "\"\\\"gold\\\"\"");
 }
 
 TEST(Messages, HoldNothingThatATerminalObeys) {
   EXPECT_EQ(simulator::escape_control_characters("plain \"text\" with \\ in it"), "plain \"text\" with \\ in it");
-  EXPECT_EQ(simulator::escape_control_characters("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\xc2\\x9bm and \\x07");
-  EXPECT_EQ(simulator::escape_control_characters("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\xc2");
+  EXPECT_EQ(simulator::escape_control_characters("\x1b[2J, \xc2\x9bm and \a"), "\\x1b[2J, \\u009bm and \\x07");
+  EXPECT_EQ(simulator::escape_control_characters("\xc2\xa0\xc3\xbc\xc2"), "\xc2\xa0\xc3\xbc\\xc2");
+}
+
+TEST(Messages, HoldNothingThatNobodySees) {
+  const auto escaped = [](const char *text) { return simulator::escape_control_characters(text); };
+  EXPECT_EQ(escaped("admin\xe2\x80\xae"
+                    "nimda"),
+            "admin\\u202enimda")
+      << "turns the text behind it around";
+  EXPECT_EQ(escaped("\xe2\x81\xa6\xe2\x81\xa9\xd8\x9c"), "\\u2066\\u2069\\u061c");
+  EXPECT_EQ(escaped("a\xe2\x80\x8b"
+                    "b\xc2\xad"
+                    "c\xef\xbb\xbf"),
+            "a\\u200bb\\u00adc\\ufeff")
+      << "no width";
+  EXPECT_EQ(escaped("\xe2\x80\xa8\xf3\xa0\x81\x81"), "\\u2028\\U000e0041") << "an end of a line, a tag";
+  EXPECT_EQ(escaped("\xff\xed\xa0\x80"), "\\xff\\xed\\xa0\\x80") << "no UTF-8";
+  EXPECT_EQ(escaped("\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x9a\x80"), "\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x9a\x80")
+      << "a joiner makes one picture of two";
+}
+
+// The texts of filters and actions are read back from the repository.
+TEST(Quoting, CanBeReadBack) {
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte)
+    all += static_cast<char>(byte);
+  EXPECT_EQ(simulator::parse_word(simulator::quoted(all)), all);
+  for (const char32_t code : {0x7fU, 0x9bU, 0xe4U, 0x202eU, 0x20acU, 0xfeffU, 0x1f600U, 0xe0041U, 0x10ffffU}) {
+    const std::string text = "a" + simulator::to_utf8(code) + "b";
+    EXPECT_EQ(simulator::front_of(simulator::to_utf8(code)).code, code);
+    EXPECT_EQ(simulator::parse_word(as_word(text)), text);
+  }
+  EXPECT_EQ(simulator::parse_word("\"\\u20\""), std::nullopt);
+  EXPECT_EQ(simulator::parse_word("\"\\x2-\""), std::nullopt);
+  EXPECT_EQ(simulator::parse_word("\"\\q\""), std::nullopt);
+}
+
+// ---- Excerpts
+
+std::string excerpt(const std::string &line, uint32_t column) {
+  return simulator::marked_line(7, line, column, simulator::Colours::off);
+}
+
+TEST(Excerpts, MarkTheCharacterNotTheByte) {
+  EXPECT_EQ(excerpt("abc", 1), "  7 | abc\n    | ^\n");
+  EXPECT_EQ(excerpt("abc", 4), "  7 | abc\n    |    ^\n");
+  EXPECT_EQ(excerpt("\xc3\xa4\xc3\xb6x", 3), "  7 | \xc3\xa4\xc3\xb6x\n    |   ^\n");
+  EXPECT_EQ(excerpt("\t\tx", 3), "  7 |   x\n    |   ^\n");
+}
+
+TEST(Excerpts, LineUpUnderWideAndCombiningCharacters) {
+  EXPECT_EQ(excerpt("\xe6\x97\xa5\xe6\x9c\xacx", 3), "  7 | \xe6\x97\xa5\xe6\x9c\xacx\n    |     ^\n");
+  EXPECT_EQ(excerpt("\xf0\x9f\x98\x80x", 2), "  7 | \xf0\x9f\x98\x80x\n    |   ^\n");
+  EXPECT_EQ(excerpt("e\xcc\x81x", 3), "  7 | e\xcc\x81x\n    |  ^\n");
+}
+
+TEST(Excerpts, ShowEscapesForWhatNobodySees) {
+  EXPECT_EQ(excerpt("\x1b[2Jx", 5), "  7 | \\x1b[2Jx\n    |        ^\n");
+  EXPECT_EQ(excerpt("a\xe2\x80\xaex", 3), "  7 | a\\u202ex\n    |        ^\n");
+  EXPECT_EQ(excerpt("a\xffx", 3), "  7 | a\\xffx\n    |      ^\n");
+}
+
+TEST(Excerpts, ShowWhereALongLineWasCut) {
+  const std::string x(100, 'x');
+  EXPECT_EQ(excerpt(x, 100), "  7 | " + x + "\n    | " + std::string(99, ' ') + "^\n") << "it just fits";
+  EXPECT_EQ(excerpt(x + "x", 1), "  7 | " + x + "...\n    | ^\n");
+  EXPECT_EQ(excerpt(x + "!", 101), "  7 | ..." + std::string(50, 'x') + "!\n    | " + std::string(53, ' ') + "^\n");
+  EXPECT_EQ(excerpt(x + "!" + x, 101), "  7 | ..." + std::string(50, 'x') + "!" + std::string(46, 'x') + "...\n    | " +
+                                           std::string(53, ' ') + "^\n");
+}
+
+TEST(Excerpts, OfManyEscapesAreCutToo) {
+  std::string line;
+  for (int at = 0; at < 60; ++at)
+    line += "\xe2\x80\xae";
+  const std::string shown = excerpt(line + "!" + line, 61);
+  EXPECT_LT(shown.find('\n'), 115u) << shown;
+  EXPECT_EQ(shown.find('!'), shown.find('^') - shown.find('\n') - 1) << shown;
 }
 
 TEST(Suggestions, FindOneSlipOfTheFingers) {

@@ -1,0 +1,13 @@
+// How much room characters take on a terminal.
+#pragma once
+
+#include <cstddef>
+
+namespace simulator {
+
+// The columns of a character: 2 for those of East Asia and for most pictures, 0 for marks that combine with the
+// character before them, else 1. The marks of some scripts are missing, so that a line of these seems too wide. The
+// C library knows the widths only in the locale of the user, on which no output here depends.
+size_t columns_of(char32_t character);
+
+}  // namespace simulator
