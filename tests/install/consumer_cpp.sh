@@ -24,4 +24,5 @@ runs() {
 runs "$scratch/linked"
 runs "$scratch/loading" "$prefix/$libdir/libzar.so.1"
 "$scratch/platform-check" > "$scratch/report" 2> "$scratch/messages" || fail "$(cat "$scratch/report")"
+"$scratch/platform-check-of-archive" trees > "$scratch/report" || fail "$(cat "$scratch/report")"
 test ! -s "$scratch/messages" || fail "the check lets through what the runtime traces: $(cat "$scratch/messages")"
