@@ -125,24 +125,12 @@ whole="-Wl,--whole-archive libimports.a -Wl,--no-whole-archive"
 
 # ---- Hosts whose names are hidden ----
 
-hidden() {
-  compile "$@" -fvisibility=hidden -c "$root/examples/embed/runtime.c" -o hidden_runtime.o
-  compile "$@" -fvisibility=hidden -c "$root/tests/install/platform_check/broken_engine.c" -o hidden_engine.o
+compile "$@" -fvisibility=hidden -c "$root/examples/embed/runtime.c" -o hidden_runtime.o
+compile "$@" -fvisibility=hidden -c "$root/tests/install/platform_check/broken_engine.c" -o hidden_engine.o
+# shellcheck disable=SC2086
+{
+  links hidden "$@" linked.o hidden_runtime.o hidden_engine.o $zar
+  runs hidden
+  links loading_hidden "$@" loading.o hidden_runtime.o hidden_engine.o -rdynamic -ldl
+  loads ./loading_hidden libzar.so.1 now
 }
-hidden "$@"
-# shellcheck disable=SC2086
-does_not_link 'hidden symbol\|final link failed' "$@" linked.o hidden_runtime.o hidden_engine.o $zar
-for source in "$root/examples/embed/runtime.c" "$root/tests/install/platform_check/broken_engine.c"; do
-  {
-    echo '#define _GNU_SOURCE'
-    echo '#pragma GCC visibility push(default)'
-    echo '#include "zar/platform/runtime.h"'
-    echo '#include "zar/platform/engine.h"'
-    echo '#pragma GCC visibility pop'
-    grep -v '_GNU_SOURCE' "$source"
-  } > "visible_$(basename "$source")"
-  compile "$@" -fvisibility=hidden -c "visible_$(basename "$source")"
-done
-# shellcheck disable=SC2086
-links visible "$@" linked.o visible_runtime.o visible_broken_engine.o $zar
-runs visible

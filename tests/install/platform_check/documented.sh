@@ -21,6 +21,7 @@ test -s "$scratch/documented"
 "$program" --list | sort > "$scratch/checked"
 diff -u "$scratch/documented" "$scratch/checked"
 
+# shellcheck disable=SC2016 # the pages quote names in this way
 sed -n 's/^| \(0x[0-9a-f]*\) | `\([A-Z_]*\)` | .*/ZAR_TAG_\2 = \1/p' docs/platform.md | sort > "$scratch/documented"
 sed -n 's/^ *\(ZAR_TAG_[A-Z_]* = 0x[0-9a-f]*\),.*/\1/p' platform/tags.h | sort > "$scratch/declared"
 test -s "$scratch/declared"
