@@ -39,7 +39,7 @@
  *
  * @section conv_status Results
  *
- * Statuses are known by number only:
+ * Statuses are plain numbers; zar/status.h has names and texts for them:
  *
  * | Status | Meaning                                                                                                  |
  * |-------:|----------------------------------------------------------------------------------------------------------|
@@ -164,6 +164,7 @@
 #include "zar/pmtr.h"
 #include "zar/present.h"
 #include "zar/records.h"
+#include "zar/status.h"
 #include "zar/types.h"
 #include "zar/version.h"
 
