@@ -28,8 +28,8 @@ extern "C" {
  * @defgroup zar_platform_runtime Platform runtime
  * The services that the library imports; docs/platform.md describes what each must guarantee, as numbered promises,
  * what it may do, and what the library never does. All are called on the thread of the operation, and none before
- * zar_init(). None may throw. A failing service returns 0 or NULL, except strncpy_s(). A tag says what a request is for;
- * a runtime may count by tags or ignore them.
+ * zar_init(). None may throw. A failing service returns 0 or NULL, except strncpy_s(). A tag says what a request is
+ * for; a runtime may count by tags or ignore them.
  * @{
  */
 

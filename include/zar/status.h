@@ -1,7 +1,7 @@
 /**
  * @file
- * Names for the numbers that operations take and return. Header only: a program that uses it needs nothing more from the
- * library, and one that loads the library by dlopen() may use it too.
+ * Names for the numbers that operations take and return. Header only: a program that uses it needs nothing more from
+ * the library, and one that loads the library by dlopen() may use it too.
  */
 #ifndef ZAR_STATUS_H
 #define ZAR_STATUS_H
