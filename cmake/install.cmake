@@ -32,12 +32,25 @@ write_basic_package_version_file(${zar_generated}/zarConfigVersion.cmake COMPATI
 install(FILES ${zar_generated}/zarConfig.cmake ${zar_generated}/zarConfigVersion.cmake
   DESTINATION ${zar_cmake_dir} COMPONENT development)
 
-# Relative to the file, so that an installed tree can be moved.
+# Relative to the file, so that an installed tree can be moved; but not in the folders of the system, which pkg-config
+# leaves out of its answers only if it recognises them.
 file(RELATIVE_PATH ZAR_PC_TO_PREFIX
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" ZAR_PC_TO_PREFIX "${ZAR_PC_TO_PREFIX}")
-configure_file(cmake/zar.pc.in ${zar_generated}/zar.pc @ONLY)
-install(FILES ${zar_generated}/zar.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+set(zar_pc_files zar)
+if(ZAR_HOST)
+  list(APPEND zar_pc_files zar-platform zar-engine)
+endif()
+foreach(name ${zar_pc_files})
+  configure_file(cmake/${name}.pc.in ${zar_generated}/${name}.pc @ONLY)
+  install(FILES ${zar_generated}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+  install(CODE "if(CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?$\")
+    set(file \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig/${name}.pc\")
+    file(READ \"\${file}\" text)
+    string(REGEX REPLACE \"^prefix=[^\n]*\" \"prefix=\${CMAKE_INSTALL_PREFIX}\" text \"\${text}\")
+    file(WRITE \"\${file}\" \"\${text}\")
+  endif()" COMPONENT development)
+endforeach()
 
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.md" PATTERN abi EXCLUDE PATTERN api EXCLUDE PATTERN man EXCLUDE)

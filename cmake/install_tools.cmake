@@ -1,14 +1,17 @@
 # The component tools of an installation: the command and the stand-ins for a daemon.
 
-# The libraries of the hosts are only for these programs and for tests; they have no stable interface.
+# The libraries of the hosts are for these programs, for tests and to start with; they have no stable interface.
 set_target_properties(zar-command zar-platform-check PROPERTIES
   INSTALL_RPATH "$ORIGIN/../${zar_host_dir};$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(zarplatform zarengine PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
 install(TARGETS zar-command zar-platform-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-install(TARGETS zarplatform zarengine LIBRARY DESTINATION ${zar_host_dir} COMPONENT tools)
+install(TARGETS zarplatform zarengine EXPORT zarTargets LIBRARY DESTINATION ${zar_host_dir} COMPONENT tools)
 
-install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools
-  PATTERN CMakeLists.txt EXCLUDE PATTERN .clang-format EXCLUDE)
+# Programs are for developers, policies for users of the command.
+install(DIRECTORY examples/embed examples/api DESTINATION ${zar_example_dir} COMPONENT development
+  PATTERN .clang-format EXCLUDE)
+install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools FILES_MATCHING PATTERN "*.yaml"
+  PATTERN embed EXCLUDE PATTERN api EXCLUDE)
 # The policy files contain the path of their schema for editors, which changes once both are installed.
 file(RELATIVE_PATH zar_schema_from_examples
   ${CMAKE_INSTALL_FULL_DOCDIR}/examples ${CMAKE_INSTALL_FULL_DATADIR}/zar/schema/policy.json)

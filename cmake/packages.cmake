@@ -38,7 +38,10 @@ It imports its platform runtime and engine from the daemon that loads it.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzar-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libzar${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS zar-tools)
+if(ZAR_HOST)
+  # The runtime and the engine to start with are the command's.
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", zar-tools (= ${PROJECT_VERSION})")
+endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "policy rule repository (development files)
 Headers, pkg-config and CMake files, the documentation, and the program that
 checks a platform runtime, to be linked with it.")

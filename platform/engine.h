@@ -11,6 +11,11 @@
 extern "C" {
 #endif
 
+/* The library finds the definitions of the host, which may hide its names otherwise. */
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+
 /**
  * @defgroup zar_platform_engine Engine
  * What the library imports from the policy rule engine. It is used only inside operations; docs/platform.md says what
@@ -38,7 +43,7 @@ extern const char *BUILTIN_DEVICE_TO_TEMPLATE;
 uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32_t clid, const zar_map_info *key);
 
 /**
- * Finds the instance of a policy-map on a target.
+ * Finds the instance of a policy-map on a target. It is also asked for instances that were never made.
  *
  * @param instance_out  Receives the instance.
  * @param target        The target's handle.
@@ -104,6 +109,10 @@ const char *kel_pmap_class_match_get_string_short(uint32_t criteria);
 const char *kel_pmap_action_exec_criteria_get_string_short(uint32_t criteria);
 
 /** @} */
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #ifdef __cplusplus
 }

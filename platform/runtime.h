@@ -12,6 +12,11 @@
 extern "C" {
 #endif
 
+/* The library finds the definitions of the host, which may hide its names otherwise. */
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+
 /** Makes the compiler check the values of a call against its format, if it can. */
 #if defined(__GNUC__)
 #define PLATFORM_PRINTF(format_at, values_at) __attribute__((format(printf, format_at, values_at)))
@@ -21,9 +26,10 @@ extern "C" {
 
 /**
  * @defgroup zar_platform_runtime Platform runtime
- * The services that the library imports; docs/platform.md describes what each must guarantee, what it may do, and what
- * the library never does. All are called on the thread of the operation, and none before zar_init(). A failing service
- * returns 0 or NULL, except strncpy_s(). A tag says what a request is for; a runtime may count by tags or ignore them.
+ * The services that the library imports; docs/platform.md describes what each must guarantee, as numbered promises,
+ * what it may do, and what the library never does. All are called on the thread of the operation, and none before
+ * zar_init(). None may throw. A failing service returns 0 or NULL, except strncpy_s(). A tag says what a request is
+ * for; a runtime may count by tags or ignore them.
  * @{
  */
 
@@ -173,7 +179,7 @@ uint32_t i_avl_insert(avl_tree *tree, void *record);
  * Finds a record.
  *
  * @param tree   The tree.
- * @param probe  A record with only its key set.
+ * @param probe  A record with only its key set, zeroed otherwise; or a record of any tree.
  *
  * @return The record that compares equal, or NULL.
  */
@@ -183,7 +189,7 @@ void *i_avl_search(avl_tree *tree, const void *probe);
  * Removes a record: 'probe' itself if it is in the tree, else the one that compares equal.
  *
  * @param tree     The tree.
- * @param probe    A record of the tree, or one with only its key set.
+ * @param probe    A record of the tree, or a probe as for i_avl_search(): a record of another tree is one.
  * @param removed  Receives the removed record.
  *
  * @return Non-zero on success; 0 if nothing compares equal.
@@ -192,7 +198,7 @@ uint32_t i_avl_delete(avl_tree *tree, void *probe, void **removed);
 
 /**
  * Empties a tree: unlinks each record, then calls the tree's free function on it, which may remove further records from
- * the tree.
+ * the tree. A record that was unlinked may enter a tree again, and nobody zeroes it before.
  *
  * @param tree     The tree, which can be used again afterwards.
  * @param context  The tree again.
@@ -211,7 +217,8 @@ void i_avl_get_first(avl_node *root, void **first);
  * Finds the record that follows another.
  *
  * @param tree     The tree.
- * @param current  A record of the tree; or a probe, which stands for the first record that sorts after it.
+ * @param current  A record of the tree; or a probe as for i_avl_search(), which stands for the first record that sorts
+ *                 after it.
  * @param next     Receives the record, or NULL.
  */
 void i_avl_get_next(avl_tree *tree, void *current, void **next);
@@ -220,8 +227,8 @@ void i_avl_get_next(avl_tree *tree, void *current, void **next);
 
 /**
  * @name Queues
- * The first word of each element is its ::queue_link. One element may be in several queues, and several times in one.
- * No queue service can fail.
+ * The first word of each element is its ::queue_link, zeroed before the element is queued for the first time. One
+ * element may be in several queues, and several times in one. No queue service can fail.
  * @{
  */
 
@@ -266,7 +273,7 @@ void *queue_get_next(const queue_head *queue, queue_cursor *cursor);
  *
  * @param queue        The queue.
  * @param element      The element.
- * @param predecessor  The other, which is in the queue.
+ * @param predecessor  The other, which is in the queue; if it is there several times, its first occurrence.
  */
 void queue_insqueue(queue_head *queue, void *element, void *predecessor);
 
@@ -394,14 +401,18 @@ uint32_t btrace_module_test(uint32_t module, uint32_t level);
  * @param module    The module that traces.
  * @param level     The level.
  * @param reserved  Always 0.
- * @param format    The message, with the conversions s, d, x, p and lu for values, which are valid only during the
- *                  call.
+ * @param format    The message, with the conversions s, d, u, x, p and lu for values, which are valid only during the
+ *                  call. Most messages have no line end, some have one.
  */
 void btrace_wrapper(uint32_t module, uint32_t level, uint32_t reserved, const char *format, ...) PLATFORM_PRINTF(4, 5);
 
 /** @} */
 
 /** @} */
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #ifdef __cplusplus
 }

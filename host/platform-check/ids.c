@@ -2,7 +2,12 @@
 #include "platform/runtime.h"
 
 /* The library keeps at most this many handles. */
-enum { kLiveIds = 65536 };
+enum { kLiveIds = 65536, kFurtherIds = 100000 };
+
+/* Aligned like records. */
+typedef struct Thing {
+  _Alignas(16) char content[16];
+} Thing;
 
 static uint16_t new_table(void) {
   return id_create_new_table(256, 256, "platform check", kTag);
@@ -14,6 +19,17 @@ static uint32_t new_id(void *pointer, uint16_t table) {
   return id;
 }
 
+static uint32_t status_of(uint32_t id, uint16_t table) {
+  uint32_t status = 99;
+  id_to_ptr(id, &status, table);
+  return status;
+}
+
+static void has_status(uint32_t id, uint16_t table, uint32_t wanted) {
+  uint32_t status = status_of(id, table);
+  EXPECT(status == wanted, "the status of id 0x%x is %u instead of %u", id, status, wanted);
+}
+
 static void resolves_to(uint32_t id, uint16_t table, const void *pointer) {
   uint32_t status = 99;
   void *found = id_to_ptr(id, &status, table);
@@ -21,24 +37,55 @@ static void resolves_to(uint32_t id, uint16_t table, const void *pointer) {
   EXPECT(found == pointer, "id 0x%x resolves to %p instead of %p", id, found, pointer);
 }
 
-static void has_status(uint32_t id, uint16_t table, uint32_t wanted) {
-  uint32_t status = 99;
-  id_to_ptr(id, &status, table);
-  EXPECT(status == wanted, "the status of id 0x%x is %u instead of %u", id, status, wanted);
+static void tables_are_independent(void) {
+  Thing things[2];
+  uint16_t one = new_table(), other = new_table();
+  uint32_t id = new_id(&things[0], one), neighbour = new_id(&things[1], other);
+  EXPECT(status_of(neighbour, one) != 0, "id 0x%x of another table is live in table %u", neighbour, one);
+  id_delete(id, one);
+  resolves_to(neighbour, other, &things[1]);
 }
 
-static void live_id_resolves_to_its_pointer(void) {
-  int things[3];
+static void table_works_after_a_destruction(void) {
+  Thing thing;
+  uint16_t first = new_table();
+  new_id(&thing, first);
+  id_destroy_table(first);
+  uint16_t second = new_table();
+  resolves_to(new_id(&thing, second), second, &thing);
+}
+
+static void name_is_not_kept(void) {
+  Thing thing;
+  char *name = zar_platform_check_lend("platform check");
+  uint16_t table = id_create_new_table(256, 256, name, kTag);
+  zar_platform_check_take_back(name);
+  uint32_t id = new_id(&thing, table);
+  resolves_to(id, table, &thing);
+  id_delete(id, table);
+  id_destroy_table(table);
+}
+
+static void live_ids_resolve_to_their_pointers(void) {
+  char things[20];
   uint16_t table = new_table();
-  uint32_t ids[3];
-  for (int i = 0; i < 3; i++)
+  uint32_t ids[COUNT_OF(things)];
+  for (size_t i = 0; i < COUNT_OF(things); i++)
     ids[i] = new_id(&things[i], table);
-  for (int i = 0; i < 3; i++)
+  for (size_t i = 0; i < COUNT_OF(things); i++)
     resolves_to(ids[i], table, &things[i]);
 }
 
+static void ids_are_different(void) {
+  Thing things[2];
+  uint16_t table = new_table();
+  uint32_t first = new_id(&things[0], table), second = new_id(&things[1], table), again = new_id(&things[0], table);
+  EXPECT(first != second && second != again && first != again, "two of the ids 0x%x, 0x%x and 0x%x are equal", first,
+         second, again);
+}
+
 static void many_ids_can_be_live(void) {
-  static char things[kLiveIds];
+  static Thing things[kLiveIds];
   static uint32_t ids[kLiveIds];
   uint16_t table = new_table();
   for (uint32_t i = 0; i < kLiveIds; i++) {
@@ -49,56 +96,67 @@ static void many_ids_can_be_live(void) {
     resolves_to(ids[i], table, &things[i]);
 }
 
-static void ids_are_different(void) {
-  static char things[2];
+/* A stale handle must not resolve to a later record. */
+static void deleted_id_is_not_issued_again(void) {
+  Thing things[2];
   uint16_t table = new_table();
-  uint32_t first = new_id(&things[0], table), second = new_id(&things[1], table), again = new_id(&things[0], table);
-  EXPECT(first != second && second != again && first != again, "two of the ids 0x%x, 0x%x and 0x%x are equal", first,
-         second, again);
+  uint32_t stale = new_id(&things[0], table);
+  id_delete(stale, table);
+  for (int i = 0; i < kFurtherIds; i++) {
+    uint32_t id = new_id(&things[1], table);
+    EXPECT(id != stale, "id 0x%x was issued again after %d others", stale, i);
+    id_delete(id, table);
+  }
 }
 
 static void deleted_id_is_reported(void) {
-  int thing;
+  Thing thing;
   uint16_t table = new_table();
   uint32_t id = new_id(&thing, table);
   id_delete(id, table);
   has_status(id, table, 2);
 }
 
-/* A stale handle must not resolve to a later record. */
-static void deleted_id_stays_deleted(void) {
-  static char things[2];
+static void deleted_id_is_reported_later(void) {
+  Thing things[2];
   uint16_t table = new_table();
   uint32_t stale = new_id(&things[0], table);
   id_delete(stale, table);
-  for (int i = 0; i < 100000; i++) {
-    uint32_t id = new_id(&things[1], table);
-    EXPECT(id != stale, "id 0x%x was issued again after %d others", stale, i);
-    id_delete(id, table);
-  }
+  for (int i = 0; i < kFurtherIds; i++)
+    id_delete(new_id(&things[1], table), table);
   has_status(stale, table, 2);
 }
 
 static void unissued_id_is_reported(void) {
-  int thing;
+  Thing thing;
   uint16_t table = new_table();
-  uint32_t id = new_id(&thing, table), unissued = id ^ 0x40000000u;
-  uint32_t status = 99;
-  id_to_ptr(unissued, &status, table);
+  uint32_t id = new_id(&thing, table), unissued = id ^ 0x40000000u, status = status_of(unissued, table);
   EXPECT(status != 0 && status != 2, "the status of 0x%x, which was never issued, is %u", unissued, status);
   resolves_to(id, table, &thing);
 }
 
+static void dead_id_has_no_pointer(void) {
+  Thing thing;
+  uint16_t table = new_table();
+  uint32_t id = new_id(&thing, table), status = 99;
+  id_delete(id, table);
+  const void *found = id_to_ptr(id, &status, table);
+  EXPECT(found == NULL, "the deleted id 0x%x gives %p", id, found);
+  found = id_to_ptr(id ^ 0x40000000u, &status, table);
+  EXPECT(found == NULL, "id 0x%x, which was never issued, gives %p", id ^ 0x40000000u, found);
+}
+
 static void deletion_reports_whether_the_id_was_live(void) {
-  int thing;
+  Thing thing;
   uint16_t table = new_table();
   uint32_t id = new_id(&thing, table);
   EXPECT(id_delete(id, table) != 0, "it returned 0 for a live id");
   EXPECT(id_delete(id, table) == 0, "it returned non-zero for an id that was already deleted");
+  EXPECT(id_delete(id ^ 0x40000000u, table) == 0, "it returned non-zero for an id that was never issued");
 }
 
 static void deletion_does_not_affect_other_ids(void) {
-  static char things[3];
+  Thing things[3];
   uint16_t table = new_table();
   uint32_t ids[3];
   for (int i = 0; i < 3; i++)
@@ -108,37 +166,60 @@ static void deletion_does_not_affect_other_ids(void) {
   resolves_to(ids[2], table, &things[2]);
 }
 
-static void tables_are_independent(void) {
-  static char things[2];
-  uint16_t one = new_table(), other = new_table();
-  uint32_t id = new_id(&things[0], one), neighbour = new_id(&things[1], other);
-  EXPECT(one != other, "two tables have the identifier %u", one);
-  id_delete(id, one);
-  resolves_to(neighbour, other, &things[1]);
+static void deletion_of_a_dead_id_changes_nothing(void) {
+  Thing things[2];
+  uint16_t table = new_table();
+  uint32_t stale = new_id(&things[0], table);
+  id_delete(stale, table);
+  uint32_t id = new_id(&things[1], table);
+  id_delete(stale, table);
+  resolves_to(id, table, &things[1]);
 }
 
 static void destruction_reports_whether_the_table_existed(void) {
-  int thing;
   uint16_t table = new_table();
-  uint32_t id = new_id(&thing, table), status = 99;
   EXPECT(id_destroy_table(table) != 0, "it returned 0 for an existing table");
   EXPECT(id_destroy_table(table) == 0, "it returned non-zero for a table that was already destroyed");
-  id_to_ptr(id, &status, table);
-  EXPECT(status != 0, "id 0x%x is still live after its table was destroyed", id);
+}
+
+static void destruction_ends_all_ids(void) {
+  Thing things[2];
+  uint16_t table = new_table();
+  uint32_t ids[2] = {new_id(&things[0], table), new_id(&things[1], table)};
+  id_destroy_table(table);
+  for (int i = 0; i < 2; i++)
+    EXPECT(status_of(ids[i], table) != 0, "id 0x%x is still live after its table was destroyed", ids[i]);
+}
+
+static void destruction_does_not_affect_other_tables(void) {
+  Thing things[2];
+  uint16_t one = new_table(), other = new_table();
+  uint32_t id = new_id(&things[0], one);
+  new_id(&things[1], other);
+  id_destroy_table(other);
+  resolves_to(id, one, &things[0]);
 }
 
 static const Promise promises[] = {
-    {"id_get", "returns ids that resolve to their pointers", live_id_resolves_to_its_pointer},
-    {"id_get", "returns a different id each time, even for the same pointer", ids_are_different},
-    {"id_get", "keeps 65536 ids live at once", many_ids_can_be_live},
-    {"id_to_ptr", "reports status 2 for an id that was deleted", deleted_id_is_reported},
-    {"id_to_ptr", "still reports status 2 after 100000 further ids, all different from the deleted one",
-     deleted_id_stays_deleted},
-    {"id_to_ptr", "reports neither status 0 nor 2 for an id that was never issued", unissued_id_is_reported},
-    {"id_delete", "returns non-zero for a live id and 0 for any other", deletion_reports_whether_the_id_was_live},
-    {"id_delete", "does not affect other ids", deletion_does_not_affect_other_ids},
-    {"id_create_new_table", "creates tables that are independent of each other", tables_are_independent},
-    {"id_destroy_table", "returns whether the table existed; afterwards its ids are not live",
+    {1, "id_create_new_table", "creates tables that are independent of each other", tables_are_independent},
+    {2, "id_create_new_table", "creates a table that works after another one was destroyed",
+     table_works_after_a_destruction},
+    {3, "id_create_new_table", "needs the name only during the call", name_is_not_kept},
+    {4, "id_get", "returns ids that resolve to their pointers, however these are aligned",
+     live_ids_resolve_to_their_pointers},
+    {5, "id_get", "returns a different id each time, even for the same pointer", ids_are_different},
+    {6, "id_get", "keeps 65536 ids live at once", many_ids_can_be_live},
+    {7, "id_get", "does not issue a deleted id again among the next 100000", deleted_id_is_not_issued_again},
+    {8, "id_to_ptr", "reports status 2 for an id that was deleted", deleted_id_is_reported},
+    {9, "id_to_ptr", "still reports status 2 for it after 100000 further ids", deleted_id_is_reported_later},
+    {10, "id_to_ptr", "reports neither status 0 nor 2 for an id that was never issued", unissued_id_is_reported},
+    {11, "id_to_ptr", "returns NULL unless the id is live", dead_id_has_no_pointer},
+    {12, "id_delete", "returns non-zero for a live id and 0 for any other", deletion_reports_whether_the_id_was_live},
+    {13, "id_delete", "does not affect other ids", deletion_does_not_affect_other_ids},
+    {14, "id_delete", "changes nothing if the id is not live", deletion_of_a_dead_id_changes_nothing},
+    {15, "id_destroy_table", "returns non-zero for an existing table and 0 for any other",
      destruction_reports_whether_the_table_existed},
+    {16, "id_destroy_table", "ends all ids of the table", destruction_ends_all_ids},
+    {17, "id_destroy_table", "does not affect other tables", destruction_does_not_affect_other_tables},
 };
-const Group id_tables = {"id tables", promises, COUNT_OF(promises)};
+const Group zar_platform_check_ids = {"id tables", "id", promises, COUNT_OF(promises), NULL};

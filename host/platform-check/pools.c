@@ -3,11 +3,17 @@
 #include "check.h"
 #include "platform/runtime.h"
 
-/* Enough for several chunks, and a size that is not a power of two, like most records. */
-enum { kFlags = 0x111, kPerChunk = 20, kRecords = 1000, kSize = 152 };
+/* Enough records for many chunks. The large size is the library's largest, and no power of two. */
+enum { kFlags = 0x111, kPerChunk = 20, kRecords = 500, kMany = 2000, kSize = 64, kLargeSize = 152 };
 
 static chunk_pool *new_pool(size_t size) {
   chunk_pool *pool = chunk_create_bmalloc(size, kPerChunk, kFlags, 0, kTag);
+  EXPECT(pool != NULL, "it returned no pool");
+  return pool;
+}
+
+static chunk_pool *new_named_pool(void) {
+  chunk_pool *pool = chunk_create("platform check", kSize, kPerChunk, kFlags, 0, 0);
   EXPECT(pool != NULL, "it returned no pool");
   return pool;
 }
@@ -33,22 +39,37 @@ static void is_marked(const unsigned char *record, size_t size, unsigned number)
   }
 }
 
-static void records_keep_their_content(chunk_pool *pool, size_t size) {
-  static unsigned char *records[kRecords];
-  for (unsigned i = 0; i < kRecords; i++)
+static void records_keep_their_content(chunk_pool *pool, size_t size, unsigned n_records) {
+  static unsigned char *records[kMany];
+  for (unsigned i = 0; i < n_records; i++)
     mark(records[i] = take(pool), size, i);
-  for (unsigned i = 0; i < kRecords; i++)
+  for (unsigned i = 0; i < n_records; i++)
     is_marked(records[i], size, i);
 }
 
-static void records_do_not_overlap(void) {
-  records_keep_their_content(new_pool(kSize), kSize);
+static void pool_grows(void) {
+  records_keep_their_content(new_pool(kSize), kSize, kMany);
 }
 
-static void records_of_a_named_pool_do_not_overlap(void) {
-  chunk_pool *pool = chunk_create("platform check", kSize, kPerChunk, kFlags, 0, 0);
-  EXPECT(pool != NULL, "it returned no pool");
-  records_keep_their_content(pool, kSize);
+static void named_pool_grows(void) {
+  records_keep_their_content(new_named_pool(), kSize, kMany);
+}
+
+static void records_have_their_full_size(void) {
+  records_keep_their_content(new_pool(kLargeSize), kLargeSize, kRecords);
+}
+
+static void pools_are_independent(void) {
+  chunk_pool *small = new_pool(16), *large = new_pool(4096);
+  static unsigned char *small_records[kRecords], *large_records[kRecords];
+  for (unsigned i = 0; i < kRecords; i++) {
+    mark(small_records[i] = take(small), 16, i);
+    mark(large_records[i] = take(large), 4096, i);
+  }
+  for (unsigned i = 0; i < kRecords; i++) {
+    is_marked(small_records[i], 16, i);
+    is_marked(large_records[i], 4096, i);
+  }
 }
 
 static void records_are_aligned(void) {
@@ -60,8 +81,9 @@ static void records_are_aligned(void) {
 }
 
 static void freeing_reports_success(void) {
-  chunk_pool *pool = new_pool(kSize);
+  chunk_pool *pool = new_pool(kSize), *named = new_named_pool();
   EXPECT(chunk_free(pool, take(pool)) != 0, "it returned 0 for a record of the pool");
+  EXPECT(chunk_free(named, take(named)) != 0, "it returned 0 for a record of a named pool");
 }
 
 /* Frees every second record, so that the remaining ones are between freed ones. */
@@ -78,25 +100,20 @@ static void freeing_does_not_affect_other_records(void) {
     is_marked(records[i], kSize, i);
 }
 
-static void pools_are_independent(void) {
-  chunk_pool *small = new_pool(16), *large = new_pool(4096);
-  static unsigned char *small_records[kRecords], *large_records[kRecords];
-  for (unsigned i = 0; i < kRecords; i++) {
-    mark(small_records[i] = take(small), 16, i);
-    mark(large_records[i] = take(large), 4096, i);
-  }
-  for (unsigned i = 0; i < kRecords; i++) {
-    is_marked(small_records[i], 16, i);
-    is_marked(large_records[i], 4096, i);
-  }
+static void freed_records_can_be_taken_again(void) {
+  chunk_pool *pool = new_pool(kSize);
+  for (int i = 0; i < 100000; i++)
+    chunk_free(pool, take(pool));
 }
 
 static const Promise promises[] = {
-    {"chunk_create_bmalloc", "creates a pool that grows beyond its first chunk", records_do_not_overlap},
-    {"chunk_create_bmalloc", "creates pools with different record sizes", pools_are_independent},
-    {"chunk_create", "creates a pool that grows beyond its first chunk", records_of_a_named_pool_do_not_overlap},
-    {"chunk_malloc", "returns records that are aligned for pointers", records_are_aligned},
-    {"chunk_free", "returns non-zero for a record of the pool", freeing_reports_success},
-    {"chunk_free", "does not affect records that are in use", freeing_does_not_affect_other_records},
+    {1, "chunk_create_bmalloc", "creates a pool that grows as needed", pool_grows},
+    {2, "chunk_create_bmalloc", "creates pools with different record sizes", pools_are_independent},
+    {3, "chunk_create", "creates a pool that grows as needed", named_pool_grows},
+    {4, "chunk_malloc", "returns records that are aligned for pointers", records_are_aligned},
+    {5, "chunk_malloc", "returns records of the full size, which do not overlap", records_have_their_full_size},
+    {6, "chunk_free", "returns non-zero for a record of the pool", freeing_reports_success},
+    {7, "chunk_free", "does not affect records that are in use", freeing_does_not_affect_other_records},
+    {8, "chunk_free", "lets a record be taken again, any number of times", freed_records_can_be_taken_again},
 };
-const Group pools = {"pools", promises, COUNT_OF(promises)};
+const Group zar_platform_check_pools = {"pools", "chunk", promises, COUNT_OF(promises), NULL};

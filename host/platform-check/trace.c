@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "check.h"
 #include "platform/runtime.h"
@@ -17,34 +15,36 @@ static void result_is_constant(void) {
   }
 }
 
-/* A runtime may print the messages below; they must not appear between the promises. This process traces no others. */
-static void discard_output(void) {
-  int nowhere = open("/dev/null", O_WRONLY);
-  EXPECT(nowhere >= 0, "/dev/null cannot be opened");
-  dup2(nowhere, STDOUT_FILENO);
-  dup2(nowhere, STDERR_FILENO);
-}
-
-/* All conversions in the library's messages. */
+/* All conversions in the library's messages, with and without a line end. */
 static void accepts_every_conversion(void) {
   int thing;
-  discard_output();
+  zar_platform_check_discard_output();
   btrace_wrapper(kModule, kInformation, 0, "%s", "no conversion but this");
-  btrace_wrapper(kModule, kInformation, 0, "%s: handle:0x%x pointer:0x%p", "check", 0xffffffffu, (void *)&thing);
-  btrace_wrapper(kModule, kErrors, 0, "%s: number:%d, target:0x%lu", " ", -1, ~0ul);
+  btrace_wrapper(kModule, kInformation, 0, "%s: handle:0x%x pointer:0x%p\n", "check", 0xffffffffu, (void *)&thing);
+  btrace_wrapper(kModule, kErrors, 0, "%s: number:%d, target:0x%lu, handle %u", " ", -1, ~0ul, 0xffffffffu);
 }
 
 static void accepts_long_texts(void) {
   static char text[20000];
   memset(text, 'x', sizeof text - 1);
-  discard_output();
+  zar_platform_check_discard_output();
   btrace_wrapper(kModule, kErrors, 0, "name:%s", text);
   EXPECT(strlen(text) == sizeof text - 1, "it wrote to the caller's text");
 }
 
+static void values_are_not_kept(void) {
+  char *text = zar_platform_check_lend("gold");
+  zar_platform_check_discard_output();
+  btrace_wrapper(kModule, kErrors, 0, "%s", text);
+  zar_platform_check_take_back(text);
+  btrace_wrapper(kModule, kErrors, 0, "%s", "silver");
+}
+
 static const Promise promises[] = {
-    {"btrace_module_test", "returns the same result until the levels are changed", result_is_constant},
-    {"btrace_wrapper", "accepts the conversions %s %d %x %p %lu", accepts_every_conversion},
-    {"btrace_wrapper", "accepts texts of any length", accepts_long_texts},
+    {1, "btrace_module_test", "returns the same result until the levels are changed", result_is_constant},
+    {2, "btrace_wrapper", "accepts the conversions %s %d %u %x %p %lu, with and without a line end",
+     accepts_every_conversion},
+    {3, "btrace_wrapper", "accepts texts of any length", accepts_long_texts},
+    {4, "btrace_wrapper", "needs the values only during the call", values_are_not_kept},
 };
-const Group trace = {"trace", promises, COUNT_OF(promises)};
+const Group zar_platform_check_trace = {"trace", "trace", promises, COUNT_OF(promises), NULL};

@@ -358,6 +358,11 @@ zar_target_policy_context *zar_retrieve_policy_context(uint32_t target);
  * instance, and then notifies the handlers. The link is removed whatever the engine returns; if it does not delete an
  * instance, the handlers are not notified. None of these operations calls a removal callback.
  *
+ * Quirk: an activation that fails after its first link was made, for lack of memory or because the engine refuses the
+ * instance, is undone as a deactivation: the engine is asked to find and delete an instance that it never made, and if
+ * it reports success, handlers are notified of an end without a beginning. So an engine should report such an instance
+ * as absent, and a handler should ignore the end of what never began.
+ *
  * Not checked: that the engine, while these operations call it, neither deletes the policy-map or the target nor
  * changes what is active on which target.
  * @{

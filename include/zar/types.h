@@ -363,7 +363,7 @@ ZAR_LAYOUT_FIELD(zar_filter_context, filter_compare_fn, 32);
  * The record must outlive the target and every target list that contains it.
  */
 typedef struct zar_target_info {
-  queue_link link;     /**< For the target lists; belongs to the queue service. */
+  queue_link link;     /**< For the target lists; zeroed by the caller at first, then the queue service's. */
   uintptr_t target_id; /**< The caller's identifier of the target. */
 } zar_target_info;
 ZAR_LAYOUT_SIZE(zar_target_info, 16);

@@ -10,7 +10,8 @@
  * Which release a program was compiled against. Versions are semantic: a new major version breaks programs and has a
  * new soname, a new minor version adds names, a new patch version only corrects. The library loaded at run time has the
  * same major version, since the soname guarantees it. To require a minor version too, link against that release: the
- * names that it added carry its symbol version, and an older library is refused when the program is loaded.
+ * names that it added carry its symbol version, and an older library is refused when the program is loaded. A program
+ * that loads the library with dlopen() asks by dlvsym() for such a name; docs/abi.md shows how.
  * @{
  */
 

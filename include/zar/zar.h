@@ -39,7 +39,7 @@
  *
  * @section conv_status Results
  *
- * Statuses are known by number only:
+ * Statuses are plain numbers; zar/status.h has names and texts for them:
  *
  * | Status | Meaning                                                                                                  |
  * |-------:|----------------------------------------------------------------------------------------------------------|
@@ -123,10 +123,20 @@
  *
  * @section conv_threads Threads and memory
  *
- * There are no threads and no locks: all state is global, and every call must come from the same thread of the host.
+ * There are no threads and no locks: all state is global. Calls may come from any thread of the host, but only one at
+ * a time, and each must see what the earlier ones wrote; a lock around all calls ensures both. Callbacks, services and
+ * the engine are called on the thread of the operation, within that lock.
+ *
+ * Nothing but zar_init() and zar_handle_table_init() may be called before zar_init(). This is not checked: other
+ * operations then report wrong clids or a lack of memory.
+ *
+ * Services, the engine and callbacks must not throw: the library is compiled without support for exceptions, and one
+ * that passes through it skips its clean-up and leaves records half-linked.
  *
  * All memory comes from the imports: records from one pool for each kind (created on first use, tried again by the next
- * call if that fails, never destroyed), names from the string database, everything else from the named allocation.
+ * call if that fails, never destroyed), names from the string database, everything else from the named allocation. In
+ * addition, the library has less than 3 MB of static memory, mostly for the kinds of handles, which the system provides
+ * as it is used.
  *
  * @section conv_keys Name keys
  *
@@ -154,6 +164,7 @@
 #include "zar/pmtr.h"
 #include "zar/present.h"
 #include "zar/records.h"
+#include "zar/status.h"
 #include "zar/types.h"
 #include "zar/version.h"
 

@@ -18,10 +18,16 @@ runs() {
   test "$output" = "all as it should be" || fail "$1 says '$output'"
 }
 
-"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" "$@" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
+quick=$prefix/share/doc/zar/examples/embed/quick.c
+"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" -DQUICK="$quick" "$@" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
 "$cmake" --build "$scratch" >> "$scratch/log" || { cat "$scratch/log"; exit 1; }
 
 runs "$scratch/linked"
 runs "$scratch/loading" "$prefix/$libdir/libzar.so.1"
+if test -e "$scratch/quick"; then
+  "$scratch/quick" > "$scratch/output" || fail "the shortest host fails"
+  diff -u "$here/../../../examples/embed/quick.txt" "$scratch/output"
+fi
 "$scratch/platform-check" > "$scratch/report" 2> "$scratch/messages" || fail "$(cat "$scratch/report")"
+"$scratch/platform-check-of-archive" trees > "$scratch/report" || fail "$(cat "$scratch/report")"
 test ! -s "$scratch/messages" || fail "the check lets through what the runtime traces: $(cat "$scratch/messages")"

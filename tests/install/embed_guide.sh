@@ -8,8 +8,12 @@ trap 'rm -rf "$scratch"' EXIT
 
 sed -n '/^## What it prints/,/^## What to mind/s/^    //p' docs/embedding.md | diff - examples/embed/expected.txt
 
-lines=$(cat examples/embed/*.c | wc -l)
+lines=$(cat examples/embed/daemon.c examples/embed/runtime.c | wc -l)
 test "$lines" -lt 300 || { echo "the example has $lines lines" >&2; exit 1; }
+
+lines=$(wc -l < examples/embed/quick.c)
+test "$lines" -lt 60 || { echo "the shortest host has $lines lines" >&2; exit 1; }
+sed -n '/^## A runtime and an engine/,/^## Building/s/^    //p' docs/embedding.md | diff - examples/embed/quick.txt
 
 # The guide quotes the sources correctly.
 sed -n '/^## The engine/,/^## From start-up/s/^    //p' docs/embedding.md > "$scratch/quoted"

@@ -68,11 +68,14 @@ holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar
 depends libzar-dev "libzar1 (= $version)"
 
 test "$built" = all || exit 0
-holds libzar-dev 'usr/share/man/man3/zar\.3\.gz' usr/share/doc/zar/api/html/index.html
+holds libzar-dev 'usr/share/man/man3/zar\.3\.gz' usr/share/doc/zar/api/html/index.html \
+  usr/share/doc/zar/examples/embed/daemon.c usr/share/doc/zar/examples/embed/quick.c \
+  usr/share/doc/zar/examples/api/core.c "usr/$libdir/pkgconfig/zar-platform.pc" "usr/$libdir/pkgconfig/zar-engine.pc"
+depends libzar-dev "zar-tools (= $version)"
 
 holds zar-tools usr/bin/zar usr/bin/zar-platform-check "usr/$libdir/zar/libzarplatform.so" \
   "usr/$libdir/zar/libzarengine.so" 'usr/share/doc/zar/examples/[a-z-]*\.yaml' \
-  usr/share/doc/zar/examples/embed/daemon.c 'usr/share/man/man1/zar\.1\.gz' \
+  'usr/share/man/man1/zar\.1\.gz' \
   'usr/share/man/man1/zar-platform-check\.1\.gz' 'usr/share/man/man5/zar-policy\.5\.gz' \
   usr/share/zar/schema/policy.json usr/share/bash-completion/completions/zar usr/share/zsh/vendor-completions/_zar
 depends zar-tools "libzar1 (= $version)"

@@ -73,6 +73,10 @@ examples=/usr/share/doc/zar/examples/embed
 cc -std=c11 "$examples/daemon.c" "$examples/runtime.c" $(pkg-config --cflags --libs zar) -o daemon
 ./daemon >output || fail "the daemon of the examples fails"
 diff -u "$sources/examples/embed/expected.txt" output
+# shellcheck disable=SC2046
+cc -std=c11 "$examples/quick.c" $(pkg-config --cflags --libs zar-engine) -o quick
+./quick >output || fail "the shortest host fails"
+diff -u "$sources/examples/embed/quick.txt" output
 "$sources/tests/install/consumer_cpp.sh" /usr "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH 2>/dev/null || cc -print-multiarch)" \
   cmake
 

@@ -173,11 +173,13 @@ uint32_t i_avl_delete(avl_tree *tree, void *probe, void **removed) {
   return 1;
 }
 void i_avl_remove(avl_tree *tree, void *) {
-  auto nodes = std::move(nodes_of[tree]);
-  nodes_of[tree].clear();
-  show_root(*tree);
-  for (avl_node *node : nodes) {
+  // The free function may remove further nodes.
+  auto &nodes = nodes_of[tree];
+  while (!nodes.empty()) {
+    avl_node *node = nodes.back();
+    nodes.pop_back();
     node->parent = nullptr;
+    show_root(*tree);
     tree->free_node(node);
   }
 }

@@ -23,5 +23,13 @@ refuses --seconds 5x
 refuses --seconds -1
 refuses --seconds 5 "no such group"
 refuses trace --seconds 5
+refuses --list trace
 "$program" --help | grep -q "'id tables'" || fail "--help does not list the groups"
-"$program" --seconds 3600 trace copying | grep -q '^8 of 8 promises are kept$' || fail "not the promises of two groups"
+"$program" --seconds 3600 trace copying | grep -q '^10 of 10 promises are kept$' || fail "not the promises of two groups"
+test "$("$program" --list | grep -c '^trace\.')" -eq 4 || fail "--list does not list the promises of trace"
+
+# Without an engine, its promises are not checked, and the report says so.
+"$program" copying engine | grep -qx 'engine: not linked with this program, not checked' || fail "the engine is not left out"
+status=0
+"$program" engine 2> /dev/null || status=$?
+test "$status" -eq 2 || fail "checking nothing but the missing engine gives exit status $status"
