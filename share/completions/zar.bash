@@ -25,7 +25,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain graph help lint run schema shell show test --help --version -h'
+    words='check config diff explain fmt graph help lint run schema shell show test --help --version -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -41,6 +41,7 @@ _zar() {
       config) words='--json' ;;
       diff) words='--replay --json' ;;
       explain) words='--event --set --clear --level --json' ;;
+      fmt) words='--check --diff --json' ;;
       graph) words='--json' ;;
       help) words='' ;;
       lint) words='--json' ;;
@@ -56,7 +57,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain graph help lint run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint run schema shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in
