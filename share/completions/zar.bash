@@ -33,7 +33,8 @@ _zar() {
   case $before in
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage) return ;;
+    --event | --set | --clear | --min-coverage | --policy) return ;;
+    --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -42,7 +43,7 @@ _zar() {
       diff) words='--replay --json' ;;
       explain) words='--event --set --clear --level --json' ;;
       fmt) words='--check --diff --json' ;;
-      graph) words='--json' ;;
+      graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--json' ;;
       run) words='--event --trace --json' ;;
