@@ -639,7 +639,7 @@ class Mutator {
   size_t place(const std::string &text) { return below(text.size()); }
   size_t end_of_line(const std::string &text) { return std::min(text.find('\n', place(text)), text.size() - 1); }
   size_t start_of_line(const std::string &text) { return end_of_line(text) + 1; }
-  std::string mark() { return "# mark " + std::to_string(++marks_) + " #"; }
+  std::string mark() { return "# mark " + std::to_string(++marks_) + "."; }
   std::string blanks() { return std::string(below(7), ' '); }
 
   // The same at one of the places where 'what' is found.
@@ -720,7 +720,7 @@ class Mutator {
 std::vector<std::string> marks_in(const std::string &text) {
   std::vector<std::string> marks;
   for (size_t at = text.find("# mark "); at != std::string::npos; at = text.find("# mark ", at + 1))
-    marks.push_back(text.substr(at, text.find('#', at + 1) - at));
+    marks.push_back(text.substr(at, text.find('.', at) - at));
   return marks;
 }
 
@@ -740,7 +740,7 @@ void expect_only_the_layout_changes(const std::string &text, const PolicyFile &f
 }
 
 TEST(Format, ChangesOnlyTheLayoutOfMutatedFiles) {
-  constexpr uint32_t kMutants = 150;
+  constexpr uint32_t kMutants = 60;
   size_t good = 0;
   size_t refused = 0;
   for (const std::string &text : policy_texts()) {
@@ -754,7 +754,7 @@ TEST(Format, ChangesOnlyTheLayoutOfMutatedFiles) {
       if (HasFailure()) return;
     }
   }
-  EXPECT_GT(good, 300U) << "the mutants are too wild to show anything";
+  EXPECT_GT(good, 150U) << "the mutants are too wild to show anything";
   EXPECT_LT(refused * 10, good) << "too many are refused";
 }
 
