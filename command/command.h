@@ -25,6 +25,7 @@ std::unique_ptr<Command> make_check_command();
 std::unique_ptr<Command> make_config_command();
 std::unique_ptr<Command> make_diff_command();
 std::unique_ptr<Command> make_explain_command();
+std::unique_ptr<Command> make_fmt_command();
 std::unique_ptr<Command> make_graph_command();
 // Shows the help of 'program', which contains this command.
 std::unique_ptr<Command> make_help_command(const Program &program);

@@ -15,6 +15,7 @@ void add_commands(command::Program &program) {
   program.add(command::make_config_command());
   program.add(command::make_diff_command());
   program.add(command::make_explain_command());
+  program.add(command::make_fmt_command());
   program.add(command::make_graph_command());
   program.add(command::make_help_command(program));
   program.add(command::make_lint_command());

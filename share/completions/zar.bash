@@ -25,7 +25,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain graph help lint run schema shell show test --help --version -h'
+    words='check config diff explain fmt graph help lint run schema shell show test --help --version -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -34,7 +34,8 @@ _zar() {
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage) return ;;
+    --event | --set | --clear | --min-coverage | --policy) return ;;
+    --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -42,7 +43,8 @@ _zar() {
       config) words='--json' ;;
       diff) words='--replay --json' ;;
       explain) words='--event --set --clear --level --json' ;;
-      graph) words='--json' ;;
+      fmt) words='--check --diff --json' ;;
+      graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--format --json' ;;
       run) words='--event --trace --json' ;;
@@ -57,7 +59,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain graph help lint run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint run schema shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in

@@ -1,5 +1,6 @@
 #include "simulator/graph/dot.h"
 
+#include <map>
 #include <unordered_set>
 
 #include "simulator/text/text.h"
@@ -12,10 +13,19 @@ namespace {
 constexpr size_t kLongestLine = 60;
 constexpr size_t kMostLines = 12;
 
-// Escapes the text for one of graphviz's HTML-like labels.
+// The last two characters of Unicode's first plane: a label is XML, which forbids them.
+std::string without_forbidden(std::string text) {
+  for (const std::string_view forbidden : {"\xef\xbf\xbe", "\xef\xbf\xbf"}) {
+    for (size_t at = text.find(forbidden); at != std::string::npos; at = text.find(forbidden, at))
+      text.replace(at, forbidden.size(), forbidden.back() == '\xbe' ? "\\ufffe" : "\\uffff");
+  }
+  return text;
+}
+
+// Escapes the text for one of graphviz's HTML-like labels: nothing in it is markup, or an escape of dot's.
 std::string escaped(std::string_view text) {
   std::string out;
-  for (const char character : text) {
+  for (const char character : without_forbidden(escape_control_characters(text))) {
     if (character == '&') {
       out += "&amp;";
     } else if (character == '<') {
@@ -64,16 +74,23 @@ const char *look_of(NodeKind kind) {
 }
 
 // The label says so in words too, for readers who print the picture or do not see colours.
+constexpr const char *kNever = "<font color=\"#b03030\"><i>never hit</i></font>";
 constexpr const char *kNeverLook =
     "shape=box, style=\"filled,rounded,dashed\", fillcolor=\"#eeeeee\", color=\"#b03030\"";
 
+std::string label_of(const std::vector<std::string> &lines) {
+  std::string label;
+  for (size_t at = 0; at < lines.size() && at < kMostLines; ++at)
+    label += concat(escaped(cut(lines[at])), "<br align=\"left\"/>");
+  if (lines.size() > kMostLines) label += concat("and ", lines.size() - kMostLines, " more<br align=\"left\"/>");
+  return label;
+}
+
 std::string label_of(const Node &node) {
-  std::string label = concat("<b>", escaped(node.title), "</b><br align=\"left\"/>");
-  for (size_t at = 0; at < node.lines.size() && at < kMostLines; ++at)
-    label += concat(escaped(cut(node.lines[at])), "<br align=\"left\"/>");
-  if (node.lines.size() > kMostLines)
-    label += concat("and ", node.lines.size() - kMostLines, " more<br align=\"left\"/>");
-  if (node.never) label += "<font color=\"#b03030\"><i>never hit</i></font><br align=\"left\"/>";
+  std::string label = concat("<b>", escaped(node.title), "</b>");
+  if (!node.count.empty()) label += concat("   ", node.count, node.never ? ", " : "", node.never ? kNever : "");
+  label += concat("<br align=\"left\"/>", label_of(node.tests), label_of(node.lines));
+  if (node.never && node.count.empty()) label += concat(kNever, "<br align=\"left\"/>");
   return label;
 }
 
@@ -82,17 +99,12 @@ std::string node_line(const Node &node) {
                 ">];\n");
 }
 
-std::string label_of(const Edge &edge) {
-  if (edge.tries) return concat(edge.hits, " of ", *edge.tries);
-  return std::to_string(edge.hits);
-}
-
 std::string edge_line(const Edge &edge, bool counted) {
   std::string line = concat("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
   if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
   // A raise leads back to an event, and must not reverse the order of the columns.
   if (edge.kind == EdgeKind::raises) line += "constraint=false, ";
-  if (counted) line += concat("label=\"", label_of(edge), "\", ");
+  if (counted) line += concat("label=\"", count_text(edge), "\", ");
   if (counted && edge.hits == 0) return line + "style=dashed, color=\"#b0b0b0\", fontcolor=\"#808080\"];\n";
   const std::string_view color = edge.kind == EdgeKind::raises ? "#c07000" : "#505050";
   return concat(line, "color=\"", color, "\", fontcolor=\"", color, "\"];\n");
@@ -103,14 +115,26 @@ constexpr const char *kHead =
     "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\", color=\"#707070\"];\n"
     "  edge [fontname=\"Helvetica\", fontsize=9, arrowsize=0.7];\n";
 
-// Puts the nodes of a kind into one column, from top to bottom in their order. Without this, dot would reorder them to
-// avoid a crossing; with a box around each policy-map it would ignore the order.
-std::string column(const Graph &graph, NodeKind kind) {
-  std::string ids;
+// Puts the nodes of a kind into columns, from top to bottom in their order. Without this, dot would reorder them to avoid
+// a crossing; with a box around each policy-map it would ignore the order.
+std::string columns(const Graph &graph, NodeKind kind) {
+  std::map<size_t, std::string> ids;  // in each column
+  std::string order;                  // of the columns
+  const Node *top = nullptr;          // of the column
+  size_t current = 0;
   for (const Node &node : graph.nodes) {
-    if (node.kind == kind) ids += concat(ids.empty() ? "" : " -> ", quoted(node.id));
+    if (node.kind != kind) continue;
+    std::string &column = ids[node.column];
+    column += concat(column.empty() ? "" : " -> ", quoted(node.id));
+    // The rules of a long event go on at the top of the next column.
+    if (node.column > current) order += concat("  ", quoted(top->id), " -> ", quoted(node.id), " [style=invis];\n");
+    if (!top || node.column != current) top = &node;
+    current = node.column;
   }
-  return ids.empty() ? "" : concat("  { rank=same; edge [style=invis]; ", ids, "; }\n");
+  std::string text;
+  for (const auto &[number, column] : ids)
+    text += concat("  { rank=same; edge [style=invis]; ", column, "; }\n");
+  return text + order;
 }
 
 // Without this, unused nodes would be among the targets.
@@ -133,7 +157,7 @@ std::string to_dot(const Graph &graph, const std::string &caption) {
   for (const Node &node : graph.nodes)
     dot += node_line(node);
   for (const NodeKind kind : {NodeKind::policy_map, NodeKind::event, NodeKind::rule, NodeKind::statement})
-    dot += column(graph, kind);
+    dot += columns(graph, kind);
   dot += last_column(graph);
   for (const Edge &edge : graph.edges)
     dot += edge_line(edge, graph.counted);

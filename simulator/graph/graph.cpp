@@ -48,6 +48,10 @@ const char *to_string(EdgeKind kind) {
   return "";
 }
 
+std::string count_text(const Edge &edge) {
+  return edge.tries ? concat(edge.hits, " of ", *edge.tries) : std::to_string(edge.hits);
+}
+
 namespace {
 
 std::vector<std::string> lines_of(const std::vector<Filter> &filters) {

@@ -32,10 +32,13 @@ struct Node {
   std::vector<std::string> lines{};  // its contents
   std::string group{};               // the policy-map that contains it; empty: none
   bool never = false;                // the scenario never reached this node, although it could have
+  std::vector<std::string> tests{};  // of a rule: those of its class-map if that has no node of its own
+  std::string count{};               // of a rule without an edge to it: what would be written there
+  size_t column = 0;                 // of a rule: the rules of a long event stand in several columns
 };
 
 enum class EdgeKind : uint8_t {
-  active,   // targets to a policy-map: the number of events that it handled there
+  active,   // targets to a policy-map: the number of events that it handled there, raised ones included
   handles,  // a policy-map to an event: the number of times that it came
   tries,    // an event to a rule, a parameter-map to a statement: matches, and the number of tries
   asks,     // a rule to its class-map
@@ -58,6 +61,9 @@ struct Graph {
   std::vector<Node> nodes;
   std::vector<Edge> edges;
 };
+
+// "3", or "3 of 5" with tries.
+std::string count_text(const Edge &edge);
 
 // What the events of a scenario did, counted for each edge.
 class Hits {
@@ -82,6 +88,7 @@ class Hits {
   const Count &find(const std::string &from, const std::string &to) const;
 
   std::map<std::pair<std::string, std::string>, Count> counts_;
+  std::string target_{};  // the id of the target of the event that is being added
 };
 
 // 'events' counts the events of the scenario. Targets with the same active policy-maps in the same order share a node.

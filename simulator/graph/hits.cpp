@@ -4,10 +4,9 @@
 
 namespace simulator::graph {
 
+// A raised event is on the target of the event that raises it.
 void Hits::add(const std::string &target, const EventExplanation &explanation) {
-  for (const PolicyExplanation &policy : explanation.policies) {
-    if (policy.event) count(id_of_target(target), id_of_policy(policy.policy->name.value), true);
-  }
+  target_ = id_of_target(target);
   add_policies(explanation);
 }
 
@@ -16,6 +15,7 @@ void Hits::add_policies(const EventExplanation &explanation) {
     if (!policy.event) continue;
     const std::string &name = policy.policy->name.value;
     const std::string event = id_of_event(name, policy.event->event.value);
+    count(target_, id_of_policy(name), true);
     count(id_of_policy(name), event, true);
     for (const RuleExplanation &rule : policy.rules) {
       const std::string id = id_of_rule(rule_name(*policy.policy, *policy.event, *rule.rule));

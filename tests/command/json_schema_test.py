@@ -65,6 +65,13 @@ CASES = {
         (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml", "--replay", "tests/command/policies/diff-old.yaml"]),
         (1, ["examples/broadband.yaml", "examples/guest-network.yaml", "--replay", "examples/broadband.yaml"]),
     ],
+    "fmt": [
+        (0, ["--check", *(f"examples/{name}.yaml" for name in EXAMPLES)]),
+        (0, ["-"], "domains: {d:   }\n"),
+        (1, ["--diff", "-", "examples/broadband.yaml"], "domains: {d:   }\n"),
+        (65, ["--check", "/nowhere", "examples/broadband.yaml"]),
+        (65, ["-"], "clients: 7\n"),
+    ],
     "graph": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
     + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS]), (65, ["examples"])],
     "schema": [(0, [])],
