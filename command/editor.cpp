@@ -34,7 +34,7 @@ Editor::Editor(Complete complete)
   el_set(line_, EL_SETTY, "-d", "-isig", nullptr);
   el_set(line_, EL_BIND, "^C", "give-up-line", nullptr);
   el_set(line_, EL_BIND, "^Z", "suspend", nullptr);
-  // Commands are short; interrupting one would leave the repository half changed.
+  // A signal from elsewhere must not end the session.
   std::signal(SIGINT, SIG_IGN);
 }
 
@@ -60,9 +60,13 @@ std::optional<std::string> Editor::read() {
   std::string line(text, static_cast<size_t>(count));
   while (line.ends_with('\n') || line.ends_with('\r'))
     line.pop_back();
-  HistEvent event;
-  if (!line.empty()) history(history_, &event, H_ENTER, line.c_str());
+  if (!line.empty()) remember(line);
   return line;
+}
+
+void Editor::remember(const std::string &line) {
+  HistEvent event;
+  history(history_, &event, H_ENTER, line.c_str());
 }
 
 Editor &Editor::of(EditLine *line) {
@@ -71,9 +75,11 @@ Editor &Editor::of(EditLine *line) {
   return *static_cast<Editor *>(client);
 }
 
+// The newline goes through the editor as a key: it knows where the line ends on the screen.
 unsigned char Editor::give_up_line(EditLine *line, int) {
   of(line).given_up_ = true;
-  return CC_NEWLINE;
+  el_wpush(line, L"\n");
+  return CC_NORM;
 }
 
 unsigned char Editor::suspend(EditLine *line, int) {

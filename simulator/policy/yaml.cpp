@@ -9,6 +9,7 @@
 #include <yaml-cpp/parser.h>
 
 #include "simulator/policy/yaml_errors.h"
+#include "simulator/text/interruption.h"
 #include "simulator/text/text.h"
 
 namespace simulator::yaml {
@@ -121,6 +122,7 @@ class Builder final : public YAML::EventHandler {
   }
 
   void add(const YAML::Mark &mark, const Node &node) {
+    interruption::check();
     if (open_.empty()) {
       document_->root_ = &node;
       return;

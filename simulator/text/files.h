@@ -1,0 +1,15 @@
+// Writes files that are always whole.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+// Writes a file under another name in the same folder and renames it, so that at every moment the path has either its
+// old contents or all of the new ones. An existing file keeps its mode, a new one gets 'mode' as the process's mask
+// allows it; a link stays a link. Returns what went wrong, or nothing.
+std::optional<std::string> write_whole(const std::string &path, std::string_view text, unsigned mode = 0666);
+
+}  // namespace simulator
