@@ -1,7 +1,12 @@
 #include "command/editor.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
+
+#include "simulator/text/columns.h"
 
 namespace command {
 
@@ -10,6 +15,12 @@ namespace {
 char *prompt(EditLine *) {
   static char text[] = "zar> ";
   return text;
+}
+
+size_t columns_of_terminal() {
+  constexpr size_t kUsual = 80;
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
 }
 
 }  // namespace
@@ -97,10 +108,7 @@ unsigned char Editor::complete_word(EditLine *line, int) {
     return el_insertstr(line, completion.insertion.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
   }
   if (completion.candidates.empty()) return CC_ERROR;
-  std::fputs("\n", stdout);
-  for (const std::string &candidate : completion.candidates)
-    std::fprintf(stdout, "%s  ", candidate.c_str());
-  std::fputs("\n", stdout);
+  std::fputs(("\n" + simulator::in_columns(completion.candidates, columns_of_terminal())).c_str(), stdout);
   return CC_REDISPLAY;
 }
 

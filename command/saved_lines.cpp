@@ -59,6 +59,8 @@ std::deque<std::string> SavedLines::read() const {
   std::deque<std::string> lines;
   std::error_code error;
   if (path_.empty() || !std::filesystem::is_regular_file(path_, error)) return lines;
+  // Something else has written a larger one.
+  if (std::filesystem::file_size(path_, error) > kMost * (kLongest + 1)) return lines;
   std::ifstream file(path_);
   for (std::string line; std::getline(file, line);) {
     if (!is_worth_saving(line)) continue;

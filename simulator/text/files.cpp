@@ -49,17 +49,18 @@ bool fill(Draft &draft, std::string_view text) {
 
 }  // namespace
 
-std::optional<std::string> write_whole(const std::string &path, std::string_view text, unsigned mode) {
+std::optional<std::string> write_whole(const std::string &path, std::string_view text, std::optional<unsigned> mode) {
   std::error_code error;
   std::filesystem::path target = std::filesystem::canonical(path, error);
   if (error) target = path;
   if (std::filesystem::is_directory(target, error)) return "it is a folder";
 
-  Draft draft = begin_draft(target.string(), mode);
+  constexpr unsigned kAnyone = 0666;
+  Draft draft = begin_draft(target.string(), mode.value_or(kAnyone));
   if (!draft.file) return std::strerror(errno);
   struct stat old {};
-  const bool exists = stat(target.c_str(), &old) == 0;
-  const bool good = fill(draft, text) && (!exists || chmod(draft.path.c_str(), old.st_mode & 07777U) == 0) &&
+  if (!mode && stat(target.c_str(), &old) == 0) mode = old.st_mode & 07777U;
+  const bool good = fill(draft, text) && (!mode || chmod(draft.path.c_str(), *mode) == 0) &&
                     std::rename(draft.path.c_str(), target.c_str()) == 0;
   if (good) return std::nullopt;
   const std::string reason = std::strerror(errno);

@@ -7,12 +7,15 @@ namespace simulator::interruption {
 namespace {
 
 std::atomic<bool> requested = false;
-static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may store it");
+std::atomic<unsigned long> checks_before = 0;
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<unsigned long>::is_always_lock_free,
+              "a signal handler stores them");
 unsigned held_off = 0;
 
 }  // namespace
 
-void request() noexcept {
+void request(unsigned long after) noexcept {
+  checks_before = after;
   requested = true;
 }
 
@@ -21,7 +24,9 @@ void withdraw() noexcept {
 }
 
 void check() {
-  if (held_off == 0 && requested.load(std::memory_order_relaxed)) throw Interrupted{};
+  if (held_off != 0 || !requested.load(std::memory_order_relaxed)) return;
+  if (checks_before == 0) throw Interrupted{};
+  --checks_before;
 }
 
 HeldOff::HeldOff() {

@@ -11,8 +11,8 @@ struct Interrupted {};
 
 namespace interruption {
 
-// May be called from a signal handler.
-void request() noexcept;
+// May be called from a signal handler. The next call of check() answers the request, or the first one after this many.
+void request(unsigned long after = 0) noexcept;
 void withdraw() noexcept;
 // Throws Interrupted if there is a request and nothing holds it off.
 void check();
