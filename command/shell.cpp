@@ -45,7 +45,6 @@ void report_trouble(const session::Trouble &trouble) {
 Reply run_line(Session &session, const std::string &line, size_t number) {
   Reply reply = run(session, line, number);
   if (reply.trace_level) show_trace(*reply.trace_level);
-  report_trouble(reply.trouble);
   return reply;
 }
 
@@ -59,6 +58,7 @@ Status print(Session &session, const Reply &reply) {
   std::cout << reply.output;
   if (reply.event) std::cout << text_of_event(*reply.event, session.file());
   std::cout.flush();
+  report_trouble(reply.trouble);
   return reply.status;
 }
 
@@ -80,6 +80,7 @@ void talk(Session &session) {
 // Writes the output and the explanation of a command as an object.
 Status add_line(Session &session, const std::string &line, size_t number, JsonStream &commands) {
   const Reply reply = run_line(session, line, number);
+  report_trouble(reply.trouble);
   Json entry;
   entry["line"] = number;
   entry["command"] = line;
@@ -97,7 +98,8 @@ int follow(Session &session, JsonStream *commands) {
   size_t number = 0;
   for (std::string line; std::getline(std::cin, line);) {
     complain_from(concat("<stdin>:", ++number));
-    const Status status = commands ? add_line(session, line, number, *commands) : print(session, run_line(session, line, number));
+    const Status status =
+        commands ? add_line(session, line, number, *commands) : print(session, run_line(session, line, number));
     if (status == Status::quit) break;
     if (status == Status::failed) {
       complain("the session ends at this command");

@@ -78,8 +78,9 @@ _zar_from_file() {
   [[ -n $what && $raw != *[\\\"\'\$\`]* ]] || return
   file=$(_zar_policy_file) || return
   mapfile -t found < <(command zar candidates "$file" "$what" "${raw#"$front"}" 2>/dev/null)
-  # Bash replaces only what follows the last of its word breaks.
+  # Bash replaces only what follows the last of its word breaks; an '@' it replaces too.
   kept=${raw%"${raw##*["${COMP_WORDBREAKS// /}"]}"}
+  kept=${kept%@}
   for candidate in "${found[@]}"; do
     [[ $candidate == *[@=] ]] && compopt -o nospace 2>/dev/null
     candidate=$front$candidate

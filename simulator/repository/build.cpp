@@ -294,7 +294,7 @@ void Repository::add_action(const PolicyMap &policy, const zar_event_context &ev
 }
 
 void Repository::build_target(const Target &target) {
-  TargetRecord fresh;
+  TargetRecord fresh{};
   fresh.target_id = ++last_target_id_;
   fresh.clid = clid_of(target.client);
   fresh.name = target.name.value;

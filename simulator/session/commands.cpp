@@ -63,8 +63,9 @@ bool is_registered_kind(std::string_view word) {
 void remove(const Call &call, Reply &reply) {
   const std::string &word = call.line.words[1];
   if (is_registered_kind(word))
-    return fail(reply, concat(word, "s cannot be deleted: the library keeps them as long as it runs; undo and reload can "
-                                    "go back to before they were made"));
+    return fail(reply, concat(word,
+                              "s cannot be deleted: the library keeps them as long as it runs; undo and reload can "
+                              "go back to before they were made"));
   if (const KindWord *kind = known_kind(word, kMapKinds, reply))
     end_with(call.session.remove(*kind, call.line.words[2], reply.trouble), reply);
 }
@@ -117,8 +118,8 @@ void raise(const Call &call, Reply &reply) {
   std::optional<Step> step = read_step(call, 2, reply);
   if (!step) return;
   EventExplanation explanation = Recorder(call.session.file()).raise(call.session.repository(), *step);
-  call.session.remember([step = *step](Session &session, Trouble &) {
-    run_step(session.file(), session.repository(), step);
+  call.session.remember([same = *step](Session &session, Trouble &) {
+    run_step(session.file(), session.repository(), same);
     return true;
   });
   reply.event = ShownEvent{.explanation = std::move(explanation), .step = std::move(*step)};
@@ -148,8 +149,8 @@ engine::Attributes *attributes_of(const Call &call, Reply &reply) {
 void change_target(const Call &call, Step step) {
   step.target.value = call.line.words[1];
   change_attributes(call.session.repository(), step);
-  call.session.remember([step = std::move(step)](Session &session, Trouble &) {
-    change_attributes(session.repository(), step);
+  call.session.remember([same = std::move(step)](Session &session, Trouble &) {
+    change_attributes(session.repository(), same);
     return true;
   });
 }
@@ -248,14 +249,7 @@ std::span<const Command> commands() {
        2,
        {map_kind, name_of_kind},
        remove},
-      {"diff",
-       "",
-       "lists what is different from the files as they were loaded",
-       0,
-       0,
-       {},
-       compare_with_loaded,
-       true},
+      {"diff", "", "lists what is different from the files as they were loaded", 0, 0, {}, compare_with_loaded, true},
       {"exit", "", "ends the session, as quit does", 0, 0, {}, quit},
       {"explain",
        "EVENT@TARGET [LEVEL] [ATTRIBUTE=VALUE ...]",

@@ -77,9 +77,9 @@ std::string why_handling(const PolicyFile &file, const PolicyMap &policy) {
   for (const EventRules &rules : policy.events) {
     const std::string &event = rules.event.value;
     if (file.handlers(event) > 1) continue;
-    std::string why = why_used(file, policy, Used::event, event,
-                               concat("only policy-map '", policy.name.value, "' handles the event '", event,
-                                      "', which is raised by "));
+    std::string why = why_used(
+        file, policy, Used::event, event,
+        concat("only policy-map '", policy.name.value, "' handles the event '", event, "', which is raised by "));
     if (!why.empty()) return why;
   }
   return {};

@@ -36,7 +36,7 @@ std::optional<std::vector<OutputFilter>> take_filters(Line &line, Complaints &co
   for (size_t bar = end; bar < line.words.size();) {
     const size_t next = line.first_bar(bar + 1);
     const auto word = [&](size_t at) { return line.words.begin() + static_cast<std::ptrdiff_t>(at); };
-    std::optional<OutputFilter> filter = read_filter({word(bar + 1), word(next)}, complaints);
+    std::optional<OutputFilter> filter = read_filter(std::vector<std::string>(word(bar + 1), word(next)), complaints);
     if (!filter) return std::nullopt;
     filters.push_back(std::move(*filter));
     bar = next;

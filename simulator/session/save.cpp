@@ -36,9 +36,11 @@ std::string what_would_be_lost(const Session &session, const Source &source) {
   const SourceSteps &steps = session.loaded_steps();
   std::vector<std::string_view> lost;
   if (has_comments(source.text())) lost.emplace_back("comments");
-  if (std::any_of(steps.scenario.begin(), steps.scenario.end(), [&](const Step &step) { return is_there(step.position); }))
+  if (std::any_of(steps.scenario.begin(), steps.scenario.end(),
+                  [&](const Step &step) { return is_there(step.position); }))
     lost.emplace_back("a scenario");
-  if (std::any_of(steps.tests.begin(), steps.tests.end(), [&](const Test &test) { return is_there(test.name.position); }))
+  if (std::any_of(steps.tests.begin(), steps.tests.end(),
+                  [&](const Test &test) { return is_there(test.name.position); }))
     lost.emplace_back("tests");
   return comma_separated(lost);
 }

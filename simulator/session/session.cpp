@@ -363,9 +363,9 @@ std::optional<std::string> Session::undo(Trouble &trouble) {
 
 bool Session::load_anew(const Sources &sources, Trouble &trouble) {
   begin_again();
-  return begin(trouble) && std::all_of(sources.begin(), sources.end(), [&](const std::shared_ptr<const Source> &source) {
-           return load(source, trouble);
-         });
+  return begin(trouble) &&
+         std::all_of(sources.begin(), sources.end(),
+                     [&](const std::shared_ptr<const Source> &source) { return load(source, trouble); });
 }
 
 namespace {

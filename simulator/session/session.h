@@ -118,7 +118,7 @@ class Session {
   size_t first_to_undo_ = 0;
   bool forgot_changes_ = false;  // there were too many
   bool repeating_ = false;
-  Complaints problems_;  // of earlier repositories
+  Complaints problems_;                            // of earlier repositories
   std::unordered_map<std::string, size_t> saved_;  // by canonical path, the hash of the text
 };
 

@@ -32,7 +32,8 @@ void reload(const Call &call, Reply &reply) {
 void save(const Call &call, Reply &reply) {
   const std::vector<std::string> &words = call.line.words;
   const bool force = words.size() > 2;
-  if (force && words[2] != "force") return fail(reply, concat("'", words[2], "' is not a word that save knows; expected: save FILE [force]"));
+  if (force && words[2] != "force")
+    return fail(reply, concat("'", words[2], "' is not a word that save knows; expected: save FILE [force]"));
   reply.output = save_to(call.session, words[1], force, reply.trouble.complaints);
   if (!reply.trouble.complaints.empty()) reply.status = Status::failed;
 }

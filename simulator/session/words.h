@@ -10,7 +10,7 @@ namespace simulator::session {
 
 struct Line {
   std::vector<std::string> words{};
-  std::vector<size_t> ends{};   // for each word, where it ends in the text
+  std::vector<size_t> ends{};    // for each word, where it ends in the text
   std::vector<bool> are_bars{};  // for each word, whether it is a bar without quotes
   std::string text{};
   bool unclosed = false;  // a quote is still open at the end

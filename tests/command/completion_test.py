@@ -19,8 +19,8 @@ GUESTS = "examples/guest-network.yaml"
 
 # What is typed, with TAB as \t, and the words that zar then gets.
 CASES = [
-    (f"explain {BROADBAND} --event session-sto\tline-01\t01", ["explain", BROADBAND, "--event", "session-stop@line-0101"]),
-    (f"explain {BROADBAND} --event=session-sto\tline-01\t02", ["explain", BROADBAND, "--event=session-stop@line-0102"]),
+    (f"explain {BROADBAND} --event session-sto\tline-01\t1", ["explain", BROADBAND, "--event", "session-stop@line-0101"]),
+    (f"explain {BROADBAND} --event=session-sto\tline-01\t2", ["explain", BROADBAND, "--event=session-stop@line-0102"]),
     (f"run {GUESTS} --event ro\t00:53:00:aa:01:0\t1", ["run", GUESTS, "--event", "roam@00:53:00:aa:01:01"]),
     (f"explain {BROADBAND} --event x --set account-s\tclosed", ["explain", BROADBAND, "--event", "x", "--set", "account-state=closed"]),
     (f"explain {BROADBAND} --set=unp\t3", ["explain", BROADBAND, "--set=unpaid-months=3"]),
@@ -61,7 +61,7 @@ class Shell:
             ready, _, _ = select.select([self.terminal], [], [], 60)
             more = os.read(self.terminal, 4096) if ready else b""
             if not more:
-                raise AssertionError(f"'{text}' never came: {self.shown[self.seen:]!r}")
+                raise AssertionError(f"'{text}' never came: {self.shown[-400:]!r}")
             self.shown += more.decode(errors="replace")
         end = self.shown.find(text, self.seen) + len(text)
         part, self.seen = self.shown[self.seen:end], end
@@ -100,8 +100,8 @@ def try_shell(name, root, zar):
         for line, words in CASES:
             shell.type("zar " + line)
             if words is None:
-                # The line is given up: what is typed would be code by itself.
-                shell.type("\x03")
+                # Ctrl-U removes the line: what is typed would be code by itself.
+                shell.type("\x15\n")
                 shell.read_until("% ")
                 continue
             shell.type("\n")

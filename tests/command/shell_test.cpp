@@ -113,7 +113,8 @@ TEST(PipedSession, WritesWhatComesOfEachCommandAsJson) {
   const Result result = run_zar({"shell", kBroadband, "--json"},
                                 "show class barred\n\nexplain session-stop@line-0102 decision\nquit now\n");
   EXPECT_EQ(result.code, 65);
-  EXPECT_EQ(result.err, "<stdin>:4: 'now' is one word too many; expected: quit\n<stdin>:4: the session ends at this command\n");
+  EXPECT_EQ(result.err,
+            "<stdin>:4: 'now' is one word too many; expected: quit\n<stdin>:4: the session ends at this command\n");
   const auto json = nlohmann::json::parse(result.out);
   ASSERT_EQ(json["commands"].size(), 4u);
   EXPECT_EQ(json["commands"][0]["output"], run_zar({"show", kBroadband, "class", "barred"}).out);
@@ -158,8 +159,9 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"save examples/broadband.yaml",
                 "<stdin>:2: examples/broadband.yaml has comments, a scenario, tests, which a saved session lacks; "
                 "'save examples/broadband.yaml force' overwrites it\n"},
-        Failing{"save README.md",
-                "<stdin>:2: README.md exists, and was not loaded in this session; 'save README.md force' overwrites it\n"},
+        Failing{
+            "save README.md",
+            "<stdin>:2: README.md exists, and was not loaded in this session; 'save README.md force' overwrites it\n"},
         Failing{"save /nowhere/at-all", "<stdin>:2: /nowhere/at-all cannot be written: No such file or directory\n"},
         Failing{"save x now", "<stdin>:2: 'now' is not a word that save knows; expected: save FILE [force]\n"},
         Failing{"activate 'service line-0101", "<stdin>:2: a quote is not closed\n"},
@@ -171,14 +173,16 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"set line-9999 account=1", "<stdin>:2: there is no target 'line-9999'\n"},
         Failing{"unset line-0101 acount", "<stdin>:2: there is no attribute 'acount'; did you mean 'account'?\n"},
         Failing{"activate service line-0101", "<stdin>:2: policy 'service' is active on target 'line-0101' already\n"},
-        Failing{"delete class barred",
-                "<stdin>:2: class-map 'barred' is used by rule authorisation/authorise/10 (examples/broadband.yaml:79)\n"},
+        Failing{
+            "delete class barred",
+            "<stdin>:2: class-map 'barred' is used by rule authorisation/authorise/10 (examples/broadband.yaml:79)\n"},
         Failing{"delete policy authorisation",
                 "<stdin>:2: only policy-map 'authorisation' handles the event 'authorise', which is raised by rule "
                 "service/session-start/10 (examples/broadband.yaml:103)\n"},
-        Failing{"delete client access",
-                "<stdin>:2: clients cannot be deleted: the library keeps them as long as it runs; undo and reload can go "
-                "back to before they were made\n"},
+        Failing{
+            "delete client access",
+            "<stdin>:2: clients cannot be deleted: the library keeps them as long as it runs; undo and reload can go "
+            "back to before they were made\n"},
         Failing{"show polcy", "<stdin>:2: there is no kind 'polcy'; did you mean 'policy'?\n"},
         Failing{"show policy servce", "<stdin>:2: there is no policy 'servce'; did you mean 'service'?\n"},
         Failing{"trace loud", "<stdin>:2: there is no level 'loud'\n"},
@@ -234,7 +238,8 @@ class Saving : public test::AtATerminal {
 };
 
 TEST_F(Saving, WritesWhatShowConfigShows) {
-  const Result result = run_zar({"shell", kBroadband}, "create class mine\nsave " + path("new.yaml") + "\nshow config\n");
+  const Result result =
+      run_zar({"shell", kBroadband}, "create class mine\nsave " + path("new.yaml") + "\nshow config\n");
   EXPECT_EQ(result.code, 0) << result.err;
   EXPECT_EQ(result.out, "saved " + path("new.yaml") + "\n" + read("new.yaml"));
   EXPECT_EQ(run_zar({"check", path("new.yaml")}).code, 0);
@@ -246,7 +251,9 @@ TEST_F(Saving, OverwritesWhatItHasLoadedOrSavedUntilSomeoneChangesIt) {
   std::filesystem::permissions(path("a.yaml"), std::filesystem::perms(0640));
   const std::string save = "save " + path("a.yaml") + "\n";
   EXPECT_EQ(run_zar({"shell", path("a.yaml")}, "create class c\n" + save + "create class e\n" + save).code, 0);
-  EXPECT_EQ(read("a.yaml"), "domains:\n  d: {}\nclass-maps:\n  c:\n    domain: d\n    match: all\n  e:\n    domain: d\n    match: all\n");
+  EXPECT_EQ(
+      read("a.yaml"),
+      "domains:\n  d: {}\nclass-maps:\n  c:\n    domain: d\n    match: all\n  e:\n    domain: d\n    match: all\n");
   EXPECT_EQ(std::filesystem::status(path("a.yaml")).permissions(), std::filesystem::perms(0640));
 
   Terminal terminal({"shell", path("a.yaml")}, plain());

@@ -85,7 +85,7 @@ TEST(Columns, CountCharactersAndNotBytes) {
 
 TEST(Columns, AreFilledFromTopToBottom) {
   const std::vector<std::string> words = {"a", "bb", "c", "d", "e"};
-  EXPECT_EQ(simulator::in_columns(words, 10), "a   d\nbb  e\nc\n");
+  EXPECT_EQ(simulator::in_columns(words, 7), "a   d\nbb  e\nc\n");
   EXPECT_EQ(simulator::in_columns(words, 1), "a\nbb\nc\nd\ne\n");
   EXPECT_EQ(simulator::in_columns(words, 80), "a   bb  c   d   e\n");
 }

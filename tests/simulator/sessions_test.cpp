@@ -81,9 +81,10 @@ TEST_F(Deleting, NamesTheUsersOfAParameterMapExceptItself) {
 }
 
 TEST_F(Deleting, NamesTheStatementThatUsesAParameterMap) {
-  run_all({"create parameter-map n {statements: [{index: 7, filters: [{attribute: x, present: true}], actions: "
-           "[{apply: m}]}]}",
-           "delete policy q", "delete policy p"});
+  run_all(
+      {"create parameter-map n {statements: [{index: 7, filters: [{attribute: x, present: true}], actions: "
+       "[{apply: m}]}]}",
+       "delete policy q", "delete policy p"});
   EXPECT_EQ(run("delete parameter-map m"), "parameter-map 'm' is used by statement n/7 (<stdin>:9)\n");
 }
 
@@ -109,8 +110,8 @@ TEST_F(Deleting, ClientsAndDomainsIsNotPossible) {
 }
 
 TEST_F(Deleting, FreesTheName) {
-  run_all({"delete class free", "create class free {match: none}", "delete target u",
-           "create target u {policies: [q]}", "delete target u"});
+  run_all({"delete class free", "create class free {match: none}", "delete target u", "create target u {policies: [q]}",
+           "delete target u"});
   EXPECT_EQ(run("show class free | include match"), "class-map free match-none\n");
 }
 
@@ -164,7 +165,8 @@ class ManyChanges : public ASession {
 
   void change_a_class() {
     const std::string c = name("c");
-    if (model_.classes.insert(c).second) return run_all({"create class " + c + " {filters: [{attribute: a-" + c + ", present: true}]}"});
+    if (model_.classes.insert(c).second)
+      return run_all({"create class " + c + " {filters: [{attribute: a-" + c + ", present: true}]}"});
     if (model_.uses_class(c)) {
       EXPECT_NE(run("delete class " + c).find("class-map '" + c + "' is used by rule "), std::string::npos);
     } else {
@@ -181,7 +183,8 @@ class ManyChanges : public ASession {
         policies.erase(p);
     } else if (!model_.classes.empty()) {
       const std::string c = one_of(model_.classes);
-      run_all({"create policy " + p + " {events: {" + name("e") + ": {rules: [{number: 1, class: " + c + ", actions: [permit]}]}}}"});
+      run_all({"create policy " + p + " {events: {" + name("e") + ": {rules: [{number: 1, class: " + c +
+               ", actions: [permit]}]}}}"});
       model_.policies[p] = c;
     }
   }
@@ -190,7 +193,8 @@ class ManyChanges : public ASession {
     const std::string t = name("t");
     if (model_.targets.erase(t) == 1) return run_all({"delete target " + t});
     if (model_.policies.empty()) return;
-    const std::string p = std::next(model_.policies.begin(), static_cast<std::ptrdiff_t>(random_() % model_.policies.size()))->first;
+    const std::string p =
+        std::next(model_.policies.begin(), static_cast<std::ptrdiff_t>(random_() % model_.policies.size()))->first;
     run_all({"create target " + t + " {policies: [" + p + "]}"});
     model_.targets[t] = {p};
   }
@@ -262,17 +266,19 @@ TEST_P(Undoing, BringsBackWhatWasThereBefore) {
 
 INSTANTIATE_TEST_SUITE_P(EachCommand, Undoing,
                          testing::Values("create class x", "create domain x", "create client x {database: own}",
-                                         "delete class mine", "delete target line-0101",
-                                         "deactivate service line-0102", "set line-0102 account=7",
-                                         "unset line-0101 account", "raise session-start@line-0102",
-                                         "clear counters", "run", "reload"));
+                                         "delete class mine", "delete target line-0101", "deactivate service line-0102",
+                                         "set line-0102 account=7", "unset line-0101 account",
+                                         "raise session-start@line-0102", "clear counters", "run", "reload"));
 
 TEST_F(ASession, IsUndoneStepByStepDownToItsBeginning) {
   std::vector<std::string> states = {state()};
-  const std::vector<std::string> lines = {"create domain d", "create class c",
+  const std::vector<std::string> lines = {"create domain d",
+                                          "create class c",
                                           "create policy p {events: {e: {rules: [{number: 1, class: c, actions: "
                                           "[{count: n}]}]}}}",
-                                          "create target t {policies: [p]}", "raise e@t", "delete policy p"};
+                                          "create target t {policies: [p]}",
+                                          "raise e@t",
+                                          "delete policy p"};
   for (const std::string &line : lines) {
     EXPECT_EQ(run(line), "");
     states.push_back(state());
@@ -381,7 +387,8 @@ class Filtering : public ASession {
 };
 
 TEST_F(Filtering, KeepsOrDropsLinesThatMatch) {
-  EXPECT_EQ(run("show config | include '^  '"), "  d: {}\n  gold:\n    domain: d\n    match: all\n  silver:\n    domain: d\n    match: all\n");
+  EXPECT_EQ(run("show config | include '^  '"),
+            "  d: {}\n  gold:\n    domain: d\n    match: all\n  silver:\n    domain: d\n    match: all\n");
   EXPECT_EQ(run("show config | exclude '^    '"), "domains:\n  d: {}\nclass-maps:\n  gold:\n  silver:\n");
   EXPECT_EQ(run("show config | include 'g.ld|s' | exclude ^d | exclude maps"), "  gold:\n  silver:\n");
   EXPECT_EQ(run("show config | include nothing"), "");
