@@ -74,7 +74,7 @@ class Shell:
 
 
 def start(name, root, folder, zar):
-    environment = {"PATH": f"{pathlib.Path(zar).parent}:{os.environ['PATH']}", "TERM": "dumb", "HOME": str(folder), "LC_ALL": "C"}
+    environment = {"PATH": f"{pathlib.Path(zar).resolve().parent}:{os.environ['PATH']}", "TERM": "dumb", "HOME": str(folder), "LC_ALL": "C"}
     completions = root / "share" / "completions"
     if name == "bash":
         shell = Shell(["bash", "--norc", "--noprofile", "-i"], folder, environment)

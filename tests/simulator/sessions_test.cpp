@@ -377,7 +377,7 @@ TEST_P(Interrupting, LeavesTheSessionAsItWas) {
 
 INSTANTIATE_TEST_SUITE_P(EachLongCommand, Interrupting,
                          testing::Values("load " ZAR_EXAMPLES "/broadband.yaml", "reload", "run", "show config"),
-                         [](const auto &info) { return std::string(info.param).substr(0, 4); });
+                         [](const auto &parameter) { return std::string(parameter.param).substr(0, 4); });
 
 // ---- Filters
 
