@@ -321,7 +321,7 @@ class SessionWithHistory : public test::AtATerminal {
       terminal.type(line + "\n");
     }
     terminal.read_until(kPrompt);
-    terminal.type("\x04");
+    terminal.type("quit\n");
     const std::string shown = terminal.read_to_end();
     EXPECT_EQ(terminal.code(), 0);
     return shown;
@@ -332,11 +332,11 @@ class SessionWithHistory : public test::AtATerminal {
 
 TEST_F(SessionWithHistory, CallsLinesOfEarlierSessionsBack) {
   talk({"help load", "", "help quit"});
-  EXPECT_EQ(saved(), "help load\nhelp quit\n");
+  EXPECT_EQ(saved(), "help load\nhelp quit\nquit\n");
   EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0600));
-  const std::string shown = talk({"\x1b[A\x1b[A"});
+  const std::string shown = talk({"\x1b[A\x1b[A\x1b[A"});
   EXPECT_NE(shown.find("adds the objects"), std::string::npos) << shown;
-  EXPECT_EQ(saved(), "help load\nhelp quit\nhelp load\n");
+  EXPECT_EQ(saved(), "help load\nhelp quit\nquit\nhelp load\nquit\n");
 }
 
 TEST_F(SessionWithHistory, KeepsTheLastThousandLinesAndOnlyText) {
@@ -349,9 +349,9 @@ TEST_F(SessionWithHistory, KeepsTheLastThousandLinesAndOnlyText) {
   std::filesystem::permissions(file(), std::filesystem::perms(0666));
   talk({"help quit"});
   std::string expected;
-  for (int line = 2; line <= 1000; ++line)
+  for (int line = 3; line <= 1000; ++line)
     expected += "line " + std::to_string(line) + "\n";
-  EXPECT_EQ(saved(), expected + "help quit\n");
+  EXPECT_EQ(saved(), expected + "help quit\nquit\n");
   EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0600));
 }
 
