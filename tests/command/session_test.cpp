@@ -32,12 +32,8 @@ const std::vector<std::string> kCommands = {
 
 // They begin once all of the above are done.
 const std::vector<std::string> kDeletions = {
-    "deactivate q t",
-    "delete target t",
-    "delete policy q",
-    "delete policy p",
-    "delete class c",
-    "delete parameter-map m",
+    "deactivate q t",  "delete target t", "delete policy q",
+    "delete policy p", "delete class c",  "delete parameter-map m",
 };
 
 bool is_done(const Reply &reply) {
