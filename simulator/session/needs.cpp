@@ -49,7 +49,7 @@ class UserSearch {
   bool uses(const Part &part) const {
     return own_uses(part, what_, name_) != 0;
   }
-  std::string text_of(std::string part, Position position) const {
+  std::string text_of(const std::string &part, Position position) const {
     return concat(part, " (", file_->path_of(position), ":", position.line, ")");
   }
 
