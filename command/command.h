@@ -16,11 +16,14 @@ class Command {
   virtual const char *name() const = 0;
   // One line about it for the list of commands.
   virtual const char *summary() const = 0;
+  // Whether only programs call it, so that the list of commands leaves it out.
+  virtual bool is_for_programs() const { return false; }
   virtual void declare(Options &options) = 0;
   // Runs it after the command line was read. Returns an exit code.
   virtual int run() = 0;
 };
 
+std::unique_ptr<Command> make_candidates_command();
 std::unique_ptr<Command> make_check_command();
 std::unique_ptr<Command> make_config_command();
 std::unique_ptr<Command> make_diff_command();

@@ -1,10 +1,15 @@
 #include "command/editor.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <new>
 
 #include "simulator/text/text.h"
+
+#include "simulator/text/columns.h"
 
 namespace command {
 
@@ -13,6 +18,12 @@ namespace {
 char *prompt(EditLine *) {
   static char text[] = "zar> ";
   return text;
+}
+
+size_t columns_of_terminal() {
+  constexpr size_t kUsual = 80;
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
 }
 
 }  // namespace
@@ -38,7 +49,7 @@ Editor::Editor(Complete complete)
   el_set(line_, EL_SETTY, "-d", "-isig", nullptr);
   el_set(line_, EL_BIND, "^C", "give-up-line", nullptr);
   el_set(line_, EL_BIND, "^Z", "suspend", nullptr);
-  // Commands are short; interrupting one would leave the repository half changed.
+  // A signal from elsewhere must not end the session.
   std::signal(SIGINT, SIG_IGN);
 }
 
@@ -64,9 +75,13 @@ std::optional<std::string> Editor::read() {
   std::string line(text, static_cast<size_t>(count));
   while (line.ends_with('\n') || line.ends_with('\r'))
     line.pop_back();
-  HistEvent event;
-  if (!line.empty()) history(history_, &event, H_ENTER, line.c_str());
+  if (!line.empty()) remember(line);
   return line;
+}
+
+void Editor::remember(const std::string &line) {
+  HistEvent event;
+  history(history_, &event, H_ENTER, line.c_str());
 }
 
 Editor &Editor::of(EditLine *line) {
@@ -75,9 +90,11 @@ Editor &Editor::of(EditLine *line) {
   return *static_cast<Editor *>(client);
 }
 
+// The newline goes through the editor as a key: it knows where the line ends on the screen.
 unsigned char Editor::give_up_line(EditLine *line, int) {
   of(line).given_up_ = true;
-  return CC_NEWLINE;
+  el_wpush(line, L"\n");
+  return CC_NORM;
 }
 
 unsigned char Editor::suspend(EditLine *line, int) {
@@ -95,10 +112,7 @@ unsigned char Editor::complete_word(EditLine *line, int) {
     return el_insertstr(line, completion.insertion.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
   }
   if (completion.candidates.empty()) return CC_ERROR;
-  std::fputs("\n", stdout);
-  for (const std::string &candidate : completion.candidates)
-    std::fprintf(stdout, "%s  ", simulator::escape_control_characters(candidate).c_str());
-  std::fputs("\n", stdout);
+  std::fputs(("\n" + simulator::in_columns(completion.candidates, columns_of_terminal())).c_str(), stdout);
   return CC_REDISPLAY;
 }
 

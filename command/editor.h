@@ -20,6 +20,8 @@ class Editor {
   Editor(const Editor &) = delete;
   Editor &operator=(const Editor &) = delete;
 
+  // Adds a line to those that can be called back.
+  void remember(const std::string &line);
   // The next line without its newline; nothing at the end of the input.
   std::optional<std::string> read();
 

@@ -11,6 +11,7 @@
 namespace {
 
 void add_commands(command::Program &program) {
+  program.add(command::make_candidates_command());
   program.add(command::make_check_command());
   program.add(command::make_config_command());
   program.add(command::make_diff_command());

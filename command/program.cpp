@@ -67,6 +67,8 @@ Program::~Program() = default;
 
 void Program::add(std::unique_ptr<Command> command) {
   CLI::App *parser = parser_->add_subcommand(command->name(), command->summary());
+  // The parser's help shows no command of a group without a name.
+  if (command->is_for_programs()) parser->group("");
   Options options(*parser);
   command->declare(options);
   entries_.push_back({std::move(command), parser});
@@ -89,8 +91,9 @@ int Program::run(int argc, char **argv) {
 
 std::vector<std::string_view> Program::command_names() const {
   std::vector<std::string_view> names;
-  for (const Entry &entry : entries_)
-    names.emplace_back(entry.command->name());
+  for (const Entry &entry : entries_) {
+    if (!entry.command->is_for_programs()) names.emplace_back(entry.command->name());
+  }
   return names;
 }
 

@@ -6,8 +6,10 @@
 #include "command/command.h"
 #include "command/editor.h"
 #include "command/exit_codes.h"
+#include "command/interrupts.h"
 #include "command/json_output.h"
 #include "command/report.h"
+#include "command/saved_lines.h"
 #include "command/terminal.h"
 #include "command/trace_levels.h"
 #include "runtime/control.h"
@@ -55,19 +57,23 @@ Reply run_line(Session &session, const std::string &line, size_t number) {
   if (reply.trace_level) show_trace(*reply.trace_level);
   if (reply.status == Status::failed && runtime::requests_out_of_memory() != before) {
     report_out_of_memory();
-  } else {
-    complain(reply.trouble.complaints);
+    reply.trouble = {};
   }
   return reply;
 }
 
+Reply run_interruptibly(Session &session, const std::string &line, size_t number) {
+  const Interruptible interruptible;
+  return run_line(session, line, number);
+}
+
 // Messages of the library go to another stream; the flush makes them appear next to their command.
-Status print_line(Session &session, const std::string &line, size_t number) {
-  const Reply reply = run_line(session, line, number);
-  report_rejected(reply.trouble);
+Status print(Session &session, const Reply &reply) {
   std::cout << reply.output;
   if (reply.event) std::cout << text_of_event(*reply.event, session.file());
   std::cout.flush();
+  report_rejected(reply.trouble);
+  complain(reply.trouble.complaints);
   return reply.status;
 }
 
@@ -75,15 +81,21 @@ Status print_line(Session &session, const std::string &line, size_t number) {
 void talk(Session &session) {
   std::cout << "help explains the commands; TAB completes; quit ends the session\n" << std::flush;
   Editor editor([&](const std::string &before) { return session::complete(session, before); });
+  SavedLines saved;
+  for (const std::string &line : saved.read())
+    editor.remember(line);
   size_t number = 0;
   while (const std::optional<std::string> line = editor.read()) {
-    if (print_line(session, *line, ++number) == Status::quit) return;
+    saved.add(*line);
+    const Reply reply = run_interruptibly(session, *line, ++number);
+    if (print(session, reply) == Status::quit) return;
   }
 }
 
 // Writes the output and the explanation of a command as an object.
 Status add_line(Session &session, const std::string &line, size_t number, JsonStream &commands) {
   const Reply reply = run_line(session, line, number);
+  complain(reply.trouble.complaints);
   Json entry;
   entry["line"] = number;
   entry["command"] = line;
@@ -102,7 +114,8 @@ int follow(Session &session, JsonStream *commands) {
   size_t number = 0;
   for (std::string line; std::getline(std::cin, line);) {
     complain_from(concat("<stdin>:", ++number));
-    const Status status = commands ? add_line(session, line, number, *commands) : print_line(session, line, number);
+    const Status status =
+        commands ? add_line(session, line, number, *commands) : print(session, run_line(session, line, number));
     if (status == Status::quit) break;
     if (status == Status::failed) {
       complain("the session ends at this command");
@@ -121,9 +134,10 @@ class ShellCommand final : public Command {
     options.argument("FILE", path_, "A policy file to begin with");
     options.flag("--json", json_, "Write one JSON object: what comes of each command");
     options.epilogue(
-        "Reads commands: load, create, delete, activate, deactivate, raise, explain, set, unset,\n"
-        "show, clear, trace, quit; help explains each. At a terminal lines can be edited,\n"
-        "called back, and completed with TAB, and a command that fails ends nothing. From a pipe\n"
+        "Reads commands: load, reload, save, diff, run, test, create, delete, activate, deactivate,\n"
+        "raise, explain, set, unset, undo, show, clear, trace, quit; help explains each. At a\n"
+        "terminal lines can be edited, called back, also those of earlier sessions, and completed\n"
+        "with TAB; Ctrl-C stops a long command, and a command that fails ends nothing. From a pipe\n"
         "the first command that fails ends the session; its line is shown. With --json lines\n"
         "are read as from a pipe.\n"
         "Exit code 0: good; 65: the file is bad, or a command from a pipe failed.\n\n"
@@ -153,6 +167,7 @@ class ShellCommand final : public Command {
     session::Trouble trouble;
     int code = session.begin(trouble) ? kSuccess : kInternal;
     if (code == kSuccess && path_ && !session.load(*path_, trouble)) code = kBadFile;
+    session.begin_undo_here();
     if (code != kSuccess && runtime::requests_out_of_memory() != 0) return report_out_of_memory();
     complain(trouble.complaints);
     if (!json_) {

@@ -15,6 +15,80 @@ _zar_arguments() {
   echo "$count"
 }
 
+# Sets 'typed' to the words up to the cursor, without their quotes, and 'raw' to the last one as it stands. Bash itself
+# splits words at '@', '=' and ':' too. Fails within quotes.
+_zar_split() {
+  local line=${COMP_LINE:0:COMP_POINT} word= quoted at character
+  typed=() raw=
+  for ((at = 0; at < ${#line}; at++)); do
+    character=${line:at:1}
+    case $character in
+      [[:space:]])
+        [[ -z $raw ]] || typed+=("$word")
+        word= raw=
+        ;;
+      \\)
+        raw+=${line:at:2}
+        word+=${line:++at:1}
+        ;;
+      [\"\'])
+        quoted=${line:at+1}
+        [[ $quoted == *"$character"* ]] || return 1
+        quoted=${quoted%%"$character"*}
+        raw+=$character$quoted$character
+        word+=$quoted
+        ((at += ${#quoted} + 1))
+        ;;
+      *)
+        raw+=$character
+        word+=$character
+        ;;
+    esac
+  done
+  typed+=("$word")
+}
+
+# The first of the words that is a file.
+_zar_policy_file() {
+  local word
+  for word in "${typed[@]:2:${#typed[@]}-3}"; do
+    word=${word/#\~\//$HOME/}
+    [[ $word != -* && -f $word ]] && printf '%s' "$word" && return
+  done
+  return 1
+}
+
+# Completes the value of an option, or a name, from the policy file of the line. Fails if there is nothing to complete
+# so. What the file holds is text here and never becomes code.
+_zar_from_file() {
+  local typed raw before what front= file found candidate kept
+  _zar_split || return
+  ((${#typed[@]} > 2)) || return
+  before=${typed[-2]}
+  case $raw in
+    --event=* | --set=* | --clear=*) before=${raw%%=*} front=$before= ;;
+  esac
+  case $before in
+    --event) what=event ;;
+    --set) what=assignment ;;
+    --clear) what=attribute ;;
+    policy | class | target | parameter-map) [[ ${typed[1]} == show ]] && what=$before ;;
+  esac
+  # With quotes or variables, what is typed is not yet what is meant.
+  [[ -n $what && $raw != *[\\\"\'\$\`]* ]] || return
+  file=$(_zar_policy_file) || return
+  mapfile -t found < <(command zar candidates "$file" "$what" "${raw#"$front"}" 2>/dev/null)
+  # Bash replaces only what follows the last of its word breaks; an '@' it replaces too.
+  kept=${raw%"${raw##*["${COMP_WORDBREAKS// /}"]}"}
+  kept=${kept%@}
+  for candidate in "${found[@]}"; do
+    [[ $candidate == *[@=] ]] && compopt -o nospace 2>/dev/null
+    candidate=$front$candidate
+    printf -v candidate '%q' "${candidate:${#kept}}"
+    COMPREPLY+=("$candidate")
+  done
+}
+
 _zar() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]} words=
   COMPREPLY=()
@@ -30,6 +104,7 @@ _zar() {
     return
   fi
 
+  _zar_from_file && return
   case $before in
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;

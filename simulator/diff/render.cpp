@@ -51,7 +51,7 @@ Counts count(const std::vector<ObjectChange> &changes) {
 
 std::string text_of_change(const ObjectChange &change, const Files &files, Colours colours) {
   const auto at = [](const PolicyFile &file, const Object &object) {
-    return concat(file.shown_path(), ":", object.position.line);
+    return concat(file.shown_path_of(object.position), ":", object.position.line);
   };
   const Object &object = change.before ? *change.before : *change.after;
   std::string text = concat(painted_name_of_change(change, colours), " ");

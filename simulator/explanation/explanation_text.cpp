@@ -4,6 +4,7 @@
 
 #include "simulator/explanation/nearest.h"
 #include "simulator/explanation/words.h"
+#include "simulator/text/columns.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
@@ -79,10 +80,10 @@ void Writer::line(Position position, std::string text) {
 std::string Writer::text() const {
   size_t width = 0;
   for (const Line &line : lines_)
-    width = std::max(width, line.origin.size());
+    width = std::max(width, width_of(line.origin));
   std::string all;
   for (const Line &line : lines_) {
-    const std::string gap(width - line.origin.size() + 2 + size_t{2} * line.depth, ' ');
+    const std::string gap(width - width_of(line.origin) + 2 + size_t{2} * line.depth, ' ');
     all += concat(painted(Tone::faint, line.origin), gap, line.text, "\n");
   }
   return all;

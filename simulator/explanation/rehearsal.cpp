@@ -1,9 +1,5 @@
 #include "simulator/explanation/rehearsal.h"
 
-#include <utility>
-#include <vector>
-
-#include "simulator/explanation/recorder.h"
 #include "zar/zar.h"
 
 namespace simulator {
@@ -16,49 +12,36 @@ Record &writable(const Record &record) {
   return *static_cast<Record *>(zar_handle_get_context(record.handle));
 }
 
-// Undoes every count right after the engine has counted.
-class Rehearsal final : public Recorder {
- public:
-  using Recorder::Recorder;
-
-  void filter_evaluated(const zar_filter &filter, bool holds) override {
-    zar_filter &record = writable(filter);
-    --record.exec_count;
-    --(holds ? record.hit_count : record.miss_count);
-    Recorder::filter_evaluated(filter, holds);
-  }
-  void class_evaluated(const zar_cmap &cmap, bool matches, const zar_filter *decided_by) override {
-    if (decided_by) --writable(*decided_by).comp_count;
-    Recorder::class_evaluated(cmap, matches, decided_by);
-  }
-  void action_ends(const zar_action &action, uint32_t result) override {
-    --writable(action).executed_count;
-    Recorder::action_ends(action, result);
-  }
-};
-
-// Restores the attributes of a target.
-class KeptAttributes {
- public:
-  explicit KeptAttributes(engine::Attributes &attributes) : attributes_(attributes) {
-    for (const engine::AttributeId attribute : attributes.present())
-      kept_.emplace_back(attribute, attributes.find(attribute)->text);
-  }
-  ~KeptAttributes() {
-    for (const engine::AttributeId attribute : attributes_.present())
-      attributes_.clear(attribute);
-    for (const auto &[attribute, text] : kept_)
-      attributes_.set(attribute, text);
-  }
-  KeptAttributes(const KeptAttributes &) = delete;
-  KeptAttributes &operator=(const KeptAttributes &) = delete;
-
- private:
-  engine::Attributes &attributes_;
-  std::vector<std::pair<engine::AttributeId, std::string>> kept_;
-};
-
 }  // namespace
+
+void Rehearsal::filter_evaluated(const zar_filter &filter, bool holds) {
+  zar_filter &record = writable(filter);
+  --record.exec_count;
+  --(holds ? record.hit_count : record.miss_count);
+  Recorder::filter_evaluated(filter, holds);
+}
+
+void Rehearsal::class_evaluated(const zar_cmap &cmap, bool matches, const zar_filter *decided_by) {
+  if (decided_by) --writable(*decided_by).comp_count;
+  Recorder::class_evaluated(cmap, matches, decided_by);
+}
+
+void Rehearsal::action_ends(const zar_action &action, uint32_t result) {
+  --writable(action).executed_count;
+  Recorder::action_ends(action, result);
+}
+
+KeptAttributes::KeptAttributes(engine::Attributes &attributes) : attributes_(attributes) {
+  for (const engine::AttributeId attribute : attributes.present())
+    kept_.emplace_back(attribute, attributes.find(attribute)->text);
+}
+
+KeptAttributes::~KeptAttributes() {
+  for (const engine::AttributeId attribute : attributes_.present())
+    attributes_.clear(attribute);
+  for (const auto &[attribute, text] : kept_)
+    attributes_.set(attribute, text);
+}
 
 EventExplanation rehearse(const PolicyFile &file, const Repository &repository, const Step &step) {
   Rehearsal rehearsal(file);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "simulator/text/columns.h"
 #include "simulator/text/text.h"
 
 namespace simulator::inventory {
@@ -103,7 +104,7 @@ std::vector<size_t> widths_of(const std::vector<Row> &rows) {
   for (const Row &row : rows) {
     widths.resize(std::max(widths.size(), row.size()));
     for (size_t at = 0; at < row.size(); ++at)
-      widths[at] = std::max(widths[at], row[at].size());
+      widths[at] = std::max(widths[at], width_of(row[at]));
   }
   return widths;
 }
@@ -116,7 +117,7 @@ std::string table(const std::string &heading, const std::vector<Row> &rows) {
   for (const Row &row : rows) {
     std::string line;
     for (size_t at = 0; at < row.size(); ++at)
-      line += concat("  ", row[at], std::string(widths[at] - row[at].size(), ' '));
+      line += "  " + padded(row[at], widths[at]);
     text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
   }
   return text;

@@ -11,6 +11,7 @@
 #include "simulator/policy/parse_text.h"
 #include "simulator/repository/registrations.h"
 #include "simulator/repository/targets.h"
+#include "simulator/text/interruption.h"
 #include "simulator/text/text.h"
 #include "zar/zar.h"
 
@@ -60,6 +61,7 @@ void walk(std::string_view what, First first, Next next, Each each) {
   uint32_t current = 0;
   if (!came(first(&current), what)) return;
   while (current != 0) {
+    interruption::check();
     each(current);
     uint32_t following = 0;
     if (!came(next(current, &following), what)) return;

@@ -1,5 +1,7 @@
 #include "simulator/policy/load.h"
 
+#include <utility>
+
 #include "simulator/policy/load_parts.h"
 #include "simulator/text/text.h"
 
@@ -77,6 +79,11 @@ void fill_domains(std::vector<Map> &maps, const Domain &only) {
 }  // namespace
 
 bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics) {
+  SourceSteps steps;
+  return load_more(file, source, diagnostics, steps);
+}
+
+bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics, SourceSteps &steps) {
   const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
   if (!document) return false;
 
@@ -93,9 +100,11 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics)
   file.tests = std::move(more.tests);
   file.append(std::move(more));
   resolve(file, before, diagnostics);
-  file.scenario.clear();
-  file.tests.clear();
-  if (diagnostics.empty()) return true;
+  SourceSteps found = {std::exchange(file.scenario, {}), std::exchange(file.tests, {})};
+  if (diagnostics.empty()) {
+    steps = std::move(found);
+    return true;
+  }
   file.shrink_to(before);
   return false;
 }

@@ -11,8 +11,16 @@ namespace simulator {
 // Returns the file in 'source', or nothing when anything is wrong with it; 'diagnostics' then lists everything that is.
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics);
 
-// Adds the objects of 'source' to those of 'file'; no name may be in both. Scenarios and tests are read but dropped.
-// Returns false when anything is wrong with the source; the file is then unchanged.
+// What a source has beside its objects.
+struct SourceSteps {
+  std::vector<Step> scenario{};
+  std::vector<Test> tests{};
+};
+
+// Adds the objects of 'source' to those of 'file'; no name may be in both. Its scenario and tests replace those in
+// 'steps'. Returns false when anything is wrong with the source; the file and 'steps' are then unchanged.
+bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics, SourceSteps &steps);
+// The same for a caller that needs only the objects.
 bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
 
 }  // namespace simulator

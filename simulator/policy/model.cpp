@@ -3,19 +3,15 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <type_traits>
+#include <utility>
 
-#include "simulator/policy/attributes.h"
+#include "simulator/policy/uses.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
 
 namespace {
-
-template <class Object>
-void index_by_name(const std::vector<Object> &objects, size_t first, ByName<size_t> &index) {
-  for (size_t at = first; at < objects.size(); ++at)
-    index.emplace(objects[at].name.value, at);
-}
 
 template <class Object>
 const Object *find(const std::vector<Object> &objects, const ByName<size_t> &index, std::string_view name) {
@@ -26,14 +22,6 @@ const Object *find(const std::vector<Object> &objects, const ByName<size_t> &ind
 template <class Object>
 void append(std::vector<Object> &objects, std::vector<Object> &more) {
   std::move(more.begin(), more.end(), std::back_inserter(objects));
-}
-
-template <class Object>
-void shrink(std::vector<Object> &objects, ByName<size_t> &index, size_t size) {
-  while (objects.size() > size) {
-    index.erase(objects.back().name.value);
-    objects.pop_back();
-  }
 }
 
 // ---- The handles that an object takes in the repository
@@ -60,17 +48,17 @@ size_t handles_of(const Target &) {
   return 2;
 }
 
-template <class Object>
-size_t handles_of(const std::vector<Object> &objects, size_t first) {
-  size_t handles = 0;
-  for (size_t at = first; at < objects.size(); ++at)
-    handles += handles_of(objects[at]);
-  return handles;
+// Clients and domains keep nothing there, and use only each other.
+size_t handles_of(const Client &) {
+  return 0;
 }
-size_t handles_of(const PolicyFile &file, const FileExtent &first) {
-  return handles_of(file.class_maps, first.class_maps) + handles_of(file.policy_maps, first.policy_maps) +
-         handles_of(file.parameter_maps, first.parameter_maps) + handles_of(file.targets, first.targets);
+size_t handles_of(const Domain &) {
+  return 0;
 }
+template <class Each>
+void for_each_use(const Client &, Each) {}
+template <class Each>
+void for_each_use(const Domain &, Each) {}
 
 // An end that the file leaves open is the lowest or highest number.
 std::string range_text(int64_t low, int64_t high) {
@@ -121,6 +109,30 @@ uint32_t PolicyFile::event_id(std::string_view name) const {
   return found == event_index_.end() || found->second.handlers == 0 ? 0 : found->second.id;
 }
 
+void UseCounts::add(std::string_view name) {
+  const auto found = counts_.find(name);
+  if (found != counts_.end()) {
+    ++found->second;
+  } else {
+    counts_.emplace(name, size_t{1});
+  }
+}
+
+void UseCounts::remove(std::string_view name) {
+  const auto found = counts_.find(name);
+  if (--found->second == 0) counts_.erase(found);
+}
+
+size_t UseCounts::of(std::string_view name) const {
+  const auto found = counts_.find(name);
+  return found == counts_.end() ? 0 : found->second;
+}
+
+size_t PolicyFile::handlers(std::string_view event) const {
+  const auto found = event_index_.find(event);
+  return found == event_index_.end() ? 0 : found->second.handlers;
+}
+
 void PolicyFile::note_events(const PolicyMap &policy) {
   for (const EventRules &rules : policy.events) {
     const auto [event, is_new] =
@@ -135,21 +147,35 @@ void PolicyFile::forget_events(const PolicyMap &policy) {
     --event_index_.find(rules.event.value)->second.handlers;
 }
 
-void PolicyFile::count_from(const FileExtent &first) {
-  handles_ += handles_of(*this, first);
-  for_each_attribute_of_objects(*this, first, [this](const Name &attribute) { ++attribute_uses_[attribute.value]; });
+template <class Object>
+void PolicyFile::note(const Object &object) {
+  handles_ += handles_of(object);
+  for_each_use(object, [this](Used what, const Name &name) { uses_[static_cast<size_t>(what)].add(name.value); });
+  if constexpr (std::is_same_v<Object, PolicyMap>) note_events(object);
+}
+
+template <class Object>
+void PolicyFile::forget(const Object &object) {
+  handles_ -= handles_of(object);
+  for_each_use(object, [this](Used what, const Name &name) { uses_[static_cast<size_t>(what)].remove(name.value); });
+  if constexpr (std::is_same_v<Object, PolicyMap>) forget_events(object);
+}
+
+template <class Object>
+void PolicyFile::index_from(const std::vector<Object> &objects, size_t first, Index &index) {
+  for (size_t at = first; at < objects.size(); ++at) {
+    index.emplace(objects[at].name.value, at);
+    note(objects[at]);
+  }
 }
 
 void PolicyFile::index_from(const FileExtent &first) {
-  index_by_name(clients, first.clients, client_index_);
-  index_by_name(domains, first.domains, domain_index_);
-  index_by_name(class_maps, first.class_maps, class_map_index_);
-  index_by_name(policy_maps, first.policy_maps, policy_map_index_);
-  index_by_name(parameter_maps, first.parameter_maps, parameter_map_index_);
-  index_by_name(targets, first.targets, target_index_);
-  for (size_t at = first.policy_maps; at < policy_maps.size(); ++at)
-    note_events(policy_maps[at]);
-  count_from(first);
+  index_from(clients, first.clients, client_index_);
+  index_from(domains, first.domains, domain_index_);
+  index_from(class_maps, first.class_maps, class_map_index_);
+  index_from(policy_maps, first.policy_maps, policy_map_index_);
+  index_from(parameter_maps, first.parameter_maps, parameter_map_index_);
+  index_from(targets, first.targets, target_index_);
 }
 
 void PolicyFile::index() {
@@ -160,7 +186,7 @@ void PolicyFile::index() {
   for (size_t at = 0; at < events.size(); ++at)
     event_index_.emplace(events[at], Event{static_cast<uint32_t>(at + 1), 0});
   handles_ = 0;
-  attribute_uses_.clear();
+  uses_ = {};
   index_from({});
 }
 
@@ -180,23 +206,55 @@ void PolicyFile::append(PolicyFile &&more) {
   index_from(first);
 }
 
+template <class Object>
+void PolicyFile::shrink(std::vector<Object> &objects, Index &index, size_t size) {
+  while (objects.size() > size) {
+    forget(objects.back());
+    index.erase(objects.back().name.value);
+    objects.pop_back();
+  }
+}
+
 void PolicyFile::shrink_to(const FileExtent &extent) {
-  handles_ -= handles_of(*this, extent);
-  for_each_attribute_of_objects(*this, extent, [this](const Name &attribute) {
-    const auto uses = attribute_uses_.find(attribute.value);
-    if (--uses->second == 0) attribute_uses_.erase(uses);
-  });
-  for (size_t at = extent.policy_maps; at < policy_maps.size(); ++at)
-    forget_events(policy_maps[at]);
-  for (size_t at = extent.events; at < events.size(); ++at)
-    event_index_.erase(events[at]);
-  events.resize(extent.events);
   shrink(clients, client_index_, extent.clients);
   shrink(domains, domain_index_, extent.domains);
   shrink(class_maps, class_map_index_, extent.class_maps);
   shrink(policy_maps, policy_map_index_, extent.policy_maps);
   shrink(parameter_maps, parameter_map_index_, extent.parameter_maps);
   shrink(targets, target_index_, extent.targets);
+  for (size_t at = extent.events; at < events.size(); ++at)
+    event_index_.erase(events[at]);
+  events.resize(extent.events);
+}
+
+// 'name' may be that of the removed object itself.
+template <class Object>
+void PolicyFile::remove(std::vector<Object> &objects, Index &index, std::string_view name) {
+  const auto found = index.find(name);
+  const size_t at = found->second;
+  index.erase(found);
+  forget(objects[at]);
+  if (at + 1 < objects.size()) {
+    objects[at] = std::move(objects.back());
+    index.find(objects[at].name.value)->second = at;
+  }
+  objects.pop_back();
+}
+
+void PolicyFile::remove_class_map(std::string_view name) {
+  remove(class_maps, class_map_index_, name);
+}
+
+void PolicyFile::remove_policy_map(std::string_view name) {
+  remove(policy_maps, policy_map_index_, name);
+}
+
+void PolicyFile::remove_parameter_map(std::string_view name) {
+  remove(parameter_maps, parameter_map_index_, name);
+}
+
+void PolicyFile::remove_target(std::string_view name) {
+  remove(targets, target_index_, name);
 }
 
 PolicyFile PolicyFile::copy_of_objects() const {

@@ -4,6 +4,7 @@
 // All sub-commands work on this and on the repository that is built from it.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -154,6 +155,23 @@ struct NameHash : std::hash<std::string_view> {
 template <class Value>
 using ByName = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
 
+// What objects use by name.
+enum class Used : uint8_t { attribute, class_map, parameter_map, event };  // event: they raise it
+inline constexpr size_t kUsed = 4;
+
+// By name, how often something is used.
+class UseCounts {
+ public:
+  void add(std::string_view name);
+  void remove(std::string_view name);
+  size_t of(std::string_view name) const;
+  // The names that are used.
+  size_t names() const { return counts_.size(); }
+
+ private:
+  ByName<size_t> counts_;
+};
+
 // How many objects the lists of a file have.
 struct FileExtent {
   size_t clients = 0;
@@ -212,11 +230,22 @@ struct PolicyFile {
   void append(PolicyFile &&more);
   // Removes the objects and events that were added after the file had this extent.
   void shrink_to(const FileExtent &extent);
+  // Remove an object of the file. The last object of the list takes its place, so the cost does not depend on the
+  // number of objects. Whatever names the object must be gone or go too.
+  void remove_class_map(std::string_view name);
+  void remove_policy_map(std::string_view name);
+  void remove_parameter_map(std::string_view name);
+  void remove_target(std::string_view name);
+
+  // How often the objects use something by this name.
+  size_t uses(Used what, std::string_view name) const { return uses_[static_cast<size_t>(what)].of(name); }
+  // The policy-maps that handle an event.
+  size_t handlers(std::string_view event) const;
 
   // The handles that the repository needs for the objects.
   size_t handles() const { return handles_; }
   // The different attributes that the objects mention.
-  size_t attributes() const { return attribute_uses_.size(); }
+  size_t attributes() const { return uses_[static_cast<size_t>(Used::attribute)].names(); }
 
  private:
   // Positions in a list.
@@ -227,9 +256,18 @@ struct PolicyFile {
   };
 
   void index_from(const FileExtent &first);
+  template <class Object>
+  void index_from(const std::vector<Object> &objects, size_t first, Index &index);
+  template <class Object>
+  void shrink(std::vector<Object> &objects, Index &index, size_t size);
+  template <class Object>
+  void remove(std::vector<Object> &objects, Index &index, std::string_view name);
+  template <class Object>
+  void note(const Object &object);
+  template <class Object>
+  void forget(const Object &object);
   void note_events(const PolicyMap &policy);
   void forget_events(const PolicyMap &policy);
-  void count_from(const FileExtent &first);
 
   Index client_index_;
   Index domain_index_;
@@ -239,7 +277,7 @@ struct PolicyFile {
   Index target_index_;
   ByName<Event> event_index_;  // also those that nothing handles any more
   size_t handles_ = 0;
-  ByName<size_t> attribute_uses_;
+  std::array<UseCounts, kUsed> uses_;  // by what is used
 };
 
 // The words of a policy file.

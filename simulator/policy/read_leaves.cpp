@@ -1,9 +1,8 @@
 // Filters and actions of a policy file.
 #include <limits>
 
-#include <re2/re2.h>
-
 #include "simulator/policy/load_parts.h"
+#include "simulator/policy/pattern.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
@@ -15,6 +14,10 @@ constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 
 // A pattern may use this much memory, so that a small file cannot use a lot.
 constexpr int64_t kPatternMemory = 1 << 18;
+// A node that is not a mapping was already reported.
+bool is_mapping(const yaml::Node &node) {
+  return node.kind == yaml::Kind::mapping || node.kind == yaml::Kind::null;
+}
 
 struct FilterKey {
   FilterKind kind;
@@ -44,52 +47,9 @@ std::optional<FilterKey> find_kind(const Reader &reader, const yaml::Node &node,
   return found;
 }
 
-// Describes what is wrong with a pattern. The regex engine's own sentences differ from one release to the next.
-std::string_view describe(RE2::ErrorCode error) {
-  switch (error) {
-    case RE2::ErrorBadEscape:
-      return "an unknown escape";
-    case RE2::ErrorBadCharClass:
-    case RE2::ErrorBadCharRange:
-      return "there is no such class or range of characters";
-    case RE2::ErrorMissingBracket:
-      return "a '[' without its ']'";
-    case RE2::ErrorMissingParen:
-      return "a '(' without its ')'";
-    case RE2::ErrorUnexpectedParen:
-      return "a ')' without its '('";
-    case RE2::ErrorTrailingBackslash:
-      return "a '\\' with nothing behind it";
-    case RE2::ErrorRepeatArgument:
-      return "nothing to repeat";
-    case RE2::ErrorRepeatSize:
-      return "a repetition that is too long or ends before it begins";
-    case RE2::ErrorRepeatOp:
-      return "a repetition of a repetition";
-    case RE2::ErrorBadPerlOp:
-      return "an unknown '(?'";
-    case RE2::ErrorBadNamedCapture:
-      return "a group with a bad name";
-    case RE2::ErrorPatternTooLarge:
-      return "it takes too much memory";
-    default:
-      return "it cannot be compiled";
-  }
-}
-
-// The part of the pattern that is wrong, if it is known.
-std::string describe(const RE2 &pattern) {
-  const std::string_view sentence = describe(pattern.error_code());
-  if (pattern.error_arg().empty()) return std::string(sentence);
-  return concat(sentence, ": ", pattern.error_arg());
-}
-
 void read_pattern(const Reader &reader, const yaml::Node &node, Filter &filter) {
   if (!reader.spend_on_patterns(0)) return;
-  RE2::Options options;
-  options.set_log_errors(false);
-  options.set_max_mem(kPatternMemory);
-  auto pattern = std::make_shared<const RE2>(filter.text, options);
+  std::shared_ptr<const RE2> pattern = compile_pattern(filter.text);
   if (!pattern->ok()) {
     reader.diagnostics().add(node.position, concat("not a regular expression: ", describe(*pattern)),
                              "a regular expression in RE2 syntax");

@@ -14,6 +14,7 @@
 
 #include "simulator/policy/model.h"
 #include "simulator/policy/yaml.h"
+#include "simulator/text/interruption.h"
 
 namespace simulator {
 
@@ -125,6 +126,7 @@ template <class Each>
 void Reader::list(const yaml::Node &node, std::string_view what, Each each) const {
   if (node.kind == yaml::Kind::null || !is_kind(node, yaml::Kind::sequence, what)) return;
   for (const yaml::Node *item : node.items) {
+    interruption::check();
     if (diagnostics_->hopeless()) return;
     each(*item);
   }
@@ -133,6 +135,7 @@ void Reader::list(const yaml::Node &node, std::string_view what, Each each) cons
 template <class Each>
 void Reader::named(const yaml::Node &node, std::string_view what, NameKind kind, Each each) const {
   for (auto &[name, body] : named_entries(node, what, kind)) {
+    interruption::check();
     if (diagnostics_->hopeless()) return;
     each(std::move(name), *body);
   }

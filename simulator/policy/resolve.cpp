@@ -69,7 +69,8 @@ class Resolver {
   void check_domains();
   void check_class_maps();
   void check_parameter_maps();
-  void check_hidden_names();
+  void check_hidden_names(const ParameterMap &map);
+  const Statement *earlier_namesake(const ParameterMap &map, std::string_view name) const;
   void check_policy_maps();
   void check_class_of(const Rule &rule, const EventRules &event, const PolicyMap &policy);
   template <class User>
@@ -214,27 +215,48 @@ void Resolver::check_parameter_maps() {
     for (const Statement &statement : map.statements) {
       check_actions(statement.actions, [&] { return concat("statement ", map.name.value, "/", statement.index); });
     }
+    check_hidden_names(map);
   }
-  check_hidden_names();
 }
 
 // Nothing separates the name of the parameter-map from the map-index, so map1 with 23 and map12 with 3 collide.
-void Resolver::check_hidden_names() {
-  FirstPositions<std::string> names;
-  for (const ParameterMap &map : file_->parameter_maps) {
-    uint32_t last = 0;
-    for (const Statement &statement : map.statements) {
-      // A duplicate map-index was already reported; equal ones are neighbours.
-      if (statement.index == std::exchange(last, statement.index)) continue;
-      const std::string name = concat(map.name.value, statement.index);
-      const std::optional<Position> earlier = names.earlier(name, statement.position);
-      if (!earlier) continue;
-      diagnostics_->add(statement.position,
-                        concat("map-index ", statement.index, " gives the hidden class-map ", kHiddenPrefix, name,
-                               " that line ", earlier->line, " has already"),
-                        "another map-index or parameter-map name");
-    }
+void Resolver::check_hidden_names(const ParameterMap &map) {
+  uint32_t last = 0;
+  for (const Statement &statement : map.statements) {
+    // A duplicate map-index was already reported; equal ones are neighbours.
+    if (statement.index == std::exchange(last, statement.index)) continue;
+    const std::string name = concat(map.name.value, statement.index);
+    const Statement *earlier = earlier_namesake(map, name);
+    if (!earlier) continue;
+    diagnostics_->add(statement.position,
+                      concat("map-index ", statement.index, " gives the hidden class-map ", kHiddenPrefix, name,
+                             " that line ", earlier->position.line, " has already"),
+                      "another map-index or parameter-map name");
   }
+}
+
+// NULL when there is none. 'index' is as in a hidden name.
+const Statement *find_statement(const ParameterMap &map, std::string_view index) {
+  const std::optional<int64_t> number = engine::parse_number(index);
+  if (!number || std::to_string(*number) != index) return nullptr;
+  const auto found = std::lower_bound(map.statements.begin(), map.statements.end(), *number,
+                                      [](const Statement &each, int64_t wanted) { return each.index < wanted; });
+  return found != map.statements.end() && found->index == *number ? &*found : nullptr;
+}
+
+// The statement of an earlier parameter-map with the same hidden name; NULL when there is none. Every way to split the
+// name is looked up, so that the other parameter-maps need not be searched.
+const Statement *Resolver::earlier_namesake(const ParameterMap &map, std::string_view name) const {
+  const Statement *earliest = nullptr;
+  const ParameterMap *owner = &map;
+  for (size_t at = name.find_last_not_of("0123456789") + 1; at < name.size(); ++at) {
+    const ParameterMap *other = file_->find_parameter_map(name.substr(0, at));
+    const Statement *statement = other && other < owner ? find_statement(*other, name.substr(at)) : nullptr;
+    if (!statement) continue;
+    earliest = statement;
+    owner = other;
+  }
+  return earliest;
 }
 
 // The database that holds the maps of a domain: the owner's name, or the engine's for the default one; NULL when the

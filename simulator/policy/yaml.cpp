@@ -11,6 +11,7 @@
 #include "simulator/policy/value.h"
 #include "simulator/policy/yaml_errors.h"
 #include "simulator/policy/yaml_openings.h"
+#include "simulator/text/interruption.h"
 #include "simulator/text/text.h"
 
 namespace simulator::yaml {
@@ -130,6 +131,7 @@ class Builder final : public YAML::EventHandler {
   }
 
   void add(const YAML::Mark &mark, const Node &node) {
+    interruption::check();
     if (open_.empty()) {
       document_->root_ = &node;
       return;

@@ -8,6 +8,7 @@
 #include "simulator/repository/filters.h"
 #include "simulator/repository/registrations.h"
 #include "simulator/repository/repository.h"
+#include "simulator/text/interruption.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
@@ -29,6 +30,14 @@ void expect_success(uint32_t status, std::string_view operation, std::string_vie
   expect(status == 0, operation, object, status);
 }
 
+template <class Object, class Build>
+void build_from(const std::vector<Object> &objects, size_t first, Build build) {
+  for (size_t at = first; at < objects.size(); ++at) {
+    interruption::check();
+    build(objects[at]);
+  }
+}
+
 }  // namespace
 
 bool Repository::build() {
@@ -40,18 +49,13 @@ bool Repository::build() {
   torn_down_ = false;
   try {
     if (!started_) start();
-    for (size_t at = clids_.size(); at < file_->clients.size(); ++at)
-      register_client(file_->clients[at]);
-    for (size_t at = registered_domains_; at < file_->domains.size(); ++at)
-      register_domain(file_->domains[at]);
-    for (size_t at = classes_.size(); at < file_->class_maps.size(); ++at)
-      build_class(file_->class_maps[at]);
-    for (size_t at = parameter_maps_.size(); at < file_->parameter_maps.size(); ++at)
-      build_parameter_map(file_->parameter_maps[at]);
-    for (size_t at = policies_.size(); at < file_->policy_maps.size(); ++at)
-      build_policy(file_->policy_maps[at]);
-    for (size_t at = targets_.size(); at < file_->targets.size(); ++at)
-      build_target(file_->targets[at]);
+    build_from(file_->clients, clids_.size(), [this](const Client &client) { register_client(client); });
+    build_from(file_->domains, registered_domains_, [this](const Domain &domain) { register_domain(domain); });
+    build_from(file_->class_maps, classes_.size(), [this](const ClassMap &map) { build_class(map); });
+    build_from(file_->parameter_maps, parameter_maps_.size(),
+               [this](const ParameterMap &map) { build_parameter_map(map); });
+    build_from(file_->policy_maps, policies_.size(), [this](const PolicyMap &policy) { build_policy(policy); });
+    build_from(file_->targets, targets_.size(), [this](const Target &target) { build_target(target); });
     return true;
   } catch (const Refused &refused) {
     problems_.push_back(refused.what);
@@ -74,7 +78,7 @@ void give_up_registrations() {
 void Repository::start() {
   started_ = true;
   engine::forget_attributes();
-  const bool anew = !registrations::suit(*file_);
+  const bool anew = registrations_ == Registrations::renew || !registrations::suit(*file_);
   if (anew) give_up_registrations();
   before_ = take_stock();
   if (anew) start_library();
@@ -142,7 +146,7 @@ void Repository::build_class(const ClassMap &map) {
     zar_delete_class(cmap);
     expect_success(status, "the storing", map.name.value);
   }
-  classes_.push_back({map.name.value, map.domain.value, clid});
+  classes_.add({map.name.value, map.domain.value, clid});
   for (const Filter &filter : map.filters)
     add_filter(cmap, filter);
 }
@@ -168,7 +172,7 @@ void Repository::build_parameter_map(const ParameterMap &map) {
   // If the map was made but not stored, its maker has to delete it.
   if (status != 0 && pmtr_map != 0) zar_delete_pmtr_map(pmtr_map);
   expect_success(status, "the parameter-map", map.name.value);
-  parameter_maps_.push_back(map.name.value);
+  parameter_maps_.add({map.name.value});
 
   for (const Statement &statement : map.statements) {
     for (const Filter &filter : statement.filters)
@@ -242,7 +246,7 @@ void Repository::build_policy(const PolicyMap &policy) {
     zar_delete_policy(pmap);
     expect_success(status, "the storing", policy.name.value);
   }
-  policies_.push_back({policy.name.value, policy.domain.value, clid});
+  policies_.add({policy.name.value, policy.domain.value, clid});
   for (const EventRules &event : policy.events)
     add_event(policy, pmap, event);
 }
@@ -290,16 +294,16 @@ void Repository::add_action(const PolicyMap &policy, const zar_event_context &ev
 }
 
 void Repository::build_target(const Target &target) {
-  TargetRecord &record = targets_.emplace_back();
-  record.target_id = ++last_target_id_;
-  record.clid = clid_of(target.client);
-  record.name = target.name.value;
+  TargetRecord fresh{};
+  fresh.target_id = ++last_target_id_;
+  fresh.clid = clid_of(target.client);
+  fresh.name = target.name.value;
+  TargetRecord &record = targets_.add(std::move(fresh));
   bool first = true;
   for (const Name &policy : target.policies) {
     put_policy(record, policy, first);
     first = false;
   }
-  target_handles_.emplace(target.name.value, record.handle);
 
   engine::Attributes *attributes = engine::attributes_of(record.handle);
   expect(attributes != nullptr, "the state", target.name.value);
@@ -328,7 +332,7 @@ void Repository::put_policy(TargetRecord &target, const Name &name, bool first) 
 
 bool Repository::activate(std::string_view target, const PolicyMap &policy) {
   try {
-    put_policy(*find_target(target), policy.name, false);
+    put_policy(*targets_.find(target), policy.name, false);
     return true;
   } catch (const Refused &refused) {
     problems_.push_back(refused.what);

@@ -1,8 +1,7 @@
 // Queries on a standing repository. build.cpp builds it and tear_down.cpp takes it down.
 #include "simulator/repository/repository.h"
 
-#include <algorithm>
-
+#include "engine/walk.h"
 #include "platform/engine.h"
 
 namespace simulator {
@@ -43,15 +42,20 @@ Repository::Extent Repository::extent() const {
   return {classes_.size(), parameter_maps_.size(), policies_.size(), targets_.size()};
 }
 
-Repository::TargetRecord *Repository::find_target(std::string_view name) {
-  const auto found =
-      std::find_if(targets_.begin(), targets_.end(), [&](const TargetRecord &target) { return target.name == name; });
-  return found == targets_.end() ? nullptr : &*found;
+std::vector<std::string> Repository::targets_of(const PolicyMap &policy) const {
+  std::vector<std::string> names;
+  const zar_map_info info = info_of(policy);
+  uint32_t pmap = 0;
+  if (zar_retrieve_policy(clid_of_domain(policy.domain), &info, &pmap) != 0 || pmap == 0) return names;
+  const auto *record = static_cast<const zar_pmap *>(zar_handle_get_context(pmap));
+  for (const zar_pmap_target_ref &reference : engine::Records<zar_pmap_target_ref>(record->target_refs))
+    names.push_back(client::target_of(*reference.target).name);
+  return names;
 }
 
 uint32_t Repository::target_handle(std::string_view name) const {
-  const auto found = target_handles_.find(name);
-  return found == target_handles_.end() ? 0 : found->second;
+  const TargetRecord *target = targets_.find(name);
+  return target ? target->handle : 0;
 }
 
 void Repository::note_failure(uint32_t status, std::string_view operation, std::string_view object) {

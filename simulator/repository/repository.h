@@ -7,7 +7,6 @@
 #pragma once
 
 #include <functional>
-#include <list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 
 #include "simulator/policy/model.h"
 #include "simulator/repository/leftovers.h"
+#include "simulator/repository/named_list.h"
 #include "simulator/repository/targets.h"
 #include "simulator/text/text.h"
 #include "zar/zar.h"
@@ -25,8 +25,16 @@ namespace simulator {
 
 class Repository {
  public:
-  // 'file' must outlive the repository. It may change: the built objects are always the front of each of its lists.
-  explicit Repository(const PolicyFile &file) : file_(&file) {}
+  // What to do about clients and domains that the library knows from earlier repositories of the process.
+  enum class Registrations : uint8_t {
+    reuse,  // use those that suit
+    renew,  // make the library start afresh, so that every name can be given again with another meaning
+  };
+
+  // 'file' must outlive the repository. It may change: as many objects of each of its lists are built as the repository
+  // has, and those that are not built stand at the end.
+  explicit Repository(const PolicyFile &file, Registrations registrations = Registrations::reuse)
+      : file_(&file), registrations_(registrations) {}
   ~Repository() { tear_down(); }
   Repository(const Repository &) = delete;
   Repository &operator=(const Repository &) = delete;
@@ -51,6 +59,7 @@ class Repository {
   // then says what.
   bool activate(std::string_view target, const PolicyMap &policy);
   bool deactivate(std::string_view target, const PolicyMap &policy);
+  // What the library refuses to delete stays as it is.
   bool delete_policy(std::string_view name);
   bool delete_class(std::string_view name);
   bool delete_parameter_map(std::string_view name);
@@ -68,7 +77,9 @@ class Repository {
   // The same, for callers that go on.
   Complaints take_problems() { return std::exchange(problems_, {}); }
 
-  // 0 when the file has no such target.
+  // The targets on which a policy-map is active.
+  std::vector<std::string> targets_of(const PolicyMap &policy) const;
+  // 0 when there is no such target.
   uint32_t target_handle(std::string_view name) const;
   size_t registered_clients() const { return clids_.size(); }
   size_t registered_domains() const { return registered_domains_; }
@@ -94,6 +105,9 @@ class Repository {
     std::string domain;
     uint32_t clid;
   };
+  struct BuiltParameterMap {
+    std::string name;
+  };
   void start();
   void start_library();
   void register_client(const Client &client);
@@ -111,7 +125,6 @@ class Repository {
   void add_action(const PolicyMap &policy, const zar_event_context &event, const Rule &rule, const Action &action);
   void build_target(const Target &target);
   void put_policy(TargetRecord &target, const Name &name, bool first);
-  TargetRecord *find_target(std::string_view name);
 
   static zar_map_info info_of(const PolicyMap &policy);
   static zar_map_info info_of(const ClassMap &map);
@@ -120,10 +133,13 @@ class Repository {
   uint32_t clid_of_domain(const Name &domain) const;
 
   void deactivate_all();
-  void take_down_policy(const BuiltMap &policy);
-  void take_down_class(const BuiltMap &map);
-  void take_down_parameter_map(const std::string &name);
-  void take_down_target(const TargetRecord &target);
+  // They return whether the library agreed.
+  bool take_down(const BuiltMap &map, uint32_t (*operation)(uint32_t clid, const zar_map_info *info));
+  bool take_down_policy(const BuiltMap &policy);
+  bool take_down_class(const BuiltMap &map);
+  bool take_down_parameter_map(const BuiltParameterMap &map);
+  bool take_down_target(const TargetRecord &target);
+  void expect_unused(const BuiltParameterMap &map);
   void destroy_databases();
   void note_failure(uint32_t status, std::string_view operation, std::string_view object);
 
@@ -131,6 +147,7 @@ class Repository {
   static const Repository *current;
 
   const PolicyFile *file_;
+  Registrations registrations_;
   bool torn_down_ = true;  // until something is built
   Complaints problems_;
 
@@ -143,12 +160,11 @@ class Repository {
   std::vector<zar_db *> databases_;
   size_t registered_domains_ = 0;
   Kept kept_;
-  std::vector<BuiltMap> classes_;
-  std::vector<std::string> parameter_maps_;
-  std::vector<BuiltMap> policies_;
-  std::list<TargetRecord> targets_;  // a list: the library keeps pointers to the records
+  NamedList<BuiltMap> classes_;
+  NamedList<BuiltParameterMap> parameter_maps_;
+  NamedList<BuiltMap> policies_;
+  NamedList<TargetRecord> targets_;  // the library keeps pointers to the records
   uint64_t last_target_id_ = 0;
-  ByName<uint32_t> target_handles_;
 };
 
 }  // namespace simulator

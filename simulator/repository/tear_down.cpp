@@ -1,6 +1,4 @@
 // Taking a repository down, in the order that the library asks for.
-#include <algorithm>
-
 #include "engine/engine.h"
 #include "platform/engine.h"
 #include "simulator/repository/actions.h"
@@ -18,8 +16,10 @@ void Repository::tear_down() {
     take_down_policy(policy);
   for (const BuiltMap &map : classes_)
     take_down_class(map);
-  for (const std::string &map : parameter_maps_)
+  for (const BuiltParameterMap &map : parameter_maps_) {
+    expect_unused(map);
     take_down_parameter_map(map);
+  }
   for (const TargetRecord &target : targets_)
     take_down_target(target);
   destroy_databases();
@@ -53,36 +53,48 @@ bool Repository::deactivate(std::string_view target, const PolicyMap &policy) {
   return problems_.size() == before;
 }
 
-// The handlers of actions are called with the targets on which the actions are no longer in force.
-void Repository::take_down_policy(const BuiltMap &policy) {
-  const zar_map_info info = info_of(policy);
-  note_failure(zar_delete_stored_policy_by_name(policy.clid, &info), "the deletion", policy.name);
-  engine::release_target_lists();
-}
-
-void Repository::take_down_class(const BuiltMap &map) {
+bool Repository::take_down(const BuiltMap &map, uint32_t (*operation)(uint32_t clid, const zar_map_info *info)) {
   const zar_map_info info = info_of(map);
-  note_failure(zar_delete_stored_class_by_name(map.clid, &info), "the deletion", map.name);
+  const uint32_t status = operation(map.clid, &info);
+  note_failure(status, "the deletion", map.name);
+  return status == 0;
 }
 
-// No policy is left that could use it.
-void Repository::take_down_parameter_map(const std::string &name) {
-  if (zar_is_param_map_assoc_with_policy(client::parameter_map_question(name)) != 0) {
-    problems_.push_back(concat("parameter-map '", name, "' is still in use"));
-  }
+// The handlers of actions are called with the targets on which the actions are no longer in force.
+bool Repository::take_down_policy(const BuiltMap &policy) {
+  const bool done = take_down(policy, zar_delete_stored_policy_by_name);
+  engine::release_target_lists();
+  return done;
+}
+
+bool Repository::take_down_class(const BuiltMap &map) {
+  return take_down(map, zar_delete_stored_class_by_name);
+}
+
+// No policy is left that could use it. The question goes to all actions of the repository.
+void Repository::expect_unused(const BuiltParameterMap &map) {
+  if (zar_is_param_map_assoc_with_policy(client::parameter_map_question(map.name)) == 0) return;
+  problems_.push_back(concat("parameter-map '", map.name, "' is still in use"));
+}
+
+bool Repository::take_down_parameter_map(const BuiltParameterMap &map) {
   uint32_t type = 0;
   uint32_t status = kel_parameter_map_get_type(kel_parameter_map_subscriber_domain_str, &type);
-  if (status == 0) status = kel_delete_subscriber_parameter_map(name.c_str(), type);
-  note_failure(status, "the deletion", name);
+  if (status == 0) status = kel_delete_subscriber_parameter_map(map.name.c_str(), type);
+  note_failure(status, "the deletion", map.name);
   if (status == 0) ++kept_.deleted_parameter_maps;
+  return status == 0;
 }
 
-void Repository::take_down_target(const TargetRecord &target) {
-  if (target.handle == 0) return;
+bool Repository::take_down_target(const TargetRecord &target) {
+  if (target.handle == 0) return true;
   zar_target_info *info = nullptr;
-  note_failure(zar_remove_target(target.clid, target.handle, &info), "the removal", target.name);
-  note_failure(zar_delete_target(target.handle), "the deletion", target.name);
+  const uint32_t removal = zar_remove_target(target.clid, target.handle, &info);
+  note_failure(removal, "the removal", target.name);
+  const uint32_t deletion = zar_delete_target(target.handle);
+  note_failure(deletion, "the deletion", target.name);
   engine::release_target_lists();
+  return removal == 0 && deletion == 0;
 }
 
 void Repository::destroy_databases() {
@@ -92,56 +104,50 @@ void Repository::destroy_databases() {
 
 // ---- Single objects -----------------------------------------------------------------------------------------------------------
 
+bool Repository::delete_policy(std::string_view name) {
+  if (!take_down_policy(*policies_.find(name))) return false;
+  policies_.remove(name);
+  return true;
+}
+
+bool Repository::delete_class(std::string_view name) {
+  if (!take_down_class(*classes_.find(name))) return false;
+  classes_.remove(name);
+  return true;
+}
+
+bool Repository::delete_parameter_map(std::string_view name) {
+  if (!take_down_parameter_map(*parameter_maps_.find(name))) return false;
+  parameter_maps_.remove(name);
+  return true;
+}
+
+bool Repository::delete_target(std::string_view name) {
+  if (!take_down_target(*targets_.find(name))) return false;
+  targets_.remove(name);
+  return true;
+}
+
 namespace {
 
-template <class Objects, class IsNamed>
-auto take_out(Objects &objects, IsNamed is_named) {
-  const auto found = std::find_if(objects.begin(), objects.end(), is_named);
-  auto object = std::move(*found);
-  objects.erase(found);
-  return object;
+// What cannot be taken down is forgotten all the same: it must not stay in the way of what comes next.
+template <class Object, class TakeDown>
+void take_down_last(NamedList<Object> &objects, size_t size, TakeDown take_down) {
+  while (objects.size() > size) {
+    take_down(objects.back());
+    objects.remove(objects.back().name);
+  }
 }
 
 }  // namespace
 
-bool Repository::delete_policy(std::string_view name) {
-  const size_t before = problems_.size();
-  take_down_policy(take_out(policies_, [&](const BuiltMap &map) { return map.name == name; }));
-  return problems_.size() == before;
-}
-
-bool Repository::delete_class(std::string_view name) {
-  const size_t before = problems_.size();
-  take_down_class(take_out(classes_, [&](const BuiltMap &map) { return map.name == name; }));
-  return problems_.size() == before;
-}
-
-bool Repository::delete_parameter_map(std::string_view name) {
-  const size_t before = problems_.size();
-  take_down_parameter_map(take_out(parameter_maps_, [&](const std::string &map) { return map == name; }));
-  return problems_.size() == before;
-}
-
-bool Repository::delete_target(std::string_view name) {
-  const size_t before = problems_.size();
-  const auto found =
-      std::find_if(targets_.begin(), targets_.end(), [&](const TargetRecord &target) { return target.name == name; });
-  take_down_target(*found);
-  target_handles_.erase(found->name);
-  targets_.erase(found);
-  return problems_.size() == before;
-}
-
 // Deletes in reverse order of building.
 void Repository::shrink_to(const Extent &extent) {
-  while (targets_.size() > extent.targets)
-    delete_target(std::string(targets_.back().name));
-  while (policies_.size() > extent.policies)
-    delete_policy(std::string(policies_.back().name));
-  while (classes_.size() > extent.classes)
-    delete_class(std::string(classes_.back().name));
-  while (parameter_maps_.size() > extent.parameter_maps)
-    delete_parameter_map(std::string(parameter_maps_.back()));
+  take_down_last(targets_, extent.targets, [this](const TargetRecord &target) { take_down_target(target); });
+  take_down_last(policies_, extent.policies, [this](const BuiltMap &policy) { take_down_policy(policy); });
+  take_down_last(classes_, extent.classes, [this](const BuiltMap &map) { take_down_class(map); });
+  take_down_last(parameter_maps_, extent.parameter_maps,
+                 [this](const BuiltParameterMap &map) { take_down_parameter_map(map); });
 }
 
 }  // namespace simulator

@@ -6,9 +6,18 @@
 #include "simulator/explanation/rehearsal.h"
 #include "simulator/policy/attributes.h"
 #include "simulator/policy/step_text.h"
+#include "simulator/repository/run_step.h"
+#include "simulator/session/output_filter.h"
 #include "simulator/session/show.h"
+#include "simulator/session/whole_session.h"
+#include "simulator/text/interruption.h"
 
 namespace simulator::session {
+
+void fail(Reply &reply, std::string complaint) {
+  reply.trouble.complaints.push_back(std::move(complaint));
+  reply.status = Status::failed;
+}
 
 namespace {
 
@@ -18,16 +27,15 @@ void end_with(bool done, Reply &reply) {
   if (!done) reply.status = Status::failed;
 }
 
-void fail(Reply &reply, std::string complaint) {
-  reply.trouble.complaints.push_back(std::move(complaint));
-  reply.status = Status::failed;
-}
-
 // ---- What is there ------------------------------------------------------------------------------------------------------------
 
 void load(const Call &call, Reply &reply) {
   if (call.line.words[1] == "-") return fail(reply, "standard input is for commands");
   end_with(call.session.load(call.line.words[1], reply.trouble), reply);
+}
+
+void fail_at_surplus(const Line &line, size_t first, std::string_view usage, Reply &reply) {
+  fail(reply, concat("'", line.words[first], "' is one word too many; expected: ", usage));
 }
 
 // NULL when there is no such kind, or the command cannot do with it what 'verb' says; the command then fails.
@@ -52,8 +60,18 @@ void create(const Call &call, Reply &reply) {
     end_with(call.session.create(*kind, line.words[2], line.rest_after(3), call.number, reply.trouble), reply);
 }
 
+bool is_registered_kind(std::string_view word) {
+  const KindWord *kind = find_kind(word);
+  return kind && (kind->kind == ObjectKind::client || kind->kind == ObjectKind::domain);
+}
+
 void remove(const Call &call, Reply &reply) {
-  if (const KindWord *kind = known_kind(call.line.words[1], kMapKinds, "deleted", reply))
+  const std::string &word = call.line.words[1];
+  if (is_registered_kind(word))
+    return fail(reply, concat(word,
+                              "s cannot be deleted: the library keeps them as long as it runs; undo and reload can "
+                              "go back to before they were made"));
+  if (const KindWord *kind = known_kind(word, kMapKinds, "deleted", reply))
     end_with(call.session.remove(*kind, call.line.words[2], reply.trouble), reply);
 }
 
@@ -74,6 +92,9 @@ void show(const Call &call, Reply &reply) {
   const std::vector<std::string> &words = call.line.words;
   Complaints &complaints = reply.trouble.complaints;
   if (words.size() == 1) return put_out(show_overview(call.session, complaints), reply);
+  const bool is_all = words[1] == "config" || words[1] == "listing";
+  if (is_all && words.size() > 2) return fail_at_surplus(call.line, 2, concat("show ", words[1]), reply);
+  if (is_registered_kind(words[1])) return fail(reply, concat(words[1], "s are shown all together, by show"));
   if (words[1] == "config") return put_out(show_configuration(call.session, complaints), reply);
   if (words[1] == "listing") return put_out(show_listing(call.session), reply);
   const KindWord *kind = known_kind(words[1], kMapKinds, "shown alone", reply);
@@ -102,6 +123,10 @@ void raise(const Call &call, Reply &reply) {
   std::optional<Step> step = read_step(call, 2, reply);
   if (!step) return;
   EventExplanation explanation = Recorder(call.session.file()).raise(call.session.repository(), *step);
+  call.session.remember([same = *step](Session &session, Trouble &) {
+    run_step(session.file(), session.repository(), same);
+    return true;
+  });
   reply.event = ShownEvent{.explanation = std::move(explanation), .step = std::move(*step)};
 }
 
@@ -126,6 +151,15 @@ engine::Attributes *attributes_of(const Call &call, Reply &reply) {
   return known ? engine::attributes_of(call.session.repository().target_handle(target)) : nullptr;
 }
 
+void change_target(const Call &call, Step step) {
+  step.target.value = call.line.words[1];
+  change_attributes(call.session.repository(), step);
+  call.session.remember([same = std::move(step)](Session &session, Trouble &) {
+    change_attributes(session.repository(), same);
+    return true;
+  });
+}
+
 void set(const Call &call, Reply &reply) {
   engine::Attributes *attributes = attributes_of(call, reply);
   Step step;
@@ -133,8 +167,7 @@ void set(const Call &call, Reply &reply) {
     if (!parse_set(call.line.words[at], call.session.file(), step, reply.trouble.complaints)) attributes = nullptr;
   }
   if (!attributes) return end_with(false, reply);
-  for (const Assignment &given : step.set)
-    attributes->set(engine::register_attribute(given.attribute.value), given.text);
+  change_target(call, std::move(step));
 }
 
 void unset(const Call &call, Reply &reply) {
@@ -144,20 +177,26 @@ void unset(const Call &call, Reply &reply) {
     if (!parse_clear(call.line.words[at], call.session.file(), step, reply.trouble.complaints)) attributes = nullptr;
   }
   if (!attributes) return end_with(false, reply);
-  for (const Name &attribute : step.clear)
-    attributes->clear(engine::register_attribute(attribute.value));
+  change_target(call, std::move(step));
+}
+
+// Returns the statuses of the library in one.
+uint32_t clear_counters(const PolicyFile &file) {
+  constexpr uint32_t kAll = 1;
+  uint32_t status = 0;
+  for (const Domain &domain : file.domains) {
+    status |= zar_clear_policymap(domain.name.value.c_str(), nullptr, kAll);
+    status |= zar_clear_classmap(domain.name.value.c_str(), nullptr, kAll);
+  }
+  return status;
 }
 
 void clear(const Call &call, Reply &reply) {
   if (call.line.words[1] != "counters")
     return fail(reply, concat("there is nothing to clear but counters, no '", call.line.words[1], "'"));
-  constexpr uint32_t kAll = 1;
-  uint32_t status = 0;
-  for (const Domain &domain : call.session.file().domains) {
-    status |= zar_clear_policymap(domain.name.value.c_str(), nullptr, kAll);
-    status |= zar_clear_classmap(domain.name.value.c_str(), nullptr, kAll);
-  }
-  if (status != 0) fail(reply, concat("the library refused with status ", status));
+  const uint32_t status = clear_counters(call.session.file());
+  if (status != 0) return fail(reply, concat("the library refused with status ", status));
+  call.session.remember([](Session &session, Trouble &) { return clear_counters(session.file()) == 0; });
 }
 
 void trace(const Call &call, Reply &reply) {
@@ -215,6 +254,7 @@ std::span<const Command> commands() {
        2,
        {map_kind, name_of_kind},
        remove},
+      {"diff", "", "lists what is different from the files as they were loaded", 0, 0, {}, compare_with_loaded, true},
       {"exit", "", "ends the session, as quit does", 0, 0, {}, quit},
       {"explain",
        "EVENT@TARGET [LEVEL] [ATTRIBUTE=VALUE ...]",
@@ -223,7 +263,7 @@ std::span<const Command> commands() {
        kMany,
        {event_at_target, level, assignment},
        explain},
-      {"help", "[COMMAND]", "explains the commands, or one of them", 0, 1, {command}, help},
+      {"help", "[COMMAND]", "explains the commands, or one of them", 0, 1, {command}, help, true},
       {"load", "FILE", "adds the objects of a policy file", 1, 1, {file}, load},
       {"quit", "", "ends the session", 0, 0, {}, quit},
       {"raise",
@@ -233,6 +273,15 @@ std::span<const Command> commands() {
        kMany,
        {event_at_target, assignment},
        raise},
+      {"reload", "", "begins anew with the loaded files, as they are now", 0, 0, {}, reload},
+      {"run", "", "raises the events of the loaded files' scenarios", 0, 0, {}, run_loaded_scenario, true},
+      {"save",
+       "FILE [force]",
+       "writes the objects as they stand to a policy file; force overwrites a file even if something would be lost",
+       1,
+       2,
+       {file, force},
+       save},
       {"set", "TARGET ATTRIBUTE=VALUE ...", "sets attributes of a target", 2, kMany, {target, assignment}, set},
       {"show",
        "[KIND [NAME] | config | listing]",
@@ -240,8 +289,11 @@ std::span<const Command> commands() {
        0,
        2,
        {shown_kind, name_of_kind},
-       show},
+       show,
+       true},
+      {"test", "", "runs the tests of the loaded files; nothing is changed", 0, 0, {}, run_loaded_tests, true},
       {"trace", "on|error|info|off", "shows the library's own messages on standard error", 1, 1, {trace_level}, trace},
+      {"undo", "", "undoes the last command that changed something; again: the one before it", 0, 0, {}, undo},
       {"unset", "TARGET ATTRIBUTE ...", "takes attributes from a target", 2, kMany, {target, attribute}, unset},
   };
   return kCommands;
@@ -253,22 +305,52 @@ const Command *find_command(std::string_view name) {
   return found == all.end() ? nullptr : &*found;
 }
 
-Reply run(Session &session, const std::string &text, size_t number) {
-  Reply reply;
-  const Line line = split(text);
-  if (line.words.empty()) return reply;
-  const Command *command = find_command(line.words[0]);
+namespace {
+
+bool has_good_words(const Command &command, const Line &line, Reply &reply) {
   const size_t given = line.words.size() - 1;
-  if (!command) {
-    fail_at_command(line.words[0], reply);
-  } else if (line.unclosed && command->action != create) {
+  if (line.unclosed && command.action != create) {
     // The argument of create is policy text, and a single quote in it may be an apostrophe.
     fail(reply, "a quote is not closed");
-  } else if (given < command->least || given > command->most) {
-    fail(reply, concat("expected: ", usage_of(*command)));
-  } else {
-    command->action({session, line, number}, reply);
+  } else if (given < command.least) {
+    fail(reply, concat("expected: ", usage_of(command)));
+  } else if (given > command.most) {
+    fail_at_surplus(line, command.most + 1, usage_of(command), reply);
   }
+  return reply.status == Status::done;
+}
+
+void run_until_interrupted(const Command &command, const Call &call, Reply &reply) {
+  try {
+    command.action(call, reply);
+  } catch (const Interrupted &) {
+    reply.output.clear();
+    const bool is_restored = reply.trouble.complaints.empty();
+    fail(reply, is_restored ? "interrupted; the session is as it was before" : "interrupted");
+  }
+}
+
+}  // namespace
+
+Reply run(Session &session, const std::string &text, size_t number) {
+  Reply reply;
+  Line line = split(text);
+  if (line.words.empty()) return reply;
+  const Command *command = find_command(line.words[0]);
+  if (!command) {
+    fail_at_command(line.words[0], reply);
+    return reply;
+  }
+  std::vector<OutputFilter> filters;
+  if (command->takes_filters) {
+    std::optional<std::vector<OutputFilter>> taken = take_filters(line, reply.trouble.complaints);
+    end_with(taken.has_value(), reply);
+    if (taken) filters = std::move(*taken);
+  }
+  if (reply.status != Status::done || !has_good_words(*command, line, reply)) return reply;
+  session.begin_line(text);
+  run_until_interrupted(*command, {session, line, number}, reply);
+  reply.output = filtered(reply.output, filters);
   return reply;
 }
 

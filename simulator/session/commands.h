@@ -28,6 +28,8 @@ enum class Completes : uint8_t {
   attribute,
   assignment,
   counters,  // the word
+  force,     // the word
+  filter,    // what can follow a bar
   level,
   trace_level,
 };
@@ -66,6 +68,7 @@ struct Command {
   size_t most;                         // a create takes the rest of the line as one
   std::vector<Completes> completions;  // of these words; the last applies to all further ones
   void (*action)(const Call &call, Reply &reply);
+  bool takes_filters = false;  // its output can be filtered: "show | include PATTERN"
 };
 
 // Sorted by name.

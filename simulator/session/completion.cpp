@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 #include "simulator/policy/attributes.h"
 #include "simulator/session/commands.h"
@@ -21,11 +22,20 @@ Words copies(const Texts &texts, std::string_view suffix = {}) {
   return words;
 }
 
+// The events that a policy-map handles.
+std::vector<std::string_view> event_names(const PolicyFile &file) {
+  std::vector<std::string_view> names;
+  for (const std::string &event : file.events) {
+    if (file.event_id(event) != 0) names.push_back(event);
+  }
+  return names;
+}
+
 // Completes the event first, then its target.
-Words events_at_targets(const Session &session, const std::string &word) {
+Words events_at_targets(const PolicyFile &file, const std::string &word) {
   const size_t at = word.find('@');
-  if (at == std::string::npos) return copies(session.event_names(), "@");
-  Words words = copies(names_of(session.file(), ObjectKind::target));
+  if (at == std::string::npos) return copies(event_names(file), "@");
+  Words words = copies(names_of(file, ObjectKind::target));
   for (std::string &target : words)
     target.insert(0, word, 0, at + 1);
   return words;
@@ -90,13 +100,17 @@ Words what_can_stand(const Session &session, Completes what, const std::string &
     case Completes::target:
       return copies(names_of(session.file(), ObjectKind::target));
     case Completes::event_at_target:
-      return events_at_targets(session, word);
+      return events_at_targets(session.file(), word);
     case Completes::attribute:
       return copies(attribute_names(session.file()));
     case Completes::assignment:
       return copies(attribute_names(session.file()), "=");
     case Completes::counters:
       return {"counters"};
+    case Completes::force:
+      return {"force"};
+    case Completes::filter:
+      return {"exclude", "include"};
     case Completes::level:
       return {"decision", "filters", "rules"};
     case Completes::trace_level:
@@ -124,7 +138,54 @@ bool is_whole(const std::string &word) {
   return !word.empty() && std::string_view("@=/").find(word.back()) == std::string_view::npos;
 }
 
+void keep_continuations(Words &candidates, const std::string &word) {
+  std::erase_if(candidates, [&](const std::string &candidate) { return !candidate.starts_with(word); });
+  std::sort(candidates.begin(), candidates.end());
+}
+
+// The number of words between the last bar and the last of 'count' words; nothing if there is no bar.
+std::optional<size_t> words_after_bar(const Line &line, size_t count) {
+  std::optional<size_t> after;
+  for (size_t bar = line.first_bar(); bar + 1 < count; bar = line.first_bar(bar + 1))
+    after = count - bar - 2;
+  return after;
+}
+
+// What the last of the words can become.
+Words candidates_of(const Session &session, const Line &line, const Words &words) {
+  if (words.size() == 1) return command_names();
+  const Command *command = find_command(words[0]);
+  if (!command) return {};
+  const std::string &before = words[words.size() - 2];
+  if (command->takes_filters) {
+    if (const std::optional<size_t> after = words_after_bar(line, words.size()))
+      return *after == 0 ? what_can_stand(session, Completes::filter, before, words.back()) : Words();
+  }
+  if (words.size() - 1 > command->most) return {};
+  return what_can_stand(session, completes_of(*command, words.size() - 2), before, words.back());
+}
+
 }  // namespace
+
+std::vector<std::string> candidates(const PolicyFile &file, Meaning meaning, ObjectKind kind, const std::string &word) {
+  Words words;
+  switch (meaning) {
+    case Meaning::event_at_target:
+      words = events_at_targets(file, word);
+      break;
+    case Meaning::attribute:
+      words = copies(attribute_names(file));
+      break;
+    case Meaning::assignment:
+      words = copies(attribute_names(file), "=");
+      break;
+    case Meaning::name:
+      words = copies(names_of(file, kind));
+      break;
+  }
+  keep_continuations(words, word);
+  return words;
+}
 
 Completion complete(const Session &session, const std::string &before) {
   const Line line = split(before);
@@ -133,16 +194,9 @@ Completion complete(const Session &session, const std::string &before) {
   if (begins) words.emplace_back();
   const std::string &word = words.back();
 
-  Words candidates;
-  if (words.size() == 1) {
-    candidates = command_names();
-  } else if (const Command *command = find_command(words[0])) {
-    if (words.size() - 1 > command->most) return {};
-    candidates = what_can_stand(session, completes_of(*command, words.size() - 2), words[words.size() - 2], word);
-  }
-  std::erase_if(candidates, [&](const std::string &candidate) { return !candidate.starts_with(word); });
+  Words candidates = candidates_of(session, line, words);
+  keep_continuations(candidates, word);
   if (candidates.empty()) return {};
-  std::sort(candidates.begin(), candidates.end());
 
   Completion completion;
   completion.insertion = candidates[0].substr(word.size(), common_length(candidates) - word.size());

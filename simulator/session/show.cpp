@@ -1,5 +1,7 @@
 #include "simulator/session/show.h"
 
+#include <algorithm>
+
 #include "engine/engine.h"
 #include "simulator/inventory/describe.h"
 #include "simulator/inventory/read.h"
@@ -18,21 +20,37 @@ std::optional<PolicyFile> read(const Session &session, Complaints &complaints) {
   return running;
 }
 
+}  // namespace
+
+std::vector<Assignment> attributes_now(const Session &session, const Target &target) {
+  const engine::Attributes *attributes = engine::attributes_of(session.repository().target_handle(target.name.value));
+  std::vector<Assignment> assignments;
+  for (const engine::AttributeId attribute : attributes->present())
+    assignments.push_back({{engine::attribute_name(attribute), {}}, attributes->find(attribute)->text});
+  std::sort(assignments.begin(), assignments.end(),
+            [](const Assignment &a, const Assignment &b) { return a.attribute.value < b.attribute.value; });
+  return assignments;
+}
+
+namespace {
+
+// By name: the order of the file changes when an object is deleted.
+std::vector<const Target *> idle_targets(const Session &session, const PolicyFile &running) {
+  std::vector<const Target *> idle;
+  for (const Target &target : session.file().targets) {
+    if (!running.find_target(target.name.value)) idle.push_back(&target);
+  }
+  std::sort(idle.begin(), idle.end(), [](const Target *a, const Target *b) { return a->name.value < b->name.value; });
+  return idle;
+}
+
 // The repository as it is now. Reading it does not find targets without an active policy-map; those are added.
 std::optional<PolicyFile> read_with_idle_targets(const Session &session, Complaints &complaints) {
   std::optional<PolicyFile> running = read(session, complaints);
   if (!running) return std::nullopt;
-  for (const Target &target : session.file().targets) {
-    if (running->find_target(target.name.value)) continue;
-    Target idle{.name = target.name, .client = target.client};
-    const engine::Attributes *attributes = engine::attributes_of(session.repository().target_handle(target.name.value));
-    for (const engine::AttributeId attribute : attributes->present()) {
-      Assignment &assignment = idle.attributes.emplace_back();
-      assignment.attribute.value = engine::attribute_name(attribute);
-      assignment.text = attributes->find(attribute)->text;
-    }
-    running->targets.push_back(std::move(idle));
-  }
+  for (const Target *target : idle_targets(session, *running))
+    running->targets.push_back(
+        {.name = target->name, .client = target->client, .attributes = attributes_now(session, *target)});
   running->index();
   return running;
 }

@@ -1,5 +1,6 @@
 #include "simulator/session/words.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace simulator::session {
@@ -26,16 +27,23 @@ std::string_view Line::rest_after(size_t count) const {
   return rest;
 }
 
+size_t Line::first_bar(size_t from) const {
+  const auto begin = are_bars.begin() + static_cast<std::ptrdiff_t>(std::min(from, are_bars.size()));
+  return static_cast<size_t>(std::find(begin, are_bars.end(), true) - are_bars.begin());
+}
+
 Line split(std::string text) {
   Line line;
   std::string word;
   bool in_word = false;
+  bool has_quotes = false;
   char open = '\0';
   const auto end_word = [&](size_t at) {
     if (!in_word) return;
+    line.are_bars.push_back(word == "|" && !has_quotes);
     line.words.push_back(std::exchange(word, {}));
     line.ends.push_back(at);
-    in_word = false;
+    in_word = has_quotes = false;
   };
   for (size_t at = 0; at < text.size(); ++at) {
     const char character = text[at];
@@ -53,6 +61,7 @@ Line split(std::string text) {
       in_word = true;
       if (is_quote(character)) {
         open = character;
+        has_quotes = true;
       } else {
         word += character;
       }

@@ -26,7 +26,7 @@ void add_test(const PolicyFile &file, const TestOutcome &outcome, const EventExp
   const Test &test = *outcome.test;
   const bool passed = outcome.failures.empty();
   ++(passed ? report.passed : report.failed);
-  report.text += concat(mark_of(passed, colours), file.shown_path(), ":", test.name.position.line, ": ",
+  report.text += concat(mark_of(passed, colours), file.shown_path_of(test.name.position), ":", test.name.position.line, ": ",
                         escape_control_characters(test.name.value), "\n");
   Json object;
   object["name"] = test.name.value;
@@ -54,7 +54,7 @@ void add_part(const PolicyFile &file, const std::string &name, const std::string
   object["total"] = part.total;
   object["missed"] = Json::array();
   for (const Coverage::Missed &what : part.missed) {
-    missed += concat("  ", file.shown_path(), ":", what.position.line, ": ", what.what, " ", what.why, "\n");
+    missed += concat("  ", file.shown_path_of(what.position), ":", what.position.line, ": ", what.what, " ", what.why, "\n");
     Json entry;
     entry["what"] = what.what;
     entry["why"] = what.why;
@@ -83,6 +83,14 @@ void add_coverage(const PolicyFile &file, const Coverage &coverage, Report &repo
   report.json["coverage"] = std::move(json);
 }
 
+// The tests may be those of a file, or of the files that were added to another.
+std::string_view name_of(const PolicyFile &file) {
+  if (file.more_paths.empty()) return file.path;
+  return file.more_paths.size() == 1 ? std::string_view(file.more_paths[0]) : "all files";
+}
+
+}  // namespace
+
 Report report_on(const PolicyFile &file, const Repository &repository, Colours colours) {
   Report report;
   report.json["file"] = file.path;
@@ -97,12 +105,10 @@ Report report_on(const PolicyFile &file, const Repository &repository, Colours c
   });
   report.json["passed"] = report.passed;
   report.json["failed"] = report.failed;
-  report.text += concat(file.shown_path(), ": ", report.passed, " passed, ", report.failed, " failed\n");
+  report.text += concat(name_of(file), ": ", report.passed, " passed, ", report.failed, " failed\n");
   add_coverage(file, coverage, report);
   return report;
 }
-
-}  // namespace
 
 std::optional<Report> report_on_tests(const PolicyFile &file, Colours colours, Complaints &problems) {
   Repository repository(file);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "simulator/policy/model.h"
+#include "simulator/repository/repository.h"
 #include "simulator/text/json.h"
 #include "simulator/text/text.h"
 #include "simulator/text/tone.h"
@@ -20,7 +21,10 @@ struct Report {
   Json json{};
 };
 
-// Runs the tests on a repository of the file. Nothing when anything goes wrong with it; 'problems' then says what.
+// Runs the tests on a repository of the file that stands.
+Report report_on(const PolicyFile &file, const Repository &repository, Colours colours);
+
+// Runs the tests on a repository of the file that it builds and takes down. Nothing when anything goes wrong with it; 'problems' then says what.
 std::optional<Report> report_on_tests(const PolicyFile &file, Colours colours, Complaints &problems);
 
 }  // namespace simulator

@@ -1,7 +1,8 @@
 #include "simulator/testing/run_tests.h"
 
-#include "simulator/explanation/recorder.h"
+#include "simulator/explanation/rehearsal.h"
 #include "simulator/explanation/words.h"
+#include "simulator/text/interruption.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
@@ -85,8 +86,9 @@ std::vector<Failure> failures_of(const Expectation &expect, const EventExplanati
 
 void run_tests(const PolicyFile &file, const Repository &repository,
                const std::function<void(const TestOutcome &, const EventExplanation &)> &each) {
-  Recorder recorder(file);
+  Rehearsal recorder(file);
   for (const Test &test : file.tests) {
+    interruption::check();
     const Target &target = *file.find_target(test.step.target.value);
     refresh(target, repository);
     const EventExplanation explanation = recorder.raise(repository, test.step);

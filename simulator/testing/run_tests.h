@@ -23,7 +23,8 @@ struct TestOutcome {
 };
 
 // Runs every test of the file on a repository built from it. Each test starts from the attributes that its target has
-// in the file. 'each' is called after each test with its outcome and the explanation of its event.
+// in the file, and leaves the attributes that it has changed; counters stay as they were. 'each' is called after each
+// test with its outcome and the explanation of its event.
 void run_tests(const PolicyFile &file, const Repository &repository,
                const std::function<void(const TestOutcome &, const EventExplanation &)> &each);
 

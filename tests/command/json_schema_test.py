@@ -79,7 +79,7 @@ CASES = {
         (65, ["README.md"], "show\n"),
         (65, [], "load README.md\n"),
         (0, [], "create domain d\ncreate class a\nexit\n"),
-        (0, [], "load examples/broadband.yaml\nraise session-start@line-0103\nexplain volume-update@line-0102 filters\nshow\n"),
+        (0, [], "load examples/broadband.yaml\nraise session-start@line-0103\nexplain volume-update@line-0102 filters\nshow\nrun | include verdict\nundo\ntest\ndiff\n"),
         (65, ["examples/broadband.yaml"], "raise session-start@line-0103\nraise nothing@line-0103\nquit\n"),
         (65, ["examples/broadband.yaml"], "create policy p {events: {e: {rules: [{number: 1, class: always, actions: [deny]}]}}}\n"
          "create target t {client: access, policies: [p]}\nraise e@t\nshow target t\nload nothing\n"),

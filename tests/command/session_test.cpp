@@ -2,6 +2,7 @@
 // leaves nothing behind. Once requests succeed again, the same command works.
 #include <cstdio>
 #include <sstream>
+#include <utility>
 
 #include "command/report.h"
 #include "runner.h"
@@ -29,19 +30,28 @@ const std::vector<std::string> kCommands = {
     "show",
 };
 
+// They begin once all of the above are done.
+const std::vector<std::string> kDeletions = {
+    "deactivate q t",  "delete target t", "delete policy q",
+    "delete policy p", "delete class c",  "delete parameter-map m",
+};
+
 bool is_done(const Reply &reply) {
   command::complain(reply.trouble.complaints);
   return reply.status == simulator::session::Status::done;
 }
 
 // Runs the commands while the nth request fails, then runs the failed ones again.
-int survive(uint64_t nth) {
+int survive(const std::vector<std::string> &before, const std::vector<std::string> &commands, uint64_t nth) {
   Session session;
   simulator::session::Trouble trouble;
   if (!session.begin(trouble) || !is_done(run(session, "create domain d", 1))) return kFailedAgain;
+  for (const std::string &command : before) {
+    if (!is_done(run(session, command, 1))) return kFailedAgain;
+  }
   runtime::fail_request(nth);
   std::vector<std::string> failed;
-  for (const std::string &command : kCommands) {
+  for (const std::string &command : commands) {
     if (!is_done(run(session, command, 2))) failed.push_back(command);
   }
   const bool refused = runtime::injected_faults() != 0;
@@ -71,11 +81,13 @@ bool is_only_what_is_kept(const std::string &messages) {
   return true;
 }
 
-TEST(Session, SurvivesARefusalOfEveryRequestInTurn) {
+// Returns how many requests failed in turn and how many of them were reported.
+std::pair<uint64_t, uint64_t> survive_each(const std::vector<std::string> &before,
+                                           const std::vector<std::string> &commands) {
   uint64_t nth = 1;
   uint64_t reported = 0;
   for (; nth < 1000; ++nth) {
-    const Result result = test::run_in_child_process([&] { return survive(nth); }, "");
+    const Result result = test::run_in_child_process([&] { return survive(before, commands, nth); }, "");
     if (result.code == kNotRefused) break;
     EXPECT_TRUE(result.code == 0 || (result.code == 70 && is_only_what_is_kept(result.err)))
         << "request " << nth << ": " << result.code << ", " << result.err;
@@ -84,7 +96,15 @@ TEST(Session, SurvivesARefusalOfEveryRequestInTurn) {
   std::printf("%llu requests failed in turn, %llu of them were reported\n", static_cast<unsigned long long>(nth - 1),
               static_cast<unsigned long long>(reported));
   EXPECT_LT(nth, 1000u);
-  EXPECT_GT(reported, 50u);
+  return {nth - 1, reported};
+}
+
+TEST(Session, SurvivesARefusalOfEveryRequestInTurn) {
+  EXPECT_GT(survive_each({}, kCommands).second, 50u);
+}
+
+TEST(Session, SurvivesARefusalOfEveryRequestOfADeletion) {
+  EXPECT_GT(survive_each(kCommands, kDeletions).first, 3u);
 }
 
 }  // namespace

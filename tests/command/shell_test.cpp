@@ -1,4 +1,14 @@
 // zar shell: complete sessions from a pipe, and sessions at a terminal.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
 #include <nlohmann/json.hpp>
 
 #include "runner.h"
@@ -13,6 +23,13 @@ using test::run_zar;
 using test::Terminal;
 
 constexpr const char *kBroadband = "examples/broadband.yaml";
+
+constexpr const char *kPrompt = "zar> ";
+
+// A terminal that gets no line-editing codes.
+Terminal::Setup plain() {
+  return {.kind = "dumb"};
+}
 
 TEST(PipedSession, LivesAWholeLifeFromNothing) {
   const Result result = run_zar({"shell"}, R"(# Blank lines and comments are passed over.
@@ -96,7 +113,8 @@ TEST(PipedSession, WritesWhatComesOfEachCommandAsJson) {
   const Result result = run_zar({"shell", kBroadband, "--json"},
                                 "show class barred\n\nexplain session-stop@line-0102 decision\nquit now\n");
   EXPECT_EQ(result.code, 65);
-  EXPECT_EQ(result.err, "<stdin>:4: expected: quit\n<stdin>:4: the session ends at this command\n");
+  EXPECT_EQ(result.err,
+            "<stdin>:4: 'now' is one word too many; expected: quit\n<stdin>:4: the session ends at this command\n");
   const auto json = nlohmann::json::parse(result.out);
   ASSERT_EQ(json["commands"].size(), 4u);
   EXPECT_EQ(json["commands"][0]["output"], run_zar({"show", kBroadband, "class", "barred"}).out);
@@ -130,7 +148,22 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Failing{"rase session-start@line-0101", "<stdin>:2: there is no command 'rase'; did you mean 'raise'?\n"},
         Failing{"raise", "<stdin>:2: expected: raise EVENT@TARGET [ATTRIBUTE=VALUE ...]\n"},
-        Failing{"quit now", "<stdin>:2: expected: quit\n"},
+        Failing{"quit now", "<stdin>:2: 'now' is one word too many; expected: quit\n"},
+        Failing{"show config junk", "<stdin>:2: 'junk' is one word too many; expected: show config\n"},
+        Failing{"show listing junk", "<stdin>:2: 'junk' is one word too many; expected: show listing\n"},
+        Failing{"show policy service junk",
+                "<stdin>:2: 'junk' is one word too many; expected: show [KIND [NAME] | config | listing]\n"},
+        Failing{"clear counters now", "<stdin>:2: 'now' is one word too many; expected: clear counters\n"},
+        Failing{"show client", "<stdin>:2: clients are shown all together, by show\n"},
+        Failing{"undo", "<stdin>:2: there is nothing to undo\n"},
+        Failing{"save examples/broadband.yaml",
+                "<stdin>:2: examples/broadband.yaml has comments, a scenario, tests, which a saved session lacks; "
+                "'save examples/broadband.yaml force' overwrites it\n"},
+        Failing{
+            "save README.md",
+            "<stdin>:2: README.md exists, and was not loaded in this session; 'save README.md force' overwrites it\n"},
+        Failing{"save /nowhere/at-all", "<stdin>:2: /nowhere/at-all cannot be written: No such file or directory\n"},
+        Failing{"save x now", "<stdin>:2: 'now' is not a word that save knows; expected: save FILE [force]\n"},
         Failing{"activate 'service line-0101", "<stdin>:2: a quote is not closed\n"},
         Failing{"raise session-strt@line-0101",
                 "<stdin>:2: there is no event 'session-strt'; did you mean 'session-start'?\n"},
@@ -140,23 +173,16 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"set line-9999 account=1", "<stdin>:2: there is no target 'line-9999'\n"},
         Failing{"unset line-0101 acount", "<stdin>:2: there is no attribute 'acount'; did you mean 'account'?\n"},
         Failing{"activate service line-0101", "<stdin>:2: policy 'service' is active on target 'line-0101' already\n"},
-        Failing{"delete class barred",
-                "<stdin>:2: class-map 'barred' is needed: used by authorisation/authorise/10, in "
-                "examples/broadband.yaml:80\n"},
-        Failing{"delete class always",
-                "<stdin>:2: class-map 'always' is needed: used by authorisation/authorise/30 and 2 others, in "
-                "examples/broadband.yaml:91\n"},
-        Failing{"delete parameter-map service-profiles",
-                "<stdin>:2: parameter-map 'service-profiles' is needed: used by service/session-start/10, in "
-                "examples/broadband.yaml:108\n"},
+        Failing{
+            "delete class barred",
+            "<stdin>:2: class-map 'barred' is used by rule authorisation/authorise/10 (examples/broadband.yaml:79)\n"},
         Failing{"delete policy authorisation",
-                "<stdin>:2: policy-map 'authorisation' is needed: without it, no policy-map handles the event "
-                "'authorise', in examples/broadband.yaml:107\n"},
-        Failing{"delete client access",
-                "<stdin>:2: clients cannot be deleted, only class, parameter-map, policy, target\n"},
-        Failing{"delete domain subscriber",
-                "<stdin>:2: domains cannot be deleted, only class, parameter-map, policy, target\n"},
-        Failing{"show client", "<stdin>:2: clients cannot be shown alone, only class, parameter-map, policy, target\n"},
+                "<stdin>:2: only policy-map 'authorisation' handles the event 'authorise', which is raised by rule "
+                "service/session-start/10 (examples/broadband.yaml:103)\n"},
+        Failing{
+            "delete client access",
+            "<stdin>:2: clients cannot be deleted: the library keeps them as long as it runs; undo and reload can go "
+            "back to before they were made\n"},
         Failing{"show polcy", "<stdin>:2: there is no kind 'polcy'; did you mean 'policy'?\n"},
         Failing{"show policy servce", "<stdin>:2: there is no policy 'servce'; did you mean 'service'?\n"},
         Failing{"trace loud", "<stdin>:2: there is no level 'loud'\n"},
@@ -178,6 +204,80 @@ INSTANTIATE_TEST_SUITE_P(
                 "  expected: a name that no class-map has\n"},
         Failing{"create class x }, domains: {y:", "<stdin>:2: more than one class stands behind the name\n"}));
 
+TEST(PipedSession, RunsTheScenarioAndTheTestsOfItsFile) {
+  const std::string scenario = run_zar({"shell", kBroadband}, "run\n").out;
+  EXPECT_GT(scenario.size(), 100u);
+  EXPECT_TRUE(run_zar({"run", kBroadband}).out.starts_with(scenario + "\nPolicy-maps")) << scenario;
+  EXPECT_EQ(run_zar({"shell", kBroadband}, "test\n").out, run_zar({"test", kBroadband}).out);
+}
+
+TEST(PipedSession, EndsAtAFailedTest) {
+  const Result result = run_zar({"shell", "tests/command/policies/failing.yaml"}, "test\nshow\n");
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.out, run_zar({"test", "tests/command/policies/failing.yaml"}).out);
+  EXPECT_NE(result.err.find(" failed\n<stdin>:1: the session ends at this command\n"), std::string::npos) << result.err;
+}
+
+// A folder of its own for each test.
+class Saving : public test::AtATerminal {
+ protected:
+  Saving() : folder_(testing::TempDir() + "zar-saving-" + std::to_string(getpid())) {
+    std::filesystem::remove_all(folder_);
+    std::filesystem::create_directory(folder_);
+  }
+  ~Saving() override { std::filesystem::remove_all(folder_); }
+
+  std::string path(const std::string &name) const { return folder_ + "/" + name; }
+  void write(const std::string &name, const std::string &text) const { std::ofstream(path(name)) << text; }
+  std::string read(const std::string &name) const {
+    std::ifstream file(path(name));
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  std::string folder_;
+};
+
+TEST_F(Saving, WritesWhatShowConfigShows) {
+  const Result result =
+      run_zar({"shell", kBroadband}, "create class mine\nsave " + path("new.yaml") + "\nshow config\n");
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, "saved " + path("new.yaml") + "\n" + read("new.yaml"));
+  EXPECT_EQ(run_zar({"check", path("new.yaml")}).code, 0);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_), {}), 1) << "a draft is left";
+}
+
+TEST_F(Saving, OverwritesWhatItHasLoadedOrSavedUntilSomeoneChangesIt) {
+  write("a.yaml", "domains: {d: }\n");
+  std::filesystem::permissions(path("a.yaml"), std::filesystem::perms(0640));
+  const std::string save = "save " + path("a.yaml") + "\n";
+  EXPECT_EQ(run_zar({"shell", path("a.yaml")}, "create class c\n" + save + "create class e\n" + save).code, 0);
+  EXPECT_EQ(
+      read("a.yaml"),
+      "domains:\n  d: {}\nclass-maps:\n  c:\n    domain: d\n    match: all\n  e:\n    domain: d\n    match: all\n");
+  EXPECT_EQ(std::filesystem::status(path("a.yaml")).permissions(), std::filesystem::perms(0640));
+
+  Terminal terminal({"shell", path("a.yaml")}, plain());
+  terminal.read_until(kPrompt);
+  write("a.yaml", "domains: {other: }\n");
+  terminal.type(save);
+  terminal.read_until("has changed since it was loaded; 'save " + path("a.yaml") + " force' overwrites it\n");
+  EXPECT_EQ(read("a.yaml"), "domains: {other: }\n");
+  terminal.type("save " + path("a.yaml") + " force\n");
+  terminal.read_until("saved ");
+  terminal.type("quit\n");
+  EXPECT_EQ(terminal.code(), 0);
+  EXPECT_NE(read("a.yaml").find("class-maps"), std::string::npos);
+}
+
+TEST_F(Saving, FollowsALinkAndNamesWhatItLeavesOut) {
+  write("a.yaml", "domains: {d: }\npolicy-maps: {p: {events: {}}}\ntargets: {t: {policies: [p]}}\n");
+  std::filesystem::create_symlink("a.yaml", path("link.yaml"));
+  const Result result = run_zar({"shell", path("a.yaml")}, "delete policy p\nsave " + path("link.yaml") + "\n");
+  EXPECT_EQ(result.out, "saved " + path("link.yaml") + "\nleft out, without a policy-map: t\n");
+  EXPECT_TRUE(std::filesystem::is_symlink(path("link.yaml")));
+  EXPECT_EQ(read("a.yaml"), "domains:\n  d: {}\n");
+}
+
 TEST(PipedSession, OfABadFileDoesNotBegin) {
   const Result result = run_zar({"shell", "nowhere"}, "show\n");
   EXPECT_EQ(result.code, 65);
@@ -197,14 +297,79 @@ TEST(Words, AreSeparatedByBlanksUnlessQuoted) {
 
 // ---- At a terminal --------------------------------------------------------------------------------------------------------------
 
-constexpr const char *kPrompt = "zar> ";
+class InteractiveSession : public test::AtATerminal {};
 
-// A terminal that gets no line-editing codes.
-Terminal::Setup plain() {
-  return {.kind = "dumb"};
+// Its own folder for the state of sessions, which does not exist yet.
+class SessionWithHistory : public test::AtATerminal {
+ protected:
+  SessionWithHistory() : state_(testing::TempDir() + "zar-state-" + std::to_string(getpid())) {
+    std::filesystem::remove_all(state_);
+  }
+  ~SessionWithHistory() override { std::filesystem::remove_all(state_); }
+
+  std::string file() const { return state_ + "/zar/history"; }
+  std::string saved() const {
+    std::ifstream lines(file());
+    return {std::istreambuf_iterator<char>(lines), {}};
+  }
+  Terminal::Setup setup() const { return {.environment = {"XDG_STATE_HOME=" + state_}, .kind = "dumb"}; }
+  // Types lines, each once the one before is done, then ends the session.
+  std::string talk(const std::vector<std::string> &lines) const {
+    Terminal terminal({"shell"}, setup());
+    for (const std::string &line : lines) {
+      terminal.read_until(kPrompt);
+      terminal.type(line + "\n");
+    }
+    terminal.read_until(kPrompt);
+    terminal.type("quit\n");
+    const std::string shown = terminal.read_to_end();
+    EXPECT_EQ(terminal.code(), 0);
+    return shown;
+  }
+
+  std::string state_;
+};
+
+TEST_F(SessionWithHistory, CallsLinesOfEarlierSessionsBack) {
+  talk({"help load", "", "help quit"});
+  EXPECT_EQ(saved(), "help load\nhelp quit\nquit\n");
+  EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0600));
+  const std::string shown = talk({"\x1b[A\x1b[A\x1b[A"});
+  EXPECT_NE(shown.find("adds the objects"), std::string::npos) << shown;
+  EXPECT_EQ(saved(), "help load\nhelp quit\nquit\nhelp load\nquit\n");
 }
 
-class InteractiveSession : public test::AtATerminal {};
+TEST_F(SessionWithHistory, KeepsTheLastThousandLinesAndOnlyText) {
+  std::filesystem::create_directories(state_ + "/zar");
+  std::ofstream lines(file());
+  lines << "first\n\x1b[31m\n\xff\n" << std::string(5000, 'x') << "\n";
+  for (int line = 2; line <= 1000; ++line)
+    lines << "line " << line << "\n";
+  lines.close();
+  std::filesystem::permissions(file(), std::filesystem::perms(0666));
+  talk({"help quit"});
+  std::string expected;
+  for (int line = 3; line <= 1000; ++line)
+    expected += "line " + std::to_string(line) + "\n";
+  EXPECT_EQ(saved(), expected + "help quit\nquit\n");
+  EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0600));
+}
+
+TEST_F(SessionWithHistory, SaysOnceThatItCannotSaveAndGoesOn) {
+  std::ofstream(state_) << "a file where the folder should be\n";
+  const std::string shown = talk({"help load", "help quit"});
+  const size_t first = shown.find("the history is not saved");
+  EXPECT_NE(first, std::string::npos) << shown;
+  EXPECT_EQ(shown.find("the history is not saved", first + 1), std::string::npos) << shown;
+  EXPECT_NE(shown.find("ends the session\n"), std::string::npos) << shown;
+}
+
+TEST_F(SessionWithHistory, SavesNothingOfAPipe) {
+  setenv("XDG_STATE_HOME", state_.c_str(), 1);
+  EXPECT_EQ(run_zar({"shell"}, "show\n").code, 0);
+  unsetenv("XDG_STATE_HOME");
+  EXPECT_FALSE(std::filesystem::exists(state_));
+}
 
 TEST_F(InteractiveSession, CompletesCommandsAndNames) {
   Terminal terminal({"shell", kBroadband}, plain());
@@ -267,11 +432,45 @@ TEST_F(InteractiveSession, GivesALineUpOnCtrlCAndEndsOnCtrlD) {
   Terminal terminal({"shell"}, plain());
   terminal.read_until(kPrompt);
   terminal.type("half a line\x03");
-  terminal.read_until(kPrompt);
+  EXPECT_TRUE(terminal.read_until("half a line\nzar> ").ends_with("half a line\nzar> "));
+  terminal.type("\x03");
+  terminal.read_until("\nzar> ");
   terminal.type("help quit\n");
   terminal.read_until("ends the session\n");
   terminal.read_until(kPrompt);
   terminal.type("\x04");
+  EXPECT_EQ(terminal.code(), 0);
+}
+
+TEST_F(InteractiveSession, StopsALoadThatNeverEndsOnCtrlC) {
+  const std::string pipe = testing::TempDir() + "zar-pipe-" + std::to_string(getpid());
+  std::remove(pipe.c_str());
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  Terminal terminal({"shell"}, plain());
+  terminal.read_until(kPrompt);
+  terminal.type("create domain d\n");
+  terminal.read_until(kPrompt);
+  terminal.type("load " + pipe + "\n");
+  // The command runs once it has opened the pipe, which waits for both ends.
+  const int writer = open(pipe.c_str(), O_WRONLY);
+  terminal.type("\x03");
+  terminal.read_until("zar: interrupted; the session is as it was before\n");
+  terminal.read_until(kPrompt);
+  close(writer);
+  terminal.type("show config\n");
+  terminal.read_until("domains:\n  d: {}\n");
+  terminal.type("quit\n");
+  EXPECT_EQ(terminal.code(), 0);
+  std::remove(pipe.c_str());
+}
+
+TEST_F(InteractiveSession, CompletesFiltersBehindABar) {
+  Terminal terminal({"shell", kBroadband}, plain());
+  terminal.read_until(kPrompt);
+  terminal.type("show config | inc\tdomains\n");
+  terminal.read_until("| include domains\ndomains:\n");
+  terminal.read_until(kPrompt);
+  terminal.type("quit\n");
   EXPECT_EQ(terminal.code(), 0);
 }
 

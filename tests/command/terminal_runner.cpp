@@ -24,6 +24,9 @@ namespace {
   argv.push_back(nullptr);
 
   unsetenv("NO_COLOR");
+  // Without a folder for it, sessions keep no history.
+  unsetenv("XDG_STATE_HOME");
+  unsetenv("HOME");
   setenv("TERM", setup.kind.c_str(), 1);
   for (const std::string &variable : setup.environment) {
     const size_t equals = variable.find('=');

@@ -60,6 +60,7 @@ completes() {
 completes 'zar che' 'zar check '
 completes 'zar ru' 'zar run '
 completes 'zar explain --level=d' 'zar explain --level=decision '
+completes 'zar run /usr/share/doc/zar/examples/broadband.yaml --event session-sto' '--event session-stop@'
 for example in /usr/share/doc/zar/examples/*.yaml; do
   zar check "$example" && zar run "$example" >"$scratch/output" && zar test "$example" >"$scratch/output" ||
     fail "$example does not work"

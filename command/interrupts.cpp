@@ -1,0 +1,30 @@
+#include "command/interrupts.h"
+
+#include <csignal>
+
+#include "simulator/text/interruption.h"
+
+namespace command {
+
+namespace {
+
+void note_interrupt(int) {
+  simulator::interruption::request();
+}
+
+}  // namespace
+
+// Without SA_RESTART: reading a file that never comes has to end too.
+Interruptible::Interruptible() {
+  simulator::interruption::withdraw();
+  struct sigaction action {};
+  action.sa_handler = note_interrupt;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+}
+
+Interruptible::~Interruptible() {
+  std::signal(SIGINT, SIG_IGN);
+}
+
+}  // namespace command

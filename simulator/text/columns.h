@@ -1,0 +1,20 @@
+// Texts under each other in columns.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+// How many columns of a terminal a text takes: characters are counted, not bytes; those of East Asian scripts take two,
+// combining marks none.
+size_t width_of(std::string_view text);
+
+// The text with blanks after it, up to the width.
+std::string padded(std::string_view text, size_t width);
+
+// Words side by side, sorted down the columns, in lines of at most this width. A longer word has a line of its own.
+std::string in_columns(const std::vector<std::string> &words, size_t width);
+
+}  // namespace simulator
