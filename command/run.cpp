@@ -143,7 +143,7 @@ class RunCommand final : public Command {
     size_t number = 0;
     for (const Step &step : prepared.steps()) {
       show_step(++number, step);
-      std::cout << outline(recorder.raise(repository, step));
+      std::cout << outline(recorder.raise(repository, step), prepared.file);
       progress.step();
       // Messages of the library go to another stream; flush, so that they appear next to their event.
       if (!trace_.empty()) std::cout.flush();
