@@ -15,4 +15,8 @@ std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics);
 // Returns false when anything is wrong with the source; the file is then unchanged.
 bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
 
+// Adds the scenario and the tests of 'source', which has nothing else, to those of 'file'. Returns false when anything
+// is wrong with the source; the file is then unchanged. The number of the source is that of its path in 'more_paths'.
+bool load_tests(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
+
 }  // namespace simulator

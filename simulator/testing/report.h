@@ -6,6 +6,7 @@
 #include <string>
 
 #include "simulator/policy/model.h"
+#include "simulator/testing/junit.h"
 #include "simulator/text/json.h"
 #include "simulator/text/text.h"
 #include "simulator/text/tone.h"
@@ -18,6 +19,7 @@ struct Report {
   uint32_t percent = 0;  // covered
   std::string text{};
   Json json{};
+  JunitSuite junit{};
 };
 
 // Runs the tests on a repository of the file. Nothing when anything goes wrong with it; 'problems' then says what.

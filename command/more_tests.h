@@ -1,0 +1,25 @@
+// The files of --with: scenarios and tests for policy files.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "simulator/policy/model.h"
+#include "simulator/policy/source.h"
+
+namespace command {
+
+class MoreTests {
+ public:
+  // Reads the files; standard input for "-". False if one cannot be read; standard error says why.
+  bool read(const std::vector<std::string> &paths);
+
+  // Adds their scenarios and tests to those of a policy file. False if anything is wrong with one of them; standard error
+  // says what.
+  bool add_to(simulator::PolicyFile &file) const;
+
+ private:
+  std::vector<simulator::Source> sources_;
+};
+
+}  // namespace command
