@@ -25,15 +25,16 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain graph help lint run schema shell show test --help --version -h'
+    words='check config diff explain graph help lint run schema shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
 
   case $before in
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
+    --color) COMPREPLY=($(compgen -W 'auto always never' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage) return ;;
+    --event | --set | --clear | --min-coverage | --only) return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -44,14 +45,14 @@ _zar() {
       graph) words='--json' ;;
       help) words='' ;;
       lint) words='--json' ;;
-      run) words='--event --trace --json' ;;
+      run) words='--event --set --with --summary --no-listings --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
       show) words='--listing --json' ;;
-      test) words='--min-coverage --json' ;;
+      test) words='--with --only --junit --min-coverage --json' ;;
       *) return ;;
     esac
-    COMPREPLY=($(compgen -W "$words --help -h" -- "$word"))
+    COMPREPLY=($(compgen -W "$words --color --help -h" -- "$word"))
     return
   fi
 
