@@ -102,7 +102,10 @@ tests:
       - {event: login-failed, target: port-1, expect: {rules: [always, too-many], attributes: {failures: 3}}}
       - {event: login-failed, target: port-1, clear: [failures], expect: {attributes: {vlan: quarantine, failures: 1}}}
   - {name: each test begins anew, event: login-failed, target: port-1, expect: {attributes: {failures: 1, vlan: }}}
-  - {name: on all targets, event: login-failed, target: port-2, expect: {attributes: {failures: 3}}}
+  - name: on all its targets
+    steps:
+      - {event: login-failed, target: port-1}
+      - {event: login-failed, target: port-2, expect: {attributes: {failures: 3}}}
 )");
   EXPECT_EQ(result.code, 0) << result.out << result.err;
   EXPECT_TRUE(result.out.starts_with("ok    <stdin>:17: three failed logins, then quarantine\n")) << result.out;
