@@ -32,10 +32,12 @@ class DiffCommand final : public Command {
                    "Replay the scenario of this policy file on both and compare what they decide");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(
-        "Lists which objects were added, removed and changed. With --replay also which events\n"
-        "of a scenario are decided differently, with the first difference explained on both\n"
-        "sides. Each event changes the attributes that later events find, on each side by itself.\n"
-        "Exit code 0: no difference; 1: there is one.\n\n"
+        "Lists which objects were added, removed, changed and renamed; an object was renamed if\n"
+        "another name has its contents. With --replay also which events of a scenario are\n"
+        "decided differently, with the first difference explained on both sides. Each event\n"
+        "changes the attributes that later events find, on each side by itself. A scenario can\n"
+        "have the old names and the new ones. What was only renamed decides the same.\n"
+        "Exit code 0: no difference; 1: there is one; 2: the scenario is empty or fits neither file.\n\n"
         "Examples:\n"
         "  zar diff old.yaml new.yaml\n"
         "  zar diff old.yaml new.yaml --replay new.yaml");
@@ -51,12 +53,14 @@ class DiffCommand final : public Command {
     if (!before || !after || (!scenario_.empty() && !scenario)) return loader.refuse(name());
 
     const Files files = {&*before, &*after};
-    const std::vector<ObjectChange> changes = diff::compare(*before, *after);
+    const diff::Renames renames = diff::find_renames(*before, *after);
+    const std::vector<ObjectChange> changes = diff::compare(*before, *after, renames);
     std::optional<Replayed> replayed;
     if (scenario) {
       Complaints problems;
-      replayed = diff::compare_replays(files, scenario->scenario, problems);
+      replayed = diff::compare_replays(files, renames, scenario->scenario, problems);
       if (!replayed) return report_internal(problems);
+      if (!fits(*scenario, *replayed, files)) return kUsage;
     }
     if (json_) {
       write_json(files, changes, scenario, replayed);
@@ -67,13 +71,27 @@ class DiffCommand final : public Command {
   }
 
  private:
+  // A replay without an event that either file could decide shows nothing.
+  static bool fits(const PolicyFile &scenario, const Replayed &replayed, const Files &files) {
+    const size_t events = scenario.scenario.size();
+    if (replayed.impossible < events) return true;
+    if (events == 0) {
+      complain(concat(scenario.path, ": there is no scenario to replay"));
+    } else {
+      complain(concat(scenario.path, ": the scenario fits neither file: none of its ", events,
+                      " events can be raised; the first, ", scenario.scenario[0].event.value, " at ",
+                      scenario.scenario[0].target.value, ": ", replayed.why_impossible_before, " in ",
+                      files.before->path, ", and ", replayed.why_impossible_after, " in ", files.after->path));
+    }
+    return false;
+  }
+
   static void write_text(const Files &files, const std::vector<ObjectChange> &changes,
                          const std::optional<PolicyFile> &scenario, const std::optional<Replayed> &replayed) {
     const Colours colours = terminal::colours(terminal::Stream::out);
     for (const ObjectChange &change : changes)
       std::cout << text_of_change(change, files, colours);
-    const diff::Counts counts = count(changes);
-    std::cout << concat(counts.added, " added, ", counts.removed, " removed, ", counts.changed, " changed\n");
+    std::cout << diff::text_of_counts(count(changes));
     if (replayed) std::cout << text_of_replay(*replayed, *scenario, files, colours);
   }
 
@@ -86,6 +104,7 @@ class DiffCommand final : public Command {
     json["added"] = counts.added;
     json["removed"] = counts.removed;
     json["changed"] = counts.changed;
+    json["renamed"] = counts.renamed;
     json["changes"] = Json::array();
     for (const ObjectChange &change : changes)
       json["changes"].push_back(json_of_change(change));

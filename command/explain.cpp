@@ -1,4 +1,5 @@
 // zar explain: raises one event on one target and shows the path to its outcome.
+#include <algorithm>
 #include <iostream>
 
 #include "command/command.h"
@@ -10,7 +11,9 @@
 #include "simulator/explanation/explanation_json.h"
 #include "simulator/explanation/explanation_text.h"
 #include "simulator/explanation/recorder.h"
+#include "simulator/explanation/verdicts.h"
 #include "simulator/policy/step_text.h"
+#include "simulator/policy/target_pattern.h"
 
 using namespace simulator;
 
@@ -25,7 +28,8 @@ class ExplainCommand final : public Command {
 
   void declare(Options &options) override {
     options.required_argument("FILE", path_, "The policy file; - is standard input");
-    options.required_option("--event", "NAME@TARGET", event_, "The event to raise");
+    options.required_option("--event", "NAME@TARGET", event_,
+                            "The event to raise; a * in TARGET stands for any characters");
     options.options("--set", "ATTR=VALUE", set_, "An attribute to set before the event; may be given several times");
     options.options("--clear", "ATTR", clear_, "An attribute to clear before the event; may be given several times");
     options.choice("--level", "LEVEL", level_, {"decision", "rules", "filters"},
@@ -36,10 +40,13 @@ class ExplainCommand final : public Command {
         "decided, which actions ran and what they changed; and where nothing matched, the\n"
         "rule that came nearest and the first filter that stood against it. The target has\n"
         "its attributes of the file, changed by --clear and then by --set; the scenario of\n"
-        "the file is not run. Each line begins with the place in the file it comes from.\n\n"
+        "the file is not run. Each line begins with the place in the file it comes from.\n"
+        "With a * in TARGET, shows the verdicts on all targets that fit, grouped by what decided.\n"
+        "Exit code 0: good; 1: an event was stopped, because it raised too many others.\n\n"
         "Examples:\n"
         "  zar explain examples/broadband.yaml --event session-start@line-0103\n"
         "  zar explain policy.yaml --event login@port-1 --set user=guest --clear blocked\n"
+        "  zar explain policy.yaml --event 'login@*'\n"
         "  zar explain policy.yaml --event login@port-1 --level filters");
   }
 
@@ -47,41 +54,67 @@ class ExplainCommand final : public Command {
     FileLoader loader(json_);
     const std::optional<PolicyFile> file = loader.load(path_);
     if (!file) return loader.refuse(name());
-    const std::optional<Step> step = given_step(*file);
-    if (!step) return kUsage;
+    const std::vector<Step> steps = given_steps(*file);
+    if (steps.empty()) return kUsage;
 
     Repository repository(*file);
-    if (repository.build()) explain(*file, repository, *step);
-    return finish(repository);
+    bool ended = true;
+    if (repository.build())
+      ended = has_pattern(event_) ? tabulate(*file, repository, steps) : explain(*file, repository, steps[0]);
+    return std::max(finish(repository), ended ? int{kSuccess} : int{kNo});
   }
 
  private:
-  std::optional<Step> given_step(const PolicyFile &file) const {
+  // The event on each target that it names; none if anything is wrong.
+  std::vector<Step> given_steps(const PolicyFile &file) const {
     Complaints complaints;
-    std::optional<Step> step = parse_event(event_, file, complaints);
-    bool good = step.has_value();
-    Step unused;
-    Step &given = step ? *step : unused;
+    std::vector<Step> steps = parse_events(event_, file, complaints);
+    Step given;
     for (const std::string &text : clear_)
-      good &= parse_clear(text, file, given, complaints);
+      parse_clear(text, file, given, complaints);
     for (const std::string &text : set_)
-      good &= parse_set(text, file, given, complaints);
+      parse_set(text, file, given, complaints);
     complain(complaints);
-    return good ? step : std::nullopt;
+    if (!complaints.empty()) return {};
+    for (Step &step : steps) {
+      step.clear = given.clear;
+      step.set = given.set;
+    }
+    return steps;
   }
 
   // The parser accepts no other word.
   Level level() const { return parse_level(level_).value_or(Level::rules); }
 
-  void explain(const PolicyFile &file, const Repository &repository, const Step &step) const {
+  // Both return false if a limit stopped an event.
+  bool explain(const PolicyFile &file, const Repository &repository, const Step &step) const {
     const EventExplanation explanation = Recorder(file).raise(repository, step);
     if (json_) {
       Json object = begin_json("explain");
       object["explanation"] = explanation_json(explanation, file, step, level());
       print_json(std::cout, object);
     } else {
-      std::cout << explanation_text(explanation, file, step, level(), terminal::colours(terminal::Stream::out));
+      std::cout << explanation_text(explanation, file, step, level(), terminal::colours(terminal::Stream::out),
+                                    terminal::width());
     }
+    return refusals(explanation).first == nullptr;
+  }
+
+  // Each target has attributes of its own, so no event changes what the next one finds.
+  bool tabulate(const PolicyFile &file, const Repository &repository, const std::vector<Step> &steps) const {
+    Recorder recorder(file);
+    Verdicts verdicts;
+    for (const Step &step : steps)
+      verdicts.add(step.target.value, recorder.raise(repository, step));
+    if (json_) {
+      Json object = begin_json("explain");
+      object["verdicts"] = verdicts_json(verdicts, file, steps[0]);
+      print_json(std::cout, object);
+    } else {
+      std::cout << verdicts_text(verdicts, file, steps[0].event.value, terminal::colours(terminal::Stream::out),
+                                 terminal::width());
+    }
+    return !verdicts.any_stopped();
   }
 
   std::string path_;

@@ -24,12 +24,16 @@ Loaded load_path(const std::string &path) {
 
 std::optional<PolicyFile> FileLoader::load(const std::string &path) {
   Loaded loaded = load_path(path);
-  if (!json_) {
-    report(loaded.diagnostics, loaded.source);
-  } else if (!loaded.file) {
-    errors_.push_back(file_errors_json(loaded.source.name(), loaded.diagnostics));
-  }
+  note(loaded.source, loaded.diagnostics);
   return std::move(loaded.file);
+}
+
+void FileLoader::note(const Source &source, const Diagnostics &diagnostics) {
+  if (!json_) {
+    report(diagnostics, source);
+  } else if (!diagnostics.empty()) {
+    errors_.push_back(file_errors_json(source.name(), diagnostics));
+  }
 }
 
 int FileLoader::refuse(std::string_view command) const {

@@ -30,6 +30,9 @@ class FileLoader {
   // Nothing if anything is wrong with the file.
   std::optional<simulator::PolicyFile> load(const std::string &path);
 
+  // Reports what is wrong with a file that was read elsewhere; nothing if it is good.
+  void note(const simulator::Source &source, const simulator::Diagnostics &diagnostics);
+
   // Of the bad files so far, an object for each; empty without --json.
   const simulator::Json &errors() const { return errors_; }
 

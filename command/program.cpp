@@ -8,6 +8,7 @@
 
 #include "command/exit_codes.h"
 #include "command/report.h"
+#include "command/terminal.h"
 #include "command/usage_errors.h"
 #include "simulator/text/text.h"
 
@@ -61,6 +62,7 @@ Program::Program(const char *name, const char *summary, const char *version, con
   parser_->set_version_flag("--version", concat(name, " ", version));
   parser_->require_subcommand(1);
   parser_->footer(epilogue);
+  declare_common(*parser_);
 }
 
 Program::~Program() = default;
@@ -71,7 +73,13 @@ void Program::add(std::unique_ptr<Command> command) {
   if (command->is_for_programs()) parser->group("");
   Options options(*parser);
   command->declare(options);
+  declare_common(*parser);
   entries_.push_back({std::move(command), parser});
+}
+
+void Program::declare_common(CLI::App &parser) {
+  Options(parser).choice("--color", "WHEN", colours_, {"auto", "always", "never"},
+                         "When to colour: on terminals unless NO_COLOR is set (auto), always or never");
 }
 
 int Program::run(int argc, char **argv) {
@@ -86,6 +94,7 @@ int Program::run(int argc, char **argv) {
   } catch (const CLI::ParseError &error) {
     return complain_about_arguments(error, {argv + 1, argv + argc});
   }
+  terminal::set_colours(colours_);
   return written(asked_for()->command->run());
 }
 

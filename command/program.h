@@ -44,8 +44,12 @@ class Program {
   int complain_about_command(const std::string &word) const;
   int complain_about_arguments(const CLI::ParseError &error, const std::vector<std::string> &arguments) const;
 
+  // The options that the program and all its commands take.
+  void declare_common(CLI::App &parser);
+
   std::unique_ptr<CLI::App> parser_;
   std::vector<Entry> entries_;
+  std::string colours_ = "auto";
 };
 
 }  // namespace command

@@ -32,8 +32,10 @@ using session::Status;
 
 std::string text_of_event(const ShownEvent &event, const PolicyFile &file) {
   if (event.rehearsed)
-    return explanation_text(event.explanation, file, event.step, event.level, terminal::colours(terminal::Stream::out));
-  return concat(event.step.event.value, " at ", event.step.target.value, "\n", outline(event.explanation));
+    return explanation_text(event.explanation, file, event.step, event.level, terminal::colours(terminal::Stream::out),
+                            terminal::width());
+  return concat(event.step.event.value, " at ", event.step.target.value, "\n",
+                outline(event.explanation, file, terminal::colours(terminal::Stream::out)));
 }
 
 void report_rejected(const session::Trouble &trouble) {

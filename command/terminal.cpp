@@ -1,20 +1,39 @@
 #include "command/terminal.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
+
+#include "engine/engine.h"
 
 namespace command::terminal {
 
 namespace {
 
-bool shows_colours(Stream stream) {
-  if (!is_terminal(stream) || std::getenv("NO_COLOR")) return false;
-  const char *kind = std::getenv("TERM");
-  return kind && std::string_view(kind) != "dumb";
+// Empty if there is no such variable.
+std::string_view variable(const char *name) {
+  const char *value = std::getenv(name);
+  return value ? value : "";
 }
 
-// Evaluated once: neither the streams nor the environment change while the command runs.
+enum class Wanted : uint8_t { automatic, always, never };
+
+Wanted wanted = Wanted::automatic;
+
+bool shows_colours(Stream stream) {
+  if (wanted != Wanted::automatic) return wanted == Wanted::always;
+  if (!is_terminal(stream) || !variable("NO_COLOR").empty()) return false;
+  return !variable("TERM").empty() && variable("TERM") != "dumb";
+}
+
+// 0 if it is not known.
+size_t width_of_terminal() {
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+// Evaluated once: neither the streams nor the environment change while the command runs, nor what the user wants.
 bool has_colours(Stream stream) {
   static const bool kOut = shows_colours(Stream::out);
   static const bool kErr = shows_colours(Stream::err);
@@ -25,6 +44,16 @@ bool has_colours(Stream stream) {
 
 bool is_terminal(Stream stream) {
   return isatty(stream == Stream::out ? STDOUT_FILENO : STDERR_FILENO) == 1;
+}
+
+void set_colours(std::string_view when) {
+  wanted = when == "always" ? Wanted::always : when == "never" ? Wanted::never : Wanted::automatic;
+}
+
+size_t width() {
+  if (!is_terminal(Stream::out)) return 0;
+  const std::optional<int64_t> columns = engine::parse_number(variable("COLUMNS"));
+  return columns && *columns > 0 ? static_cast<size_t>(*columns) : width_of_terminal();
 }
 
 simulator::Colours colours(Stream stream) {

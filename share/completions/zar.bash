@@ -99,7 +99,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain fmt graph help lint run schema shell show test --help --version -h'
+    words='check config diff explain fmt graph help lint run schema shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -107,9 +107,10 @@ _zar() {
   _zar_from_file && return
   case $before in
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
+    --color) COMPREPLY=($(compgen -W 'auto always never' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage | --policy) return ;;
+    --event | --set | --clear | --min-coverage | --only | --policy) return ;;
     --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
@@ -122,14 +123,14 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--format --json' ;;
-      run) words='--event --trace --json' ;;
+      run) words='--event --set --with --summary --no-listings --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
       show) words='--listing --json' ;;
-      test) words='--min-coverage --json' ;;
+      test) words='--with --only --junit --min-coverage --json' ;;
       *) return ;;
     esac
-    COMPREPLY=($(compgen -W "$words --help -h" -- "$word"))
+    COMPREPLY=($(compgen -W "$words --color --help -h" -- "$word"))
     return
   fi
 

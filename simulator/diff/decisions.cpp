@@ -16,9 +16,12 @@ std::vector<std::string> aspects_of(const Decided &before, const Decided &after)
 
 }  // namespace
 
-std::optional<Replayed> compare_replays(const Files &files, const std::vector<Step> &steps, Complaints &problems) {
-  const std::optional<std::vector<Decided>> before = replay(*files.before, steps, problems);
-  const std::optional<std::vector<Decided>> after = replay(*files.after, steps, problems);
+std::optional<Replayed> compare_replays(const Files &files, const Renames &renames, const std::vector<Step> &steps,
+                                        Complaints &problems) {
+  const Side side_before(*files.before, renames, Side::Is::before);
+  const Side side_after(*files.after, renames, Side::Is::after);
+  const std::optional<std::vector<Decided>> before = replay(side_before, steps, problems);
+  const std::optional<std::vector<Decided>> after = replay(side_after, steps, problems);
   if (!before || !after) return std::nullopt;
 
   Replayed replayed;
@@ -28,11 +31,15 @@ std::optional<Replayed> compare_replays(const Files &files, const std::vector<St
     std::vector<std::string> aspects = aspects_of((*before)[at], (*after)[at]);
     if (!aspects.empty()) replayed.different.push_back({at, std::move(aspects)});
   }
+  if (replayed.impossible == steps.size() && !steps.empty()) {
+    replayed.why_impossible_before = (*before)[0].impossible;
+    replayed.why_impossible_after = (*after)[0].impossible;
+  }
   if (replayed.different.empty()) return replayed;
 
   const size_t first = replayed.different[0].number;
-  std::optional<ReplayedStep> of_before = replay_to(*files.before, steps, first, problems);
-  std::optional<ReplayedStep> of_after = replay_to(*files.after, steps, first, problems);
+  std::optional<ReplayedStep> of_before = replay_to(side_before, steps, first, problems);
+  std::optional<ReplayedStep> of_after = replay_to(side_after, steps, first, problems);
   if (!of_before || !of_after) return std::nullopt;
   replayed.first_before = (*before)[first];
   replayed.first_after = (*after)[first];

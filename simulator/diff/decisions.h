@@ -24,14 +24,18 @@ struct DifferentEvent {
 
 struct Replayed {
   std::vector<DifferentEvent> different;
-  size_t impossible = 0;  // events that can be raised on neither side, so that they decide nothing
+  size_t impossible = 0;                // events that can be raised on neither side, so that they decide nothing
+  std::string why_impossible_before{};  // the first of the scenario, if none can be raised on either side
+  std::string why_impossible_after{};
   Decided first_before{};
   Decided first_after{};
   ReplayedStep before{};  // the first that is decided differently
   ReplayedStep after{};
 };
 
-// Nothing when anything goes wrong with a repository of one of the files; 'problems' then says what.
-std::optional<Replayed> compare_replays(const Files &files, const std::vector<Step> &steps, Complaints &problems);
+// The steps can have the names of either file; renamed objects decide the same as before. Nothing when anything goes
+// wrong with a repository of one of the files; 'problems' then says what.
+std::optional<Replayed> compare_replays(const Files &files, const Renames &renames, const std::vector<Step> &steps,
+                                        Complaints &problems);
 
 }  // namespace simulator::diff

@@ -67,12 +67,16 @@ void add_policy(const PolicyMap &policy, std::vector<Object> &objects) {
 void add_parameter_map(const ParameterMap &map, std::vector<Object> &objects) {
   objects.push_back({"parameter-map", map.name.value, "", map.name.position, {}});
   for (const Statement &statement : map.statements) {
+    Property filters = list("filters", texts_of(statement.filters, filter_text));
+    Property actions = ordered_list("actions", texts_of_actions(statement.actions));
+    std::string contents = concat(map.name.value, " ", listed(filters.values), ": ", listed(actions.values));
     objects.push_back({"statement",
                        concat(map.name.value, "/", statement.index),
-                       "",
+                       std::move(contents),
                        statement.position,
-                       {list("filters", texts_of(statement.filters, filter_text)),
-                        ordered_list("actions", texts_of_actions(statement.actions))}});
+                       {std::move(filters), std::move(actions)},
+                       map.name.value,
+                       std::to_string(statement.index)});
   }
 }
 
@@ -154,23 +158,65 @@ std::vector<Difference> differences_of(const Object &before, const Object &after
 
 class Comparison {
  public:
-  Comparison(const PolicyFile &before, const PolicyFile &after)
-      : before_(objects_of(before)),
+  Comparison(const PolicyFile &before, const PolicyFile &after, const Renames &renames)
+      : before_(objects_of(renamed(before, renames))),
         after_(objects_of(after)),
         pair_of_(before_.size(), kNone),
-        paired_(after_.size()) {}
+        paired_(after_.size()),
+        old_names_(names_of_all(objects_of(before))) {
+    for (const Rename &rename : renames.all())
+      changes_.push_back({object_of(rename, rename.before), object_of(rename, rename.after), {}});
+  }
 
   std::vector<ObjectChange> run() {
     pair_by([](const Object &object) { return concat(object.kind, " ", object.name); });
     pair_by([](const Object &object) {
       return object.second_name.empty() ? "" : concat(object.kind, " ", object.second_name);
     });
+    find_reordered_maps();
     collect();
     return std::move(changes_);
   }
 
  private:
   static constexpr size_t kNone = SIZE_MAX;
+
+  static Object object_of(const Rename &rename, const Name &name) {
+    return {kind_text(rename.kind), name.value, "", name.position, {}};
+  }
+
+  static std::vector<std::string> names_of_all(std::vector<Object> objects) {
+    std::vector<std::string> names;
+    for (Object &object : objects)
+      names.push_back(std::move(object.name));
+    return names;
+  }
+
+  // The parameter-maps in which renumbered statements have overtaken others. Statements are listed in their order.
+  void find_reordered_maps() {
+    size_t last = 0;
+    for (size_t at = 0; at < before_.size(); ++at) {
+      if (before_[at].map.empty() || pair_of_[at] == kNone) continue;
+      const bool same_map = last != 0 && after_[last - 1].map == before_[at].map;
+      if (same_map && pair_of_[at] < last) reordered_.insert(before_[at].map);
+      last = std::max(same_map ? last : 0, pair_of_[at] + 1);
+    }
+  }
+
+  std::vector<Difference> differences_at(size_t at) const {
+    const Object &before = before_[at];
+    const Object &after = after_[pair_of_[at]];
+    std::vector<Difference> differences = differences_of(before, after);
+    if (before.index != after.index && reordered_.contains(before.map))
+      differences.push_back({"index", {before.index}, {after.index}});
+    return differences;
+  }
+
+  // The objects that stay as they are get back the name that the old file has for them.
+  Object take_before(size_t at) {
+    before_[at].name = std::move(old_names_[at]);
+    return std::move(before_[at]);
+  }
 
   template <class Key>
   void pair_by(Key key) {
@@ -191,13 +237,13 @@ class Comparison {
   void collect() {
     for (size_t at = 0; at < before_.size(); ++at) {
       if (pair_of_[at] == kNone) {
-        changes_.push_back({std::move(before_[at]), {}, {}});
+        changes_.push_back({take_before(at), {}, {}});
         continue;
       }
       Object &after = after_[pair_of_[at]];
-      std::vector<Difference> differences = differences_of(before_[at], after);
-      if (!differences.empty()) {
-        changes_.push_back({std::move(before_[at]), std::move(after), std::move(differences)});
+      std::vector<Difference> differences = differences_at(at);
+      if (!differences.empty() || before_[at].name != after.name) {
+        changes_.push_back({take_before(at), std::move(after), std::move(differences)});
       }
     }
     for (size_t at = 0; at < after_.size(); ++at) {
@@ -207,15 +253,17 @@ class Comparison {
 
   std::vector<Object> before_;
   std::vector<Object> after_;
-  std::vector<size_t> pair_of_;  // for each of 'before_': its index in 'after_'
-  std::vector<bool> paired_;     // for each of 'after_'
+  std::vector<size_t> pair_of_;         // for each of 'before_': its index in 'after_'
+  std::vector<bool> paired_;            // for each of 'after_'
+  std::vector<std::string> old_names_;  // for each of 'before_', which has the names of the new file
+  std::set<std::string> reordered_;     // parameter-maps
   std::vector<ObjectChange> changes_;
 };
 
 }  // namespace
 
-std::vector<ObjectChange> compare(const PolicyFile &before, const PolicyFile &after) {
-  return Comparison(before, after).run();
+std::vector<ObjectChange> compare(const PolicyFile &before, const PolicyFile &after, const Renames &renames) {
+  return Comparison(before, after, renames).run();
 }
 
 }  // namespace simulator::diff

@@ -11,7 +11,9 @@ namespace simulator::diff {
 namespace {
 
 const char *name_of_change(const ObjectChange &change) {
-  return !change.before ? "added" : !change.after ? "removed" : "changed";
+  if (!change.before) return "added";
+  if (!change.after) return "removed";
+  return change.differences.empty() ? "renamed" : "changed";
 }
 
 std::string painted_name_of_change(const ObjectChange &change, Colours colours) {
@@ -44,9 +46,16 @@ Json json_of_object(const std::optional<Object> &object) {
 
 Counts count(const std::vector<ObjectChange> &changes) {
   Counts counts;
-  for (const ObjectChange &change : changes)
-    ++(!change.before ? counts.added : !change.after ? counts.removed : counts.changed);
+  for (const ObjectChange &change : changes) {
+    size_t &of_both = change.differences.empty() ? counts.renamed : counts.changed;
+    ++(!change.before ? counts.added : !change.after ? counts.removed : of_both);
+  }
   return counts;
+}
+
+std::string text_of_counts(const Counts &counts) {
+  const std::string renamed = counts.renamed == 0 ? "" : concat(", ", counts.renamed, " renamed");
+  return concat(counts.added, " added, ", counts.removed, " removed, ", counts.changed, " changed", renamed, "\n");
 }
 
 std::string text_of_change(const ObjectChange &change, const Files &files, Colours colours) {
@@ -58,7 +67,9 @@ std::string text_of_change(const ObjectChange &change, const Files &files, Colou
   if (change.before) text += at(*files.before, *change.before);
   if (change.before && change.after) text += " -> ";
   if (change.after) text += at(*files.after, *change.after);
-  text += concat(": ", object.kind, " ", object.name, "\n");
+  text += concat(": ", object.kind, " ", object.name);
+  const bool renamed = change.before && change.after && change.differences.empty();
+  text += renamed ? concat(" -> ", change.after->name, "\n") : "\n";
   for (const Difference &difference : change.differences)
     text += text_of_difference(difference);
   return text;

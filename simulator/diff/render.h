@@ -15,9 +15,12 @@ struct Counts {
   size_t added = 0;
   size_t removed = 0;
   size_t changed = 0;
+  size_t renamed = 0;
 };
 
 Counts count(const std::vector<ObjectChange> &changes);
+// "2 added, 0 removed, 1 changed", and how many were renamed if there are any.
+std::string text_of_counts(const Counts &counts);
 
 std::string text_of_change(const ObjectChange &change, const Files &files, Colours colours);
 Json json_of_change(const ObjectChange &change);

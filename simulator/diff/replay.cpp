@@ -16,8 +16,8 @@ namespace {
 // Raises the steps one after the other on a repository of a file that they were not written for.
 class Player {
  public:
-  explicit Player(const PolicyFile &file) : file_(&file) {
-    for_each_attribute(file, [&](const Name &attribute) { attributes_.insert(attribute.value); });
+  explicit Player(const Side &side) : side_(&side), file_(&side.file()) {
+    for_each_attribute(*file_, [&](const Name &attribute) { attributes_.insert(attribute.value); });
   }
 
   // Calls 'each' with the result of every step. False when anything goes wrong with the repository.
@@ -46,6 +46,8 @@ class Player {
     Step known = step;
     std::erase_if(known.set, [&](const Assignment &set) { return !attributes_.contains(set.attribute.value); });
     std::erase_if(known.clear, [&](const Name &attribute) { return !attributes_.contains(attribute.value); });
+    if (file_->event_id(known.event.value) == 0) known.event.value = side_->own_name(Named::event, step.event.value);
+    if (!file_->find_target(known.target.value)) known.target.value = side_->own_name(Named::target, step.target.value);
     // The positions belong to another file.
     known.position = {};
     for (Assignment &set : known.set)
@@ -61,18 +63,23 @@ class Player {
     return {};
   }
 
+  const Side *side_;
   const PolicyFile *file_;
   std::unordered_set<std::string_view> attributes_;
 };
 
-Decided decided_by(const ReplayedStep &replayed) {
+std::string name_of_run(const RuleRun &run, const Side &side) {
+  return concat(side.common_name(Named::policy_map, run.policy->name.value), "/",
+                side.common_name(Named::event, run.event->event.value), " ",
+                side.common_name(Named::class_map, run.rule->class_map->name.value));
+}
+
+Decided decided_by(const ReplayedStep &replayed, const Side &side) {
   if (!replayed.impossible.empty()) return {.impossible = replayed.impossible};
   const EventExplanation &explanation = replayed.explanation;
   Decided decided{.verdict = to_string(explanation.outcome.verdict), .log = logs(explanation)};
-  for (const RuleRun &run : rules_run(explanation)) {
-    decided.rules.push_back(
-        concat(run.policy->name.value, "/", run.event->event.value, " ", run.rule->class_map->name.value));
-  }
+  for (const RuleRun &run : rules_run(explanation))
+    decided.rules.push_back(name_of_run(run, side));
   for (Change &change : net_changes(explanation))
     decided.changed[change.attribute] = std::move(change.after);
   return decided;
@@ -80,18 +87,17 @@ Decided decided_by(const ReplayedStep &replayed) {
 
 }  // namespace
 
-std::optional<std::vector<Decided>> replay(const PolicyFile &file, const std::vector<Step> &steps,
-                                           Complaints &problems) {
+std::optional<std::vector<Decided>> replay(const Side &side, const std::vector<Step> &steps, Complaints &problems) {
   std::vector<Decided> decided;
-  const auto keep = [&](const ReplayedStep &replayed) { decided.push_back(decided_by(replayed)); };
-  return Player(file).play(steps, keep, problems) ? std::optional(std::move(decided)) : std::nullopt;
+  const auto keep = [&](const ReplayedStep &replayed) { decided.push_back(decided_by(replayed, side)); };
+  return Player(side).play(steps, keep, problems) ? std::optional(std::move(decided)) : std::nullopt;
 }
 
-std::optional<ReplayedStep> replay_to(const PolicyFile &file, const std::vector<Step> &steps, size_t number,
+std::optional<ReplayedStep> replay_to(const Side &side, const std::vector<Step> &steps, size_t number,
                                       Complaints &problems) {
   std::optional<ReplayedStep> last;
   const auto keep = [&](ReplayedStep replayed) { last = std::move(replayed); };
-  const bool good = Player(file).play(std::span(steps).first(number + 1), keep, problems);
+  const bool good = Player(side).play(std::span(steps).first(number + 1), keep, problems);
   return good ? std::move(last) : std::nullopt;
 }
 

@@ -79,6 +79,17 @@ std::vector<Change> net_changes(const EventExplanation &explanation) {
   return net;
 }
 
+Refusals refusals(const EventExplanation &explanation) {
+  Refusals all;
+  for_each_action(explanation, [&](const ActionExplanation &action) {
+    if (action.led_on()) ++all.led_on;
+    if (!action.refused) return;
+    ++all.count;
+    if (!all.first) all.first = &action;
+  });
+  return all;
+}
+
 std::optional<Decision> decision(const EventExplanation &explanation) {
   std::optional<Decision> last;
   for (const PolicyExplanation &policy : explanation.policies) {

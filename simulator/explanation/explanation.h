@@ -33,11 +33,15 @@ struct Change {
 struct ActionExplanation {
   const Action *action = nullptr;
   bool failed = false;
-  bool refused = false;  // an event or a parameter-map was nested too deep or too often
+  bool refused = false;   // its event or parameter-map: a limit of the engine was reached
+  bool too_deep = false;  // if it was refused: the limit on depth, else that on their number
   engine::Verdict decided = engine::Verdict::none;
   std::vector<Change> changes{};
   std::unique_ptr<EventExplanation> raised{};          // by a raise that was not refused
   std::unique_ptr<ParameterMapExplanation> applied{};  // by an apply
+
+  // Whether it led to another event or to a parameter-map.
+  bool led_on() const { return raised || (applied && !refused); }
 };
 
 struct StatementExplanation {
@@ -100,6 +104,17 @@ struct Decision {
   const ActionExplanation *action;
 };
 std::optional<Decision> decision(const EventExplanation &explanation);
+
+// The actions that the limits of the engine refused. If there are any, the event was stopped: it did not end by itself.
+struct Refusals {
+  size_t count = 0;
+  const ActionExplanation *first = nullptr;  // NULL if there are none
+  size_t led_on = 0;                         // the actions that led to another event or to a parameter-map
+};
+Refusals refusals(const EventExplanation &explanation);
+
+// An event that a limit stopped can have led to a thousand others. Texts show this many of them, or of what they did.
+inline constexpr size_t kShownOfStopped = 10;
 
 // Calls 'visit' with every action that ran, in the order in which they ended, so nested ones first.
 template <class Visit>

@@ -150,23 +150,11 @@ const char *name_of(Level level) {
   return "";
 }
 
-Json given_json(const Step &step) {
+Json limit_json(const Refusals &refusals) {
   Json object;
-  object["clear"] = list_of(step.clear, [](const Name &attribute) { return attribute.value; });
-  object["set"] = Json::object();
-  for (const Assignment &set : step.set)
-    object["set"][set.attribute.value] = set.text;
-  return object;
-}
-
-Json decided_json(const std::optional<Decision> &decided) {
-  if (!decided) return nullptr;
-  Json object = rule_run_json(decided->rule);
-  Json action;
-  action["number"] = decided->action->action->number;
-  action["action"] = to_string(*decided->action->action);
-  add_position(action, decided->action->action->position);
-  object["action"] = std::move(action);
+  object["message"] = limit_text(refusals);
+  object["refused"] = refusals.count;
+  add_position(object, refusals.first->action->position);
   return object;
 }
 
@@ -190,6 +178,32 @@ Json attributes_json(uint32_t target) {
 
 }  // namespace
 
+Json given_json(const Step &step) {
+  Json object;
+  object["clear"] = list_of(step.clear, [](const Name &attribute) { return attribute.value; });
+  object["set"] = Json::object();
+  for (const Assignment &set : step.set)
+    object["set"][set.attribute.value] = set.text;
+  return object;
+}
+
+Json decided_by_json(const EventExplanation &explanation) {
+  const std::optional<Decision> decided = decision(explanation);
+  if (!decided) return nullptr;
+  Json object = rule_run_json(decided->rule);
+  Json action;
+  action["number"] = decided->action->action->number;
+  action["action"] = to_string(*decided->action->action);
+  add_position(action, decided->action->action->position);
+  object["action"] = std::move(action);
+  return object;
+}
+
+void add_error(Json &object, const EventExplanation &explanation) {
+  const Refusals refused = refusals(explanation);
+  if (refused.first) object["error"] = limit_json(refused);
+}
+
 Json change_json(const Change &change) {
   Json object;
   object["attribute"] = change.attribute;
@@ -206,10 +220,11 @@ Json explanation_json(const EventExplanation &explanation, const PolicyFile &fil
   object["given"] = given_json(step);
   object["level"] = name_of(level);
   object["verdict"] = to_string(explanation.outcome.verdict);
-  object["decided_by"] = decided_json(decision(explanation));
+  object["decided_by"] = decided_by_json(explanation);
   object["rules_run"] = list_of(rules_run(explanation), rule_run_json);
   object["changes"] = list_of(net_changes(explanation), change_json);
   object["log"] = logs(explanation);
+  add_error(object, explanation);
   if (!explanation.any_matched()) object["nearest"] = nearest_json(nearest_rule(explanation));
   if (level != Level::decision) object["policies"] = Builder(level).event(explanation)["policies"];
   return object;

@@ -14,6 +14,13 @@ Json explanation_json(const EventExplanation &explanation, const PolicyFile &fil
 Json event_json(size_t number, const EventExplanation &explanation, const PolicyFile &file, const Step &step,
                 const Repository &repository);
 
+// What decided; null if nothing did.
+Json decided_by_json(const EventExplanation &explanation);
+// What a step changes before its event.
+Json given_json(const Step &step);
+// Adds an "error" if a limit stopped the event.
+void add_error(Json &object, const EventExplanation &explanation);
+
 // {"attribute", "before", "after"}; null means absent.
 Json change_json(const Change &change);
 

@@ -6,6 +6,7 @@
 #include "simulator/explanation/words.h"
 #include "simulator/text/columns.h"
 #include "simulator/text/text.h"
+#include "simulator/text/wrap.h"
 
 namespace simulator {
 
@@ -14,16 +15,20 @@ namespace {
 // Collects lines; at the end it puts their positions in a column of their own.
 class Writer {
  public:
-  Writer(const PolicyFile &file, Level level, Colours colours) : file_(&file), level_(level), colours_(colours) {}
+  Writer(const PolicyFile &file, Level level, Colours colours, size_t width)
+      : file_(&file), level_(level), colours_(colours), width_(width) {}
 
   void write(const EventExplanation &explanation, const Step &step);
   std::string text() const;
 
  private:
   struct Line {
-    std::string origin;
+    std::string path;  // empty: the line comes from a command line or from another file
+    uint32_t number;
     unsigned depth;
     std::string text;
+
+    std::string origin() const { return path.empty() ? "-" : concat(path, ":", number); }
   };
 
   // While one exists, lines are indented one level deeper.
@@ -39,12 +44,18 @@ class Writer {
   };
 
   std::string painted(Tone tone, std::string_view text) const { return simulator::painted(colours_, tone, text); }
-  std::string verdict_word(engine::Verdict verdict) const;
   std::string matched_word(bool matched) const { return matched ? painted(Tone::good, "matched") : "did not match"; }
   void line(Position position, std::string text);
+  std::string laid_out(const Line &line, const std::string &place, size_t places_width) const;
+  std::string narrow_text() const;
   void given(const Step &step);
   void decision_of(const EventExplanation &explanation);
   void changes_of(const EventExplanation &explanation);
+  void inner_verdicts_of(const EventExplanation &explanation);
+  void limit_of();
+  size_t shown_of(size_t count) const;
+  void left_out(size_t count, std::string_view what);
+  bool is_shown();
   void policies_of(const EventExplanation &explanation);
   void unhandled(const EventExplanation &explanation);
   void policy(const PolicyExplanation &policy);
@@ -63,28 +74,53 @@ class Writer {
   const PolicyFile *file_;
   Level level_;
   Colours colours_;
+  size_t width_;  // of a line; 0: no limit
   unsigned depth_ = 0;
   std::vector<Line> lines_;
   const ActionExplanation *decisive_ = nullptr;
+  Refusals refusals_;
+  size_t shown_ = 0;  // raised events and applied parameter-maps
 };
 
-std::string Writer::verdict_word(engine::Verdict verdict) const {
-  if (verdict == engine::Verdict::none) return to_string(verdict);
-  return painted(verdict == engine::Verdict::permit ? Tone::good : Tone::bad, to_string(verdict));
+void Writer::line(Position position, std::string text) {
+  lines_.push_back({file_->shown_path_of(position), position.line, depth_, std::move(text)});
 }
 
-void Writer::line(Position position, std::string text) {
-  lines_.push_back({concat(file_->shown_path_of(position), ":", position.line), depth_, std::move(text)});
+// A line with its place in front, which takes at most 'places_width' columns.
+std::string Writer::laid_out(const Line &line, const std::string &place, size_t places_width) const {
+  const size_t depth = size_t{2} * line.depth;
+  const std::string gap(places_width - columns_of(place) + 2 + depth, ' ');
+  // What a wrapped line goes on with stands deeper than the line below it.
+  return wrapped(concat(painted(Tone::faint, place), gap, line.text), width_, places_width + depth + 4) + "\n";
 }
 
 std::string Writer::text() const {
-  size_t width = 0;
+  constexpr size_t kEnoughForText = 40;
+  size_t places_width = 0;
   for (const Line &line : lines_)
-    width = std::max(width, width_of(line.origin));
+    places_width = std::max(places_width, columns_of(line.origin()));
+  if (width_ != 0 && places_width + kEnoughForText > width_) return narrow_text();
+
   std::string all;
+  for (const Line &line : lines_)
+    all += laid_out(line, line.origin(), places_width);
+  return all;
+}
+
+// Each path once, above its lines, which begin with their numbers.
+std::string Writer::narrow_text() const {
+  const auto number_of = [](const Line &line) { return line.path.empty() ? "-" : std::to_string(line.number); };
+  size_t places_width = 0;
+  for (const Line &line : lines_)
+    places_width = std::max(places_width, number_of(line).size());
+  std::string all;
+  std::string_view path;
   for (const Line &line : lines_) {
-    const std::string gap(width - width_of(line.origin) + 2 + size_t{2} * line.depth, ' ');
-    all += concat(painted(Tone::faint, line.origin), gap, line.text, "\n");
+    if (!line.path.empty() && line.path != path) {
+      path = line.path;
+      all += wrapped(painted(Tone::faint, line.path), width_, 2) + "\n";
+    }
+    all += laid_out(line, number_of(line), places_width);
   }
   return all;
 }
@@ -92,8 +128,9 @@ std::string Writer::text() const {
 void Writer::write(const EventExplanation &explanation, const Step &step) {
   const std::optional<Decision> decided = decision(explanation);
   decisive_ = decided ? decided->action : nullptr;
+  refusals_ = refusals(explanation);
   line(file_->find_target(step.target.value)->name.position,
-       concat(explanation.event, " at ", step.target.value, ": ", verdict_word(explanation.outcome.verdict)));
+       concat(explanation.event, " at ", step.target.value, ": ", verdict_text(explanation.outcome.verdict, colours_)));
   const Deeper deeper(*this);
   given(step);
   if (level_ == Level::decision) {
@@ -102,27 +139,52 @@ void Writer::write(const EventExplanation &explanation, const Step &step) {
     policies_of(explanation);
   }
   changes_of(explanation);
+  limit_of();
+}
+
+void Writer::limit_of() {
+  if (!refusals_.first) return;
+  if (level_ != Level::decision) left_out(refusals_.led_on - shown_of(shown_), "events and parameter-maps");
+  line(refusals_.first->action->position, painted(Tone::bad, concat("error: ", limit_text(refusals_))));
+}
+
+// Of an event that a limit stopped, only a part is shown.
+size_t Writer::shown_of(size_t count) const {
+  return refusals_.first ? std::min(count, kShownOfStopped) : count;
+}
+
+void Writer::left_out(size_t count, std::string_view what) {
+  if (count > 0) line(refusals_.first->action->position, concat("and ", count, " more ", what));
+}
+
+// Whether one more event or parameter-map is shown.
+bool Writer::is_shown() {
+  ++shown_;
+  return shown_of(shown_) == shown_;
 }
 
 // The changes before the event come from this file, or from a command line or another file.
 void Writer::given(const Step &step) {
-  const auto origin = [&](Position position) {
+  const auto add = [&](Position position, std::string text) {
     const Position from = position.line != 0 ? position : step.position;
-    return from.line != 0 ? concat(file_->shown_path_of(from), ":", from.line) : std::string("-");
+    lines_.push_back({from.line != 0 ? file_->shown_path_of(from) : "", from.line, depth_, std::move(text)});
   };
   for (const Name &attribute : step.clear)
-    lines_.push_back({origin(attribute.position), depth_, concat("given: no ", attribute.value)});
-  for (const Assignment &set : step.set) {
-    lines_.push_back(
-        {origin(set.attribute.position), depth_, concat("given: ", set.attribute.value, " is ", as_word(set.text))});
-  }
+    add(attribute.position, concat("given: no ", attribute.value));
+  for (const Assignment &set : step.set)
+    add(set.attribute.position, concat("given: ", set.attribute.value, " is ", as_word(set.text)));
 }
 
 void Writer::decision_of(const EventExplanation &explanation) {
-  for (const RuleRun &run : rules_run(explanation)) {
+  const std::vector<RuleRun> runs = rules_run(explanation);
+  const size_t shown = shown_of(runs.size());
+  for (size_t at = 0; at < shown; ++at) {
+    const RuleRun &run = runs[at];
     line(run.rule->rule->position, concat("rule ", rule_name(*run.policy, *run.event, *run.rule->rule), ", class-map ",
                                           run.rule->class_map->name.value, ": ran"));
   }
+  left_out(runs.size() - shown, "rules that ran");
+  inner_verdicts_of(explanation);
   if (const std::optional<Decision> decided = decision(explanation)) {
     line(decided->action->action->position,
          concat("decided by action ", decided->action->action->number, " ", to_string(*decided->action->action),
@@ -133,12 +195,29 @@ void Writer::decision_of(const EventExplanation &explanation) {
   if (const std::optional<NearestRule> nearest = nearest_rule(explanation)) nearest_line(*nearest);
 }
 
-void Writer::changes_of(const EventExplanation &explanation) {
+// A raised event that was decided otherwise than the event itself looks like a mistake.
+void Writer::inner_verdicts_of(const EventExplanation &explanation) {
+  size_t count = 0;
   for_each_action(explanation, [&](const ActionExplanation &action) {
-    if (level_ != Level::decision) return;
-    for (const Change &change : action.changes)
-      line(action.action->position, concat("changed ", change_text(change)));
+    if (!action.raised) return;
+    const engine::Verdict verdict = action.raised->outcome.verdict;
+    if (verdict == engine::Verdict::none || verdict == explanation.outcome.verdict) return;
+    ++count;
+    if (shown_of(count) == count) line(action.action->position, inner_verdict_text(*action.raised, colours_));
   });
+  left_out(count - shown_of(count), "events that were raised");
+}
+
+void Writer::changes_of(const EventExplanation &explanation) {
+  if (level_ != Level::decision) return;
+  size_t count = 0;
+  for_each_action(explanation, [&](const ActionExplanation &action) {
+    for (const Change &change : action.changes) {
+      ++count;
+      if (shown_of(count) == count) line(action.action->position, concat("changed ", change_text(change)));
+    }
+  });
+  left_out(count - shown_of(count), "changes");
 }
 
 void Writer::policies_of(const EventExplanation &explanation) {
@@ -221,11 +300,18 @@ void Writer::actions(const std::vector<ActionExplanation> &actions) {
     action(ran);
 }
 
+// Of an event that a limit stopped, the number of what is not shown is said at the end.
 void Writer::action(const ActionExplanation &action) {
+  if (action.refused && &action != refusals_.first) return;
+  if (action.led_on() && !is_shown()) return;
   std::string text = concat("action ", action.action->number, " ", to_string(*action.action));
-  for (const Change &change : action.changes)
+  for (const Change &change : action.changes) {
     text += concat(", ", change_text(change));
-  if (action.refused) text += painted(Tone::bad, ", refused: nested too deep or too often");
+    const bool counted = action.action->kind == ActionKind::count && change.before;
+    const std::string_view why = counted ? why_no_number(*change.before) : "";
+    if (!why.empty()) text += concat(" (", as_word(*change.before), " ", why, ")");
+  }
+  if (action.refused) text += painted(Tone::bad, ", refused");
   if (action.failed) text += painted(Tone::bad, ", failed");
   if (&action == decisive_) text += painted(Tone::strong, ", which decides");
   line(action.action->position, std::move(text));
@@ -235,7 +321,7 @@ void Writer::action(const ActionExplanation &action) {
 }
 
 void Writer::raised(const EventExplanation &explanation, const Action &by) {
-  line(by.position, concat("event ", explanation.event, ": ", verdict_word(explanation.outcome.verdict)));
+  line(by.position, inner_verdict_text(explanation, colours_));
   const Deeper deeper(*this);
   policies_of(explanation);
 }
@@ -297,8 +383,8 @@ std::optional<Level> parse_level(std::string_view word) {
 }
 
 std::string explanation_text(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level,
-                             Colours colours) {
-  Writer writer(file, level, colours);
+                             Colours colours, size_t width) {
+  Writer writer(file, level, colours, width);
   writer.write(explanation, step);
   return writer.text();
 }

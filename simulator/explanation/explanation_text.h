@@ -20,8 +20,9 @@ enum class Level : uint8_t {
 // "decision", "rules" or "filters".
 std::optional<Level> parse_level(std::string_view word);
 
-// A line for each step; each begins with the step's position in the policy file.
+// A line for each step; each begins with the step's position in the policy file. Lines are wrapped at 'width' columns;
+// 0 is no limit. Where that leaves little room, the path of the file stands above the lines instead of in each.
 std::string explanation_text(const EventExplanation &explanation, const PolicyFile &file, const Step &step, Level level,
-                             Colours colours);
+                             Colours colours, size_t width = 0);
 
 }  // namespace simulator

@@ -1,5 +1,7 @@
 #include "simulator/explanation/outline.h"
 
+#include <algorithm>
+
 #include "simulator/explanation/words.h"
 #include "simulator/text/text.h"
 
@@ -9,14 +11,26 @@ namespace {
 
 class Writer {
  public:
+  Writer(const PolicyFile &file, Colours colours) : file_(&file), colours_(colours) {}
+
   std::string run(const EventExplanation &explanation) {
     if (explanation.outcome.status != 0) return {};
+    refusals_ = refusals(explanation);
     event(explanation, 1);
-    line(1, concat("verdict: ", to_string(explanation.outcome.verdict)));
+    const size_t left_out = refusals_.led_on - std::min(shown_, refusals_.led_on);
+    if (left_out > 0) line(1, concat("and ", left_out, " more events and parameter-maps"));
+    line(1, concat("verdict: ", verdict_text(explanation.outcome.verdict, colours_)));
+    if (refusals_.first) line(1, limit_line());
     return std::move(text_);
   }
 
  private:
+  std::string limit_line() const {
+    const Position position = refusals_.first->action->position;
+    return concat(painted(colours_, Tone::bad, "error: "), file_->path_of(position), ":", position.line, ": ",
+                  limit_text(refusals_));
+  }
+
   void line(size_t indent, const std::string &text) { text_ += concat(std::string(2 * indent, ' '), text, "\n"); }
 
   void event(const EventExplanation &explanation, size_t indent) {
@@ -43,16 +57,25 @@ class Writer {
     if (rule.cut_short) line(indent + 1, concat("the rule ends here: ", to_string(rule.rule->execute)));
   }
 
+  // Of an event that a limit stopped, the number of what is not shown is said at the end.
+  bool is_shown(const ActionExplanation &action) {
+    if (action.refused) return &action == refusals_.first;
+    if (!action.led_on()) return true;
+    if (refusals_.first && shown_ == kShownOfStopped) return false;
+    ++shown_;
+    return true;
+  }
+
   // A failure is shown beside the action, or below everything that the action led to.
   void action(const ActionExplanation &action, size_t indent) {
+    if (!is_shown(action)) return;
     const bool applied = action.applied && action.applied->matched();
-    const bool led_on = action.refused || action.raised || applied;
+    const bool led_on = action.raised || applied;
     std::string text = concat(action.action->number, " ", to_string(*action.action));
     for (const Change &change : action.changes)
       text += concat(" (", change_of(*action.action, change), ")");
-    if (action.failed && !led_on) text += ": failed";
+    if (action.failed && !led_on) text += action.refused ? ": refused" : ": failed";
     line(indent, text);
-    if (action.refused) line(indent + 1, "refused: nested too deep or too often");
     if (action.raised) raised(*action.raised, indent + 1);
     if (applied) map(*action.applied, indent + 1);
     if (action.failed && led_on) line(indent + 1, "failed");
@@ -68,7 +91,7 @@ class Writer {
   void raised(const EventExplanation &explanation, size_t indent) {
     event(explanation, indent);
     const engine::Verdict verdict = explanation.outcome.verdict;
-    if (verdict != engine::Verdict::none) line(indent, concat("verdict: ", to_string(verdict)));
+    if (verdict != engine::Verdict::none) line(indent, concat("verdict: ", verdict_text(verdict, colours_)));
   }
 
   void map(const ParameterMapExplanation &map, size_t indent) {
@@ -77,13 +100,17 @@ class Writer {
       action(ran, indent + 1);
   }
 
+  const PolicyFile *file_;
+  Colours colours_;
+  Refusals refusals_;
+  size_t shown_ = 0;  // raised events and applied parameter-maps
   std::string text_;
 };
 
 }  // namespace
 
-std::string outline(const EventExplanation &explanation) {
-  return Writer().run(explanation);
+std::string outline(const EventExplanation &explanation, const PolicyFile &file, Colours colours) {
+  return Writer(file, colours).run(explanation);
 }
 
 }  // namespace simulator

@@ -4,11 +4,13 @@
 #include <string>
 
 #include "simulator/explanation/explanation.h"
+#include "simulator/text/tone.h"
 
 namespace simulator {
 
 // Rules that did not match are left out; a policy-map without a matching rule is still shown. Every line is indented by
 // at least two. Empty for an event that could not be raised.
-std::string outline(const EventExplanation &explanation);
+// If a limit stopped the event, the last line is an error, and only a part of what it led to is shown.
+std::string outline(const EventExplanation &explanation, const PolicyFile &file, Colours colours = Colours::off);
 
 }  // namespace simulator

@@ -77,8 +77,13 @@ void Recorder::event_ends(const engine::Run &, const engine::Outcome &outcome) {
   frames_.pop_back();
 }
 
-void Recorder::nested_too_deep(const engine::Run &) {
-  action().refused = true;
+// The engine checks the depth first, so a request that was not too deep was one too many.
+void Recorder::nested_too_deep(const engine::Run &run) {
+  ActionExplanation &refused = action();
+  refused.refused = true;
+  const size_t maps_under_way = frames_.back().actions_under_way.size() - 1;
+  const size_t depth = refused.applied ? maps_under_way : size_t{run.depth()} + 1;
+  refused.too_deep = depth >= engine::kMaxDepth;
 }
 
 void Recorder::policy_begins(const zar_pmap &pmap, const zar_event_tuple *tuple) {

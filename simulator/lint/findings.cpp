@@ -333,8 +333,10 @@ void Linter::check_use_of_events() {
   Reached reached(*file_);
   for (const Step &step : file_->scenario)
     reached.event(step.event.value);
-  for (const Test &test : file_->tests)
-    reached.event(test.step.event.value);
+  for (const Test &test : file_->tests) {
+    for (const TestStep &step : test.steps)
+      reached.event(step.step.event.value);
+  }
   std::unordered_set<std::string_view> reported;
   for (const PolicyMap &policy : file_->policy_maps) {
     for (const EventRules &event : policy.events) {

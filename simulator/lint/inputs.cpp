@@ -244,8 +244,10 @@ Hints collect_hints(const PolicyFile &file) {
     add_all(target.attributes);
   for (const Step &step : file.scenario)
     add_all(step.set);
-  for (const Test &test : file.tests)
-    add_all(test.step.set);
+  for (const Test &test : file.tests) {
+    for (const TestStep &step : test.steps)
+      add_all(step.step.set);
+  }
   for (const ClassMap &map : file.class_maps) {
     for (const Filter &filter : map.filters) {
       if (filter.kind == FilterKind::equals) add(filter.attribute.value, filter.text);

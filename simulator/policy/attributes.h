@@ -30,8 +30,10 @@ void for_each_attribute(const PolicyFile &file, Each each) {
   in_objects(file.targets);
   for (const Step &step : file.scenario)
     in_step(step);
-  for (const Test &test : file.tests)
-    in_step(test.step);
+  for (const Test &test : file.tests) {
+    for (const TestStep &step : test.steps)
+      in_step(step.step);
+  }
 }
 
 // Each name once, in the order of the file. Valid as long as the file.

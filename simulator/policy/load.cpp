@@ -1,5 +1,7 @@
 #include "simulator/policy/load.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "simulator/policy/load_parts.h"
@@ -106,6 +108,26 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics,
     return true;
   }
   file.shrink_to(before);
+  return false;
+}
+
+bool load_tests(PolicyFile &file, const Source &source, Diagnostics &diagnostics) {
+  const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
+  if (!document) return false;
+
+  PolicyFile more;
+  const Reader reader(diagnostics);
+  const Fields fields(document->root(), "a file of tests", {"scenario", "tests"}, diagnostics);
+  if (const yaml::Node *scenario = fields.find("scenario")) read_scenario(reader, *scenario, more);
+  if (const yaml::Node *tests = fields.find("tests")) read_tests(reader, *tests, more);
+  const size_t steps = file.scenario.size();
+  const size_t tests = file.tests.size();
+  std::move(more.scenario.begin(), more.scenario.end(), std::back_inserter(file.scenario));
+  std::move(more.tests.begin(), more.tests.end(), std::back_inserter(file.tests));
+  resolve(file, file.extent(), diagnostics);
+  if (diagnostics.empty()) return true;
+  file.scenario.resize(steps);
+  file.tests.resize(tests);
   return false;
 }
 

@@ -23,4 +23,8 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics,
 // The same for a caller that needs only the objects.
 bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
 
+// Adds the scenario and the tests of 'source', which has nothing else, to those of 'file'. Returns false when anything
+// is wrong with the source; the file is then unchanged. The number of the source is that of its path in 'more_paths'.
+bool load_tests(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
+
 }  // namespace simulator

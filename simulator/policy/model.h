@@ -131,7 +131,7 @@ struct ExpectedValue {
   std::optional<std::string> text{};  // nothing: absent
 };
 
-// What a test expects of its event. A part that is left out may be anything.
+// What a test expects of an event. A part that is left out may be anything.
 struct Expectation {
   // The rules that run, in the order in which they begin, including those of raised events: each a POLICY/EVENT/NUMBER,
   // or the name of the rule's class-map.
@@ -141,11 +141,16 @@ struct Expectation {
   std::optional<std::vector<Name>> log{};  // the texts that are logged, in order
 };
 
-// One event on a target, as written in the file, and what is expected of it.
-struct Test {
-  Name name{};
+// One event of a test, and what is expected of it.
+struct TestStep {
   Step step{};
   Expectation expect{};
+};
+
+// Events, each on a target in the state in which the one before left it.
+struct Test {
+  Name name{};
+  std::vector<TestStep> steps{};  // at least one
 };
 
 // By a name, which is stored with the value.
@@ -189,7 +194,7 @@ struct PolicyFile {
   PolicyFile &operator=(PolicyFile &&) = default;
 
   std::string path{};                     // of source 0, the only one for most files
-  std::vector<std::string> more_paths{};  // of the sources from 1 on
+  std::vector<std::string> more_paths{};  // of the sources from 1 on: more files of a session, or files of tests
   std::vector<Client> clients{};
   std::vector<Domain> domains{};
   std::vector<ClassMap> class_maps{};

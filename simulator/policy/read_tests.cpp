@@ -55,17 +55,56 @@ Expectation read_expectation(const Reader &reader, const yaml::Node &node) {
   return expect;
 }
 
+// The keys of a test that is a single event.
+void read_only_step(const Reader &reader, const Fields &fields, Position position, Test &test) {
+  TestStep only{.step = read_step(reader, fields, position)};
+  if (const yaml::Node *expect = fields.require("expect")) only.expect = read_expectation(reader, *expect);
+  test.steps.push_back(std::move(only));
+}
+
+// A step that expects nothing prepares the next ones.
+void read_steps(const Reader &reader, const yaml::Node &steps, Test &test) {
+  const size_t before = reader.diagnostics().count();
+  bool expects = false;
+  reader.list(steps, "the list of a test's steps", [&](const yaml::Node &item) {
+    const Fields fields(item, "a step of a test", {"event", "target", "set", "clear", "expect"}, reader.diagnostics());
+    TestStep step{.step = read_step(reader, fields, item.position)};
+    const yaml::Node *expect = fields.find("expect");
+    if (expect) step.expect = read_expectation(reader, *expect);
+    expects |= expect != nullptr;
+    test.steps.push_back(std::move(step));
+  });
+  if (!expects && reader.diagnostics().count() == before) {
+    reader.diagnostics().add(steps.position, "a test that expects nothing", "the key expect in one of its steps");
+  }
+}
+
+// A test with steps has everything else in them.
+void check_keys_beside_steps(const Reader &reader, const Fields &fields) {
+  for (const char *key : {"event", "target", "set", "clear", "expect"}) {
+    if (const yaml::Node *value = fields.find(key)) {
+      reader.diagnostics().add(value->position, concat("a test with both 'steps' and '", key, "'"),
+                               concat("the key ", key, " in the steps"));
+    }
+  }
+}
+
 }  // namespace
 
 void read_tests(const Reader &reader, const yaml::Node &node, PolicyFile &file) {
   reader.list(node, "the list of tests", [&](const yaml::Node &item) {
-    const Fields fields(item, "a test", {"name", "event", "target", "set", "clear", "expect"}, reader.diagnostics());
-    Test test{.name = {concat("test ", file.tests.size() + 1), item.position},
-              .step = read_step(reader, fields, item.position)};
+    const Fields fields(item, "a test", {"name", "event", "target", "set", "clear", "expect", "steps"},
+                        reader.diagnostics());
+    Test test{.name = {concat("test ", file.tests.size() + 1), item.position}};
     if (const yaml::Node *name = fields.find("name")) {
       test.name = reader.text(*name, "a test's name").value_or(Name{"", name->position});
     }
-    if (const yaml::Node *expect = fields.require("expect")) test.expect = read_expectation(reader, *expect);
+    if (const yaml::Node *steps = fields.find("steps")) {
+      check_keys_beside_steps(reader, fields);
+      read_steps(reader, *steps, test);
+    } else {
+      read_only_step(reader, fields, item.position, test);
+    }
     file.tests.push_back(std::move(test));
   });
 }

@@ -80,6 +80,8 @@ class Resolver {
   void check_scenario();
   void check_step(const Step &step, const std::string &user);
   void check_tests();
+  template <class Each>
+  void for_each_expectation(Each each) const;
   void check_expected_rules();
   void check_expected_attributes();
   void check_event(const Name &event);
@@ -346,11 +348,21 @@ void Resolver::check_scenario() {
 }
 
 void Resolver::check_tests() {
-  for (const Test &test : file_->tests)
-    check_step(test.step, concat("test '", test.name.value, "'"));
+  for (const Test &test : file_->tests) {
+    for (const TestStep &step : test.steps)
+      check_step(step.step, concat("test '", test.name.value, "'"));
+  }
   if (file_->tests.empty()) return;
   check_expected_rules();
   check_expected_attributes();
+}
+
+template <class Each>
+void Resolver::for_each_expectation(Each each) const {
+  for (const Test &test : file_->tests) {
+    for (const TestStep &step : test.steps)
+      each(step.expect);
+  }
 }
 
 void Resolver::check_expected_rules() {
@@ -366,15 +378,15 @@ void Resolver::check_expected_rules() {
     known.push_back(map.name.value);
 
   const std::unordered_set<std::string_view> names(known.begin(), known.end());
-  for (const Test &test : file_->tests) {
-    if (!test.expect.rules) continue;
-    for (const Name &rule : *test.expect.rules) {
+  for_each_expectation([&](const Expectation &expect) {
+    if (!expect.rules) return;
+    for (const Name &rule : *expect.rules) {
       if (names.contains(rule.value)) continue;
       diagnostics_->add(rule.position, concat("there is no rule or class-map '", rule.value, "'"),
                         "POLICY/EVENT/NUMBER, or the name of a class-map of this file",
                         diagnostics_->too_many() ? "" : nearest(rule.value, known));
     }
-  }
+  });
 }
 
 // An attribute that nothing sets and nothing tests is a misspelt name: expecting it to be absent could never fail.
@@ -384,15 +396,15 @@ void Resolver::check_expected_attributes() {
   for_each_attribute(*file_, [&](const Name &attribute) {
     if (names.insert(attribute.value).second) known.push_back(attribute.value);
   });
-  for (const Test &test : file_->tests) {
-    for (const ExpectedValue &expected : test.expect.attributes) {
+  for_each_expectation([&](const Expectation &expect) {
+    for (const ExpectedValue &expected : expect.attributes) {
       if (names.contains(expected.attribute.value)) continue;
       diagnostics_->add(expected.attribute.position,
                         concat("nothing in the file mentions the attribute '", expected.attribute.value, "'"),
                         "an attribute that a filter, an action or a target has",
                         diagnostics_->too_many() ? "" : nearest(expected.attribute.value, known));
     }
-  }
+  });
 }
 
 void Resolver::check_attribute_count() {

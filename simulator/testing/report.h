@@ -7,6 +7,7 @@
 
 #include "simulator/policy/model.h"
 #include "simulator/repository/repository.h"
+#include "simulator/testing/junit.h"
 #include "simulator/text/json.h"
 #include "simulator/text/text.h"
 #include "simulator/text/tone.h"
@@ -19,6 +20,7 @@ struct Report {
   uint32_t percent = 0;  // covered
   std::string text{};
   Json json{};
+  JunitSuite junit{};
 };
 
 // Runs the tests on a repository of the file that stands.

@@ -79,21 +79,38 @@ std::vector<Failure> failures_of(const Expectation &expect, const EventExplanati
     const std::vector<std::string> expected = texts_of(*expect.log);
     if (actual != expected) failures.push_back({"log", listed(quoted_all(expected)), listed(quoted_all(actual))});
   }
+  // Nothing that an event does before it is stopped can be relied on.
+  if (const Refusals refused = refusals(explanation); refused.first)
+    failures.push_back({"limit", "an event that ends by itself", limit_text(refused)});
   return failures;
+}
+
+StepOutcome run_step_of(const TestStep &step, const Repository &repository, Recorder &recorder) {
+  StepOutcome outcome{.step = &step, .explanation = recorder.raise(repository, step.step)};
+  const engine::Attributes &after = *engine::attributes_of(repository.target_handle(step.step.target.value));
+  outcome.failures = failures_of(step.expect, outcome.explanation, after);
+  return outcome;
+}
+
+TestOutcome run_test(const Test &test, const PolicyFile &file, const Repository &repository, Recorder &recorder) {
+  for (const TestStep &step : test.steps)
+    refresh(*file.find_target(step.step.target.value), repository);
+  TestOutcome outcome{.test = &test};
+  for (const TestStep &step : test.steps) {
+    outcome.steps.push_back(run_step_of(step, repository, recorder));
+    if (!outcome.passed()) break;
+  }
+  return outcome;
 }
 
 }  // namespace
 
 void run_tests(const PolicyFile &file, const Repository &repository,
-               const std::function<void(const TestOutcome &, const EventExplanation &)> &each) {
+               const std::function<void(const TestOutcome &)> &each) {
   Rehearsal recorder(file);
   for (const Test &test : file.tests) {
     interruption::check();
-    const Target &target = *file.find_target(test.step.target.value);
-    refresh(target, repository);
-    const EventExplanation explanation = recorder.raise(repository, test.step);
-    const engine::Attributes &after = *engine::attributes_of(repository.target_handle(target.name.value));
-    each({&test, failures_of(test.expect, explanation, after)}, explanation);
+    each(run_test(test, file, repository, recorder));
   }
 }
 

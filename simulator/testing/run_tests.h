@@ -12,20 +12,28 @@ namespace simulator {
 
 // An expectation that was not met.
 struct Failure {
-  std::string what;      // "rules", "verdict", "log", or "attribute NAME"
+  std::string what;      // "rules", "verdict", "log", "limit", or "attribute NAME"
   std::string expected;  // for people to read
   std::string actual;
 };
 
-struct TestOutcome {
-  const Test *test = nullptr;
+struct StepOutcome {
+  const TestStep *step = nullptr;
+  EventExplanation explanation{};
   std::vector<Failure> failures{};
 };
 
-// Runs every test of the file on a repository built from it. Each test starts from the attributes that its target has
-// in the file, and leaves the attributes that it has changed; counters stay as they were. 'each' is called after each
-// test with its outcome and the explanation of its event.
+// Only the last step that was run can have failed: what would come of the steps after it means nothing.
+struct TestOutcome {
+  const Test *test = nullptr;
+  std::vector<StepOutcome> steps{};  // those that were run
+
+  bool passed() const { return steps.back().failures.empty(); }
+};
+
+// Runs every test of the file on a repository built from it. Each test starts from the attributes that its targets have
+// in the file. 'each' is called after each test.
 void run_tests(const PolicyFile &file, const Repository &repository,
-               const std::function<void(const TestOutcome &, const EventExplanation &)> &each);
+               const std::function<void(const TestOutcome &)> &each);
 
 }  // namespace simulator

@@ -1,14 +1,13 @@
 // zar diff: the changes in a policy file, and the decisions that differ.
-#include <cstdio>
-#include <fstream>
-
 #include "runner.h"
+#include "scratch_file.h"
 
 namespace {
 
 using test::expect_golden;
 using test::Result;
 using test::run_zar;
+using test::ScratchFile;
 
 constexpr const char *kOld = "tests/command/policies/diff-old.yaml";
 constexpr const char *kNew = "tests/command/policies/diff-new.yaml";
@@ -49,11 +48,139 @@ TEST(Diff, ExplainsAnEventThatIsNotThereOnOneSide) {
       result.out.ends_with("in examples/guest-network.yaml\n  no policy-map handles the event session-start\n"));
 }
 
-TEST(Diff, TellsOfEventsThatNeitherSideKnows) {
-  const Result result = run_zar(
-      {"diff", "examples/broadband.yaml", "examples/broadband.yaml", "--replay", "examples/guest-network.yaml"});
-  EXPECT_EQ(result.code, 0);
-  EXPECT_EQ(result.out, "0 added, 0 removed, 0 changed\n0 of 8 events differ\n  8 can be raised on neither side\n");
+// A file with one rule, under the given names.
+std::string small(const std::string &class_map, const std::string &target, const std::string &rest) {
+  return "domains: {d: }\n"
+         "class-maps: {" +
+         class_map +
+         ": {filters: [{attribute: service, equals: gold}]}}\n"
+         "policy-maps: {p: {events: {start: {rules: [{number: 10, class: " +
+         class_map +
+         ", actions: [permit]}]}}}}\n"
+         "targets: {" +
+         target + ": {policies: [p], attributes: {service: gold}}}\n" + rest;
+}
+
+TEST(Diff, RefusesAScenarioThatFitsNeitherFile) {
+  for (const char *json : {"", "--json"}) {
+    std::vector<std::string> line = {"diff", "examples/broadband.yaml", "examples/broadband.yaml", "--replay",
+                                     "examples/guest-network.yaml"};
+    if (*json) line.emplace_back(json);
+    const Result result = run_zar(line);
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(
+        result.err,
+        "zar: examples/guest-network.yaml: the scenario fits neither file: none of its 8 events can be raised; the "
+        "first, associate at 00:53:00:aa:01:01: no policy-map handles the event associate in "
+        "examples/broadband.yaml, and no policy-map handles the event associate in examples/broadband.yaml\n");
+  }
+}
+
+TEST(Diff, RefusesAReplayOfNothing) {
+  const ScratchFile file(small("gold", "t", ""));
+  const Result result = run_zar({"diff", file.path(), file.path(), "--replay", file.path()});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "zar: " + file.path() + ": there is no scenario to replay\n");
+}
+
+TEST(Diff, CountsEventsThatNeitherSideKnows) {
+  const ScratchFile old_file(small("gold", "t", ""), "old.yaml");
+  const std::string two_targets =
+      "domains: {d: }\npolicy-maps: {p: {events: {start: {rules: []}}}}\n"
+      "targets: {t: {policies: [p]}, u: {policies: [p]}}\n"
+      "scenario: [{event: start, target: t}, {event: start, target: u}]\n";
+  const Result result = run_zar({"diff", old_file.path(), old_file.path(), "--replay", "-"}, two_targets);
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.out, "0 added, 0 removed, 0 changed\n0 of 2 events differ\n  1 can be raised on neither side\n");
+}
+
+TEST(Diff, FindsWhatWasRenamed) {
+  const std::string scenario = "scenario: [{event: start, target: t}]\n";
+  const ScratchFile before(small("gold", "t", scenario), "old.yaml");
+  const ScratchFile after(small("premium", "line-1", ""), "new.yaml");
+  const Result result = run_zar({"diff", before.path(), after.path(), "--replay", before.path()});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.out, "renamed " + before.path() + ":2 -> " + after.path() + ":2: class-map gold -> premium\n" +
+                            "renamed " + before.path() + ":4 -> " + after.path() + ":4: target t -> line-1\n" +
+                            "0 added, 0 removed, 0 changed, 2 renamed\n0 of 1 events differ\n");
+  const Result back = run_zar({"diff", after.path(), before.path(), "--replay", before.path()});
+  EXPECT_EQ(back.code, 1);
+  EXPECT_NE(back.out.find(": class-map premium -> gold\n"), std::string::npos) << back.out;
+  EXPECT_NE(back.out.find("\n0 of 1 events differ\n"), std::string::npos) << back.out;
+}
+
+// Everything that has a name, in terms of the given names.
+std::string everything(const std::string &client, const std::string &domain, const std::string &class_map,
+                       const std::string &map, const std::string &event, const std::string &policy,
+                       const std::string &target) {
+  return "clients: {" + client + ": {database: own}}\n" + "domains: {" + domain + ": {owner: " + client + "}}\n" +
+         "class-maps: {" + class_map + ": {domain: " + domain + ", match: any}}\n" + "parameter-maps: {" + map +
+         ": {statements: [{index: 1, filters: [{attribute: a, present: true}], actions: [{raise: " + event +
+         "}, {apply: " + map + "}]}]}}\n" + "policy-maps: {" + policy + ": {events: {" + event +
+         ": {rules: [{number: 1, class: " + class_map + ", actions: [{raise: " + event + "}]}]}}}}\n" + "targets: {" +
+         target + ": {client: " + client + ", policies: [" + policy + "]}}\n" + "scenario: [{event: " + event +
+         ", target: " + target + "}]\n";
+}
+
+TEST(Diff, FindsWhatWasRenamedTogether) {
+  const ScratchFile before(everything("c", "d", "always", "m", "e", "p", "t"), "old.yaml");
+  const ScratchFile after(everything("c2", "d2", "always2", "m2", "e2", "p2", "t2"), "new.yaml");
+  for (const ScratchFile *scenario : {&before, &after}) {
+    const Result result = run_zar({"diff", before.path(), after.path(), "--replay", scenario->path()});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_TRUE(result.out.ends_with("\n0 added, 0 removed, 0 changed, 7 renamed\n0 of 1 events differ\n"))
+        << result.out;
+    for (const char *rename : {"client c -> c2", "domain d -> d2", "class-map always -> always2",
+                               "parameter-map m -> m2", "event e -> e2", "policy-map p -> p2", "target t -> t2"}) {
+      EXPECT_NE(result.out.find(std::string(": ") + rename + "\n"), std::string::npos) << rename << "\n" << result.out;
+    }
+  }
+}
+
+TEST(Diff, DoesNotCallItARenameWhenTheContentsAreOther) {
+  const ScratchFile before(small("gold", "t", ""), "old.yaml");
+  std::string text = small("premium", "t", "");
+  text.replace(text.find("equals: gold"), 12, "prefix: gold");
+  const Result result = run_zar({"diff", before.path(), "-"}, text);
+  EXPECT_EQ(result.code, 1);
+  EXPECT_TRUE(result.out.ends_with("\n1 added, 1 removed, 1 changed\n")) << result.out;
+}
+
+TEST(Diff, DoesNotGuessWhichOfTwoEqualObjectsWasRenamed) {
+  const ScratchFile before("domains: {d: }\nclass-maps: {a: , b: }\n", "old.yaml");
+  const Result result = run_zar({"diff", before.path(), "-"}, "domains: {d: }\nclass-maps: {c: , e: }\n");
+  EXPECT_TRUE(result.out.ends_with("\n2 added, 2 removed, 0 changed\n")) << result.out;
+}
+
+// A parameter-map whose statements have the given indices.
+std::string statements(const std::string &first, const std::string &second) {
+  return "parameter-maps:\n"
+         "  m:\n"
+         "    statements:\n"
+         "      - {index: " +
+         first + ", filters: [{attribute: a, equals: 1}], actions: [permit]}\n" + "      - {index: " + second +
+         ", filters: [{attribute: a, present: true}], actions: [deny]}\n";
+}
+
+TEST(Diff, FindsStatementsThatWereRenumbered) {
+  const ScratchFile before(statements("10", "20"), "old.yaml");
+  const Result result = run_zar({"diff", before.path(), "-"}, statements("10", "30"));
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.out, "renamed " + before.path() +
+                            ":5 -> <stdin>:5: statement m/20 -> m/30\n"
+                            "0 added, 0 removed, 0 changed, 1 renamed\n");
+}
+
+TEST(Diff, CallsStatementsChangedThatOvertakeOthers) {
+  const ScratchFile before(statements("10", "20"), "old.yaml");
+  const Result result = run_zar({"diff", before.path(), "-"}, statements("30", "20"));
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.out, "changed " + before.path() +
+                            ":4 -> <stdin>:4: statement m/10\n"
+                            "  index: 10 -> 30\n"
+                            "0 added, 0 removed, 1 changed\n");
 }
 
 TEST(Diff, FindsNothingBetweenAFileAndItself) {
@@ -64,23 +191,6 @@ TEST(Diff, FindsNothingBetweenAFileAndItself) {
     EXPECT_TRUE(result.out.starts_with("0 added, 0 removed, 0 changed\n0 of ")) << result.out;
   }
 }
-
-// A file that exists as long as this object.
-class ScratchFile {
- public:
-  explicit ScratchFile(const std::string &text)
-      : path_(testing::TempDir() + "zar-" + testing::UnitTest::GetInstance()->current_test_info()->name() + ".yaml") {
-    std::ofstream(path_, std::ios::binary) << text;
-  }
-  ~ScratchFile() { std::remove(path_.c_str()); }
-  ScratchFile(const ScratchFile &) = delete;
-  ScratchFile &operator=(const ScratchFile &) = delete;
-
-  const std::string &path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 // A file with the given filters of one class-map and the given rules.
 std::string policy(const std::string &filters, const std::string &rules) {

@@ -1,5 +1,6 @@
 // The complete output of zar for the examples.
 #include "runner.h"
+#include "scratch_file.h"
 
 namespace {
 
@@ -80,6 +81,7 @@ TEST(Run, OfNoEventsIsAnObjectToo) {
             "  \"files\": [\n"
             "    {\n"
             "      \"file\": \"<stdin>\",\n"
+            "      \"sources\": [],\n"
             "      \"events\": []\n"
             "    }\n"
             "  ],\n"
@@ -209,8 +211,86 @@ targets:
 scenario:
   - {event: e, target: t}
 )");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err, "");
+  EXPECT_TRUE(
+      events_of(result).ends_with("  and 5 more events and parameter-maps\n  verdict: none\n  error: <stdin>:5: more "
+                                  "than 16 events are nested: raise e is refused\n"))
+      << events_of(result);
+  const Result json = run_zar({"run", "tests/command/policies/paths.yaml", "--event", "loop@t", "--json"});
+  EXPECT_EQ(json.code, 1);
+  EXPECT_NE(json.out.find("\"message\": \"more than 16 events are nested: raise loop is refused\""), std::string::npos);
+}
+
+constexpr const char *kBroadband = "examples/broadband.yaml";
+
+TEST(Run, CanShowALineForEachEvent) {
+  const Result result = run_zar({"run", kBroadband, "--summary"});
   EXPECT_EQ(result.code, 0);
-  EXPECT_NE(result.out.find("refused: nested too deep or too often"), std::string::npos);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out,
+            "1  session-start  line-0101  permit  service/session-start/10  examples/broadband.yaml:103\n"
+            "2  session-start  line-0102  permit  service/session-start/10  examples/broadband.yaml:103\n"
+            "3  session-start  line-0103  deny    service/session-start/20  examples/broadband.yaml:110\n"
+            "4  volume-update  line-0102  none    -\n"
+            "5  volume-update  line-0102  none    -\n"
+            "6  session-start  line-0103  permit  service/session-start/10  examples/broadband.yaml:103\n"
+            "7  session-stop   line-0101  none    -\n");
+  const Result loop = run_zar({"run", "tests/command/policies/paths.yaml", "--event", "loop@t", "--summary"});
+  EXPECT_EQ(loop.code, 1);
+  EXPECT_EQ(loop.out, "1  loop  t  none    -  error: more than 16 events are nested: raise loop is refused\n");
+}
+
+TEST(Run, CanLeaveTheListingsOut) {
+  const Result all = run_zar({"run", kBroadband});
+  const Result result = run_zar({"run", kBroadband, "--no-listings"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.out, events_of(all));
+  EXPECT_NE(result.out, all.out);
+}
+
+TEST(Run, RaisesAnEventOnAllTargetsThatFit) {
+  const Result result = run_zar({"run", kBroadband, "--event", "volume-update@*02", "--event", "session-start@line-*",
+                                 "--set", "unpaid-months=0", "--summary"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.out,
+            "1  volume-update  line-0102  none    -\n"
+            "2  session-start  line-0101  permit  service/session-start/10  examples/broadband.yaml:103\n"
+            "3  session-start  line-0102  permit  service/session-start/10  examples/broadband.yaml:103\n"
+            "4  session-start  line-0103  permit  service/session-start/10  examples/broadband.yaml:103\n");
+}
+
+TEST(Run, SetsAttributesBeforeTheFirstEventOfEachTarget) {
+  const std::string file = R"(
+domains: {d: }
+class-maps: {c: }
+policy-maps: {p: {events: {e: {rules: [{number: 1, class: c, actions: [{count: a}]}]}}}}
+targets: {t: {policies: [p]}, u: {policies: [p]}}
+scenario: [{event: e, target: t}, {event: e, target: t}, {event: e, target: u, clear: [a]}]
+)";
+  const Result result = run_zar({"run", "-", "--set", "a=7", "--no-listings"}, file);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_NE(result.out.find("[1] e at t\n  given: a 7\n"), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("count a (was 7, now 8)"), std::string::npos);
+  EXPECT_NE(result.out.find("count a (was 8, now 9)"), std::string::npos) << "only before the first event";
+  EXPECT_NE(result.out.find("[3] e at u\n  given: no a\n  policy-map"), std::string::npos) << "the event clears it";
+  const Result wrong = run_zar({"run", "-", "--set", "b=7"}, file);
+  EXPECT_EQ(wrong.code, 2);
+  EXPECT_EQ(wrong.err, "zar: there is no attribute 'b'; did you mean 'a'?\n");
+}
+
+TEST(Run, TakesAScenarioFromAFileOfItsOwn) {
+  const test::ScratchFile more("scenario: [{event: volume-update, target: line-0101}]\n", "more.yaml");
+  const Result result = run_zar({"run", kBroadband, "--with", more.path(), "--summary"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_TRUE(result.out.ends_with("7  session-stop   line-0101  none    -\n8  volume-update  line-0101  none    -\n"))
+      << result.out;
+  const Result json = run_zar({"run", kBroadband, "--with", more.path(), "--json"});
+  EXPECT_NE(json.out.find("\"sources\": [\n        \"" + more.path() + "\"\n      ]"), std::string::npos) << json.out;
+  EXPECT_NE(
+      json.out.find("\"number\": 8,\n          \"line\": 1,\n          \"column\": 12,\n          \"source\": 1,"),
+      std::string::npos)
+      << json.out;
 }
 
 }  // namespace

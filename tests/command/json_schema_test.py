@@ -24,7 +24,10 @@ CASES = {
     + [
         (0, [PATHS]),
         (0, ["tests/command/policies/diff-old.yaml"]),
-        (0, [PATHS, "--event", "start@t", "--event", "hopeless@t", "--event", "loop@t", "--event", "other@u"]),
+        (0, [PATHS, "--event", "start@t", "--event", "hopeless@t", "--event", "other@u"]),
+        (1, [PATHS, "--event", "start@t", "--event", "loop@t", "--event", "other@u"]),
+        (0, [PATHS, "--event", "start@*", "--set", "age=7"]),
+        (0, ["examples/broadband.yaml", "--with", "-"], "scenario: [{event: session-stop, target: line-0103}]"),
         (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
         (65, ["/nowhere"]),
         (65, ["examples/broadband.yaml", "/nowhere", PATHS]),
@@ -35,9 +38,10 @@ CASES = {
     ]
     + [
         (0, [PATHS, "--event", event, "--level", level])
-        for event in ("start@t", "apply@t", "apply-empty@t", "loop@t", "hopeless@t", "empty@t", "other@t", "other@u")
+        for event in ("start@t", "apply@t", "apply-empty@t", "hopeless@t", "empty@t", "other@t", "other@u", "start@*", "other@*")
         for level in ("decision", "rules", "filters")
     ]
+    + [(1, [PATHS, "--event", event, "--level", level]) for event in ("loop@t", "loop@*") for level in ("decision", "filters")]
     + [(0, [PATHS, "--event", "apply@t", "--set", "age=\u00e4\u202e"]), (65, ["README.md", "--event", "e@t"])],
     "show": [
         (0, ["examples/broadband.yaml"]),
@@ -51,6 +55,9 @@ CASES = {
         (0, [f"examples/{name}.yaml" for name in EXAMPLES]),
         (1, ["tests/command/policies/failing.yaml"]),
         (1, [PATHS]),
+        (1, ["examples/broadband.yaml", "--with", "-"],
+         "tests: [{steps: [{event: session-stop, target: line-0103}, {event: session-stop, target: line-0103, expect: {verdict: deny}}]}]"),
+        (0, ["examples/broadband.yaml", "examples/guest-network.yaml", "--only", "DSL has its own profile"]),
         (65, ["examples/broadband.yaml", "/nowhere", "tests/command/policies/failing.yaml"]),
         (65, ["/nowhere"]),
     ],

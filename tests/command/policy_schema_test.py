@@ -95,6 +95,18 @@ tests:
   - {event: start, target: t, expect: {log: , rules: [one, p/start/255]}}
 """
 
+# One test of several steps, whose parts are changed too.
+STEPS = """
+domains: {d: }
+policy-maps: {p: {events: {start: {rules: }}}}
+targets: {t: {attributes: {x: 1}, policies: [p]}}
+tests:
+  - name: several steps
+    steps:
+      - {event: start, target: t, set: {x: 2}, clear: [x], expect: {attributes: {x: 2}, verdict: none}}
+      - {event: start, target: t}
+"""
+
 # Bad files that no single change below produces.
 BAD = [
     "[]",
@@ -129,6 +141,17 @@ BAD = [
     "domains: {d: }\npolicy-maps: {p: {events: {e: {rules: []}}}}\ntargets: {t: {policies: [p]}}\n"
     "tests: [{event: e, target: t, expect: {attributes: {}}}]",
 ] + [
+    "domains: {d: }\npolicy-maps: {p: {events: {e: {rules: []}}}}\ntargets: {t: {policies: [p]}}\n" + f"tests: [{test}]"
+    for test in (
+        "{steps: []}",
+        "{steps: [{event: e, target: t}]}",
+        "{steps: [{event: e, target: t, expect: {}}]}",
+        "{steps: [{event: e, target: t, expect: {rules: []}}], event: e}",
+        "{steps: [{event: e, target: t, expect: {rules: []}}], expect: {rules: []}}",
+        "{steps: [{name: n, event: e, target: t, expect: {rules: []}}]}",
+        "{event: e, target: t, steps: [{event: e, target: t}], expect: {rules: []}}",
+    )
+] + [
     f"domains: {{d: }}\nclass-maps: {{c: }}\npolicy-maps: {{p: {{events: {{e: {{rules: [{{number: {number}, class: c, actions: []}}]}}}}}}}}"
     for number in ("0", "256", "-1", "1.5", "'0x1'", "one", "'256'", "' 1'", "")
 ] + [
@@ -142,7 +165,7 @@ STRUCTURE = re.compile(
     r"|cannot be (a client's|a domain's|a class-map's|a policy-map's|a parameter-map's|an event's|a target's|an attribute's) name$"
     r"|cannot be (a|an|the) (database|match criteria|exec criteria|value|verdict|rule's number|map-index|action's number|precedence)"
     r"|cannot be an action on its own|cannot be the (low|high) end|is the name of the engine|^a filter with|^a range without"
-    r"|^'present' cannot|^'set' with|^an action with|takes no value$|^a statement without|has no policy$|^a test that expects|^a value of "
+    r"|^'present' cannot|^'set' with|^an action with|takes no value$|^a statement without|has no policy$|^a test that expects|^a test with both|^a value of "
 )
 
 
@@ -215,16 +238,16 @@ def main():
     validator = jsonschema.Draft7Validator(schema)
 
     files = sorted(root.glob("examples/*.yaml")) + sorted(root.glob("tests/command/policies/*.yaml"))
-    texts = [file.read_text() for file in files] + [EVERYTHING]
+    texts = [file.read_text() for file in files] + [EVERYTHING, STEPS]
     documents = [yaml.load(text, Loader) for text in texts]
-    for name, document, (good, messages) in zip([*map(str, files), "EVERYTHING"], documents, checked(zar, texts)):
+    for name, document, (good, messages) in zip([*map(str, files), "EVERYTHING", "STEPS"], documents, checked(zar, texts)):
         assert good, f"{name}: {messages}"
         validator.validate(document)
     for text, (good, messages) in zip(BAD, checked(zar, BAD)):
         assert not good, f"the loader takes {text}"
         assert not validator.is_valid(yaml.load(text, Loader)), f"the schema takes what the loader does not ({messages}): {text}"
 
-    mutations = [mutant for mutant in mutants(documents[-1])]
+    mutations = [mutant for document in documents[-2:] for mutant in mutants(document)]
     # JSON is also YAML; a quoted text is a text in both.
     verdicts = checked(zar, [json.dumps(mutant) for mutant in mutations])
     refused = 0

@@ -27,6 +27,7 @@ namespace {
   // Without a folder for it, sessions keep no history.
   unsetenv("XDG_STATE_HOME");
   unsetenv("HOME");
+  unsetenv("COLUMNS");
   setenv("TERM", setup.kind.c_str(), 1);
   for (const std::string &variable : setup.environment) {
     const size_t equals = variable.find('=');
@@ -59,10 +60,9 @@ void AtATerminal::SetUp() {
 }
 
 Terminal::Terminal(const std::vector<std::string> &arguments, const Setup &setup) {
-  // Wide enough that no line of a test wraps.
   winsize size{};
   size.ws_row = 50;
-  size.ws_col = 200;
+  size.ws_col = setup.columns;
   child_ = forkpty(&master_, nullptr, nullptr, &size);
   if (child_ == 0) become_zar(arguments, setup);
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ class Terminal {
     std::vector<std::string> environment{};  // NAME=VALUE
     std::string kind = "xterm";              // the value of TERM; with a dumb one the output has no line-editing codes
     bool output_elsewhere = false;           // standard output does not go to the terminal
+    uint16_t columns = 200;                  // wide enough that no line of most tests wraps
   };
 
   // Starts zar in the root of the project.

@@ -3,10 +3,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 
 #include "runner.h"
+#include "simulator/text/wrap.h"
 
 namespace {
 
@@ -44,7 +47,22 @@ TEST_P(Colour, IsForTerminalsOnly) {
 
 TEST_P(Colour, IsNeverUsedWithNoColor) {
   EXPECT_EQ(shown(GetParam(), {.environment = {"NO_COLOR=1"}}).find('\x1b'), std::string::npos);
-  EXPECT_EQ(shown(GetParam(), {.environment = {"NO_COLOR="}}).find('\x1b'), std::string::npos);
+  EXPECT_NE(shown(GetParam(), {.environment = {"NO_COLOR="}}).find('\x1b'), std::string::npos) << "it is empty";
+}
+
+// The same command line with one more word.
+std::vector<std::string> with(std::vector<std::string> arguments, const std::string &word) {
+  arguments.push_back(word);
+  return arguments;
+}
+
+TEST_P(Colour, IsAsTheUserWantsIt) {
+  EXPECT_EQ(shown(with(GetParam(), "--color=never")).find('\x1b'), std::string::npos);
+  const std::string coloured = shown(GetParam());
+  EXPECT_EQ(shown(with(GetParam(), "--color=auto")), coloured);
+  EXPECT_EQ(shown(with(GetParam(), "--color=always"), {.environment = {"NO_COLOR=1"}}), coloured);
+  const test::Result elsewhere = run_zar(with(GetParam(), "--color=always"));
+  EXPECT_NE((elsewhere.out + elsewhere.err).find('\x1b'), std::string::npos);
 }
 
 TEST_P(Colour, IsNotForDumbTerminals) {
@@ -55,10 +73,71 @@ INSTANTIATE_TEST_SUITE_P(All, Colour,
                          testing::Values(std::vector<std::string>{"check", "nowhere"},
                                          std::vector<std::string>{"explain", "examples/broadband.yaml", "--event",
                                                                   "session-start@line-0103"},
+                                         std::vector<std::string>{"run", "examples/broadband.yaml"},
                                          std::vector<std::string>{"test", "tests/command/policies/failing.yaml"},
                                          std::vector<std::string>{"diff", "tests/command/policies/diff-old.yaml",
                                                                   "tests/command/policies/diff-new.yaml"}),
                          [](const auto &parameter) { return parameter.param[0]; });
+
+size_t longest_line(const std::string &text) {
+  std::istringstream lines(text);
+  size_t longest = 0;
+  for (std::string line; std::getline(lines, line);)
+    longest = std::max(longest, simulator::columns_of(line));
+  return longest;
+}
+
+std::string without_layout(const std::string &text) {
+  std::string rest;
+  for (const char character : without_colours(text)) {
+    if (character != ' ' && character != '\n') rest += character;
+  }
+  return rest;
+}
+
+class Narrow : public test::AtATerminal, public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(Narrow, TerminalsGetShorterLines) {
+  const std::string plain = run_zar(GetParam()).out;
+  EXPECT_GT(longest_line(plain), 80u) << "nothing to wrap";
+  for (const uint16_t columns : std::initializer_list<uint16_t>{40, 60, 80}) {
+    const std::string narrow = shown(GetParam(), {.columns = columns});
+    EXPECT_LE(longest_line(narrow), columns) << narrow;
+    const std::string variable = "COLUMNS=" + std::to_string(columns);
+    EXPECT_EQ(shown(GetParam(), {.environment = {variable}}), narrow);
+  }
+  EXPECT_EQ(without_colours(shown(GetParam(), {.environment = {"COLUMNS=wide"}})), plain);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Narrow,
+    testing::Values(std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@line-0103",
+                                             "--level", "filters"},
+                    std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@*"},
+                    std::vector<std::string>{"run", "examples/broadband.yaml", "--summary"}),
+    [](const auto &parameter) { return parameter.param[0] + std::to_string(parameter.param.size()); });
+
+class Wrapped : public test::AtATerminal {};
+
+TEST_F(Wrapped, LinesKeepTheirPlacesAndTheirDepth) {
+  const std::string shown_text = without_colours(
+      shown({"explain", "examples/broadband.yaml", "--event", "volume-update@line-0102", "--level", "decision"},
+            {.columns = 40}));
+  EXPECT_EQ(shown_text,
+            "examples/broadband.yaml\n"
+            "142  volume-update at line-0102: none\n"
+            "39     the nearest is rule\n"
+            "         service/volume-update/10,\n"
+            "         class-map volume-used-up\n"
+            "         match-all: volume-left range\n"
+            "         ..0 does not hold: volume-left\n"
+            "         is 20\n");
+}
+
+TEST_F(Wrapped, TextLosesNothing) {
+  const std::vector<std::string> line = {"run", "examples/broadband.yaml", "--summary"};
+  EXPECT_EQ(without_layout(shown(line, {.columns = 40})), without_layout(run_zar(line).out));
+}
 
 // A scenario with this many events, in a file that is deleted with the object.
 class LongScenario {

@@ -83,7 +83,7 @@ Life live(const PolicyFile &file) {
   if (repository.build()) {
     Recorder recorder(file);
     for (const simulator::Step &step : file.scenario)
-      life.output += outline(recorder.raise(repository, step));
+      life.output += outline(recorder.raise(repository, step), file);
     life.output += listings(file, repository);
     simulator::Complaints unreadable;
     if (const auto running = simulator::inventory::read(repository, unreadable)) life.output += write_objects(*running);
@@ -264,7 +264,7 @@ TEST(Rehearsals, SayWhatAnEventDoesAndChangeNothing) {
   const EventExplanation rehearsed = rehearse(file, repository, step);
   EXPECT_EQ(listings(file, repository), listed);
   EXPECT_EQ(write_objects(*simulator::inventory::read(repository, unreadable)), running);
-  EXPECT_EQ(outline(rehearsed), outline(Recorder(file).raise(repository, step)));
+  EXPECT_EQ(outline(rehearsed, file), outline(Recorder(file).raise(repository, step), file));
   EXPECT_NE(listings(file, repository), listed) << "an event that is raised is counted";
   EXPECT_EQ(joined(repository.finish()), "");
 }
