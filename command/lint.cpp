@@ -48,7 +48,7 @@ class LintCommand final : public Command {
     Output output;
     for (const std::string &path : paths_)
       worst = std::max(worst, work_on_one([&] { return lint_one(path, output); }));
-    if (format_.format() == Format::json) write_json(std::move(output));
+    if (format_.format() == Format::json) write_json(output);
     print_report(output.report, format_.format(), worst);
     return worst;
   }
@@ -117,15 +117,15 @@ class LintCommand final : public Command {
   }
 
   // The object of a single file has no list of files.
-  void write_json(Output output) const {
+  void write_json(const Output &output) const {
     Json object = begin_json("lint");
     if (paths_.size() > 1) {
-      object["files"] = std::move(output.files);
-      object["file_errors"] = std::move(output.file_errors);
+      object["files"] = output.files;
+      object["file_errors"] = output.file_errors;
     } else if (!output.files.empty()) {
       object.update(output.files[0]);
     } else {
-      object["file_errors"] = std::move(output.file_errors);
+      object["file_errors"] = output.file_errors;
     }
     print_json(std::cout, object);
   }
