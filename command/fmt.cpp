@@ -8,11 +8,11 @@
 #include "command/exit_codes.h"
 #include "command/json_output.h"
 #include "command/load_file.h"
-#include "command/replace_file.h"
 #include "command/report.h"
 #include "simulator/format/format.h"
 #include "simulator/format/line_diff.h"
 #include "simulator/policy/diagnostics_json.h"
+#include "simulator/text/files.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -109,9 +109,8 @@ class FmtCommand final : public Command {
   }
 
   static void write(const std::string &path, Formatted &done) {
-    const std::string problem = replace_file(path, *done.text);
-    if (!problem.empty())
-      done.diagnostics.add({}, concat("cannot be written: ", problem), "a file that you may change");
+    if (const std::optional<std::string> problem = write_whole(path, *done.text))
+      done.diagnostics.add({}, concat("cannot be written: ", *problem), "a file that you may change");
   }
 
   void show(const std::string &path, const Formatted &done) const {
@@ -135,8 +134,7 @@ class FmtCommand final : public Command {
     json["file"] = done.source.name();
     json["good"] = done.diagnostics.empty() && done.defects.empty();
     json["changed"] = done.is_changed();
-    json["errors"] = errors_json(done.diagnostics);
-    json["more_errors"] = done.diagnostics.count() - json["errors"].size();
+    add_errors(json, done.diagnostics);
     json["text"] = path == kStandardInput && done.text ? Json(*done.text) : Json(nullptr);
     json["diff"] = diff_ && done.text ? Json(diff_of(done)) : Json(nullptr);
     return json;

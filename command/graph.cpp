@@ -6,13 +6,13 @@
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/picture.h"
-#include "command/replace_file.h"
 #include "command/report.h"
 #include "simulator/graph/compact.h"
 #include "simulator/graph/dot.h"
 #include "simulator/graph/json.h"
 #include "simulator/graph/of_file.h"
 #include "simulator/graph/select.h"
+#include "simulator/text/files.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -87,9 +87,9 @@ class GraphCommand final : public Command {
       complain(drawn.problem);
       return drawn.is_installed ? kInternal : kUsage;
     }
-    const std::string problem = replace_file(path, drawn.picture);
-    if (problem.empty()) return kSuccess;
-    complain(concat(path, " cannot be written: ", problem));
+    const std::optional<std::string> problem = write_whole(path, drawn.picture);
+    if (!problem) return kSuccess;
+    complain(concat(escape_control_characters(path), " cannot be written: ", *problem));
     return kInternal;
   }
 

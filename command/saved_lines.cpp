@@ -9,6 +9,7 @@
 #include "simulator/policy/source.h"
 #include "simulator/text/files.h"
 #include "simulator/text/text.h"
+#include "simulator/text/utf8.h"
 
 using namespace simulator;
 
@@ -35,7 +36,7 @@ std::string path_of_history() {
 }
 
 bool is_worth_saving(const std::string &line) {
-  return !line.empty() && line.size() <= kLongest && is_text(line);
+  return !line.empty() && line.size() <= kLongest && is_utf8(line);
 }
 
 // Creates the folder and those around it, for this person only.

@@ -1,8 +1,5 @@
 // zar test: runs the tests in policy files, and reports what they cover.
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <set>
 
@@ -150,12 +147,9 @@ class TestCommand final : public Command {
 
   int write_junit(const std::vector<JunitSuite> &suites) const {
     if (junit_.empty()) return kSuccess;
-    errno = 0;
-    std::ofstream out(junit_, std::ios::binary);
-    out << junit_xml(suites);
-    out.close();
-    if (out) return kSuccess;
-    complain(concat(escape_control_characters(junit_), " cannot be written: ", std::strerror(errno)));
+    const std::optional<std::string> problem = write_whole(junit_, junit_xml(suites));
+    if (!problem) return kSuccess;
+    complain(concat(escape_control_characters(junit_), " cannot be written: ", *problem));
     return kInternal;
   }
 

@@ -4,8 +4,8 @@
 
 #include "simulator/explanation/nearest.h"
 #include "simulator/explanation/words.h"
-#include "simulator/text/columns.h"
 #include "simulator/text/text.h"
+#include "simulator/text/width.h"
 #include "simulator/text/wrap.h"
 
 namespace simulator {

@@ -114,7 +114,7 @@ Complaints problems_of(const Selection &selection, const PolicyFile &file) {
     if (file.event_id(name) == 0) problems.push_back(no_such("event", name, {file.events.begin(), file.events.end()}));
   }
   if (selection.hit_only && file.scenario.empty()) {
-    problems.push_back(concat(file.path, " has no scenario: nothing was hit"));
+    problems.push_back(concat(file.shown_path(), " has no scenario: nothing was hit"));
   }
   return problems;
 }

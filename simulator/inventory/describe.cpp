@@ -4,6 +4,7 @@
 
 #include "simulator/text/columns.h"
 #include "simulator/text/text.h"
+#include "simulator/text/width.h"
 
 namespace simulator::inventory {
 
@@ -104,7 +105,7 @@ std::vector<size_t> widths_of(const std::vector<Row> &rows) {
   for (const Row &row : rows) {
     widths.resize(std::max(widths.size(), row.size()));
     for (size_t at = 0; at < row.size(); ++at)
-      widths[at] = std::max(widths[at], width_of(row[at]));
+      widths[at] = std::max(widths[at], columns_of(row[at]));
   }
   return widths;
 }

@@ -14,11 +14,6 @@ constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 
 // A pattern may use this much memory, so that a small file cannot use a lot.
 constexpr int64_t kPatternMemory = 1 << 18;
-// A node that is not a mapping was already reported.
-bool is_mapping(const yaml::Node &node) {
-  return node.kind == yaml::Kind::mapping || node.kind == yaml::Kind::null;
-}
-
 struct FilterKey {
   FilterKind kind;
   const yaml::Node *value;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <list>
 
+#include "simulator/diff/renames.h"
 #include "simulator/diff/render.h"
 #include "simulator/explanation/outline.h"
 #include "simulator/explanation/recorder.h"
@@ -67,11 +68,10 @@ void compare_with_loaded(const Call &call, Reply &reply) {
   if (call.session.loaded().empty()) return fail(reply, "no file was loaded in this session");
   const PolicyFile before = file_as_loaded(call.session);
   const PolicyFile after = file_as_it_is(call.session);
-  const std::vector<diff::ObjectChange> changes = diff::compare(before, after);
+  const std::vector<diff::ObjectChange> changes = diff::compare(before, after, diff::find_renames(before, after));
   for (const diff::ObjectChange &change : changes)
     reply.output += diff::text_of_change(change, {&before, &after}, Colours::off);
-  const diff::Counts counts = diff::count(changes);
-  reply.output += concat(counts.added, " added, ", counts.removed, " removed, ", counts.changed, " changed\n");
+  reply.output += diff::text_of_counts(diff::count(changes));
 }
 
 // ---- Scenario and tests -------------------------------------------------------------------------------------------------------
@@ -93,7 +93,7 @@ std::string raise_all(const Session &session) {
   size_t number = 0;
   for (const Step &step : session.file().scenario) {
     interruption::check();
-    text += heading_of(++number, step) + outline(recorder.raise(session.repository(), step));
+    text += heading_of(++number, step) + outline(recorder.raise(session.repository(), step), session.file());
   }
   return text;
 }

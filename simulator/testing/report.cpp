@@ -87,7 +87,8 @@ void add_part(const PolicyFile &file, const std::string &name, const std::string
   object["total"] = part.total;
   object["missed"] = Json::array();
   for (const Coverage::Missed &what : part.missed) {
-    missed += concat("  ", file.shown_path_of(what.position), ":", what.position.line, ": ", what.what, " ", what.why, "\n");
+    missed +=
+        concat("  ", file.shown_path_of(what.position), ":", what.position.line, ": ", what.what, " ", what.why, "\n");
     Json entry;
     entry["what"] = what.what;
     entry["why"] = what.why;

@@ -7,10 +7,6 @@
 
 namespace simulator {
 
-// How many columns of a terminal a text takes: characters are counted, not bytes; those of East Asian scripts take two,
-// combining marks none.
-size_t width_of(std::string_view text);
-
 // The text with blanks after it, up to the width.
 std::string padded(std::string_view text, size_t width);
 

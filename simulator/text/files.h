@@ -1,4 +1,4 @@
-// Writes files that are always whole.
+// Writes files so that a reader finds the old text or the new one, but never a part.
 #pragma once
 
 #include <optional>
@@ -7,9 +7,10 @@
 
 namespace simulator {
 
-// Writes a file under another name in the same folder and renames it, so that at every moment the path has either its
-// old contents or all of the new ones. The file gets 'mode'; without one, an existing file keeps its mode and a new one
-// gets what the process gives new files. A link stays a link. Returns what went wrong, or nothing.
+// Gives the file this text. The file gets 'mode'; without one, a file that exists keeps its permissions, and a new one
+// gets what the process gives new files. A symbolic link remains one: the file that it points to is replaced. What is no
+// regular file, a terminal or a pipe, is written to. Returns what went wrong, or nothing; a file that could not be
+// replaced is as before.
 std::optional<std::string> write_whole(const std::string &path, std::string_view text,
                                        std::optional<unsigned> mode = std::nullopt);
 

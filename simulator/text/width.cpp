@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "simulator/text/utf8.h"
+
 namespace simulator {
 
 namespace {
@@ -55,6 +57,25 @@ size_t columns_of(char32_t character) {
   if (character < kCombining[0].first) return 1;
   if (is_in(kCombining, character)) return 0;
   return is_in(kWide, character) ? 2 : 1;
+}
+
+Unit take_unit(std::string_view &text) {
+  constexpr char kEscape = '\x1b';
+  const bool is_colour = text[0] == kEscape;
+  const Character character = is_colour ? Character{} : front_of(text);
+  const size_t length =
+      is_colour ? std::min(text.find('m'), text.size() - 1) + 1 : std::max<size_t>(character.length, 1);
+  const size_t columns = is_colour ? 0 : character.length == 0 ? 1 : columns_of(character.code);
+  const Unit unit = {text.substr(0, length), columns};
+  text.remove_prefix(length);
+  return unit;
+}
+
+size_t columns_of(std::string_view text) {
+  size_t columns = 0;
+  while (!text.empty())
+    columns += take_unit(text).columns;
+  return columns;
 }
 
 }  // namespace simulator

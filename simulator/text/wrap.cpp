@@ -2,29 +2,11 @@
 
 #include <algorithm>
 
+#include "simulator/text/width.h"
+
 namespace simulator {
 
 namespace {
-
-constexpr char kEscape = '\x1b';
-
-bool is_continuation(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xc0) == 0x80;
-}
-
-// Removes the first character, which may take several bytes, or the first colour code from 'text', and returns it.
-std::string_view take_unit(std::string_view &text) {
-  size_t length = 1;
-  if (text[0] == kEscape) {
-    length = std::min(text.find('m'), text.size() - 1) + 1;
-  } else {
-    while (length < text.size() && is_continuation(text[length]))
-      ++length;
-  }
-  const std::string_view unit = text.substr(0, length);
-  text.remove_prefix(length);
-  return unit;
-}
 
 class Wrapper {
  public:
@@ -56,11 +38,10 @@ class Wrapper {
   void put(std::string_view word) {
     has_word_ = true;
     while (!word.empty()) {
-      const std::string_view unit = take_unit(word);
-      const size_t columns = columns_of(unit);
-      if (column_ + columns > width_ && column_ > indent_) begin_line();
-      text_ += unit;
-      column_ += columns;
+      const Unit unit = take_unit(word);
+      if (column_ + unit.columns > width_ && column_ > indent_) begin_line();
+      text_ += unit.text;
+      column_ += unit.columns;
     }
   }
 
@@ -79,14 +60,6 @@ class Wrapper {
 };
 
 }  // namespace
-
-size_t columns_of(std::string_view text) {
-  size_t columns = 0;
-  while (!text.empty()) {
-    if (take_unit(text)[0] != kEscape) ++columns;
-  }
-  return columns;
-}
 
 std::string wrapped(std::string_view line, size_t width, size_t indent) {
   return width == 0 ? std::string(line) : Wrapper(width, indent).run(line);

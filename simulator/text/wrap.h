@@ -7,9 +7,6 @@
 
 namespace simulator {
 
-// The columns that a text takes: one for each character, none for colour codes.
-size_t columns_of(std::string_view text);
-
 // 'line', without a newline at its end, broken at blanks into lines of at most 'width' columns; a longer word is broken
 // too. All but the first are indented by 'indent', or by half the width if that is less. A width of 0 is no limit.
 std::string wrapped(std::string_view line, size_t width, size_t indent);

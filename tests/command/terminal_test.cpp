@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "runner.h"
-#include "simulator/text/wrap.h"
+#include "simulator/text/width.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 
 #include "simulator/text/columns.h"
 #include "simulator/text/files.h"
+#include "simulator/text/width.h"
 
 namespace {
 
@@ -73,12 +74,12 @@ TEST_F(WholeFiles, LeaveNothingWhenTheyCannotBeWritten) {
 }
 
 TEST(Columns, CountCharactersAndNotBytes) {
-  EXPECT_EQ(simulator::width_of("plain"), 5u);
-  EXPECT_EQ(simulator::width_of("gr\u00fcn"), 4u);
-  EXPECT_EQ(simulator::width_of("e\u0301"), 1u);
-  EXPECT_EQ(simulator::width_of("\u7b56\u7565"), 4u);
-  EXPECT_EQ(simulator::width_of("\U0001f600"), 2u);
-  EXPECT_EQ(simulator::width_of("\xff\xc3"), 2u);
+  EXPECT_EQ(simulator::columns_of("plain"), 5u);
+  EXPECT_EQ(simulator::columns_of("gr\u00fcn"), 4u);
+  EXPECT_EQ(simulator::columns_of("e\u0301"), 1u);
+  EXPECT_EQ(simulator::columns_of("\u7b56\u7565"), 4u);
+  EXPECT_EQ(simulator::columns_of("\U0001f600"), 2u);
+  EXPECT_EQ(simulator::columns_of("\xff\xc3"), 2u);
   EXPECT_EQ(simulator::padded("\u00fc", 3), "\u00fc  ");
   EXPECT_EQ(simulator::padded("long", 3), "long");
 }

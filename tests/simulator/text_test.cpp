@@ -7,6 +7,7 @@
 #include "simulator/policy/target_pattern.h"
 #include "simulator/text/excerpt.h"
 #include "simulator/text/utf8.h"
+#include "simulator/text/width.h"
 #include "simulator/text/wrap.h"
 #include "simulator/text/xml.h"
 
