@@ -1,5 +1,4 @@
 // zar graph: draws the policies of a repository, with the effects of the scenario.
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cstdlib>
