@@ -123,9 +123,8 @@
  *
  * @section conv_threads Threads and memory
  *
- * There are no threads and no locks: all state is global. Calls may come from any thread of the host, but only one at
- * a time, and each must see what the earlier ones wrote; a lock around all calls ensures both. Callbacks, services and
- * the engine are called on the thread of the operation, within that lock.
+ * There are no threads and no locks: all state is global, and every call must come from the same thread of the host; a
+ * debug build checks it. Callbacks, services and the engine are called on that thread.
  *
  * Nothing but zar_init() and zar_handle_table_init() may be called before zar_init(). This is not checked: other
  * operations then report wrong clids or a lack of memory.

@@ -613,12 +613,14 @@ std::string contents_of(const PolicyFile &file) {
     add_step(step);
   for (const simulator::Test &test : file.tests) {
     text << simulator::quoted(test.name.value) << ": ";
-    add_step(test.step);
-    for (const simulator::Name &rule : test.expect.rules.value_or(std::vector<simulator::Name>()))
-      text << " rule " << rule.value;
-    for (const simulator::ExpectedValue &value : test.expect.attributes)
-      text << " " << value.attribute.value << " " << (value.text ? simulator::quoted(*value.text) : "absent");
-    text << (test.expect.verdict ? test.expect.verdict->value : "any") << "\n";
+    for (const simulator::TestStep &step : test.steps) {
+      add_step(step.step);
+      for (const simulator::Name &rule : step.expect.rules.value_or(std::vector<simulator::Name>()))
+        text << " rule " << rule.value;
+      for (const simulator::ExpectedValue &value : step.expect.attributes)
+        text << " " << value.attribute.value << " " << (value.text ? simulator::quoted(*value.text) : "absent");
+      text << (step.expect.verdict ? step.expect.verdict->value : "any") << "\n";
+    }
   }
   return std::move(text).str();
 }
