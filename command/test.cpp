@@ -12,6 +12,7 @@
 #include "command/terminal.h"
 #include "simulator/testing/junit.h"
 #include "simulator/testing/report.h"
+#include "simulator/text/files.h"
 
 using namespace simulator;
 

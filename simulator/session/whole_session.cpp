@@ -138,7 +138,9 @@ void run_loaded_tests(const Call &call, Reply &reply) {
       if (engine::Attributes *now = engine::attributes_of(session.repository().target_handle(target.name.value)))
         kept.emplace_back(*now);
     }
-    report = report_on(session.file(), session.repository(), Colours::off);
+    const std::vector<std::string> &files = session.file().more_paths;
+    const std::string name = files.size() == 1 ? files[0] : "all files";
+    report = report_on(session.file(), name, session.repository(), Colours::off);
   });
   if (!good) reply.status = Status::failed;
   if (!report) return;

@@ -119,15 +119,9 @@ void add_coverage(const PolicyFile &file, const Coverage &coverage, Report &repo
   report.json["coverage"] = std::move(json);
 }
 
-// The tests may be those of a file, or of the files that were added to another.
-std::string_view name_of(const PolicyFile &file) {
-  if (file.more_paths.empty()) return file.path;
-  return file.more_paths.size() == 1 ? std::string_view(file.more_paths[0]) : "all files";
-}
-
 }  // namespace
 
-Report report_on(const PolicyFile &file, const Repository &repository, Colours colours) {
+Report report_on(const PolicyFile &file, const std::string &name, const Repository &repository, Colours colours) {
   Report report;
   report.junit.name = file.path;
   report.json["file"] = file.path;
@@ -144,7 +138,7 @@ Report report_on(const PolicyFile &file, const Repository &repository, Colours c
   });
   report.json["passed"] = report.passed;
   report.json["failed"] = report.failed;
-  report.text += concat(name_of(file), ": ", report.passed, " passed, ", report.failed, " failed\n");
+  report.text += concat(escape_control_characters(name), ": ", report.passed, " passed, ", report.failed, " failed\n");
   add_coverage(file, coverage, report);
   return report;
 }
@@ -152,7 +146,7 @@ Report report_on(const PolicyFile &file, const Repository &repository, Colours c
 std::optional<Report> report_on_tests(const PolicyFile &file, Colours colours, Complaints &problems) {
   Repository repository(file);
   std::optional<Report> report;
-  if (repository.build()) report = report_on(file, repository, colours);
+  if (repository.build()) report = report_on(file, file.path, repository, colours);
   for (const std::string &problem : repository.finish())
     problems.push_back(problem);
   return problems.empty() ? std::move(report) : std::nullopt;

@@ -23,8 +23,8 @@ struct Report {
   JunitSuite junit{};
 };
 
-// Runs the tests on a repository of the file that stands.
-Report report_on(const PolicyFile &file, const Repository &repository, Colours colours);
+// Runs the tests on a repository of the file that stands. The summary calls the file by the name.
+Report report_on(const PolicyFile &file, const std::string &name, const Repository &repository, Colours colours);
 
 // Runs the tests on a repository of the file that it builds and takes down. Nothing when anything goes wrong with it; 'problems' then says what.
 std::optional<Report> report_on_tests(const PolicyFile &file, Colours colours, Complaints &problems);

@@ -336,7 +336,8 @@ TEST_F(ASession, SaysWhatAScenarioMissesAfterADeletion) {
   EXPECT_EQ(run("test"), "no loaded file has tests\n");
   EXPECT_EQ(run("load " + std::string(kBroadband)), "");
   run_all({"delete target line-0101"});
-  EXPECT_NE(run("run").find("there is no target 'line-0101'"), std::string::npos);
+  EXPECT_NE(run("run").find("target 'line-0101' is used by the scenario and 1 other, but not defined"),
+            std::string::npos);
 }
 
 TEST_F(ASession, IsTheSameAfterItsTests) {
