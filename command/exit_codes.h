@@ -7,6 +7,7 @@ enum ExitCode : int {
   kSuccess = 0,
   kNo = 1,         // the answer is no
   kUsage = 2,      // the command line is wrong
+  kUndecided = 3,  // no answer was found
   kBadFile = 65,   // a policy file is wrong or cannot be read, or a session's command from a pipe failed
   kInternal = 70,  // the library refused a good file, something was left behind, or the output cannot be written
 };

@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "command/command.h"
+#include "command/effort.h"
 #include "command/exit_codes.h"
 #include "command/json_output.h"
 #include "command/load_file.h"
@@ -10,6 +11,7 @@
 #include "simulator/explanation/explanation_json.h"
 #include "simulator/explanation/explanation_text.h"
 #include "simulator/explanation/recorder.h"
+#include "simulator/lint/reach.h"
 #include "simulator/policy/step_text.h"
 
 using namespace simulator;
@@ -25,11 +27,14 @@ class ExplainCommand final : public Command {
 
   void declare(Options &options) override {
     options.required_argument("FILE", path_, "The policy file; - is standard input");
-    options.required_option("--event", "NAME@TARGET", event_, "The event to raise");
+    options.option("--event", "NAME@TARGET", event_, "The event to raise");
     options.options("--set", "ATTR=VALUE", set_, "An attribute to set before the event; may be given several times");
     options.options("--clear", "ATTR", clear_, "An attribute to clear before the event; may be given several times");
     options.choice("--level", "LEVEL", level_, {"decision", "rules", "filters"},
                    "How much to show: decision, rules or filters");
+    options.option("--reach", "POLICY/EVENT/RULE", reach_, "Instead: attributes that reach this rule, or why none do");
+    options.number("--effort", "SECONDS", effort_, kMostEffort, "How long --reach may take (10)");
+    options.exclude("--event", "--reach");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(
         "Shows which policy-maps, rules, classes and filters were tried, what held, what\n"
@@ -37,15 +42,23 @@ class ExplainCommand final : public Command {
         "rule that came nearest and the first filter that stood against it. The target has\n"
         "its attributes of the file, changed by --clear and then by --set; the scenario of\n"
         "the file is not run. Each line begins with the place in the file it comes from.\n\n"
+        "With --reach, exit code 0: the rule is reached; 1: it never is; 3: not decided.\n\n"
         "Examples:\n"
         "  zar explain examples/broadband.yaml --event session-start@line-0103\n"
         "  zar explain policy.yaml --event login@port-1 --set user=guest --clear blocked\n"
-        "  zar explain policy.yaml --event login@port-1 --level filters");
+        "  zar explain policy.yaml --event login@port-1 --level filters\n"
+        "  zar explain policy.yaml --reach access/login/20");
   }
 
   int run() override {
+    if (event_.empty() && reach_.empty()) {
+      complain("--event or --reach is required");
+      std::cerr << "Run zar explain --help for help.\n";
+      return kUsage;
+    }
     const std::optional<PolicyFile> file = load_file(path_);
     if (!file) return kBadFile;
+    if (!reach_.empty()) return explain_reach(*file);
     const std::optional<Step> step = given_step(*file);
     if (!step) return kUsage;
 
@@ -83,8 +96,29 @@ class ExplainCommand final : public Command {
     }
   }
 
+  int explain_reach(const PolicyFile &file) const {
+    Complaints complaints;
+    const std::optional<lint::RuleOf> rule = lint::parse_rule(reach_, file, complaints);
+    complain(complaints);
+    if (!rule) return kUsage;
+
+    const lint::Reach reach = lint::reach(file, *rule, for_seconds(effort_));
+    if (json_) {
+      Json object = begin_json("explain");
+      object["reach"] = lint::json_of_reach(file, *rule, reach);
+      print_json(std::cout, object);
+    } else {
+      std::cout << lint::text_of_reach(file, *rule, reach);
+    }
+    if (!reach.problems.empty()) return report_internal(reach.problems);
+    if (reach.answer == lint::Answer::undecided) return kUndecided;
+    return reach.answer == lint::Answer::reached ? kSuccess : kNo;
+  }
+
   std::string path_;
   std::string event_;
+  std::string reach_;
+  uint32_t effort_ = kDefaultEffort;
   std::vector<std::string> set_;
   std::vector<std::string> clear_;
   std::string level_ = "rules";

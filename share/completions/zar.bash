@@ -33,17 +33,17 @@ _zar() {
   case $before in
     --level) COMPREPLY=($(compgen -W 'decision rules filters' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage) return ;;
+    --event | --set | --clear | --min-coverage | --reach | --effort) return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
       check) words='--json' ;;
       config) words='--json' ;;
       diff) words='--replay --json' ;;
-      explain) words='--event --set --clear --level --json' ;;
+      explain) words='--event --set --clear --level --reach --effort --json' ;;
       graph) words='--json' ;;
       help) words='' ;;
-      lint) words='--json' ;;
+      lint) words='--strict --effort --json' ;;
       run) words='--event --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;

@@ -5,8 +5,6 @@
 
 namespace simulator::lint {
 
-namespace {
-
 std::string text_of_input(const Input &input) {
   if (input.empty()) return "whatever the attributes are";
   std::string text;
@@ -29,7 +27,16 @@ Json json_of_input(const Input &input) {
   return object;
 }
 
-}  // namespace
+Json json_of_reasons(const std::vector<Reason> &reasons) {
+  Json list = Json::array();
+  for (const Reason &reason : reasons) {
+    Json because;
+    because["what"] = reason.what;
+    add_position(because, reason.position);
+    list.push_back(std::move(because));
+  }
+  return list;
+}
 
 std::string text_of_finding(const PolicyFile &file, const Finding &finding) {
   const auto at = [&](Position position) { return concat(file.path, ":", position.line, ":", position.column, ": "); };
@@ -45,14 +52,16 @@ Json json_of_finding(const Finding &finding) {
   object["kind"] = to_string(finding.kind);
   object["message"] = finding.message;
   add_position(object, finding.position);
-  object["because"] = Json::array();
-  for (const Reason &reason : finding.because) {
-    Json because;
-    because["what"] = reason.what;
-    add_position(because, reason.position);
-    object["because"].push_back(std::move(because));
-  }
+  object["because"] = json_of_reasons(finding.because);
   object["input"] = finding.input ? json_of_input(*finding.input) : Json(nullptr);
+  return object;
+}
+
+Json json_of_ignored(const IgnoredFinding &ignored) {
+  Json object = json_of_finding(ignored.finding);
+  object["reason"] = ignored.reason;
+  object["comment"] = Json::object();
+  add_position(object["comment"], ignored.comment);
   return object;
 }
 

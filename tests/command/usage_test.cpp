@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "f", "--event"}, "zar: --event needs a value: NAME@TARGET\nRun zar run --help for help.\n"},
         Wrong{{"run", "f", "--trace", "error", "--trace", "info"},
               "zar: --trace is given 2 times, not once\nRun zar run --help for help.\n"},
-        Wrong{{"explain", "f"}, "zar: --event is required\nRun zar explain --help for help.\n"},
+        Wrong{{"explain", "f"}, "zar: --event or --reach is required\nRun zar explain --help for help.\n"},
         Wrong{{"check", "f", "--json=false"}, "zar: --json takes no value\nRun zar check --help for help.\n"},
         Wrong{{"show", "f", "--listing", "--json"},
               "zar: --listing and --json exclude each other\nRun zar show --help for help.\n"},
