@@ -42,11 +42,10 @@ class Comments {
 
   // A block of literal text ends with the first line that is indented no more than its key.
   bool is_in_block(std::string_view line) {
-    if (!block_) return false;
+    if (!in_block_) return false;
     const bool is_empty = line.find_first_not_of(" \t\r") == std::string_view::npos;
-    if (is_empty || indent_of(line) > *block_) return true;
-    block_.reset();
-    return false;
+    in_block_ = is_empty || indent_of(line) > block_;
+    return in_block_;
   }
   // A quote begins a text only where a value can begin; elsewhere it is an apostrophe.
   static bool begins_value(std::string_view before) {
@@ -81,11 +80,13 @@ class Comments {
     size_t key = indent_of(content);
     while (content.substr(key).starts_with("- ") && key + 2 < mark)
       key = std::min(content.find_first_not_of(' ', key + 2), mark);
+    in_block_ = true;
     block_ = key == mark ? indent_of(content) : key;
   }
 
-  char quote_ = 0;               // of the text that is not yet closed
-  std::optional<size_t> block_;  // the indent of the key of the block that is not yet ended
+  char quote_ = 0;         // of the text that is not yet closed
+  bool in_block_ = false;  // the last line was in a block, or began one
+  size_t block_ = 0;       // the indent of its key
 };
 
 // ---- Ignores --------------------------------------------------------------------------------------------------------------

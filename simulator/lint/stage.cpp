@@ -49,7 +49,7 @@ bool Stage::prepare(const Policies &policies) {
     Target &added = more.targets.emplace_back();
     added.name.value = target->second;
     for (const std::string &policy : policies)
-      added.policies.push_back({policy, {}});
+      added.policies.emplace_back().value = policy;
     file_.append(std::move(more));
   }
   if (!repository_) repository_ = std::make_unique<Repository>(file_);
@@ -62,7 +62,10 @@ std::optional<EventExplanation> Stage::play(const Policies &policies, const std:
   step.event.value = event;
   step.target.value = targets_.at(policies);
   for (const auto &[attribute, value] : input) {
-    if (value) step.set.push_back({{attribute, {}}, *value});
+    if (!value) continue;
+    Assignment &given = step.set.emplace_back();
+    given.attribute.value = attribute;
+    given.text = *value;
   }
   return rehearse(file_, *repository_, step);
 }
