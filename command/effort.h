@@ -10,7 +10,7 @@ namespace command {
 inline constexpr uint32_t kDefaultEffort = 10;  // seconds
 inline constexpr uint32_t kMostEffort = 86'400;
 
-// Yes, for this many seconds from now.
+// Yes, for this many seconds of computing time from now.
 simulator::lint::MayGoOn for_seconds(uint32_t seconds);
 
 }  // namespace command

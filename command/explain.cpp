@@ -33,7 +33,7 @@ class ExplainCommand final : public Command {
     options.choice("--level", "LEVEL", level_, {"decision", "rules", "filters"},
                    "How much to show: decision, rules or filters");
     options.option("--reach", "POLICY/EVENT/RULE", reach_, "Instead: attributes that reach this rule, or why none do");
-    options.number("--effort", "SECONDS", effort_, kMostEffort, "How long --reach may take (10)");
+    options.number("--effort", "SECONDS", effort_, kMostEffort, "Computing time for --reach (10)");
     options.exclude("--event", "--reach");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(

@@ -28,7 +28,7 @@ class LintCommand final : public Command {
   void declare(Options &options) override {
     options.required_argument("FILE", path_, "The policy file; - is standard input");
     options.flag("--strict", strict_, "Fail also if something was not decided");
-    options.number("--effort", "SECONDS", effort_, kMostEffort, "How long hard questions may take together (10)");
+    options.number("--effort", "SECONDS", effort_, kMostEffort, "Computing time for hard questions (10)");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(
         "Reports only what is proven: rules that earlier rules of a match-first event leave\n"
