@@ -32,6 +32,8 @@ class Options {
   // call is the default.
   void choice(const char *name, const char *type, std::string &value, std::vector<std::string> words, const char *help);
   void percentage(const char *name, uint32_t &value, const char *help);
+  // A whole number from 0 to 'most'.
+  void number(const char *name, const char *type, uint32_t &value, uint32_t most, const char *help);
   // At most one of the two may be given.
   void exclude(const char *one, const char *other);
 

@@ -110,7 +110,7 @@ _zar() {
     --color) COMPREPLY=($(compgen -W 'auto always never' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage | --only | --policy) return ;;
+    --event | --set | --clear | --min-coverage | --only | --policy | --reach | --effort) return ;;
     --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
@@ -118,11 +118,11 @@ _zar() {
       check) words='--format --json' ;;
       config) words='--json' ;;
       diff) words='--replay --json' ;;
-      explain) words='--event --set --clear --level --json' ;;
+      explain) words='--event --set --clear --level --reach --effort --json' ;;
       fmt) words='--check --diff --json' ;;
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
-      lint) words='--format --json' ;;
+      lint) words='--strict --effort --format --json' ;;
       run) words='--event --set --with --summary --no-listings --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
