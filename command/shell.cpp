@@ -70,7 +70,7 @@ Reply run_interruptibly(Session &session, const std::string &line, size_t number
 }
 
 // Messages of the library go to another stream; the flush makes them appear next to their command.
-Status print(Session &session, const Reply &reply) {
+Status print(const Session &session, const Reply &reply) {
   std::cout << reply.output;
   if (reply.event) std::cout << text_of_event(*reply.event, session.file());
   std::cout.flush();

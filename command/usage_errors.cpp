@@ -64,7 +64,7 @@ std::string describe_flag_with_value(const CLI::App &parser, const Arguments &ar
 
 // "LEVEL:{a, b}" and "PERCENT:0 to 100", as the help has them, in words.
 std::string describe_type(const CLI::Option &option) {
-  const std::string type = option.get_type_name();
+  std::string type = option.get_type_name();
   const size_t colon = type.find(':');
   if (colon == std::string::npos) return type;
   const std::string values = type.substr(colon + 1);

@@ -120,16 +120,15 @@ constexpr const char *kHead =
 std::string columns(const Graph &graph, NodeKind kind) {
   std::map<size_t, std::string> ids;  // in each column
   std::string order;                  // of the columns
-  const Node *top = nullptr;          // of the column
-  size_t current = 0;
+  const Node *top = nullptr;          // of the current column
   for (const Node &node : graph.nodes) {
     if (node.kind != kind) continue;
     std::string &column = ids[node.column];
     column += concat(column.empty() ? "" : " -> ", quoted(node.id));
     // The rules of a long event go on at the top of the next column.
-    if (node.column > current) order += concat("  ", quoted(top->id), " -> ", quoted(node.id), " [style=invis];\n");
-    if (!top || node.column != current) top = &node;
-    current = node.column;
+    if (top && node.column > top->column)
+      order += concat("  ", quoted(top->id), " -> ", quoted(node.id), " [style=invis];\n");
+    if (!top || node.column != top->column) top = &node;
   }
   std::string text;
   for (const auto &[number, column] : ids)

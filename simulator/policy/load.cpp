@@ -141,7 +141,7 @@ std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
   file.index();
   if (sections.have_all_names) resolve(file, {}, diagnostics);
   if (!diagnostics.empty()) return std::nullopt;
-  return std::move(file);
+  return std::optional<PolicyFile>(std::move(sections.file));
 }
 
 }  // namespace simulator

@@ -12,8 +12,6 @@ namespace {
 constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();
 constexpr int64_t kHighest = std::numeric_limits<int64_t>::max();
 
-// A pattern may use this much memory, so that a small file cannot use a lot.
-constexpr int64_t kPatternMemory = 1 << 18;
 struct FilterKey {
   FilterKind kind;
   const yaml::Node *value;

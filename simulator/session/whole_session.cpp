@@ -128,19 +128,18 @@ void run_loaded_scenario(const Call &call, Reply &reply) {
 }
 
 void run_loaded_tests(const Call &call, Reply &reply) {
-  Session &session = call.session;
-  if (session.loaded_steps().tests.empty()) return fail(reply, "no loaded file has tests");
+  if (call.session.loaded_steps().tests.empty()) return fail(reply, "no loaded file has tests");
   std::optional<Report> report;
-  const bool good = session.with_steps({.tests = session.loaded_steps().tests}, reply.trouble, [&] {
+  const bool good = call.session.with_steps({.tests = call.session.loaded_steps().tests}, reply.trouble, [&] {
     // Tests may change the attributes of any target.
     std::list<KeptAttributes> kept;
-    for (const Target &target : session.file().targets) {
-      if (engine::Attributes *now = engine::attributes_of(session.repository().target_handle(target.name.value)))
+    for (const Target &target : call.session.file().targets) {
+      if (engine::Attributes *now = engine::attributes_of(call.session.repository().target_handle(target.name.value)))
         kept.emplace_back(*now);
     }
-    const std::vector<std::string> &files = session.file().more_paths;
+    const std::vector<std::string> &files = call.session.file().more_paths;
     const std::string name = files.size() == 1 ? files[0] : "all files";
-    report = report_on(session.file(), name, session.repository(), Colours::off);
+    report = report_on(call.session.file(), name, call.session.repository(), Colours::off);
   });
   if (!good) reply.status = Status::failed;
   if (!report) return;
