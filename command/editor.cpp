@@ -7,9 +7,8 @@
 #include <cstdio>
 #include <new>
 
-#include "simulator/text/text.h"
-
 #include "simulator/text/columns.h"
+#include "simulator/text/text.h"
 
 namespace command {
 
@@ -112,7 +111,11 @@ unsigned char Editor::complete_word(EditLine *line, int) {
     return el_insertstr(line, completion.insertion.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
   }
   if (completion.candidates.empty()) return CC_ERROR;
-  std::fputs(("\n" + simulator::in_columns(completion.candidates, columns_of_terminal())).c_str(), stdout);
+  std::vector<std::string> candidates;
+  for (const std::string &candidate : completion.candidates)
+    candidates.push_back(simulator::escape_control_characters(candidate));
+  const std::string shown = simulator::concat("\n", simulator::in_columns(candidates, columns_of_terminal()));
+  std::fputs(shown.c_str(), stdout);
   return CC_REDISPLAY;
 }
 

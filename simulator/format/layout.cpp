@@ -51,7 +51,7 @@ bool is_short(const Path &path) {
                      [&](std::string_view pattern) { return matches(path, pattern); });
 }
 
-// In characters, each of which may take several bytes.
+// In characters, not in bytes.
 size_t length_of(std::string_view text) {
   return static_cast<size_t>(
       std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) != 0x80; }));

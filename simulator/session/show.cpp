@@ -25,8 +25,11 @@ std::optional<PolicyFile> read(const Session &session, Complaints &complaints) {
 std::vector<Assignment> attributes_now(const Session &session, const Target &target) {
   const engine::Attributes *attributes = engine::attributes_of(session.repository().target_handle(target.name.value));
   std::vector<Assignment> assignments;
-  for (const engine::AttributeId attribute : attributes->present())
-    assignments.push_back({{engine::attribute_name(attribute), {}}, attributes->find(attribute)->text});
+  for (const engine::AttributeId attribute : attributes->present()) {
+    Assignment &assignment = assignments.emplace_back();
+    assignment.attribute.value = engine::attribute_name(attribute);
+    assignment.text = attributes->find(attribute)->text;
+  }
   std::sort(assignments.begin(), assignments.end(),
             [](const Assignment &a, const Assignment &b) { return a.attribute.value < b.attribute.value; });
   return assignments;

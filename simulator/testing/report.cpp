@@ -64,7 +64,7 @@ JunitCase junit_case(const PolicyFile &file, const TestOutcome &outcome) {
   const Failure &first = outcome.steps.back().failures[0];
   junit.result = JunitCase::Result::failed;
   junit.message = concat(first.what, ": expected ", first.expected, ", actual ", first.actual);
-  junit.details = "\n" + failure_text(file, outcome, Colours::off);
+  junit.details = concat("\n", failure_text(file, outcome, Colours::off));
   return junit;
 }
 

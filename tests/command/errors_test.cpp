@@ -1,6 +1,8 @@
 // What all commands do alike with bad files and bad values.
 #include <nlohmann/json.hpp>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -250,8 +252,8 @@ class Printed : public testing::Test {
     return result.out + result.err;
   }
 
-  const std::string path_ = testing::TempDir() + kEvil + "good\xff.yaml";
-  const std::string bad_path_ = testing::TempDir() + kEvil + "bad\xff.yaml";
+  const std::string path_ = testing::TempDir() + std::to_string(getpid()) + kEvil + "good\xff.yaml";
+  const std::string bad_path_ = testing::TempDir() + std::to_string(getpid()) + kEvil + "bad\xff.yaml";
 };
 
 void expect_harmless(const std::string &text, const std::string &of) {

@@ -323,7 +323,7 @@ TEST(Graph, RefusesWhatTheFileDoesNotHave) {
 
 // ---- Large graphs -----------------------------------------------------------------------------------------------------
 
-// A file with an event of that many rules, the second of which matches. Another event has a rule with the third
+// A file with an event of this number of rules; the second rule matches. Another event has a rule with the third
 // class-map.
 std::string with_rules(int rules) {
   std::string classes;

@@ -51,10 +51,10 @@ def check_failures(zar, source):
     suites = root.findall("testsuite")
     assert [suite.get("name") for suite in suites] == ["examples/broadband.yaml", FAILING, "/nowhere"]
     done = subprocess.run([zar, "test", FAILING, "--json"], cwd=source, capture_output=True)
-    told = json.loads(done.stdout)["files"][0]["tests"]
+    written = json.loads(done.stdout)["files"][0]["tests"]
     cases = suites[1].findall("testcase")
     assert [(case.get("name"), int(case.get("line")), case.find("failure") is None) for case in cases] == [
-        (test["name"], test["line"], test["passed"]) for test in told
+        (test["name"], test["line"], test["passed"]) for test in written
     ]
     failure = cases[1].find("failure")
     assert failure.get("message") == "rules: expected always, actual p/start/10", failure.attrib

@@ -10,7 +10,7 @@
 
 namespace test {
 
-// A file that exists as long as this object. 'name' tells apart the files of one test.
+// A file that exists as long as this object. 'name' distinguishes the files of one test.
 class ScratchFile {
  public:
   explicit ScratchFile(const std::string &text, const std::string &name = "policy.yaml")

@@ -3,11 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include <nlohmann/json.hpp>
 
@@ -453,8 +456,17 @@ TEST_F(InteractiveSession, StopsALoadThatNeverEndsOnCtrlC) {
   terminal.type("load " + pipe + "\n");
   // The command runs once it has opened the pipe, which waits for both ends.
   const int writer = open(pipe.c_str(), O_WRONLY);
-  terminal.type("\x03");
+  // One that comes between the opening and the reading has no effect, and a person would repeat it.
+  std::atomic<bool> stopped = false;
+  std::thread person([&] {
+    while (!stopped) {
+      terminal.type("\x03");
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+  });
   terminal.read_until("zar: interrupted; the session is as it was before\n");
+  stopped = true;
+  person.join();
   terminal.read_until(kPrompt);
   close(writer);
   terminal.type("show config\n");

@@ -350,7 +350,7 @@ TEST_F(ASession, IsTheSameAfterItsTests) {
 
 // ---- Interruption
 
-// A command that is interrupted after so many of its checks leaves the session as it was; if it comes to its end before,
+// A command that is interrupted at one of its checks leaves the session as it was; if it comes to its end before,
 // it can be undone.
 class Interrupting : public ASession, public testing::WithParamInterface<const char *> {
  protected:
