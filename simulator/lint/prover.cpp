@@ -71,10 +71,8 @@ Lit Prover::claim(const ClassMap &map) {
     const Lit part = claim(filter);
     parts.push_back(map.match == ClassMatch::none ? ~part : part);
   }
-  const Lit matches = map.match == ClassMatch::any ? define_any({.map = &map}, std::move(parts))
-                                                   : define_all({.map = &map}, std::move(parts));
-  maps_.emplace(&map, matches);
-  return matches;
+  if (map.match == ClassMatch::any) return maps_[&map] = define_any({.map = &map}, std::move(parts));
+  return maps_[&map] = define_all({.map = &map}, std::move(parts));
 }
 
 Lit Prover::claim(const Statement &statement) {
