@@ -143,7 +143,7 @@ class ExplainCommand final : public Command {
       object["reach"] = lint::json_of_reach(file, *rule, reach);
       print_json(std::cout, object);
     } else {
-      std::cout << lint::text_of_reach(file, *rule, reach);
+      std::cout << terminal::fitted(lint::text_of_reach(file, *rule, reach));
     }
     if (!reach.problems.empty()) return report_internal(reach.problems);
     if (reach.answer == lint::Answer::undecided) return kUndecided;

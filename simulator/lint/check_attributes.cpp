@@ -123,12 +123,13 @@ Likeness likeness(std::string_view a, std::string_view b) {
   if (std::max(a.size(), b.size()) < kShortest) return Likeness::none;
   if (spoken(a) == spoken(b)) return Likeness::slip;
   const Difference difference = difference_of(a, b);
-  const auto [in_a, in_b, at_an_end] = difference;
+  const std::string_view in_a = difference.a;
+  const std::string_view in_b = difference.b;
   const auto has_digit = [](std::string_view text) { return std::any_of(text.begin(), text.end(), is_digit); };
   if (has_digit(in_a) || has_digit(in_b)) return Likeness::none;
   const bool swapped = in_a.size() == 2 && in_b.size() == 2 && in_a[0] == in_b[1] && in_a[1] == in_b[0];
   if (swapped) return Likeness::slip;
-  if (in_a.size() + in_b.size() == 1) return at_an_end ? Likeness::some : Likeness::slip;
+  if (in_a.size() + in_b.size() == 1) return difference.at_an_end ? Likeness::some : Likeness::slip;
   return in_a.size() == 1 && in_b.size() == 1 ? Likeness::some : Likeness::none;
 }
 

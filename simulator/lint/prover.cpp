@@ -71,8 +71,13 @@ Lit Prover::claim(const ClassMap &map) {
     const Lit part = claim(filter);
     parts.push_back(map.match == ClassMatch::none ? ~part : part);
   }
-  if (map.match == ClassMatch::any) return maps_[&map] = define_any({.map = &map}, std::move(parts));
-  return maps_[&map] = define_all({.map = &map}, std::move(parts));
+  Lit &matches = maps_[&map];
+  if (map.match == ClassMatch::any) {
+    matches = define_any({.map = &map}, std::move(parts));
+  } else {
+    matches = define_all({.map = &map}, std::move(parts));
+  }
+  return matches;
 }
 
 Lit Prover::claim(const Statement &statement) {
