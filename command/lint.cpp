@@ -32,6 +32,12 @@ class LintCommand final : public Command {
   void declare(Options &options) override {
     options.required_arguments("FILE", paths_, "Policy files; - is standard input");
     options.flag("--strict", strict_, "Fail also if something was not decided");
+    const std::vector<std::string_view> kinds = lint::kind_names();
+    options.choices("--only", "KIND", only_, {kinds.begin(), kinds.end()},
+                    "Findings of this kind only; may be given several times");
+    options.choices("--except", "KIND", except_, {kinds.begin(), kinds.end()},
+                    "No findings of this kind; may be given several times");
+    options.exclude("--only", "--except");
     options.number("--effort", "SECONDS", effort_, kMostEffort, "Computing time for hard questions (10)");
     format_.declare(options);
     options.epilogue(
@@ -46,6 +52,7 @@ class LintCommand final : public Command {
         "Examples:\n"
         "  zar lint examples/broadband.yaml\n"
         "  zar lint policy.yaml --effort 60 --strict\n"
+        "  zar lint policy.yaml --except unused-class --except inactive-policy\n"
         "  zar lint policy.yaml --json\n"
         "  zar lint policies/*.yaml --format github");
   }
@@ -80,8 +87,22 @@ class LintCommand final : public Command {
     }
     lint::Findings findings = lint::find_all(*loaded.file, may_go_on);
     lint::apply(ignores, findings);
+    choose(findings);
     write(loaded, findings, output);
     return code_of(loaded.file->path, findings);
+  }
+
+  // What was not decided may be of any kind, and stays unless it is named.
+  bool is_wanted(const Finding &finding) const {
+    const auto is_in = [&](const std::vector<std::string> &kinds) {
+      return std::find(kinds.begin(), kinds.end(), lint::to_string(finding.kind)) != kinds.end();
+    };
+    return !is_in(except_) && (only_.empty() || is_in(only_) || finding.kind == lint::Kind::undecided);
+  }
+
+  void choose(lint::Findings &findings) const {
+    std::erase_if(findings.all, [&](const Finding &finding) { return !is_wanted(finding); });
+    std::erase_if(findings.ignored, [&](const lint::IgnoredFinding &ignored) { return !is_wanted(ignored.finding); });
   }
 
   void refuse(const Loaded &loaded, Output &output) const {
@@ -156,6 +177,8 @@ class LintCommand final : public Command {
 
   std::vector<std::string> paths_;
   bool strict_ = false;
+  std::vector<std::string> only_;
+  std::vector<std::string> except_;
   uint32_t effort_ = kDefaultEffort;
   FormatOption format_;
 };

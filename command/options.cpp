@@ -69,6 +69,12 @@ void Options::choice(const char *name, const char *type, std::string &value, std
   if (!value.empty()) option->capture_default_str();
 }
 
+void Options::choices(const char *name, const char *type, std::vector<std::string> &values,
+                      std::vector<std::string> words, const char *help) {
+  const CLI::Validator known = one_of(std::move(words)).description("");
+  command_.add_option(name, values, help)->type_name(type)->allow_extra_args(false)->check(known);
+}
+
 void Options::percentage(const char *name, uint32_t &value, const char *help) {
   command_.add_option(name, value, help)->type_name("PERCENT")->check(CLI::Validator(check_percentage, "0 to 100"));
 }

@@ -6,6 +6,7 @@
 
 namespace {
 
+using Json = nlohmann::json;
 using test::expect_golden;
 using test::Result;
 using test::run_zar;
@@ -279,6 +280,60 @@ TEST(Lint, DecidesTheSameQuestionWhereItIsSmall) {
   const Result result = run_zar({"lint", "-"}, parities(8));
   EXPECT_EQ(result.code, 1);
   EXPECT_NE(result.out.find("shadowed-rule: rule p/e/33, class-map c33, never runs"), std::string::npos) << result.out;
+}
+
+constexpr const char *kTwoKinds = R"(
+domains: {d: }
+class-maps:
+  never: {filters: [{attribute: a, present: true}, {attribute: a, present: true, no-match: true}]}
+  kept: {}  # zar: ignore unused-class: for later
+policy-maps: {p: {events: {}}, q: {events: {}}}
+targets: {t: {policies: [q]}}
+)";
+
+std::vector<std::string> kinds_found(const std::vector<std::string> &options) {
+  std::vector<std::string> line{"lint", "-", "--json"};
+  line.insert(line.end(), options.begin(), options.end());
+  const Json output = Json::parse(run_zar(line, kTwoKinds).out);
+  std::vector<std::string> kinds;
+  for (const Json &finding : output["findings"])
+    kinds.push_back(finding["kind"]);
+  for (const Json &ignored : output["ignored"])
+    kinds.push_back("ignored " + ignored["kind"].get<std::string>());
+  return kinds;
+}
+
+TEST(Lint, ShowsOnlyTheKindsThatAreWanted) {
+  using Kinds = std::vector<std::string>;
+  const Kinds all{"impossible-class", "unused-class", "inactive-policy", "ignored unused-class"};
+  EXPECT_EQ(kinds_found({}), all);
+  EXPECT_EQ(kinds_found({"--only", "inactive-policy"}), Kinds{"inactive-policy"});
+  EXPECT_EQ(kinds_found({"--only", "inactive-policy", "--only", "impossible-class"}),
+            (Kinds{"impossible-class", "inactive-policy"}));
+  EXPECT_EQ(kinds_found({"--except", "unused-class"}), (Kinds{"impossible-class", "inactive-policy"}));
+  EXPECT_EQ(kinds_found({"--only", "raise-loop"}), Kinds{});
+}
+
+TEST(Lint, FailsOnlyForTheKindsThatAreWanted) {
+  EXPECT_EQ(run_zar({"lint", "-", "--only", "inactive-policy"}, kTwoKinds).code, 1);
+  EXPECT_EQ(run_zar({"lint", "-", "--only", "raise-loop"}, kTwoKinds).code, 0);
+}
+
+TEST(Lint, ListsWhatWasNotDecidedUnlessItIsExcepted) {
+  const std::string undecided = "undecided: ";
+  const std::string hard = parities(60);
+  const auto lists_it = [&](const std::vector<std::string> &line) {
+    return run_zar(line, hard).out.find(undecided) != std::string::npos;
+  };
+  EXPECT_TRUE(lists_it({"lint", "-", "--effort", "0", "--only", "raise-loop"}));
+  EXPECT_FALSE(lists_it({"lint", "-", "--effort", "0", "--except", "undecided"}));
+}
+
+TEST(Lint, RefusesKindsThatItDoesNotKnow) {
+  const Result result = run_zar({"lint", "-", "--only", "raise-lop"}, kTwoKinds);
+  EXPECT_EQ(result.code, 2);
+  EXPECT_NE(result.err.find("did you mean 'raise-loop'?"), std::string::npos) << result.err;
+  EXPECT_EQ(run_zar({"lint", "-", "--only", "raise-loop", "--except", "raise-loop"}, kTwoKinds).code, 2);
 }
 
 TEST(Lint, RefusesEffortsThatAreNoNumbers) {

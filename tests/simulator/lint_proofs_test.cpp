@@ -16,7 +16,6 @@ using simulator::lint::Effort;
 using simulator::lint::Findings;
 using simulator::lint::Input;
 using simulator::lint::InputAnswer;
-using simulator::lint::Kind;
 using simulator::lint::Lit;
 using simulator::lint::matches;
 using simulator::lint::Prover;
