@@ -90,9 +90,9 @@ class DiffCommand final : public Command {
                          const std::optional<PolicyFile> &scenario, const std::optional<Replayed> &replayed) {
     const Colours colours = terminal::colours(terminal::Stream::out);
     for (const ObjectChange &change : changes)
-      std::cout << text_of_change(change, files, colours);
-    std::cout << diff::text_of_counts(count(changes));
-    if (replayed) std::cout << text_of_replay(*replayed, *scenario, files, colours);
+      std::cout << terminal::fitted(text_of_change(change, files, colours));
+    std::cout << terminal::fitted(diff::text_of_counts(count(changes)));
+    if (replayed) std::cout << terminal::fitted(text_of_replay(*replayed, *scenario, files, colours));
   }
 
   static void write_json(const Files &files, const std::vector<ObjectChange> &changes,

@@ -1,12 +1,12 @@
 #include "command/editor.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <new>
 
+#include "command/terminal.h"
 #include "simulator/text/columns.h"
 #include "simulator/text/text.h"
 
@@ -21,8 +21,8 @@ char *prompt(EditLine *) {
 
 size_t columns_of_terminal() {
   constexpr size_t kUsual = 80;
-  winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
+  const size_t width = terminal::width();
+  return width > 0 ? width : kUsual;
 }
 
 }  // namespace

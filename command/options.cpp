@@ -1,6 +1,7 @@
 #include "command/options.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include <CLI/CLI.hpp>
 
@@ -68,8 +69,26 @@ void Options::choice(const char *name, const char *type, std::string &value, std
   if (!value.empty()) option->capture_default_str();
 }
 
+void Options::choices(const char *name, const char *type, std::vector<std::string> &values,
+                      std::vector<std::string> words, const char *help) {
+  const CLI::Validator known = one_of(std::move(words)).description("");
+  command_.add_option(name, values, help)->type_name(type)->allow_extra_args(false)->check(known);
+}
+
 void Options::percentage(const char *name, uint32_t &value, const char *help) {
   command_.add_option(name, value, help)->type_name("PERCENT")->check(CLI::Validator(check_percentage, "0 to 100"));
+}
+
+void Options::number(const char *name, const char *type, uint32_t &value, uint32_t most, const char *help) {
+  // The parser itself would read leading zeros as an octal number.
+  const auto check = [most](const std::string &text) -> std::string {
+    uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool good = error == std::errc() && end == text.data() + text.size() && number <= most;
+    const bool has_zeros = text.size() > 1 && text[0] == '0';
+    return good && !has_zeros ? "" : concat("'", text, "' is no whole number from 0 to ", most);
+  };
+  command_.add_option(name, value, help)->type_name(type)->check(CLI::Validator(check, ""));
 }
 
 void Options::exclude(const char *one, const char *other) {

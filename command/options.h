@@ -31,7 +31,12 @@ class Options {
   // Accepts one of these words; for any other it suggests the word that was probably meant. The value of 'value' at the
   // call is the default.
   void choice(const char *name, const char *type, std::string &value, std::vector<std::string> words, const char *help);
+  // Accepts these words, several times. The help does not list them.
+  void choices(const char *name, const char *type, std::vector<std::string> &values, std::vector<std::string> words,
+               const char *help);
   void percentage(const char *name, uint32_t &value, const char *help);
+  // A whole number from 0 to 'most'.
+  void number(const char *name, const char *type, uint32_t &value, uint32_t most, const char *help);
   // At most one of the two may be given.
   void exclude(const char *one, const char *other);
 

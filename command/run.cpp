@@ -27,15 +27,6 @@ namespace command {
 
 namespace {
 
-void show_step(size_t number, const Step &step) {
-  std::cout << "[" << number << "] " << step.event.value << " at " << step.target.value << '\n';
-  for (const Name &attribute : step.clear)
-    std::cout << "  given: no " << attribute.value << '\n';
-  for (const Assignment &given : step.set) {
-    std::cout << "  given: " << given.attribute.value << " " << as_word(given.text) << '\n';
-  }
-}
-
 // A valid file, and the events to raise on it.
 struct Prepared {
   PolicyFile file;
@@ -212,8 +203,7 @@ class RunCommand final : public Command {
   bool write_text(const Prepared &prepared, const Repository &repository) const {
     const Colours colours = terminal::colours(terminal::Stream::out);
     const auto write = [&](size_t number, const Step &step, const EventExplanation &explanation) {
-      show_step(number, step);
-      std::cout << outline(explanation, prepared.file, colours);
+      std::cout << terminal::fitted(heading(number, step) + outline(explanation, prepared.file, colours));
       end_event();
     };
     const bool ended = raise_all(prepared, repository, write);

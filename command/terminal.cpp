@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "engine/engine.h"
+#include "simulator/text/wrap.h"
 
 namespace command::terminal {
 
@@ -54,6 +55,10 @@ size_t width() {
   if (!is_terminal(Stream::out)) return 0;
   const std::optional<int64_t> columns = engine::parse_number(variable("COLUMNS"));
   return columns && *columns > 0 ? static_cast<size_t>(*columns) : width_of_terminal();
+}
+
+std::string fitted(std::string_view text) {
+  return simulator::wrapped_lines(text, width());
 }
 
 simulator::Colours colours(Stream stream) {

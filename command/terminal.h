@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "simulator/text/tone.h"
@@ -25,6 +26,9 @@ simulator::Colours colours(Stream stream);
 // The columns to which lines for standard output are wrapped: COLUMNS of the environment if that is a number, else the
 // width of the terminal. 0, which is no limit, if the output does not go to a terminal or the width is unknown.
 size_t width();
+
+// 'text' for standard output, with its lines wrapped to this width.
+std::string fitted(std::string_view text);
 
 // The codes that move the cursor to the start of its line and clear the line.
 std::string_view line_eraser();

@@ -126,7 +126,7 @@ class TestCommand final : public Command {
       }
       all.passed += report->passed;
       all.failed += report->failed;
-      if (!json_) std::cout << report->text;
+      if (!json_) std::cout << terminal::fitted(report->text);
       all.json.push_back(std::move(report->json));
     }
     if (json_) {

@@ -89,6 +89,10 @@ _zar_from_file() {
   done
 }
 
+_zar_findings='shadowed-rule impossible-class unused-class unused-parameter-map inactive-policy
+  unraised-event unreachable-statement raise-loop similar-attributes ignored-denial
+  unreachable-action overruled-decision not-a-number unused-ignore undecided'
+
 _zar() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]} words=
   COMPREPLY=()
@@ -110,7 +114,11 @@ _zar() {
     --color) COMPREPLY=($(compgen -W 'auto always never' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage | --only | --policy) return ;;
+    --except | --only)
+      [[ $command == lint ]] && COMPREPLY=($(compgen -W "$_zar_findings" -- "$word"))
+      return
+      ;;
+    --event | --set | --clear | --min-coverage | --policy | --reach | --effort) return ;;
     --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
@@ -118,11 +126,11 @@ _zar() {
       check) words='--format --json' ;;
       config) words='--json' ;;
       diff) words='--replay --json' ;;
-      explain) words='--event --set --clear --level --json' ;;
+      explain) words='--event --set --clear --level --reach --effort --json' ;;
       fmt) words='--check --diff --json' ;;
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
-      lint) words='--format --json' ;;
+      lint) words='--strict --only --except --effort --format --json' ;;
       run) words='--event --set --with --summary --no-listings --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;

@@ -109,6 +109,15 @@ class Writer {
 
 }  // namespace
 
+std::string heading(size_t number, const Step &step) {
+  std::string text = concat("[", number, "] ", step.event.value, " at ", step.target.value, "\n");
+  for (const Name &attribute : step.clear)
+    text += concat("  given: no ", attribute.value, "\n");
+  for (const Assignment &given : step.set)
+    text += concat("  given: ", given.attribute.value, " ", as_word(given.text), "\n");
+  return text;
+}
+
 std::string outline(const EventExplanation &explanation, const PolicyFile &file, Colours colours) {
   return Writer(file, colours).run(explanation);
 }

@@ -8,6 +8,9 @@
 
 namespace simulator {
 
+// The event's number, event and target, and what the step gives; lines that end with a newline.
+std::string heading(size_t number, const Step &step);
+
 // Rules that did not match are left out; a policy-map without a matching rule is still shown. Every line is indented by
 // at least two. Empty for an event that could not be raised.
 // If a limit stopped the event, the last line is an error, and only a part of what it led to is shown.

@@ -41,19 +41,32 @@ std::string related_text(const Finding &finding) {
   return text;
 }
 
+const char *word_of(Level level) {
+  switch (level) {
+    case Level::error:
+      return "error";
+    case Level::warning:
+      return "warning";
+    case Level::note:
+      break;
+  }
+  return "notice";
+}
+
 std::string annotation(const Finding &finding) {
   const Place &place = finding.place;
   const std::string at = place.line == 0 ? "" : concat(",line=", place.line, ",col=", place.column);
-  return concat("::", finding.level == Level::error ? "error" : "warning", " file=", property(place.file), at,
-                ",title=", property(finding.rule), "::", escaped(full_message(finding) + related_text(finding)), "\n");
+  return concat("::", word_of(finding.level), " file=", property(place.file), at, ",title=", property(finding.rule),
+                "::", escaped(full_message(finding) + related_text(finding)), "\n");
 }
 
 }  // namespace
 
 std::string github_of(const Report &report) {
   std::string text;
-  for (const Finding &finding : report.findings)
-    text += annotation(finding);
+  for (const Finding &finding : report.findings) {
+    if (!finding.ignored_because) text += annotation(finding);
+  }
   for (const std::string &remark : report.remarks)
     text += concat("::notice::", escaped(remark), "\n");
   return text;

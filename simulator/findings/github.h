@@ -8,6 +8,7 @@
 namespace simulator::findings {
 
 // "::error file=NAME,line=L,col=C,title=RULE::MESSAGE", a line for each finding, and a notice for each remark.
+// A finding that a comment ignores has no line.
 std::string github_of(const Report &report);
 
 }  // namespace simulator::findings

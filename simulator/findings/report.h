@@ -3,12 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace simulator::findings {
 
-enum class Level : uint8_t { error, warning };
+enum class Level : uint8_t { error, warning, note };
 
 struct Place {
   std::string file{};   // its path
@@ -29,6 +30,7 @@ struct Finding {
   std::vector<std::string> notes{};  // further sentences: what was expected, an example
   Place place{};
   std::vector<Related> related{};
+  std::optional<std::string> ignored_because{};  // the reason that a comment of the file gives, if one ignores it
 };
 
 struct Report {

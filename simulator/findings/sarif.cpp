@@ -73,7 +73,26 @@ std::vector<std::string> rules_of(const Report &report) {
 }
 
 const char *word_of(Level level) {
-  return level == Level::error ? "error" : "warning";
+  switch (level) {
+    case Level::error:
+      return "error";
+    case Level::warning:
+      return "warning";
+    case Level::note:
+      break;
+  }
+  return "note";
+}
+
+// A log has this list at all of its results or at none.
+Json suppressions_of(const Finding &finding) {
+  Json suppressions = Json::array();
+  if (!finding.ignored_because) return suppressions;
+  Json suppression;
+  suppression["kind"] = "inSource";
+  suppression["justification"] = *finding.ignored_because;
+  suppressions.push_back(std::move(suppression));
+  return suppressions;
 }
 
 Json result_of(const Finding &finding, const std::vector<std::string> &rules) {
@@ -84,6 +103,7 @@ Json result_of(const Finding &finding, const std::vector<std::string> &rules) {
   result["message"] = message_of(full_message(finding));
   result["locations"] = Json::array({location_of(finding.place)});
   if (!finding.related.empty()) result["relatedLocations"] = related_locations_of(finding);
+  result["suppressions"] = suppressions_of(finding);
   return result;
 }
 

@@ -6,18 +6,12 @@
 
 namespace simulator::lint {
 
-namespace {
-
 std::string text_of_input(const Input &input) {
   if (input.empty()) return "whatever the attributes are";
   std::string text;
   for (const auto &[attribute, value] : input)
     text += concat(text.empty() ? "" : ", ", attribute, " is ", value ? as_word(*value) : "absent");
   return text;
-}
-
-std::string example_of(const Input &input) {
-  return "for example: " + text_of_input(input);
 }
 
 Json json_of_input(const Input &input) {
@@ -32,6 +26,23 @@ Json json_of_input(const Input &input) {
     }
   }
   return object;
+}
+
+Json json_of_reasons(const std::vector<Reason> &reasons) {
+  Json list = Json::array();
+  for (const Reason &reason : reasons) {
+    Json because;
+    because["what"] = reason.what;
+    add_position(because, reason.position);
+    list.push_back(std::move(because));
+  }
+  return list;
+}
+
+namespace {
+
+std::string example_of(const Input &input) {
+  return "for example: " + text_of_input(input);
 }
 
 }  // namespace
@@ -52,13 +63,20 @@ findings::Finding report_of_finding(const PolicyFile &file, const Finding &findi
   const auto place = [&](Position position) {
     return findings::Place{file.path_of(position), position.line, position.column};
   };
-  findings::Finding reported{.rule = to_string(finding.kind),
-                             .level = findings::Level::warning,
-                             .message = finding.message,
-                             .place = place(finding.position)};
+  findings::Finding reported{
+      .rule = to_string(finding.kind),
+      .level = finding.kind == Kind::undecided ? findings::Level::note : findings::Level::warning,
+      .message = finding.message,
+      .place = place(finding.position)};
   if (finding.input) reported.notes.push_back(example_of(*finding.input));
   for (const Reason &reason : finding.because)
     reported.related.push_back({place(reason.position), reason.what});
+  return reported;
+}
+
+findings::Finding report_of_ignored(const PolicyFile &file, const IgnoredFinding &ignored) {
+  findings::Finding reported = report_of_finding(file, ignored.finding);
+  reported.ignored_because = ignored.reason;
   return reported;
 }
 
@@ -67,14 +85,16 @@ Json json_of_finding(const Finding &finding) {
   object["kind"] = to_string(finding.kind);
   object["message"] = finding.message;
   add_position(object, finding.position);
-  object["because"] = Json::array();
-  for (const Reason &reason : finding.because) {
-    Json because;
-    because["what"] = reason.what;
-    add_position(because, reason.position);
-    object["because"].push_back(std::move(because));
-  }
+  object["because"] = json_of_reasons(finding.because);
   object["input"] = finding.input ? json_of_input(*finding.input) : Json(nullptr);
+  return object;
+}
+
+Json json_of_ignored(const IgnoredFinding &ignored) {
+  Json object = json_of_finding(ignored.finding);
+  object["reason"] = ignored.reason;
+  object["comment"] = Json::object();
+  add_position(object["comment"], ignored.comment);
   return object;
 }
 

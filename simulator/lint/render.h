@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "simulator/findings/report.h"
 #include "simulator/lint/findings.h"
@@ -17,5 +18,13 @@ std::string text_of_finding(const PolicyFile &file, const Source &source, const 
 Json json_of_finding(const Finding &finding);
 // In the form that the reports for other programs share.
 findings::Finding report_of_finding(const PolicyFile &file, const Finding &finding);
+findings::Finding report_of_ignored(const PolicyFile &file, const IgnoredFinding &ignored);
+// The same members, and the reason and place of the comment that ignores it.
+Json json_of_ignored(const IgnoredFinding &ignored);
+
+// Parts of findings, for others that show the like.
+std::string text_of_input(const Input &input);
+Json json_of_input(const Input &input);
+Json json_of_reasons(const std::vector<Reason> &reasons);
 
 }  // namespace simulator::lint

@@ -78,22 +78,13 @@ void compare_with_loaded(const Call &call, Reply &reply) {
 
 namespace {
 
-std::string heading_of(size_t number, const Step &step) {
-  std::string text = concat("[", number, "] ", step.event.value, " at ", step.target.value, "\n");
-  for (const Name &attribute : step.clear)
-    text += concat("  given: no ", attribute.value, "\n");
-  for (const Assignment &given : step.set)
-    text += concat("  given: ", given.attribute.value, " ", as_word(given.text), "\n");
-  return text;
-}
-
 std::string raise_all(const Session &session) {
   std::string text;
   Recorder recorder(session.file());
   size_t number = 0;
   for (const Step &step : session.file().scenario) {
     interruption::check();
-    text += heading_of(++number, step) + outline(recorder.raise(session.repository(), step), session.file());
+    text += heading(++number, step) + outline(recorder.raise(session.repository(), step), session.file());
   }
   return text;
 }

@@ -65,4 +65,20 @@ std::string wrapped(std::string_view line, size_t width, size_t indent) {
   return width == 0 ? std::string(line) : Wrapper(width, indent).run(line);
 }
 
+std::string wrapped_lines(std::string_view text, size_t width) {
+  constexpr size_t kDeeper = 4;
+  if (width == 0) return std::string(text);
+  std::string lines;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    const size_t indent = std::min(line.find_first_not_of(' '), line.size());
+    lines += wrapped(line, width, indent + kDeeper);
+    text.remove_prefix(line.size());
+    if (text.empty()) break;
+    lines += '\n';
+    text.remove_prefix(1);
+  }
+  return lines;
+}
+
 }  // namespace simulator

@@ -29,6 +29,7 @@ CASES = [
     (f"show {BROADBAND} policy aut\t", ["show", BROADBAND, "policy", "authorisation"]),
     (f"show {BROADBAND} parameter-map ser\t", ["show", BROADBAND, "parameter-map", "service-profiles"]),
     (f"show {GUESTS} target 00:53:00:aa:01:0\t1", ["show", GUESTS, "target", "00:53:00:aa:01:01"]),
+    (f"lint {BROADBAND} --except unused-c\t--except not\t", ["lint", BROADBAND, "--except", "unused-class", "--except", "not-a-number"]),
     # Nothing to offer, and nothing to say: no file, a file that is not good, a name in a file that is code.
     ("run nowhere.yaml --event st\t", ["run", "nowhere.yaml", "--event", "st"]),
     ("run README.md --event st\t", ["run", "README.md", "--event", "st"]),

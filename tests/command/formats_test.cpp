@@ -72,6 +72,27 @@ TEST(Annotations, ListTheOtherPlacesAndTheRemarks) {
             "::notice::more%0Ato come\n");
 }
 
+// Lint cannot follow Unicode properties.
+constexpr const char *kUndecidable = R"(
+domains: {d: }
+class-maps:
+  capitals: {filters: [{attribute: name, regex: '^\p{Lu}{2}$'}]}
+policy-maps: {p: {events: {e: {rules: [{number: 1, class: capitals, actions: []}]}}}}
+)";
+
+TEST(Annotations, OfWhatWasNotDecidedAreNotices) {
+  const Result result = run_zar({"lint", "-", "--format", "github"}, kUndecidable);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_TRUE(result.out.starts_with("::notice file=<stdin>,line=4,col=3,title=undecided::")) << result.out;
+}
+
+TEST(Annotations, LeaveOutWhatACommentIgnores) {
+  const Result result = run_zar({"lint", "-", "--format", "github"},
+                                "domains: {d: }\nclass-maps:\n  c: {}  # zar: ignore unused-class: later\n");
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.out + result.err, "");
+}
+
 TEST(Annotations, AreOneLineForEachFinding) {
   const std::string annotations = run_zar({"lint", kLint, "--format", "github"}).out;
   const auto json = nlohmann::json::parse(run_zar({"lint", kLint, "--json"}).out);
@@ -120,6 +141,30 @@ TEST(Sarif, HasTheReasonsAsRelatedPlaces) {
     because += finding["because"].size();
   EXPECT_EQ(related, because);
   EXPECT_GT(related, 0u);
+}
+
+TEST(Sarif, HasWhatWasNotDecidedAsANote) {
+  const Result result = run_zar({"lint", "-", "--format", "sarif"}, kUndecidable);
+  EXPECT_EQ(result.code, 0);
+  const auto log = nlohmann::json::parse(result.out);
+  ASSERT_EQ(log["runs"][0]["results"].size(), 1u);
+  EXPECT_EQ(log["runs"][0]["results"][0]["ruleId"], "undecided");
+  EXPECT_EQ(log["runs"][0]["results"][0]["level"], "note");
+}
+
+TEST(Sarif, SuppressesWhatACommentIgnores) {
+  const Result result =
+      run_zar({"lint", "-", "--format", "sarif"},
+              "domains: {d: }\nclass-maps:\n  c: {}  # zar: ignore unused-class: later\n  d: {}  # no reason\n");
+  EXPECT_EQ(result.code, 1);
+  const auto log = nlohmann::json::parse(result.out);
+  ASSERT_EQ(log["runs"][0]["results"].size(), 2u);
+  for (const auto &found : log["runs"][0]["results"]) {
+    const bool is_ignored = found["locations"][0]["physicalLocation"]["region"]["startLine"] == 3;
+    EXPECT_EQ(found["suppressions"], is_ignored
+                                         ? nlohmann::json::parse(R"([{"kind": "inSource", "justification": "later"}])")
+                                         : nlohmann::json::array());
+  }
 }
 
 TEST(Formats, KeepTheExitCodes) {

@@ -84,6 +84,19 @@ def of_zsh(path):
     return found
 
 
+def check_findings(zar, root):
+    """The manual page and the completions list the kinds of findings that lint knows."""
+    refused = subprocess.run([zar, "lint", "-", "--only", "?"], capture_output=True, text=True)
+    known = sorted(re.search(r"is none of ([a-z, -]+)", refused.stderr)[1].split(", "))
+    assert len(known) > 10, refused.stderr
+    manual = (root / "docs/man/zar.1.scd").read_text().split("kinds:\n")[1].split("\nLint considers")[0]
+    listed = {"docs/man/zar.1.scd": [word for line in re.findall(r"^\*.*$", manual, re.MULTILINE) for word in re.findall(r"\*([a-z-]+)\*", line)]}
+    for name, variable in (("zar.bash", "_zar_findings"), ("_zar", "local kinds")):
+        listed[name] = re.search(f"^{variable}='([^']+)'", (root / "share/completions" / name).read_text(), re.MULTILINE)[1].split()
+    for name, words in listed.items():
+        assert sorted(words) == known, f"{name} lists {sorted(words)}, lint knows {known}"
+
+
 def check_readme(root, commands):
     """The table lists every command but help, and the sample is a part of the command's output."""
     text = (root / "README.md").read_text()
@@ -109,6 +122,7 @@ def main():
         for command in sorted(helped.keys() | found.keys()):
             expected, there = helped.get(command), found.get(command)
             assert there == expected, f"{name}, 'zar {command}': {there}, --help says {expected}"
+    check_findings(zar, root)
     check_readme(root, helped.keys() - {""})
     print(f"{len(helped) - 1} sub-commands with {sum(map(len, helped.values()))} options in four places")
 

@@ -10,6 +10,7 @@ import sys
 import jsonschema
 
 PATHS = "tests/command/policies/paths.yaml"
+LINT = "tests/command/policies/lint.yaml"
 EXAMPLES = ["broadband", "guest-network", "interface-qos"]
 
 # The command lines to try for each sub-command, each with its exit code and, if needed, its standard input.
@@ -42,7 +43,9 @@ CASES = {
         for level in ("decision", "rules", "filters")
     ]
     + [(1, [PATHS, "--event", event, "--level", level]) for event in ("loop@t", "loop@*") for level in ("decision", "filters")]
-    + [(0, [PATHS, "--event", "apply@t", "--set", "age=\u00e4\u202e"]), (65, ["README.md", "--event", "e@t"])],
+    + [(0, [PATHS, "--event", "apply@t", "--set", "age=\u00e4\u202e"]), (65, ["README.md", "--event", "e@t"])]
+    + [(0, [LINT, "--reach", "p/ages/2"]), (1, [LINT, "--reach", "p/ages/3"]), (1, [LINT, "--reach", "p/never/1"])]
+    + [(65, ["README.md", "--reach", "p/e/1"])],
     "show": [
         (0, ["examples/broadband.yaml"]),
         (0, ["examples/guest-network.yaml", "policy", "guest-login"]),
@@ -92,7 +95,9 @@ CASES = {
          "create target t {client: access, policies: [p]}\nraise e@t\nshow target t\nload nothing\n"),
     ],
     "lint": [
-        (1, ["tests/command/policies/lint.yaml"]),
+        (1, [LINT]),
+        (1, ["tests/command/policies/lint-actions.yaml"]),
+        (1, ["tests/command/policies/lint-ignore.yaml"]),
         (1, ["examples/broadband.yaml"]),
         (0, ["examples/guest-network.yaml"]),
         (65, ["README.md"]),

@@ -11,6 +11,7 @@ import urllib.parse
 import jsonschema
 
 LINT = "tests/command/policies/lint.yaml"
+IGNORE = "tests/command/policies/lint-ignore.yaml"
 
 # Command lines, each with its exit code and its standard input.
 CASES = [
@@ -20,6 +21,7 @@ CASES = [
     (65, ["check", "-"], b"clients: {" + b", ".join(b"'%d!': " % number for number in range(150)) + b"}\n"),
     (0, ["lint", "examples/guest-network.yaml"], b""),
     (1, ["lint", LINT], b""),
+    (1, ["lint", IGNORE, LINT], b""),
     (65, ["lint", LINT, "examples/broadband.yaml", "README.md"], b""),
 ]
 
@@ -38,7 +40,7 @@ def places_of_json(command, found):
             yield file["file"], error["line"], error["column"]
     if command == "lint":
         for file in found.get("files", [found] if "findings" in found else []):
-            for finding in file["findings"]:
+            for finding in file["findings"] + file["ignored"]:
                 yield file["file"], finding["line"], finding["column"]
 
 
@@ -58,23 +60,37 @@ def check_rules(log):
     assert used == set(rules) and len(used) == len(rules), rules
 
 
+def check_suppressions(log, files):
+    """The results that a comment ignores, and no others, are suppressed for the reason that it gives."""
+    reasons = [
+        suppression["justification"]
+        for result in log["runs"][0]["results"]
+        for suppression in result["suppressions"]
+    ]
+    assert reasons == [ignored["reason"] for file in files for ignored in file["ignored"]], reasons
+    return len(reasons)
+
+
 def main():
     zar, source = sys.argv[1:]
     schema = json.loads((pathlib.Path(__file__).parent / "sarif.json").read_text())
     jsonschema.Draft7Validator.check_schema(schema)
     validator = jsonschema.Draft7Validator(schema)
-    results = 0
+    results = suppressed = 0
     for code, line, given in CASES:
         status, log = run(zar, source, [*line, "--format", "sarif"], given)
         assert status == code, f"{line}: exit code {status}"
         validator.validate(log)
         check_rules(log)
         _, found = run(zar, source, [*line, "--format", "json"], given)
+        if line[0] == "lint":
+            suppressed += check_suppressions(log, found.get("files", [found] if "findings" in found else []))
         assert sorted(places_of_sarif(log), key=str) == sorted(places_of_json(line[0], found), key=str), line
         results += len(log["runs"][0]["results"])
         more = any(file.get("more_errors") for file in found.get("files", []))
         assert more == ("toolExecutionNotifications" in log["runs"][0]["invocations"][0]), line
     assert results > 100, results
+    assert suppressed > 0
     print(f"{results} results of {len(CASES)} logs are as SARIF says")
 
 

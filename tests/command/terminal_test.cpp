@@ -95,11 +95,14 @@ std::string without_layout(const std::string &text) {
   return rest;
 }
 
+const std::string kOld = "tests/command/policies/diff-old.yaml";
+const std::string kNew = "tests/command/policies/diff-new.yaml";
+
 class Narrow : public test::AtATerminal, public testing::WithParamInterface<std::vector<std::string>> {};
 
 TEST_P(Narrow, TerminalsGetShorterLines) {
   const std::string plain = run_zar(GetParam()).out;
-  EXPECT_GT(longest_line(plain), 80u) << "nothing to wrap";
+  EXPECT_GT(longest_line(plain), 60u) << "nothing to wrap";
   for (const uint16_t columns : std::initializer_list<uint16_t>{40, 60, 80}) {
     const std::string narrow = shown(GetParam(), {.columns = columns});
     EXPECT_LE(longest_line(narrow), columns) << narrow;
@@ -111,11 +114,16 @@ TEST_P(Narrow, TerminalsGetShorterLines) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, Narrow,
-    testing::Values(std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@line-0103",
-                                             "--level", "filters"},
-                    std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@*"},
-                    std::vector<std::string>{"run", "examples/broadband.yaml", "--summary"}),
-    [](const auto &parameter) { return parameter.param[0] + std::to_string(parameter.param.size()); });
+    testing::Values(
+        std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@line-0103", "--level",
+                                 "filters"},
+        std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@*"},
+        std::vector<std::string>{"run", "examples/broadband.yaml", "--summary"},
+        std::vector<std::string>{"run", "examples/broadband.yaml", "--no-listings", "--event", "session-start@*"},
+        std::vector<std::string>{"explain", "examples/broadband.yaml", "--reach", "service/session-start/20"},
+        std::vector<std::string>{"test", "tests/command/policies/failing.yaml"},
+        std::vector<std::string>{"diff", kOld, kNew, "--replay", kOld}),
+    [](const auto &parameter) { return parameter.param[0] + std::to_string(parameter.index); });
 
 class Wrapped : public test::AtATerminal {};
 

@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "f", "--event"}, "zar: --event needs a value: NAME@TARGET\nRun zar run --help for help.\n"},
         Wrong{{"run", "f", "--trace", "error", "--trace", "info"},
               "zar: --trace is given 2 times, not once\nRun zar run --help for help.\n"},
-        Wrong{{"explain", "f"}, "zar: --event is required\nRun zar explain --help for help.\n"},
+        Wrong{{"explain", "f"}, "zar: --event or --reach is required\nRun zar explain --help for help.\n"},
         Wrong{{"check", "f", "--format", "xml"},
               "zar: --format: 'xml' is none of text, json, sarif, github\nRun zar check --help for help.\n"},
         Wrong{{"lint", "f", "--json", "--format", "text"},

@@ -154,6 +154,12 @@ TEST(Wrapping, BreaksWordsThatFitNoLine) {
   EXPECT_EQ(simulator::wrapped("abc", 1, 9), "a\nb\nc") << "the indent leaves room for a character";
 }
 
+TEST(Wrapping, IndentsWhatFollowsDeeperThanItsLine) {
+  EXPECT_EQ(simulator::wrapped_lines("one two\n  three four\n", 0), "one two\n  three four\n");
+  EXPECT_EQ(simulator::wrapped_lines("one two\n  three four\n\nlast", 9), "one two\n  three\n    four\n\nlast");
+  EXPECT_EQ(simulator::wrapped_lines("", 9), "");
+}
+
 TEST(Wrapping, CountsWhatIsSeen) {
   EXPECT_EQ(simulator::columns_of("gr\xc3\xbc\xc3\x9f"), 4u);
   EXPECT_EQ(simulator::columns_of("\x1b[1;31mdeny\x1b[0m"), 4u);

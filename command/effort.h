@@ -1,0 +1,16 @@
+// The clock for searches that may take long: the simulator only asks whether it may go on.
+#pragma once
+
+#include <cstdint>
+
+#include "simulator/lint/effort.h"
+
+namespace command {
+
+inline constexpr uint32_t kDefaultEffort = 10;  // seconds
+inline constexpr uint32_t kMostEffort = 86'400;
+
+// Yes, for this many seconds of computing time from now.
+simulator::lint::MayGoOn for_seconds(uint32_t seconds);
+
+}  // namespace command
