@@ -20,6 +20,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 include(CTest)
 add_library(zar SHARED core/toy.cpp)
+target_include_directories(zar PRIVATE include)
 if(BUILD_TESTING)
   find_package(GTest REQUIRED)
   include(GoogleTest)
@@ -28,7 +29,8 @@ if(BUILD_TESTING)
   gtest_discover_tests(core_toy PROPERTIES LABELS core)
 endif()
 ''',
-    'core/toy.cpp': '''
+    'include/zar/toy.h': '#pragma once\n',
+    'core/toy.cpp': '''#include "zar/toy.h"
 bool zar_is_missing(const char *text) {
   return text == nullptr;
 }
@@ -149,10 +151,20 @@ def accepts_survivors_that_are_explained(toy):
     expect(status != 0 and 'it does not survive: core/toy.cpp ¦ --n;' in output, 'an entry that is noticed', output)
 
 
-def mixes_nothing_in_from_other_sources(toy):
-    toy.write('core/toy.cpp', FILES['core/toy.cpp'] + '\n')
+def keeps_verdicts_when_something_else_changes(toy):
+    toy.write('tests/mutation/equivalent.txt', LIST)
+    toy.write('include/zar/unused.h', '#pragma once\n')
+    toy.write('CMakeLists.txt', FILES['CMakeLists.txt'] + '# More to install.\n')
     status, output = toy.run('--status')
-    expect(status != 0 and '9 are left' in output, 'all mutants of other sources to be left', output)
+    expect(status == 0 and '100.0 of 100' in output, 'that all verdicts still hold', output)
+
+
+def mixes_nothing_in_from_other_sources(toy):
+    for name in ('core/toy.cpp', 'include/zar/toy.h'):
+        toy.write(name, FILES[name] + '\n')
+        status, output = toy.run('--status')
+        expect(status != 0 and '9 are left' in output, f'all mutants to be left when {name} changes', output)
+        toy.write(name, FILES[name])
 
 
 def refuses_tests_that_fail_anyway(toy):
@@ -165,7 +177,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         toy = Toy(folder, sys.argv[1])
         for check in (refuses_when_nothing_was_tried, goes_on_where_it_was_stopped, accepts_survivors_that_are_explained,
-                      mixes_nothing_in_from_other_sources, refuses_tests_that_fail_anyway):
+                      keeps_verdicts_when_something_else_changes, mixes_nothing_in_from_other_sources,
+                      refuses_tests_that_fail_anyway):
             check(toy)
             print(check.__name__.replace('_', ' '))
 
