@@ -71,7 +71,8 @@ void Options::choice(const char *name, const char *type, std::string &value, std
 
 void Options::choices(const char *name, const char *type, std::vector<std::string> &values,
                       std::vector<std::string> words, const char *help) {
-  const CLI::Validator known = one_of(std::move(words)).description("");
+  CLI::Validator known = one_of(std::move(words));
+  known.description("");
   command_.add_option(name, values, help)->type_name(type)->allow_extra_args(false)->check(known);
 }
 

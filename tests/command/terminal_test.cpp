@@ -112,18 +112,19 @@ TEST_P(Narrow, TerminalsGetShorterLines) {
   EXPECT_EQ(without_colours(shown(GetParam(), {.environment = {"COLUMNS=wide"}})), plain);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, Narrow,
-    testing::Values(
-        std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@line-0103", "--level",
-                                 "filters"},
-        std::vector<std::string>{"explain", "examples/broadband.yaml", "--event", "session-start@*"},
-        std::vector<std::string>{"run", "examples/broadband.yaml", "--summary"},
-        std::vector<std::string>{"run", "examples/broadband.yaml", "--no-listings", "--event", "session-start@*"},
-        std::vector<std::string>{"explain", "examples/broadband.yaml", "--reach", "service/session-start/20"},
-        std::vector<std::string>{"test", "tests/command/policies/failing.yaml"},
-        std::vector<std::string>{"diff", kOld, kNew, "--replay", kOld}),
-    [](const auto &parameter) { return parameter.param[0] + std::to_string(parameter.index); });
+INSTANTIATE_TEST_SUITE_P(All, Narrow,
+                         testing::Values(std::vector<std::string>{"explain", "examples/broadband.yaml", "--event",
+                                                                  "session-start@line-0103", "--level", "filters"},
+                                         std::vector<std::string>{"explain", "examples/broadband.yaml", "--event",
+                                                                  "session-start@*"},
+                                         std::vector<std::string>{"run", "examples/broadband.yaml", "--summary"},
+                                         std::vector<std::string>{"run", "examples/broadband.yaml", "--no-listings",
+                                                                  "--event", "session-start@*"},
+                                         std::vector<std::string>{"explain", "examples/broadband.yaml", "--reach",
+                                                                  "service/session-start/20"},
+                                         std::vector<std::string>{"test", "tests/command/policies/failing.yaml"},
+                                         std::vector<std::string>{"diff", kOld, kNew, "--replay", kOld}),
+                         [](const auto &parameter) { return parameter.param[0] + std::to_string(parameter.index); });
 
 class Wrapped : public test::AtATerminal {};
 
