@@ -1,7 +1,7 @@
 'use strict';
 document.documentElement.classList.add('with-script');
 
-// ---- Links lead into folded parts ----
+// ---- Links lead into folded parts, also in browsers that do not unfold these by themselves ----
 
 function unfold(element) {
   for (let part = element; part; part = part.parentElement) {
