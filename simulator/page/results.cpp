@@ -155,7 +155,8 @@ Html tests_section(const Contents &contents) {
     const bool passed = test.result == JunitCase::Result::passed;
     const Html word = element("strong", {{"class", passed ? "permit" : "deny"}}, text(passed ? "passed" : "failed"));
     const Html result =
-        passed ? word : foldable(Fold::closed, {}, join({word, text(concat(": ", test.message))}), printed(test.details));
+        passed ? word
+               : foldable(Fold::closed, {}, join({word, text(concat(": ", test.message))}), printed(test.details));
     table.add_row({row_heading(text(test.name)), cell(result),
                    cell(element("span", {{"class", "place"}}, text(concat(test.path, ":", test.line))))});
   }
