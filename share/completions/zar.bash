@@ -103,7 +103,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain fmt graph help lint run schema shell show test --help --version --color -h'
+    words='check config diff explain fmt graph help lint report run schema shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -119,7 +119,7 @@ _zar() {
       return
       ;;
     --event | --set | --clear | --min-coverage | --policy | --reach | --effort) return ;;
-    --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+    --svg | --png | -o | --output) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -131,6 +131,7 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--strict --only --except --effort --format --json' ;;
+      report) words='--against -o --output --no-graph --effort --json' ;;
       run) words='--event --set --with --summary --no-listings --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
@@ -143,7 +144,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint report run schema shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in

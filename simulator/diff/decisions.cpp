@@ -2,8 +2,6 @@
 
 namespace simulator::diff {
 
-namespace {
-
 std::vector<std::string> aspects_of(const Decided &before, const Decided &after) {
   if (before.impossible != after.impossible) return {kAspects[0]};
   std::vector<std::string> aspects;
@@ -13,8 +11,6 @@ std::vector<std::string> aspects_of(const Decided &before, const Decided &after)
   if (before.rules != after.rules) aspects.push_back(kAspects[4]);
   return aspects;
 }
-
-}  // namespace
 
 std::optional<Replayed> compare_replays(const Files &files, const Renames &renames, const std::vector<Step> &steps,
                                         Complaints &problems) {

@@ -17,6 +17,9 @@ struct Files {
 // The parts of a decision that can differ, in the order of the report.
 inline constexpr const char *kAspects[] = {"possible", "verdict", "attributes", "log", "rules"};
 
+// Those in which two results differ.
+std::vector<std::string> aspects_of(const Decided &before, const Decided &after);
+
 struct DifferentEvent {
   size_t number;  // in the scenario, from 0
   std::vector<std::string> aspects;

@@ -93,12 +93,22 @@ std::optional<std::vector<Decided>> replay(const Side &side, const std::vector<S
   return Player(side).play(steps, keep, problems) ? std::optional(std::move(decided)) : std::nullopt;
 }
 
+std::optional<std::vector<ReplayedStep>> replayed_at(const Side &side, const std::vector<Step> &steps,
+                                                     const std::set<size_t> &numbers, Complaints &problems) {
+  std::vector<ReplayedStep> kept;
+  if (numbers.empty()) return kept;
+  size_t number = 0;
+  const auto keep = [&](ReplayedStep replayed) {
+    if (numbers.contains(number++)) kept.push_back(std::move(replayed));
+  };
+  const bool good = Player(side).play(std::span(steps).first(*numbers.rbegin() + 1), keep, problems);
+  return good ? std::optional(std::move(kept)) : std::nullopt;
+}
+
 std::optional<ReplayedStep> replay_to(const Side &side, const std::vector<Step> &steps, size_t number,
                                       Complaints &problems) {
-  std::optional<ReplayedStep> last;
-  const auto keep = [&](ReplayedStep replayed) { last = std::move(replayed); };
-  const bool good = Player(side).play(std::span(steps).first(number + 1), keep, problems);
-  return good ? std::move(last) : std::nullopt;
+  std::optional<std::vector<ReplayedStep>> kept = replayed_at(side, steps, {number}, problems);
+  return kept ? std::optional(std::move(kept->front())) : std::nullopt;
 }
 
 }  // namespace simulator::diff

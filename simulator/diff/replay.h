@@ -3,6 +3,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,9 @@ struct ReplayedStep {
   std::string impossible{};        // why the event could not be raised; all else is then empty
   EventExplanation explanation{};  // valid as long as the file
 };
+// The results of the steps at these numbers (from 0), each after all steps before it.
+std::optional<std::vector<ReplayedStep>> replayed_at(const Side &side, const std::vector<Step> &steps,
+                                                     const std::set<size_t> &numbers, Complaints &problems);
 // The result of the step at 'number' (from 0), after all steps before it.
 std::optional<ReplayedStep> replay_to(const Side &side, const std::vector<Step> &steps, size_t number,
                                       Complaints &problems);

@@ -342,6 +342,13 @@ std::string rule_name(const PolicyMap &policy, const EventRules &event, const Ru
   return concat(policy.name.value, "/", event.event.value, "/", rule.number);
 }
 
+std::string policies_text(const Target &target) {
+  std::vector<std::string_view> names;
+  for (const Name &policy : target.policies)
+    names.push_back(policy.value);
+  return comma_separated(names);
+}
+
 std::string to_string(const Filter &filter) {
   std::string front = concat(filter.attribute.value, " ", to_string(filter.kind));
   switch (filter.kind) {

@@ -295,6 +295,9 @@ const char *to_string(Execute execute);
 // The name of a rule: "POLICY/EVENT/NUMBER".
 std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);
 
+// The names of the policy-maps of a target, in their order: "authorisation, service".
+std::string policies_text(const Target &target);
+
 // A filter and an action in one line, as in listings and messages.
 std::string to_string(const Filter &filter);
 std::string to_string(const Action &action);

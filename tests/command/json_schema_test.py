@@ -84,6 +84,12 @@ CASES = {
     ],
     "graph": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
     + [(0, ["tests/command/policies/config.yaml"]), (0, [PATHS]), (65, ["examples"])],
+    "report": [
+        (0, ["examples/broadband.yaml", "-o", "/dev/null"]),
+        (0, ["examples/broadband.yaml", "--against", "examples/guest-network.yaml", "-o", "/dev/null"]),
+        (0, ["-", "--against", "examples/guest-network.yaml", "-o", "/dev/null"], "{}\n"),
+        (65, ["README.md", "--against", "/nowhere", "-o", "/dev/null"]),
+    ],
     "schema": [(0, [])],
     "shell": [
         (65, ["README.md"], "show\n"),
