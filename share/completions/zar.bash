@@ -111,7 +111,7 @@ _zar() {
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
     --event | --set | --clear | --min-coverage | --only | --policy | --reach | --effort) return ;;
-    --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+    --svg | --png | --events) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -123,7 +123,7 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--strict --effort --format --json' ;;
-      run) words='--event --set --with --summary --no-listings --trace --json' ;;
+      run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --strict' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
       show) words='--listing --json' ;;

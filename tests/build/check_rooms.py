@@ -11,7 +11,7 @@ import subprocess
 import sys
 
 # From the bottom up: a room may include itself and those before it.
-ROOMS = ["text", "policy", "format", "findings", "repository", "explanation", "inventory", "lint", "graph", "diff", "testing",
+ROOMS = ["text", "policy", "format", "findings", "repository", "explanation", "stream", "inventory", "lint", "graph", "diff", "testing",
          "session"]
 
 # What brings a stream of the process, or the means to end it or look around in it.

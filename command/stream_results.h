@@ -1,0 +1,43 @@
+// Where the results of a stream go, line by line in the order of the input: standard output, the messages about bad
+// lines, the counts.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+#include "command/progress.h"
+#include "simulator/stream/totals.h"
+
+namespace command {
+
+class StreamResults {
+ public:
+  // 'input' is the name of the stream in messages.
+  StreamResults(std::string input, const simulator::stream::Rules &rules, bool strict);
+
+  // Adds a line with the output that it causes and, if it is bad, what is wrong with it. False: the stream ends here,
+  // because of a bad line or because standard output takes no more.
+  bool add(size_t line, const simulator::stream::Counted &counted, std::string_view output, std::string_view error);
+  // Writes what is not written yet. Call it before waiting for input: readers of a live stream see each result at once.
+  void flush();
+  // Reports what is wrong with the input as a whole.
+  void report_input(std::string_view error);
+
+  // Writes the summary to standard error. Returns the exit code.
+  int finish();
+
+ private:
+  void report(size_t line, std::string_view error);
+
+  std::string input_;
+  const simulator::stream::Rules *rules_;
+  bool strict_;
+  simulator::stream::Totals totals_;
+  Progress progress_;
+  std::string waiting_;  // for standard output
+  bool input_failed_ = false;
+  std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace command
