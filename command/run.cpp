@@ -89,7 +89,9 @@ class RunCommand final : public Command {
     options.flag("--jsonl", stream_.jsonl, "With --events: write a JSON object for each event, one in a line");
     options.flag("--no-results", stream_.no_results, "With --events: write only the summary of the stream");
     options.flag("--strict", stream_.strict, "With --events: end at the first bad line");
-    for (const char *option : {"--jsonl", "--no-results", "--strict"})
+    options.number("--jobs", "N", stream_.jobs, kMostJobs,
+                   "With --events: share the targets among N processes; 0 is one for each processor");
+    for (const char *option : {"--jsonl", "--no-results", "--strict", "--jobs"})
       options.need(option, "--events");
     for (const char *option : {"--event", "--set", "--with", "--summary", "--no-listings", "--json"})
       options.exclude("--events", option);

@@ -23,8 +23,8 @@ constexpr size_t kMostReported = Diagnostics::kMostShown;
 std::string rate_text(size_t events, std::chrono::steady_clock::duration taken) {
   const double seconds = std::max(std::chrono::duration<double>(taken).count(), 1e-6);
   const auto tenths = static_cast<size_t>(seconds * 10 + 0.5);
-  return concat("took ", tenths / 10, ".", tenths % 10, " s: ",
-                static_cast<size_t>(static_cast<double>(events) / seconds), " events a second\n");
+  return concat("took ", tenths / 10, ".", tenths % 10,
+                " s: ", static_cast<size_t>(static_cast<double>(events) / seconds), " events a second\n");
 }
 
 }  // namespace
@@ -32,13 +32,13 @@ std::string rate_text(size_t events, std::chrono::steady_clock::duration taken) 
 StreamResults::StreamResults(std::string input, const stream::Rules &rules, bool strict)
     : input_(std::move(input)), rules_(&rules), strict_(strict), totals_(rules.size()) {}
 
-bool StreamResults::add(size_t line, const stream::Counted &counted, std::string_view output, std::string_view error) {
-  totals_.count(counted);
-  waiting_ += output;
+bool StreamResults::add(const Reply &reply) {
+  totals_.count(reply.counted);
+  waiting_ += reply.output;
   if (waiting_.size() >= kMostWaiting) flush();
-  if (!error.empty()) report(line, error);
+  if (!reply.error.empty()) report(reply.line, reply.error);
   progress_.step();
-  return std::cout && (error.empty() || !strict_);
+  return std::cout && (reply.error.empty() || !strict_);
 }
 
 void StreamResults::flush() {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "command/frames.h"
 #include "command/progress.h"
 #include "simulator/stream/totals.h"
 
@@ -18,7 +19,7 @@ class StreamResults {
 
   // Adds a line with the output that it causes and, if it is bad, what is wrong with it. False: the stream ends here,
   // because of a bad line or because standard output takes no more.
-  bool add(size_t line, const simulator::stream::Counted &counted, std::string_view output, std::string_view error);
+  bool add(const Reply &reply);
   // Writes what is not written yet. Call it before waiting for input: readers of a live stream see each result at once.
   void flush();
   // Reports what is wrong with the input as a whole.

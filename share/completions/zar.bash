@@ -110,7 +110,7 @@ _zar() {
     --color) COMPREPLY=($(compgen -W 'auto always never' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage | --only | --policy | --reach | --effort) return ;;
+    --event | --set | --clear | --jobs | --min-coverage | --only | --policy | --reach | --effort) return ;;
     --svg | --png | --events) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
@@ -123,7 +123,7 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--strict --effort --format --json' ;;
-      run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --strict' ;;
+      run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --jobs --strict' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
       show) words='--listing --json' ;;

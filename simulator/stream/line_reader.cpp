@@ -201,8 +201,7 @@ std::string_view LineReader::digits_of(long long number) {
 // Every key belongs to one kind of line.
 bool LineReader::check_keys() {
   static const unsigned kOfEvent = bit(Key::event) | bit(Key::target) | bit(Key::set) | bit(Key::clear);
-  static const unsigned kOfAdding =
-      bit(Key::add_target) | bit(Key::attributes) | bit(Key::policies) | bit(Key::client);
+  static const unsigned kOfAdding = bit(Key::add_target) | bit(Key::attributes) | bit(Key::policies) | bit(Key::client);
   static const unsigned kOfDeleting = bit(Key::delete_target);
 
   if (has(Key::event) && (seen_ & ~kOfEvent) == 0) {
@@ -217,8 +216,8 @@ bool LineReader::check_keys() {
   if ((seen_ & kinds) == 0) return refuse(concat("the line says nothing: expected ", keys_text(kinds)));
   const unsigned keys = has(Key::event) ? kOfEvent : has(Key::add_target) ? kOfAdding : kOfDeleting;
   const std::string_view first = has(Key::event) ? kKeys[0] : has(Key::add_target) ? "add-target" : "delete-target";
-  return refuse(concat("a line with '", first, "' cannot have ", keys_text(seen_ & ~keys), ": expected only ",
-                       keys_text(keys)));
+  return refuse(
+      concat("a line with '", first, "' cannot have ", keys_text(seen_ & ~keys), ": expected only ", keys_text(keys)));
 }
 
 bool LineReader::refuse(std::string what) {

@@ -9,8 +9,9 @@
 namespace simulator::stream {
 
 struct Line {
-  size_t number = 0;        // from 1
-  std::string_view text{};  // without its end; empty if the line is too long. kPadding more bytes can be read behind it.
+  size_t number = 0;  // from 1
+  std::string_view
+      text{};  // without its end; empty if the line is too long. kPadding more bytes can be read behind it.
   bool too_long = false;
 };
 

@@ -89,8 +89,7 @@ void Player::check_values(const std::vector<Given> &values) {
     if (std::exchange(last_given_[attribute], checks_) == checks_)
       throw Bad{concat("duplicate name '", value.attribute, "': expected each attribute once")};
     if (const std::optional<BadValue> bad = check_value(value.text)) {
-      throw Bad{
-          concat("the attribute '", value.attribute, "' cannot have ", bad->what, ": expected ", bad->expected)};
+      throw Bad{concat("the attribute '", value.attribute, "' cannot have ", bad->what, ": expected ", bad->expected)};
     }
     given_.push_back(attribute);
   }
@@ -153,7 +152,8 @@ void Player::check_new_target(const Request &request) {
                      kMostHandles, ": maps, filters, events, rules, actions, and two for each target")};
   }
   if (request.client && !file_->find_client(*request.client)) {
-    if (!is_name(*request.client, NameKind::map)) throw Bad{bad_name(*request.client, "a client's name", NameKind::map)};
+    if (!is_name(*request.client, NameKind::map))
+      throw Bad{bad_name(*request.client, "a client's name", NameKind::map)};
     throw Bad{no_such_of_many("client", *request.client, names_of(*file_, ObjectKind::client))};
   }
 }

@@ -14,9 +14,9 @@ namespace simulator::stream {
 // What one line did. Valid until the next line.
 struct Played {
   size_t line = 0;
-  std::string_view error{};             // why the line is bad; it then did nothing
-  const Request *request = nullptr;     // NULL if the line could not be read
-  const Happened *happened = nullptr;   // of an event that is not bad
+  std::string_view error{};            // why the line is bad; it then did nothing
+  const Request *request = nullptr;    // NULL if the line could not be read
+  const Happened *happened = nullptr;  // of an event that is not bad
 };
 
 class Player {
@@ -55,9 +55,9 @@ class Player {
   // The attributes that the file mentions. Those of a stream are not added: a log may have any number of them.
   std::vector<std::string> attribute_names_;
   ByName<engine::AttributeId> attributes_;
-  std::vector<size_t> last_given_;            // by attribute: the last check that found it, to find duplicates
+  std::vector<size_t> last_given_;  // by attribute: the last check that found it, to find duplicates
   size_t checks_ = 0;
-  std::vector<engine::AttributeId> given_;    // of the values of this line
+  std::vector<engine::AttributeId> given_;  // of the values of this line
   Played played_;
   std::string error_;
   bool broken_ = false;

@@ -68,11 +68,11 @@ std::string text_of(const Totals &totals, const Rules &rules, Colours colours) {
   };
   const std::string bad = count_of(totals.bad, "bad line", "bad lines");
   const std::string stopped =
-      totals.stopped == 0 ? "" : concat(", ", painted(colours, Tone::bad, concat(totals.stopped, " stopped by a limit")));
+      totals.stopped == 0 ? ""
+                          : concat(", ", painted(colours, Tone::bad, concat(totals.stopped, " stopped by a limit")));
   return concat(count_of(totals.events, "event", "events"), ", ", count_of(totals.added, "target", "targets"),
-                " added, ", totals.deleted, " deleted, ",
-                totals.bad == 0 ? bad : painted(colours, Tone::bad, bad), "\n", "verdicts: ",
-                verdict(engine::Verdict::permit), ", ", verdict(engine::Verdict::deny), ", ",
+                " added, ", totals.deleted, " deleted, ", totals.bad == 0 ? bad : painted(colours, Tone::bad, bad),
+                "\n", "verdicts: ", verdict(engine::Verdict::permit), ", ", verdict(engine::Verdict::deny), ", ",
                 verdict(engine::Verdict::none), stopped, "\nrules that ran:\n", text_of_rules(totals, rules));
 }
 

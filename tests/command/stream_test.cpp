@@ -125,14 +125,60 @@ TEST(Stream, IsPlayedOnOneGoodPolicyFile) {
 }
 
 TEST(Stream, HasOptionsOfItsOwn) {
-  EXPECT_EQ(run_zar({"run", kPolicy, "--jsonl"}).err,
-            "zar: --jsonl needs --events\nRun zar run --help for help.\n");
+  EXPECT_EQ(run_zar({"run", kPolicy, "--jsonl"}).err, "zar: --jsonl needs --events\nRun zar run --help for help.\n");
   EXPECT_EQ(run_zar({"run", kPolicy, "--strict"}).code, 2);
   EXPECT_EQ(run_zar({"run", kPolicy, "--events", "-", "--json"}).code, 2);
   EXPECT_EQ(run_zar({"run", kPolicy, "--events", "-", "--event", "session-start@*"}).code, 2);
   EXPECT_EQ(run_zar({"run", kPolicy, "--events", "-", "--jsonl", "--no-results"}).err,
             "zar: --jsonl and --no-results exclude each other\nRun zar run --help for help.\n");
 }
+
+// ---- Several processes ------------------------------------------------------------------------------------------------------
+
+// Sessions that come, do something and go, a few at a time, and bad lines of which each process gets some.
+std::string long_stream() {
+  std::string text;
+  const auto line_of = [](const std::string &what, int session) {
+    return "{\"" + what + "\": \"session-" + std::to_string(session) + "\"";
+  };
+  for (int session = 0; session < 600; ++session) {
+    const std::string target = ", \"target\": \"session-" + std::to_string(session) + "\"";
+    text += line_of("add-target", session) +
+            ", \"policies\": [\"authorisation\", \"service\"], \"attributes\": {\"access\": " +
+            (session % 2 == 0 ? "\"fibre\"" : "\"dsl\"") + "}}\n";
+    text += "{\"event\": \"session-start\"" + target + ", \"set\": {\"unpaid-months\": " + std::to_string(session % 5) +
+            "}}\n\n";
+    if (session % 7 == 0) text += "{\"event\": \"no-event\"" + target + "}\n";
+    if (session % 11 == 0) text += "{\"event\": \"session-start\"" + target + "\n";
+    if (session >= 10) text += line_of("delete-target", session - 10) + "}\n";
+  }
+  return text;
+}
+
+class Jobs : public testing::TestWithParam<const char *> {};
+
+TEST_P(Jobs, WriteWhatOneProcessWrites) {
+  const std::string stream = long_stream();
+  for (const char *form : {"--jsonl", "--no-results"}) {
+    const Result one = run_zar({"run", kPolicy, "--events", "-", form}, stream);
+    const Result several = run_zar({"run", kPolicy, "--events", "-", form, "--jobs", GetParam()}, stream);
+    EXPECT_EQ(several.code, 65);
+    EXPECT_EQ(several.out, one.out);
+    EXPECT_EQ(without_time(several.err), without_time(one.err));
+    EXPECT_NE(several.err.find("600 targets added, 590 deleted, 141 bad lines"), std::string::npos) << several.err;
+  }
+}
+
+TEST_P(Jobs, EndWhereOneProcessEndsIfTheyAreStrict) {
+  const std::string stream = long_stream();
+  const Result one = run_zar({"run", kPolicy, "--events", "-", "--strict"}, stream);
+  const Result several = run_zar({"run", kPolicy, "--events", "-", "--strict", "--jobs", GetParam()}, stream);
+  EXPECT_EQ(several.code, 65);
+  EXPECT_EQ(several.out, one.out);
+  EXPECT_EQ(without_time(several.err), without_time(one.err));
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Jobs, testing::Values("0", "2", "5"));
 
 // ---- Hostile streams ------------------------------------------------------------------------------------------------------------
 
@@ -148,11 +194,13 @@ size_t lines_of(const std::string &text) {
 }
 
 TEST(HostileStream, OfAMillionBadLinesIsCounted) {
-  const Result result = run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("{\"evnt\": 1}\n", 1'000'000));
+  const Result result =
+      run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("{\"evnt\": 1}\n", 1'000'000));
   EXPECT_EQ(result.code, 65);
-  EXPECT_NE(result.err.find("zar: further bad lines are only counted\n0 events, 0 targets added, 0 deleted, 1000000 bad "
-                            "lines\n"),
-            std::string::npos)
+  EXPECT_NE(
+      result.err.find("zar: further bad lines are only counted\n0 events, 0 targets added, 0 deleted, 1000000 bad "
+                      "lines\n"),
+      std::string::npos)
       << result.err;
   EXPECT_EQ(lines_of(result.err.substr(0, result.err.find("zar: further"))), 100U);
 }
@@ -162,7 +210,8 @@ TEST(HostileStream, MayHaveALineOfAnyLength) {
   const std::string stream = good + std::string(size_t{64} << 20U, '{') + "\n" + good;
   const Result result = run_zar({"run", kPolicy, "--events", "-", "--jsonl"}, stream);
   EXPECT_EQ(result.code, 65);
-  EXPECT_NE(result.out.find("\n{\"line\":2,\"error\":\"the line is too long: expected at most 1048576 bytes\"}\n{\"line\":3,"),
+  EXPECT_NE(result.out.find(
+                "\n{\"line\":2,\"error\":\"the line is too long: expected at most 1048576 bytes\"}\n{\"line\":3,"),
             std::string::npos)
       << result.out;
 }
@@ -232,6 +281,14 @@ class Running {
     return text;
   }
   void interrupt() const { kill(child_, SIGINT); }
+  // Kills the first of its own processes.
+  void kill_child() const {
+    const std::string path = "/proc/" + std::to_string(child_) + "/task/" + std::to_string(child_) + "/children";
+    pid_t first = -1;
+    std::ifstream(path) >> first;
+    ASSERT_GT(first, 0) << path;
+    kill(first, SIGKILL);
+  }
   int wait_status() const {
     int status = 0;
     EXPECT_EQ(waitpid(child_, &status, 0), child_);
@@ -289,8 +346,33 @@ TEST(LiveStream, ThatIsInterruptedSaysWhatWasDone) {
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT);
 }
 
-TEST(LiveStream, EndsWithAMessageWhenItsReaderLeaves) {
-  Running zar({"run", kPolicy, "--events", "-", "--jsonl"});
+TEST(LiveStream, OfSeveralProcessesIsShownAtOnceAndInterruptedAlike) {
+  Running zar({"run", kPolicy, "--events", "-", "--jsonl", "--jobs", "3"});
+  for (int line = 1; line <= 3; ++line) {
+    zar.write(kGood);
+    EXPECT_TRUE(zar.read_lines(1).starts_with("{\"line\":" + std::to_string(line) + ","));
+  }
+  zar.interrupt();
+  const std::string errors = zar.errors();
+  EXPECT_TRUE(errors.starts_with("3 events, ")) << errors;
+  const int status = zar.wait_status();
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT);
+}
+
+TEST(LiveStream, EndsWithAMessageWhenOneOfItsProcessesDies) {
+  Running zar({"run", kPolicy, "--events", "-", "--jsonl", "--jobs", "2"});
+  zar.write(kGood);
+  zar.read_lines(1);
+  zar.kill_child();
+  const std::string errors = zar.errors();
+  EXPECT_TRUE(errors.starts_with("zar: internal error: a process of the stream ended early\n1 event, ")) << errors;
+  EXPECT_EQ(WEXITSTATUS(zar.wait_status()), 70);
+}
+
+class LeftStream : public testing::TestWithParam<const char *> {};
+
+TEST_P(LeftStream, EndsWithAMessageWhenItsReaderLeaves) {
+  Running zar({"run", kPolicy, "--events", "-", "--jsonl", "--jobs", GetParam()});
   zar.close_output();
   zar.write(repeated(kGood, 100));
   zar.close_input();
@@ -298,6 +380,8 @@ TEST(LiveStream, EndsWithAMessageWhenItsReaderLeaves) {
   EXPECT_TRUE(errors.ends_with("zar: standard output cannot be written\n")) << errors;
   EXPECT_EQ(WEXITSTATUS(zar.wait_status()), 70);
 }
+
+INSTANTIATE_TEST_SUITE_P(InJobs, LeftStream, testing::Values("1", "2"));
 
 TEST(Stream, EndsWithAMessageWhenTheDiskIsFull) {
   const ScratchFile stream(repeated(kGood, 20'000), "events.jsonl");

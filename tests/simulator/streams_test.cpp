@@ -98,8 +98,9 @@ TEST(LineOfAStream, IsAnEventOrATargetThatComesOrGoes) {
 }
 
 TEST(LineOfAStream, MayHaveWholeNumbersAndFlagsAsValues) {
-  EXPECT_EQ(read(R"({"event": "e", "target": "t", "set": {"a": 12, "b": -9223372036854775808, "c": true, "d": false}})"),
-            "event e at t a=12 b=-9223372036854775808 c=true d=false");
+  EXPECT_EQ(
+      read(R"({"event": "e", "target": "t", "set": {"a": 12, "b": -9223372036854775808, "c": true, "d": false}})"),
+      "event e at t a=12 b=-9223372036854775808 c=true d=false");
   EXPECT_EQ(read(R"({"event": "e", "target": "t", "set": {"a": 1.50}})"),
             "an attribute's value is a number with a fraction or an exponent: expected a text, in quotes");
   EXPECT_EQ(read(R"({"event": "e", "target": "t", "set": {"a": 9223372036854775808}})"),
@@ -122,14 +123,14 @@ TEST(LineOfAStream, OfTheWrongTypeIsRefused) {
 }
 
 TEST(LineOfAStream, WithTheWrongKeysIsRefused) {
-  EXPECT_EQ(read("{}"),
-            "the line says nothing: expected one of the keys event, add-target, delete-target");
+  EXPECT_EQ(read("{}"), "the line says nothing: expected one of the keys event, add-target, delete-target");
   EXPECT_EQ(read(R"({"evnt": "e", "target": "t"})"), "unknown key 'evnt' in the line; did you mean 'event'?");
   EXPECT_EQ(read(R"({"event": "e", "event": "e"})"), "duplicate key 'event' in the line: expected each key once");
   EXPECT_EQ(read(R"({"event": "e"})"), "an event has no 'target': expected the key target");
   EXPECT_EQ(read(R"({"add-target": "t"})"), "a target to add has no 'policies': expected the key policies");
-  EXPECT_EQ(read(R"({"event": "e", "add-target": "t"})"),
-            "a line with 'event' cannot have the key add-target: expected only one of the keys event, target, set, clear");
+  EXPECT_EQ(
+      read(R"({"event": "e", "add-target": "t"})"),
+      "a line with 'event' cannot have the key add-target: expected only one of the keys event, target, set, clear");
   EXPECT_EQ(read(R"({"delete-target": "t", "set": {}, "clear": []})"),
             "a line with 'delete-target' cannot have one of the keys set, clear: expected only the key delete-target");
 }
@@ -140,7 +141,8 @@ TEST(LineOfAStream, ThatIsNoJsonIsRefused) {
   for (const char *text : {"{", "{}{}", "event", R"({"event": "e",})", R"({"event": 'e'})", R"({"event" "e"})"}) {
     EXPECT_EQ(read(text), "the line is no JSON: expected a JSON object in one line") << text;
   }
-  EXPECT_EQ(read(std::string(5000, '[') + std::string(5000, ']')), "the line is nested too deeply: expected a JSON object");
+  EXPECT_EQ(read(std::string(5000, '[') + std::string(5000, ']')),
+            "the line is nested too deeply: expected a JSON object");
 }
 
 TEST(LineOfAStream, LeavesNothingToTheNextOne) {
@@ -163,8 +165,12 @@ TEST(LineOfAStream, LeavesNothingToTheNextOne) {
 class Stage {
  public:
   explicit Stage(PolicyFile file)
-      : file_(std::move(file)), repository_(file_), built_(repository_.build()), player_(file_, repository_),
-        renderer_(player_.rules()), totals_(player_.rules().size()) {
+      : file_(std::move(file)),
+        repository_(file_),
+        built_(repository_.build()),
+        player_(file_, repository_),
+        renderer_(player_.rules()),
+        totals_(player_.rules().size()) {
     EXPECT_TRUE(built_);
   }
 
@@ -270,9 +276,9 @@ TEST(Stream, RefusesNamesAndValuesInTheWordsOfPolicyFiles) {
             "the attribute 'n' cannot have a value of 4097 bytes: expected at most 4096 bytes");
   EXPECT_EQ(stage.play(R"({"add-target": "t", "policies": ["p"]})"),
             "there is a target 't' already: expected a name that no target has");
-  EXPECT_EQ(stage.play(R"({"add-target": ")" + std::string(64, 'n') + R"(", "policies": ["p"]})"),
-            "'" + std::string(40, 'n') +
-                "...' cannot be a target's name: expected 1 to 63 letters, digits and _-./+:@");
+  EXPECT_EQ(
+      stage.play(R"({"add-target": ")" + std::string(64, 'n') + R"(", "policies": ["p"]})"),
+      "'" + std::string(40, 'n') + "...' cannot be a target's name: expected 1 to 63 letters, digits and _-./+:@");
   EXPECT_EQ(stage.play(R"({"add-target": "u", "policies": []})"),
             "target 'u' has no policy: expected at least one policy-map: no target exists without");
   EXPECT_EQ(stage.play(R"({"add-target": "u", "policies": ["p", "p"]})"),
