@@ -29,14 +29,32 @@ std::string rate_text(size_t events, std::chrono::steady_clock::duration taken) 
 
 }  // namespace
 
+void BadLines::report(size_t line, std::string_view error) {
+  if (++count_ <= kMostReported) print(concat(":", line), error);
+}
+
+void BadLines::report_input(std::string_view error) {
+  print("", error);
+}
+
+void BadLines::print(std::string_view where, std::string_view error) const {
+  const Colours colours = terminal::colours(terminal::Stream::err);
+  std::cerr << concat(escape_control_characters(input_), where, ": ", painted(colours, Tone::bad, "error:"), " ",
+                      escape_control_characters(error), "\n");
+}
+
+void BadLines::summarise() const {
+  if (count_ > kMostReported) complain(concat("of ", count_, " bad lines, the first ", kMostReported, " are shown"));
+}
+
 StreamResults::StreamResults(std::string input, const stream::Rules &rules, bool strict)
-    : input_(std::move(input)), rules_(&rules), strict_(strict), totals_(rules.size()) {}
+    : bad_(std::move(input)), rules_(&rules), strict_(strict), totals_(rules.size()) {}
 
 bool StreamResults::add(const Reply &reply) {
   totals_.count(reply.counted);
   waiting_ += reply.output;
   if (waiting_.size() >= kMostWaiting) flush();
-  if (!reply.error.empty()) report(reply.line, reply.error);
+  if (!reply.error.empty()) bad_.report(reply.line, reply.error);
   progress_.step();
   return std::cout && (reply.error.empty() || !strict_);
 }
@@ -47,22 +65,14 @@ void StreamResults::flush() {
   waiting_.clear();
 }
 
-void StreamResults::report(size_t line, std::string_view error) {
-  if (totals_.bad > kMostReported) return;
-  const Colours colours = terminal::colours(terminal::Stream::err);
-  std::cerr << concat(escape_control_characters(input_), ":", line, ": ", painted(colours, Tone::bad, "error:"), " ",
-                      escape_control_characters(error), "\n");
-  if (totals_.bad == kMostReported && !strict_) complain("further bad lines are only counted");
-}
-
 void StreamResults::report_input(std::string_view error) {
   input_failed_ = true;
-  std::cerr << concat(escape_control_characters(input_), ": ",
-                      painted(terminal::colours(terminal::Stream::err), Tone::bad, "error:"), " ", error, "\n");
+  bad_.report_input(error);
 }
 
 int StreamResults::finish() {
   flush();
+  bad_.summarise();
   std::cerr << text_of(totals_, *rules_, terminal::colours(terminal::Stream::err))
             << rate_text(totals_.events, std::chrono::steady_clock::now() - began_);
   if (totals_.bad > 0 || input_failed_) return kBadFile;

@@ -12,6 +12,25 @@
 
 namespace command {
 
+// Messages about the bad lines of a stream, and about the stream as a whole.
+class BadLines {
+ public:
+  // The argument is the name of the stream.
+  explicit BadLines(std::string input) : input_(std::move(input)) {}
+
+  void report(size_t line, std::string_view error);
+  void report_input(std::string_view error);
+  // Says how many there were, if not all were reported.
+  void summarise() const;
+  size_t count() const { return count_; }
+
+ private:
+  void print(std::string_view where, std::string_view error) const;
+
+  std::string input_;
+  size_t count_ = 0;
+};
+
 class StreamResults {
  public:
   // 'input' is the name of the stream in messages.
@@ -29,9 +48,7 @@ class StreamResults {
   int finish();
 
  private:
-  void report(size_t line, std::string_view error);
-
-  std::string input_;
+  BadLines bad_;
   const simulator::stream::Rules *rules_;
   bool strict_;
   simulator::stream::Totals totals_;

@@ -33,18 +33,33 @@ Player::Player(PolicyFile &file, Repository &repository)
   }
 }
 
-const Played &Player::play(const Line &line) {
-  played_ = {.line = line.number};
+// Does the work of a line; a bad one leaves its error.
+template <class Work>
+const Played &Player::played(size_t line, Work work) {
+  played_ = {.line = line};
   try {
-    if (line.too_long) throw Bad{concat("the line is too long: expected at most ", kLongestLine, " bytes")};
-    played_.request = reader_.read(line.text);
-    if (!played_.request) throw Bad{reader_.error()};
-    play_request(*played_.request);
+    work();
   } catch (Bad &bad) {
     error_ = std::move(bad.what);
     played_.error = error_;
   }
   return played_;
+}
+
+const Played &Player::play(const Line &line) {
+  return played(line.number, [&] {
+    if (line.too_long) throw Bad{concat("the line is too long: expected at most ", kLongestLine, " bytes")};
+    played_.request = reader_.read(line.text);
+    if (!played_.request) throw Bad{reader_.error()};
+    play_request(*played_.request);
+  });
+}
+
+const Played &Player::play(size_t line, const Request &request) {
+  return played(line, [&] {
+    played_.request = &request;
+    play_request(request);
+  });
 }
 
 void Player::play_request(const Request &request) {

@@ -25,6 +25,10 @@ class Player {
   Player(PolicyFile &file, Repository &repository);
 
   const Played &play(const Line &line);
+  // The same for a line that was read already.
+  const Played &play(size_t line, const Request &request);
+  // Whether the file mentions the attribute.
+  bool knows(std::string_view attribute) const { return attributes_.contains(attribute); }
   // The library refused something that a good line needs, or memory ran out; the repository has the problems.
   bool is_broken() const { return broken_; }
   const Rules &rules() const { return rules_; }
@@ -34,6 +38,8 @@ class Player {
     std::string what;
   };
 
+  template <class Work>
+  const Played &played(size_t line, Work work);
   void play_request(const Request &request);
   void raise(const Request &request);
   void change_attributes(uint32_t target, const Request &request);
