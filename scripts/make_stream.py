@@ -71,7 +71,7 @@ def lines(wanted):
             return
         at = int(chance.random() * len(live))
         session = live[at]
-        yield session.next_event(session.left * 3 % 10)
+        yield session.next_event(session.left % 5)
         if session.left > 0:
             continue
         live[at] = live[-1]
