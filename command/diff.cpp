@@ -1,4 +1,5 @@
 // zar diff: shows the differences between two policy files, and between their decisions.
+#include <algorithm>
 #include <iostream>
 
 #include "command/command.h"
@@ -6,6 +7,7 @@
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/report.h"
+#include "command/stream_diff.h"
 #include "command/terminal.h"
 #include "simulator/diff/render.h"
 #include "simulator/text/text.h"
@@ -29,7 +31,8 @@ class DiffCommand final : public Command {
     options.required_argument("OLD", before_, "A policy file");
     options.required_argument("NEW", after_, "The policy file to compare it with");
     options.option("--replay", "FILE", scenario_,
-                   "Replay the scenario of this policy file on both and compare what they decide");
+                   "Replay the scenario of this policy file, or the stream of this .jsonl file, on both and compare "
+                   "what they decide");
     options.flag("--json", json_, "Write one JSON object");
     options.epilogue(
         "Lists which objects were added, removed, changed and renamed; an object was renamed if\n"
@@ -37,20 +40,23 @@ class DiffCommand final : public Command {
         "decided differently, with the first difference explained on both sides. Each event\n"
         "changes the attributes that later events find, on each side by itself. A scenario can\n"
         "have the old names and the new ones. What was only renamed decides the same.\n"
+        "The lines of a stream that are decided differently come as a table of decisions.\n"
         "Exit code 0: no difference; 1: there is one; 2: the scenario is empty or fits neither file.\n\n"
         "Examples:\n"
         "  zar diff old.yaml new.yaml\n"
-        "  zar diff old.yaml new.yaml --replay new.yaml");
+        "  zar diff old.yaml new.yaml --replay new.yaml\n"
+        "  zar diff old.yaml new.yaml --replay log.jsonl");
   }
 
   int run() override {
     if (!name_stdin_once({before_, after_, scenario_})) return kUsage;
     FileLoader loader(json_);
-    const std::optional<PolicyFile> before = loader.load(before_);
-    const std::optional<PolicyFile> after = loader.load(after_);
+    std::optional<PolicyFile> before = loader.load(before_);
+    std::optional<PolicyFile> after = loader.load(after_);
     std::optional<PolicyFile> scenario;
-    if (!scenario_.empty()) scenario = loader.load(scenario_);
-    if (!before || !after || (!scenario_.empty() && !scenario)) return loader.refuse(name());
+    const bool has_scenario = !scenario_.empty() && !is_stream(scenario_);
+    if (has_scenario) scenario = loader.load(scenario_);
+    if (!before || !after || (has_scenario && !scenario)) return loader.refuse(name());
 
     const Files files = {&*before, &*after};
     const diff::Renames renames = diff::find_renames(*before, *after);
@@ -62,8 +68,9 @@ class DiffCommand final : public Command {
       if (!replayed) return report_internal(problems);
       if (!fits(*scenario, *replayed, files)) return kUsage;
     }
+    if (is_stream(scenario_)) return diff_streams(*before, *after, renames, changes);
     if (json_) {
-      write_json(files, changes, scenario, replayed);
+      print_json(std::cout, json_of(files, changes, replayed ? json_of_replay(*replayed, *scenario, files) : Json()));
     } else {
       write_text(files, changes, scenario, replayed);
     }
@@ -71,6 +78,20 @@ class DiffCommand final : public Command {
   }
 
  private:
+  int diff_streams(PolicyFile &before, PolicyFile &after, const diff::Renames &renames,
+                   const std::vector<ObjectChange> &changes) const {
+    const StreamDiff compared = compare_streams(before, after, renames, scenario_);
+    const Files files = {&before, &after};
+    if (json_) {
+      print_json(std::cout, json_of(files, changes, json_of_stream(compared.changes, scenario_)));
+    } else {
+      write_text(files, changes, std::nullopt, std::nullopt);
+      std::cout << text_of_stream(compared.changes);
+    }
+    const bool same = changes.empty() && compared.changes.differing() == 0;
+    return std::max(compared.code, same ? int{kSuccess} : int{kNo});
+  }
+
   // A replay without an event that either file could decide shows nothing.
   static bool fits(const PolicyFile &scenario, const Replayed &replayed, const Files &files) {
     const size_t events = scenario.scenario.size();
@@ -95,8 +116,7 @@ class DiffCommand final : public Command {
     if (replayed) std::cout << terminal::fitted(text_of_replay(*replayed, *scenario, files, colours));
   }
 
-  static void write_json(const Files &files, const std::vector<ObjectChange> &changes,
-                         const std::optional<PolicyFile> &scenario, const std::optional<Replayed> &replayed) {
+  static Json json_of(const Files &files, const std::vector<ObjectChange> &changes, Json replay) {
     Json json = begin_json("diff");
     json["old"] = files.before->path;
     json["new"] = files.after->path;
@@ -108,8 +128,8 @@ class DiffCommand final : public Command {
     json["changes"] = Json::array();
     for (const ObjectChange &change : changes)
       json["changes"].push_back(json_of_change(change));
-    json["replay"] = replayed ? json_of_replay(*replayed, *scenario, files) : Json(nullptr);
-    print_json(std::cout, json);
+    json["replay"] = std::move(replay);
+    return json;
   }
 
   std::string before_;

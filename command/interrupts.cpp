@@ -1,6 +1,7 @@
 #include "command/interrupts.h"
 
 #include <csignal>
+#include <cstdlib>
 
 #include "simulator/text/interruption.h"
 
@@ -25,6 +26,13 @@ Interruptible::Interruptible() {
 
 Interruptible::~Interruptible() {
   std::signal(SIGINT, SIG_IGN);
+}
+
+void end_as_interrupted() {
+  constexpr int kInterrupted = 128 + SIGINT;
+  std::signal(SIGINT, SIG_DFL);
+  std::raise(SIGINT);
+  std::_Exit(kInterrupted);
 }
 
 }  // namespace command

@@ -1,4 +1,4 @@
-// Ctrl-C while a command of a session runs.
+// Ctrl-C while a command of a session runs, or a stream.
 #pragma once
 
 namespace command {
@@ -11,5 +11,8 @@ class Interruptible {
   Interruptible(const Interruptible &) = delete;
   Interruptible &operator=(const Interruptible &) = delete;
 };
+
+// Ends the process as Ctrl-C would have ended it, so that a shell sees why.
+[[noreturn]] void end_as_interrupted();
 
 }  // namespace command

@@ -92,6 +92,10 @@ void Options::number(const char *name, const char *type, uint32_t &value, uint32
   command_.add_option(name, value, help)->type_name(type)->check(CLI::Validator(check, ""));
 }
 
+void Options::need(const char *one, const char *other) {
+  command_.get_option(one)->needs(command_.get_option(other));
+}
+
 void Options::exclude(const char *one, const char *other) {
   command_.get_option(one)->excludes(command_.get_option(other));
 }

@@ -37,6 +37,8 @@ class Options {
   void percentage(const char *name, uint32_t &value, const char *help);
   // A whole number from 0 to 'most'.
   void number(const char *name, const char *type, uint32_t &value, uint32_t most, const char *help);
+  // The first may be given only with the second.
+  void need(const char *one, const char *other);
   // At most one of the two may be given.
   void exclude(const char *one, const char *other);
 

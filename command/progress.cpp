@@ -11,9 +11,17 @@ namespace command {
 
 using terminal::Stream;
 
-Progress::Progress(size_t total)
-    : total_(total),
-      shown_(total >= kLong && terminal::is_terminal(Stream::err) && !terminal::is_terminal(Stream::out)) {}
+namespace {
+
+bool has_room() {
+  return terminal::is_terminal(Stream::err) && !terminal::is_terminal(Stream::out);
+}
+
+}  // namespace
+
+Progress::Progress(size_t total) : total_(total), stride_(kStride), shown_(total >= kLong && has_room()) {}
+
+Progress::Progress() : stride_(kStreamStride), shown_(has_room()) {}
 
 Progress::~Progress() {
   if (shown_) std::cerr << terminal::line_eraser() << std::flush;
@@ -21,8 +29,12 @@ Progress::~Progress() {
 
 void Progress::step() {
   ++done_;
-  if (!shown_ || done_ % kStride != 0) return;
-  std::cerr << concat(terminal::line_eraser(), done_, " of ", total_, " events") << std::flush;
+  if (shown_ && done_ % stride_ == 0) show();
+}
+
+void Progress::show() const {
+  const std::string text = total_ ? concat(done_, " of ", *total_, " events") : concat(done_, " lines");
+  std::cerr << terminal::line_eraser() << text << std::flush;
 }
 
 }  // namespace command

@@ -10,6 +10,7 @@
 #include "command/more_tests.h"
 #include "command/progress.h"
 #include "command/report.h"
+#include "command/stream.h"
 #include "command/terminal.h"
 #include "command/trace_levels.h"
 #include "simulator/explanation/explanation_json.h"
@@ -74,20 +75,35 @@ class RunCommand final : public Command {
                    "Show the library's own messages on standard error: error, or info for all");
     options.flag("--json", json_, "Write one JSON object");
     options.exclude("--summary", "--json");
+    options.option("--events", "EVENTS", stream_.events,
+                   "A stream of events to play instead of a scenario, as JSON Lines; - is standard input");
+    options.flag("--jsonl", stream_.jsonl, "With --events: write a JSON object for each event, one in a line");
+    options.flag("--no-results", stream_.no_results, "With --events: write only the summary of the stream");
+    options.flag("--strict", stream_.strict, "With --events: end at the first bad line");
+    options.number("--jobs", "N", stream_.jobs, kMostJobs,
+                   "With --events: share the targets among N processes; 0 is one for each processor");
+    for (const char *option : {"--jsonl", "--no-results", "--strict", "--jobs"})
+      options.need(option, "--events");
+    for (const char *option : {"--event", "--set", "--with", "--summary", "--no-listings", "--json"})
+      options.exclude("--events", option);
+    options.exclude("--jsonl", "--no-results");
     options.epilogue(
         "Shows for each event which rules matched and what their actions did, then the\n"
         "library's listings with counters. Of several files each has a repository of its own.\n"
-        "Exit code 0: good; 1: an event was stopped, because it raised too many others.\n\n"
+        "Exit code 0: good; 1: an event was stopped, because it raised too many others;\n"
+        "65: a file is wrong, or a line of a stream.\n\n"
         "Examples:\n"
         "  zar run examples/broadband.yaml\n"
         "  zar run policy.yaml --event session-start@line-1 --event session-stop@line-1\n"
         "  zar run policy.yaml --event 'session-start@*' --summary\n"
         "  zar run policy.yaml --trace error\n"
         "  zar run examples/*.yaml\n"
-        "  zar run policy.yaml --json");
+        "  zar run policy.yaml --json\n"
+        "  zar run policy.yaml --events log.jsonl --jsonl > results.jsonl");
   }
 
   int run() override {
+    if (!stream_.events.empty()) return run_stream_of_events();
     std::vector<std::string> all = paths_;
     all.insert(all.end(), with_.begin(), with_.end());
     if (!name_stdin_once(all)) return kUsage;
@@ -102,6 +118,18 @@ class RunCommand final : public Command {
   }
 
  private:
+  int run_stream_of_events() {
+    if (!name_stdin_once({paths_[0], stream_.events})) return kUsage;
+    if (paths_.size() > 1) {
+      complain("a stream is played on one policy file");
+      return kUsage;
+    }
+    std::optional<PolicyFile> file = FileLoader(false).load(paths_[0]);
+    if (!file) return kBadFile;
+    show_trace(trace_);
+    return work_on_one([&] { return run_stream(*file, stream_); });
+  }
+
   int run_files(FileLoader &loader) const {
     int worst = kSuccess;
     Json bad_files = Json::array();
@@ -241,6 +269,7 @@ class RunCommand final : public Command {
   std::vector<std::string> with_;
   MoreTests more_;
   std::string trace_;
+  StreamWishes stream_;
   bool summary_ = false;
   bool no_listings_ = false;
   bool json_ = false;

@@ -43,6 +43,16 @@ std::string describe_exclusion(const CLI::App &parser) {
   return "two of the options exclude each other";
 }
 
+std::string describe_need(const CLI::App &parser) {
+  for (const CLI::Option *option : parser.get_options()) {
+    if (option->count() == 0) continue;
+    for (const CLI::Option *other : option->get_needs()) {
+      if (other->count() == 0) return concat(option->get_name(), " needs ", other->get_name());
+    }
+  }
+  return "one of the options needs another one";
+}
+
 std::string describe_repeated(const CLI::App &parser) {
   for (const CLI::Option *option : parser.get_options()) {
     if (takes_no_value(*option)) continue;
@@ -98,6 +108,8 @@ std::string describe_usage(const CLI::ParseError &error, const CLI::App &parser,
       return describe_surplus(parser);
     case CLI::ExitCodes::ExcludesError:
       return describe_exclusion(parser);
+    case CLI::ExitCodes::RequiresError:
+      return describe_need(parser);
     case CLI::ExitCodes::ArgumentMismatch:
     case CLI::ExitCodes::ConversionError:
       sentence = describe_values(parser, arguments);

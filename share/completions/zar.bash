@@ -118,8 +118,8 @@ _zar() {
       [[ $command == lint ]] && COMPREPLY=($(compgen -W "$_zar_findings" -- "$word"))
       return
       ;;
-    --event | --set | --clear | --min-coverage | --policy | --reach | --effort) return ;;
-    --svg | --png | -o | --output) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+    --event | --set | --clear | --jobs | --min-coverage | --policy | --reach | --effort) return ;;
+    --svg | --png | --events | -o | --output) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -132,7 +132,7 @@ _zar() {
       help) words='' ;;
       lint) words='--strict --only --except --effort --format --json' ;;
       report) words='--against -o --output --no-graph --effort --json' ;;
-      run) words='--event --set --with --summary --no-listings --trace --json' ;;
+      run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --jobs --strict' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
       show) words='--listing --json' ;;

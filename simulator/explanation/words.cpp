@@ -10,9 +10,9 @@ bool is_all_digits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-const char *limit_of(const ActionExplanation &action) {
-  if (!action.too_deep) return "events and parameter-maps come of one event";
-  return action.applied ? "parameter-maps are nested" : "events are nested";
+const char *limit_of(const Action &action, bool too_deep) {
+  if (!too_deep) return "events and parameter-maps come of one event";
+  return action.kind == ActionKind::apply ? "parameter-maps are nested" : "events are nested";
 }
 
 }  // namespace
@@ -63,10 +63,13 @@ std::string inner_verdict_text(const EventExplanation &raised, Colours colours) 
 }
 
 std::string limit_text(const Refusals &refusals) {
-  const size_t limit = refusals.first->too_deep ? engine::kMaxDepth : engine::kMaxNested;
-  const std::string more = refusals.count == 1 ? "" : concat(", and ", refusals.count - 1, " more");
-  return concat("more than ", limit, " ", limit_of(*refusals.first), ": ", to_string(*refusals.first->action),
-                " is refused", more);
+  return limit_text(*refusals.first->action, refusals.first->too_deep, refusals.count);
+}
+
+std::string limit_text(const Action &first, bool too_deep, size_t count) {
+  const size_t limit = too_deep ? engine::kMaxDepth : engine::kMaxNested;
+  const std::string more = count == 1 ? "" : concat(", and ", count - 1, " more");
+  return concat("more than ", limit, " ", limit_of(first, too_deep), ": ", to_string(first), " is refused", more);
 }
 
 }  // namespace simulator

@@ -26,5 +26,7 @@ std::string change_text(const Change &change);
 std::string inner_verdict_text(const EventExplanation &raised, Colours colours);
 // Which limit refused what: "more than 16 events are nested: raise e is refused, and 3 more". For one refusal or more.
 std::string limit_text(const Refusals &refusals);
+// The same of the first refused action, the limit that refused it, and the number of refusals.
+std::string limit_text(const Action &first, bool too_deep, size_t count);
 
 }  // namespace simulator

@@ -43,9 +43,8 @@ size_t handles_of(const ParameterMap &map) {
     handles += 1 + statement.filters.size() + statement.actions.size();
   return handles;
 }
-// One is for its policy context.
 size_t handles_of(const Target &) {
-  return 2;
+  return kHandlesOfTarget;
 }
 
 // Clients and domains keep nothing there, and use only each other.

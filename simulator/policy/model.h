@@ -188,6 +188,11 @@ struct FileExtent {
   size_t events = 0;
 };
 
+// The repository's handle table holds this many.
+inline constexpr size_t kMostHandles = 65536;
+// One is for its policy context.
+inline constexpr size_t kHandlesOfTarget = 2;
+
 struct PolicyFile {
   PolicyFile() = default;
   PolicyFile(PolicyFile &&) = default;

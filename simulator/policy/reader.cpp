@@ -3,38 +3,12 @@
 #include <algorithm>
 
 #include "engine/engine.h"
+#include "simulator/policy/name.h"
 #include "simulator/text/text.h"
 
 namespace simulator {
 
 namespace {
-
-constexpr size_t kLongestName = 63;
-// The repository's key of a map consists of its name, domain and type, and is cut at 99 characters; with these bounds
-// no two maps ever share a key.
-constexpr size_t kLongestDomain = 31;
-
-bool is_name_character(char character, NameKind kind) {
-  const bool letter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-  const bool digit = character >= '0' && character <= '9';
-  if (letter || digit || std::string_view("_-./+").find(character) != std::string_view::npos) return true;
-  return kind == NameKind::target && (character == ':' || character == '@');
-}
-
-size_t longest_of(NameKind kind) {
-  return kind == NameKind::domain ? kLongestDomain : kLongestName;
-}
-
-std::string describe_name(NameKind kind) {
-  return concat("1 to ", longest_of(kind), " letters, digits and ", kind == NameKind::target ? "_-./+:@" : "_-./+");
-}
-
-// A value in a message: short, and in quotes unless it is a plain word.
-std::string shown(std::string_view text) {
-  constexpr size_t kLongestShown = 40;
-  if (text.size() <= kLongestShown) return concat("'", text, "'");
-  return concat("'", text.substr(0, kLongestShown), "...'");
-}
 
 std::string keys_text(const std::vector<std::string_view> &keys) {
   return keys.size() == 1 ? concat("the key ", keys[0]) : concat("one of the keys ", comma_separated(keys));
@@ -102,9 +76,7 @@ std::optional<Name> Reader::name(const yaml::Node &node, std::string_view what, 
   if (!read) return std::nullopt;
 
   const std::string &name = read->value;
-  const bool good = !name.empty() && name.size() <= longest_of(kind) &&
-                    std::all_of(name.begin(), name.end(), [&](char c) { return is_name_character(c, kind); });
-  if (good) return read;
+  if (is_name(name, kind)) return read;
   diagnostics_->add(node.position, concat(shown(name), " cannot be ", what), describe_name(kind));
   return std::nullopt;
 }

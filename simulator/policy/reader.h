@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "simulator/policy/model.h"
+#include "simulator/policy/name.h"
 #include "simulator/policy/yaml.h"
 #include "simulator/text/interruption.h"
 
@@ -60,12 +61,6 @@ class FirstPositions {
 
  private:
   std::unordered_map<Value, Position> positions_;
-};
-
-enum class NameKind {
-  map,     // letters, digits and _-./+
-  domain,  // the same, but shorter
-  target,  // also ':' and '@'
 };
 
 class Reader {

@@ -23,9 +23,6 @@ constexpr std::string_view kHiddenPrefix = "__PMTR__";
 constexpr size_t kMostClients = 1000;
 constexpr size_t kMostDomains = 1000;
 
-// The repository's handle table holds this many.
-constexpr size_t kMostHandles = 65536;
-
 class Resolver {
  public:
   Resolver(PolicyFile &file, const FileExtent &first, Diagnostics &diagnostics)

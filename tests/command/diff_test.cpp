@@ -243,4 +243,64 @@ TEST(Diff, RefusesBadFilesAllAtOnce) {
   EXPECT_EQ(run_zar({"diff", kOld}).code, 2);
 }
 
+// ---- Streams ------------------------------------------------------------------------------------------------------------------
+
+constexpr const char *kDiffStream = "tests/command/policies/diff.jsonl";
+
+TEST(DiffOfAStream, IsATableOfDecisions) {
+  const Result result = run_zar({"diff", kOld, kNew, "--replay", kDiffStream});
+  // The target of line 8 is gone on both sides.
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.err, std::string(kDiffStream) + ":8: error: there is no target 'w'\n");
+  expect_golden("diff/stream.out", result.out.substr(result.out.find(" lines differ\n") - 6));
+}
+
+TEST(DiffOfAStream, CanBeJson) {
+  const Result result = run_zar({"diff", kOld, kNew, "--replay", kDiffStream, "--json"});
+  EXPECT_EQ(result.code, 65);
+  expect_golden("diff/stream.json.out", result.out.substr(result.out.find("\"replay\"")));
+}
+
+TEST(DiffOfAStream, OfAFileWithItselfShowsNothing) {
+  const Result result = run_zar({"diff", kNew, kNew, "--replay", kDiffStream});
+  EXPECT_EQ(result.code, 65);
+  EXPECT_NE(result.out.find("\n0 of 7 lines differ\n"), std::string::npos) << result.out;
+  const ScratchFile good("{\"event\": \"start\", \"target\": \"t\"}\n", "good.jsonl");
+  EXPECT_EQ(run_zar({"diff", kNew, kNew, "--replay", good.path()}).code, 0);
+}
+
+TEST(DiffOfAStream, TakesTheOldNamesAndTheNewOnes) {
+  const std::string rest = R"(
+domains: {d: }
+class-maps: {all: {}}
+policy-maps: {POLICY: {events: {EVENT: {rules: [{number: 1, class: all, actions: [{set: {a: 1}}, permit]}]}}}}
+targets: {TARGET: {policies: [POLICY], attributes: {a: 2}}}
+)";
+  const auto with = [&](const std::string &suffix) {
+    std::string text = rest;
+    for (const std::string name : {"POLICY", "EVENT", "TARGET"}) {
+      for (size_t at = text.find(name); at != std::string::npos; at = text.find(name))
+        text.replace(at, name.size(), std::string(1, static_cast<char>(name[0] + 'a' - 'A')) + suffix);
+    }
+    return text;
+  };
+  const ScratchFile before(with("-old"), "before.yaml");
+  const ScratchFile after(with("-new"), "after.yaml");
+  const ScratchFile stream(
+      "{\"event\": \"e-old\", \"target\": \"t-new\"}\n"
+      "{\"add-target\": \"x\", \"policies\": [\"p-new\"]}\n"
+      "{\"event\": \"e-new\", \"target\": \"x\"}\n"
+      "{\"delete-target\": \"t-old\"}\n",
+      "events.jsonl");
+  const Result result = run_zar({"diff", before.path(), after.path(), "--replay", stream.path()});
+  EXPECT_NE(result.out.find("\n0 of 4 lines differ\n"), std::string::npos) << result.out << result.err;
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(DiffOfAStream, ThatIsMissingIsAnError) {
+  const Result result = run_zar({"diff", kOld, kNew, "--replay", "/nowhere.jsonl"});
+  EXPECT_EQ(result.code, 65);
+  EXPECT_EQ(result.err, "/nowhere.jsonl: error: cannot be opened: No such file or directory\n");
+}
+
 }  // namespace

@@ -74,6 +74,7 @@ CASES = {
         (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml"]),
         (1, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml", "--replay", "tests/command/policies/diff-old.yaml"]),
         (1, ["examples/broadband.yaml", "examples/guest-network.yaml", "--replay", "examples/broadband.yaml"]),
+        (65, ["tests/command/policies/diff-old.yaml", "tests/command/policies/diff-new.yaml", "--replay", "tests/command/policies/diff.jsonl"]),
     ],
     "fmt": [
         (0, ["--check", *(f"examples/{name}.yaml" for name in EXAMPLES)]),
