@@ -27,4 +27,7 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics)
 // is wrong with the source; the file is then unchanged. The number of the source is that of its path in 'more_paths'.
 bool load_tests(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
 
+// Adds the claim in 'source' to those of 'file'. Returns false when anything is wrong with it; the file is then unchanged.
+bool load_claim(PolicyFile &file, const Source &source, Diagnostics &diagnostics);
+
 }  // namespace simulator
