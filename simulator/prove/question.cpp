@@ -113,8 +113,23 @@ Step step_with(const std::string &event, const lint::Input &input) {
   return step;
 }
 
+namespace {
+
+// A repository has no id for an event that no policy-map of its file handles; nothing happens.
+EventExplanation explanation_of_unknown(const PolicyFile &file, const lint::Policies &policies,
+                                        const std::string &event) {
+  EventExplanation explanation{.event = event};
+  for (const std::string &policy : policies)
+    explanation.policies.push_back({.policy = file.find_policy_map(policy)});
+  return explanation;
+}
+
+}  // namespace
+
 std::optional<Play> play(const PolicyFile &file, const std::shared_ptr<lint::Stage> &stage,
                          const lint::Policies &policies, const std::string &event, const lint::Input &input) {
+  if (file.event_id(event) == 0)
+    return Play{stage, &file, step_with(event, input), explanation_of_unknown(file, policies, event)};
   std::optional<EventExplanation> explanation = stage->play(policies, event, input);
   if (!explanation) return std::nullopt;
   return Play{stage, &file, step_with(event, input), std::move(*explanation)};

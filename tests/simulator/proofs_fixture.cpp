@@ -28,12 +28,12 @@ using simulator::prove::Answers;
 using simulator::prove::Result;
 
 // Every value that the filters below tell apart, also after some counts, and more.
-const std::vector<Value> kValues = {std::nullopt, "", "0", "1", "2", "02", "7", "x", "xy"};
+const std::vector<Value> kValues = {std::nullopt, "0", "1", "2", "02", "x", "xy"};
 const std::vector<std::string> kAttributes = {"a", "b"};
 
 class Writer {
  public:
-  explicit Writer(unsigned seed) : random_(seed) {}
+  explicit Writer(unsigned long seed) : random_(static_cast<std::mt19937::result_type>(seed)) {}
 
   std::string file();
 
@@ -196,88 +196,69 @@ Step step_for(const std::string &event, const Input &input) {
   return step;
 }
 
-// What the engine does, for each event on each target. An event that no policy-map handles does nothing.
-using Seen = std::map<std::string, std::vector<std::vector<std::string>>>;
+// What the engine does with every event on every target.
+struct Seen {
+  std::map<std::string, std::vector<Account>> accounts;  // by event
+  std::vector<bool> claims_hold;                         // of the file
+};
 
-// Compares what was claimed with what the engine does.
 class Check {
  public:
   Check(const RandomPolicies &policies, ProofCounts &counts, std::vector<std::string> &problems)
       : policies_(&policies), counts_(&counts), problems_(&problems) {}
 
-  void claims(const PolicyFile &file, const Answers &answers);
-  void comparison(const PolicyFile &before, const PolicyFile &after, const Answers &answers);
+  Seen run(const PolicyFile &file);
+  void compare(const Answer &answer, bool holds);
 
  private:
-  template <class Each>
-  void on_every_target(const PolicyFile &file, const std::string &event, Each each);
-  std::vector<Account> accounts(const PolicyFile &file, const std::string &event);
-  void note(const Answer &answer, bool holds);
+  void add(const PolicyFile &file, const EventExplanation &explanation, const Input &input, Seen &seen) const;
+  void note(const std::string &problem) {
+    ++counts_->wrong;
+    problems_->push_back(concat(problem, "\n", policies_->text, policies_->changed));
+  }
 
   const RandomPolicies *policies_;
   ProofCounts *counts_;
   std::vector<std::string> *problems_;
 };
 
-template <class Each>
-void Check::on_every_target(const PolicyFile &file, const std::string &event, Each each) {
-  simulator::Repository repository(file);
-  if (!repository.build()) problems_->push_back("the library refuses\n" + policies_->text);
-  for (const Input &input : inputs()) {
-    ++counts_->inputs;
-    each(simulator::rehearse(file, repository, step_for(event, input)), input);
-  }
-  for (const std::string &problem : repository.finish())
-    problems_->push_back(problem);
-}
-
-std::vector<Account> Check::accounts(const PolicyFile &file, const std::string &event) {
-  std::vector<Account> all;
-  on_every_target(file, event, [&](const EventExplanation &explanation, const Input &input) {
-    all.push_back(simulator::prove::account_of(explanation, input));
-    all.back().failed = false;
-  });
-  return all;
-}
-
-void Check::note(const Answer &answer, bool holds) {
-  switch (answer.result) {
-    case Result::proved:
-      ++counts_->proved;
-      break;
-    case Result::refuted:
-      ++counts_->refuted;
-      break;
-    case Result::undecided:
-      ++counts_->undecided;
-      for (const std::string &why : answer.why) {
-        if (why.find("fault") == std::string::npos) continue;
-        ++counts_->wrong;
-        problems_->push_back(concat(answer.name, ": ", why, "\n", policies_->text, policies_->changed));
-      }
-      return;
-  }
-  if ((answer.result == Result::proved) == holds) return;
-  // The engine is asked about some values only, so it may not have found what the prover did; but witnesses are played.
-  if (answer.result == Result::refuted) return;
-  ++counts_->wrong;
-  problems_->push_back(concat(answer.name, " is proved but does not hold\n", policies_->text, policies_->changed));
-}
-
-void Check::claims(const PolicyFile &file, const Answers &answers) {
+void Check::add(const PolicyFile &file, const EventExplanation &explanation, const Input &input, Seen &seen) const {
+  Account account = simulator::prove::account_of(explanation, input);
+  account.failed = false;
+  seen.accounts[explanation.event].push_back(std::move(account));
   for (size_t at = 0; at < file.claims.size(); ++at) {
     const Claim &claim = file.claims[at];
-    bool holds = true;
-    on_every_target(file, claim.event.value, [&](const EventExplanation &explanation, const Input &input) {
-      holds = holds && !simulator::prove::contradicts(claim, explanation, input);
-    });
-    note(answers.all.at(at), holds);
+    if (claim.event.value == explanation.event && simulator::prove::contradicts(claim, explanation, input))
+      seen.claims_hold[at] = false;
   }
 }
 
-void Check::comparison(const PolicyFile &before, const PolicyFile &after, const Answers &answers) {
-  for (const Answer &answer : answers.all)
-    note(answer, accounts(before, answer.event) == accounts(after, answer.event));
+Seen Check::run(const PolicyFile &file) {
+  Seen seen;
+  seen.claims_hold.assign(file.claims.size(), true);
+  simulator::Repository repository(file);
+  if (!repository.build()) note("the library refuses this file");
+  for (const char *event : {"e", "f", "g"}) {
+    for (const Input &input : inputs()) {
+      ++counts_->inputs;
+      add(file, simulator::rehearse(file, repository, step_for(event, input)), input, seen);
+    }
+  }
+  for (const std::string &problem : repository.finish())
+    note(problem);
+  return seen;
+}
+
+// A witness that the engine contradicts makes an answer undecided and names the fault; so a refutation is as good as the
+// engine, also with a value that is none of those above.
+void Check::compare(const Answer &answer, bool holds) {
+  ++(answer.result == Result::proved    ? counts_->proved
+     : answer.result == Result::refuted ? counts_->refuted
+                                        : counts_->undecided);
+  for (const std::string &why : answer.why) {
+    if (why.find("fault of the prover") != std::string::npos) note(concat(answer.name, ": ", why));
+  }
+  if (answer.result == Result::proved && !holds) note(concat(answer.name, " is proved but does not hold"));
 }
 
 simulator::prove::Patience patience() {
@@ -286,9 +267,9 @@ simulator::prove::Patience patience() {
 
 }  // namespace
 
-RandomPolicies random_policies(unsigned seed) {
+RandomPolicies random_policies(unsigned long seed) {
   RandomPolicies policies{.text = Writer(seed).file(), .changed = {}};
-  std::mt19937 random(seed);
+  std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
   policies.changed = changed(policies.text, random);
   return policies;
 }
@@ -297,13 +278,18 @@ void check_proofs(const RandomPolicies &policies, ProofCounts &counts, std::vect
   const PolicyFile file = load_good(policies.text);
   const PolicyFile other = load_good(policies.changed);
   ++counts.policies;
-  Check check(policies, counts, problems);
   const Answers claims = simulator::prove::prove_claims(file, patience);
-  check.claims(file, claims);
-  const Answers comparison = simulator::prove::compare({.before = &file, .after = &other}, patience);
-  check.comparison(file, other, comparison);
+  const Answers comparison = simulator::prove::compare({.before = &other, .after = &file}, patience);
   for (const Answers *answers : {&claims, &comparison})
     problems.insert(problems.end(), answers->problems.begin(), answers->problems.end());
+
+  Check check(policies, counts, problems);
+  const Seen seen = check.run(file);
+  const Seen seen_of_other = check.run(other);
+  for (size_t at = 0; at < file.claims.size(); ++at)
+    check.compare(claims.all.at(at), seen.claims_hold[at]);
+  for (const Answer &answer : comparison.all)
+    check.compare(answer, seen.accounts.at(answer.event) == seen_of_other.accounts.at(answer.event));
 }
 
 }  // namespace test

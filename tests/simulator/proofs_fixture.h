@@ -27,7 +27,7 @@ struct RandomPolicies {
   std::string text;
   std::string changed;
 };
-RandomPolicies random_policies(unsigned seed);
+RandomPolicies random_policies(unsigned long seed);
 
 // Proves every claim of the file and that it decides as 'changed' does, runs the engine on every target, and compares.
 // A wrong answer is described in 'problems'.
