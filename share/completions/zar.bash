@@ -99,7 +99,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain fmt graph help lint run schema shell show test --help --version --color -h'
+    words='check config diff explain fmt graph help lint prove run schema shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -110,7 +110,8 @@ _zar() {
     --color) COMPREPLY=($(compgen -W 'auto always never' -- "$word")); return ;;
     --format) COMPREPLY=($(compgen -W 'text json sarif github' -- "$word")); return ;;
     --trace) COMPREPLY=($(compgen -W 'error info' -- "$word")); return ;;
-    --event | --set | --clear | --min-coverage | --only | --policy | --reach | --effort) return ;;
+    --event | --set | --clear | --min-coverage | --only | --policy | --reach | --effort | --claim | --when | --timeout) return ;;
+    --against) _zar_files "$word"; return ;;
     --svg | --png) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
@@ -123,6 +124,7 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--strict --effort --format --json' ;;
+      prove) words='--claim --only --against --when --stricter --timeout --json' ;;
       run) words='--event --set --with --summary --no-listings --trace --json' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
@@ -135,7 +137,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint prove run schema shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in
