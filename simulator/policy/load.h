@@ -15,9 +15,10 @@ std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics);
 struct SourceSteps {
   std::vector<Step> scenario{};
   std::vector<Test> tests{};
+  std::vector<Claim> claims{};
 };
 
-// Adds the objects of 'source' to those of 'file'; no name may be in both. Its scenario and tests replace those in
+// Adds the objects of 'source' to those of 'file'; no name may be in both. Its scenario, tests and claims replace those in
 // 'steps'. Returns false when anything is wrong with the source; the file and 'steps' are then unchanged.
 bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics, SourceSteps &steps);
 // The same for a caller that needs only the objects.

@@ -119,13 +119,6 @@ void add_coverage(const PolicyFile &file, const Coverage &coverage, Report &repo
   report.json["coverage"] = std::move(json);
 }
 
-// Proofs may take long, so claims are only pointed out.
-void add_claims(const PolicyFile &file, Report &report) {
-  const size_t claims = file.claims.size();
-  report.json["claims"] = claims;
-  if (claims > 0) report.text += concat(claims, claims == 1 ? " claim" : " claims", ", for zar prove to check\n");
-}
-
 }  // namespace
 
 Report report_on(const PolicyFile &file, const std::string &name, const Repository &repository, Colours colours) {
@@ -147,7 +140,6 @@ Report report_on(const PolicyFile &file, const std::string &name, const Reposito
   report.json["failed"] = report.failed;
   report.text += concat(escape_control_characters(name), ": ", report.passed, " passed, ", report.failed, " failed\n");
   add_coverage(file, coverage, report);
-  add_claims(file, report);
   return report;
 }
 
