@@ -44,10 +44,12 @@ class ProveCommand final : public Command {
 
   void declare(Options &options) override {
     options.required_argument("FILE", path_, "The policy file; - is standard input");
-    options.options("--claim", "CLAIM", claims_, "A claim to prove instead of those in FILE; may be given several times");
+    options.options("--claim", "CLAIM", claims_,
+                    "A claim to prove instead of those in FILE; may be given several times");
     options.options("--only", "NAME", only_, "Prove only the claims with this name; may be given several times");
     options.option("--against", "OLD", against_, "Instead: whether FILE decides as this policy file does");
-    options.options("--when", "FILTER", when_, "With --against: only targets for which this holds, such as 'role equals guest'");
+    options.options("--when", "FILTER", when_,
+                    "With --against: only targets for which this holds, such as 'role equals guest'");
     options.flag("--stricter", stricter_, "With --against: only that FILE permits nothing that OLD denies");
     options.number("--timeout", "SECONDS", timeout_, kMostTimeout, "Time for each question (60)");
     options.flag("--json", json_, "Write one JSON object");
@@ -102,7 +104,8 @@ class ProveCommand final : public Command {
     complain(complaints);
     if (!complaints.empty()) return kUsage;
     const prove::Answers answers = prove::compare(comparison, clock_for(timeout_));
-    if (answers.all.empty()) complain("nothing to compare: no target, or without targets no policy-map, is in both files");
+    if (answers.all.empty())
+      complain("nothing to compare: no target, or without targets no policy-map, is in both files");
     return write(*file, answers);
   }
 

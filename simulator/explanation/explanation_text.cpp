@@ -84,7 +84,8 @@ class Writer {
 
 void Writer::line(Position position, std::string text) {
   const bool is_in_file = position.line != 0;
-  lines_.push_back({is_in_file ? file_->shown_path_of(position) : std::string(), position.line, depth_, std::move(text)});
+  lines_.push_back(
+      {is_in_file ? file_->shown_path_of(position) : std::string(), position.line, depth_, std::move(text)});
 }
 
 // A line with its place in front, which takes at most 'places_width' columns.

@@ -104,8 +104,7 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics,
   file.claims = std::move(more.claims);
   file.append(std::move(more));
   resolve(file, before, diagnostics);
-  SourceSteps found = {std::exchange(file.scenario, {}), std::exchange(file.tests, {}),
-                       std::exchange(file.claims, {})};
+  SourceSteps found = {std::exchange(file.scenario, {}), std::exchange(file.tests, {}), std::exchange(file.claims, {})};
   if (diagnostics.empty()) {
     steps = std::move(found);
     return true;

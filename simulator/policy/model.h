@@ -158,7 +158,7 @@ enum class ClaimKind : uint8_t { never, always, never_runs, always_runs, ends_wi
 // What holds for every target that has certain policy-maps, whatever its attributes are.
 struct Claim {
   Name name{};
-  Name event{};                // raised by the host
+  Name event{};                  // raised by the host
   std::vector<Name> policies{};  // active in this order; none: each list of policy-maps that a target of the file has
   std::vector<Filter> when{};    // they hold before the event
   ClaimKind kind = ClaimKind::never_fails;

@@ -30,7 +30,8 @@ std::optional<Filter> parse_condition(const std::string &text, const std::vector
   const bool is_negated = text.starts_with(kNot);
   std::optional<Filter> filter = parse_filter(is_negated ? text.substr(kNot.size()) : text);
   if (!filter) {
-    complaints.push_back(concat("'", text, "' is not a filter: a filter is ATTRIBUTE equals TEXT, ATTRIBUTE prefix TEXT, ",
+    complaints.push_back(concat("'", text,
+                                "' is not a filter: a filter is ATTRIBUTE equals TEXT, ATTRIBUTE prefix TEXT, ",
                                 "ATTRIBUTE regex TEXT, ATTRIBUTE range LOW..HIGH or ATTRIBUTE present, with 'not' in ",
                                 "front for the opposite"));
     return std::nullopt;

@@ -38,9 +38,9 @@ void read_kind(const Reader &reader, const yaml::Node &node, const Fields &field
     const yaml::Node *value = fields.find(to_string(kind));
     if (!value) continue;
     if (found) {
-      reader.diagnostics().add(
-          value->position, concat("a claim with both '", to_string(claim.kind), "' and '", to_string(kind), "'"),
-          "one thing in a claim; more in claims of their own");
+      reader.diagnostics().add(value->position,
+                               concat("a claim with both '", to_string(claim.kind), "' and '", to_string(kind), "'"),
+                               "one thing in a claim; more in claims of their own");
       return;
     }
     found = value;
@@ -68,10 +68,10 @@ std::vector<Name> read_policies(const Reader &reader, const yaml::Node &node) {
 }  // namespace
 
 Claim read_claim(const Reader &reader, const yaml::Node &node, const std::string &default_name) {
-  const Fields fields(node, "a claim",
-                      {"name", "event", "policies", "when", "never", "always", "never-runs", "always-runs",
-                       "ends-with", "never-fails"},
-                      reader.diagnostics());
+  const Fields fields(
+      node, "a claim",
+      {"name", "event", "policies", "when", "never", "always", "never-runs", "always-runs", "ends-with", "never-fails"},
+      reader.diagnostics());
   Claim claim{.name = {default_name, node.position}};
   if (const yaml::Node *name = fields.find("name"))
     claim.name = reader.text(*name, "a claim's name").value_or(Name{"", name->position});

@@ -47,8 +47,8 @@ std::vector<std::string> contradictions_of_values(const Claim &claim, const Acco
   for (const ExpectedValue &value : claim.values) {
     const std::optional<std::string> actual = value_in(account.after, value.attribute.value);
     if (actual == value.text) continue;
-    found.push_back(concat("attribute ", value.attribute.value, " ends as ", shown(actual), ", not as ",
-                           shown(value.text)));
+    found.push_back(
+        concat("attribute ", value.attribute.value, " ends as ", shown(actual), ", not as ", shown(value.text)));
   }
   return found;
 }
@@ -99,8 +99,8 @@ std::vector<std::string> contradictions(const Claim &claim, const EventExplanati
 }
 
 bool contradicts(const Claim &claim, const EventExplanation &explanation, const lint::Input &before) {
-  const bool is_about_these =
-      std::all_of(claim.when.begin(), claim.when.end(), [&](const Filter &filter) { return lint::holds(filter, before); });
+  const bool is_about_these = std::all_of(claim.when.begin(), claim.when.end(),
+                                          [&](const Filter &filter) { return lint::holds(filter, before); });
   return is_about_these && !contradictions(claim, explanation, before).empty();
 }
 

@@ -43,8 +43,8 @@ std::vector<lint::Policies> lists_for(const PolicyFile &file, const Claim &claim
 // The first list of policy-maps for which the claim does not hold ends the search; next, one for which it is open.
 Answer ClaimProver::answer(const Claim &claim) {
   const Patience patience = (*clock_)();
-  Answer all{.result = Result::proved, .name = claim.name.value, .position = claim.name.position,
-             .event = claim.event.value};
+  Answer all{
+      .result = Result::proved, .name = claim.name.value, .position = claim.name.position, .event = claim.event.value};
   bool first = true;
   for (const lint::Policies &policies : lists_for(*file_, claim)) {
     interruption::check();
@@ -57,8 +57,8 @@ Answer ClaimProver::answer(const Claim &claim) {
 }
 
 Answer ClaimProver::answer_for(const Claim &claim, const lint::Policies &policies, const Patience &patience) {
-  Answer answer{.name = claim.name.value, .position = claim.name.position, .event = claim.event.value,
-                .policies = policies};
+  Answer answer{
+      .name = claim.name.value, .position = claim.name.position, .event = claim.event.value, .policies = policies};
   Question question(hints_, patience);
   const SymbolicOutcome outcome = question.raise(*file_, policies, claim.event.value);
   if (!outcome.is_complete) {

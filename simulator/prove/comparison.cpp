@@ -120,8 +120,7 @@ Answer Comparer::answer(const std::string &event, const Lists &lists) {
   if (!answer.why.empty()) return answer;
 
   const Formula conditions = question.holds_before(comparison_->when);
-  const FoundInput found =
-      question.find(question.formulas().both(conditions, difference(before, after, question)));
+  const FoundInput found = question.find(question.formulas().both(conditions, difference(before, after, question)));
   if (found.can == lint::Can::possible) return played(std::move(answer), lists, found);
   if (found.can == lint::Can::impossible) answer.result = Result::proved;
   answer.why = found.why;

@@ -35,7 +35,7 @@ Question::Question(lint::Hints hints, Patience patience)
     : hints_(std::move(hints)), patience_(std::move(patience)), effort_([this] { return patience_() > 0; }) {}
 
 SymbolicOutcome Question::raise(const PolicyFile &file, const lint::Policies &policies, const std::string &event) {
-  return SymbolicRun(file, formulas_, tests_, effort_).raise(policies, event);
+  return SymbolicRun(file, formulas_, tests_, patience_).raise(policies, event);
 }
 
 Formula Question::holds_before(const std::vector<Filter> &filters) {

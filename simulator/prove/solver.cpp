@@ -18,6 +18,8 @@ namespace {
 
 using lint::Can;
 
+constexpr const char *kTimeIsOver = "the time is over";
+
 // What one test says about another, whatever the value.
 struct Relation {
   bool both_can_pass = true;
@@ -79,7 +81,7 @@ class Solver::Search {
   };
   enum class Consistent : uint8_t { yes, no, unknown };
 
-  void add(Formula formula);
+  bool add(Formula formula);
   void add_conjunction(uint32_t node);
   void add_test(uint32_t node);
   void add_hints(const ValueTests::Test &test);
@@ -193,8 +195,10 @@ void Solver::Search::add_test(uint32_t node) {
   attribute.nodes.push_back(node);
 }
 
-void Solver::Search::add(Formula formula) {
+// False when the time was over before everything was added.
+bool Solver::Search::add(Formula formula) {
   for (const uint32_t node : formulas_->nodes_of(formula)) {
+    if (patience_() == 0) return false;
     if (variables_.contains(node)) continue;
     if (formulas_->is_variable(node)) {
       add_test(node);
@@ -202,6 +206,7 @@ void Solver::Search::add(Formula formula) {
       add_conjunction(node);
     }
   }
+  return true;
 }
 
 // ---- Values ---------------------------------------------------------------------------------------------------------------
@@ -225,7 +230,7 @@ Can Solver::Search::check(const std::vector<Formula> &assumptions) {
     interruption::check();
     const std::optional<z3::check_result> result = ask(assumptions);
     if (!result) {
-      why_unknown_.insert("the time is over");
+      why_unknown_.insert(kTimeIsOver);
       return Can::unknown;
     }
     if (*result == z3::unsat) return passed_over_ ? Can::unknown : Can::impossible;
@@ -340,7 +345,8 @@ std::vector<std::string> Solver::Search::why_open() const {
 FoundInput Solver::Search::find(Formula formula) {
   if (formula == Formula::never()) return {.can = Can::impossible};
   why_unknown_.clear();
-  add(formula);
+  if (formulas_->too_many()) return {.can = Can::unknown, .why = {"the formulas take too much memory"}};
+  if (!add(formula)) return {.can = Can::unknown, .why = {kTimeIsOver}};
   std::vector<Formula> assumptions;
   if (formula != Formula::always()) assumptions.push_back(formula);
   const Can can = check(assumptions);

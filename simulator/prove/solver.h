@@ -7,20 +7,16 @@
 // and where there is none, the tests that contradict each other become one more clause.
 #pragma once
 
-#include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "simulator/lint/inputs.h"
+#include "simulator/prove/patience.h"
 #include "simulator/prove/tests_of_values.h"
 
 namespace simulator::prove {
-
-// How long a question may take: the milliseconds that are left. Nothing here reads a clock.
-using Patience = std::function<uint32_t()>;
 
 struct FoundInput {
   lint::Can can = lint::Can::unknown;

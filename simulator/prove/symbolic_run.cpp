@@ -33,7 +33,7 @@ void SymbolicRun::give_up(const std::string &why) {
 
 bool SymbolicRun::may_go_on() {
   interruption::check();
-  if (!effort_->step()) give_up("the time is over");
+  if ((*patience_)() == 0) give_up("the time is over");
   if (formulas_->too_many()) give_up("the formulas take too much memory");
   return why_given_up_.empty();
 }

@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "simulator/lint/effort.h"
 #include "simulator/policy/model.h"
+#include "simulator/prove/patience.h"
 #include "simulator/prove/symbolic_value.h"
 
 namespace simulator::prove {
@@ -33,9 +33,9 @@ struct SymbolicOutcome {
   SymbolicValues values{};
   Formula permits = Formula::never();  // the verdict of the event itself; neither: there is none
   Formula denies = Formula::never();
-  Formula fails = Formula::never();       // whether an action failed, also in the events that it raised
-  std::vector<LoggedText> log{};          // in order
-  std::map<const Rule *, Formula> runs{}; // the rules that may run, also of raised events
+  Formula fails = Formula::never();        // whether an action failed, also in the events that it raised
+  std::vector<LoggedText> log{};           // in order
+  std::map<const Rule *, Formula> runs{};  // the rules that may run, also of raised events
   bool is_complete = true;
   std::string why_incomplete{};
 };
@@ -43,8 +43,8 @@ struct SymbolicOutcome {
 class SymbolicRun {
  public:
   // Everything must outlive the run.
-  SymbolicRun(const PolicyFile &file, Formulas &formulas, ValueTests &tests, lint::Effort &effort)
-      : file_(&file), formulas_(&formulas), tests_(&tests), effort_(&effort) {}
+  SymbolicRun(const PolicyFile &file, Formulas &formulas, ValueTests &tests, const Patience &patience)
+      : file_(&file), formulas_(&formulas), tests_(&tests), patience_(&patience) {}
 
   // The event on a target that has these policy-maps.
   SymbolicOutcome raise(const std::vector<std::string> &policies, const std::string &event);
@@ -90,7 +90,7 @@ class SymbolicRun {
   const PolicyFile *file_;
   Formulas *formulas_;
   ValueTests *tests_;
-  lint::Effort *effort_;
+  const Patience *patience_;
   std::vector<const PolicyMap *> policies_{};
   unsigned nested_ = 0;
   std::string why_given_up_{};

@@ -170,8 +170,7 @@ Formula ValueOf::same(const Term &one, const Term &other) {
   if (a.kind == Kind::initial && b.kind == Kind::text) return tests_->is_text(*attribute_, b.text);
   if (a.kind == Kind::initial && b.kind == Kind::absent) return ~tests_->is_present(*attribute_);
   // Only the highest number is not changed by counting.
-  if (a.kind == Kind::initial && b.kind == Kind::counted)
-    return tests_->is_text(*attribute_, std::to_string(kHighest));
+  if (a.kind == Kind::initial && b.kind == Kind::counted) return tests_->is_text(*attribute_, std::to_string(kHighest));
   if (a.kind == Kind::counted && b.kind == Kind::counted)
     return tests_->is_between(*attribute_, kHighest - std::min(a.counts, b.counts), kHighest);
   if (a.kind == Kind::counted && b.kind == Kind::text) return counted_is_text(a.counts, b.text);
@@ -188,7 +187,9 @@ Formula ValueOf::same(const SymbolicValue &value, const Term &term) {
 // Two different texts are never the same, so texts are only compared with what is no text.
 Formula ValueOf::same(const SymbolicValue &a, const SymbolicValue &b) {
   if (a == b) return Formula::always();
-  const auto is_fixed = [](const Term &term) { return term.kind == Term::Kind::text || term.kind == Term::Kind::absent; };
+  const auto is_fixed = [](const Term &term) {
+    return term.kind == Term::Kind::text || term.kind == Term::Kind::absent;
+  };
   std::vector<Formula> ways;
   for (const auto &[term, condition] : a) {
     if (is_fixed(term)) {

@@ -23,8 +23,8 @@ class ValueTests {
  public:
   struct Test {
     std::string attribute{};
-    Filter filter{};           // without no-match
-    std::string why_open{};    // instead of a test: the reason
+    Filter filter{};         // without no-match
+    std::string why_open{};  // instead of a test: the reason
     bool is_open() const { return !why_open.empty(); }
   };
 
@@ -49,7 +49,7 @@ class ValueTests {
   using Key = std::tuple<std::string, FilterKind, std::string, int64_t, int64_t>;
 
   Formulas *formulas_;
-  std::deque<Test> tests_;  // they do not move
+  std::deque<Test> tests_;                   // they do not move
   std::unordered_map<uint32_t, size_t> at_;  // by node
   std::map<Key, Formula> known_;
   std::map<std::string, Formula> open_;

@@ -57,13 +57,24 @@ class Writer {
 };
 
 std::string Writer::filter(bool may_negate) {
-  static const std::vector<std::string> kTests = {
-      "equals: '1'",       "equals: '2'",          "equals: '02'",       "equals: x",
-      "equals: ''",        "prefix: x",            "prefix: '0'",        "prefix: '1'",
-      "regex: 'y$'",       "regex: '^[0-9]+$'",    "present: true",      "range: {min: 0}",
-      "range: {max: 1}",   "range: {min: 2}",      "range: {min: 1, max: 7}",
-      "range: {min: 9223372036854775807}"};
-  return concat("{attribute: ", attribute(), ", ", pick(kTests), may_negate && below(3) == 0 ? ", no-match: true}" : "}");
+  static const std::vector<std::string> kTests = {"equals: '1'",
+                                                  "equals: '2'",
+                                                  "equals: '02'",
+                                                  "equals: x",
+                                                  "equals: ''",
+                                                  "prefix: x",
+                                                  "prefix: '0'",
+                                                  "prefix: '1'",
+                                                  "regex: 'y$'",
+                                                  "regex: '^[0-9]+$'",
+                                                  "present: true",
+                                                  "range: {min: 0}",
+                                                  "range: {max: 1}",
+                                                  "range: {min: 2}",
+                                                  "range: {min: 1, max: 7}",
+                                                  "range: {min: 9223372036854775807}"};
+  return concat("{attribute: ", attribute(), ", ", pick(kTests),
+                may_negate && below(3) == 0 ? ", no-match: true}" : "}");
 }
 
 std::string Writer::filters(int fewest, int most) {
@@ -127,8 +138,9 @@ std::string Writer::rules(const std::string &event) {
   const int count = 1 + below(3);
   const int first = below(4);  // a class-map has one rule in an event
   for (int at = 1; at <= count; ++at) {
-    all += concat(at == 1 ? "" : ", ", "{number: ", at, ", class: c", (first + at) % 4, ", execute: ",
-                  pick({"run-all", "stop-on-failure", "stop-on-success"}), ", actions: [", actions(event), "]}");
+    all += concat(at == 1 ? "" : ", ", "{number: ", at, ", class: c", (first + at) % 4,
+                  ", execute: ", pick({"run-all", "stop-on-failure", "stop-on-success"}), ", actions: [",
+                  actions(event), "]}");
   }
   return all + "]}";
 }
@@ -141,11 +153,12 @@ std::string Writer::policy(const std::string &name, const std::vector<std::strin
 }
 
 std::string Writer::claim(int number) {
-  const std::string what = pick({"never: permit", "never: deny", "never: none", "always: permit", "always: deny",
-                                 "always: none", "never-runs: p/e/1", "never-runs: c1", "always-runs: p/e/1",
-                                 "always-runs: c2", "ends-with: {a: '2'}", "ends-with: {b: }", "ends-with: {a: x, b: }",
-                                 "never-fails: true"});
-  return concat("  - {name: n", number, ", event: ", pick({"e", "e", "f"}), ", when: [", filters(0, 2), "], ", what, "}\n");
+  const std::string what =
+      pick({"never: permit", "never: deny", "never: none", "always: permit", "always: deny", "always: none",
+            "never-runs: p/e/1", "never-runs: c1", "always-runs: p/e/1", "always-runs: c2", "ends-with: {a: '2'}",
+            "ends-with: {b: }", "ends-with: {a: x, b: }", "never-fails: true"});
+  return concat("  - {name: n", number, ", event: ", pick({"e", "e", "f"}), ", when: [", filters(0, 2), "], ", what,
+                "}\n");
 }
 
 std::string Writer::file() {
@@ -165,10 +178,17 @@ std::string Writer::file() {
 
 // One character or word more or less often changes what a policy does.
 std::string changed(const std::string &text, std::mt19937 &random) {
-  static const std::vector<std::pair<std::string, std::string>> kChanges = {
-      {"equals: '1'", "equals: '2'"}, {"min: 2", "min: 3"}, {"max: 1", "max: 0"}, {"permit", "deny"},
-      {"deny", "permit"},             {"log: one", "log: two"}, {"match: first", "match: all"},
-      {"match: all", "match: first"}, {"count: a", "count: b"}, {"xy}", "x}"}, {"run-all", "stop-on-failure"}};
+  static const std::vector<std::pair<std::string, std::string>> kChanges = {{"equals: '1'", "equals: '2'"},
+                                                                            {"min: 2", "min: 3"},
+                                                                            {"max: 1", "max: 0"},
+                                                                            {"permit", "deny"},
+                                                                            {"deny", "permit"},
+                                                                            {"log: one", "log: two"},
+                                                                            {"match: first", "match: all"},
+                                                                            {"match: all", "match: first"},
+                                                                            {"count: a", "count: b"},
+                                                                            {"xy}", "x}"},
+                                                                            {"run-all", "stop-on-failure"}};
   const auto &[from, to] = kChanges[random() % kChanges.size()];
   const size_t end = text.find("targets:");
   const size_t at = text.find(from, text.find("policy-maps:"));

@@ -80,10 +80,11 @@ TEST(KnownToBeEqual, AreAClassAndTheTwoPartsItIsSplitInto) {
   const std::string whole = class_map("low", "{attribute: n, range: {min: 0, max: 99}}");
   const std::string parts = class_map("lower", "{attribute: n, range: {min: 0, max: 49}}") +
                             class_map("upper", "{attribute: n, range: {min: 50, max: 99}}");
-  EXPECT_EQ(compared(file_of(whole, rule(10, "low", "{count: hits}, deny")),
-                     file_of(parts, rule(10, "lower", "{count: hits}, deny") + rule(20, "upper", "{count: hits}, deny")))
-                .result,
-            Result::proved);
+  EXPECT_EQ(
+      compared(file_of(whole, rule(10, "low", "{count: hits}, deny")),
+               file_of(parts, rule(10, "lower", "{count: hits}, deny") + rule(20, "upper", "{count: hits}, deny")))
+          .result,
+      Result::proved);
 }
 
 TEST(KnownToBeEqual, ArePoliciesWhoseObjectsHaveOtherNames) {
@@ -144,13 +145,13 @@ TEST(KnownToDiffer, InTheOrderOfTwoLoggedTexts) {
   const Answer answer = compared(file_of("", rule(1, "always", "{log: one}, {log: two}")),
                                  file_of("", rule(1, "always", "{log: two}, {log: one}")));
   EXPECT_EQ(answer.result, Result::refuted);
-  EXPECT_EQ(answer.what,
-            (std::vector<std::string>{"the log: \"one\", \"two\" -> \"two\", \"one\""}));
+  EXPECT_EQ(answer.what, (std::vector<std::string>{"the log: \"one\", \"two\" -> \"two\", \"one\""}));
 }
 
 TEST(KnownToDiffer, InANumberWrittenInTwoWays) {
-  const Answer answer = compared(file_of(class_map("c", "{attribute: n, equals: '7'}"), rule(1, "c", "permit")),
-                                 file_of(class_map("c", "{attribute: n, range: {min: 7, max: 7}}"), rule(1, "c", "permit")));
+  const Answer answer =
+      compared(file_of(class_map("c", "{attribute: n, equals: '7'}"), rule(1, "c", "permit")),
+               file_of(class_map("c", "{attribute: n, range: {min: 7, max: 7}}"), rule(1, "c", "permit")));
   EXPECT_EQ(answer.result, Result::refuted);
   EXPECT_EQ(answer.witness, (Input{{"n", "07"}}));
 }
@@ -185,11 +186,14 @@ TEST(Claims, WhoseConditionsNoTargetSatisfiesSaySo) {
 
 TEST(Claims, CountFromZeroWhenAnAttributeIsNoNumber) {
   const std::string file = file_of("", rule(10, "always", "{count: n}"));
-  EXPECT_EQ(result_of(file, "when: [{attribute: n, present: true, no-match: true}], ends-with: {n: '1'}"), Result::proved);
+  EXPECT_EQ(result_of(file, "when: [{attribute: n, present: true, no-match: true}], ends-with: {n: '1'}"),
+            Result::proved);
   EXPECT_EQ(result_of(file, "when: [{attribute: n, prefix: x}], ends-with: {n: '1'}"), Result::proved);
   EXPECT_EQ(result_of(file, "when: [{attribute: n, range: {min: 41, max: 41}}], ends-with: {n: '42'}"), Result::proved);
-  EXPECT_EQ(result_of(file, "when: [{attribute: n, range: {min: 9223372036854775807}}], ends-with: {n: '9223372036854775807'}"),
-            Result::proved);
+  EXPECT_EQ(
+      result_of(file,
+                "when: [{attribute: n, range: {min: 9223372036854775807}}], ends-with: {n: '9223372036854775807'}"),
+      Result::proved);
 }
 
 TEST(Claims, KnowWhichPrefixesNumbersHaveAfterACount) {
@@ -226,15 +230,16 @@ TEST(Claims, NameTheExpressionThatCannotBeFollowed) {
 }
 
 TEST(Claims, RunOutOfTimeWithoutAnAnswer) {
-  const PolicyFile file = load_good(file_of(class_map("one", kA1), rule(10, "one", "permit")) +
-                                    "claims: [{event: e, never: permit}]\n");
+  const PolicyFile file =
+      load_good(file_of(class_map("one", kA1), rule(10, "one", "permit")) + "claims: [{event: e, never: permit}]\n");
   const Answer answer = only(simulator::prove::prove_claims(file, [] { return [] { return 0U; }; }));
   EXPECT_EQ(answer.result, Result::undecided);
   EXPECT_EQ(answer.why, (std::vector<std::string>{"the time is over"}));
 }
 
 TEST(Stricter, AllowsMoreDenialsAndNoMorePermits) {
-  const PolicyFile strict = load_good(file_of(class_map("one", kA1), rule(10, "one", "deny") + rule(20, "always", "permit")));
+  const PolicyFile strict =
+      load_good(file_of(class_map("one", kA1), rule(10, "one", "deny") + rule(20, "always", "permit")));
   const PolicyFile lax = load_good(file_of("", rule(20, "always", "permit")));
   const auto answer = [](const PolicyFile &before, const PolicyFile &after) {
     return only(simulator::prove::compare({.before = &before, .after = &after, .stricter = true}, patience)).result;
