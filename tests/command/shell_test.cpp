@@ -159,9 +159,10 @@ INSTANTIATE_TEST_SUITE_P(
         Failing{"clear counters now", "<stdin>:2: 'now' is one word too many; expected: clear counters\n"},
         Failing{"show client", "<stdin>:2: clients are shown all together, by show\n"},
         Failing{"undo", "<stdin>:2: there is nothing to undo\n"},
-        Failing{"save examples/broadband.yaml",
-                "<stdin>:2: examples/broadband.yaml has comments, a scenario, tests, claims, which a saved session lacks; "
-                "'save examples/broadband.yaml force' overwrites it\n"},
+        Failing{
+            "save examples/broadband.yaml",
+            "<stdin>:2: examples/broadband.yaml has comments, a scenario, tests, claims, which a saved session lacks; "
+            "'save examples/broadband.yaml force' overwrites it\n"},
         Failing{
             "save README.md",
             "<stdin>:2: README.md exists, and was not loaded in this session; 'save README.md force' overwrites it\n"},
