@@ -42,7 +42,7 @@ class ConfigCommand final : public Command {
         "else, as a policy file: clients, domains, class-maps, parameter-maps, policy-maps,\n"
         "and targets with their attributes and active policies. Loading that text makes an\n"
         "equal repository, for which this command writes the same text again.\n"
-        "The scenario, the tests and the comments of a file are no part of the repository and\n"
+        "The scenario, the tests, the claims and the comments of a file are no part of the repository and\n"
         "are left out. Class-maps and parameter-maps come in the order of their names,\n"
         "policy-maps in an order that gives their events the same ids, attributes by name.\n\n"
         "Examples:\n"

@@ -167,7 +167,16 @@ class TestCommand final : public Command {
   int test(const PolicyFile &file, std::optional<Report> &report) const {
     Complaints problems;
     report = report_on_tests(file, terminal::colours(terminal::Stream::out), problems);
-    return report ? judge(file, *report) : report_internal(problems);
+    if (!report) return report_internal(problems);
+    add_claims(file, *report);
+    return judge(file, *report);
+  }
+
+  // Proofs may take long, so claims are only pointed out.
+  static void add_claims(const PolicyFile &file, Report &report) {
+    const size_t claims = file.claims.size();
+    report.json["claims"] = claims;
+    if (claims > 0) report.text += concat(claims, claims == 1 ? " claim" : " claims", ", for zar prove to check\n");
   }
 
   int judge(const PolicyFile &file, const Report &report) const {

@@ -103,7 +103,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain fmt graph help lint report run schema shell show test --help --version --color -h'
+    words='check config diff explain fmt graph help lint prove report run schema shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -118,7 +118,8 @@ _zar() {
       [[ $command == lint ]] && COMPREPLY=($(compgen -W "$_zar_findings" -- "$word"))
       return
       ;;
-    --event | --set | --clear | --jobs | --min-coverage | --policy | --reach | --effort) return ;;
+    --event | --set | --clear | --jobs | --min-coverage | --policy | --reach | --effort | --claim | --when | --timeout) return ;;
+    --against) _zar_files "$word"; return ;;
     --svg | --png | --events | -o | --output) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
@@ -131,6 +132,7 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--strict --only --except --effort --format --json' ;;
+      prove) words='--claim --only --against --when --stricter --timeout --json' ;;
       report) words='--against -o --output --no-graph --effort --json' ;;
       run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --jobs --strict' ;;
       schema) words='--json' ;;
@@ -144,7 +146,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint report run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint prove report run schema shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in

@@ -83,7 +83,9 @@ class Writer {
 };
 
 void Writer::line(Position position, std::string text) {
-  lines_.push_back({file_->shown_path_of(position), position.line, depth_, std::move(text)});
+  const bool is_in_file = position.line != 0;
+  lines_.push_back(
+      {is_in_file ? file_->shown_path_of(position) : std::string(), position.line, depth_, std::move(text)});
 }
 
 // A line with its place in front, which takes at most 'places_width' columns.
@@ -129,7 +131,9 @@ void Writer::write(const EventExplanation &explanation, const Step &step) {
   const std::optional<Decision> decided = decision(explanation);
   decisive_ = decided ? decided->action : nullptr;
   refusals_ = refusals(explanation);
-  line(file_->find_target(step.target.value)->name.position,
+  // An event can be explained that was tried on a target of no file.
+  const Target *target = file_->find_target(step.target.value);
+  line(target ? target->name.position : Position{},
        concat(explanation.event, " at ", step.target.value, ": ", verdict_text(explanation.outcome.verdict, colours_)));
   const Deeper deeper(*this);
   given(step);
@@ -166,8 +170,7 @@ bool Writer::is_shown() {
 // The changes before the event come from this file, or from a command line or another file.
 void Writer::given(const Step &step) {
   const auto add = [&](Position position, std::string text) {
-    const Position from = position.line != 0 ? position : step.position;
-    lines_.push_back({from.line != 0 ? file_->shown_path_of(from) : "", from.line, depth_, std::move(text)});
+    line(position.line != 0 ? position : step.position, std::move(text));
   };
   for (const Name &attribute : step.clear)
     add(attribute.position, concat("given: no ", attribute.value));

@@ -32,6 +32,10 @@ constexpr std::string_view kShort[] = {
     "tests/-/clear",
     "tests/-/steps/-/set",
     "tests/-/steps/-/clear",
+    "claims/-/policies",
+    "claims/-/when/-",
+    "claims/-/when/-/range",
+    "claims/-/ends-with",
 };
 
 using Path = std::vector<std::string_view>;

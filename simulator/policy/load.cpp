@@ -26,14 +26,14 @@ Sections read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   const Reader reader(diagnostics);
   const Fields fields(
       root, "a policy file",
-      {"clients", "domains", "class-maps", "policy-maps", "parameter-maps", "targets", "scenario", "tests"},
+      {"clients", "domains", "class-maps", "policy-maps", "parameter-maps", "targets", "scenario", "tests", "claims"},
       diagnostics);
   sections.have_all_names = fields.is_sound();
   const auto section = [&](std::string_view key, Section read) {
     const yaml::Node *node = fields.find(key);
     if (!node) return;
     read(reader, *node, file);
-    const bool defines_names = key != "scenario" && key != "tests";
+    const bool defines_names = key != "scenario" && key != "tests" && key != "claims";
     const bool is_mapping = node->kind == yaml::Kind::mapping || node->kind == yaml::Kind::null;
     if (defines_names && !is_mapping) sections.have_all_names = false;
   };
@@ -45,6 +45,7 @@ Sections read_sections(const yaml::Node &root, Diagnostics &diagnostics) {
   section("targets", read_targets);
   section("scenario", read_scenario);
   section("tests", read_tests);
+  section("claims", read_claims);
   return sections;
 }
 
@@ -100,9 +101,10 @@ bool load_more(PolicyFile &file, const Source &source, Diagnostics &diagnostics,
   const FileExtent before = file.extent();
   file.scenario = std::move(more.scenario);
   file.tests = std::move(more.tests);
+  file.claims = std::move(more.claims);
   file.append(std::move(more));
   resolve(file, before, diagnostics);
-  SourceSteps found = {std::exchange(file.scenario, {}), std::exchange(file.tests, {})};
+  SourceSteps found = {std::exchange(file.scenario, {}), std::exchange(file.tests, {}), std::exchange(file.claims, {})};
   if (diagnostics.empty()) {
     steps = std::move(found);
     return true;
@@ -128,6 +130,18 @@ bool load_tests(PolicyFile &file, const Source &source, Diagnostics &diagnostics
   if (diagnostics.empty()) return true;
   file.scenario.resize(steps);
   file.tests.resize(tests);
+  return false;
+}
+
+bool load_claim(PolicyFile &file, const Source &source, Diagnostics &diagnostics) {
+  const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
+  if (!document) return false;
+
+  const Reader reader(diagnostics);
+  file.claims.push_back(read_claim(reader, document->root(), concat("claim ", file.claims.size() + 1)));
+  resolve(file, file.extent(), diagnostics);
+  if (diagnostics.empty()) return true;
+  file.claims.pop_back();
   return false;
 }
 

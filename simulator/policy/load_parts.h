@@ -14,6 +14,12 @@ void read_parameter_maps(const Reader &reader, const yaml::Node &node, PolicyFil
 void read_targets(const Reader &reader, const yaml::Node &node, PolicyFile &file);
 void read_scenario(const Reader &reader, const yaml::Node &node, PolicyFile &file);
 void read_tests(const Reader &reader, const yaml::Node &node, PolicyFile &file);
+void read_claims(const Reader &reader, const yaml::Node &node, PolicyFile &file);
+Claim read_claim(const Reader &reader, const yaml::Node &node, const std::string &default_name);
+// permit, deny or none.
+std::optional<Name> read_verdict(const Reader &reader, const yaml::Node &node);
+// An attribute without a value has to be absent.
+std::vector<ExpectedValue> read_expected_values(const Reader &reader, const yaml::Node &node);
 
 std::vector<Filter> read_filters(const Reader &reader, const yaml::Node &node);
 std::vector<Action> read_actions(const Reader &reader, const yaml::Node &node);

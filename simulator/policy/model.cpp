@@ -337,6 +337,24 @@ const char *to_string(Execute execute) {
   return "";
 }
 
+const char *to_string(ClaimKind kind) {
+  switch (kind) {
+    case ClaimKind::never:
+      return "never";
+    case ClaimKind::always:
+      return "always";
+    case ClaimKind::never_runs:
+      return "never-runs";
+    case ClaimKind::always_runs:
+      return "always-runs";
+    case ClaimKind::ends_with:
+      return "ends-with";
+    case ClaimKind::never_fails:
+      return "never-fails";
+  }
+  return "";
+}
+
 std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule) {
   return concat(policy.name.value, "/", event.event.value, "/", rule.number);
 }

@@ -153,6 +153,19 @@ struct Test {
   std::vector<TestStep> steps{};  // at least one
 };
 
+enum class ClaimKind : uint8_t { never, always, never_runs, always_runs, ends_with, never_fails };
+
+// What holds for every target that has certain policy-maps, whatever its attributes are.
+struct Claim {
+  Name name{};
+  Name event{};                  // raised by the host
+  std::vector<Name> policies{};  // active in this order; none: each list of policy-maps that a target of the file has
+  std::vector<Filter> when{};    // they hold before the event
+  ClaimKind kind = ClaimKind::never_fails;
+  Name subject{};                       // never, always: permit, deny or none; never-runs, always-runs: a rule
+  std::vector<ExpectedValue> values{};  // ends-with
+};
+
 // By a name, which is stored with the value.
 struct NameHash : std::hash<std::string_view> {
   using is_transparent = void;
@@ -208,12 +221,13 @@ struct PolicyFile {
   std::vector<Target> targets{};
   std::vector<Step> scenario{};
   std::vector<Test> tests{};
+  std::vector<Claim> claims{};
 
   // The events that policy-maps handle, in the order of their first appearance; the id of an event is its position plus
   // 1. An event keeps its id when the policy-maps change, even when no policy-map handles it any more.
   std::vector<std::string> events{};
 
-  // The same objects, indexed, without the scenario and the tests.
+  // The same objects, indexed, without the scenario, the tests and the claims.
   PolicyFile copy_of_objects() const;
   const std::string &path_of(Position position) const {
     return position.source == 0 ? path : more_paths[position.source - 1];
@@ -296,6 +310,7 @@ const char *to_string(ActionKind kind);
 const char *to_string(ClassMatch match);
 const char *to_string(EventMatch match);
 const char *to_string(Execute execute);
+const char *to_string(ClaimKind kind);
 
 // The name of a rule: "POLICY/EVENT/NUMBER".
 std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);

@@ -4,18 +4,6 @@
 
 namespace simulator {
 
-namespace {
-
-std::vector<Name> read_texts(const Reader &reader, const yaml::Node &node, std::string_view list,
-                             std::string_view item_is) {
-  std::vector<Name> texts;
-  reader.list(node, list, [&](const yaml::Node &item) {
-    if (std::optional<Name> text = reader.text(item, item_is)) texts.push_back(std::move(*text));
-  });
-  return texts;
-}
-
-// An attribute without a value has to be absent.
 std::vector<ExpectedValue> read_expected_values(const Reader &reader, const yaml::Node &node) {
   std::vector<ExpectedValue> values;
   reader.named(node, "an attribute's name", NameKind::map, [&](Name name, const yaml::Node &body) {
@@ -34,6 +22,17 @@ std::optional<Name> read_verdict(const Reader &reader, const yaml::Node &node) {
   const std::optional<const char *> verdict =
       reader.choice<const char *>(node, "a verdict", {{"permit", "permit"}, {"deny", "deny"}, {"none", "none"}});
   return verdict ? std::optional(Name{*verdict, node.position}) : std::nullopt;
+}
+
+namespace {
+
+std::vector<Name> read_texts(const Reader &reader, const yaml::Node &node, std::string_view list,
+                             std::string_view item_is) {
+  std::vector<Name> texts;
+  reader.list(node, list, [&](const yaml::Node &item) {
+    if (std::optional<Name> text = reader.text(item, item_is)) texts.push_back(std::move(*text));
+  });
+  return texts;
 }
 
 Expectation read_expectation(const Reader &reader, const yaml::Node &node) {

@@ -36,6 +36,7 @@ class Resolver {
     check_targets();
     check_scenario();
     check_tests();
+    check_claims();
     check_counts();
     report_unknown();
   }
@@ -73,7 +74,7 @@ class Resolver {
   template <class User>
   void check_actions(const std::vector<Action> &actions, User user);
   void check_targets();
-  void check_policies_of(const Target &target);
+  void check_policies(const std::vector<Name> &names, const std::string &user);
   void check_scenario();
   void check_step(const Step &step, const std::string &user);
   void check_tests();
@@ -81,6 +82,10 @@ class Resolver {
   void for_each_expectation(Each each) const;
   void check_expected_rules();
   void check_expected_attributes();
+  void check_claims();
+  std::vector<std::string> rule_names() const;
+  void check_rules(const std::vector<Name> &rules);
+  void check_attributes(const std::vector<Name> &attributes);
   void check_event(const Name &event);
   void check_counts();
   void check_attribute_count();
@@ -318,15 +323,14 @@ void Resolver::check_actions(const std::vector<Action> &actions, User user) {
 void Resolver::check_targets() {
   for (const Target &target : from(file_->targets, first_.targets)) {
     check_client(target.client, "target", target.name);
-    check_policies_of(target);
+    check_policies(target.policies, concat("target ", target.name.value));
   }
 }
 
-void Resolver::check_policies_of(const Target &target) {
+void Resolver::check_policies(const std::vector<Name> &names, const std::string &user) {
   FirstPositions<std::string_view> policies;
-  for (const Name &policy : target.policies) {
-    if (!file_->find_policy_map(policy.value))
-      unknown(policy, ObjectKind::policy, concat("target ", target.name.value));
+  for (const Name &policy : names) {
+    if (!file_->find_policy_map(policy.value)) unknown(policy, ObjectKind::policy, user);
     if (policies.earlier(policy.value, policy.position)) {
       diagnostics_->add(policy.position, concat("policy-map '", policy.value, "' is active already"),
                         "each policy-map once on a target");
@@ -363,6 +367,14 @@ void Resolver::for_each_expectation(Each each) const {
 }
 
 void Resolver::check_expected_rules() {
+  std::vector<Name> rules;
+  for_each_expectation([&](const Expectation &expect) {
+    if (expect.rules) rules.insert(rules.end(), expect.rules->begin(), expect.rules->end());
+  });
+  check_rules(rules);
+}
+
+std::vector<std::string> Resolver::rule_names() const {
   std::vector<std::string> rules;
   for (const PolicyMap &policy : file_->policy_maps) {
     for (const EventRules &event : policy.events) {
@@ -370,38 +382,67 @@ void Resolver::check_expected_rules() {
         rules.push_back(rule_name(policy, event, rule));
     }
   }
-  std::vector<std::string_view> known(rules.begin(), rules.end());
+  return rules;
+}
+
+void Resolver::check_rules(const std::vector<Name> &rules) {
+  const std::vector<std::string> all = rule_names();
+  std::vector<std::string_view> known(all.begin(), all.end());
   for (const ClassMap &map : file_->class_maps)
     known.push_back(map.name.value);
 
   const std::unordered_set<std::string_view> names(known.begin(), known.end());
+  for (const Name &rule : rules) {
+    if (!was_read(rule) || names.contains(rule.value)) continue;
+    diagnostics_->add(rule.position, concat("there is no rule or class-map '", rule.value, "'"),
+                      "POLICY/EVENT/NUMBER, or the name of a class-map of this file",
+                      diagnostics_->too_many() ? "" : nearest(rule.value, known));
+  }
+}
+
+void Resolver::check_expected_attributes() {
+  std::vector<Name> attributes;
   for_each_expectation([&](const Expectation &expect) {
-    if (!expect.rules) return;
-    for (const Name &rule : *expect.rules) {
-      if (names.contains(rule.value)) continue;
-      diagnostics_->add(rule.position, concat("there is no rule or class-map '", rule.value, "'"),
-                        "POLICY/EVENT/NUMBER, or the name of a class-map of this file",
-                        diagnostics_->too_many() ? "" : nearest(rule.value, known));
-    }
+    for (const ExpectedValue &expected : expect.attributes)
+      attributes.push_back(expected.attribute);
   });
+  check_attributes(attributes);
 }
 
 // An attribute that nothing sets and nothing tests is a misspelt name: expecting it to be absent could never fail.
-void Resolver::check_expected_attributes() {
+void Resolver::check_attributes(const std::vector<Name> &attributes) {
   std::vector<std::string_view> known;
   std::unordered_set<std::string_view> names;
   for_each_attribute(*file_, [&](const Name &attribute) {
     if (names.insert(attribute.value).second) known.push_back(attribute.value);
   });
-  for_each_expectation([&](const Expectation &expect) {
-    for (const ExpectedValue &expected : expect.attributes) {
-      if (names.contains(expected.attribute.value)) continue;
-      diagnostics_->add(expected.attribute.position,
-                        concat("nothing in the file mentions the attribute '", expected.attribute.value, "'"),
-                        "an attribute that a filter, an action or a target has",
-                        diagnostics_->too_many() ? "" : nearest(expected.attribute.value, known));
-    }
-  });
+  for (const Name &attribute : attributes) {
+    if (!was_read(attribute) || names.contains(attribute.value)) continue;
+    diagnostics_->add(attribute.position, concat("nothing in the file mentions the attribute '", attribute.value, "'"),
+                      "an attribute that a filter, an action or a target has",
+                      diagnostics_->too_many() ? "" : nearest(attribute.value, known));
+  }
+}
+
+void Resolver::check_claims() {
+  if (file_->claims.empty()) return;
+  std::vector<Name> rules;
+  std::vector<Name> attributes;
+  for (const Claim &claim : file_->claims) {
+    check_event(claim.event);
+    check_policies(claim.policies, concat("claim '", claim.name.value, "'"));
+    if (claim.policies.empty() && file_->targets.empty() && is_well_formed_)
+      diagnostics_->add(claim.name.position, "a claim without policies in a file without targets",
+                        "the key policies: the policy-maps that are active together");
+    const bool about_rule = claim.kind == ClaimKind::never_runs || claim.kind == ClaimKind::always_runs;
+    if (about_rule) rules.push_back(claim.subject);
+    for (const Filter &filter : claim.when)
+      attributes.push_back(filter.attribute);
+    for (const ExpectedValue &value : claim.values)
+      attributes.push_back(value.attribute);
+  }
+  check_rules(rules);
+  check_attributes(attributes);
 }
 
 void Resolver::check_attribute_count() {

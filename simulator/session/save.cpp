@@ -42,6 +42,9 @@ std::string what_would_be_lost(const Session &session, const Source &source) {
   if (std::any_of(steps.tests.begin(), steps.tests.end(),
                   [&](const Test &test) { return is_there(test.name.position); }))
     lost.emplace_back("tests");
+  if (std::any_of(steps.claims.begin(), steps.claims.end(),
+                  [&](const Claim &claim) { return is_there(claim.name.position); }))
+    lost.emplace_back("claims");
   return comma_separated(lost);
 }
 

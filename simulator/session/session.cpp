@@ -157,6 +157,7 @@ bool Session::load(const std::shared_ptr<const Source> &source, Trouble &trouble
   live_->loaded.push_back(source);
   std::move(steps.scenario.begin(), steps.scenario.end(), std::back_inserter(live_->steps.scenario));
   std::move(steps.tests.begin(), steps.tests.end(), std::back_inserter(live_->steps.tests));
+  std::move(steps.claims.begin(), steps.claims.end(), std::back_inserter(live_->steps.claims));
   return true;
 }
 

@@ -77,7 +77,7 @@ const Bad kYaml[] = {
      "  1 | - clients\n"
      "    | ^\n"
      "  expected: a mapping with one of the keys clients, domains, class-maps, policy-maps, parameter-maps, targets, "
-     "scenario, tests\n"},
+     "scenario, tests, claims\n"},
     {"UnknownKey", "clients: {aaa: {databse: own}}\n",
      "<stdin>:1:17: error: unknown key 'databse' in a client\n"
      "  1 | clients: {aaa: {databse: own}}\n"
@@ -89,7 +89,7 @@ const Bad kYaml[] = {
      "  1 | xyzzy: {}\n"
      "    | ^\n"
      "  expected: one of the keys clients, domains, class-maps, policy-maps, parameter-maps, targets, scenario, "
-     "tests\n"},
+     "tests, claims\n"},
     {"DuplicateKey", "clients: {}\nclients: {}\n",
      "<stdin>:2:1: error: duplicate key 'clients' in a policy file\n"
      "  2 | clients: {}\n"

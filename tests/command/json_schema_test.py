@@ -101,6 +101,16 @@ CASES = {
         (65, ["examples/broadband.yaml"], "create policy p {events: {e: {rules: [{number: 1, class: always, actions: [deny]}]}}}\n"
          "create target t {client: access, policies: [p]}\nraise e@t\nshow target t\nload nothing\n"),
     ],
+    "prove": [(0, [f"examples/{name}.yaml"]) for name in EXAMPLES]
+    + [
+        (0, ["examples/broadband.yaml", "--against", "examples/broadband.yaml"]),
+        (1, ["examples/guest-network.yaml", "--claim", "{event: login, never: permit}"]),
+        (1, ["tests/command/policies/diff-new.yaml", "--against", "tests/command/policies/diff-old.yaml"]),
+        (3, ["examples/broadband.yaml", "--timeout", "0"]),
+        (1, [PATHS]),
+        (65, ["/nowhere"]),
+        (65, ["/nowhere", "--against", "README.md"]),
+    ],
     "lint": [
         (1, [LINT]),
         (1, ["tests/command/policies/lint-actions.yaml"]),

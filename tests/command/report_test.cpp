@@ -1,4 +1,4 @@
-// zar report: the page for reviewers, as the command writes it. page_test.py reads it in a browser.
+// zar report: the page for reviewers, as the command writes it. report_page_test.py reads it in a browser.
 #include <cstdlib>
 
 #include "runner.h"

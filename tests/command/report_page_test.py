@@ -1,6 +1,6 @@
 """Reads the page of zar report in a browser, clicks through it, and compares it with the JSON of other sub-commands.
 
-Usage: page_test.py ZAR SOURCE_DIR
+Usage: report_page_test.py ZAR SOURCE_DIR
 """
 import json
 import pathlib

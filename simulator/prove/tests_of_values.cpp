@@ -1,0 +1,47 @@
+#include "simulator/prove/tests_of_values.h"
+
+#include <limits>
+#include <utility>
+
+namespace simulator::prove {
+
+Formula ValueTests::add(Test test) {
+  const Formula variable = formulas_->variable();
+  at_.emplace(variable.node(), tests_.size());
+  tests_.push_back(std::move(test));
+  return variable;
+}
+
+Formula ValueTests::passes(const std::string &attribute, const Filter &filter) {
+  const Key key{attribute, filter.kind, filter.text, filter.low, filter.high};
+  if (const auto known = known_.find(key); known != known_.end()) return known->second;
+
+  Test test{.attribute = attribute, .filter = filter};
+  test.filter.attribute.value = attribute;
+  test.filter.no_match = false;
+  return known_.emplace(key, add(std::move(test))).first->second;
+}
+
+Formula ValueTests::is_present(const std::string &attribute) {
+  return passes(attribute, {.kind = FilterKind::present});
+}
+
+Formula ValueTests::is_text(const std::string &attribute, const std::string &text) {
+  return passes(attribute, {.kind = FilterKind::equals, .text = text});
+}
+
+Formula ValueTests::is_number(const std::string &attribute) {
+  return is_between(attribute, std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max());
+}
+
+Formula ValueTests::is_between(const std::string &attribute, int64_t low, int64_t high) {
+  if (low > high) return Formula::never();
+  return passes(attribute, {.kind = FilterKind::range, .low = low, .high = high});
+}
+
+Formula ValueTests::open(const std::string &key, const std::string &why) {
+  if (const auto known = open_.find(key); known != open_.end()) return known->second;
+  return open_.emplace(key, add({.why_open = why})).first->second;
+}
+
+}  // namespace simulator::prove
