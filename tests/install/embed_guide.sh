@@ -21,3 +21,13 @@ test -s "$scratch/quoted"
 while read -r line; do
   grep -qF -- "$line" examples/embed/*.c || { echo "not in the example: $line" >&2; exit 1; }
 done < "$scratch/quoted"
+
+# It shows the text of an inspection, and quotes how it is asked for.
+sed -n '/^## Seeing what/,/^## Notifications/s/^    //p' docs/embedding.md > "$scratch/quoted"
+grep -v '^{' examples/embed/inspectable.txt > "$scratch/text"
+sed -n '/^handles/,$p' "$scratch/quoted" | diff - "$scratch/text"
+sed -n '/^static/,/^handles/p' "$scratch/quoted" | grep -v '^handles' > "$scratch/code"
+test -s "$scratch/code"
+while read -r line; do
+  grep -qF -- "$line" examples/embed/inspectable.c || { echo "not in the example: $line" >&2; exit 1; }
+done < "$scratch/code"
