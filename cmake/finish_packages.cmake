@@ -1,6 +1,7 @@
 # Brings the trees of the Debian packages into the form that Debian requires: cpack runs this before it packs them. Each
-# package gets its changelog and copyright, and manual pages are compressed.
+# package gets its changelog and copyright, manual pages are compressed, and archives have no debug information.
 find_program(gzip gzip REQUIRED)
+find_program(strip strip REQUIRED)
 
 foreach(component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER ${component} COMPONENT)
@@ -11,4 +12,8 @@ foreach(component ${CPACK_COMPONENTS_ALL})
   file(GLOB pages ${root}/share/man/man?/*.[1-9])
   # Without a name and a time, the same files give the same packages.
   execute_process(COMMAND ${gzip} -9 -n ${documents}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
+  file(GLOB_RECURSE archives ${root}/*.a)
+  if(archives)
+    execute_process(COMMAND ${strip} --strip-debug --enable-deterministic-archives ${archives} COMMAND_ERROR_IS_FATAL ANY)
+  endif()
 endforeach()

@@ -22,7 +22,7 @@ install(DIRECTORY include/zar DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT 
 install(FILES platform/engine.h platform/runtime.h platform/tags.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zar/platform COMPONENT development)
 
-install(TARGETS zarplatformcheck EXPORT zarTargets
+install(TARGETS zarplatformcheck zarinspect EXPORT zarTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(EXPORT zarTargets NAMESPACE zar:: DESTINATION ${zar_cmake_dir} COMPONENT development)
 
@@ -37,7 +37,7 @@ install(FILES ${zar_generated}/zarConfig.cmake ${zar_generated}/zarConfigVersion
 file(RELATIVE_PATH ZAR_PC_TO_PREFIX
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" ZAR_PC_TO_PREFIX "${ZAR_PC_TO_PREFIX}")
-set(zar_pc_files zar)
+set(zar_pc_files zar zar-inspect)
 if(ZAR_HOST)
   list(APPEND zar_pc_files zar-platform zar-engine)
 endif()

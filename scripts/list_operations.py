@@ -35,6 +35,9 @@ NOT_HANDLES = {
     ('zar_get_next_pmtr_map_index', 'current'),  # a map-index
 }
 
+# Headers of the static libraries beside the library, which exports nothing that they declare.
+BESIDE = {'inspect.h'}
+
 PROTOTYPE = re.compile(r'(?:^|(?<=[;}]))\s*(?!typedef|static|extern)'
                        r'[A-Za-z_][\w \t\n]*?[\s*]+((?:zar|kel)_\w+)\s*\(([^()]*)\)\s*;')
 DATA = re.compile(r'\bextern\s[^;()]*?\b(\w+)\s*;')
@@ -52,7 +55,7 @@ def without_comments(text):
 def read_headers(folder):
     """The operations with their arguments, and the names of the exported data."""
     operations, data = {}, set()
-    for header in sorted(folder.glob('*.h')):
+    for header in sorted(set(folder.glob('*.h')) - {folder / name for name in BESIDE}):
         text = without_comments(header.read_text())
         for name, arguments in PROTOTYPE.findall(text):
             operations[name] = [' '.join(argument.split()) for argument in arguments.split(',')]

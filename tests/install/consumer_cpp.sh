@@ -18,8 +18,9 @@ runs() {
   test "$output" = "all as it should be" || fail "$1 says '$output'"
 }
 
-quick=$prefix/share/doc/zar/examples/embed/quick.c
-"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" -DQUICK="$quick" "$@" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
+examples=$prefix/share/doc/zar/examples/embed
+"$cmake" -S "$here" -B "$scratch" -DCMAKE_PREFIX_PATH="$prefix" -DQUICK="$examples/quick.c" \
+  -DINSPECTABLE="$examples/inspectable.c" "$@" > "$scratch/log" || { cat "$scratch/log"; exit 1; }
 "$cmake" --build "$scratch" >> "$scratch/log" || { cat "$scratch/log"; exit 1; }
 
 runs "$scratch/linked"
@@ -27,6 +28,8 @@ runs "$scratch/loading" "$prefix/$libdir/libzar.so.1"
 if test -e "$scratch/quick"; then
   "$scratch/quick" > "$scratch/output" || fail "the shortest host fails"
   diff -u "$here/../../../examples/embed/quick.txt" "$scratch/output"
+  "$scratch/inspectable" > "$scratch/output" || fail "the host that shows its repository fails"
+  diff -u "$here/../../../examples/embed/inspectable.txt" "$scratch/output"
 fi
 "$scratch/platform-check" > "$scratch/report" 2> "$scratch/messages" || fail "$(cat "$scratch/report")"
 "$scratch/platform-check-of-archive" trees > "$scratch/report" || fail "$(cat "$scratch/report")"

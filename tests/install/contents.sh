@@ -14,6 +14,7 @@ holds() {
 }
 
 holds "$libdir/libzar.so" "$libdir/libzar.so.1" "$libdir/libzar.so.$version" "$libdir/libzarplatformcheck.a" \
+  "$libdir/libzarinspect.a" "$libdir/pkgconfig/zar-inspect.pc" \
   "$libdir/pkgconfig/zar.pc" "$libdir/cmake/zar/zarConfig.cmake" "$libdir/cmake/zar/zarConfigVersion.cmake" \
   "$libdir/cmake/zar/zarTargets.cmake" \
   share/doc/zar/README.md share/doc/zar/embedding.md share/doc/zar/abi.md share/doc/zar/platform.md \
@@ -53,7 +54,7 @@ fi
 
 holds "$libdir/zar/libzarplatform.so" "$libdir/zar/libzarengine.so" bin/zar bin/zar-platform-check \
   share/man/man1/zar.1 share/man/man1/zar-platform-check.1 share/man/man3/zar.3 share/man/man5/zar-policy.5 \
-  share/zar/schema/policy.json share/bash-completion/completions/zar share/zsh/vendor-completions/_zar
+  share/zar/schema/policy.json share/zar/schema/inspect.json share/bash-completion/completions/zar share/zsh/vendor-completions/_zar
 
 # Every example of the sources is there.
 for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c; do

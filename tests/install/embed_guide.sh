@@ -21,3 +21,18 @@ test -s "$scratch/quoted"
 while read -r line; do
   grep -qF -- "$line" examples/embed/*.c || { echo "not in the example: $line" >&2; exit 1; }
 done < "$scratch/quoted"
+
+# It shows the text of an inspection, and quotes how it is asked for.
+sed -n '/^## Seeing what the repository/,/^## Seeing what a dead/s/^    //p' docs/embedding.md > "$scratch/quoted"
+grep -v '^{' examples/embed/inspectable.txt > "$scratch/text"
+sed -n '/^handles/,$p' "$scratch/quoted" | diff - "$scratch/text"
+sed -n '/^static/,/^handles/p' "$scratch/quoted" | grep -v '^handles' > "$scratch/code"
+test -s "$scratch/code"
+while read -r line; do
+  grep -qF -- "$line" examples/embed/inspectable.c || { echo "not in the example: $line" >&2; exit 1; }
+done < "$scratch/code"
+
+# What it shows of a debugger is what a test expects.
+sed -n '/^## Seeing what a dead/,/^## Notifications/s/^    //p' docs/embedding.md | sed -n '/^policy-map/,/active on/p' |
+  sed 's/data 0x[0-9a-f]*/data ADDRESS/' > "$scratch/shown"
+sed -n '/^# zar policy guest-access/,/active on/p' tests/install/debugged/expected.txt | sed 1d | diff - "$scratch/shown"

@@ -62,6 +62,7 @@ if readelf -S "$scratch/library" | grep -q '\.debug_info'; then fail "the packag
 
 holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar/platform/runtime.h \
   usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
+  usr/include/zar/inspect.h "usr/$libdir/libzarinspect.a" "usr/$libdir/pkgconfig/zar-inspect.pc" \
   "usr/$libdir/pkgconfig/zar.pc" "usr/$libdir/cmake/zar/zarConfig.cmake" \
   "usr/$libdir/cmake/zar/zarConfigVersion.cmake" "usr/$libdir/cmake/zar/zarTargets.cmake" \
   usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md
