@@ -1,9 +1,10 @@
-// The clock for searches that may take long: the simulator only asks whether it may go on.
+// The clocks for searches that may take long: the simulator only asks whether it may go on, or how long.
 #pragma once
 
 #include <cstdint>
 
 #include "simulator/lint/effort.h"
+#include "simulator/prove/answer.h"
 
 namespace command {
 
@@ -12,5 +13,8 @@ inline constexpr uint32_t kMostEffort = 86'400;
 
 // Yes, for this many seconds of computing time from now.
 simulator::lint::MayGoOn for_seconds(uint32_t seconds);
+
+// This many seconds for each question.
+simulator::prove::Clock clock_for(uint32_t seconds);
 
 }  // namespace command

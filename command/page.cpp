@@ -16,6 +16,7 @@
 #include "simulator/lint/ignores.h"
 #include "simulator/page/page.h"
 #include "simulator/policy/diagnostics_json.h"
+#include "simulator/prove/claims.h"
 #include "simulator/text/files.h"
 #include "simulator/text/text.h"
 
@@ -35,13 +36,14 @@ class ReportCommand final : public Command {
     options.option("--against", "OLD", before_, "The policy file to compare it with");
     options.option("-o,--output", "PAGE", output_, "Where the page goes; standard output by default");
     options.flag("--no-graph", no_graph_, "Leave the picture out, which needs graphviz");
-    options.number("--effort", "SECONDS", effort_, kMostEffort, "Computing time for hard questions of lint (10)");
+    options.number("--effort", "SECONDS", effort_, kMostEffort,
+                   "Time for hard questions of lint, and for each claim (10)");
     options.flag("--json", json_, "Write one JSON object with what the page counts; needs --output");
     options.epilogue(
         "The page is one HTML file that needs nothing else, neither this command nor a network. It\n"
-        "shows what the policies do, in words, with what the scenario did; what lint finds; the\n"
-        "results of the tests; and a picture of the graph. With --against also what changed in\n"
-        "the objects, and which events of the scenario are decided differently.\n"
+        "shows what the policies do, in words, with what the scenario did; what lint finds; whether\n"
+        "the claims hold; the results of the tests; and a picture of the graph. With --against also\n"
+        "what changed in the objects, and which events of the scenario are decided differently.\n"
         "Exit code 0: the page was written, whatever it says.\n\n"
         "Examples:\n"
         "  zar report policy.yaml -o report.html\n"
@@ -74,6 +76,8 @@ class ReportCommand final : public Command {
     lint::apply(ignores, findings);
     problems = findings.problems;
     const std::optional<Report> tests = report_on_tests(file, Colours::off, problems);
+    const prove::Answers claims = prove::prove_claims(file, clock_for(effort_));
+    problems.insert(problems.end(), claims.problems.begin(), claims.problems.end());
     const std::optional<page::Figures> figures = page::figures_of(file, problems);
     std::optional<page::Against> against;
     if (before) against = compare(*before, file, problems);
@@ -86,6 +90,7 @@ class ReportCommand final : public Command {
                                   .figures = &*figures,
                                   .findings = &findings,
                                   .tests = &*tests,
+                                  .claims = &claims,
                                   .against = std::move(against),
                                   .picture = std::move(picture)};
     return put(contents);
@@ -139,6 +144,9 @@ class ReportCommand final : public Command {
     object["page"] = output_;
     object["findings"] = contents.findings->all.size();
     object["ignored"] = contents.findings->ignored.size();
+    object["claims_proved"] = contents.claims->count(prove::Result::proved);
+    object["claims_refuted"] = contents.claims->count(prove::Result::refuted);
+    object["claims_undecided"] = contents.claims->count(prove::Result::undecided);
     object["tests_passed"] = contents.tests->passed;
     object["tests_failed"] = contents.tests->failed;
     object["coverage_percent"] = contents.tests->percent;

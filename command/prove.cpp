@@ -1,10 +1,10 @@
 // zar prove: whether claims hold on every target, or two versions of a file decide alike.
 #include <algorithm>
-#include <chrono>
 #include <iostream>
 #include <set>
 
 #include "command/command.h"
+#include "command/effort.h"
 #include "command/exit_codes.h"
 #include "command/json_output.h"
 #include "command/load_file.h"
@@ -24,18 +24,6 @@ namespace {
 
 constexpr uint32_t kDefaultTimeout = 60;  // seconds
 constexpr uint32_t kMostTimeout = 86'400;
-
-// What is left of this many seconds, from each call on.
-prove::Clock clock_for(uint32_t seconds) {
-  return [seconds]() -> prove::Patience {
-    using std::chrono::steady_clock;
-    const steady_clock::time_point end = steady_clock::now() + std::chrono::seconds(seconds);
-    return [end] {
-      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()).count();
-      return static_cast<uint32_t>(std::max<long long>(left, 0));
-    };
-  };
-}
 
 class ProveCommand final : public Command {
  public:

@@ -65,9 +65,10 @@ Html body_of(const Contents &contents, const std::string &title) {
   const Html header =
       element("header", join({element("h1", title), element("p", extent_of(*contents.file)), cards(contents)}));
   const Html main = element(
-      "main", join({changes_section(contents), findings_section(contents), tests_section(contents),
-                    events_section(contents), policies_section(contents, changed), classes_section(contents, changed),
-                    parameter_maps_section(contents, changed), targets_section(contents), picture_section(contents)}));
+      "main",
+      join({changes_section(contents), findings_section(contents), claims_section(contents), tests_section(contents),
+            events_section(contents), policies_section(contents, changed), classes_section(contents, changed),
+            parameter_maps_section(contents, changed), targets_section(contents), picture_section(contents)}));
   return element("body", join({header, main, element("script", Html::made_elsewhere(kScript))}));
 }
 

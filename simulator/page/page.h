@@ -11,6 +11,7 @@
 #include "simulator/page/figures.h"
 #include "simulator/policy/model.h"
 #include "simulator/policy/source.h"
+#include "simulator/prove/answer.h"
 #include "simulator/testing/report.h"
 
 namespace simulator::page {
@@ -35,6 +36,7 @@ struct Contents {
   const Figures *figures;
   const lint::Findings *findings;
   const Report *tests;
+  const prove::Answers *claims;  // an answer for each claim of the file
   std::optional<Against> against{};
   std::optional<Picture> picture{};
 };

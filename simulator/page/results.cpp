@@ -6,6 +6,7 @@
 #include "simulator/graph/names.h"
 #include "simulator/lint/render.h"
 #include "simulator/page/sections.h"
+#include "simulator/prove/render.h"
 #include "simulator/text/text.h"
 
 namespace simulator::page {
@@ -145,6 +146,23 @@ Html findings_section(const Contents &contents) {
   const Html content = all.empty() ? element("p", "The file loads, and nothing in it is provably wrong.")
                                    : element("ul", {{"class", "findings"}}, items);
   return section("findings", "What was found", join({content, ignored_list(contents)}));
+}
+
+Html claims_section(const Contents &contents) {
+  if (contents.claims->all.empty()) return {};
+  Table table("Whether the claims hold on every target, whatever its attributes are", {"Claim", "Result", "Place"});
+  for (const prove::Answer &answer : contents.claims->all) {
+    const char *tone = answer.result == prove::Result::proved ? "permit" : "deny";
+    const Html word = element("strong", {{"class", tone}}, text(prove::to_string(answer.result)));
+    const std::string account = prove::text_of(*contents.file, answer, Colours::off, 0);
+    const bool is_short = answer.result == prove::Result::proved && answer.notes.empty();
+    table.add_row({row_heading(text(answer.name)),
+                   cell(is_short ? word : foldable(Fold::closed, {}, word, printed(account))),
+                   cell(place(*contents.file, answer.position))});
+  }
+  return section(
+      "claims", "Claims",
+      join({element("p", concat(prove::summary_of(*contents.claims), ".")), table.html({{"id", "claim-results"}})}));
 }
 
 Html tests_section(const Contents &contents) {

@@ -27,6 +27,7 @@ class Changed {
 // Each is empty if there is nothing to say.
 Html changes_section(const Contents &contents);
 Html findings_section(const Contents &contents);
+Html claims_section(const Contents &contents);
 Html tests_section(const Contents &contents);
 Html events_section(const Contents &contents);
 Html policies_section(const Contents &contents, const Changed &changed);

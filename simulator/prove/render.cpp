@@ -8,9 +8,7 @@
 
 namespace simulator::prove {
 
-namespace {
-
-const char *word_for(Result result) {
+const char *to_string(Result result) {
   switch (result) {
     case Result::proved:
       return "proved";
@@ -21,6 +19,8 @@ const char *word_for(Result result) {
   }
   return "undecided";
 }
+
+namespace {
 
 Tone tone_of(Result result) {
   switch (result) {
@@ -69,7 +69,7 @@ std::string text_of_plays(const Answer &answer, Colours colours, size_t width) {
 }  // namespace
 
 std::string text_of(const PolicyFile &file, const Answer &answer, Colours colours, size_t width) {
-  std::string text = concat(painted(colours, tone_of(answer.result), word_for(answer.result)), "  ",
+  std::string text = concat(painted(colours, tone_of(answer.result), to_string(answer.result)), "  ",
                             place_of(file, answer), ": ", escape_control_characters(answer.name), "\n");
   for (const std::string &note : answer.notes)
     text += concat("  ", note, "\n");
@@ -91,7 +91,7 @@ std::string summary_of(const Answers &answers) {
 Json json_of_counts(const Answers &answers) {
   Json counts;
   for (const Result result : {Result::proved, Result::refuted, Result::undecided})
-    counts[word_for(result)] = answers.count(result);
+    counts[to_string(result)] = answers.count(result);
   return counts;
 }
 
@@ -102,7 +102,7 @@ Json json_of(const PolicyFile &file, const Answer &answer) {
   add_position_or_null(object, answer.position);
   object["event"] = answer.event;
   object["policies"] = Json(answer.policies);
-  object["answer"] = word_for(answer.result);
+  object["answer"] = to_string(answer.result);
   object["notes"] = Json(answer.notes);
   object["in_the_way"] = Json(answer.why);
   object["what"] = Json(answer.what);

@@ -10,6 +10,9 @@
 
 namespace simulator::prove {
 
+// "proved", "refuted" or "undecided".
+const char *to_string(Result result);
+
 // A line for each answer; for a witness, also what it has, what happens and why; for what is undecided, why.
 std::string text_of(const PolicyFile &file, const Answer &answer, Colours colours, size_t width);
 // "2 proved, 1 refuted, 0 undecided".

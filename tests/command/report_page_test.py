@@ -111,6 +111,15 @@ def tests_are_those_of_test(browser, project, path):
     assert shown == expected, shown
 
 
+def claims_are_those_of_prove(browser, project, path):
+    expected = [(answer["name"], answer["result"]) for answer in project.json("prove", path)["answers"]]
+    assert len({result for _, result in expected}) > 1, "some hold and some do not"
+    rows = browser.rows("#claim-results")
+    assert [row["Claim"] for row in rows] == [name for name, _ in expected], rows
+    for row, (_, result) in zip(rows, expected):
+        assert row["Result"].startswith(result), row
+
+
 def findings_are_those_of_lint(browser, project, path):
     expected = [finding["message"] for finding in project.json("lint", path)["findings"]]
     shown = browser.ask("[...document.querySelectorAll('.findings > li')].map((item) => item.textContent)")
@@ -236,6 +245,7 @@ def main():
         verdicts_are_those_of_run(browser, project, new)
         tests_are_those_of_test(browser, project, new)
         findings_are_those_of_lint(browser, project, new)
+        claims_are_those_of_prove(browser, project, new)
         changes_are_those_of_diff(browser, project, old, new)
         folds_and_unfolds(browser)
         searches_rules(browser)
