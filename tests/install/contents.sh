@@ -57,7 +57,7 @@ holds "$libdir/zar/libzarplatform.so" "$libdir/zar/libzarengine.so" bin/zar bin/
   share/zar/schema/policy.json share/zar/schema/inspect.json share/bash-completion/completions/zar share/zsh/vendor-completions/_zar
 
 # Every example of the sources is there.
-for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c; do
+for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c "$root"/examples/fleet/*[a-z]; do
   holds "share/doc/zar/examples/${file#"$root/examples/"}"
 done
 for file in "$prefix"/share/doc/zar/examples/*.yaml; do
