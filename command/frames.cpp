@@ -22,8 +22,7 @@ struct ReplyHead {
   uint32_t error_length;
   uint8_t as;
   uint8_t verdict;
-  uint8_t stopped;
-  uint8_t unused;
+  uint16_t stopped;
 };
 
 constexpr size_t kRuleSize = sizeof(uint32_t);
@@ -96,8 +95,7 @@ void append_reply(ByteQueue &to, const Reply &reply) {
                           static_cast<uint32_t>(reply.error.size()),
                           static_cast<uint8_t>(reply.counted.as),
                           static_cast<uint8_t>(reply.counted.verdict),
-                          static_cast<uint8_t>(reply.counted.stopped),
-                          0};
+                          static_cast<uint16_t>(reply.counted.stopped)};
   const size_t size = sizeof head + head.n_rules * kRuleSize + head.output_length + head.error_length;
   char *end = store(to.room(size), head);
   for (const uint32_t rule : reply.counted.rules)

@@ -46,6 +46,15 @@ void close_once(int &descriptor) {
   descriptor = -1;
 }
 
+int status_at_end_of(pid_t process) {
+  int status = 0;
+  pid_t ended = -1;
+  do {
+    ended = waitpid(process, &status, 0);
+  } while (ended < 0 && errno == EINTR);
+  return status;
+}
+
 // They return false at the end: the other process has no more, or wants no more.
 
 bool read_some(int from, ByteQueue &to) {
@@ -209,9 +218,7 @@ int Workers::wait() {
   close_pipes();
   for (Worker &worker : workers_) {
     if (worker.process < 0) continue;
-    int status = 0;
-    while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR)
-      continue;
+    const int status = status_at_end_of(worker.process);
     worker.process = -1;
     worst = std::max(worst, WIFEXITED(status) ? WEXITSTATUS(status) : int{kInternal});
   }

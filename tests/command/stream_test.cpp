@@ -197,10 +197,10 @@ TEST(HostileStream, OfAMillionBadLinesIsCounted) {
   const Result result =
       run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("{\"evnt\": 1}\n", 1'000'000));
   EXPECT_EQ(result.code, 65);
-  EXPECT_NE(
-      result.err.find("zar: of 1000000 bad lines, the first 100 are shown\n0 events, 0 targets added, 0 deleted, 1000000 bad "
-                      "lines\n"),
-      std::string::npos)
+  EXPECT_NE(result.err.find(
+                "zar: of 1000000 bad lines, the first 100 are shown\n0 events, 0 targets added, 0 deleted, 1000000 bad "
+                "lines\n"),
+            std::string::npos)
       << result.err;
   EXPECT_EQ(lines_of(result.err.substr(0, result.err.find("zar: of "))), 100U);
 }
