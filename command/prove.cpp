@@ -91,10 +91,22 @@ class ProveCommand final : public Command {
     }
     complain(complaints);
     if (!complaints.empty()) return kUsage;
+    note_what_is_left_out(*old, *file);
     const prove::Answers answers = prove::compare(comparison, clock_for(timeout_));
     if (answers.all.empty())
       complain("nothing to compare: no target, or without targets no policy-map, is in both files");
     return write(*file, answers);
+  }
+
+  static void note_what_is_left_out(const PolicyFile &old, const PolicyFile &file) {
+    size_t left_out = 0;
+    for (const Target &target : old.targets)
+      left_out += file.find_target(target.name.value) ? 0 : 1;
+    for (const Target &target : file.targets)
+      left_out += old.find_target(target.name.value) ? 0 : 1;
+    if (left_out == 0) return;
+    complain(concat(left_out, left_out == 1 ? " target is" : " targets are",
+                    " not compared: only one of the files has ", left_out == 1 ? "it" : "them"));
   }
 
   // Those of the command line instead of those of the file.

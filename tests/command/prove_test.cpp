@@ -47,6 +47,15 @@ TEST(Prove, AsksWhetherAChangeOnlyDeniesMore) {
       << laxer.out;
 }
 
+TEST(Prove, SaysHowManyTargetsItCannotCompare) {
+  const Result result = run_zar({"prove", kPolicies, "--against", "-"},
+                                "domains: {d: }\nclass-maps: {c: }\npolicy-maps:\n"
+                                "  p: {events: {login: {rules: [{number: 1, class: c, actions: [permit]}]}}}\n"
+                                "targets: {t: {policies: [p]}, u: {policies: [p]}}\n");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err, "zar: 1 target is not compared: only one of the files has it\n");
+}
+
 TEST(Prove, TakesClaimsFromTheCommandLineInsteadOfThoseOfTheFile) {
   const Result result = run_zar({"prove", kPolicies, "--claim", "{event: login, name: mine, never: none}"});
   EXPECT_EQ(result.code, 0);
