@@ -116,7 +116,30 @@ class Platform:
 
     def trace_lines(self):
         """The last trace lines, oldest first: pairs of a level and a text."""
-        raise gdb.GdbError('zar: this runtime keeps no trace lines')
+        kept = self.kept_trace()
+        capacity, n_ever = int(kept['capacity']), int(kept['n_ever'])
+        for number in range(max(0, n_ever - capacity), n_ever):
+            line = kept['lines'][number % capacity]
+            text = read_text(int(line['text'].address))
+            yield int(line['level']), text if int(line['length']) == len(text.encode()) else text + ' ...'
+
+    def trace_counts(self):
+        """How many lines of each category and subject there were, also of those that are no longer kept."""
+        kept = self.kept_trace()
+        for index in range(int(kept['n_counts'])):
+            count = kept['counts'][index]
+            topic = count['topic']
+            yield (int(count['count']), read_text(int(topic['category'].address)), read_text(int(topic['subject'].address)))
+
+    def kept_trace(self):
+        kept = static_variable('runtime::kept_trace')
+        if kept is None:
+            raise gdb.GdbError('zar: no trace lines can be read, since the platform runtime has no debug information here: '
+                               'install zar-tools-dbgsym')
+        if int(kept['capacity']) == 0:
+            raise gdb.GdbError('zar: the runtime keeps no trace lines; start the program with ZAR_TRACE=info and '
+                               'ZAR_TRACE_KEEP=1000')
+        return kept
 
 
 platform = Platform()
@@ -521,15 +544,20 @@ def show_record(handle, name, record):
 
 
 class Trace(Command):
-    """Show the last lines of the trace that the platform runtime keeps in memory.
+    """Show the last lines of the trace that the platform runtime keeps in memory, or how many there were of each subject.
 
-Usage: zar trace"""
+Usage: zar trace [counts]"""
 
     def run(self, argument):
-        if argument.strip():
-            raise gdb.GdbError('usage: zar trace')
-        for level, text in platform.trace_lines():
-            write([(0, f'{level} {shown(text)}')])
+        words = gdb.string_to_argv(argument)
+        if words == ['counts']:
+            for count, category, subject in platform.trace_counts():
+                write([(0, f'{count:8} {shown(category):4} {shown(subject)}')])
+        elif not words:
+            for level, text in platform.trace_lines():
+                write([(0, f'{level} {shown(text)}')])
+        else:
+            raise gdb.GdbError('usage: zar trace [counts]')
 
 
 # ---- Pretty-printers ----
