@@ -146,9 +146,20 @@ platform = Platform()
 
 
 def static_variable(name):
-    """A variable that is found by debug information alone, or None."""
-    symbol = gdb.lookup_static_symbol(name) or gdb.lookup_global_symbol(name)
-    return symbol.value() if symbol else None
+    """A variable that is found by debug information alone, or None. An optimised library may describe it several times,
+    and not always with its place."""
+    found = list(gdb.lookup_static_symbols(name)) + [gdb.lookup_global_symbol(name)]
+    for symbol in found:
+        value = symbol.value() if symbol else None
+        if value is not None and value.address is not None:
+            return value
+    return None
+
+
+def static_array(name):
+    """The elements of such an array, or None. The array itself may be larger than gdb allows for a value."""
+    array = static_variable(name)
+    return array.address.cast(array.type.target().pointer()) if array is not None else None
 
 
 # ---- Walks ----
@@ -358,13 +369,14 @@ KINDS = {1: 'zar_pmap', 2: 'zar_cmap', 3: 'zar_action', 4: 'zar_filter', 5: 'zar
 ORPHAN, ENDING = 10, 11
 HOMES = 1 << 16
 SHARED = 0x80
+PLACES = 1 << 18
 
 
 def kind_of(handle):
     """The number of the kind that the library has noted for a handle; 0 if there is none."""
-    handles = static_variable('zar::kinds::(anonymous namespace)::handles')
-    kinds = static_variable('zar::kinds::(anonymous namespace)::kinds')
-    places = static_variable('zar::kinds::(anonymous namespace)::places')
+    handles = static_array('zar::kinds::(anonymous namespace)::handles')
+    kinds = static_array('zar::kinds::(anonymous namespace)::kinds')
+    places = static_array('zar::kinds::(anonymous namespace)::places')
     if handles is None or kinds is None or places is None:
         raise gdb.GdbError('zar: the kinds of the handles cannot be read, since libzar.so.1 has no debug information '
                            'here: install libzar1-dbgsym')
@@ -373,12 +385,11 @@ def kind_of(handle):
         return int(kinds[home]) & ~SHARED
     if int(kinds[home]) & SHARED == 0:
         return 0
-    low, high = places.type.range()
     at = (handle * 0x9e3779b9 & 0xffffffff) >> 32 - 18
-    for _ in range(low, high + 1):
+    for _ in range(PLACES):
         if int(places[at]['handle']) in (0, handle):
             break
-        at = (at + 1) % (high + 1)
+        at = (at + 1) % PLACES
     return int(places[at]['kind']) if int(places[at]['handle']) == handle else 0
 
 
