@@ -33,13 +33,13 @@ static void count_action(Count *count, const zar_action *action) {
 
 static void count_actions(Count *count, const queue_head *actions) {
   queue_cursor cursor = {0};
-  for (const zar_action *action; (action = queue_get_next(actions, &cursor));)
+  for (const zar_action *action = NULL; (action = queue_get_next(actions, &cursor));)
     count_action(count, action);
 }
 
 static void count_rules(Count *count, const queue_head *rules) {
   queue_cursor cursor = {0};
-  for (const zar_class_action *rule; (rule = queue_get_next(rules, &cursor));) {
+  for (const zar_class_action *rule = NULL; (rule = queue_get_next(rules, &cursor));) {
     ++count->handles;
     count_actions(count, &rule->actions);
   }
@@ -53,7 +53,7 @@ static void count_policy(Count *count, const zar_pmap *map) {
     return;
   }
   queue_cursor cursor = {0};
-  for (const zar_event_tuple *event; (event = queue_get_next(&map->rule_list, &cursor));) {
+  for (const zar_event_tuple *event = NULL; (event = queue_get_next(&map->rule_list, &cursor));) {
     ++count->handles;
     count_rules(count, &event->class_actions);
   }
@@ -63,7 +63,7 @@ static void count_statements(Count *count, const zar_pmtr_map *map) {
   ++count->handles;
   if (!zar_inspect_pmtr_map_name(map)) return;
   queue_cursor cursor = {0};
-  for (const zar_pmtr_map_stmt *statement; (statement = queue_get_next(&map->stmt_queue, &cursor));)
+  for (const zar_pmtr_map_stmt *statement = NULL; (statement = queue_get_next(&map->stmt_queue, &cursor));)
     count_actions(count, &statement->action_queue);
 }
 

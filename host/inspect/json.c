@@ -42,7 +42,7 @@ static void write_action(Output *out, const zar_action *action) {
 static void write_actions(Output *out, const queue_head *actions) {
   queue_cursor cursor = {0};
   open_list(out, "actions");
-  for (const zar_action *action; (action = queue_get_next(actions, &cursor));)
+  for (const zar_action *action = NULL; (action = queue_get_next(actions, &cursor));)
     write_action(out, action);
   zar_inspect_close(out, "]");
 }
@@ -50,7 +50,7 @@ static void write_actions(Output *out, const queue_head *actions) {
 static void write_rules(Output *out, const zar_pmap *map, const queue_head *rules) {
   queue_cursor cursor = {0};
   open_list(out, "rules");
-  for (const zar_class_action *rule; (rule = queue_get_next(rules, &cursor));) {
+  for (const zar_class_action *rule = NULL; (rule = queue_get_next(rules, &cursor));) {
     zar_inspect_open(out, "{");
     zar_inspect_number(out, "handle", rule->handle);
     zar_inspect_number(out, "number", rule->class_num);
@@ -65,7 +65,7 @@ static void write_rules(Output *out, const zar_pmap *map, const queue_head *rule
 static void write_events(Output *out, const zar_pmap *map) {
   queue_cursor cursor = {0};
   open_list(out, "events");
-  for (const zar_event_tuple *event; (event = queue_get_next(&map->rule_list, &cursor));) {
+  for (const zar_event_tuple *event = NULL; (event = queue_get_next(&map->rule_list, &cursor));) {
     zar_inspect_open(out, "{");
     zar_inspect_number(out, "handle", event->handle);
     zar_inspect_number(out, "id", zar_get_event_id(event->handle));
@@ -114,7 +114,7 @@ static void write_names(Output *out, const char *name, sdb_ref domain, uint32_t 
 
 static void write_places(Output *out, const zar_pmap *map) {
   queue_cursor cursor = {0};
-  for (const zar_pmap_target_ref *ref; (ref = queue_get_next(&map->target_refs, &cursor));)
+  for (const zar_pmap_target_ref *ref = NULL; (ref = queue_get_next(&map->target_refs, &cursor));)
     write_element(out, digits_of(zar_inspect_target_id(ref->target)).text);
 }
 
@@ -138,7 +138,7 @@ static void write_policy(Output *out, const zar_client_data *owner, const zar_pm
 /* The rules of an event that use the class-map: POLICY/EVENT/NUMBER. */
 static void write_uses_in(Output *out, const zar_pmap *policy, const zar_event_tuple *event, const zar_cmap *map) {
   queue_cursor cursor = {0};
-  for (const zar_class_action *rule; (rule = queue_get_next(&event->class_actions, &cursor));) {
+  for (const zar_class_action *rule = NULL; (rule = queue_get_next(&event->class_actions, &cursor));) {
     if (rule->cmap != map) continue;
     const Digits number = digits_of(rule->class_num);
     const char *const texts[] = {zar_inspect_interned(policy->name), "/", zar_get_event_name(event->handle), "/",
@@ -149,10 +149,10 @@ static void write_uses_in(Output *out, const zar_pmap *policy, const zar_event_t
 
 static void write_uses(Output *out, const zar_cmap *map) {
   queue_cursor cursor = {0};
-  for (const zar_cmap_pmap_ref *ref; (ref = queue_get_next(&map->pmap_refs, &cursor));) {
+  for (const zar_cmap_pmap_ref *ref = NULL; (ref = queue_get_next(&map->pmap_refs, &cursor));) {
     if (!zar_inspect_is_control(ref->pmap)) continue;
     queue_cursor at = {0};
-    for (const zar_event_tuple *event; (event = queue_get_next(&ref->pmap->rule_list, &at));)
+    for (const zar_event_tuple *event = NULL; (event = queue_get_next(&ref->pmap->rule_list, &at));)
       write_uses_in(out, ref->pmap, event, map);
   }
 }
@@ -160,7 +160,7 @@ static void write_uses(Output *out, const zar_cmap *map) {
 static void write_filters(Output *out, const zar_cmap *map) {
   queue_cursor cursor = {0};
   open_list(out, "filters");
-  for (const zar_filter *filter; map && (filter = queue_get_next(&map->filters, &cursor));) {
+  for (const zar_filter *filter = NULL; map && (filter = queue_get_next(&map->filters, &cursor));) {
     char *text = zar_get_filter_nvgen_str(filter->handle);
     zar_inspect_open(out, "{");
     zar_inspect_number(out, "handle", filter->handle);
@@ -194,7 +194,7 @@ static void write_class(Output *out, const zar_client_data *owner, const zar_cma
 static void write_statements(Output *out, const zar_pmtr_map *map) {
   queue_cursor cursor = {0};
   open_list(out, "statements");
-  for (const zar_pmtr_map_stmt *statement; (statement = queue_get_next(&map->stmt_queue, &cursor));) {
+  for (const zar_pmtr_map_stmt *statement = NULL; (statement = queue_get_next(&map->stmt_queue, &cursor));) {
     zar_inspect_open(out, "{");
     zar_inspect_number(out, "index", statement->map_index);
     write_filters(out, zar_inspect_class_of_statement(statement));
@@ -224,7 +224,7 @@ static void write_target(Output *out, const zar_client_data *owner, const zar_ta
   zar_inspect_number(out, "context", target->policy_context ? target->policy_context->handle : 0);
   queue_cursor cursor = {0};
   open_list(out, "policies");
-  for (const zar_target_pmap *active; (active = queue_get_next(&target->active_pmaps, &cursor));)
+  for (const zar_target_pmap *active = NULL; (active = queue_get_next(&target->active_pmaps, &cursor));)
     write_element(out, zar_inspect_pmap_name(active->pmap));
   zar_inspect_close(out, "]");
   end_object(out);
@@ -263,7 +263,7 @@ static void write_clients(Output *out) {
 static void write_domains(Output *out) {
   queue_cursor cursor = {0};
   open_list(out, "domains");
-  for (const zar_domain_entry *domain; (domain = queue_get_next(&zar_domain_list, &cursor));) {
+  for (const zar_domain_entry *domain = NULL; (domain = queue_get_next(&zar_domain_list, &cursor));) {
     zar_inspect_open(out, "{");
     zar_inspect_text(out, "name", domain->domain);
     zar_inspect_text(out, "owner", zar_inspect_client_name(domain->owner_clid));

@@ -51,13 +51,13 @@ static void write_action(Output *out, unsigned depth, const zar_action *action) 
 
 static void write_actions(Output *out, unsigned depth, const queue_head *actions) {
   queue_cursor cursor = {0};
-  for (const zar_action *action; (action = queue_get_next(actions, &cursor));)
+  for (const zar_action *action = NULL; (action = queue_get_next(actions, &cursor));)
     write_action(out, depth, action);
 }
 
 static void write_rules(Output *out, unsigned depth, const zar_pmap *map, const queue_head *rules) {
   queue_cursor cursor = {0};
-  for (const zar_class_action *rule; (rule = queue_get_next(rules, &cursor));) {
+  for (const zar_class_action *rule = NULL; (rule = queue_get_next(rules, &cursor));) {
     begin(out, depth, "rule");
     zar_inspect_putf(out, " %u, class", rule->class_num);
     add_name(out, zar_inspect_class_of(map, rule), "(not stored)");
@@ -69,7 +69,7 @@ static void write_rules(Output *out, unsigned depth, const zar_pmap *map, const 
 
 static void write_events(Output *out, unsigned depth, const zar_pmap *map) {
   queue_cursor cursor = {0};
-  for (const zar_event_tuple *event; (event = queue_get_next(&map->rule_list, &cursor));) {
+  for (const zar_event_tuple *event = NULL; (event = queue_get_next(&map->rule_list, &cursor));) {
     begin(out, depth, "event");
     add_name(out, zar_get_event_name(event->handle), "(no name)");
     add(out, zar_inspect_event_criteria(event->match_criteria));
@@ -103,7 +103,7 @@ static void end_map(Output *out, bool hidden, uint32_t handle) {
 
 static void write_places(Output *out, const zar_pmap *map) {
   queue_cursor cursor = {0};
-  for (const zar_pmap_target_ref *ref; (ref = queue_get_next(&map->target_refs, &cursor));) {
+  for (const zar_pmap_target_ref *ref = NULL; (ref = queue_get_next(&map->target_refs, &cursor));) {
     begin(out, 2, "active on target");
     zar_inspect_putf(out, " %llu", (unsigned long long)zar_inspect_target_id(ref->target));
     end_with_handle(out, ref->target->handle);
@@ -127,7 +127,7 @@ static void write_policy(Output *out, const zar_pmap *map) {
 
 static void write_filters(Output *out, unsigned depth, const zar_cmap *map) {
   queue_cursor cursor = {0};
-  for (const zar_filter *filter; (filter = queue_get_next(&map->filters, &cursor));) {
+  for (const zar_filter *filter = NULL; (filter = queue_get_next(&map->filters, &cursor));) {
     char *text = zar_get_filter_nvgen_str(filter->handle);
     begin(out, depth, "filter");
     add_name(out, text, "(no text)");
@@ -163,7 +163,7 @@ static void write_parameter_map(Output *out, const zar_pmtr_map *map) {
   begin_map(out, "parameter-map", name, map->domain, map->domain_type);
   end_map(out, map->hidden != 0, map->handle);
   queue_cursor cursor = {0};
-  for (const zar_pmtr_map_stmt *statement; (statement = queue_get_next(&map->stmt_queue, &cursor));) {
+  for (const zar_pmtr_map_stmt *statement = NULL; (statement = queue_get_next(&map->stmt_queue, &cursor));) {
     begin(out, 2, "statement");
     zar_inspect_putf(out, " %lu\n", (unsigned long)statement->map_index);
     const zar_cmap *filters = zar_inspect_class_of_statement(statement);
@@ -180,7 +180,7 @@ static void write_target(Output *out, const zar_target *target) {
   if (target->policy_context) zar_inspect_put(out, ", with a policy context");
   end_with_handle(out, target->handle);
   queue_cursor cursor = {0};
-  for (const zar_target_pmap *active; (active = queue_get_next(&target->active_pmaps, &cursor));) {
+  for (const zar_target_pmap *active = NULL; (active = queue_get_next(&target->active_pmaps, &cursor));) {
     begin(out, 2, "policy-map");
     add_name(out, zar_inspect_pmap_name(active->pmap), "(no name)");
     end(out);
@@ -203,7 +203,7 @@ static void write_clients(Output *out) {
 
 static void write_domains(Output *out) {
   queue_cursor cursor = {0};
-  for (const zar_domain_entry *domain; (domain = queue_get_next(&zar_domain_list, &cursor));) {
+  for (const zar_domain_entry *domain = NULL; (domain = queue_get_next(&zar_domain_list, &cursor));) {
     begin(out, 0, "domain");
     add_name(out, domain->domain, "(no name)");
     zar_inspect_putf(out, ", client %lu", (unsigned long)domain->owner_clid);

@@ -150,6 +150,22 @@ void trace_to_stderr(bool on);
 bool trace_to_file(const std::string &path);
 void trace_to(std::function<void(const TraceLine &)> sink);
 
+// Which of the wanted messages go on, to the sinks and to the kept lines. A pattern is one of a shell; it matches the
+// category or the subject of a message: "(ERR): store_policy: Error: ..." has the category "ERR" and the subject
+// "store_policy", "(info): PMAP avl: get next, ..." has "info" and "PMAP avl".
+struct TraceFilter {
+  std::vector<std::string> only;     // empty: every message
+  std::vector<std::string> without;  // these not, even if 'only' matches
+};
+void filter_trace(TraceFilter filter);
+
+// Keeps the last 'n_lines' lines in memory, up to 247 characters of each, and counts all by category and subject; 0 ends
+// this and forgets them. A debugger finds both in a core file. False if there is no memory, and nothing has changed.
+bool keep_trace_lines(size_t n_lines);
+std::vector<std::string> kept_trace_lines();
+// By category and subject, such as "ERR store_policy"; the 256th and all further ones are counted as "(others)".
+std::map<std::string, uint64_t> trace_counts();
+
 // ---- Queues -----------------------------------------------------------------------------------------------------------
 
 // The elements of a queue, without changing anything (for tests and displays).

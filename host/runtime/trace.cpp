@@ -1,8 +1,12 @@
+#include <fnmatch.h>
+
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <new>
 
+#include "host/runtime/kept_trace.h"
 #include "host/runtime/monitor.h"
 #include "host/runtime/services.h"
 
@@ -24,11 +28,26 @@ struct Sinks {
   std::unique_ptr<std::FILE, CloseFile> file;
   std::function<void(const TraceLine &)> callback;
 
-  bool none() const { return !to_stderr && !file && !callback; }
+  bool none() const { return !to_stderr && !file && !callback && kept_trace.capacity == 0; }
 };
 
 Sinks &sinks() {
   return immortal<Sinks>();
+}
+
+TraceFilter &the_filter() {
+  return immortal<TraceFilter>();
+}
+
+bool matches_any(const std::vector<std::string> &patterns, const TraceTopic &topic) {
+  return std::any_of(patterns.begin(), patterns.end(), [&topic](const std::string &pattern) {
+    return fnmatch(pattern.c_str(), topic.subject, 0) == 0 || fnmatch(pattern.c_str(), topic.category, 0) == 0;
+  });
+}
+
+bool passes(const TraceTopic &topic) {
+  const TraceFilter &filter = the_filter();
+  return (filter.only.empty() || matches_any(filter.only, topic)) && !matches_any(filter.without, topic);
 }
 
 [[gnu::format(printf, 1, 0)]] std::string formatted(const char *format, va_list values) {
@@ -50,6 +69,9 @@ void write_line(std::FILE *stream, const std::string &text) {
 }
 
 void emit(const TraceLine &line) {
+  const TraceTopic topic = topic_of(line.text.c_str());
+  if (!passes(topic)) return;
+  keep_line(line.level, line.text.c_str(), line.text.size(), topic);
   if (sinks().to_stderr) write_line(stderr, line.text);
   if (sinks().file) write_line(sinks().file.get(), line.text);
   // A copy, since the callback may set another one.
@@ -77,6 +99,10 @@ bool trace_to_file(const std::string &path) {
 
 void trace_to(std::function<void(const TraceLine &)> sink) {
   sinks().callback = std::move(sink);
+}
+
+void filter_trace(TraceFilter filter) {
+  the_filter() = std::move(filter);
 }
 
 }  // namespace runtime

@@ -116,16 +116,50 @@ class Platform:
 
     def trace_lines(self):
         """The last trace lines, oldest first: pairs of a level and a text."""
-        raise gdb.GdbError('zar: this runtime keeps no trace lines')
+        kept = self.kept_trace()
+        capacity, n_ever = int(kept['capacity']), int(kept['n_ever'])
+        for number in range(max(0, n_ever - capacity), n_ever):
+            line = kept['lines'][number % capacity]
+            text = read_text(int(line['text'].address))
+            yield int(line['level']), text if int(line['length']) == len(text.encode()) else text + ' ...'
+
+    def trace_counts(self):
+        """How many lines of each category and subject there were, also of those that are no longer kept."""
+        kept = self.kept_trace()
+        for index in range(int(kept['n_counts'])):
+            count = kept['counts'][index]
+            topic = count['topic']
+            yield (int(count['count']), read_text(int(topic['category'].address)), read_text(int(topic['subject'].address)))
+
+    def kept_trace(self):
+        kept = static_variable('runtime::kept_trace')
+        if kept is None:
+            raise gdb.GdbError('zar: no trace lines can be read, since the platform runtime has no debug information here: '
+                               'install zar-tools-dbgsym')
+        if int(kept['capacity']) == 0:
+            raise gdb.GdbError('zar: the runtime keeps no trace lines; start the program with ZAR_TRACE=info and '
+                               'ZAR_TRACE_KEEP=1000')
+        return kept
 
 
 platform = Platform()
 
 
 def static_variable(name):
-    """A variable that is found by debug information alone, or None."""
-    symbol = gdb.lookup_static_symbol(name) or gdb.lookup_global_symbol(name)
-    return symbol.value() if symbol else None
+    """A variable that is found by debug information alone, or None. An optimised library may describe it several times,
+    and not always with its place."""
+    found = list(gdb.lookup_static_symbols(name)) + [gdb.lookup_global_symbol(name)]
+    for symbol in found:
+        value = symbol.value() if symbol else None
+        if value is not None and value.address is not None:
+            return value
+    return None
+
+
+def static_array(name):
+    """The elements of such an array, or None. The array itself may be larger than gdb allows for a value."""
+    array = static_variable(name)
+    return array.address.cast(array.type.target().pointer()) if array is not None else None
 
 
 # ---- Walks ----
@@ -335,13 +369,14 @@ KINDS = {1: 'zar_pmap', 2: 'zar_cmap', 3: 'zar_action', 4: 'zar_filter', 5: 'zar
 ORPHAN, ENDING = 10, 11
 HOMES = 1 << 16
 SHARED = 0x80
+PLACES = 1 << 18
 
 
 def kind_of(handle):
     """The number of the kind that the library has noted for a handle; 0 if there is none."""
-    handles = static_variable('zar::kinds::(anonymous namespace)::handles')
-    kinds = static_variable('zar::kinds::(anonymous namespace)::kinds')
-    places = static_variable('zar::kinds::(anonymous namespace)::places')
+    handles = static_array('zar::kinds::(anonymous namespace)::handles')
+    kinds = static_array('zar::kinds::(anonymous namespace)::kinds')
+    places = static_array('zar::kinds::(anonymous namespace)::places')
     if handles is None or kinds is None or places is None:
         raise gdb.GdbError('zar: the kinds of the handles cannot be read, since libzar.so.1 has no debug information '
                            'here: install libzar1-dbgsym')
@@ -350,12 +385,11 @@ def kind_of(handle):
         return int(kinds[home]) & ~SHARED
     if int(kinds[home]) & SHARED == 0:
         return 0
-    low, high = places.type.range()
     at = (handle * 0x9e3779b9 & 0xffffffff) >> 32 - 18
-    for _ in range(low, high + 1):
+    for _ in range(PLACES):
         if int(places[at]['handle']) in (0, handle):
             break
-        at = (at + 1) % (high + 1)
+        at = (at + 1) % PLACES
     return int(places[at]['kind']) if int(places[at]['handle']) == handle else 0
 
 
@@ -521,15 +555,20 @@ def show_record(handle, name, record):
 
 
 class Trace(Command):
-    """Show the last lines of the trace that the platform runtime keeps in memory.
+    """Show the last lines of the trace that the platform runtime keeps in memory, or how many there were of each subject.
 
-Usage: zar trace"""
+Usage: zar trace [counts]"""
 
     def run(self, argument):
-        if argument.strip():
-            raise gdb.GdbError('usage: zar trace')
-        for level, text in platform.trace_lines():
-            write([(0, f'{level} {shown(text)}')])
+        words = gdb.string_to_argv(argument)
+        if words == ['counts']:
+            for count, category, subject in platform.trace_counts():
+                write([(0, f'{count:8} {shown(category):4} {shown(subject)}')])
+        elif not words:
+            for level, text in platform.trace_lines():
+                write([(0, f'{level} {shown(text)}')])
+        else:
+            raise gdb.GdbError('usage: zar trace [counts]')
 
 
 # ---- Pretty-printers ----

@@ -91,6 +91,20 @@ prints "policy-map guest-access, domain guest control, handle $pmap"
 prints '= "guest-access"'
 prints "= queue of 1"
 
+# ---- The trace that the runtime keeps ----
+
+refuses "zar trace" "the runtime keeps no trace lines; start the program with ZAR_TRACE=info and ZAR_TRACE_KEEP=1000"
+refuses "zar trace x" "usage: zar trace [counts]"
+debug "$host" -- "set environment ZAR_TRACE=info" "set environment ZAR_TRACE_KEEP=2" "run > $scratch/handles" \
+  "zar trace" "zar trace counts"
+sed -n '/^[0-9] (/p' "$scratch/output" > "$scratch/trace"
+diff -u - "$scratch/trace" <<END
+6 (info): Added filter to internal class
+6 (info): create_action: successful, action:$unstored
+END
+prints "       4 info store_class"
+prints "      41 info create_filter"
+
 # ---- What cannot be shown ----
 
 refuses "zar policy nobody" 'no database has a policy-map nobody; "zar policies" lists them'

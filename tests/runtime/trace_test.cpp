@@ -18,8 +18,25 @@ class TraceTest : public RuntimeTest {
     runtime::trace_to(nullptr);
     runtime::trace_to_stderr(false);
     runtime::trace_to_file("");
+    runtime::filter_trace({});
+    runtime::keep_trace_lines(0);
     RuntimeTest::TearDown();
   }
+  // The texts that reached the sink.
+  std::vector<std::string> texts() const {
+    std::vector<std::string> result;
+    for (const runtime::TraceLine &line : lines)
+      result.push_back(line.text);
+    return result;
+  }
+  static void send_some() {
+    runtime::want_trace_levels(~0u);
+    btrace_wrapper(1, 3, 0, "(ERR): store_policy: Error: avl insert failed\n");
+    btrace_wrapper(1, 6, 0, "(info): store_policy: successful");
+    btrace_wrapper(1, 6, 0, "(info): PMAP avl comp, nas:%d", 1);
+    btrace_wrapper(1, 6, 0, "no category");
+  }
+  using Texts = std::vector<std::string>;
 
   std::vector<runtime::TraceLine> lines;
 };
@@ -96,6 +113,90 @@ TEST_F(TraceTest, StderrIsASinkBesideTheOthers) {
   btrace_wrapper(1, 3, 0, "to be seen");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "to be seen\n");
   EXPECT_EQ(lines.size(), 1u);
+}
+
+// ---- Filters
+
+TEST_F(TraceTest, AFilterLetsThroughTheSubjectsThatItNames) {
+  runtime::filter_trace({.only = {"store_policy"}, .without = {}});
+  send_some();
+  EXPECT_EQ(texts(), (Texts{"(ERR): store_policy: Error: avl insert failed\n", "(info): store_policy: successful"}));
+}
+
+TEST_F(TraceTest, AFilterKnowsCategories) {
+  runtime::filter_trace({.only = {"ERR"}, .without = {}});
+  send_some();
+  EXPECT_EQ(texts(), (Texts{"(ERR): store_policy: Error: avl insert failed\n"}));
+}
+
+TEST_F(TraceTest, AFilterLeavesOutWhatItNamesEvenIfItIsWanted) {
+  runtime::filter_trace({.only = {"info", "no*"}, .without = {"* avl comp"}});
+  send_some();
+  EXPECT_EQ(texts(), (Texts{"(info): store_policy: successful", "no category"}));
+}
+
+// ---- Kept lines
+
+TEST_F(TraceTest, KeepsNothingAtFirst) {
+  send_some();
+  EXPECT_EQ(runtime::kept_trace_lines(), Texts{});
+  EXPECT_TRUE(runtime::trace_counts().empty());
+}
+
+TEST_F(TraceTest, KeepsTheLastLinesWithoutTheirEnds) {
+  ASSERT_TRUE(runtime::keep_trace_lines(5));
+  send_some();
+  EXPECT_EQ(runtime::kept_trace_lines(),
+            (Texts{"(ERR): store_policy: Error: avl insert failed", "(info): store_policy: successful",
+                   "(info): PMAP avl comp, nas:1", "no category"}));
+  send_some();
+  EXPECT_EQ(runtime::kept_trace_lines(),
+            (Texts{"no category", "(ERR): store_policy: Error: avl insert failed", "(info): store_policy: successful",
+                   "(info): PMAP avl comp, nas:1", "no category"}));
+  ASSERT_TRUE(runtime::keep_trace_lines(0));
+  EXPECT_EQ(runtime::kept_trace_lines(), Texts{});
+}
+
+TEST_F(TraceTest, KeepsLinesWithoutASink) {
+  runtime::trace_to(nullptr);
+  ASSERT_TRUE(runtime::keep_trace_lines(1));
+  send_some();
+  EXPECT_EQ(runtime::kept_trace_lines(), Texts{"no category"});
+}
+
+TEST_F(TraceTest, KeepsOnlyWhatTheFilterLetsThrough) {
+  runtime::filter_trace({.only = {"PMAP avl comp"}, .without = {}});
+  ASSERT_TRUE(runtime::keep_trace_lines(9));
+  send_some();
+  EXPECT_EQ(runtime::kept_trace_lines(), Texts{"(info): PMAP avl comp, nas:1"});
+}
+
+TEST_F(TraceTest, CutsLongLines) {
+  ASSERT_TRUE(runtime::keep_trace_lines(1));
+  runtime::want_trace_levels(~0u);
+  const std::string text(1000, 'm');
+  btrace_wrapper(1, 3, 0, "%s", text.c_str());
+  EXPECT_EQ(runtime::kept_trace_lines(), Texts{text.substr(0, 247)});
+}
+
+TEST_F(TraceTest, CountsLinesByCategoryAndSubject) {
+  ASSERT_TRUE(runtime::keep_trace_lines(1));
+  send_some();
+  send_some();
+  EXPECT_EQ(runtime::trace_counts(),
+            (std::map<std::string, uint64_t>{
+                {"ERR store_policy", 2}, {"info store_policy", 2}, {"info PMAP avl comp", 2}, {"no category", 2}}));
+}
+
+TEST_F(TraceTest, CountsTheOthersTogetherWhenThereAreTooManySubjects) {
+  ASSERT_TRUE(runtime::keep_trace_lines(1));
+  runtime::want_trace_levels(~0u);
+  for (int number = 0; number < 300; ++number)
+    btrace_wrapper(1, 3, 0, "subject %d", number);
+  const auto counts = runtime::trace_counts();
+  EXPECT_EQ(counts.size(), 256u);
+  EXPECT_EQ(counts.at("(others)"), 45u);
+  EXPECT_EQ(counts.at("subject 254"), 1u);
 }
 
 }  // namespace
