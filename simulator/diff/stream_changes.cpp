@@ -28,7 +28,7 @@ std::string decision_text(const LineDecision &decision) {
                                     : concat(decision.verdict, " ", decision.decided_by);
 }
 
-std::string example_text(const DecisionGroup &group) {
+std::string example_text(const LineGroup &group) {
   const LineDecision before = unpacked(group.before);
   const LineDecision after = unpacked(group.after);
   std::string text =
@@ -57,7 +57,7 @@ struct Row {
 std::vector<Row> rows_of(const StreamChanges &changes) {
   std::vector<Row> rows;
   rows.push_back({"Lines", "Before", "After", "Differs in"});
-  for (const DecisionGroup &group : changes.groups()) {
+  for (const LineGroup &group : changes.groups()) {
     Row &row = rows.emplace_back();
     row.lines = std::to_string(group.lines);
     row.before = decision_text(unpacked(group.before));
@@ -98,7 +98,7 @@ void StreamChanges::add(size_t line, std::string_view before, std::string_view a
   std::string key = concat(decision_text(old_decision), "\n", decision_text(new_decision), "\n", listed(aspects));
   const auto [known, is_new] = by_key_.try_emplace(std::move(key), groups_.size());
   if (is_new) {
-    DecisionGroup &group = groups_.emplace_back();
+    LineGroup &group = groups_.emplace_back();
     group.aspects = std::move(aspects);
     group.first = line;
     group.before = before;
@@ -129,7 +129,7 @@ Json json_of_stream(const StreamChanges &changes, const std::string &stream) {
   json["lines"] = changes.lines();
   json["differing"] = changes.differing();
   json["decisions"] = Json::array();
-  for (const DecisionGroup &group : changes.groups()) {
+  for (const LineGroup &group : changes.groups()) {
     const LineDecision before = unpacked(group.before);
     Json entry;
     entry["lines"] = group.lines;

@@ -11,7 +11,7 @@
 namespace simulator::diff {
 
 // Lines that went from one decision to another alike.
-struct DecisionGroup {
+struct LineGroup {
   std::vector<std::string> aspects{};  // what differs, by the names in kAspects
   size_t lines = 0;
   size_t first = 0;      // the number of the first line
@@ -27,12 +27,12 @@ class StreamChanges {
   size_t lines() const { return lines_; }
   size_t differing() const { return differing_; }
   // In the order of their first lines.
-  const std::vector<DecisionGroup> &groups() const { return groups_; }
+  const std::vector<LineGroup> &groups() const { return groups_; }
 
  private:
   size_t lines_ = 0;
   size_t differing_ = 0;
-  std::vector<DecisionGroup> groups_;
+  std::vector<LineGroup> groups_;
   std::unordered_map<std::string, size_t> by_key_;
 };
 
