@@ -46,11 +46,12 @@ debug "$host" -- "source $(dirname "$library")/$(basename "$library")-gdb.py" "z
 fails_with "no program is running, and no core file is loaded"
 
 debug "$host" -- "break main" "run" "zar policies"
+fails_with "the repository was not started: zar_init has not run"
 if ! readelf -SW "$library" | grep -q '\.debug_info'; then
+  debug "$host" -- "run > $scratch/handles" "zar policies"
   fails_with "libzar.so.1 has no debug information here: install libzar1-dbgsym"
   exit 0
 fi
-fails_with "the repository was not started: zar_init has not run"
 
 # ---- A live process, and its core file ----
 

@@ -24,7 +24,7 @@ file_of() {
   echo "$scratch/$1_${version}_$architecture.deb"
 }
 list() {
-  dpkg-deb --fsys-tarfile "$(file_of "$1")" | tar -t | sed 's|^\./||' | grep -v '/$' | sort
+  dpkg-deb --fsys-tarfile "$(file_of "$1")" | tar -t | sed 's|^\./||' | grep -v -e '/$' -e '^$' | sort
 }
 field() {
   dpkg-deb -f "$(file_of "$1")" "$2"
@@ -67,6 +67,24 @@ holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar
   "usr/$libdir/cmake/zar/zarConfigVersion.cmake" "usr/$libdir/cmake/zar/zarTargets.cmake" \
   usr/share/doc/zar/README.md usr/share/doc/zar/embedding.md usr/share/doc/zar/platform.md usr/share/doc/zar/abi.md
 depends libzar-dev "libzar1 (= $version)"
+
+holds libzar-dev 'usr/share/gdb/auto-load/.*/libzar\.so\.[0-9.]*-gdb\.py' usr/share/zar/gdb/zar_gdb.py
+dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -t > "$scratch/control"
+if grep -q post "$scratch/control"; then fail "libzar1 has scripts, though its trigger renews the loader's cache"; fi
+
+# gdb loads the commands from where they are packaged.
+if command -v gdb > /dev/null; then
+  dpkg-deb -x "$(file_of libzar-dev)" "$scratch/unpacked"
+  HOME=/nonexistent gdb -nx -batch -ex "source $(find "$scratch/unpacked" -name 'libzar.so.*-gdb.py')" -ex "help zar" \
+    > "$scratch/help" 2>&1 || true
+  grep -q '^zar policies -- ' "$scratch/help" || { cat "$scratch/help"; fail "gdb does not load the commands"; }
+fi
+
+# The build decides whether pkg-config's files are in the folder of the architecture; as packages they are.
+if command -v lintian > /dev/null; then
+  lintian --allow-root --fail-on error,warning --suppress-tags pkg-config-unavailable-for-cross-compilation \
+    "$scratch"/*.deb || fail "lintian complains"
+fi
 
 test "$built" = all || exit 0
 holds libzar-dev 'usr/share/man/man3/zar\.3\.gz' usr/share/doc/zar/api/html/index.html \
