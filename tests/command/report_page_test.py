@@ -112,7 +112,7 @@ def tests_are_those_of_test(browser, project, path):
 
 
 def claims_are_those_of_prove(browser, project, path):
-    expected = [(answer["name"], answer["result"]) for answer in project.json("prove", path)["answers"]]
+    expected = [(answer["name"], answer["answer"]) for answer in project.json("prove", path)["answers"]]
     assert len({result for _, result in expected}) > 1, "some hold and some do not"
     rows = browser.rows("#claim-results")
     assert [row["Claim"] for row in rows] == [name for name, _ in expected], rows
