@@ -237,6 +237,38 @@ TEST(Claims, RunOutOfTimeWithoutAnAnswer) {
   EXPECT_EQ(answer.why, (std::vector<std::string>{"the time is over"}));
 }
 
+TEST(Claims, KeepTheVerdictOfARaisedEventItsOwn) {
+  const std::string raised = "      f: {rules: [{number: 1, class: always, actions: [deny]}]}\n";
+  const std::string file = file_of("", rule(10, "always", "permit, {raise: f}, deny") + raised);
+  EXPECT_EQ(result_of(file, "always: permit"), Result::proved);
+  EXPECT_EQ(result_of(file, "never-fails: true, policies: [p]"), Result::refuted);
+}
+
+TEST(Claims, KnowTheThreeWaysInWhichAClassMapMatches) {
+  const std::string filters = kA1 + ", {attribute: b, present: true, no-match: true}";
+  const auto answer = [&](const std::string &match, const std::string &when) {
+    return result_of(file_of(class_map("c", filters, match), rule(1, "c", "permit")),
+                     concat("when: [", when, "], always: permit"));
+  };
+  const std::string no_b = "{attribute: b, present: true, no-match: true}";
+  EXPECT_EQ(answer("all", kA1 + ", " + no_b), Result::proved);
+  EXPECT_EQ(answer("all", kA1), Result::refuted);
+  EXPECT_EQ(answer("any", kA1), Result::proved);
+  EXPECT_EQ(answer("any", no_b), Result::proved);
+  EXPECT_EQ(answer("none", kA2 + ", {attribute: b, present: true}"), Result::proved);
+  EXPECT_EQ(answer("none", kA2), Result::refuted);
+}
+
+TEST(KnownToBeEqual, AreCountingTheHighestNumberAndLeavingIt) {
+  const PolicyFile one = load_good(file_of("", rule(1, "always", "{count: a}, permit")));
+  const PolicyFile other = load_good(file_of(class_map("one", kA1), rule(1, "always", "permit")));
+  const PolicyFile highest =
+      load_good(file_of(class_map("c", "{attribute: a, equals: '9223372036854775807'}"), rule(1, "c", "permit")));
+  const std::vector<simulator::Filter> when = {highest.class_maps.at(1).filters.at(0)};
+  EXPECT_EQ(only(simulator::prove::compare({.before = &one, .after = &other, .when = when}, patience)).result,
+            Result::proved);
+}
+
 TEST(Stricter, AllowsMoreDenialsAndNoMorePermits) {
   const PolicyFile strict =
       load_good(file_of(class_map("one", kA1), rule(10, "one", "deny") + rule(20, "always", "permit")));
