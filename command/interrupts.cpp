@@ -1,5 +1,7 @@
 #include "command/interrupts.h"
 
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdlib>
 
@@ -31,7 +33,8 @@ Interruptible::~Interruptible() {
 void end_as_interrupted() {
   constexpr int kInterrupted = 128 + SIGINT;
   std::signal(SIGINT, SIG_DFL);
-  std::raise(SIGINT);
+  kill(getpid(), SIGINT);
+  // The signal may be blocked.
   std::_Exit(kInterrupted);
 }
 

@@ -38,8 +38,6 @@ std::vector<Policies> Stage::casts_with(const std::string &policy, const Policie
 
 // Every list of policy-maps has a target, which is added when it is first asked for.
 bool Stage::prepare(const Policies &policies) {
-  // The library has no more handles than this.
-  constexpr size_t kMostHandles = 65536;
   constexpr size_t kOfTarget = 2;
   if (!targets_.contains(policies) && file_.handles() + kOfTarget > kMostHandles) return false;
 

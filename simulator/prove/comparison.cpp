@@ -153,7 +153,8 @@ std::vector<std::string> Comparer::seen_differences(const Answer &answer) const 
   const Account after = account_of(answer.plays[1].explanation, answer.witness);
   if (!comparison_->stricter) return differences(before, after);
   const bool is_laxer = before.verdict == engine::Verdict::deny && after.verdict == engine::Verdict::permit;
-  return is_laxer ? differences({.verdict = before.verdict}, {.verdict = after.verdict}) : std::vector<std::string>{};
+  if (!is_laxer) return {};
+  return differences({.verdict = before.verdict}, {.verdict = after.verdict});
 }
 
 Answer Comparer::played(Answer answer, const Lists &lists, const FoundInput &found) {

@@ -101,6 +101,8 @@ TEST(Prove, RefusesClaimsThatMeanNothing) {
   EXPECT_TRUE(error_of("{event: login, never: permit, policies: [acess]}").find("did you mean") != std::string::npos);
   EXPECT_TRUE(error_of("{event: login, ends-with: {rol: }}")
                   .starts_with("--claim:1:28: error: nothing in the file mentions the attribute 'rol'\n"));
+  EXPECT_TRUE(
+      error_of("{event: login, ends-with: {}}").starts_with("--claim:1:27: error: a claim about no attribute\n"));
   EXPECT_EQ(run_zar({"prove", kPolicies, "--claim", "{event: login}"}).code, 2);
 }
 

@@ -42,7 +42,7 @@ std::vector<std::string> lines_of(const std::string &text, size_t piece) {
 using Texts = std::vector<std::string>;
 
 TEST(LinesOfAStream, AreNumberedWhereverTheirPiecesEnd) {
-  for (const size_t piece : {1, 2, 3, 7, 1000}) {
+  for (const size_t piece : std::initializer_list<size_t>{1, 2, 3, 7, 1000}) {
     EXPECT_EQ(lines_of("first\n\nthird\nlast", piece), (Texts{"1:first", "3:third", "4:last"})) << piece;
     EXPECT_EQ(lines_of("first\n", piece), Texts{"1:first"}) << piece;
     EXPECT_EQ(lines_of("", piece), Texts()) << piece;
