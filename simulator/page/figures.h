@@ -44,7 +44,7 @@ struct Stretch {
 
 class Figures {
  public:
-  // So many groups have an explanation, which keeps pages small.
+  // The number of groups with an explanation, which keeps pages small.
   static constexpr size_t kExplained = 300;
   static constexpr size_t kStretches = 60;
 

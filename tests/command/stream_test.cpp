@@ -135,7 +135,7 @@ TEST(Stream, HasOptionsOfItsOwn) {
 
 // ---- Several processes ------------------------------------------------------------------------------------------------------
 
-// Sessions that come, do something and go, a few at a time, and bad lines of which each process gets some.
+// Sessions that come, do something and go, a few at a time, and some bad lines for each process.
 std::string long_stream() {
   std::string text;
   const auto line_of = [](const std::string &what, int session) {
@@ -194,8 +194,7 @@ size_t lines_of(const std::string &text) {
 }
 
 TEST(HostileStream, OfAMillionBadLinesIsCounted) {
-  const Result result =
-      run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("{\"evnt\": 1}\n", 1'000'000));
+  const Result result = run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("x\n", 1'000'000));
   EXPECT_EQ(result.code, 65);
   EXPECT_NE(result.err.find(
                 "zar: of 1000000 bad lines, the first 100 are shown\n0 events, 0 targets added, 0 deleted, 1000000 bad "

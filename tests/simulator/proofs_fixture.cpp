@@ -27,7 +27,7 @@ using simulator::prove::Answer;
 using simulator::prove::Answers;
 using simulator::prove::Result;
 
-// Every value that the filters below tell apart, also after some counts, and more.
+// Every value that the filters below distinguish, also after some counts, and more.
 const std::vector<Value> kValues = {std::nullopt, "0", "1", "2", "02", "x", "xy"};
 const std::vector<std::string> kAttributes = {"a", "b"};
 
