@@ -1,6 +1,7 @@
 #include "command/stream_results.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 
 #include "command/exit_codes.h"
@@ -22,7 +23,7 @@ constexpr size_t kMostReported = Diagnostics::kMostShown;
 
 std::string rate_text(size_t events, std::chrono::steady_clock::duration taken) {
   const double seconds = std::max(std::chrono::duration<double>(taken).count(), 1e-6);
-  const auto tenths = static_cast<size_t>(seconds * 10 + 0.5);
+  const auto tenths = static_cast<size_t>(std::lround(seconds * 10));
   return concat("took ", tenths / 10, ".", tenths % 10,
                 " s: ", static_cast<size_t>(static_cast<double>(events) / seconds), " events a second\n");
 }
