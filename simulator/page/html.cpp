@@ -72,7 +72,7 @@ Html join(std::initializer_list<Html> pieces) {
 }
 
 Html link_to(const std::string &id, std::string_view shown) {
-  return element("a", {{"href", "#" + percent_encoded(id)}}, text(shown));
+  return element("a", {{"href", concat("#", percent_encoded(id))}}, text(shown));
 }
 
 Html foldable(Fold fold, const Attributes &attributes, const Html &summary, const Html &content) {

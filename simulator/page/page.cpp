@@ -15,7 +15,7 @@ std::string counted(size_t count, std::string_view one) {
 Html card(const std::string &section, std::string_view number, std::string_view what, std::string_view tone) {
   return element(
       "li", {{"class", std::string(tone)}},
-      element("a", {{"href", "#" + section}}, join({element("b", number), text(" "), element("span", what)})));
+      element("a", {{"href", concat("#", section)}}, join({element("b", number), text(" "), element("span", what)})));
 }
 
 // The answers in short, each a link to its section.

@@ -23,11 +23,16 @@ Formula ValueTests::passes(const std::string &attribute, const Filter &filter) {
 }
 
 Formula ValueTests::is_present(const std::string &attribute) {
-  return passes(attribute, {.kind = FilterKind::present});
+  Filter present;
+  present.kind = FilterKind::present;
+  return passes(attribute, present);
 }
 
 Formula ValueTests::is_text(const std::string &attribute, const std::string &text) {
-  return passes(attribute, {.kind = FilterKind::equals, .text = text});
+  Filter equals;
+  equals.kind = FilterKind::equals;
+  equals.text = text;
+  return passes(attribute, equals);
 }
 
 Formula ValueTests::is_number(const std::string &attribute) {
@@ -36,12 +41,18 @@ Formula ValueTests::is_number(const std::string &attribute) {
 
 Formula ValueTests::is_between(const std::string &attribute, int64_t low, int64_t high) {
   if (low > high) return Formula::never();
-  return passes(attribute, {.kind = FilterKind::range, .low = low, .high = high});
+  Filter range;
+  range.kind = FilterKind::range;
+  range.low = low;
+  range.high = high;
+  return passes(attribute, range);
 }
 
 Formula ValueTests::open(const std::string &key, const std::string &why) {
   if (const auto known = open_.find(key); known != open_.end()) return known->second;
-  return open_.emplace(key, add({.why_open = why})).first->second;
+  Test test;
+  test.why_open = why;
+  return open_.emplace(key, add(std::move(test))).first->second;
 }
 
 }  // namespace simulator::prove
