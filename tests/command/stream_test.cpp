@@ -193,11 +193,11 @@ size_t lines_of(const std::string &text) {
   return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-TEST(HostileStream, OfAMillionBadLinesIsCounted) {
-  const Result result = run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("x\n", 1'000'000));
+TEST(HostileStream, OfManyBadLinesIsCounted) {
+  const Result result = run_zar({"run", kPolicy, "--events", "-", "--no-results"}, repeated("x\n", 100'000));
   EXPECT_EQ(result.code, 65);
   EXPECT_NE(result.err.find(
-                "zar: of 1000000 bad lines, the first 100 are shown\n0 events, 0 targets added, 0 deleted, 1000000 bad "
+                "zar: of 100000 bad lines, the first 100 are shown\n0 events, 0 targets added, 0 deleted, 100000 bad "
                 "lines\n"),
             std::string::npos)
       << result.err;

@@ -46,7 +46,7 @@ test "$(PKG_CONFIG_PATH=$moved/elsewhere/$libdir/pkgconfig pkg-config --modversi
   fail "zar.pc has another version"
 
 if test "$installed" = library; then
-  for file in bin "$libdir/zar" share/man/man1 share/man/man5 share/zar share/doc/zar/examples; do
+  for file in bin "$libdir/zar" share/man/man1 share/man/man5 share/zar/schema share/doc/zar/examples; do
     test ! -e "$prefix/$file" || fail "$file is installed with the library alone"
   done
   exit 0
