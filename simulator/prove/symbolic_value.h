@@ -51,7 +51,7 @@ class ValueOf {
   Formula counted_is_between(int64_t counts, int64_t low, int64_t high);
   Formula counted_has_prefix(int64_t counts, const Filter &filter);
   Formula counted_is_text(int64_t counts, const std::string &text);
-  Formula same(const Term &a, const Term &b);
+  Formula same(const Term &one, const Term &other);
   void add(SymbolicValue &value, const Term &term, Formula condition) const;
 
   const std::string *attribute_;
