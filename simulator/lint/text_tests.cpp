@@ -385,7 +385,7 @@ class TextSearch {
     TextTest::Cuts cuts;
     for (const WantedTest &one : wanted)
       one.test->add_cuts(cuts);
-    // If no test tells characters outside ASCII from '~', a text with some can be replaced by one without.
+    // If no test distinguishes characters outside ASCII from '~', a text with some can be replaced by one without.
     bool only_ascii = true;
     for (size_t byte = 0x7f; byte < cuts.size(); ++byte)
       only_ascii = only_ascii && !cuts[byte];
