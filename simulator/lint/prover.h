@@ -45,7 +45,7 @@ class Prover : private Theory {
   using AttributeNumber = size_t;
   static constexpr AttributeNumber kNoAttribute = SIZE_MAX;
 
-  // What a variable of the solver stands for: a filter, a map, or a group of filters, one of them has to hold.
+  // What a variable of the solver stands for: a filter, a map, or a group where one filter has to hold.
   struct Meaning {
     AttributeNumber attribute = kNoAttribute;  // of a filter
     const Filter *filter = nullptr;
