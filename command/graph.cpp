@@ -12,8 +12,6 @@
 #include "simulator/graph/json.h"
 #include "simulator/graph/of_file.h"
 #include "simulator/graph/select.h"
-#include "simulator/text/files.h"
-#include "simulator/text/text.h"
 
 using namespace simulator;
 
@@ -87,10 +85,7 @@ class GraphCommand final : public Command {
       complain(drawn.problem);
       return drawn.is_installed ? kInternal : kUsage;
     }
-    const std::optional<std::string> problem = write_whole(path, drawn.picture);
-    if (!problem) return kSuccess;
-    complain(concat(escape_control_characters(path), " cannot be written: ", *problem));
-    return kInternal;
+    return write_result(path, drawn.picture);
   }
 
   static void write_json(const Graph &made, const PolicyFile &file) {

@@ -17,7 +17,6 @@
 #include "simulator/page/page.h"
 #include "simulator/policy/diagnostics_json.h"
 #include "simulator/prove/claims.h"
-#include "simulator/text/files.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -130,12 +129,9 @@ class ReportCommand final : public Command {
       std::cout << page;
       return kSuccess;
     }
-    if (const std::optional<std::string> problem = write_whole(output_, page)) {
-      complain(concat(escape_control_characters(output_), " cannot be written: ", *problem));
-      return kInternal;
-    }
-    if (json_) print_json(std::cout, json_of(contents));
-    return kSuccess;
+    const int code = write_result(output_, page);
+    if (code == kSuccess && json_) print_json(std::cout, json_of(contents));
+    return code;
   }
 
   Json json_of(const page::Contents &contents) const {

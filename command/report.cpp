@@ -10,6 +10,7 @@
 #include "command/exit_codes.h"
 #include "command/terminal.h"
 #include "runtime/control.h"
+#include "simulator/text/files.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -63,6 +64,13 @@ int report_internal(const Complaints &problems) {
   for (const std::string &problem : problems)
     complain(concat("internal error: ", problem));
   return problems.empty() ? kSuccess : kInternal;
+}
+
+int write_result(const std::string &path, std::string_view text) {
+  const std::optional<std::string> problem = write_whole(path, text);
+  if (!problem) return kSuccess;
+  complain(concat(escape_control_characters(path), " cannot be written: ", *problem));
+  return kInternal;
 }
 
 int work_on_one(const std::function<int()> &work) {

@@ -31,6 +31,9 @@ int report_out_of_memory();
 // not do it: the library calls back into code that allocates, and no exception may pass through the library.
 void end_when_out_of_memory();
 
+// Gives a file for results this text, whole, or complains and leaves it as it was. Returns the exit code.
+int write_result(const std::string &path, std::string_view text);
+
 // Does the work on one of several files. An exception is reported and costs only this file.
 //
 // The files share the process, which has one repository at a time. A process per file would also survive a file that

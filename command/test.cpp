@@ -12,7 +12,6 @@
 #include "command/terminal.h"
 #include "simulator/testing/junit.h"
 #include "simulator/testing/report.h"
-#include "simulator/text/files.h"
 
 using namespace simulator;
 
@@ -147,11 +146,7 @@ class TestCommand final : public Command {
   }
 
   int write_junit(const std::vector<JunitSuite> &suites) const {
-    if (junit_.empty()) return kSuccess;
-    const std::optional<std::string> problem = write_whole(junit_, junit_xml(suites));
-    if (!problem) return kSuccess;
-    complain(concat(escape_control_characters(junit_), " cannot be written: ", *problem));
-    return kInternal;
+    return junit_.empty() ? kSuccess : write_result(junit_, junit_xml(suites));
   }
 
   static void write_json(size_t passed, size_t failed, Json bad_files, Json file_errors, Json files) {

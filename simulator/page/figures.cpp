@@ -23,16 +23,16 @@ Value find_or_none(const std::unordered_map<Key, Value> &values, Key key) {
 
 }  // namespace
 
-void Verdicts::add(engine::Verdict verdict) {
+void Verdicts::add(engine::Verdict verdict, size_t times) {
   switch (verdict) {
     case engine::Verdict::permit:
-      ++permit;
+      permit += times;
       return;
     case engine::Verdict::deny:
-      ++deny;
+      deny += times;
       return;
     case engine::Verdict::none:
-      ++none;
+      none += times;
       return;
   }
 }
@@ -88,8 +88,6 @@ void Figures::decide(const Step &step, const EventExplanation &explanation) {
                       .targets = target ? policies_text(*target) : std::string(),
                       .verdict = explanation.outcome.verdict};
   if (const std::optional<Decision> decided = decision(explanation)) group.decided_by = rule_of(*decided);
-  at(by_event_, group.event).add(group.verdict);
-  at(by_policies_, group.targets).add(group.verdict);
 
   const std::string key =
       concat(group.event, "\n", group.targets, "\n", to_string(group.verdict), "\n", group.decided_by);
@@ -103,11 +101,15 @@ void Figures::decide(const Step &step, const EventExplanation &explanation) {
   ++decisions_[known->second].events;
 }
 
-Verdicts &Figures::at(Named &named, const std::string &name) {
-  const auto found = std::find_if(named.begin(), named.end(), [&](const auto &entry) { return entry.first == name; });
-  if (found != named.end()) return found->second;
-  named.emplace_back(name, Verdicts{});
-  return named.back().second;
+std::vector<std::pair<std::string, Verdicts>> Figures::sums(std::string DecisionGroup::*name) const {
+  std::vector<std::pair<std::string, Verdicts>> all;
+  std::unordered_map<std::string_view, size_t> places;
+  for (const DecisionGroup &group : decisions_) {
+    const auto [known, is_new] = places.try_emplace(group.*name, all.size());
+    if (is_new) all.emplace_back(group.*name, Verdicts{});
+    all[known->second].second.add(group.verdict, group.events);
+  }
+  return all;
 }
 
 Figures::OfRule Figures::of(const Rule &rule) const {

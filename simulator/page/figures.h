@@ -22,7 +22,7 @@ struct Verdicts {
   size_t none = 0;
 
   size_t all() const { return permit + deny + none; }
-  void add(engine::Verdict verdict);
+  void add(engine::Verdict verdict, size_t times = 1);
 };
 
 // Events of one name that the same rule decided, on targets with the same policy-maps in the same order.
@@ -68,21 +68,20 @@ class Figures {
   OfFilter of(const Filter &filter) const;
   size_t matches_of(const Statement &statement) const;
   // In the order in which they first came.
-  const std::vector<std::pair<std::string, Verdicts>> &by_event() const { return by_event_; }
-  const std::vector<std::pair<std::string, Verdicts>> &by_policies() const { return by_policies_; }
+  std::vector<std::pair<std::string, Verdicts>> by_event() const { return sums(&DecisionGroup::event); }
+  std::vector<std::pair<std::string, Verdicts>> by_policies() const { return sums(&DecisionGroup::targets); }
   const std::vector<DecisionGroup> &decisions() const { return decisions_; }
   const std::vector<Stretch> &over_time() const { return over_time_; }
   // The number of events that a limit of the engine stopped.
   size_t stopped() const { return stopped_; }
 
  private:
-  using Named = std::vector<std::pair<std::string, Verdicts>>;
-
   void count(const EventExplanation &explanation);
   void count(const std::vector<ActionExplanation> &actions);
   void count(const std::vector<FilterExplanation> &filters);
   void decide(const Step &step, const EventExplanation &explanation);
-  static Verdicts &at(Named &named, const std::string &name);
+  // The verdicts of all groups with the same name.
+  std::vector<std::pair<std::string, Verdicts>> sums(std::string DecisionGroup::*name) const;
 
   const PolicyFile *file_;
   size_t events_ = 0;
@@ -91,8 +90,6 @@ class Figures {
   std::unordered_map<const Rule *, OfRule> rules_;
   std::unordered_map<const Filter *, OfFilter> filters_;
   std::unordered_map<const Statement *, size_t> statements_;
-  Named by_event_;
-  Named by_policies_;
   std::vector<DecisionGroup> decisions_;
   std::map<std::string, size_t> decision_index_;
   std::vector<Stretch> over_time_;

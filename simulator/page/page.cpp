@@ -8,10 +8,6 @@ namespace simulator::page {
 
 namespace {
 
-std::string counted(size_t count, std::string_view one) {
-  return concat(count, " ", one, count == 1 ? "" : "s");
-}
-
 Html card(const std::string &section, std::string_view number, std::string_view what, std::string_view tone) {
   return element(
       "li", {{"class", std::string(tone)}},
@@ -43,9 +39,10 @@ Html cards(const Contents &contents) {
 }
 
 std::string extent_of(const PolicyFile &file) {
-  return concat(counted(file.policy_maps.size(), "policy-map"), ", ", counted(file.class_maps.size(), "class-map"),
-                ", ", counted(file.parameter_maps.size(), "parameter-map"), ", ",
-                counted(file.targets.size(), "target"));
+  return concat(counted(file.policy_maps.size(), "policy-map", "policy-maps"), ", ",
+                counted(file.class_maps.size(), "class-map", "class-maps"), ", ",
+                counted(file.parameter_maps.size(), "parameter-map", "parameter-maps"), ", ",
+                counted(file.targets.size(), "target", "targets"));
 }
 
 Html head_of(const std::string &title) {

@@ -13,10 +13,6 @@ namespace simulator::page {
 
 namespace {
 
-std::string counted(size_t count, std::string_view one, std::string_view many) {
-  return concat(count, " ", count == 1 ? one : many);
-}
-
 Html explained(const std::string &explanation) {
   if (explanation.empty()) return text("not kept: there are too many");
   return foldable(Fold::closed, {}, text("why"), printed(explanation));

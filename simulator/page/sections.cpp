@@ -11,6 +11,10 @@ Changed::Changed(const Contents &contents) : is_compared_(contents.against.has_v
   }
 }
 
+std::string counted(size_t count, std::string_view one, std::string_view many) {
+  return concat(count, " ", count == 1 ? one : many);
+}
+
 Html section(const std::string &id, std::string_view heading, const Html &content) {
   return element("section", {{"aria-labelledby", id}},
                  join({element("h2", {{"id", id}}, text(heading)), content, Html::made_elsewhere("\n")}));

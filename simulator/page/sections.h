@@ -38,6 +38,8 @@ Html picture_section(const Contents &contents);
 
 // ---- What sections share ----
 
+// "1 target", "2 targets"
+std::string counted(size_t count, std::string_view one, std::string_view many);
 Html section(const std::string &id, std::string_view heading, const Html &content);
 // "examples/broadband.yaml:17"
 Html place(const PolicyFile &file, Position position);
