@@ -1,6 +1,7 @@
 // The actions of rules: a list of records that rules share by reference count, in action-number order unless an
 // insertion gives another position.
 #include "compose/rules.h"
+#include "core/callbacks.h"
 #include "objects/leaves.h"
 #include "zar/compose.h"
 
@@ -130,7 +131,7 @@ uint32_t zar_match_action_parameters(const zar_action *action, const zar_action_
   if (action->action_free_fn != context->action_free_fn) return kNo;
   if (action->action_entry_fn != context->action_entry_fn) return kNo;
   if (!action->action_compare_fn) return kNo;
-  return action->action_compare_fn(action->action_data, context->action_data) ? kYes : kNo;
+  return call("action_compare_fn", action->action_compare_fn, action->action_data, context->action_data) ? kYes : kNo;
 }
 
 uint32_t zar_compare_actions(uint32_t action, const zar_action_context *context) {
@@ -151,7 +152,7 @@ uint32_t zar_free_action(zar_action *action) {
   if (action->ref_count != 0) return kYes;
 
   retire(action->handle);
-  if (action->action_free_fn) action->action_free_fn(action->action_data, nullptr);
+  if (action->action_free_fn) call("action_free_fn", action->action_free_fn, action->action_data, nullptr);
   zar_handle_release(action->handle);
   TRACE_INFO("(info): action:0x%x chunk freed", action->handle);
   action_pool.give_back(action);

@@ -1,4 +1,5 @@
 // The filters of class-maps: an ordered list in which every insertion gives its position.
+#include "core/callbacks.h"
 #include "core/checks.h"
 #include "core/queue.h"
 #include "objects/leaves.h"
@@ -84,7 +85,7 @@ uint32_t zar_match_filter_parameters(const zar_filter *filter, const zar_filter_
   if (filter->filter_free_fn != context->filter_free_fn) return kNo;
   if (filter->filter_eval_fn != context->filter_eval_fn) return kNo;
   if (!filter->filter_compare_fn) return kNo;
-  return filter->filter_compare_fn(filter->filter_data, context->filter_data) ? kYes : kNo;
+  return call("filter_compare_fn", filter->filter_compare_fn, filter->filter_data, context->filter_data) ? kYes : kNo;
 }
 
 uint32_t zar_remove_filter_from_class(uint32_t cmap, uint32_t filter) {

@@ -1,5 +1,6 @@
 // Deletion of policy-maps and class-maps, and two accessors of policy-maps.
 #include "compose/rules.h"
+#include "core/callbacks.h"
 #include "core/clients.h"
 #include "core/names.h"
 #include "core/pool.h"
@@ -50,7 +51,7 @@ void take_off_targets(uint32_t clid, zar_pmap &pmap) {
   for (const zar_pmap_target_ref &ref : Elements<zar_pmap_target_ref>(pmap.target_refs)) {
     uint32_t target_handle = ref.target->handle;
     part_for_good(&pmap, ref.target);
-    if (client.removal_vector) client.removal_vector(target_handle, pmap_handle);
+    if (client.removal_vector) call("removal_vector", client.removal_vector, target_handle, pmap_handle);
   }
 }
 

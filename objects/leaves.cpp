@@ -1,5 +1,6 @@
 #include "objects/leaves.h"
 
+#include "core/callbacks.h"
 #include "core/checks.h"
 #include "core/pool.h"
 #include "core/queue.h"
@@ -182,7 +183,7 @@ zar_filter *zar::require_filter(const char *name, uint32_t handle) {
 void zar::zar_free_filter(zar_filter *filter) {
   uint32_t handle = filter->handle;
   retire(handle);
-  if (filter->filter_free_fn) filter->filter_free_fn(filter->filter_data, nullptr);
+  if (filter->filter_free_fn) call("filter_free_fn", filter->filter_free_fn, filter->filter_data, nullptr);
   zar_handle_release(handle);
   filter_pool.give_back(filter);
   TRACE_INFO("(info): Free filter:0x%x successful", handle);

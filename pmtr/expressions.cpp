@@ -1,6 +1,7 @@
 // The search for a statement's filter expression that begins with a keyword.
 #include <cstdio>
 
+#include "core/callbacks.h"
 #include "core/text.h"
 #include "platform/tags.h"
 #include "pmtr/statements.h"
@@ -27,7 +28,7 @@ Comparison compare(const char *expression, const char *keyword) {
 
 // A copy of the filter's text, empty if it has none; no copy if there is no memory.
 OwnedText copy_expression(const zar_filter &filter) {
-  OwnedText text(filter.filter_str_fn(filter.filter_data));
+  OwnedText text(call("filter_str_fn", filter.filter_str_fn, filter.filter_data));
   const char *expression = text ? text.get() : "";
   const size_t size = std::strlen(expression) + kCopyRoom;
   OwnedText copy = OwnedText::of_size(size, ZAR_TAG_EXPRESSION_COPY);

@@ -3,6 +3,7 @@
 // An accessor whose handle has no context traces this under a blank name and returns 0 or no text.
 #include <cstdio>
 
+#include "core/callbacks.h"
 #include "core/checks.h"
 #include "core/text.h"
 #include "platform/tags.h"
@@ -127,7 +128,7 @@ char *zar_get_action_nvgen_str(uint32_t action, uint32_t argument) {
     TRACE_ERROR("(ERR): get_nvgen_str: Error: action:0x%x is NULL", action);
     return nullptr;
   }
-  return record->action_str_fn ? record->action_str_fn(record->action_data, argument) : nullptr;
+  return record->action_str_fn ? call("action_str_fn", record->action_str_fn, record->action_data, argument) : nullptr;
 }
 
 char *zar_get_filter_nvgen_str(uint32_t filter) {
@@ -141,7 +142,7 @@ char *zar_get_filter_nvgen_str(uint32_t filter) {
 
 char *zar_get_filter_nvgen_str_internal(const zar_filter *filter) {
   if (!filter || !filter->filter_str_fn) return nullptr;
-  OwnedText text(filter->filter_str_fn(filter->filter_data));
+  OwnedText text(call("filter_str_fn", filter->filter_str_fn, filter->filter_data));
   if (!text) return nullptr;
 
   // Room for the longer prefix, a blank and the terminator.
@@ -161,19 +162,19 @@ char *zar_get_filter_nvgen_str_internal(const zar_filter *filter) {
 void zar_free_client_action_context(zar_action_context *context) {
   if (!context || !context->action_free_fn) return;
   TRACE_INFO("(info): free_client_context: freeing client action context:0x%p", address(context));
-  context->action_free_fn(nullptr, context);
+  call("action_free_fn", context->action_free_fn, nullptr, context);
 }
 
 void zar_free_client_filter_context(zar_filter_context *context) {
   if (!context || !context->filter_free_fn) return;
   TRACE_INFO("(info): free_client_context: freeing client filter context:0x%p", address(context));
-  context->filter_free_fn(nullptr, context);
+  call("filter_free_fn", context->filter_free_fn, nullptr, context);
 }
 
 void zar_free_client_filter_params_context(zar_filter_context *context) {
   if (!context || !context->filter_free_fn) return;
   TRACE_INFO("(info): free_client_context: freeing client filter params and context:0x%p", address(context));
-  context->filter_free_fn(context->filter_data, context);
+  call("filter_free_fn", context->filter_free_fn, context->filter_data, context);
 }
 
 // ---- Hooks of the engine

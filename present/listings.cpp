@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "compose/rules.h"
+#include "core/callbacks.h"
 #include "platform/tags.h"
 #include "present/selection.h"
 #include "zar/present.h"
@@ -21,6 +22,20 @@ bool printer_given(const char *name, zar_printer_fn printer) {
   if (!printer) TRACE_ERROR("(ERR): %s: input printer cannot be NULL", name);
   return printer;
 }
+
+// A caller's printer.
+class Printer {
+ public:
+  explicit Printer(zar_printer_fn function) : function_(function) {}
+
+  template <class... Values>
+  void operator()(const char *format, Values... values) const {
+    call("printer", function_, format, values...);
+  }
+
+ private:
+  zar_printer_fn function_;
+};
 
 // ---- Policy-maps
 
@@ -102,7 +117,8 @@ class PolicyMapPrinter {
 
   // The line of the precedence repeats the action's text.
   void print_action(const zar_action &action) const {
-    OwnedText text(action.action_str_fn ? action.action_str_fn(action.action_data, 0) : nullptr);
+    OwnedText text(action.action_str_fn ? call("action_str_fn", action.action_str_fn, action.action_data, 0u)
+                                        : nullptr);
     const uint32_t number = action.action_num, precedence = action.precedence, executed = action.executed_count;
     if (text && verbose_) {
       print_("%s      %-8s%u %s", prefix_, "Action:", number, text.get());
@@ -114,7 +130,7 @@ class PolicyMapPrinter {
     if (verbose_) print_("%s      %-10s%u", prefix_, "Executed:", executed);
   }
 
-  zar_printer_fn print_;
+  Printer print_;
   const char *prefix_;
   bool verbose_;
 };
@@ -179,7 +195,7 @@ class ClassMapTable {
 
   static unsigned long modulo(uint32_t count, uint32_t limit) { return count % limit; }
 
-  zar_printer_fn print_;
+  Printer print_;
   const char *prefix_;
   const char *suffix_;
   Selection wanted_;

@@ -4,6 +4,7 @@
 // one list for all its notifications and adds the records again before each, so that the n-th notification finds them n
 // times. The list is handed over: the handlers free it, after the call.
 #include "compose/rules.h"
+#include "core/callbacks.h"
 #include "core/text.h"
 #include "platform/tags.h"
 #include "zar/present.h"
@@ -70,7 +71,8 @@ bool notify_removal(const zar_class_action &rule, const Watched<zar_pmap> &pmap,
     if (!action.action_notify_fn) continue;
     Collected collected = zar_collect_pmap_targets(*pmap.get(), list);
     if (collected == Collected::out_of_memory) return false;
-    if (collected == Collected::some) action.action_notify_fn(kRemoved, action.action_data, list.hand_over());
+    if (collected == Collected::some)
+      call("action_notify_fn", action.action_notify_fn, kRemoved, action.action_data, list.hand_over());
   }
   return true;
 }
@@ -80,7 +82,7 @@ bool notify_of_target(const zar_class_action &rule, uint32_t removed, zar_target
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!action.action_notify_fn) continue;
     if (!list.add(info)) return false;
-    if (!list.empty()) action.action_notify_fn(removed, action.action_data, list.hand_over());
+    if (!list.empty()) call("action_notify_fn", action.action_notify_fn, removed, action.action_data, list.hand_over());
   }
   return true;
 }
@@ -97,7 +99,7 @@ void zar_shim_action_added_removed(uint32_t action_handle, uint32_t pmap_handle,
 
   TargetList list(ZAR_TAG_TARGETS_OF_PMAP);
   if (zar_collect_pmap_targets(*pmap, list) != Collected::some) return;
-  action->action_notify_fn(added ? kAdded : kRemoved, action->action_data, list.hand_over());
+  call("action_notify_fn", action->action_notify_fn, added ? kAdded : kRemoved, action->action_data, list.hand_over());
 }
 
 void zar_invoke_action_handler(zar_pmap *pmap, zar_target *target, uint32_t added) {

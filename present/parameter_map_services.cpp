@@ -1,5 +1,6 @@
 // Checking whether a policy uses a parameter-map, and replacing the data of actions and filters in place.
 #include "compose/rules.h"
+#include "core/callbacks.h"
 #include "objects/leaves.h"
 #include "present/selection.h"
 #include "zar/pmtr.h"
@@ -15,7 +16,7 @@ constexpr char kAskName[] = "check_param_map";
 bool rule_uses(const zar_class_action &rule, const void *param_map) {
   for (const zar_action &action : Elements<zar_action>(rule.actions)) {
     if (!action.action_param_map_check_fn) return false;
-    if (action.action_param_map_check_fn(action.action_data, param_map)) return true;
+    if (call("action_param_map_check_fn", action.action_param_map_check_fn, action.action_data, param_map)) return true;
   }
   return false;
 }
@@ -52,14 +53,14 @@ void zar_replace_old_action_hdl(uint32_t action_handle, const zar_action_context
   bool valid = zar_verify_action_context(context, nullptr) == kSuccess;
   zar_action *action = require_action(nullptr, action_handle);
   if (!action || !valid) return;
-  action->action_free_fn(std::exchange(action->action_data, context->action_data), nullptr);
+  call("action_free_fn", action->action_free_fn, std::exchange(action->action_data, context->action_data), nullptr);
 }
 
 void zar_replace_old_filter_hdl(uint32_t filter_handle, const zar_filter_context *context) {
   bool valid = zar_verify_filter_context(context, nullptr) == kSuccess;
   zar_filter *filter = require_filter(nullptr, filter_handle);
   if (!filter || !valid) return;
-  filter->filter_free_fn(std::exchange(filter->filter_data, context->filter_data), nullptr);
+  call("filter_free_fn", filter->filter_free_fn, std::exchange(filter->filter_data, context->filter_data), nullptr);
 }
 
 uint32_t kel_is_policy_created(const char *name) {

@@ -22,8 +22,8 @@ NOT_ASKED = {
     'simulator': 'reach the library through the simulator alone',
     'command': 'test the command and reach the library through it alone',
 }
-# They break invariants on purpose and check that a debug build aborts; in other builds they fail.
-OF_DEBUG_BUILDS = {'core_invariants'}
+# The folder whose tests break invariants on purpose and check that a debug build aborts; in other builds they fail.
+OF_DEBUG_BUILDS = 'debug'
 FILTER = '--gtest_filter='
 QUICK_SECONDS = 0.3
 LIKELY = 4
@@ -82,7 +82,7 @@ def name_of(test):
 
 
 def is_of_debug_builds(test):
-    return pathlib.Path(test.program).name in OF_DEBUG_BUILDS
+    return test.folder == OF_DEBUG_BUILDS
 
 
 def digest_of(paths):

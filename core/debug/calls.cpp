@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/debug/calls.h"
 #include "core/debug/invariants.h"
 #include "core/debug/notes.h"
 
@@ -35,13 +36,13 @@ uint32_t depth;
 uint32_t unchecked_calls;
 const void *operation;
 bool called;
+bool started;  // zar_init was called, perhaps before the checks were asked for
 pthread_t caller;
 
-// Operations called from outside are exported, and so have a name.
-const char *name_of_operation() {
-  Dl_info found{};
-  dladdr(operation, &found);
-  return found.dli_sname;
+[[noreturn]] void called_before_the_start() {
+  dprintf(kStandardError, "zar: %s was called before zar_init: call zar_init once, before everything else\n",
+          name_of_operation());
+  std::abort();
 }
 
 [[noreturn]] void called_on_another_thread() {
@@ -78,6 +79,8 @@ void begin(const void *function) {
   wanted = setting && std::strcmp(setting, "on") == 0;
   if (!called) caller = pthread_self();
   called = true;
+  if (!started) started = std::strcmp(name_of_operation(), "zar_init") == 0;
+  if (wanted && !started) called_before_the_start();
 }
 
 void enter(const void *function) {
@@ -92,6 +95,21 @@ void leave() {
 }
 
 }  // namespace
+
+bool checks_run() {
+  return wanted;
+}
+
+// Operations called from outside are exported, and so have a name.
+const char *name_of_operation() {
+  const char *name = exported_name(operation);
+  return name ? name : "a function that is not exported";
+}
+
+const char *exported_name(const void *address) {
+  Dl_info found{};
+  return dladdr(address, &found) != 0 && found.dli_saddr == address ? found.dli_sname : nullptr;
+}
 
 void broken(const char *record, int number, const char *format, ...) {
   dprintf(kStandardError, "zar: %s broke invariant %d of %s: ", name_of_operation(), number, record);

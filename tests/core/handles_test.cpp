@@ -37,7 +37,9 @@ struct HandleTable : Repository {
   }
 };
 
-struct HandleTableStart : BareProcess {};
+struct HandleTableStart : BareProcess {
+  HandleTableStart() { breaks_invariants("the handle table is made without zar_init"); }
+};
 
 TEST_F(HandleTableStart, CreatesOneIdTableNamedAfterPolicyMaps) {
   watch_requests();

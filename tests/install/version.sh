@@ -1,10 +1,10 @@
 #!/bin/sh
 # There is one version: the file VERSION, the headers, the library's file name and soname, the changelog and the command
 # agree.
-#   version.sh ROOT LIBRARY COMMAND COMPILER [FLAG ...]    COMMAND is 'none' with the library alone
+#   version.sh ROOT LIBRARY COMMAND COMPILER LINKER [FLAG ...]    COMMAND is 'none' with the library alone
 set -eu
-root=$1 library=$2 command=$3 compiler=$4
-shift 4
+root=$1 library=$2 command=$3 compiler=$4 linker=$5
+shift 5
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 version=$(head -n 1 "$root/VERSION")
@@ -36,7 +36,21 @@ same "the version macros" "${answer#* }"
 
 real=$(basename "$(readlink -f "$library")")
 same "the file name of the library" "${real#libzar.so.}"
+readelf -nW "$library" | grep -Eq '^ *zar +0x' || {
+  echo "readelf -n shows no note of the owner zar" >&2
+  exit 1
+}
+same "the note" "$(readelf -p .note.zar "$library" | sed -n 's/^ *\[ *10\] *//p')"
 soname=$(readelf -dW "$library" | sed -n 's/.*SONAME.*\[libzar\.so\.\(.*\)\]/\1/p')
 same "the soname" "$soname${version#"${version%%.*}"}"
 same "the changelog" "$(sed -n 's/^## \[\([0-9][0-9.]*\)\].*/\1/p' "$root/CHANGELOG.md" | head -n 1)"
+# A host that asks the loaded library, linked with the stand-ins.
+if test "$command" != none; then
+  libraries=$(dirname "$library")
+  "$compiler" -std=c11 "$@" -I "$root/include" -c "$root/examples/embed/release.c" -o "$scratch/release.o"
+  # With sanitizers, libraries of C++ need more than a C compiler links.
+  "$linker" "$@" "$scratch/release.o" -o "$scratch/release" \
+    -L "$libraries" -Wl,-rpath,"$libraries" -Wl,--no-as-needed -lzar -lzarengine -lzarplatform
+  same "the loaded library" "$("$scratch/release" | sed 's/.*, running with //')"
+fi
 test "$command" = none || same "zar --version" "$("$command" --version | sed 's/^zar //')"

@@ -1,7 +1,8 @@
-// A debug build aborts the process if an operation leaves an impossible state behind, or is called from a second
-// thread. Each test damages one record and makes an unrelated call.
+// A debug build aborts the process if an operation leaves an impossible state behind, is called from a second thread or
+// before zar_init, or if a client's function throws. Most tests damage one record and make an unrelated call.
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <thread>
 
 #include "core/queue.h"
@@ -555,6 +556,119 @@ TEST_F(Invariants, OfCallsAreOneThread) {
   const auto call_from_elsewhere = [] { std::thread([] { zar_handle_get_context(0); }).join(); };
   EXPECT_DEATH(call_from_elsewhere(),
                "zar: zar_handle_get_context was called on a different thread than the first operation");
+}
+
+struct BeforeTheStart : BareProcess {};
+
+TEST_F(BeforeTheStart, AnOperationEndsTheProcess) {
+  NEEDS_FRESH_PROCESS();
+  zar_db *database = nullptr;
+  EXPECT_DEATH(zar_create_database(&database),
+               "zar: zar_create_database was called before zar_init: call zar_init once, before everything else");
+}
+
+TEST_F(BeforeTheStart, AnOperationIsServedWithoutChecks) {
+  NEEDS_FRESH_PROCESS();
+  breaks_invariants("nothing was started");
+  zar_db *database = nullptr;
+  EXPECT_EQ(zar_create_database(&database), 0U);
+}
+
+TEST_F(BeforeTheStart, IsOverWhenZarInitWasCalledWithoutChecks) {
+  NEEDS_FRESH_PROCESS();
+  breaks_invariants("nothing was started");
+  zar_init();
+  setenv("ZAR_CHECKS", "on", 1);
+  EXPECT_EQ(zar_handle_get_context(0), nullptr);
+}
+
+// Only the process that ends has functions that throw.
+struct Exceptions : Invariants {
+  void let_all_throw() {
+    const auto throws = [](auto &&...) { throw std::runtime_error("out of texts"); };
+    data_of_action(action).on_call = throws;
+    data_of_filter(filter).on_call = throws;
+    other.on_call = throws;
+    on_policy_removed = throws;
+    on_printed = throws;
+  }
+  template <typename Call>
+  void expect_end_at(const std::string &role, Call call) {
+    EXPECT_DEATH((let_all_throw(), call()), "zar: " + role + " \\(.* at 0x[0-9a-f]+\\) threw an exception during ");
+  }
+
+  const uint32_t action = action_in(first_rule, "a");
+  const uint32_t filter = filter_in(voice, "f");
+  const uint32_t on_line = target(policy);
+  Data &other = data("other");
+  const uint32_t claimed = zar_register_domain(one, "d1");
+  zar_action_context other_action = action_context(other);
+  zar_filter_context other_filter = filter_context(other);
+};
+
+TEST_F(Exceptions, AreReportedWithTheirTextAndTheOperation) {
+  EXPECT_DEATH((let_all_throw(), zar_get_action_nvgen_str(action, 0)),
+               "zar: action_str_fn \\(rig::action_text\\(void\\*, unsigned int\\) at 0x[0-9a-f]+\\) threw an exception "
+               "during zar_get_action_nvgen_str: out of texts");
+}
+
+// One that the program exports has a name.
+TEST_F(Exceptions, AreReportedWithTheAddressOfAFunctionWithoutName) {
+  at<zar_action>(action)->action_str_fn = [](void *, uint32_t) -> char * { throw std::runtime_error("out of texts"); };
+  EXPECT_DEATH(zar_get_action_nvgen_str(action, 0), "zar: action_str_fn \\(a function at 0x[0-9a-f]+\\) threw");
+}
+
+TEST_F(Exceptions, MayBeOfAnyType) {
+  EXPECT_DEATH((
+                   data_of_filter(filter).on_call = [] { throw 7; }, zar_get_filter_nvgen_str(filter)),
+               "filter_str_fn \\(.*\\) threw an exception during zar_get_filter_nvgen_str: it is no std::exception");
+}
+
+TEST_F(Exceptions, PassWithoutChecks) {
+  breaks_invariants("an operation is not ended");
+  let_all_throw();
+  EXPECT_THROW(zar_get_action_nvgen_str(action, 0), std::runtime_error);
+  data_of_action(action).on_call = data_of_filter(filter).on_call = nullptr;
+}
+
+TEST_F(Exceptions, OfActionsEndTheProcess) {
+  expect_end_at("action_str_fn", [&] { zar_get_action_nvgen_str(action, 0); });
+  expect_end_at("action_compare_fn", [&] { zar_compare_actions(action, &other_action); });
+  expect_end_at("action_param_map_check_fn", [&] { zar_is_param_map_assoc_with_policy(this); });
+  expect_end_at("action_free_fn", [&] { zar_delete_action(action); });
+  expect_end_at("action_free_fn", [&] { zar_replace_old_action_hdl(action, &other_action); });
+  expect_end_at("action_free_fn", [&] { zar_free_client_action_context(&other_action); });
+}
+
+TEST_F(Exceptions, OfNotificationsEndTheProcess) {
+  expect_end_at("action_notify_fn", [&] { zar_shim_action_added_removed(action, policy, 1); });
+  expect_end_at("action_notify_fn", [&] { zar_remove_action_handler_for_class(first_rule, policy); });
+  expect_end_at("action_notify_fn", [&] { zar_deactivate_policy_by_handle_from_all_targets(one, policy); });
+  at<zar_action>(action)->action_notify_fn = nullptr;
+  zar_client_register_target_policy_removal_vector(one, policy_removed);
+  expect_end_at("removal_vector", [&] { zar_delete_stored_policy(one, policy); });
+}
+
+TEST_F(Exceptions, OfFiltersEndTheProcess) {
+  expect_end_at("filter_str_fn", [&] { zar_get_filter_nvgen_str(filter); });
+  expect_end_at("filter_compare_fn", [&] { zar_match_filter_parameters(at<zar_filter>(filter), &other_filter); });
+  expect_end_at("filter_free_fn", [&] { zar_delete_filter(filter); });
+  expect_end_at("filter_free_fn", [&] { zar_replace_old_filter_hdl(filter, &other_filter); });
+  expect_end_at("filter_free_fn", [&] { zar_free_client_filter_context(&other_filter); });
+  expect_end_at("filter_free_fn", [&] { zar_free_client_filter_params_context(&other_filter); });
+}
+
+TEST_F(Exceptions, OfExpressionsEndTheProcess) {
+  const uint32_t values = pmtr_map("values");
+  const uint32_t expression = filters_of(statement(values, 1)->internal_cmap).front();
+  at<zar_filter>(expression)->filter_str_fn = [](void *) -> char * { throw std::runtime_error("out of texts"); };
+  char text[100];
+  expect_end_at("filter_str_fn", [&] { kel_pmtr_map_get_filter_expr_by_type(values, 1, "device", text); });
+}
+
+TEST_F(Exceptions, OfPrintersEndTheProcess) {
+  expect_end_at("printer", [&] { zar_print_policymap("", capture_printer, "d1", "policy", 0, 0); });
+  expect_end_at("printer", [&] { zar_print_classmap("", capture_printer, "", "d1", "voice", 0); });
 }
 
 }  // namespace
