@@ -48,12 +48,12 @@ std::optional<int64_t> parse_number(std::string_view text) {
 }
 
 Attribute &Attributes::slot_for(AttributeId attribute) {
-  if (attribute >= slot_of_.size()) slot_of_.resize(attribute + 1, kNoSlot);
-  if (slot_of_[attribute] == kNoSlot) {
-    slots_.push_back(std::make_unique<Attribute>());
-    slot_of_[attribute] = static_cast<uint16_t>(slots_.size() - 1);
-  }
-  return *slots_[slot_of_[attribute]];
+  if (attribute < kInBlock) return first_[attribute];
+  const size_t number = attribute / kInBlock - 1;
+  if (number >= more_.size()) more_.resize(number + 1);
+  std::unique_ptr<Block> &block = more_[number];
+  if (!block) block = std::make_unique<Block>();
+  return (*block)[attribute % kInBlock];
 }
 
 void Attributes::set(AttributeId attribute, std::string_view text) {
@@ -87,13 +87,18 @@ void Attributes::count(AttributeId attribute) {
 
 bool Attributes::clear(AttributeId attribute) {
   if (!find(attribute)) return false;
-  slots_[slot_of_[attribute]]->present = false;
+  slot_for(attribute).present = false;
   return true;
+}
+
+void Attributes::prefetch() const noexcept {
+  for (const Attribute &attribute : first_)
+    __builtin_prefetch(&attribute);
 }
 
 std::vector<AttributeId> Attributes::present() const {
   std::vector<AttributeId> all;
-  for (AttributeId attribute = 0; attribute < slot_of_.size(); ++attribute) {
+  for (AttributeId attribute = 0; attribute < kInBlock * (more_.size() + 1); ++attribute) {
     if (find(attribute)) all.push_back(attribute);
   }
   return all;

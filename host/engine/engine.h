@@ -19,6 +19,7 @@
 // not throw. Data that they get from the engine (attributes, texts) is valid until the next change of that attribute.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -75,14 +76,20 @@ struct Attribute {
 
 // The attributes of one target.
 //
-// A used slot keeps its buffer, so that setting an attribute again allocates nothing as long as the text fits.
+// A used slot keeps its buffer, so that setting an attribute again allocates nothing as long as the text fits. Results of
+// find() do not move.
 class Attributes {
  public:
   // NULL if the target has no such attribute.
   const Attribute *find(AttributeId attribute) const noexcept {
-    if (attribute >= slot_of_.size() || slot_of_[attribute] == kNoSlot) return nullptr;
-    const Attribute *slot = slots_[slot_of_[attribute]].get();
-    return slot->present ? slot : nullptr;
+    const Block *block = &first_;
+    if (attribute >= kInBlock) {
+      const size_t number = attribute / kInBlock - 1;
+      block = number < more_.size() ? more_[number].get() : nullptr;
+    }
+    if (!block) return nullptr;
+    const Attribute &slot = (*block)[attribute % kInBlock];
+    return slot.present ? &slot : nullptr;
   }
   void set(AttributeId attribute, std::string_view text);
   void set(AttributeId attribute, const Value &value);
@@ -92,14 +99,18 @@ class Attributes {
   bool clear(AttributeId attribute);
   // The attributes that are present, in the order of their registration.
   std::vector<AttributeId> present() const;
+  void prefetch() const noexcept;
 
  private:
-  static constexpr uint16_t kNoSlot = UINT16_MAX;
+  // By attribute. Most policies mention few, and the memory of the first ones is that of the target's state itself: an
+  // event on one target of thousands waits for each separate block.
+  static constexpr size_t kInBlock = 8;
+  using Block = std::array<Attribute, kInBlock>;
 
   Attribute &slot_for(AttributeId attribute);
 
-  std::vector<uint16_t> slot_of_;                  // by attribute
-  std::vector<std::unique_ptr<Attribute>> slots_;  // separate blocks: results of find() do not move
+  Block first_;
+  std::vector<std::unique_ptr<Block>> more_;  // NULL where no attribute was ever set
 };
 
 // The attributes of 'target', created on first use; NULL if the handle is not a target's or there is no memory. They
@@ -121,6 +132,10 @@ struct Outcome {
 
 // Raises an event on a target.
 Outcome raise_event(uint32_t target, uint32_t event_id);
+
+// Begins to bring what an event on the target reads into the processor's cache. It helps a caller who knows the next
+// events: called for several targets in a row, it makes the processor wait for all of them at once.
+void prefetch(uint32_t target);
 
 // The limits on the nesting of events and of parameter-maps, and on the total number of both that one event of the host
 // may cause, so that every event ends.

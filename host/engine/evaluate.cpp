@@ -22,6 +22,10 @@ Outcome raise_event(uint32_t target, uint32_t event_id) {
   return Run(*record, state->attributes, event_id, 0, nested_left).walk_policies();
 }
 
+void prefetch(uint32_t target) {
+  if (const TargetState *state = state_of(target)) state->attributes.prefetch();
+}
+
 uint32_t Run::target() const {
   return target_->handle;
 }

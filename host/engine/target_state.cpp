@@ -1,6 +1,7 @@
 // What the engine keeps for each target, and the lists of targets that notification functions receive.
+#include <algorithm>
 #include <new>
-#include <unordered_set>
+#include <vector>
 
 #include "engine/records.h"
 #include "platform/engine.h"
@@ -13,9 +14,15 @@ namespace {
 
 size_t live_states = 0;
 
-std::unordered_set<queue_head *> &kept_lists() {
-  static std::unordered_set<queue_head *> lists;
+// A list may be in it more than once until the lists are counted or released.
+std::vector<queue_head *> &kept_lists() {
+  static std::vector<queue_head *> lists;
   return lists;
+}
+
+void forget_repeated(std::vector<queue_head *> &lists) {
+  std::sort(lists.begin(), lists.end());
+  lists.erase(std::unique(lists.begin(), lists.end()), lists.end());
 }
 
 void free_target_list(queue_head *list) {
@@ -48,10 +55,12 @@ size_t live_target_states() {
 }
 
 void keep_target_list(queue_head *list) {
-  if (list) kept_lists().insert(list);
+  // The actions of a policy-map receive the same list one after the other.
+  if (list && (kept_lists().empty() || kept_lists().back() != list)) kept_lists().push_back(list);
 }
 
 void release_target_lists() {
+  forget_repeated(kept_lists());
   for (queue_head *list : kept_lists()) {
     free_target_list(list);
   }
@@ -59,6 +68,7 @@ void release_target_lists() {
 }
 
 size_t kept_target_lists() {
+  forget_repeated(kept_lists());
   return kept_lists().size();
 }
 

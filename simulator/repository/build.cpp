@@ -1,7 +1,6 @@
 // Building a repository from a policy file.
 #include <algorithm>
 
-#include "engine/engine.h"
 #include "platform/engine.h"
 #include "platform/runtime.h"
 #include "simulator/repository/actions.h"
@@ -294,45 +293,61 @@ void Repository::add_action(const PolicyMap &policy, const zar_event_context &ev
 }
 
 void Repository::build_target(const Target &target) {
+  TargetRecord &record = new_target(target.name.value, clid_of(target.client));
+  for (const Name &policy : target.policies)
+    put_policy(record, *file_->find_policy_map(policy.value));
+  engine::Attributes &attributes = attributes_of(record);
+  for (const Assignment &assignment : target.attributes)
+    attributes.set(engine::register_attribute(assignment.attribute.value), assignment.text);
+}
+
+engine::Attributes *Repository::add_target(std::string_view name, const Client *client,
+                                           std::span<const PolicyMap *const> policies) {
+  try {
+    TargetRecord &record = new_target(name, client ? clid_by_name_.find(client->name.value)->second : kel_clid);
+    for (const PolicyMap *policy : policies)
+      put_policy(record, *policy);
+    return &attributes_of(record);
+  } catch (const Refused &refused) {
+    problems_.push_back(refused.what);
+    return nullptr;
+  }
+}
+
+Repository::TargetRecord &Repository::new_target(std::string_view name, uint32_t clid) {
   TargetRecord fresh{};
   fresh.target_id = ++last_target_id_;
-  fresh.clid = clid_of(target.client);
-  fresh.name = target.name.value;
-  TargetRecord &record = targets_.add(std::move(fresh));
-  bool first = true;
-  for (const Name &policy : target.policies) {
-    put_policy(record, policy, first);
-    first = false;
-  }
+  fresh.clid = clid;
+  fresh.name = name;
+  return targets_.add(std::move(fresh));
+}
 
-  engine::Attributes *attributes = engine::attributes_of(record.handle);
-  expect(attributes != nullptr, "the state", target.name.value);
-  for (const Assignment &assignment : target.attributes) {
-    attributes->set(engine::register_attribute(assignment.attribute.value), assignment.text);
-  }
+engine::Attributes &Repository::attributes_of(const TargetRecord &target) {
+  engine::Attributes *attributes = engine::attributes_of(target.handle);
+  expect(attributes != nullptr, "the state", target.name);
+  return *attributes;
 }
 
 // The first policy-map creates the target; the others are activated on it. The lists of targets that the actions
 // received are released at once, so that no more of them are kept than one activation makes.
-void Repository::put_policy(TargetRecord &target, const Name &name, bool first) {
-  const PolicyMap &policy = *file_->find_policy_map(name.value);
+void Repository::put_policy(TargetRecord &target, const PolicyMap &policy) {
   const uint32_t clid = clid_of_domain(policy.domain);
   const zar_map_info info = info_of(policy);
   uint32_t status = 0;
-  if (first) {
+  if (target.handle == 0) {
     uint32_t pmap = 0;
-    expect_success(zar_retrieve_policy(clid, &info, &pmap), "the look-up", name.value);
+    expect_success(zar_retrieve_policy(clid, &info, &pmap), "the look-up", policy.name.value);
     status = zar_add_target(target.clid, &target, pmap, &target.handle);
   } else {
     status = zar_activate_policy_by_name(clid, target.handle, &info);
   }
   engine::release_target_lists();
-  expect_success(status, concat("the activation on target '", target.name, "'"), name.value);
+  if (status != 0) expect_success(status, concat("the activation on target '", target.name, "'"), policy.name.value);
 }
 
 bool Repository::activate(std::string_view target, const PolicyMap &policy) {
   try {
-    put_policy(*targets_.find(target), policy.name, false);
+    put_policy(*targets_.find(target), policy);
     return true;
   } catch (const Refused &refused) {
     problems_.push_back(refused.what);

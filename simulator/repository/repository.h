@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/engine.h"
 #include "simulator/policy/model.h"
 #include "simulator/repository/leftovers.h"
 #include "simulator/repository/named_list.h"
@@ -64,6 +65,12 @@ class Repository {
   bool delete_class(std::string_view name);
   bool delete_parameter_map(std::string_view name);
   bool delete_target(std::string_view name);
+
+  // Adds a target that the file does not have, under a name that no target has; 'policies' are of the file, at least one,
+  // each once. Returns its attributes, NULL if the library refused. From then on the targets of the file and of the
+  // repository differ, so that build() and shrink_to() are over. 'client' may be NULL.
+  engine::Attributes *add_target(std::string_view name, const Client *client,
+                                 std::span<const PolicyMap *const> policies);
 
   // Takes everything down: activations, stored policies by name, classes, parameter-maps, targets, databases. Then
   // compares what is left in the process with what the library keeps by its contract. Differences are added to
@@ -124,7 +131,9 @@ class Repository {
   void add_rule(const PolicyMap &policy, const zar_event_context &event, const Rule &rule);
   void add_action(const PolicyMap &policy, const zar_event_context &event, const Rule &rule, const Action &action);
   void build_target(const Target &target);
-  void put_policy(TargetRecord &target, const Name &name, bool first);
+  TargetRecord &new_target(std::string_view name, uint32_t clid);
+  static engine::Attributes &attributes_of(const TargetRecord &target);
+  void put_policy(TargetRecord &target, const PolicyMap &policy);
 
   static zar_map_info info_of(const PolicyMap &policy);
   static zar_map_info info_of(const ClassMap &map);

@@ -1,5 +1,4 @@
 // Taking a repository down, in the order that the library asks for.
-#include "engine/engine.h"
 #include "platform/engine.h"
 #include "simulator/repository/actions.h"
 #include "simulator/repository/repository.h"

@@ -1,5 +1,6 @@
 #include "simulator/stream/lines.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -25,36 +26,49 @@ bool Lines::next(Line &line) {
   return false;
 }
 
+size_t Lines::next(std::span<Line> lines) {
+  if (!next(lines[0])) return 0;
+  size_t count = 1;
+  while (count < lines.size() && find_in_memory(lines[count], kLongestTogether)) {
+    if (!is_blank(lines[count].text)) ++count;
+  }
+  return count;
+}
+
+// Takes the line that begins here if its end is in memory and it has at most 'longest' bytes.
+bool Lines::find_in_memory(Line &line, size_t longest) {
+  const char *begin = buffer_.data() + begin_;
+  const size_t to_search = std::min(end_ - begin_ - searched_, longest + 1);
+  const void *end = std::memchr(begin + searched_, '\n', to_search);
+  if (!end) return false;
+  take(line, static_cast<size_t>(static_cast<const char *>(end) - begin));
+  ++begin_;
+  return true;
+}
+
 bool Lines::find(Line &line) {
   for (;;) {
-    const char *from = buffer_.data() + begin_ + searched_;
-    const size_t unsearched = end_ - begin_ - searched_;
-    if (const void *found = std::memchr(from, '\n', unsearched)) {
-      const size_t length = static_cast<size_t>(static_cast<const char *>(found) - from) + searched_;
-      const bool given = take(line, length);
-      ++begin_;
-      if (given) return true;
-      continue;
-    }
-    searched_ += unsearched;
+    if (find_in_memory(line, kBuffer)) return true;
+    searched_ = end_ - begin_;
     if (skipping_ || searched_ > kLongestLine) {
       skipping_ = true;
       begin_ = end_ = searched_ = 0;
     }
     if (fill()) continue;
     // The last line may lack its end.
-    return (skipping_ || searched_ > 0) && take(line, searched_);
+    if (!skipping_ && searched_ == 0) return false;
+    take(line, searched_);
+    return true;
   }
 }
 
 // Takes this many bytes as the rest of a line.
-bool Lines::take(Line &line, size_t length) {
+void Lines::take(Line &line, size_t length) {
   line.number = ++number_;
   line.too_long = std::exchange(skipping_, false) || length > kLongestLine;
   line.text = line.too_long ? std::string_view() : std::string_view(buffer_.data() + begin_, length);
   begin_ += length;
   searched_ = 0;
-  return true;
 }
 
 // False at the end.

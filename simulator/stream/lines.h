@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct Line {
 
 // In bytes. A longer line is read, and not kept.
 inline constexpr size_t kLongestLine = size_t{1} << 20U;
+// In bytes. A longer line comes alone, so that lines read together need little memory.
+inline constexpr size_t kLongestTogether = size_t{1} << 14U;
 // A reader of JSON may read this far behind a text.
 inline constexpr size_t kPadding = 64;
 
@@ -30,10 +33,14 @@ class Lines {
   // The next line, with those without any text left out; they are counted all the same. False at the end. What 'line'
   // points to is valid until the next call.
   bool next(Line &line);
+  // The same, and then the lines behind it that are in memory already and not long, until 'lines' is full: it waits for
+  // nothing but the first. Returns how many there are, 0 at the end.
+  size_t next(std::span<Line> lines);
 
  private:
   bool find(Line &line);
-  bool take(Line &line, size_t length);
+  bool find_in_memory(Line &line, size_t longest);
+  void take(Line &line, size_t length);
   bool fill();
   void skip_byte_order_mark();
 

@@ -25,8 +25,8 @@ std::string bad_name(std::string_view name, std::string_view what, NameKind kind
 
 }  // namespace
 
-Player::Player(PolicyFile &file, Repository &repository)
-    : file_(&file), repository_(&repository), rules_(file), recorder_(rules_) {
+Player::Player(const PolicyFile &file, Repository &repository)
+    : file_(&file), handles_(file.handles()), repository_(&repository), rules_(file), recorder_(rules_) {
   for (const std::string_view name : attribute_names(file)) {
     attribute_names_.emplace_back(name);
     attributes_.emplace(name, engine::register_attribute(name));
@@ -47,12 +47,43 @@ const Played &Player::played(size_t line, Work work) {
 }
 
 const Played &Player::play(const Line &line) {
+  return play_read(line, 0, read(line, 0));
+}
+
+bool Player::play(std::span<const Line> lines, const std::function<bool(const Played &)> &each) {
+  std::array<const Request *, kMostTogether> requests{};
+  for (size_t at = 0; at < lines.size(); ++at)
+    requests[at] = read(lines[at], at);
+  prefetch(std::span(requests).first(lines.size()));
+  for (size_t at = 0; at < lines.size(); ++at) {
+    if (!each(play_read(lines[at], at, requests[at]))) return false;
+  }
+  return true;
+}
+
+// NULL if anything is wrong with the line; the reader of this number knows what.
+const Request *Player::read(const Line &line, size_t with) {
+  return line.too_long ? nullptr : readers_[with].read(line.text);
+}
+
+const Played &Player::play_read(const Line &line, size_t with, const Request *request) {
   return played(line.number, [&] {
     if (line.too_long) throw Bad{concat("the line is too long: expected at most ", kLongestLine, " bytes")};
-    played_.request = reader_.read(line.text);
-    if (!played_.request) throw Bad{reader_.error()};
-    play_request(*played_.request);
+    played_.request = request;
+    if (!request) throw Bad{readers_[with].error()};
+    play_request(*request);
   });
+}
+
+// Among thousands of targets, hardly one is in the processor's cache when its event comes. A search for a target does not
+// depend on the one before it, so the processor waits for several of them at once.
+void Player::prefetch(std::span<const Request *const> requests) const {
+  std::array<uint32_t, kMostTogether> targets{};
+  for (size_t at = 0; at < requests.size(); ++at)
+    targets[at] = requests[at] ? repository_->target_handle(requests[at]->target) : 0;
+  for (const uint32_t target : targets) {
+    if (target != 0) engine::prefetch(target);
+  }
 }
 
 const Played &Player::play(size_t line, const Request &request) {
@@ -131,30 +162,29 @@ void Player::change_attributes(uint32_t target, const Request &request) {
   }
   for (const std::string_view attribute : request.clear)
     attributes->clear(known_attribute(attribute));
+  set_given(*attributes, request);
+}
+
+void Player::set_given(engine::Attributes &attributes, const Request &request) {
   for (size_t at = 0; at < given_.size(); ++at)
-    attributes->set(given_[at], request.set[at].text);
+    attributes.set(given_[at], request.set[at].text);
 }
 
 // ---- Targets ------------------------------------------------------------------------------------------------------------------
 
 void Player::add_target(const Request &request) {
   check_new_target(request);
+  const Client *client = known_client(request);
   check_values(request.set);
   check_policies(request);
 
-  PolicyFile more;
-  Target &target = more.targets.emplace_back();
-  target.name.value = request.target;
-  if (request.client) target.client.emplace().value = *request.client;
-  for (const Given &given : request.set) {
-    Assignment &assignment = target.attributes.emplace_back();
-    assignment.attribute.value = given.attribute;
-    assignment.text = given.text;
+  engine::Attributes *attributes = repository_->add_target(request.target, client, policies_);
+  if (!attributes) {
+    broken_ = true;
+    return;
   }
-  for (const std::string_view policy : request.policies)
-    target.policies.emplace_back().value = policy;
-  file_->append(std::move(more));
-  broken_ |= !repository_->build();
+  handles_ += kHandlesOfTarget;
+  set_given(*attributes, request);
 }
 
 void Player::check_new_target(const Request &request) {
@@ -162,31 +192,36 @@ void Player::check_new_target(const Request &request) {
     throw Bad{bad_name(request.target, "a target's name", NameKind::target)};
   if (repository_->target_handle(request.target) != 0)
     throw Bad{concat("there is a target '", request.target, "' already: expected a name that no target has")};
-  if (file_->handles() + kHandlesOfTarget > kMostHandles) {
-    throw Bad{concat("there would be ", file_->handles() + kHandlesOfTarget, " objects: expected at most ",
-                     kMostHandles, ": maps, filters, events, rules, actions, and two for each target")};
-  }
-  if (request.client && !file_->find_client(*request.client)) {
-    if (!is_name(*request.client, NameKind::map))
-      throw Bad{bad_name(*request.client, "a client's name", NameKind::map)};
-    throw Bad{no_such_of_many("client", *request.client, names_of(*file_, ObjectKind::client))};
+  if (handles_ + kHandlesOfTarget > kMostHandles) {
+    throw Bad{concat("there would be ", handles_ + kHandlesOfTarget, " objects: expected at most ", kMostHandles,
+                     ": maps, filters, events, rules, actions, and two for each target")};
   }
 }
 
+// NULL if the line names none.
+const Client *Player::known_client(const Request &request) const {
+  if (!request.client) return nullptr;
+  if (const Client *found = file_->find_client(*request.client)) return found;
+  if (!is_name(*request.client, NameKind::map)) throw Bad{bad_name(*request.client, "a client's name", NameKind::map)};
+  throw Bad{no_such_of_many("client", *request.client, names_of(*file_, ObjectKind::client))};
+}
+
+// Leaves the policy-maps in 'policies_'.
 void Player::check_policies(const Request &request) {
+  policies_.clear();
   if (request.policies.empty())
     throw Bad{concat("target '", request.target,
                      "' has no policy: expected at least one policy-map: no target exists without")};
-  for (size_t at = 0; at < request.policies.size(); ++at) {
-    const std::string_view policy = request.policies[at];
-    if (!file_->find_policy_map(policy)) {
+  for (const std::string_view policy : request.policies) {
+    const PolicyMap *found = file_->find_policy_map(policy);
+    if (!found) {
       if (!is_name(policy, NameKind::map)) throw Bad{bad_name(policy, "a policy-map's name", NameKind::map)};
       throw Bad{no_such_of_many("policy-map", policy, names_of(*file_, ObjectKind::policy))};
     }
     // At most as many policies come before the first duplicate as the file has, so this ends early.
-    const auto before = request.policies.begin() + static_cast<std::ptrdiff_t>(at);
-    if (std::find(request.policies.begin(), before, policy) != before)
+    if (std::find(policies_.begin(), policies_.end(), found) != policies_.end())
       throw Bad{concat("policy-map '", policy, "' is active already: expected each policy-map once on a target")};
+    policies_.push_back(found);
   }
 }
 
@@ -196,7 +231,7 @@ void Player::delete_target(const Request &request) {
     broken_ = true;
     return;
   }
-  file_->remove_target(request.target);
+  handles_ -= kHandlesOfTarget;
 }
 
 }  // namespace simulator::stream

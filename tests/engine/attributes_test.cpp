@@ -87,6 +87,23 @@ TEST(AttributesOfATarget, KeepTheirPlaceWhenOthersAreSet) {
   EXPECT_EQ(attributes.find(user), found);
 }
 
+TEST(AttributesOfATarget, CanBeFewOfMany) {
+  std::vector<engine::AttributeId> ids;
+  for (int number = 0; number < 40; ++number)
+    ids.push_back(register_attribute("a-" + std::to_string(number)));
+  Attributes attributes;
+  attributes.set(ids[39], "last");
+  attributes.set(ids[8], "ninth");
+  attributes.set(ids[7], "eighth");
+  EXPECT_EQ(attributes.find(ids[39])->text, "last");
+  EXPECT_EQ(attributes.find(ids[38]), nullptr);
+  EXPECT_EQ(attributes.find(ids[20]), nullptr);
+  EXPECT_EQ(attributes.present(), (std::vector{ids[7], ids[8], ids[39]}));
+  EXPECT_TRUE(attributes.clear(ids[39]));
+  EXPECT_EQ(attributes.find(ids[39]), nullptr);
+  EXPECT_EQ(attributes.present(), (std::vector{ids[7], ids[8]}));
+}
+
 TEST(AttributesOfATarget, CanBeEmptyTexts) {
   Attributes attributes;
   const engine::AttributeId note = register_attribute("note");
