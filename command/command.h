@@ -33,6 +33,8 @@ std::unique_ptr<Command> make_graph_command();
 // Shows the help of 'program', which contains this command.
 std::unique_ptr<Command> make_help_command(const Program &program);
 std::unique_ptr<Command> make_lint_command();
+// The language server, with the version that editors may ask for.
+std::unique_ptr<Command> make_lsp_command(const char *version);
 std::unique_ptr<Command> make_prove_command();
 std::unique_ptr<Command> make_report_command();
 std::unique_ptr<Command> make_run_command();

@@ -51,8 +51,8 @@ class DiffCommand final : public Command {
   int run() override {
     if (!name_stdin_once({before_, after_, scenario_})) return kUsage;
     FileLoader loader(json_);
-    std::optional<PolicyFile> before = loader.load(before_);
-    std::optional<PolicyFile> after = loader.load(after_);
+    const std::optional<PolicyFile> before = loader.load(before_);
+    const std::optional<PolicyFile> after = loader.load(after_);
     std::optional<PolicyFile> scenario;
     const bool has_scenario = !scenario_.empty() && !is_stream(scenario_);
     if (has_scenario) scenario = loader.load(scenario_);
@@ -68,7 +68,7 @@ class DiffCommand final : public Command {
       if (!replayed) return report_internal(problems);
       if (!fits(*scenario, *replayed, files)) return kUsage;
     }
-    if (is_stream(scenario_)) return diff_streams(*before, *after, renames, changes);
+    if (is_stream(scenario_)) return diff_streams(files, renames, changes);
     if (json_) {
       print_json(std::cout, json_of(files, changes, replayed ? json_of_replay(*replayed, *scenario, files) : Json()));
     } else {
@@ -78,10 +78,8 @@ class DiffCommand final : public Command {
   }
 
  private:
-  int diff_streams(PolicyFile &before, PolicyFile &after, const diff::Renames &renames,
-                   const std::vector<ObjectChange> &changes) const {
-    const StreamDiff compared = compare_streams(before, after, renames, scenario_);
-    const Files files = {&before, &after};
+  int diff_streams(const Files &files, const diff::Renames &renames, const std::vector<ObjectChange> &changes) const {
+    const StreamDiff compared = compare_streams(files, renames, scenario_);
     if (json_) {
       print_json(std::cout, json_of(files, changes, json_of_stream(compared.changes, scenario_)));
     } else {

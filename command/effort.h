@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "simulator/lint/effort.h"
 #include "simulator/prove/answer.h"
+#include "simulator/reasoning/effort.h"
 
 namespace command {
 
@@ -12,7 +12,7 @@ inline constexpr uint32_t kDefaultEffort = 10;  // seconds
 inline constexpr uint32_t kMostEffort = 86'400;
 
 // Yes, for this many seconds of computing time from now.
-simulator::lint::MayGoOn for_seconds(uint32_t seconds);
+simulator::reasoning::MayGoOn for_seconds(uint32_t seconds);
 
 // This many seconds for each question.
 simulator::prove::Clock clock_for(uint32_t seconds);

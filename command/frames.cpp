@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 using namespace simulator;
 
@@ -19,6 +20,7 @@ struct ReplyHead {
   uint64_t line;
   uint32_t n_rules;
   uint32_t output_length;
+  uint32_t kind_length;
   uint32_t error_length;
   uint8_t as;
   uint8_t verdict;
@@ -26,6 +28,10 @@ struct ReplyHead {
 };
 
 constexpr size_t kRuleSize = sizeof(uint32_t);
+
+size_t size_of(const ReplyHead &head) {
+  return sizeof head + head.n_rules * kRuleSize + head.output_length + head.kind_length + head.error_length;
+}
 
 // Both ends are the same program, so a head is sent as it is in memory.
 template <class Head>
@@ -92,15 +98,16 @@ void append_reply(ByteQueue &to, const Reply &reply) {
   const ReplyHead head = {reply.line,
                           static_cast<uint32_t>(reply.counted.rules.size()),
                           static_cast<uint32_t>(reply.output.size()),
+                          static_cast<uint32_t>(reply.kind.size()),
                           static_cast<uint32_t>(reply.error.size()),
                           static_cast<uint8_t>(reply.counted.as),
                           static_cast<uint8_t>(reply.counted.verdict),
                           static_cast<uint16_t>(reply.counted.stopped)};
-  const size_t size = sizeof head + head.n_rules * kRuleSize + head.output_length + head.error_length;
+  const size_t size = size_of(head);
   char *end = store(to.room(size), head);
   for (const uint32_t rule : reply.counted.rules)
     end = store(end, rule);
-  store(store(end, reply.output), reply.error);
+  store(store(store(end, reply.output), reply.kind), reply.error);
   to.stored(size);
 }
 
@@ -108,7 +115,7 @@ bool take_reply(const ByteQueue &from, size_t &at, Reply &reply, std::vector<uin
   std::string_view rest = from.bytes().substr(at);
   ReplyHead head{};
   if (!load(rest, head)) return false;
-  const size_t size = sizeof head + head.n_rules * kRuleSize + head.output_length + head.error_length;
+  const size_t size = size_of(head);
   if (rest.size() < size) return false;
   rest.remove_prefix(sizeof head);
   rules.resize(head.n_rules);
@@ -117,8 +124,12 @@ bool take_reply(const ByteQueue &from, size_t &at, Reply &reply, std::vector<uin
   reply.line = head.line;
   reply.counted = {static_cast<stream::Counted::As>(head.as), static_cast<engine::Verdict>(head.verdict),
                    head.stopped != 0, rules};
-  reply.output = rest.substr(0, head.output_length);
-  reply.error = rest.substr(head.output_length, head.error_length);
+  for (const auto &[part, length] :
+       {std::pair{&reply.output, head.output_length}, std::pair{&reply.kind, head.kind_length},
+        std::pair{&reply.error, head.error_length}}) {
+    *part = rest.substr(0, length);
+    rest.remove_prefix(length);
+  }
   at += size;
   return true;
 }

@@ -32,6 +32,7 @@ struct Reply {
   size_t line = 0;
   simulator::stream::Counted counted{};
   std::string_view output{};
+  std::string_view kind{};  // of the target of an event, where kinds are counted
   std::string_view error{};
 };
 

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <ostream>
+#include <string>
 #include <string_view>
 
 #include "simulator/text/json.h"
@@ -22,6 +23,9 @@ Json file_errors_object(std::string_view command, Json file_errors);
 
 // Prints it indented, with a newline at the end. Invalid UTF-8, which can only come from the command line, is replaced.
 void print_json(std::ostream &out, const Json &object);
+
+// On one line. Invalid UTF-8 is replaced.
+std::string compact_text(const Json &value);
 
 // An object with one long list, written piece by piece, so that it needs no more memory than its largest element.
 class JsonStream {

@@ -20,6 +20,7 @@ void add_commands(command::Program &program) {
   program.add(command::make_graph_command());
   program.add(command::make_help_command(program));
   program.add(command::make_lint_command());
+  program.add(command::make_lsp_command(ZAR_VERSION));
   program.add(command::make_prove_command());
   program.add(command::make_report_command());
   program.add(command::make_run_command());

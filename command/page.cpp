@@ -6,8 +6,10 @@
 #include "command/exit_codes.h"
 #include "command/json_output.h"
 #include "command/load_file.h"
+#include "command/page_stream.h"
 #include "command/picture.h"
 #include "command/report.h"
+#include "command/stream_results.h"
 #include "simulator/diff/render.h"
 #include "simulator/graph/compact.h"
 #include "simulator/graph/dot.h"
@@ -33,6 +35,7 @@ class ReportCommand final : public Command {
   void declare(Options &options) override {
     options.required_argument("FILE", path_, "The policy file; - is standard input");
     options.option("--against", "OLD", before_, "The policy file to compare it with");
+    options.option("--events", "LOG", events_, "A stream of events to show too, JSON Lines; - is standard input");
     options.option("-o,--output", "PAGE", output_, "Where the page goes; standard output by default");
     options.flag("--no-graph", no_graph_, "Leave the picture out, which needs graphviz");
     options.number("--effort", "SECONDS", effort_, kMostEffort,
@@ -43,14 +46,17 @@ class ReportCommand final : public Command {
         "shows what the policies do, in words, with what the scenario did; what lint finds; whether\n"
         "the claims hold; the results of the tests; and a picture of the graph. With --against also\n"
         "what changed in the objects, and which events of the scenario are decided differently.\n"
+        "With --events also the verdicts of a stream over time, by event and by kind of target, how\n"
+        "often each rule ran, and the bad lines; with both, which lines are decided differently.\n"
         "Exit code 0: the page was written, whatever it says.\n\n"
         "Examples:\n"
         "  zar report policy.yaml -o report.html\n"
-        "  zar report new.yaml --against old.yaml -o report.html");
+        "  zar report new.yaml --against old.yaml -o report.html\n"
+        "  zar report new.yaml --against old.yaml --events log.jsonl -o report.html");
   }
 
   int run() override {
-    if (!name_stdin_once({path_, before_})) return kUsage;
+    if (!name_stdin_once({path_, before_, events_})) return kUsage;
     if (json_ && output_.empty()) {
       complain("--json needs --output: the page itself is no JSON");
       return kUsage;
@@ -63,12 +69,25 @@ class ReportCommand final : public Command {
     std::optional<PolicyFile> before;
     if (!before_.empty()) before = loader.load(before_);
     if (!loaded.diagnostics.empty() || (!before_.empty() && !before)) return loader.refuse(name());
-    return write(loaded, ignores, before ? &*before : nullptr);
+    if (events_.empty()) return write(loaded, ignores, before ? &*before : nullptr, nullptr);
+    return write_with_stream(loaded, ignores, before ? &*before : nullptr);
   }
 
  private:
-  // Everything is found out one after the other: there is one repository at a time.
-  int write(const Loaded &loaded, const std::vector<lint::Ignore> &ignores, const PolicyFile *before) const {
+  int write_with_stream(const Loaded &loaded, const std::vector<lint::Ignore> &ignores,
+                        const PolicyFile *before) const {
+    StreamInput input(events_);
+    if (!input.error().empty()) {
+      BadLines(input.name()).report_input(input.error());
+      return kBadFile;
+    }
+    StreamStudy study = study_stream(*loaded.file, before, input);
+    return study.code == kSuccess ? write(loaded, ignores, before, &study) : study.code;
+  }
+
+  // Everything is found out one after the other: there is one repository at a time. 'stream' may be NULL.
+  int write(const Loaded &loaded, const std::vector<lint::Ignore> &ignores, const PolicyFile *before,
+            StreamStudy *stream) const {
     const PolicyFile &file = *loaded.file;
     Complaints problems;
     lint::Findings findings = lint::find_all(file, for_seconds(effort_));
@@ -80,6 +99,7 @@ class ReportCommand final : public Command {
     const std::optional<page::Figures> figures = page::figures_of(file, problems);
     std::optional<page::Against> against;
     if (before) against = compare(*before, file, problems);
+    if (against && stream) against->lines = std::move(stream->changes);
     std::optional<page::Picture> picture;
     const int drawn = no_graph_ ? kSuccess : draw_graph(file, problems, picture);
     if (!problems.empty()) return report_internal(problems);
@@ -90,6 +110,7 @@ class ReportCommand final : public Command {
                                   .findings = &findings,
                                   .tests = &*tests,
                                   .claims = &claims,
+                                  .stream = stream ? &stream->figures : nullptr,
                                   .against = std::move(against),
                                   .picture = std::move(picture)};
     return put(contents);
@@ -151,11 +172,25 @@ class ReportCommand final : public Command {
     object["changes"] = contents.against ? Json(contents.against->changes.size()) : Json(nullptr);
     const bool is_replayed = contents.against && contents.against->decisions;
     object["events_decided_differently"] = is_replayed ? Json(contents.against->decisions->different) : Json(nullptr);
+    object["stream"] = json_of_stream(contents);
+    return object;
+  }
+
+  static Json json_of_stream(const page::Contents &contents) {
+    if (!contents.stream) return nullptr;
+    const stream::Totals &totals = contents.stream->totals();
+    Json object;
+    object["stream"] = contents.stream->name();
+    object["events"] = totals.events;
+    object["bad_lines"] = totals.bad;
+    const bool is_compared = contents.against && contents.against->lines;
+    object["lines_decided_differently"] = is_compared ? Json(contents.against->lines->differing()) : Json(nullptr);
     return object;
   }
 
   std::string path_;
   std::string before_;
+  std::string events_;
   std::string output_;
   bool no_graph_ = false;
   uint32_t effort_ = kDefaultEffort;

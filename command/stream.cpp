@@ -1,6 +1,7 @@
 #include "command/stream.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <functional>
 #include <memory>
@@ -60,15 +61,25 @@ class LinePlayer {
   const stream::Rules &rules() const { return player_.rules(); }
 
   // What the reply points to is valid until the next call.
-  Reply play(const stream::Line &line) {
-    const stream::Played &played = player_.play(line);
-    if (player_.is_broken()) throw Broken{};
-    output_.clear();
-    if (renderer_) renderer_->append(output_, played);
-    return {line.number, counted(played), output_, played.error};
+  Reply play(const stream::Line &line) { return reply_to(player_.play(line)); }
+
+  // Plays all lines until 'deliver' returns false.
+  void play_all(stream::Lines &lines, const std::function<bool(const Reply &)> &deliver) {
+    std::array<stream::Line, stream::Player::kMostTogether> some;
+    for (size_t count = lines.next(some); count > 0; count = lines.next(some)) {
+      const auto each = [&](const stream::Played &played) { return deliver(reply_to(played)); };
+      if (!player_.play(std::span(some).first(count), each)) return;
+    }
   }
 
  private:
+  Reply reply_to(const stream::Played &played) {
+    if (player_.is_broken()) throw Broken{};
+    output_.clear();
+    if (renderer_) renderer_->append(output_, played);
+    return {played.line, counted(played), output_, {}, played.error};
+  }
+
   stream::Player player_;
   std::unique_ptr<stream::Renderer> renderer_;
   std::string output_;
@@ -98,10 +109,8 @@ int play_here(PolicyFile &file, const StreamWishes &wishes, StreamInput &input, 
       results.flush();
       return input.read(to, room);
     });
-    interrupted = !uninterrupted([&] {
-      for (stream::Line line; lines.next(line) && results.add(player.play(line));)
-        continue;
-    });
+    interrupted =
+        !uninterrupted([&] { player.play_all(lines, [&](const Reply &reply) { return results.add(reply); }); });
     if (!input.error().empty()) results.report_input(input.error());
     return results.finish();
   });

@@ -18,8 +18,7 @@ struct StreamDiff {
   simulator::diff::StreamChanges changes{};
 };
 
-// The targets of the files are not changed in this process.
-StreamDiff compare_streams(simulator::PolicyFile &before, simulator::PolicyFile &after,
-                           const simulator::diff::Renames &renames, const std::string &path);
+StreamDiff compare_streams(const simulator::diff::Files &files, const simulator::diff::Renames &renames,
+                           const std::string &path);
 
 }  // namespace command

@@ -1,6 +1,7 @@
 #include "command/stream_input.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -26,6 +27,9 @@ StreamInput::~StreamInput() {
 size_t StreamInput::read(char *to, size_t room) {
   for (;;) {
     interruption::check();
+    pollfd input = {descriptor_, POLLIN, 0};
+    const int ready = poll(&input, 1, kLongestWait);
+    if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
     const ssize_t got = ::read(descriptor_, to, room);
     if (got >= 0) return static_cast<size_t>(got);
     if (errno == EINTR) continue;

@@ -8,6 +8,9 @@ namespace command {
 
 class StreamInput {
  public:
+  // Milliseconds of a wait. A Ctrl-C that comes just before a wait does not end it, so no wait is without an end.
+  static constexpr int kLongestWait = 200;
+
   // "-" is standard input.
   explicit StreamInput(const std::string &path);
   ~StreamInput();

@@ -162,7 +162,7 @@ bool Workers::move(bool wait, int input) {
     watched.push_back({wants_replies(at) ? worker.replies : -1, POLLIN, 0});
   }
   watched.push_back({input, POLLIN, 0});
-  if (poll(watched.data(), watched.size(), wait ? -1 : 0) < 0) return false;
+  if (poll(watched.data(), watched.size(), wait ? StreamInput::kLongestWait : 0) < 0) return false;
   for (size_t at = 0; at < workers_.size(); ++at) {
     if (watched[2 * at].revents != 0) send_to(workers_[at]);
     if (watched[2 * at + 1].revents != 0) receive_from(workers_[at]);

@@ -103,7 +103,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain fmt graph help lint prove report run schema shell show test --help --version --color -h'
+    words='check config diff explain fmt graph help lint lsp prove report run schema shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -132,8 +132,9 @@ _zar() {
       graph) words='--policy --event --hit-only --no-fold --svg --png --json' ;;
       help) words='' ;;
       lint) words='--strict --only --except --effort --format --json' ;;
+      lsp) words='--effort' ;;
       prove) words='--claim --only --against --when --stricter --timeout --json' ;;
-      report) words='--against -o --output --no-graph --effort --json' ;;
+      report) words='--against --events -o --output --no-graph --effort --json' ;;
       run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --jobs --strict' ;;
       schema) words='--json' ;;
       shell) words='--json' ;;
@@ -146,7 +147,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint prove report run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint lsp prove report run schema shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in

@@ -1,6 +1,7 @@
 #include "simulator/diff/stream_changes.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "simulator/diff/decisions.h"
 #include "simulator/text/columns.h"
@@ -20,7 +21,6 @@ std::vector<std::string> aspects_of(const LineDecision &before, const LineDecisi
   return aspects;
 }
 
-// "deny service/session-start barred"
 std::string decision_text(const LineDecision &decision) {
   if (!decision.error.empty()) return "impossible";
   if (decision.verdict.empty()) return "done";
@@ -28,14 +28,20 @@ std::string decision_text(const LineDecision &decision) {
                                     : concat(decision.verdict, " ", decision.decided_by);
 }
 
+}  // namespace
+
+std::pair<std::string, std::string> decisions_of(const LineGroup &group) {
+  return {decision_text(unpacked(group.before)), decision_text(unpacked(group.after))};
+}
+
 std::string example_text(const LineGroup &group) {
   const LineDecision before = unpacked(group.before);
   const LineDecision after = unpacked(group.after);
   std::string text =
-      concat("    line ", group.first, ": ", before.event, before.event.empty() ? "" : " at ", before.target, "\n");
+      concat("line ", group.first, ": ", before.event, before.event.empty() ? "" : " at ", before.target, "\n");
   const auto compare = [&](std::string_view what, std::string_view old_text, std::string_view new_text) {
     if (old_text == new_text) return;
-    text += concat("      ", what, ": ", old_text.empty() ? "nothing" : old_text, " -> ",
+    text += concat("  ", what, ": ", old_text.empty() ? "nothing" : old_text, " -> ",
                    new_text.empty() ? "nothing" : new_text, "\n");
   };
   compare("error", before.error, after.error);
@@ -45,6 +51,8 @@ std::string example_text(const LineGroup &group) {
   compare("rules", before.rules, after.rules);
   return text;
 }
+
+namespace {
 
 // The columns of the table, with its head.
 struct Row {
@@ -60,8 +68,7 @@ std::vector<Row> rows_of(const StreamChanges &changes) {
   for (const LineGroup &group : changes.groups()) {
     Row &row = rows.emplace_back();
     row.lines = std::to_string(group.lines);
-    row.before = decision_text(unpacked(group.before));
-    row.after = decision_text(unpacked(group.after));
+    std::tie(row.before, row.after) = decisions_of(group);
     row.differs = listed(group.aspects);
   }
   return rows;
@@ -118,7 +125,7 @@ std::string text_of_stream(const StreamChanges &changes) {
     const Row &row = rows[at];
     text += concat(std::string(lines - row.lines.size(), ' '), row.lines, "  ", padded(row.before, before), "  ",
                    padded(row.after, after), "  ", row.differs, "\n");
-    if (at > 0) text += example_text(changes.groups()[at - 1]);
+    if (at > 0) text += indented(example_text(changes.groups()[at - 1]), "    ");
   }
   return text;
 }

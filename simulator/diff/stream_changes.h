@@ -3,6 +3,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "simulator/diff/stream_side.h"
@@ -35,6 +36,11 @@ class StreamChanges {
   std::vector<LineGroup> groups_;
   std::unordered_map<std::string, size_t> by_key_;
 };
+
+// What was decided before and after, such as "deny service/session-start barred" or "impossible".
+std::pair<std::string, std::string> decisions_of(const LineGroup &group);
+// The first line of the group and what it does differently, in several lines.
+std::string example_text(const LineGroup &group);
 
 // A table with a row for each group, and its first line below it.
 std::string text_of_stream(const StreamChanges &changes);

@@ -54,7 +54,7 @@ LineDecision unpacked(std::string_view text) {
   return decision;
 }
 
-StreamSide::StreamSide(const Side &side, PolicyFile &file, Repository &repository)
+StreamSide::StreamSide(const Side &side, const PolicyFile &file, Repository &repository)
     : side_(&side), file_(&file), player_(file, repository) {
   for (size_t number = 0; number < player_.rules().size(); ++number)
     rule_names_.push_back(name_of(player_.rules()[number], side));

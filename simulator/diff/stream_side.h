@@ -31,8 +31,8 @@ LineDecision unpacked(std::string_view text);
 
 class StreamSide {
  public:
-  // All must outlive the side; 'file' is that of 'side', and changes with 'repository'.
-  StreamSide(const Side &side, PolicyFile &file, Repository &repository);
+  // All must outlive the side; 'file' is that of 'side'.
+  StreamSide(const Side &side, const PolicyFile &file, Repository &repository);
 
   // Plays a line that may have the names of either file. Attributes that this one does not mention are left out.
   const stream::Played &play(const stream::Line &line);

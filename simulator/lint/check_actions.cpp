@@ -101,10 +101,9 @@ std::string ActionsOfRule::why_it_fails(size_t at) const {
   if (action.kind == ActionKind::apply) {
     const ParameterMap &map = *work_->file().find_parameter_map(action.subject.value);
     Prover &prover = work_->prover();
-    const bool never_matches =
-        std::all_of(map.statements.begin(), map.statements.end(), [&](const Statement &statement) {
-          return prover.find_input({prover.claim(statement)}).can == Can::impossible;
-        });
+    const bool never_matches = std::all_of(
+        map.statements.begin(), map.statements.end(),
+        [&](const Statement &statement) { return prover.can_hold({prover.claim(statement)}) == Can::impossible; });
     return never_matches ? "always fails: no statement can match" : "";
   }
   if (action.kind != ActionKind::clear) return {};
@@ -182,7 +181,7 @@ class DecisionsOfEvent {
   void check_after(size_t first, const Action &decision);
   bool always_matches_with(const ClassMap &later, const ClassMap &first) const {
     Prover &prover = work_->prover();
-    return prover.find_input({prover.claim(first), ~prover.claim(later)}).can == Can::impossible;
+    return prover.can_hold({prover.claim(first), ~prover.claim(later)}) == Can::impossible;
   }
 
   Work *work_;

@@ -7,12 +7,12 @@ namespace simulator::lint {
 // ---- Class-maps -----------------------------------------------------------------------------------------------------------
 
 std::vector<Reason> contradiction_in(Prover &prover, const ClassMap &map) {
-  std::vector<Lit> needed;
+  std::vector<Formula> needed;
   if (map.match != ClassMatch::any) {
-    std::vector<Lit> claims;
+    std::vector<Formula> claims;
     for (const Filter &filter : map.filters)
       claims.push_back(map.match == ClassMatch::all ? prover.claim(filter) : ~prover.claim(filter));
-    needed = prover.smallest(std::move(claims));
+    needed = prover.smallest(claims);
   }
   const char *verb = map.match == ClassMatch::none ? "must not hold: " : "must hold: ";
   std::vector<Reason> reasons;
@@ -21,7 +21,7 @@ std::vector<Reason> contradiction_in(Prover &prover, const ClassMap &map) {
       reasons.push_back({filter.position, concat("cannot hold: ", filter_text(filter))});
       continue;
     }
-    const Lit claim = map.match == ClassMatch::all ? prover.claim(filter) : ~prover.claim(filter);
+    const Formula claim = map.match == ClassMatch::all ? prover.claim(filter) : ~prover.claim(filter);
     // Of two equal filters, the first is shown.
     const auto found = std::find(needed.begin(), needed.end(), claim);
     if (found == needed.end()) continue;
@@ -46,16 +46,66 @@ void check_classes(Work &work) {
   }
 }
 
-// ---- Rules ----------------------------------------------------------------------------------------------------------------
+// ---- What earlier parts leave ---------------------------------------------------------------------------------------------
 
 namespace {
 
+// How a finding says that earlier parts leave a later one nothing.
+struct Words {
+  Kind kind;
+  const char *never;
+  const char *ever;
+  const char *one_takes;
+  const char *several_take;
+};
+
+constexpr Words kOfRules = {Kind::shadowed_rule, "never runs", "ever runs", "an earlier rule takes",
+                            "earlier rules take"};
+constexpr Words kOfStatements = {Kind::unreachable_statement, "is never reached", "is ever reached",
+                                 "an earlier one takes", "earlier ones take"};
+
+// A class-map of a rule, or a statement, behind others.
+template <class Part>
+struct Later {
+  const Part &part;
+  const InputAnswer &example;  // of the part alone
+  const std::vector<const Part *> &earlier;
+  Position position{};
+  std::string name{};
+};
+
 // Whether none of the earlier parts matches the example; then the later one is reached, without a proof.
 template <class Part>
-bool is_free(Work &work, const Input &example, const std::vector<const Part *> &earlier) {
-  return std::all_of(earlier.begin(), earlier.end(),
-                     [&](const Part *part) { return work.may_go_on() && !matches(*part, example); });
+bool is_free(Work &work, const Later<Part> &later) {
+  const auto misses = [&](const Part *part) { return work.may_go_on() && !matches(*part, later.example.input); };
+  return later.example.can == Can::possible && std::all_of(later.earlier.begin(), later.earlier.end(), misses);
 }
+
+// 'reason' describes an earlier part that takes what the later one matches.
+template <class Part, class ReasonFor>
+void check_later(Work &work, const Later<Part> &later, const Words &words, ReasonFor reason) {
+  work.begin_question();
+  if (is_free(work, later)) return;
+  const Takers<Part> taken = takers_of(work.prover(), later.part, later.example, later.earlier);
+  if (taken.can == Can::unknown) work.add_undecided(later.position, concat(later.name, " ", words.ever));
+  if (taken.can != Can::impossible) return;
+
+  const char *who_takes = taken.takers.size() == 1 ? words.one_takes : words.several_take;
+  Finding finding{words.kind,
+                  later.position,
+                  concat(later.name, " ", words.never, ": ", who_takes, " all that it matches"),
+                  {},
+                  later.example.can == Can::possible ? std::optional(later.example.input) : std::nullopt};
+  for (const Part *taker : taken.takers)
+    finding.because.push_back(reason(*taker));
+  work.add(std::move(finding));
+}
+
+}  // namespace
+
+// ---- Rules ----------------------------------------------------------------------------------------------------------------
+
+namespace {
 
 class RulesOfEvent {
  public:
@@ -75,24 +125,10 @@ class RulesOfEvent {
 
  private:
   void check_rule(const Rule &rule, const ClassMap &map) {
-    const InputAnswer &example = work_->answer_for(map);
-    work_->begin_question();
-    if (example.can == Can::possible && is_free(*work_, example.input, earlier_)) return;
-    const Takers<ClassMap> taken = takers_of(work_->prover(), map, earlier_);
-    const std::string what = concat("rule ", rule_name(*policy_, *event_, rule), ", class-map ", map.name.value, ",");
-    if (taken.can == Can::unknown) work_->add_undecided(rule.position, what + " ever runs");
-    if (taken.can != Can::impossible) return;
-
-    Finding finding{
-        Kind::shadowed_rule,
-        rule.position,
-        concat(what, " never runs: ", taken.takers.size() == 1 ? "an earlier rule takes" : "earlier rules take",
-               " all that it matches"),
-        {},
-        example.can == Can::possible ? std::optional(example.input) : std::nullopt};
-    for (const ClassMap *taker : taken.takers)
-      finding.because.push_back(reason_for(*rule_of_[taker], *taker));
-    work_->add(std::move(finding));
+    const std::string name = concat("rule ", rule_name(*policy_, *event_, rule), ", class-map ", map.name.value, ",");
+    const Later<ClassMap> later{map, work_->answer_for(map), earlier_, rule.position, name};
+    check_later(*work_, later, kOfRules,
+                [&](const ClassMap &taker) { return reason_for(*rule_of_.at(&taker), taker); });
   }
 
   Work *work_;
@@ -118,28 +154,17 @@ void check_rules(Work &work) {
 namespace {
 
 // Returns whether the statement can take anything from later ones.
-bool check_statement(Work &work, const Statement &statement, const std::string &what,
+bool check_statement(Work &work, const Statement &statement, const std::string &name,
                      const std::vector<const Statement *> &earlier) {
   const InputAnswer example = work.prover().find_input({work.prover().claim(statement)});
   if (example.can == Can::impossible) {
-    work.add({Kind::unreachable_statement, statement.position, what + " can never match", {}, {}});
+    work.add({Kind::unreachable_statement, statement.position, name + " can never match", {}, {}});
     return false;
   }
-  if (example.can == Can::possible && is_free(work, example.input, earlier)) return true;
-  const Takers<Statement> taken = takers_of(work.prover(), statement, earlier);
-  if (taken.can == Can::unknown) work.add_undecided(statement.position, what + " is ever reached");
-  if (taken.can != Can::impossible) return true;
-
-  Finding finding{
-      Kind::unreachable_statement,
-      statement.position,
-      concat(what, " is never reached: ", taken.takers.size() == 1 ? "an earlier one takes" : "earlier ones take",
-             " all that it matches"),
-      {},
-      example.can == Can::possible ? std::optional(example.input) : std::nullopt};
-  for (const Statement *taker : taken.takers)
-    finding.because.push_back({taker->position, concat("statement ", taker->index)});
-  work.add(std::move(finding));
+  const Later<Statement> later{statement, example, earlier, statement.position, name};
+  check_later(work, later, kOfStatements, [](const Statement &taker) {
+    return Reason{taker.position, concat("statement ", taker.index)};
+  });
   return true;
 }
 
@@ -149,8 +174,8 @@ void check_statements(Work &work) {
   for (const ParameterMap &map : work.file().parameter_maps) {
     std::vector<const Statement *> earlier;
     for (const Statement &statement : map.statements) {
-      const std::string what = concat("statement ", statement.index, " of parameter-map ", map.name.value);
-      if (check_statement(work, statement, what, earlier)) earlier.push_back(&statement);
+      const std::string name = concat("statement ", statement.index, " of parameter-map ", map.name.value);
+      if (check_statement(work, statement, name, earlier)) earlier.push_back(&statement);
     }
   }
 }

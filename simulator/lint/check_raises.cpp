@@ -50,7 +50,7 @@ class Loops {
  private:
   const Raise &first_of(const std::vector<size_t> &loop) const { return raises_.all()[loop[0]]; }
   void check_loop(const std::vector<size_t> &loop);
-  Can play(const std::vector<size_t> &loop, const std::vector<Lit> &claims);
+  Can play(const std::vector<size_t> &loop, const std::vector<Formula> &claims);
   bool goes_round(const std::vector<size_t> &loop, const EventExplanation &played) const;
   Finding finding_for(const std::vector<size_t> &loop) const;
 
@@ -63,9 +63,9 @@ class Loops {
 // First with attributes that let every rule of the loop match; but if the rules change them on the way, it may be enough
 // that the first one does.
 void Loops::check_loop(const std::vector<size_t> &loop) {
-  std::vector<Lit> claims;
+  std::vector<Formula> claims;
   for (const size_t raise : loop) {
-    for (const Lit claim : claims_of(work_->prover(), work_->file(), raises_.all()[raise]))
+    for (const Formula claim : claims_of(work_->prover(), work_->file(), raises_.all()[raise]))
       claims.push_back(claim);
   }
   std::sort(claims.begin(), claims.end());
@@ -87,7 +87,7 @@ bool Loops::goes_round(const std::vector<size_t> &loop, const EventExplanation &
 }
 
 // Possible: the engine refused to go on.
-Can Loops::play(const std::vector<size_t> &loop, const std::vector<Lit> &claims) {
+Can Loops::play(const std::vector<size_t> &loop, const std::vector<Formula> &claims) {
   InputAnswer answer = work_->prover().find_input(claims);
   if (answer.can != Can::possible) return answer.can;
   Policies others;
@@ -218,10 +218,10 @@ std::vector<Denials::Scene> Denials::scenes(const RuleOf &rule, const Action &ra
 }
 
 bool Denials::play(const Scene &scene) {
-  std::vector<Lit> claims;
+  std::vector<Formula> claims;
   for (const RuleOf *rule : {&scene.rule, &scene.denying, &scene.permitting}) {
     if (!rule->rule) continue;
-    for (const Lit claim : claims_of(work_->prover(), work_->file(), *rule))
+    for (const Formula claim : claims_of(work_->prover(), work_->file(), *rule))
       claims.push_back(claim);
   }
   InputAnswer answer = work_->prover().find_input(claims);

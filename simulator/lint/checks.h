@@ -8,13 +8,21 @@
 #include <string>
 #include <vector>
 
-#include "simulator/lint/effort.h"
 #include "simulator/lint/findings.h"
 #include "simulator/lint/prover.h"
-#include "simulator/lint/stage.h"
 #include "simulator/policy/model.h"
+#include "simulator/reasoning/effort.h"
+#include "simulator/reasoning/stage.h"
 
 namespace simulator::lint {
+
+using reasoning::holds;
+using reasoning::matches;
+using reasoning::Policies;
+using reasoning::Stage;
+using reasoning::times_run;
+using reasoning::Value;
+using reasoning::was_too_deep;
 
 // What the checks share.
 class Work {
@@ -37,7 +45,7 @@ class Work {
   void add(Finding finding) { findings_.push_back(std::move(finding)); }
   // Adds that "whether WHAT" was not decided.
   void add_undecided(Position position, const std::string &what);
-  const char *why_undecided() const;
+  std::string why_undecided() const;
 
   Findings take_findings();
 
@@ -60,34 +68,35 @@ void check_use(Work &work);
 
 // ---- Parts that several checks need ---------------------------------------------------------------------------------------
 
-// The rules of an event, and the actions of a rule or a statement, in the order in which they run.
-std::vector<const Rule *> in_order(const std::vector<Rule> &rules);
-std::vector<const Action *> in_order(const std::vector<Action> &actions);
-
 // The earlier parts that together match everything that the later one matches.
 template <class Part>
 struct Takers {
   Can can = Can::possible;             // whether the later one matches anything that no earlier one does
   std::vector<const Part *> takers{};  // of 'impossible'; none: the later part never matches
-  Input input{};                       // of 'possible'
 };
 
-// Names a single taker if there is one, else as few as were found.
+// Names a single taker if there is one, else as few as were found. 'example' is an input of the later part.
 template <class Part>
-Takers<Part> takers_of(Prover &prover, const Part &later, const std::vector<const Part *> &earlier) {
-  std::vector<Lit> claims = {prover.claim(later)};
+Takers<Part> takers_of(Prover &prover, const Part &later, const InputAnswer &example,
+                       const std::vector<const Part *> &earlier) {
+  std::vector<Formula> claims = {prover.claim(later)};
   for (const Part *part : earlier)
     claims.push_back(~prover.claim(*part));
-  InputAnswer answer = prover.find_input(claims);
-  if (answer.can != Can::impossible) return {answer.can, {}, std::move(answer.input)};
+  const Can can = prover.can_hold(claims);
+  if (can != Can::impossible) return {can, {}};
 
+  // A part that does not match one of these does not take everything.
+  std::vector<Input> examples;
+  if (example.can == Can::possible) examples.push_back(example.input);
   for (const Part *part : earlier) {
-    if (prover.find_input({claims[0], ~prover.claim(*part)}).can == Can::impossible)
-      return {Can::impossible, {part}, {}};
+    const bool takes_all =
+        std::all_of(examples.begin(), examples.end(), [&](const Input &input) { return matches(*part, input); });
+    if (!takes_all) continue;
+    InputAnswer missed = prover.find_some_input({claims[0], ~prover.claim(*part)});
+    if (missed.can == Can::impossible) return {Can::impossible, {part}};
+    if (missed.can == Can::possible) examples.push_back(std::move(missed.input));
   }
-  std::vector<Lit> conflict = std::move(answer.conflict);
-  std::sort(conflict.begin(), conflict.end());
-  conflict = prover.smallest(std::move(conflict));
+  const std::vector<Formula> conflict = prover.smallest(claims);
   Takers<Part> found{.can = Can::impossible};
   for (const Part *part : earlier) {
     if (std::find(conflict.begin(), conflict.end(), ~prover.claim(*part)) != conflict.end())

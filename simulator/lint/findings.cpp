@@ -52,9 +52,10 @@ const InputAnswer &Work::answer_for(const ClassMap &map) {
   return known->second;
 }
 
-const char *Work::why_undecided() const {
-  return effort_.over() ? "the effort was over"
-                        : "it depends on a regular expression that lint cannot follow or that is too large";
+std::string Work::why_undecided() const {
+  if (effort_.over()) return "the effort was over";
+  if (!prover_.why_given_up().empty()) return prover_.why_given_up();
+  return "it depends on a regular expression that lint cannot follow or that is too large";
 }
 
 void Work::add_undecided(Position position, const std::string &what) {
@@ -70,27 +71,6 @@ Findings Work::take_findings() {
                                    [](const Finding &finding) { return finding.kind == Kind::undecided; });
   if (stage_) findings.problems = stage_->finish();
   return findings;
-}
-
-namespace {
-
-template <class Numbered>
-std::vector<const Numbered *> by_number(const std::vector<Numbered> &elements) {
-  std::vector<const Numbered *> sorted;
-  for (const Numbered &element : elements)
-    sorted.push_back(&element);
-  std::sort(sorted.begin(), sorted.end(), [](const Numbered *a, const Numbered *b) { return a->number < b->number; });
-  return sorted;
-}
-
-}  // namespace
-
-std::vector<const Rule *> in_order(const std::vector<Rule> &rules) {
-  return by_number(rules);
-}
-
-std::vector<const Action *> in_order(const std::vector<Action> &actions) {
-  return by_number(actions);
 }
 
 Reason reason_for(const Rule &rule, const ClassMap &map) {

@@ -6,12 +6,15 @@
 #include <string_view>
 #include <vector>
 
-#include "simulator/lint/effort.h"
-#include "simulator/lint/inputs.h"
 #include "simulator/policy/model.h"
+#include "simulator/reasoning/effort.h"
+#include "simulator/reasoning/inputs.h"
 #include "simulator/text/text.h"
 
 namespace simulator::lint {
+
+using reasoning::Input;
+using reasoning::MayGoOn;
 
 enum class Kind : uint8_t {
   shadowed_rule,          // in a match-first event, earlier rules take everything that its class-map matches

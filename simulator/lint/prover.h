@@ -1,97 +1,63 @@
 // Whether a target can have attributes with which some class-maps match and others do not.
 //
-// Class-maps and statements combine filters with and, or and not. Each filter is a literal of the solver, equal filters
-// the same one; each class-map and each statement is a literal that is defined by those of its filters. What the
-// literals of one attribute mean together is known from the values that it can have (see values.h), and attributes do
-// not depend on each other. For each attribute that has literals, a value is kept that makes them true; a search for
-// another is made only when a new literal contradicts it, and the solver prefers choices that it makes true already. So
-// the attributes of a file do not multiply, and an answer about one attribute is found once for all questions.
+// Class-maps and statements are formulas over the tests of their filters, and one solver answers all questions about a
+// file, so what it learns for one is known for the next.
 #pragma once
 
 #include <map>
-#include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "simulator/lint/inputs.h"
-#include "simulator/lint/solver.h"
-#include "simulator/lint/values.h"
+#include "simulator/policy/model.h"
+#include "simulator/reasoning/formula.h"
+#include "simulator/reasoning/inputs.h"
+#include "simulator/reasoning/solver.h"
+#include "simulator/reasoning/tests_of_values.h"
 
 namespace simulator::lint {
 
+using reasoning::Can;
+using reasoning::Effort;
+using reasoning::Formula;
+using reasoning::Input;
+
 struct InputAnswer {
   Can can = Can::unknown;
-  Input input{};                // of 'possible': what the claims depend on; everything else can have any value
-  std::vector<Lit> conflict{};  // of 'impossible': claims that cannot be true together
+  Input input{};  // of 'possible': what the claims depend on; everything else can have any value
 };
 
-class Prover : private Theory {
+class Prover {
  public:
-  // 'file' must outlive the prover, and its maps must not move.
+  // Both must outlive the prover, and the maps of the file must not move.
   Prover(const PolicyFile &file, Effort &effort);
 
   // The claim that a filter holds, that a class-map or a statement matches; ~ makes it the opposite.
-  Lit claim(const Filter &filter);
-  Lit claim(const ClassMap &map);
-  Lit claim(const Statement &statement);
+  Formula claim(const Filter &filter) { return tests_.holds(filter); }
+  Formula claim(const ClassMap &map) { return claim_of(map); }
+  Formula claim(const Statement &statement) { return claim_of(statement); }
 
-  // Whether an input makes all claims true.
-  InputAnswer find_input(const std::vector<Lit> &claims);
-  // The claims of a conflict that are needed for it.
-  std::vector<Lit> smallest(std::vector<Lit> conflict);
+  // The first input that makes all claims true.
+  InputAnswer find_input(const std::vector<Formula> &claims);
+  // Some input, faster.
+  InputAnswer find_some_input(const std::vector<Formula> &claims);
+  Can can_hold(const std::vector<Formula> &claims) { return find_some_input(claims).can; }
+  // As few of the claims, which cannot hold together, as cannot either; rather the first than the last.
+  std::vector<Formula> smallest(const std::vector<Formula> &claims);
+
+  // Whether a search was given up for another reason than the effort or a regular expression; empty if none was.
+  const std::string &why_given_up() const { return why_given_up_; }
 
  private:
-  using AttributeNumber = size_t;
-  static constexpr AttributeNumber kNoAttribute = SIZE_MAX;
+  reasoning::FoundInput noted(reasoning::FoundInput found);
+  template <class Part>
+  Formula claim_of(const Part &part);
+  size_t shortest_conflict(const std::vector<Formula> &needed, const std::vector<Formula> &claims, size_t enough);
 
-  // What a variable of the solver stands for: a filter, a map, or a group where one filter has to hold.
-  struct Meaning {
-    AttributeNumber attribute = kNoAttribute;  // of a filter
-    const Filter *filter = nullptr;
-    const ClassMap *map = nullptr;
-    const Statement *statement = nullptr;
-    std::vector<Solver::ClauseId> goals_if_true{};
-    std::vector<Solver::ClauseId> goals_if_false{};
-    std::set<AttributeNumber> attributes{};
-  };
-  struct Attribute {
-    std::string name;
-    std::vector<std::string> hints;
-    std::vector<Lit> assigned{};  // literals of its filters, in order
-    size_t satisfied = 0;         // how many of these the value makes true
-    Value value{};
-    bool unknown = false;  // no value was found for the literals, nor that there is none
-    bool changed = false;  // it is in changed_
-  };
-
-  void assigned(Lit literal) override;
-  void undone(Lit literal) override;
-  bool is_consistent(std::vector<Lit> &clause) override;
-  bool is_certain() const override { return n_unknown_ == 0; }
-  bool is_likely(Lit literal) const override;
-
-  AttributeNumber attribute_number(const std::string &name);
-  Lit add_meaning(Meaning meaning);
-  Lit define_all(Meaning meaning, std::vector<Lit> parts);
-  Lit define_any(Meaning meaning, std::vector<Lit> parts);
-  void add_goals_of(Lit part, Meaning &meaning) const;
-  bool find_value(Attribute &attribute, std::vector<Lit> &clause);
-  void note_change(AttributeNumber number);
-  bool is_true(Lit claim, const Input &input) const;
-  Input input_of(const std::vector<Lit> &claims) const;
-
-  Hints hints_;
-  ValueSearch values_;
-  Solver solver_;
-  Effort *effort_;
-  std::vector<Meaning> meanings_;  // by variable
-  std::vector<Attribute> attributes_;
-  std::map<std::string, AttributeNumber, std::less<>> attribute_numbers_;
-  std::map<std::tuple<AttributeNumber, FilterKind, std::string, int64_t, int64_t>, Lit> tests_;
-  std::map<const void *, Lit> maps_;  // of class-maps and statements
-  std::vector<AttributeNumber> changed_;
-  size_t n_unknown_ = 0;  // attributes
+  reasoning::Formulas formulas_{};
+  reasoning::ValueTests tests_{formulas_};
+  reasoning::Solver solver_;
+  std::string why_given_up_{};
+  std::map<const void *, Formula> maps_{};  // of class-maps and statements
 };
 
 }  // namespace simulator::lint

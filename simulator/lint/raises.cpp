@@ -100,8 +100,8 @@ std::optional<std::vector<size_t>> Raises::shortest_loop(size_t raise, const std
 
 namespace {
 
-std::vector<Lit> claims_of(Prover &prover, const AppliedStatement &applied) {
-  std::vector<Lit> claims = {prover.claim(*applied.statement)};
+std::vector<Formula> claims_of(Prover &prover, const AppliedStatement &applied) {
+  std::vector<Formula> claims = {prover.claim(*applied.statement)};
   for (const Statement &statement : applied.map->statements) {
     if (&statement == applied.statement) break;
     claims.push_back(~prover.claim(statement));
@@ -111,9 +111,9 @@ std::vector<Lit> claims_of(Prover &prover, const AppliedStatement &applied) {
 
 }  // namespace
 
-std::vector<Lit> claims_of(Prover &prover, const PolicyFile &file, const RuleOf &rule) {
+std::vector<Formula> claims_of(Prover &prover, const PolicyFile &file, const RuleOf &rule) {
   const auto class_of = [&](const Rule &of) -> const ClassMap & { return *file.find_class_map(of.class_map.value); };
-  std::vector<Lit> claims = {prover.claim(class_of(*rule.rule))};
+  std::vector<Formula> claims = {prover.claim(class_of(*rule.rule))};
   if (rule.event->match != EventMatch::first) return claims;
   for (const Rule &other : rule.event->rules) {
     if (other.number < rule.rule->number) claims.push_back(~prover.claim(class_of(other)));
@@ -121,10 +121,10 @@ std::vector<Lit> claims_of(Prover &prover, const PolicyFile &file, const RuleOf 
   return claims;
 }
 
-std::vector<Lit> claims_of(Prover &prover, const PolicyFile &file, const Raise &raise) {
-  std::vector<Lit> claims = claims_of(prover, file, raise.rule);
+std::vector<Formula> claims_of(Prover &prover, const PolicyFile &file, const Raise &raise) {
+  std::vector<Formula> claims = claims_of(prover, file, raise.rule);
   for (const AppliedStatement &applied : raise.through) {
-    const std::vector<Lit> more = claims_of(prover, applied);
+    const std::vector<Formula> more = claims_of(prover, applied);
     claims.insert(claims.end(), more.begin(), more.end());
   }
   return claims;

@@ -58,7 +58,7 @@ class Raises {
 
 // What must be true for a rule to run when the event comes to it: it matches, and in a match-first event none before it
 // does. For a raise, the same of its statements.
-std::vector<Lit> claims_of(Prover &prover, const PolicyFile &file, const RuleOf &rule);
-std::vector<Lit> claims_of(Prover &prover, const PolicyFile &file, const Raise &raise);
+std::vector<Formula> claims_of(Prover &prover, const PolicyFile &file, const RuleOf &rule);
+std::vector<Formula> claims_of(Prover &prover, const PolicyFile &file, const Raise &raise);
 
 }  // namespace simulator::lint

@@ -60,10 +60,11 @@ Reach Question::answer_of_first() {
   std::vector<const ClassMap *> maps;
   for (const Rule *rule : earlier_)
     maps.push_back(&class_of(*rule));
-  const Takers<ClassMap> taken = takers_of(work_.prover(), *map_, maps);
-  if (taken.can == Can::possible) return played(taken.input).value_or(undecided(taken.can));
-  if (taken.can == Can::unknown) return undecided(taken.can);
+  const InputAnswer found = work_.prover().find_input(claims_of(work_.prover(), work_.file(), *rule_));
+  if (found.can == Can::possible) return played(found.input).value_or(undecided(found.can));
+  if (found.can == Can::unknown) return undecided(found.can);
 
+  const Takers<ClassMap> taken = takers_of(work_.prover(), *map_, work_.answer_for(*map_), maps);
   Reach never{.answer = Answer::never};
   never.why = concat(taken.takers.size() == 1 ? "an earlier rule takes" : "earlier rules take", " all that it matches");
   for (const Rule *rule : earlier_) {
@@ -80,7 +81,7 @@ Reach Question::answer_of_all() {
   if (alone.can == Can::impossible) return never_matches();
   if (alone.can == Can::unknown) return undecided(alone.can);
   Prover &prover = work_.prover();
-  std::vector<Lit> claims = {prover.claim(*map_)};
+  std::vector<Formula> claims = {prover.claim(*map_)};
   for (const Rule *rule : earlier_)
     claims.push_back(~prover.claim(class_of(*rule)));
   const InputAnswer without_earlier = prover.find_input(claims);

@@ -6,28 +6,6 @@
 
 namespace simulator::lint {
 
-std::string text_of_input(const Input &input) {
-  if (input.empty()) return "whatever the attributes are";
-  std::string text;
-  for (const auto &[attribute, value] : input)
-    text += concat(text.empty() ? "" : ", ", attribute, " is ", value ? as_word(*value) : "absent");
-  return text;
-}
-
-Json json_of_input(const Input &input) {
-  Json object;
-  object["set"] = Json::object();
-  object["clear"] = Json::array();
-  for (const auto &[attribute, value] : input) {
-    if (value) {
-      object["set"][attribute] = *value;
-    } else {
-      object["clear"].push_back(attribute);
-    }
-  }
-  return object;
-}
-
 Json json_of_reasons(const std::vector<Reason> &reasons) {
   Json list = Json::array();
   for (const Reason &reason : reasons) {

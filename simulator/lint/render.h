@@ -7,10 +7,14 @@
 #include "simulator/findings/report.h"
 #include "simulator/lint/findings.h"
 #include "simulator/policy/source.h"
+#include "simulator/reasoning/render.h"
 #include "simulator/text/json.h"
 #include "simulator/text/tone.h"
 
 namespace simulator::lint {
+
+using reasoning::json_of_input;
+using reasoning::text_of_input;
 
 // A line, the line of the file with a mark, a line for each reason, and an example if there is one. 'source' is the text
 // of the file.
@@ -23,8 +27,6 @@ findings::Finding report_of_ignored(const PolicyFile &file, const IgnoredFinding
 Json json_of_ignored(const IgnoredFinding &ignored);
 
 // Parts of findings, for others that show the like.
-std::string text_of_input(const Input &input);
-Json json_of_input(const Input &input);
 Json json_of_reasons(const std::vector<Reason> &reasons);
 
 }  // namespace simulator::lint

@@ -37,6 +37,12 @@ void Verdicts::add(engine::Verdict verdict, size_t times) {
   }
 }
 
+void Verdicts::add(const Verdicts &more) {
+  permit += more.permit;
+  deny += more.deny;
+  none += more.none;
+}
+
 Figures::Figures(const PolicyFile &file)
     : file_(&file), of_stretch_(std::max<size_t>(1, (file.scenario.size() + kStretches - 1) / kStretches)) {}
 

@@ -23,6 +23,7 @@ struct Verdicts {
 
   size_t all() const { return permit + deny + none; }
   void add(engine::Verdict verdict, size_t times = 1);
+  void add(const Verdicts &more);
 };
 
 // Events of one name that the same rule decided, on targets with the same policy-maps in the same order.

@@ -24,6 +24,11 @@ Html cards(const Contents &contents) {
       const size_t different = contents.against->decisions->different;
       all += card("changes", std::to_string(different), "events decided differently", different == 0 ? "good" : "bad");
     }
+    if (contents.against->lines) {
+      const size_t different = contents.against->lines->differing();
+      all += card("changes", std::to_string(different), "lines of the stream decided differently",
+                  different == 0 ? "good" : "bad");
+    }
   }
   const size_t findings = contents.findings->all.size();
   all += card("findings", std::to_string(findings), findings == 1 ? "finding" : "findings",
@@ -35,6 +40,11 @@ Html cards(const Contents &contents) {
     all += card("tests", concat(tests.percent, " %"), "covered by tests", "");
   }
   all += card("events", std::to_string(contents.figures->events()), "events of the scenario", "");
+  if (contents.stream) {
+    const stream::Totals &totals = contents.stream->totals();
+    all += card("stream", std::to_string(totals.events), "events of the stream", "");
+    if (totals.bad > 0) all += card("stream", std::to_string(totals.bad), "bad lines", "bad");
+  }
   return element("ul", {{"class", "cards"}}, all);
 }
 
@@ -62,10 +72,10 @@ Html body_of(const Contents &contents, const std::string &title) {
   const Html header =
       element("header", join({element("h1", title), element("p", extent_of(*contents.file)), cards(contents)}));
   const Html main = element(
-      "main",
-      join({changes_section(contents), findings_section(contents), claims_section(contents), tests_section(contents),
-            events_section(contents), policies_section(contents, changed), classes_section(contents, changed),
-            parameter_maps_section(contents, changed), targets_section(contents), picture_section(contents)}));
+      "main", join({changes_section(contents), findings_section(contents), claims_section(contents),
+                    tests_section(contents), events_section(contents), stream_section(contents),
+                    policies_section(contents, changed), classes_section(contents, changed),
+                    parameter_maps_section(contents, changed), targets_section(contents), picture_section(contents)}));
   return element("body", join({header, main, element("script", Html::made_elsewhere(kScript))}));
 }
 

@@ -7,8 +7,10 @@
 
 #include "simulator/diff/decision_groups.h"
 #include "simulator/diff/objects.h"
+#include "simulator/diff/stream_changes.h"
 #include "simulator/lint/findings.h"
 #include "simulator/page/figures.h"
+#include "simulator/page/stream_figures.h"
 #include "simulator/policy/model.h"
 #include "simulator/policy/source.h"
 #include "simulator/prove/answer.h"
@@ -21,6 +23,7 @@ struct Against {
   const PolicyFile *before;
   std::vector<diff::ObjectChange> changes{};
   std::optional<diff::DecisionChanges> decisions{};  // nothing: there is no scenario to replay
+  std::optional<diff::StreamChanges> lines{};        // nothing: there is no stream to play on both
 };
 
 // A picture of the graph.
@@ -36,7 +39,8 @@ struct Contents {
   const Figures *figures;
   const lint::Findings *findings;
   const Report *tests;
-  const prove::Answers *claims;  // an answer for each claim of the file
+  const prove::Answers *claims;           // an answer for each claim of the file
+  const StreamFigures *stream = nullptr;  // NULL: there is no stream
   std::optional<Against> against{};
   std::optional<Picture> picture{};
 };

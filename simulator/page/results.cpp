@@ -74,40 +74,12 @@ Html ignored_list(const Contents &contents) {
 
 // ---- Verdicts ----
 
-const std::vector<std::string_view> kVerdictHeadings = {"Events", "Permit", "Deny", "None", "Shares"};
-
-void add_verdicts(const Html &heading, const Verdicts &verdicts, Table &table) {
-  table.add_row({row_heading(heading), number_cell(verdicts.all()), number_cell(verdicts.permit),
-                 number_cell(verdicts.deny), number_cell(verdicts.none), cell(verdict_bar(verdicts))});
-}
-
 Html verdicts_by(std::string_view caption, std::string_view what,
                  const std::vector<std::pair<std::string, Verdicts>> &named) {
-  std::vector<std::string_view> headings{what};
-  headings.insert(headings.end(), kVerdictHeadings.begin(), kVerdictHeadings.end());
-  Table table(caption, headings);
+  Table table = verdict_table(caption, what);
   for (const auto &[name, verdicts] : named)
     add_verdicts(text(name), verdicts, table);
   return table.html();
-}
-
-// A column for each stretch of the scenario; the table behind it has the numbers.
-Html over_time(const Figures &figures) {
-  Html columns;
-  std::vector<std::string_view> headings{"From event"};
-  headings.insert(headings.end(), kVerdictHeadings.begin(), kVerdictHeadings.end());
-  Table table("Verdicts over time", headings);
-  for (const Stretch &stretch : figures.over_time()) {
-    columns += verdict_bar(stretch.verdicts);
-    add_verdicts(text(std::to_string(stretch.first)), stretch.verdicts, table);
-  }
-  return element(
-      "figure",
-      join({element("div", {{"class", "columns"}, {"role", "img"}, {"aria-label", "Verdicts over time"}}, columns),
-            element("figcaption", join({element("span", {{"class", "permit"}}, text("permit")), text(", "),
-                                        element("span", {{"class", "deny"}}, text("deny")),
-                                        text(" and none over time, from the first event to the last")})),
-            foldable(Fold::closed, {}, text("the numbers"), table.html())}));
 }
 
 Html decisions_table(const Figures &figures) {
@@ -129,8 +101,9 @@ Html changes_section(const Contents &contents) {
   const Against &against = *contents.against;
   const Html decisions = against.decisions ? decision_changes(*against.decisions)
                                            : element("p", "There is no scenario to compare decisions with.");
+  const Html of_stream = against.lines ? stream_changes(*against.lines) : Html();
   return section("changes", "What changed",
-                 join({element("p", concat("Compared with ", against.before->shown_path(), ".")), decisions,
+                 join({element("p", concat("Compared with ", against.before->shown_path(), ".")), decisions, of_stream,
                        object_changes(contents)}));
 }
 
@@ -186,16 +159,12 @@ Html tests_section(const Contents &contents) {
 Html events_section(const Contents &contents) {
   const Figures &figures = *contents.figures;
   if (figures.events() == 0) return section("events", "What happened", element("p", "The file has no scenario."));
-  Html stopped;
-  if (figures.stopped() > 0)
-    stopped = element("p", {{"class", "warning"}},
-                      text(concat(counted(figures.stopped(), "event was", "events were"),
-                                  " stopped by a limit, because it raised too many others.")));
-  return section("events", "What happened",
-                 join({element("p", concat(counted(figures.events(), "event", "events"), " of the scenario.")), stopped,
-                       verdicts_by("Verdicts by event", "Event", figures.by_event()),
-                       verdicts_by("Verdicts by the policy-maps of the target", "Policy-maps", figures.by_policies()),
-                       over_time(figures), decisions_table(figures)}));
+  return section(
+      "events", "What happened",
+      join({element("p", concat(counted(figures.events(), "event", "events"), " of the scenario.")),
+            stopped_warning(figures.stopped()), verdicts_by("Verdicts by event", "Event", figures.by_event()),
+            verdicts_by("Verdicts by the policy-maps of the target", "Policy-maps", figures.by_policies()),
+            over_time("scenario-time", figures.over_time()), decisions_table(figures)}));
 }
 
 Html picture_section(const Contents &contents) {

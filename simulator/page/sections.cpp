@@ -42,6 +42,38 @@ Html verdict_bar(const Verdicts &verdicts) {
   return element("div", {{"class", "bar"}, {"aria-hidden", "true"}}, bar);
 }
 
+Table verdict_table(std::string_view caption, std::string_view what) {
+  return {caption, {what, "Events", "Permit", "Deny", "None", "Shares"}};
+}
+
+void add_verdicts(const Html &heading, const Verdicts &verdicts, Table &table) {
+  table.add_row({row_heading(heading), number_cell(verdicts.all()), number_cell(verdicts.permit),
+                 number_cell(verdicts.deny), number_cell(verdicts.none), cell(verdict_bar(verdicts))});
+}
+
+Html over_time(const std::string &id, const std::vector<Stretch> &stretches) {
+  Html columns;
+  Table table = verdict_table("Verdicts over time", "From event");
+  for (const Stretch &stretch : stretches) {
+    columns += verdict_bar(stretch.verdicts);
+    add_verdicts(text(std::to_string(stretch.first)), stretch.verdicts, table);
+  }
+  return element(
+      "figure",
+      join({element("div", {{"class", "columns"}, {"role", "img"}, {"aria-label", "Verdicts over time"}}, columns),
+            element("figcaption", join({element("span", {{"class", "permit"}}, text("permit")), text(", "),
+                                        element("span", {{"class", "deny"}}, text("deny")),
+                                        text(" and none over time, from the first event to the last")})),
+            foldable(Fold::closed, {}, text("the numbers"), table.html({{"id", id}}))}));
+}
+
+Html stopped_warning(size_t stopped) {
+  if (stopped == 0) return {};
+  return element("p", {{"class", "warning"}},
+                 text(concat(counted(stopped, "event was", "events were"),
+                             " stopped by a limit, because it raised too many others.")));
+}
+
 Html printed(std::string_view lines) {
   // A line end is a line end there, and text() would show it.
   Html all;

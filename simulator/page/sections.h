@@ -30,6 +30,7 @@ Html findings_section(const Contents &contents);
 Html claims_section(const Contents &contents);
 Html tests_section(const Contents &contents);
 Html events_section(const Contents &contents);
+Html stream_section(const Contents &contents);
 Html policies_section(const Contents &contents, const Changed &changed);
 Html classes_section(const Contents &contents, const Changed &changed);
 Html parameter_maps_section(const Contents &contents, const Changed &changed);
@@ -47,6 +48,15 @@ Html place(const PolicyFile &file, Position position);
 Html verdict_word(std::string_view verdict);
 // A bar of the shares of the verdicts; the numbers stand beside it.
 Html verdict_bar(const Verdicts &verdicts);
+// A table with a row for each name or time; add_verdicts() adds the rows.
+Table verdict_table(std::string_view caption, std::string_view what);
+void add_verdicts(const Html &heading, const Verdicts &verdicts, Table &table);
+// A column for each stretch; the table behind it, with this id, has the numbers.
+Html over_time(const std::string &id, const std::vector<Stretch> &stretches);
+// That limits stopped some events; empty if there are none.
+Html stopped_warning(size_t stopped);
+// The part of the changes that a stream shows.
+Html stream_changes(const diff::StreamChanges &changes);
 // A text of several lines, as the command prints it.
 Html printed(std::string_view lines);
 

@@ -30,8 +30,9 @@ void render_one(const Diagnostic &diagnostic, const Source &source, Colours colo
 
 }  // namespace
 
-void Diagnostics::add(Position position, std::string message, std::string expected, std::string_view suggestion) {
-  all_.push_back({position, std::move(message), std::move(expected), std::string(suggestion)});
+void Diagnostics::add(Position position, std::string message, std::string expected, std::string_view suggestion,
+                      Position earlier) {
+  all_.push_back({position, std::move(message), std::move(expected), std::string(suggestion), earlier});
 }
 
 std::vector<Diagnostic> Diagnostics::sorted() const {

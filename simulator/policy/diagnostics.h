@@ -15,11 +15,13 @@ struct Diagnostic {
   std::string message;     // what is wrong
   std::string expected;    // what would be right; may be empty
   std::string suggestion;  // the name that was probably meant; may be empty
+  Position earlier{};      // what it repeats or contradicts; line 0 if there is no such thing
 };
 
 class Diagnostics {
  public:
-  void add(Position position, std::string message, std::string expected = {}, std::string_view suggestion = {});
+  void add(Position position, std::string message, std::string expected = {}, std::string_view suggestion = {},
+           Position earlier = {});
   bool empty() const { return all_.empty(); }
   size_t count() const { return all_.size(); }
   // Whether there are more than anybody reads: then looking for suggestions is not worth the time.

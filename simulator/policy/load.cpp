@@ -147,9 +147,11 @@ bool load_claim(PolicyFile &file, const Source &source, Diagnostics &diagnostics
 
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics) {
   const std::optional<yaml::Document> document = yaml::parse(source, diagnostics);
-  if (!document) return std::nullopt;
+  return document ? load(*document, source, diagnostics) : std::nullopt;
+}
 
-  Sections sections = read_sections(document->root(), diagnostics);
+std::optional<PolicyFile> load(const yaml::Document &document, const Source &source, Diagnostics &diagnostics) {
+  Sections sections = read_sections(document.root(), diagnostics);
   PolicyFile &file = sections.file;
   file.path = source.name();
   file.index();

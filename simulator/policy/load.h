@@ -5,11 +5,14 @@
 
 #include "simulator/policy/model.h"
 #include "simulator/policy/source.h"
+#include "simulator/policy/yaml.h"
 
 namespace simulator {
 
 // Returns the file in 'source', or nothing when anything is wrong with it; 'diagnostics' then lists everything that is.
 std::optional<PolicyFile> load(const Source &source, Diagnostics &diagnostics);
+// The same for a caller that also uses the tree of the source.
+std::optional<PolicyFile> load(const yaml::Document &document, const Source &source, Diagnostics &diagnostics);
 
 // What a source has beside its objects.
 struct SourceSteps {

@@ -400,6 +400,27 @@ std::string to_string(const Action &action) {
   return verb;
 }
 
+namespace {
+
+template <class Numbered>
+std::vector<const Numbered *> by_number(const std::vector<Numbered> &elements) {
+  std::vector<const Numbered *> sorted;
+  for (const Numbered &element : elements)
+    sorted.push_back(&element);
+  std::sort(sorted.begin(), sorted.end(), [](const Numbered *a, const Numbered *b) { return a->number < b->number; });
+  return sorted;
+}
+
+}  // namespace
+
+std::vector<const Rule *> in_order(const std::vector<Rule> &rules) {
+  return by_number(rules);
+}
+
+std::vector<const Action *> in_order(const std::vector<Action> &actions) {
+  return by_number(actions);
+}
+
 std::string filter_text(const Filter &filter) {
   return (filter.no_match ? "not " : "") + to_string(filter);
 }

@@ -167,8 +167,12 @@ struct Claim {
 };
 
 // By a name, which is stored with the value.
-struct NameHash : std::hash<std::string_view> {
+//
+// The hash function is not declared noexcept, so that the standard library stores each hash: a search then compares
+// numbers and reads the names of no other objects.
+struct NameHash {
   using is_transparent = void;
+  size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
 };
 template <class Value>
 using ByName = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
@@ -314,6 +318,10 @@ const char *to_string(ClaimKind kind);
 
 // The name of a rule: "POLICY/EVENT/NUMBER".
 std::string rule_name(const PolicyMap &policy, const EventRules &event, const Rule &rule);
+
+// The rules of an event, and the actions of a rule or a statement, in the order in which they run.
+std::vector<const Rule *> in_order(const std::vector<Rule> &rules);
+std::vector<const Action *> in_order(const std::vector<Action> &actions);
 
 // The names of the policy-maps of a target, in their order: "authorisation, service".
 std::string policies_text(const Target &target);

@@ -214,7 +214,7 @@ void check_action_number(const Reader &reader, FirstPositions<uint32_t> &numbers
   constexpr uint32_t kHighestNumber = 255;
   if (const std::optional<Position> earlier = numbers.earlier(action.number, action.position)) {
     reader.diagnostics().add(action.position, concat("duplicate action number ", action.number),
-                             concat("each number once; the first is in line ", earlier->line));
+                             concat("each number once; the first is in line ", earlier->line), {}, *earlier);
   } else if (action.number > kHighestNumber) {
     reader.diagnostics().add(action.position, concat("action number ", action.number),
                              concat("numbers up to ", kHighestNumber));

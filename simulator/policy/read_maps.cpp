@@ -24,7 +24,7 @@ void check_number_is_new(const Reader &reader, FirstPositions<uint32_t> &numbers
   const std::optional<Position> earlier = numbers.earlier(number, position);
   if (!earlier) return;
   reader.diagnostics().add(position, concat("duplicate ", what, " ", number),
-                           concat("each number once; the first is in line ", earlier->line));
+                           concat("each number once; the first is in line ", earlier->line), {}, *earlier);
 }
 
 }  // namespace
@@ -76,7 +76,8 @@ void check_class_is_new(const Reader &reader, FirstPositions<std::string> &class
   const std::optional<Position> earlier = classes.earlier(name.value, name.position);
   if (!earlier) return;
   reader.diagnostics().add(name.position, concat("class-map '", name.value, "' has a rule already"),
-                           concat("one rule for a class-map in an event; the first is in line ", earlier->line));
+                           concat("one rule for a class-map in an event; the first is in line ", earlier->line), {},
+                           *earlier);
 }
 
 EventRules read_event(const Reader &reader, Name event, const yaml::Node &body) {

@@ -120,7 +120,7 @@ std::vector<std::pair<Name, const yaml::Node *>> Reader::named_entries(const yam
     if (!read) continue;
     if (const std::optional<Position> earlier = seen.earlier(key->text, key->position)) {
       diagnostics_->add(key->position, concat("duplicate name '", key->text, "'"),
-                        concat(what, " once; the first is in line ", earlier->line));
+                        concat(what, " once; the first is in line ", earlier->line), {}, *earlier);
     } else {
       good.emplace_back(std::move(*read), body);
     }

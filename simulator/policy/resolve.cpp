@@ -235,7 +235,7 @@ void Resolver::check_hidden_names(const ParameterMap &map) {
     diagnostics_->add(statement.position,
                       concat("map-index ", statement.index, " gives the hidden class-map ", kHiddenPrefix, name,
                              " that line ", earlier->position.line, " has already"),
-                      "another map-index or parameter-map name");
+                      "another map-index or parameter-map name", {}, earlier->position);
   }
 }
 

@@ -139,6 +139,21 @@ size_t Source::offset_of(size_t line, size_t byte) const {
   return std::min(start + byte, text_.size());
 }
 
+size_t Source::offset_of(Position position) const {
+  if (position.line < first_line_ || position.column == 0) return 0;
+  const size_t line = position.line - first_line_;
+  // A column is at most that of the byte with the same number: each round takes the continuation bytes that it found.
+  size_t byte = position.column - 1;
+  for (uint32_t column = 0; offset_of(line, byte) < text_.size(); byte += position.column - column) {
+    column = position_of(line, byte).column;
+    if (column >= position.column) break;
+  }
+  size_t offset = offset_of(line, byte);
+  while (offset < text_.size() && is_continuation(text_[offset]))
+    ++offset;
+  return offset;
+}
+
 Position Source::position_of(size_t line, size_t byte) const {
   const size_t start = line < line_starts_.size() ? line_starts_[line] : text_.size();
   const size_t continuations = continuations_before(start + byte) - continuations_before(start);

@@ -36,6 +36,8 @@ class Source {
   // The same for a byte of the text, and which byte of the text that one is.
   Position position_at(size_t offset) const;
   size_t offset_of(size_t line, size_t byte) const;
+  // The first byte of the character at a position of the source. The file as a whole begins with its first byte.
+  size_t offset_of(Position position) const;
 
  private:
   size_t continuations_before(size_t offset) const;

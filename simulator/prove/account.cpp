@@ -10,7 +10,7 @@ namespace simulator::prove {
 
 namespace {
 
-std::optional<std::string> value_in(const lint::Input &input, const std::string &attribute) {
+std::optional<std::string> value_in(const reasoning::Input &input, const std::string &attribute) {
   const auto found = input.find(attribute);
   return found == input.end() ? std::nullopt : found->second;
 }
@@ -59,7 +59,7 @@ bool is_named(const RuleRun &run, const std::string &name) {
   return run.rule->class_map->name.value == name || rule_name(*run.policy, *run.event, *run.rule->rule) == name;
 }
 
-Account account_of(const EventExplanation &explanation, const lint::Input &before) {
+Account account_of(const EventExplanation &explanation, const reasoning::Input &before) {
   Account account{.verdict = explanation.outcome.verdict};
   for (const auto &[attribute, value] : before) {
     if (value) account.after[attribute] = value;
@@ -74,7 +74,7 @@ Account account_of(const EventExplanation &explanation, const lint::Input &befor
 }
 
 std::vector<std::string> contradictions(const Claim &claim, const EventExplanation &explanation,
-                                        const lint::Input &before) {
+                                        const reasoning::Input &before) {
   const Account account = account_of(explanation, before);
   const std::string &subject = claim.subject.value;
   const std::string verdict = to_string(account.verdict);
@@ -98,9 +98,9 @@ std::vector<std::string> contradictions(const Claim &claim, const EventExplanati
   return {};
 }
 
-bool contradicts(const Claim &claim, const EventExplanation &explanation, const lint::Input &before) {
+bool contradicts(const Claim &claim, const EventExplanation &explanation, const reasoning::Input &before) {
   const bool is_about_these = std::all_of(claim.when.begin(), claim.when.end(),
-                                          [&](const Filter &filter) { return lint::holds(filter, before); });
+                                          [&](const Filter &filter) { return reasoning::holds(filter, before); });
   return is_about_these && !contradictions(claim, explanation, before).empty();
 }
 
@@ -109,7 +109,7 @@ std::vector<std::string> differences(const Account &before, const Account &after
   if (before.verdict != after.verdict)
     found.push_back(concat("the verdict: ", to_string(before.verdict), " -> ", to_string(after.verdict)));
   std::set<std::string> attributes;
-  for (const lint::Input *input : {&before.after, &after.after}) {
+  for (const reasoning::Input *input : {&before.after, &after.after}) {
     for (const auto &[attribute, value] : *input)
       attributes.insert(attribute);
   }

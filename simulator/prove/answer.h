@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "simulator/explanation/explanation.h"
-#include "simulator/lint/inputs.h"
-#include "simulator/lint/stage.h"
 #include "simulator/policy/model.h"
-#include "simulator/prove/solver.h"
+#include "simulator/reasoning/effort.h"
+#include "simulator/reasoning/inputs.h"
+#include "simulator/reasoning/stage.h"
 #include "simulator/text/text.h"
 
 namespace simulator::prove {
@@ -21,7 +21,7 @@ enum class Result : uint8_t { proved, refuted, undecided };
 
 // What the event did when a witness was played. The explanation refers to the stage's copy of 'file'.
 struct Play {
-  std::shared_ptr<lint::Stage> stage{};
+  std::shared_ptr<reasoning::Stage> stage{};
   const PolicyFile *file = nullptr;
   Step step{};
   EventExplanation explanation{};
@@ -32,11 +32,11 @@ struct Answer {
   std::string name{};  // of the question
   Position position{};
   std::string event{};
-  lint::Policies policies{};         // of 'refuted' and 'undecided': active together
+  reasoning::Policies policies{};    // of 'refuted' and 'undecided': active together
   std::vector<std::string> notes{};  // of 'proved': what the reader should know
   std::vector<std::string> why{};    // of 'undecided': what stood in the way
   std::vector<std::string> what{};   // of 'refuted': what happens with the witness
-  lint::Input witness{};             // of 'refuted'
+  reasoning::Input witness{};        // of 'refuted'
   std::vector<Play> plays{};         // of 'refuted': for comparisons, of the old file and of the new one
 };
 
@@ -50,7 +50,7 @@ struct Answers {
   }
 };
 
-// Starts the clock of a question.
-using Clock = std::function<Patience()>;
+// Starts the clock of a question: the result answers whether there is time left.
+using Clock = std::function<reasoning::MayGoOn()>;
 
 }  // namespace simulator::prove

@@ -14,13 +14,16 @@ namespace {
 class ClaimProver {
  public:
   ClaimProver(const PolicyFile &file, const Clock &clock)
-      : file_(&file), clock_(&clock), hints_(lint::hints_of(file)), stage_(std::make_shared<lint::Stage>(file)) {}
+      : file_(&file),
+        clock_(&clock),
+        hints_(reasoning::hints_of(file)),
+        stage_(std::make_shared<reasoning::Stage>(file)) {}
 
   Answer answer(const Claim &claim);
   Complaints finish() { return stage_->finish(); }
 
  private:
-  Answer answer_for(const Claim &claim, const lint::Policies &policies, const Patience &patience);
+  Answer answer_for(const Claim &claim, const reasoning::Policies &policies, const reasoning::MayGoOn &may_go_on);
   Answer proved(Answer answer, Question &question, Formula conditions) const;
   Answer played(Answer answer, const Claim &claim, const FoundInput &found);
   Formula violation_of(const Claim &claim, const SymbolicOutcome &outcome, Question &question) const;
@@ -28,13 +31,13 @@ class ClaimProver {
 
   const PolicyFile *file_;
   const Clock *clock_;
-  lint::Hints hints_;
-  std::shared_ptr<lint::Stage> stage_;
+  reasoning::Hints hints_;
+  std::shared_ptr<reasoning::Stage> stage_;
 };
 
-std::vector<lint::Policies> lists_for(const PolicyFile &file, const Claim &claim) {
+std::vector<reasoning::Policies> lists_for(const PolicyFile &file, const Claim &claim) {
   if (claim.policies.empty()) return lists_of_targets(file);
-  lint::Policies policies;
+  reasoning::Policies policies;
   for (const Name &policy : claim.policies)
     policies.push_back(policy.value);
   return {policies};
@@ -42,13 +45,13 @@ std::vector<lint::Policies> lists_for(const PolicyFile &file, const Claim &claim
 
 // The first list of policy-maps for which the claim does not hold ends the search; next, one for which it is open.
 Answer ClaimProver::answer(const Claim &claim) {
-  const Patience patience = (*clock_)();
+  const reasoning::MayGoOn may_go_on = (*clock_)();
   Answer all{
       .result = Result::proved, .name = claim.name.value, .position = claim.name.position, .event = claim.event.value};
   bool first = true;
-  for (const lint::Policies &policies : lists_for(*file_, claim)) {
+  for (const reasoning::Policies &policies : lists_for(*file_, claim)) {
     interruption::check();
-    Answer one = answer_for(claim, policies, patience);
+    Answer one = answer_for(claim, policies, may_go_on);
     if (one.result == Result::refuted) return one;
     if (first || (all.result == Result::proved && one.result == Result::undecided)) all = std::move(one);
     first = false;
@@ -56,10 +59,11 @@ Answer ClaimProver::answer(const Claim &claim) {
   return all;
 }
 
-Answer ClaimProver::answer_for(const Claim &claim, const lint::Policies &policies, const Patience &patience) {
+Answer ClaimProver::answer_for(const Claim &claim, const reasoning::Policies &policies,
+                               const reasoning::MayGoOn &may_go_on) {
   Answer answer{
       .name = claim.name.value, .position = claim.name.position, .event = claim.event.value, .policies = policies};
-  Question question(hints_, patience);
+  Question question(hints_, may_go_on);
   const SymbolicOutcome outcome = question.raise(*file_, policies, claim.event.value);
   if (!outcome.is_complete) {
     answer.why = {outcome.why_incomplete};
@@ -69,12 +73,12 @@ Answer ClaimProver::answer_for(const Claim &claim, const lint::Policies &policie
   const Formula violation = violation_of(claim, outcome, question);
   const FoundInput found = question.find(question.formulas().both(conditions, violation));
   switch (found.can) {
-    case lint::Can::impossible:
+    case reasoning::Can::impossible:
       return proved(std::move(answer), question, conditions);
-    case lint::Can::unknown:
+    case reasoning::Can::unknown:
       answer.why = found.why;
       return answer;
-    case lint::Can::possible:
+    case reasoning::Can::possible:
       break;
   }
   return played(std::move(answer), claim, found);
@@ -82,7 +86,7 @@ Answer ClaimProver::answer_for(const Claim &claim, const lint::Policies &policie
 
 Answer ClaimProver::proved(Answer answer, Question &question, Formula conditions) const {
   answer.result = Result::proved;
-  if (question.find(conditions).can == lint::Can::impossible)
+  if (question.find(conditions).can == reasoning::Can::impossible)
     answer.notes.push_back("but only because no target satisfies its conditions");
   return answer;
 }
@@ -150,11 +154,11 @@ Formula ClaimProver::violation_of(const Claim &claim, const SymbolicOutcome &out
 
 }  // namespace
 
-std::vector<lint::Policies> lists_of_targets(const PolicyFile &file) {
-  std::vector<lint::Policies> lists;
-  std::set<lint::Policies> known;
+std::vector<reasoning::Policies> lists_of_targets(const PolicyFile &file) {
+  std::vector<reasoning::Policies> lists;
+  std::set<reasoning::Policies> known;
   for (const Target &target : file.targets) {
-    lint::Policies policies;
+    reasoning::Policies policies;
     for (const Name &policy : target.policies)
       policies.push_back(policy.value);
     if (known.insert(policies).second) lists.push_back(std::move(policies));

@@ -10,6 +10,6 @@ namespace simulator::prove {
 Answers prove_claims(const PolicyFile &file, const Clock &clock);
 
 // The lists of policy-maps that the targets of a file have, each once, in the order of the file.
-std::vector<lint::Policies> lists_of_targets(const PolicyFile &file);
+std::vector<reasoning::Policies> lists_of_targets(const PolicyFile &file);
 
 }  // namespace simulator::prove

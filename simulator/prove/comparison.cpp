@@ -13,14 +13,14 @@ namespace {
 
 // The policy-maps of one target, before and after.
 struct Lists {
-  lint::Policies before;
-  lint::Policies after;
+  reasoning::Policies before;
+  reasoning::Policies after;
 
   auto operator<=>(const Lists &) const = default;
 };
 
-lint::Policies policies_of(const Target &target) {
-  lint::Policies policies;
+reasoning::Policies policies_of(const Target &target) {
+  reasoning::Policies policies;
   for (const Name &policy : target.policies)
     policies.push_back(policy.value);
   return policies;
@@ -44,7 +44,7 @@ std::vector<Lists> lists_of(const Comparison &comparison) {
   return lists;
 }
 
-bool handles(const PolicyFile &file, const lint::Policies &policies, const std::string &event) {
+bool handles(const PolicyFile &file, const reasoning::Policies &policies, const std::string &event) {
   for (const std::string &name : policies) {
     for (const EventRules &rules : file.find_policy_map(name)->events) {
       if (rules.event.value == event) return true;
@@ -61,7 +61,7 @@ std::vector<std::string> events_of(const Comparison &comparison) {
   return events;
 }
 
-std::string text_of(const lint::Policies &policies) {
+std::string text_of(const reasoning::Policies &policies) {
   return concat(policies.size() == 1 ? "policy-map " : "policy-maps ",
                 comma_separated({policies.begin(), policies.end()}));
 }
@@ -71,9 +71,9 @@ std::string text_of(const std::string &event, const Lists &lists) {
   return lists.before == lists.after ? text : concat(text, ", before with ", text_of(lists.before));
 }
 
-lint::Hints hints_of(const Comparison &comparison) {
-  lint::Hints hints = lint::hints_of(*comparison.after);
-  for (auto &[attribute, values] : lint::hints_of(*comparison.before))
+reasoning::Hints hints_of(const Comparison &comparison) {
+  reasoning::Hints hints = reasoning::hints_of(*comparison.after);
+  for (auto &[attribute, values] : reasoning::hints_of(*comparison.before))
     hints[attribute].insert(hints[attribute].end(), values.begin(), values.end());
   return hints;
 }
@@ -90,13 +90,13 @@ class Comparer {
   Formula difference(const SymbolicOutcome &before, const SymbolicOutcome &after, Question &question) const;
   Answer played(Answer answer, const Lists &lists, const FoundInput &found);
   bool play_both(Answer &answer, const Lists &lists, const FoundInput &found);
-  std::optional<Play> play_once(const PolicyFile &file, const lint::Policies &policies, const std::string &event,
-                                const lint::Input &input);
+  std::optional<Play> play_once(const PolicyFile &file, const reasoning::Policies &policies, const std::string &event,
+                                const reasoning::Input &input);
   std::vector<std::string> seen_differences(const Answer &answer) const;
 
   const Comparison *comparison_;
   const Clock *clock_;
-  lint::Hints hints_;
+  reasoning::Hints hints_;
   Complaints problems_{};
 };
 
@@ -121,16 +121,16 @@ Answer Comparer::answer(const std::string &event, const Lists &lists) {
 
   const Formula conditions = question.holds_before(comparison_->when);
   const FoundInput found = question.find(question.formulas().both(conditions, difference(before, after, question)));
-  if (found.can == lint::Can::possible) return played(std::move(answer), lists, found);
-  if (found.can == lint::Can::impossible) answer.result = Result::proved;
+  if (found.can == reasoning::Can::possible) return played(std::move(answer), lists, found);
+  if (found.can == reasoning::Can::impossible) answer.result = Result::proved;
   answer.why = found.why;
   return answer;
 }
 
 // A process has one repository at a time, so each file has a stage of its own for each witness.
-std::optional<Play> Comparer::play_once(const PolicyFile &file, const lint::Policies &policies,
-                                        const std::string &event, const lint::Input &input) {
-  const auto stage = std::make_shared<lint::Stage>(file);
+std::optional<Play> Comparer::play_once(const PolicyFile &file, const reasoning::Policies &policies,
+                                        const std::string &event, const reasoning::Input &input) {
+  const auto stage = std::make_shared<reasoning::Stage>(file);
   std::optional<Play> seen = play(file, stage, policies, event, input);
   for (std::string &problem : stage->finish())
     problems_.push_back(std::move(problem));

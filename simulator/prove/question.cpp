@@ -31,19 +31,17 @@ void cut_common_ends(std::vector<LoggedText> &one, std::vector<LoggedText> &othe
 
 }  // namespace
 
-Question::Question(lint::Hints hints, Patience patience)
-    : hints_(std::move(hints)), patience_(std::move(patience)), effort_([this] { return patience_() > 0; }) {}
+Question::Question(reasoning::Hints hints, reasoning::MayGoOn may_go_on)
+    : hints_(std::move(hints)), may_go_on_(std::move(may_go_on)) {}
 
-SymbolicOutcome Question::raise(const PolicyFile &file, const lint::Policies &policies, const std::string &event) {
-  return SymbolicRun(file, formulas_, tests_, patience_).raise(policies, event);
+SymbolicOutcome Question::raise(const PolicyFile &file, const reasoning::Policies &policies, const std::string &event) {
+  return SymbolicRun(file, formulas_, tests_, may_go_on_).raise(policies, event);
 }
 
 Formula Question::holds_before(const std::vector<Filter> &filters) {
   Formula all = Formula::always();
-  for (const Filter &filter : filters) {
-    const Formula passes = tests_.passes(filter.attribute.value, filter);
-    all = formulas_.both(all, filter.no_match ? ~passes : passes);
-  }
+  for (const Filter &filter : filters)
+    all = formulas_.both(all, tests_.holds(filter));
   return all;
 }
 
@@ -97,10 +95,10 @@ Formula Question::logs_differ(const SymbolicOutcome &one, const SymbolicOutcome 
 }
 
 FoundInput Question::find(Formula formula) {
-  return solver_.find(formula);
+  return solver_.find_first({formula});
 }
 
-Step step_with(const std::string &event, const lint::Input &input) {
+Step step_with(const std::string &event, const reasoning::Input &input) {
   Step step;
   step.event.value = event;
   step.target.value = "a target";
@@ -116,7 +114,7 @@ Step step_with(const std::string &event, const lint::Input &input) {
 namespace {
 
 // A repository has no id for an event that no policy-map of its file handles; nothing happens.
-EventExplanation explanation_of_unknown(const PolicyFile &file, const lint::Policies &policies,
+EventExplanation explanation_of_unknown(const PolicyFile &file, const reasoning::Policies &policies,
                                         const std::string &event) {
   EventExplanation explanation{.event = event};
   for (const std::string &policy : policies)
@@ -126,8 +124,8 @@ EventExplanation explanation_of_unknown(const PolicyFile &file, const lint::Poli
 
 }  // namespace
 
-std::optional<Play> play(const PolicyFile &file, const std::shared_ptr<lint::Stage> &stage,
-                         const lint::Policies &policies, const std::string &event, const lint::Input &input) {
+std::optional<Play> play(const PolicyFile &file, const std::shared_ptr<reasoning::Stage> &stage,
+                         const reasoning::Policies &policies, const std::string &event, const reasoning::Input &input) {
   if (file.event_id(event) == 0)
     return Play{stage, &file, step_with(event, input), explanation_of_unknown(file, policies, event)};
   std::optional<EventExplanation> explanation = stage->play(policies, event, input);

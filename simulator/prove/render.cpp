@@ -2,8 +2,8 @@
 
 #include "simulator/explanation/explanation_json.h"
 #include "simulator/explanation/explanation_text.h"
-#include "simulator/lint/render.h"
 #include "simulator/policy/position_json.h"
+#include "simulator/reasoning/render.h"
 #include "simulator/text/text.h"
 
 namespace simulator::prove {
@@ -41,7 +41,7 @@ std::string place_of(const PolicyFile &file, const Answer &answer) {
 }
 
 // The attributes that matter and are absent are left out: a target that has these and no others is a witness, too.
-std::string text_of_witness(const lint::Input &witness) {
+std::string text_of_witness(const reasoning::Input &witness) {
   std::string text;
   for (const auto &[attribute, value] : witness) {
     if (value) text += concat(text.empty() ? "" : ", ", attribute, " is ", as_word(*value));
@@ -49,7 +49,7 @@ std::string text_of_witness(const lint::Input &witness) {
   return text.empty() ? "a target without attributes" : text;
 }
 
-std::string text_of_policies(const lint::Policies &policies) {
+std::string text_of_policies(const reasoning::Policies &policies) {
   return concat("policy-map", policies.size() == 1 ? " " : "s ", comma_separated({policies.begin(), policies.end()}));
 }
 
@@ -106,7 +106,7 @@ Json json_of(const PolicyFile &file, const Answer &answer) {
   object["notes"] = Json(answer.notes);
   object["in_the_way"] = Json(answer.why);
   object["what"] = Json(answer.what);
-  object["witness"] = answer.result == Result::refuted ? lint::json_of_input(answer.witness) : Json(nullptr);
+  object["witness"] = answer.result == Result::refuted ? reasoning::json_of_input(answer.witness) : Json(nullptr);
   object["explanations"] = Json::array();
   for (const Play &play : answer.plays) {
     Json played;

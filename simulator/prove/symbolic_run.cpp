@@ -5,8 +5,7 @@
 #include <utility>
 
 #include "engine/engine.h"
-#include "simulator/lint/checks.h"
-#include "simulator/lint/inputs.h"
+#include "simulator/reasoning/matching.h"
 #include "simulator/text/interruption.h"
 #include "simulator/text/text.h"
 
@@ -33,7 +32,7 @@ void SymbolicRun::give_up(const std::string &why) {
 
 bool SymbolicRun::may_go_on() {
   interruption::check();
-  if ((*patience_)() == 0) give_up("the time is over");
+  if (!(*may_go_on_)()) give_up("the time is over");
   if (formulas_->too_many()) give_up("the formulas take too much memory");
   return why_given_up_.empty();
 }
@@ -57,9 +56,9 @@ void SymbolicRun::walk_policies(const std::string &event, Under &under, Symbolic
 void SymbolicRun::walk_first(const EventRules &event, Under &under, SymbolicOutcome &outcome) {
   std::vector<Branch> branches;
   Formula none_before = Formula::always();
-  for (const Rule *rule : lint::in_order(event.rules)) {
+  for (const Rule *rule : in_order(event.rules)) {
     if (!may_go_on() || none_before == Formula::never()) break;
-    const Formula matches = class_matches(*file_->find_class_map(rule->class_map.value), outcome.values);
+    const Formula matches = when_matches(*file_->find_class_map(rule->class_map.value), outcome.values);
     const Formula runs = formulas_->both(none_before, matches);
     none_before = formulas_->both(none_before, ~matches);
     if (runs == Formula::never()) continue;
@@ -70,9 +69,9 @@ void SymbolicRun::walk_first(const EventRules &event, Under &under, SymbolicOutc
 }
 
 void SymbolicRun::walk_all(const EventRules &event, Under &under, SymbolicOutcome &outcome) {
-  for (const Rule *rule : lint::in_order(event.rules)) {
+  for (const Rule *rule : in_order(event.rules)) {
     if (!may_go_on()) return;
-    const Formula matches = class_matches(*file_->find_class_map(rule->class_map.value), outcome.values);
+    const Formula matches = when_matches(*file_->find_class_map(rule->class_map.value), outcome.values);
     if (matches == Formula::never()) continue;
     std::vector<Branch> branches;
     Branch &branch = branches.emplace_back(Branch{matches, branch_of(outcome)});
@@ -87,20 +86,17 @@ const SymbolicValue &SymbolicRun::value(const SymbolicValues &values, const std:
   return found == values.end() ? kInitial : *found->second;
 }
 
-Formula SymbolicRun::class_matches(const ClassMap &map, const SymbolicValues &values) {
-  std::vector<Formula> parts;
-  for (const Filter &filter : map.filters) {
+template <class Part>
+Formula SymbolicRun::when_matches(const Part &part, const SymbolicValues &values) {
+  return reasoning::formula_of(part, *formulas_, [&](const Filter &filter) {
     const std::string &attribute = filter.attribute.value;
-    const Formula holds = value_of(attribute).holds(value(values, attribute), filter);
-    parts.push_back(map.match == ClassMatch::all ? ~holds : holds);
-  }
-  const Formula found = formulas_->any_of(std::move(parts));
-  return map.match == ClassMatch::any ? found : ~found;
+    return value_of(attribute).holds(value(values, attribute), filter);
+  });
 }
 
 void SymbolicRun::run_rule(const Rule &rule, Under &under, SymbolicOutcome &outcome) {
   add_to(outcome.runs, &rule, Formula::always());
-  run_actions(lint::in_order(rule.actions), 0, rule.execute, under, outcome);
+  run_actions(in_order(rule.actions), 0, rule.execute, under, outcome);
 }
 
 // ---- Actions --------------------------------------------------------------------------------------------------------------
@@ -196,7 +192,7 @@ Formula SymbolicRun::apply(const Action &action, Under &under, SymbolicOutcome &
   Formula none_before = Formula::always();
   for (const Statement &statement : file_->find_parameter_map(action.subject.value)->statements) {
     if (!may_go_on()) break;
-    const Formula matches = statement_matches(statement, outcome.values);
+    const Formula matches = when_matches(statement, outcome.values);
     const Formula runs = formulas_->both(none_before, matches);
     none_before = formulas_->both(none_before, ~matches);
     if (runs == Formula::never()) continue;
@@ -208,23 +204,10 @@ Formula SymbolicRun::apply(const Action &action, Under &under, SymbolicOutcome &
   return formulas_->any_of(std::move(successes));
 }
 
-// One of the filters of each attribute has to hold.
-Formula SymbolicRun::statement_matches(const Statement &statement, const SymbolicValues &values) {
-  Formula matches = Formula::always();
-  for (const auto &[attribute, filters] : lint::by_attribute(statement)) {
-    const std::string name(attribute);
-    std::vector<Formula> ways;
-    for (const Filter *filter : filters)
-      ways.push_back(value_of(name).holds(value(values, name), *filter));
-    matches = formulas_->both(matches, formulas_->any_of(std::move(ways)));
-  }
-  return matches;
-}
-
 // All actions run, whatever they return.
 Formula SymbolicRun::run_statement(const Statement &statement, Under &under, SymbolicOutcome &outcome) {
   Formula succeeds = Formula::always();
-  for (const Action *action : lint::in_order(statement.actions)) {
+  for (const Action *action : in_order(statement.actions)) {
     if (!may_go_on()) break;
     const Formula succeeded = run_action(*action, under, outcome);
     outcome.fails = formulas_->either(outcome.fails, ~succeeded);

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "simulator/policy/model.h"
-#include "simulator/prove/patience.h"
 #include "simulator/prove/symbolic_value.h"
+#include "simulator/reasoning/effort.h"
 
 namespace simulator::prove {
 
@@ -43,8 +43,8 @@ struct SymbolicOutcome {
 class SymbolicRun {
  public:
   // Everything must outlive the run.
-  SymbolicRun(const PolicyFile &file, Formulas &formulas, ValueTests &tests, const Patience &patience)
-      : file_(&file), formulas_(&formulas), tests_(&tests), patience_(&patience) {}
+  SymbolicRun(const PolicyFile &file, Formulas &formulas, ValueTests &tests, const reasoning::MayGoOn &may_go_on)
+      : file_(&file), formulas_(&formulas), tests_(&tests), may_go_on_(&may_go_on) {}
 
   // The event on a target that has these policy-maps.
   SymbolicOutcome raise(const std::vector<std::string> &policies, const std::string &event);
@@ -64,14 +64,14 @@ class SymbolicRun {
   void walk_policies(const std::string &event, Under &under, SymbolicOutcome &outcome);
   void walk_first(const EventRules &event, Under &under, SymbolicOutcome &outcome);
   void walk_all(const EventRules &event, Under &under, SymbolicOutcome &outcome);
-  Formula class_matches(const ClassMap &map, const SymbolicValues &values);
+  template <class Part>
+  Formula when_matches(const Part &part, const SymbolicValues &values);
   void run_rule(const Rule &rule, Under &under, SymbolicOutcome &outcome);
   void run_actions(const std::vector<const Action *> &actions, size_t first, Execute execute, Under &under,
                    SymbolicOutcome &outcome);
   Formula run_action(const Action &action, Under &under, SymbolicOutcome &outcome);
   Formula raise(const Action &action, const Under &under, SymbolicOutcome &outcome);
   Formula apply(const Action &action, Under &under, SymbolicOutcome &outcome);
-  Formula statement_matches(const Statement &statement, const SymbolicValues &values);
   Formula run_statement(const Statement &statement, Under &under, SymbolicOutcome &outcome);
   Formula clear(const std::string &attribute, SymbolicOutcome &outcome);
 
@@ -90,7 +90,7 @@ class SymbolicRun {
   const PolicyFile *file_;
   Formulas *formulas_;
   ValueTests *tests_;
-  const Patience *patience_;
+  const reasoning::MayGoOn *may_go_on_;
   std::vector<const PolicyMap *> policies_{};
   unsigned nested_ = 0;
   std::string why_given_up_{};

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "engine/engine.h"
-#include "simulator/lint/values.h"
+#include "simulator/reasoning/values.h"
 #include "simulator/text/text.h"
 
 namespace simulator::prove {
@@ -87,7 +87,7 @@ Formula ValueOf::passes(const Term &term, const Filter &filter) {
     case Term::Kind::counted:
       return counted_passes(term.counts, filter);
     case Term::Kind::text:
-      return lint::holds(filter, term.text) != filter.no_match ? Formula::always() : Formula::never();
+      return reasoning::holds(filter, term.text) != filter.no_match ? Formula::always() : Formula::never();
     case Term::Kind::absent:
       return Formula::never();
   }

@@ -10,10 +10,14 @@
 #include <string>
 
 #include "simulator/policy/model.h"
-#include "simulator/prove/formula.h"
-#include "simulator/prove/tests_of_values.h"
+#include "simulator/reasoning/formula.h"
+#include "simulator/reasoning/tests_of_values.h"
 
 namespace simulator::prove {
+
+using reasoning::Formula;
+using reasoning::Formulas;
+using reasoning::ValueTests;
 
 struct Term {
   enum class Kind : uint8_t {

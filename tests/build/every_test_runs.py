@@ -93,6 +93,12 @@ def run_by_commands(root):
     return {script for text in texts for script in re.findall(r"\btests/[\w/]+\.(?:py|sh)", text)}
 
 
+def modules_of(root, test):
+    """The Python files beside a test that it imports."""
+    text = (root / test).read_text() if test.endswith(".py") else ""
+    return {str(pathlib.PurePath(test).with_name(f"{name}.py")) for name in re.findall(r"^(?:from|import) (\w+)", text, re.MULTILINE)}
+
+
 def main():
     root, scratch = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
     listed = run("git", "-c", f"safe.directory={root}", "ls-files", "-co", "--exclude-standard", "tests", "fuzz", cwd=root).splitlines()
@@ -101,8 +107,13 @@ def main():
     names = ", ".join(build.preset for build in builds)
     elsewhere = run_by_commands(root)
 
-    def runs(test):
+    def is_run(test):
         return test in elsewhere or any(build.runs(test) for build in builds)
+
+    imported = {module for test in tests if is_run(test) for module in modules_of(root, test)}
+
+    def runs(test):
+        return is_run(test) or test in imported
 
     wrong = [f"{test} is run by none of the builds {names}" for test in tests if not runs(test)]
     wrong += [f"{t} has a test that is disabled" for t in tests if DISABLED.search((root / t).read_text())]

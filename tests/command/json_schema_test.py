@@ -11,6 +11,7 @@ import jsonschema
 
 PATHS = "tests/command/policies/paths.yaml"
 LINT = "tests/command/policies/lint.yaml"
+BROADBAND_EVENT = '{"event": "session-start", "target": "line-0101"}\n'
 EXAMPLES = ["broadband", "guest-network", "interface-qos"]
 
 # The command lines to try for each sub-command, each with its exit code and, if needed, its standard input.
@@ -89,6 +90,8 @@ CASES = {
         (0, ["examples/broadband.yaml", "-o", "/dev/null"]),
         (0, ["examples/broadband.yaml", "--against", "examples/guest-network.yaml", "-o", "/dev/null"]),
         (0, ["-", "--against", "examples/guest-network.yaml", "-o", "/dev/null"], "{}\n"),
+        (0, ["examples/broadband.yaml", "--events", "-", "-o", "/dev/null"], BROADBAND_EVENT + "{}\n"),
+        (0, ["examples/broadband.yaml", "--against", "examples/broadband.yaml", "--events", "-", "-o", "/dev/null"], BROADBAND_EVENT),
         (65, ["README.md", "--against", "/nowhere", "-o", "/dev/null"]),
     ],
     "schema": [(0, [])],

@@ -397,4 +397,24 @@ TEST(Lint, EndsOnFilesThatWereMadeToBeHard) {
   EXPECT_NE(result.out.find(", and so on through 1484 more events, until"), std::string::npos) << result.out;
 }
 
+TEST(Lint, ComparesClassMapsWithThousandsOfPrefixes) {
+  std::string wide;
+  std::string narrow;
+  for (int number = 1000; number < 3000; ++number) {
+    wide += "    - {attribute: a, prefix: p" + std::to_string(number) + "}\n";
+    narrow += "    - {attribute: a, prefix: p" + std::to_string(number) + "x}\n";
+  }
+  const Result result = run_zar({"lint", "-", "--only", "shadowed-rule"},
+                                "domains: {d: }\nclass-maps:\n  wide:\n    match: any\n    filters:\n" + wide +
+                                    "  narrow:\n    match: any\n    filters:\n" + narrow +
+                                    "policy-maps:\n  p:\n    events:\n      e:\n        match: first\n        rules:\n"
+                                    "          - {number: 1, class: wide, actions: []}\n"
+                                    "          - {number: 2, class: narrow, actions: []}\n");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err, "");
+  EXPECT_NE(result.out.find("rule p/e/2, class-map narrow, never runs: an earlier rule takes all that it matches"),
+            std::string::npos)
+      << result.out;
+}
+
 }  // namespace

@@ -2,8 +2,10 @@
 
 Usage: report_page_test.py ZAR SOURCE_DIR
 """
+import collections
 import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -80,6 +82,13 @@ class Project:
 
     def json(self, *line):
         return json.loads(self.run(*line, "--json", good=(0, 1)))
+
+    def results(self, policy, log):
+        """The results of the lines of a stream, and how often each rule ran."""
+        done = subprocess.run([self.zar, "run", policy, "--events", log, "--jsonl"], cwd=self.root, capture_output=True, text=True)
+        assert done.returncode in (0, 65), done.stderr
+        hits = re.findall(r"^ +(\d+)  (\S+/\S+/\d+)$", done.stderr, re.MULTILINE)
+        return [json.loads(line) for line in done.stdout.splitlines()], {rule: int(count) for count, rule in hits}
 
     def report(self, *line, given=""):
         page = self.folder / "page.html"
@@ -221,14 +230,133 @@ def shows_hostile_texts_as_texts(browser, project):
 
 
 def stays_small(browser, project):
-    """5,000 rules and 20,000 events."""
+    """5,000 rules, 20,000 events of the scenario, and 100,000 of a stream."""
     policy = subprocess.run([sys.executable, project.root / "scripts/make_large_policy.py", "--rules", "5000", "--policies", "40",
                              "--classes", "2000", "--targets", "500", "--events", "20000"],
                             check=True, capture_output=True, text=True).stdout
-    page = project.report("-", "--effort", "0", given=policy)
+    log = project.folder / "large.jsonl"
+    with log.open("w") as lines:
+        for number in range(100_000):
+            lines.write(f'{{"event": "event-{number % 13}", "target": "target-{number * 7 % 500}", "set": {{"volume": {number % 128}}}}}\n')
+    page = project.report("-", "--effort", "0", "--events", log, given=policy)
     assert page.stat().st_size < 10_000_000, page.stat().st_size
     browser.open(page)
     assert browser.ask("document.querySelectorAll('tr.rule').length") == 5000
+    assert len(browser.rows("#stream-rules")) == 5000
+    assert sum(int(row["Events"]) for row in browser.rows("#stream-time")) == 100_000
+    assert sum(int(row["Events"]) for row in browser.rows("#stream-targets")) == 100_000
+    browser.is_quiet()
+
+
+VERDICTS = ("Permit", "Deny", "None")
+
+
+def counts_of(row):
+    assert int(row["Events"]) == sum(int(row[verdict]) for verdict in VERDICTS), row
+    return [int(row[verdict]) for verdict in VERDICTS]
+
+
+def verdicts_of(events):
+    return [sum(event["verdict"] == verdict.lower() for event in events) for verdict in VERDICTS]
+
+
+def stretches_are_those_of_run(browser, events):
+    """Equal parts of the stream, and the last with what is left."""
+    rows = browser.rows("#stream-time")
+    assert 100 <= len(rows) <= 200, len(rows)
+    length = int(rows[1]["From event"]) - 1
+    assert browser.ask("document.body.textContent").count(f"Each column has {length} events") == 1
+    parts = [events[first:first + length] for first in range(0, len(events), length)]
+    assert len(rows) == len(parts), (len(rows), len(parts))
+    for at, (row, part) in enumerate(zip(rows, parts)):
+        assert int(row["From event"]) == at * length + 1, row
+        assert counts_of(row) == verdicts_of(part), (row, at)
+    columns = browser.ask("[...document.querySelectorAll('figure:has(#stream-time) .columns > .bar')].length")
+    assert columns == len(rows), columns
+
+
+def named_verdicts_are(browser, table, heading, events, name_of):
+    named = collections.defaultdict(list)
+    for event in events:
+        named[name_of(event)].append(event)
+    shown = {row[heading]: counts_of(row) for row in browser.rows(table)}
+    assert shown == {name: verdicts_of(those) for name, those in named.items()}, shown
+
+
+def stream_is_that_of_run(browser, project, policy, log):
+    results, hits = project.results(policy, log)
+    events = [result for result in results if "error" not in result]
+    bad = [(str(result["line"]), result["error"]) for result in results if "error" in result]
+    stretches_are_those_of_run(browser, events)
+    named_verdicts_are(browser, "#stream-events", "Event", events, lambda event: event["event"])
+    session = "authorisation, service (client access)"
+    named_verdicts_are(browser, "#stream-targets", "Policy-maps and client", events,
+                       lambda event: session if event["target"].startswith(("session-", "line-")) else "service")
+    shown = {row["Rule"]: int(row["Hits"]) for row in browser.rows("#stream-rules")}
+    assert {rule: count for rule, count in shown.items() if count > 0} == hits, shown
+    assert len(shown) == 7 and list(shown.values()) == sorted(shown.values(), reverse=True), shown
+    assert len(bad) > 20, "more than are shown"
+    assert [(row["Line"], row["What is wrong with it"]) for row in browser.rows("#stream-bad")] == bad[:20]
+    assert f"{len(bad)} bad lines did nothing; the first 20:" in browser.ask("document.body.textContent")
+
+
+def stream_changes_are_those_of_diff(browser, project, old, new, log):
+    done = subprocess.run([project.zar, "diff", old, new, "--replay", log, "--json"], capture_output=True, text=True)
+    replay = json.loads(done.stdout)["replay"]
+    assert len(replay["decisions"]) > 2, "nothing to compare"
+    rows = browser.rows("#stream-changes")
+    assert len(rows) == len(replay["decisions"])
+    for row, group in zip(rows, replay["decisions"]):
+        first = group["first"]
+        assert [row["Lines"], row["Differs in"]] == [str(group["lines"]), ", ".join(group["aspects"])], row
+        assert row["First example"].startswith(f"line {first['line']}line {first['line']}: {first['event']} at {first['target']}"), row
+        for side in ("before", "after"):
+            assert row[side.capitalize()].startswith(first[side]["verdict"]), row
+    assert f"{replay['differing']} of {replay['lines']} lines of the stream are decided differently" in \
+        browser.ask("document.body.textContent")
+
+
+def write_log(project, path, *options, more=""):
+    done = subprocess.run([sys.executable, project.root / "scripts/make_stream.py", *options], check=True,
+                          capture_output=True, text=True)
+    path.write_text(more + done.stdout)
+    return path
+
+
+GUEST = """{"add-target": "guest", "policies": ["service"], "attributes": {"service": "flat"}}
+{"event": "session-start", "target": "guest"}
+{"event": "session-start", "target": "line-0101"}
+"""
+
+
+def shows_a_stream(browser, project, old, new):
+    log = write_log(project, project.folder / "log.jsonl", "--events", "10100", "--sessions", "1000", "--bad", "300", more=GUEST)
+    browser.open(project.report(old, "--events", log))
+    stream_is_that_of_run(browser, project, old, log)
+    browser.open(project.report(new, "--against", old, "--events", "-", given=log.read_text()))
+    stream_is_that_of_run(browser, project, new, log)
+    stream_changes_are_those_of_diff(browser, project, old, new, log)
+    fits_every_width(browser)
+    contrasts_enough(browser)
+    browser.is_quiet()
+
+
+def shows_a_hostile_stream_as_texts(browser, project):
+    log = project.folder / '<img src=x onerror=document.title="owned">.jsonl'
+    script = '<script>document.title="owned"</script>'
+    log.write_text("".join(json.dumps(line) + "\n" for line in (
+        {"event": "</td>" + script, "target": "line-0101"},
+        {"event": "session-start", "target": script},
+        {"event": "session-start", "target": "line-0101", "set": {script: script}},
+        {"event": "session-start", "target": "line-0101", "set": {"account": script}},
+    )))
+    old = project.root / "examples/broadband.yaml"
+    browser.open(project.report(old, "--against", old, "--events", log))
+    assert browser.driver.title == f"Policies of {old}", browser.driver.title
+    assert browser.ask("[document.scripts.length, document.images.length]") == [1, 0]
+    assert [row["Line"] for row in browser.rows("#stream-bad")] == ["1", "2"]
+    for text in ("'</td><script>", "<img src=x onerror"):
+        assert text in browser.ask("document.querySelector('section:has(#stream)').textContent"), text
     browser.is_quiet()
 
 
@@ -253,7 +381,9 @@ def main():
         fits_every_width(browser)
         contrasts_enough(browser)
         browser.is_quiet()
+        shows_a_stream(browser, project, old, new)
         shows_hostile_texts_as_texts(browser, project)
+        shows_a_hostile_stream_as_texts(browser, project)
         stays_small(browser, project)
     print("the page shows what the commands say")
 

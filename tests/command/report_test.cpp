@@ -116,6 +116,48 @@ TEST_F(ReportTest, CountsInJsonWhatThePageShows) {
   EXPECT_EQ(without.err, "zar: --json needs --output: the page itself is no JSON\n");
 }
 
+constexpr const char *kEvents = R"({"event": "session-start", "target": "line-0101"}
+{"event": "session-start", "target": "nobody"}
+)";
+
+TEST_F(ReportTest, ShowsAStreamBesidesTheScenario) {
+  const Result result = run_zar({"report", kBroadband, "--events", "-", "-o", page(), "--json"}, kEvents);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.err, "");
+  for (const char *said : {"\"events\": 7,", "\"stream\": \"<stdin>\"", "\"events\": 1,", "\"bad_lines\": 1,",
+                           "\"lines_decided_differently\": null"})
+    EXPECT_NE(result.out.find(said), std::string::npos) << said << result.out;
+  for (const char *said : {"What happened in the stream", "&lt;stdin&gt;: 1 event; 0 targets added, 0 deleted.",
+                           "1 bad line did nothing:", "Each column is one event.", "7 events of the scenario."})
+    EXPECT_NE(page_text().find(said), std::string::npos) << said;
+  EXPECT_EQ(page_text().find("stream-changes"), std::string::npos);
+}
+
+TEST_F(ReportTest, ComparesAStreamOnBothFiles) {
+  const std::string same =
+      run_zar({"report", kBroadband, "--against", kBroadband, "--events", "-", "--no-graph"}, kEvents).out;
+  EXPECT_NE(same.find("All 1 line of the stream do as before."), std::string::npos)
+      << "one that is bad on both sides decides nothing";
+  EXPECT_NE(same.find("1 bad line did nothing:"), std::string::npos);
+}
+
+TEST_F(ReportTest, SaysThatAStreamHasNoEvents) {
+  const Result result = run_zar({"report", kBroadband, "--events", "-", "--no-graph"}, "\n");
+  EXPECT_EQ(result.code, 0);
+  EXPECT_NE(result.out.find("The stream raised no event."), std::string::npos);
+}
+
+TEST_F(ReportTest, OfAStreamThatCannotBeReadIsNotWritten) {
+  const Result missing = run_zar({"report", kBroadband, "--events", "/nowhere/log.jsonl", "-o", page()});
+  EXPECT_EQ(missing.code, 65);
+  EXPECT_EQ(missing.err, "/nowhere/log.jsonl: error: cannot be opened: No such file or directory\n");
+  const Result folder = run_zar({"report", kBroadband, "--events", "examples", "-o", page()});
+  EXPECT_EQ(folder.code, 65);
+  EXPECT_EQ(folder.err, "examples: error: cannot be read: Is a directory\n");
+  EXPECT_EQ(run_zar({"report", "-", "--events", "-", "-o", page()}, kEvents).code, 2);
+  EXPECT_EQ(page_text(), "");
+}
+
 TEST_F(ReportTest, OfABadFileIsNotWritten) {
   for (const auto &line : {std::vector<std::string>{"report", "README.md", "-o", page()},
                            std::vector<std::string>{"report", kBroadband, "--against", "README.md", "-o", page()}}) {

@@ -1,25 +1,27 @@
 // What lint proves about class-maps and statements, compared with a search through all values that matter.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "policy.h"
 #include "simulator/lint/findings.h"
 #include "simulator/lint/prover.h"
+#include "simulator/lint/render.h"
 
 namespace {
 
 using simulator::ClassMap;
 using simulator::PolicyFile;
-using simulator::lint::Can;
-using simulator::lint::Effort;
 using simulator::lint::Findings;
-using simulator::lint::Input;
 using simulator::lint::InputAnswer;
-using simulator::lint::Lit;
-using simulator::lint::matches;
 using simulator::lint::Prover;
-using simulator::lint::Value;
+using simulator::reasoning::Can;
+using simulator::reasoning::Effort;
+using simulator::reasoning::Formula;
+using simulator::reasoning::Input;
+using simulator::reasoning::matches;
+using simulator::reasoning::Value;
 using test::load_good;
 
 bool yes() {
@@ -189,10 +191,34 @@ TEST_P(Soundness, OfWhatIsClaimedAboutTwoStatements) {
 INSTANTIATE_TEST_SUITE_P(Seeds, Soundness, testing::Range(0u, 6u));
 
 // Every attribute is present or absent and nothing else matters, so all inputs can be tried.
-class Presence : public testing::TestWithParam<unsigned> {};
+class Presence : public testing::TestWithParam<unsigned> {
+ protected:
+  static constexpr unsigned kAttributes = 7;
+
+  static Input input_of(unsigned chosen) {
+    Input input;
+    for (unsigned at = 0; at < kAttributes; ++at)
+      input["a" + std::to_string(at)] = (chosen >> at & 1U) != 0 ? Value("x") : std::nullopt;
+    return input;
+  }
+  // Whether the last class-map matches and none before it does.
+  static bool is_reached(const PolicyFile &file, size_t last, const Input &input) {
+    const auto matches_it = [&](const ClassMap &map) { return matches(map, input); };
+    const auto end = file.class_maps.begin() + static_cast<std::ptrdiff_t>(last);
+    return matches_it(file.class_maps[last]) && std::none_of(file.class_maps.begin(), end, matches_it);
+  }
+  // What is found names only attributes that matter: others may have any value.
+  static bool holds_whatever_the_rest_is(const PolicyFile &file, size_t last, const Input &found) {
+    for (unsigned chosen = 0; chosen < 1U << kAttributes; ++chosen) {
+      Input input = found;
+      input.merge(input_of(chosen));
+      if (!is_reached(file, last, input)) return false;
+    }
+    return true;
+  }
+};
 
 TEST_P(Presence, IsDecidedExactly) {
-  constexpr unsigned kAttributes = 7;
   std::mt19937 random(GetParam());
   const auto below = [&](unsigned limit) { return std::uniform_int_distribution<unsigned>(0, limit - 1)(random); };
   std::string classes;
@@ -210,24 +236,26 @@ TEST_P(Presence, IsDecidedExactly) {
   Prover prover(file, effort);
   int possible = 0;
   for (size_t last = 0; last < file.class_maps.size(); ++last) {
-    std::vector<Lit> claims = {prover.claim(file.class_maps[last])};
+    std::vector<Formula> claims = {prover.claim(file.class_maps[last])};
     for (size_t earlier = 0; earlier < last; ++earlier)
       claims.push_back(~prover.claim(file.class_maps[earlier]));
     bool exists = false;
-    for (unsigned chosen = 0; chosen < 1U << kAttributes && !exists; ++chosen) {
-      Input input;
-      for (unsigned at = 0; at < kAttributes; ++at)
-        input["a" + std::to_string(at)] = (chosen >> at & 1U) != 0 ? Value("x") : std::nullopt;
-      exists = matches(file.class_maps[last], input);
-      for (size_t earlier = 0; earlier < last && exists; ++earlier)
-        exists = !matches(file.class_maps[earlier], input);
-    }
+    for (unsigned chosen = 0; chosen < 1U << kAttributes && !exists; ++chosen)
+      exists = is_reached(file, last, input_of(chosen));
     const InputAnswer answer = prover.find_input(claims);
     EXPECT_EQ(answer.can, exists ? Can::possible : Can::impossible) << "rule " << last << "\n" << classes;
     possible += exists ? 1 : 0;
-    // The claims of a conflict cannot be true together.
-    if (answer.can == Can::impossible) {
-      EXPECT_EQ(prover.find_input(answer.conflict).can, Can::impossible);
+    if (answer.can == Can::possible) {
+      EXPECT_TRUE(holds_whatever_the_rest_is(file, last, answer.input)) << "rule " << last << "\n" << classes;
+    }
+    // The smallest conflict cannot be true, but without any one of its claims it can.
+    if (answer.can != Can::impossible) continue;
+    const std::vector<Formula> conflict = prover.smallest(claims);
+    EXPECT_EQ(prover.can_hold(conflict), Can::impossible);
+    for (size_t left_out = 0; left_out < conflict.size(); ++left_out) {
+      std::vector<Formula> others = conflict;
+      others.erase(others.begin() + static_cast<std::ptrdiff_t>(left_out));
+      EXPECT_EQ(prover.can_hold(others), Can::possible) << "rule " << last << "\n" << classes;
     }
   }
   EXPECT_GT(possible, 0);
@@ -365,6 +393,19 @@ TEST(LargeFiles, OfFiveHundredMixedRulesAreDecidedCompletely) {
   const Findings findings = simulator::lint::find_all(file, yes);
   EXPECT_TRUE(findings.complete);
   EXPECT_TRUE(findings.problems.empty());
+}
+
+TEST(LargeFiles, GiveTheSameFindingsAgainInTheSameProcess) {
+  const PolicyFile file = load_good(mixed_rules(1, 150));
+  const auto text_of = [&](const Findings &findings) {
+    std::string text;
+    for (const simulator::lint::Finding &finding : findings.all)
+      text += simulator::lint::json_of_finding(finding).dump() + "\n";
+    return text;
+  };
+  const std::string first = text_of(simulator::lint::find_all(file, yes));
+  EXPECT_NE(first, "");
+  EXPECT_EQ(text_of(simulator::lint::find_all(file, yes)), first);
 }
 
 // ---- Effort ---------------------------------------------------------------------------------------------------------------

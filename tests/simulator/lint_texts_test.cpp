@@ -5,23 +5,23 @@
 
 #include <re2/re2.h>
 
-#include "simulator/lint/regex_program.h"
-#include "simulator/lint/text_tests.h"
-#include "simulator/lint/values.h"
 #include "simulator/policy/source.h"
+#include "simulator/reasoning/regex_program.h"
+#include "simulator/reasoning/text_tests.h"
+#include "simulator/reasoning/values.h"
 
 namespace {
 
 using simulator::Filter;
 using simulator::FilterKind;
-using simulator::lint::Can;
-using simulator::lint::compile_regex;
-using simulator::lint::Effort;
-using simulator::lint::find_text;
-using simulator::lint::holds;
-using simulator::lint::make_text_test;
-using simulator::lint::TextAnswer;
-using simulator::lint::TextTest;
+using simulator::reasoning::Can;
+using simulator::reasoning::compile_regex;
+using simulator::reasoning::Effort;
+using simulator::reasoning::find_text;
+using simulator::reasoning::holds;
+using simulator::reasoning::make_text_test;
+using simulator::reasoning::TextAnswer;
+using simulator::reasoning::TextTest;
 
 Filter filter_of(FilterKind kind, const std::string &text) {
   Filter filter{.kind = kind, .text = text};
@@ -213,7 +213,7 @@ TEST(Range, PassesTheNumbersWithinItsEndsAndNothingElse) {
     const Filter filter = range(low, high);
     const std::unique_ptr<TextTest> test = make_text_test(filter);
     for (const std::string &text : texts)
-      EXPECT_EQ(passes(*test, text), holds(filter, simulator::lint::Value(text)))
+      EXPECT_EQ(passes(*test, text), holds(filter, simulator::reasoning::Value(text)))
           << low << ".." << high << ": " << text;
   }
 }
@@ -224,7 +224,7 @@ TEST(Texts, OfFiltersThatNameThemAreCompared) {
       const Filter filter = filter_of(kind, of_filter);
       const std::unique_ptr<TextTest> test = make_text_test(filter);
       for (const char *text : {"", "a", "ab", "abc", "b", "ba"})
-        EXPECT_EQ(passes(*test, text), holds(filter, simulator::lint::Value(text))) << of_filter << " on " << text;
+        EXPECT_EQ(passes(*test, text), holds(filter, simulator::reasoning::Value(text))) << of_filter << " on " << text;
     }
   }
 }
@@ -233,7 +233,7 @@ class Search : public testing::Test {
  protected:
   TextAnswer find(const std::vector<Filter> &to_pass, const std::vector<Filter> &not_to_pass) {
     std::vector<std::unique_ptr<TextTest>> tests;
-    std::vector<simulator::lint::WantedTest> wanted;
+    std::vector<simulator::reasoning::WantedTest> wanted;
     for (const auto &[filters, passes] : {std::pair(&to_pass, true), std::pair(&not_to_pass, false)}) {
       for (const Filter &filter : *filters) {
         tests.push_back(make_text_test(filter));

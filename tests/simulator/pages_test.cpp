@@ -7,6 +7,7 @@
 #include "simulator/graph/overview.h"
 #include "simulator/page/figures.h"
 #include "simulator/page/html.h"
+#include "simulator/page/stream_figures.h"
 #include "simulator/page/words.h"
 
 namespace {
@@ -193,6 +194,76 @@ TEST(PageFigures, ExplainOnlyTheFirstGroups) {
   ASSERT_EQ(figures.decisions().size(), 301u);
   EXPECT_NE(figures.decisions()[299].explanation, "");
   EXPECT_EQ(figures.decisions()[300].explanation, "");
+}
+
+// ---- Figures of a stream ----
+
+using engine::Verdict;
+
+std::string text_of(const page::Verdicts &verdicts) {
+  return std::to_string(verdicts.permit) + " " + std::to_string(verdicts.deny) + " " + std::to_string(verdicts.none);
+}
+
+TEST(Stretches, HoldEveryEventOfAStreamOfAnyLength) {
+  constexpr size_t kMost = page::Stretches::kMost;
+  for (const size_t events : {size_t{1}, kMost - 1, kMost, kMost + 1, 2 * kMost, 2 * kMost + 1, 7 * kMost + 3}) {
+    page::Stretches stretches;
+    for (size_t event = 0; event < events; ++event)
+      stretches.add(event % 3 == 0 ? Verdict::deny : Verdict::permit);
+    EXPECT_LE(stretches.all().size(), kMost) << events;
+    EXPECT_EQ(stretches.all().size(), (events + stretches.length() - 1) / stretches.length()) << events;
+    size_t first = 0;
+    for (const page::Stretch &stretch : stretches.all()) {
+      const size_t end = std::min(first + stretches.length(), events);
+      const size_t denied = (end + 2) / 3 - (first + 2) / 3;
+      EXPECT_EQ(stretch.first, first + 1) << events;
+      EXPECT_EQ(text_of(stretch.verdicts), text_of({.permit = end - first - denied, .deny = denied})) << events;
+      first = end;
+    }
+    EXPECT_EQ(first, events);
+  }
+}
+
+TEST(Stretches, AreLongerOnlyIfThereWouldBeTooMany) {
+  page::Stretches stretches;
+  for (size_t event = 0; event < page::Stretches::kMost; ++event)
+    stretches.add(Verdict::none);
+  EXPECT_EQ(stretches.length(), 1u);
+  stretches.add(Verdict::none);
+  EXPECT_EQ(stretches.length(), 2u);
+}
+
+TEST(VerdictsByName, HaveTheNameWithTheMostEventsFirst) {
+  page::VerdictsByName names;
+  names.add("a", Verdict::permit);
+  names.add("b", Verdict::deny);
+  names.add("b", Verdict::none);
+  const auto all = names.all();
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0].first + " " + text_of(all[0].second), "b 0 1 1");
+  EXPECT_EQ(all[1].first + " " + text_of(all[1].second), "a 1 0 0");
+}
+
+TEST(VerdictsByName, CountNamesTogetherWhenThereAreTooMany) {
+  page::VerdictsByName names;
+  constexpr size_t kMost = page::VerdictsByName::kMost;
+  for (size_t name = 0; name < kMost + 3; ++name)
+    names.add(std::to_string(name), Verdict::permit);
+  names.add("0", Verdict::deny);
+  names.add(std::to_string(kMost), Verdict::deny);
+  EXPECT_EQ(names.all().size(), kMost);
+  EXPECT_EQ(text_of(names.all()[0].second), "1 1 0");
+  EXPECT_EQ(text_of(names.others()), "3 1 0");
+}
+
+TEST(StreamFigures, KeepTheErrorsOfTheFirstBadLines) {
+  const PolicyFile file = load_good("{}");
+  page::StreamFigures figures("log", file);
+  for (size_t line = 1; line <= page::StreamFigures::kMostBad + 5; ++line)
+    figures.add_bad(line, "wrong");
+  EXPECT_EQ(figures.totals().bad, page::StreamFigures::kMostBad + 5);
+  ASSERT_EQ(figures.bad().size(), page::StreamFigures::kMostBad);
+  EXPECT_EQ(figures.bad().back().number, page::StreamFigures::kMostBad);
 }
 
 // ---- Groups of decisions ----

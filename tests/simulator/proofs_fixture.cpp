@@ -20,12 +20,12 @@ using simulator::concat;
 using simulator::EventExplanation;
 using simulator::PolicyFile;
 using simulator::Step;
-using simulator::lint::Input;
-using simulator::lint::Value;
 using simulator::prove::Account;
 using simulator::prove::Answer;
 using simulator::prove::Answers;
 using simulator::prove::Result;
+using simulator::reasoning::Input;
+using simulator::reasoning::Value;
 
 // Every value that the filters below distinguish, also after some counts, and more.
 const std::vector<Value> kValues = {std::nullopt, "0", "1", "2", "02", "x", "xy"};
@@ -281,8 +281,8 @@ void Check::compare(const Answer &answer, bool holds) {
   if (answer.result == Result::proved && !holds) note(concat(answer.name, " is proved but does not hold"));
 }
 
-simulator::prove::Patience patience() {
-  return [] { return 10'000U; };
+simulator::reasoning::MayGoOn patience() {
+  return [] { return true; };
 }
 
 }  // namespace

@@ -11,14 +11,14 @@ namespace {
 
 using simulator::concat;
 using simulator::PolicyFile;
-using simulator::lint::Input;
 using simulator::prove::Answer;
 using simulator::prove::Answers;
 using simulator::prove::Result;
+using simulator::reasoning::Input;
 using test::load_good;
 
-simulator::prove::Patience patience() {
-  return [] { return 30'000U; };
+simulator::reasoning::MayGoOn patience() {
+  return [] { return true; };
 }
 
 // The rules of event 'e' of the only policy-map, after the class-maps.

@@ -9,6 +9,7 @@
 #include "simulator/explanation/recorder.h"
 #include "simulator/explanation/words.h"
 #include "simulator/stream/render.h"
+#include "simulator/stream/target_kinds.h"
 #include "simulator/stream/totals.h"
 #include "tests/simulator/policy.h"
 
@@ -61,6 +62,33 @@ TEST(LinesOfAStream, MayHaveTheLargestLengthAndNoMore) {
     EXPECT_EQ(lines_of("b\n" + longest + longest + longest + "\nb\n", piece), (Texts{"1:b", "2:too long", "3:b"}));
     EXPECT_EQ(lines_of("b\n" + longest + longest + longest, piece), (Texts{"1:b", "2:too long"}));
   }
+}
+
+// How many lines come together, and their numbers.
+TEST(LinesOfAStream, ComeTogetherIfNothingHasToBeReadForThem) {
+  std::vector<std::string> pieces{"1\n2\n\n4\n5\nsi", "x\n" + std::string(stream::kLongestTogether, '7') + "\n8\n",
+                                  std::string(stream::kLongestTogether + 1, '9') + "\n10"};
+  size_t next = 0;
+  Lines lines([&](char *to, size_t) {
+    if (next == pieces.size()) return size_t{0};
+    const std::string &piece = pieces[next++];
+    std::copy(piece.begin(), piece.end(), to);
+    return piece.size();
+  });
+  const auto numbers = [&] {
+    Line some[3];
+    const size_t count = lines.next(some);
+    std::string text;
+    for (const Line &line : std::span(some).first(count))
+      text += concat(" ", line.number);
+    return text;
+  };
+  EXPECT_EQ(numbers(), " 1 2 4");
+  EXPECT_EQ(numbers(), " 5");
+  EXPECT_EQ(numbers(), " 6 7 8");
+  EXPECT_EQ(numbers(), " 9");
+  EXPECT_EQ(numbers(), " 10");
+  EXPECT_EQ(numbers(), "");
 }
 
 // ---- Requests -----------------------------------------------------------------------------------------------------------------
@@ -170,6 +198,7 @@ class Stage {
         built_(repository_.build()),
         player_(file_, repository_),
         renderer_(player_.rules()),
+        kinds_(file_),
         totals_(player_.rules().size()) {
     EXPECT_TRUE(built_);
   }
@@ -180,13 +209,33 @@ class Stage {
     text.resize(length + stream::kPadding);
     const stream::Played &played = player_.play({++lines_, std::string_view(text).substr(0, length)});
     totals_.count(counted(played));
+    kind_ = kinds_.kind_of(played);
     if (!played.error.empty()) return std::string(played.error);
     std::string out;
     renderer_.append(out, played);
     return out;
   }
 
+  // The same for lines that are read together, until one is bad.
+  std::vector<std::string> play_together(const std::vector<std::string> &texts) {
+    std::vector<std::string> padded;
+    std::vector<stream::Line> lines;
+    for (const std::string &text : texts) {
+      const std::string &line = padded.emplace_back(text + std::string(stream::kPadding, ' '));
+      lines.push_back({++lines_, std::string_view(line).substr(0, text.size())});
+    }
+    std::vector<std::string> all;
+    player_.play(lines, [&](const stream::Played &played) {
+      std::string &out = all.emplace_back(played.error);
+      if (out.empty()) renderer_.append(out, played);
+      return played.error.empty();
+    });
+    return all;
+  }
+
   std::string totals() const { return stream::text_of(totals_, player_.rules(), Colours::off); }
+  // Of the target of the last event; empty if the last line was none.
+  const std::string &kind() const { return kind_; }
   const PolicyFile &file() const { return file_; }
   Repository &repository() { return repository_; }
 
@@ -196,6 +245,8 @@ class Stage {
   bool built_;
   stream::Player player_;
   stream::JsonRenderer renderer_;
+  stream::TargetKinds kinds_;
+  std::string kind_;
   stream::Totals totals_;
   size_t lines_ = 0;
 };
@@ -243,6 +294,30 @@ TEST(Stream, LetsTargetsComeAndGo) {
             "  1  q/tick/1\n"
             "  never: 1 rule\n");
   EXPECT_TRUE(stage.repository().finish().empty());
+}
+
+TEST(Stream, PlaysLinesThatAreReadTogetherOneAfterTheOther) {
+  const std::vector<std::string> lines{
+      R"({"event": "tick", "target": "t"})",
+      R"({"delete-target": "t"})",
+      R"({"add-target": "t", "policies": ["p"], "attributes": {"n": "5"}})",
+      R"({"event": "tick", "target": "t"})",
+      R"({"add-target": "u", "policies": ["p", "q"]})",
+      R"({"event": "tick", "target": "u"})",
+      R"({"event": "tick", "target": "v"})",
+      R"({"event": "tick", "target": "u"})",
+  };
+  Stage one_by_one(load_good(kCounter));
+  std::vector<std::string> expected;
+  for (size_t at = 0; at < 7; ++at)
+    expected.push_back(one_by_one.play(lines[at]));
+  EXPECT_EQ(expected[6], "there is no target 'v'");
+  one_by_one.repository().finish();
+
+  Stage together(load_good(kCounter));
+  EXPECT_EQ(together.play_together(lines), expected) << "up to the bad one";
+  EXPECT_NE(together.play(lines[5]).find(R"("before":"1","after":"2")"), std::string::npos)
+      << "of what comes after a bad line, nothing is done";
 }
 
 TEST(Stream, ClearsBeforeItSets) {
@@ -298,10 +373,27 @@ TEST(Stream, RefusesTargetsThatTheHandleTableHasNoRoomFor) {
   EXPECT_EQ(error,
             "there would be 65538 objects: expected at most 65536: maps, filters, events, rules, actions, and two for "
             "each target");
-  EXPECT_EQ(stage.file().handles(), 65536U);
+  EXPECT_EQ(stage.file().handles() + 2 * (added - 1), 65536U) << "the last one was refused";
   EXPECT_EQ(stage.play(R"({"delete-target": "u1"})"), "");
   EXPECT_EQ(stage.play(R"({"add-target": "again", "policies": ["p"]})"), "");
   EXPECT_TRUE(stage.repository().finish().empty());
+}
+
+TEST(KindOfATarget, IsThatOfItsPolicyMapsAndItsClientAsItComesAndGoes) {
+  Stage stage(load_good(std::string(kCounter) + "clients: {access: }\n"));
+  const auto kind_after = [&](const std::string &text) {
+    stage.play(text);
+    return stage.kind();
+  };
+  EXPECT_EQ(kind_after(R"({"event": "tick", "target": "t"})"), "p");
+  EXPECT_EQ(kind_after(R"({"add-target": "new", "policies": ["q", "p"], "client": "access"})"), "");
+  EXPECT_EQ(kind_after(R"({"event": "tick", "target": "new"})"), "q, p (client access)");
+  EXPECT_EQ(kind_after(R"({"add-target": "new", "policies": ["p"]})"), "") << "it is bad";
+  EXPECT_EQ(kind_after(R"({"event": "tick", "target": "new"})"), "q, p (client access)");
+  EXPECT_EQ(kind_after(R"({"delete-target": "new"})"), "");
+  EXPECT_EQ(kind_after(R"({"event": "tick", "target": "new"})"), "") << "it is gone";
+  EXPECT_EQ(kind_after(R"({"add-target": "new", "policies": ["p"]})"), "");
+  EXPECT_EQ(kind_after(R"({"event": "tick", "target": "new"})"), "p");
 }
 
 // ---- The same as an explanation -------------------------------------------------------------------------------------------------
