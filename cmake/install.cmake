@@ -1,7 +1,8 @@
-# What `cmake --install` puts where. The three components are also the three Debian packages:
+# What `cmake --install` puts where. The components are also the Debian packages:
 #   library      what a daemon needs at run time
 #   development  what its developers need: headers, pkg-config and CMake files, documentation
 #   tools        the command, what stands in for a daemon, examples
+#   debug        the library with its checks, if ZAR_DEBUG_LIBRARY is set: see debug_library.cmake
 include(CMakePackageConfigHelpers)
 
 set(zar_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zar)
