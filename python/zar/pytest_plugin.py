@@ -42,7 +42,8 @@ def pytest_collect_file(file_path: pathlib.Path, parent: pytest.Collector) -> Po
     patterns = parent.config.getini("zar_files")
     named = parent.session.isinitpath(file_path) and file_path.suffix in (".yaml", ".yml")
     if named or (any(file_path.match(pattern) for pattern in patterns) and has_tests(file_path)):
-        return PolicyFile.from_parent(parent, path=file_path)
+        found: PolicyFile = PolicyFile.from_parent(parent, path=file_path)
+        return found
     return None
 
 
@@ -66,7 +67,7 @@ class PolicyFile(pytest.File):
             item.test = test
             yield item
 
-    def repr_failure(self, excinfo: pytest.ExceptionInfo[BaseException]) -> str:  # type: ignore[override]
+    def repr_failure(self, excinfo: pytest.ExceptionInfo[BaseException], style: object = None) -> str:
         """The places of errors in the file, rather than those in this package."""
         if isinstance(excinfo.value, zar.ZarError):
             return str(excinfo.value)
@@ -92,7 +93,7 @@ class PolicyTest(pytest.Item):
         if not self.test.passed:
             raise PolicyTestFailure(str(self.test))
 
-    def repr_failure(self, excinfo: pytest.ExceptionInfo[BaseException]) -> str:  # type: ignore[override]
+    def repr_failure(self, excinfo: pytest.ExceptionInfo[BaseException], style: object = None) -> str:
         if isinstance(excinfo.value, PolicyTestFailure):
             return f"{self.path}:{self.test.line}: {excinfo.value}"
         return str(super().repr_failure(excinfo))
