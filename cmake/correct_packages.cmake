@@ -1,5 +1,5 @@
 # Corrects what cpack writes into Debian packages against Debian's rules; cpack runs this on the finished packages.
-# - The library's package renews the loader's cache by a trigger, so it needs no scripts for it.
+# - The library's package renews the loader's cache by a trigger, so the packages with libraries need no scripts for it.
 # - A package of debug information shares the documents of its package, and lists its files by their installed paths.
 find_program(dpkg_deb dpkg-deb REQUIRED)
 
@@ -24,7 +24,7 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
   file(REMOVE_RECURSE ${root})
   run(${dpkg_deb} --raw-extract ${package} ${root})
   cmake_path(GET package FILENAME name)
-  if(name MATCHES "^libzar")
+  if(NOT name MATCHES "^python3-")
     file(REMOVE ${root}/DEBIAN/postinst ${root}/DEBIAN/postrm)
   endif()
   if(name MATCHES "^(.*)-dbgsym_")

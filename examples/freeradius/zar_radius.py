@@ -59,7 +59,7 @@ class Policy:
             simulator = zar.connect(socket, timeout=timeout)
             simulator.load(self._settings["policy"])
             return simulator
-        return zar.load(self._settings["policy"], command=self._settings.get("command"), timeout=timeout)
+        return zar.load(self._settings["policy"], command=self._settings.get("command") or None, timeout=timeout)
 
     def _start_anew(self) -> None:
         self._simulator.close()
