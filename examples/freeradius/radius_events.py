@@ -1,16 +1,16 @@
 """RADIUS packets as lines of a stream of events: what a policy is asked about them.
 
-FreeRADIUS's module (zar_radius.py) plays these lines as packets arrive; detail_to_events writes them from recorded packets.
-Both therefore give the same answers.
+FreeRADIUS's module (zar_radius.py) plays these lines as packets arrive; detail_to_events writes them from recorded
+packets. Both therefore give the same answers.
 
 - The target is named by an attribute of the packet, User-Name by default.
 - An Access-Request raises session-start; accounting raises accounting-start, accounting-update and accounting-stop.
   Events that the policy does not handle are left out.
-- Attributes of the packet become attributes request/NAME of the target, if any filter of the policy tests them. Those of
-  the packet before are cleared first. An attribute that is repeated has its values joined by commas.
+- Attributes of the packet become attributes request/NAME of the target, if any filter of the policy tests them. Those
+  of the packet before are cleared first. An attribute that is repeated has its values joined by commas.
 - What the policy sets as reply/NAME is cleared before each session-start, so the answer has nothing of an earlier one.
-- A target comes with its first packet and goes after accounting-stop. Beyond a number of targets, the one that was silent
-  for longest goes.
+- A target comes with its first packet and goes after accounting-stop. Beyond a number of targets, the one that was
+  silent for longest goes.
 """
 
 from __future__ import annotations
@@ -43,7 +43,9 @@ class Unusable(Exception):
 class Events:
     """Turns packets into lines. It knows which targets there are, so it needs all packets, in their order."""
 
-    def __init__(self, config: zar.Config, policies: Sequence[str], naming: str = "User-Name", limit: int = 10_000) -> None:
+    def __init__(
+        self, config: zar.Config, policies: Sequence[str], naming: str = "User-Name", limit: int = 10_000
+    ) -> None:
         self.policies = list(policies) or [policy.name for policy in config.policy_maps]
         self.naming = naming
         self.limit = limit
@@ -128,4 +130,6 @@ def replies_of(config: zar.Config) -> set[str]:
 def reply_of(answer: zar.Explanation) -> tuple[tuple[str, str], ...]:
     """The attributes of the answer to a packet."""
     changed = answer.changed().items()
-    return tuple((name.removeprefix(REPLY), value) for name, value in changed if name.startswith(REPLY) and value is not None)
+    return tuple(
+        (name.removeprefix(REPLY), value) for name, value in changed if name.startswith(REPLY) and value is not None
+    )

@@ -24,7 +24,9 @@ class Policy:
         self._lock = threading.Lock()
         self._simulator = self._connected()
         limit = int(settings.get("limit", "10000"))
-        self._events = Events(self._simulator.config(), settings.get("policies", "").split(), settings.get("target", "User-Name"), limit)
+        self._events = Events(
+            self._simulator.config(), settings.get("policies", "").split(), settings.get("target", "User-Name"), limit
+        )
 
     def close(self) -> None:
         self._simulator.close()
@@ -99,7 +101,10 @@ def authorize(lists: Lists) -> Outcome:
         if not answer.permitted:
             return radiusd.RLM_MODULE_REJECT, {"reply": reply_of(answer)}
         accepts = radiusd.config.get("accept") == "yes"
-        return radiusd.RLM_MODULE_OK, {"reply": reply_of(answer), "config": (("Auth-Type", ":=", "Accept"),) if accepts else ()}
+        return radiusd.RLM_MODULE_OK, {
+            "reply": reply_of(answer),
+            "config": (("Auth-Type", ":=", "Accept"),) if accepts else (),
+        }
 
     return asked(lists, decided)
 

@@ -6,8 +6,8 @@
         answer = simulator.raise_event("session-start", "line-0101", set={"unpaid-months": 4})
         print(answer.verdict, answer.decided_by, answer.changed())
 
-Results are frozen dataclasses (zar.results), errors are exceptions below ZarError (zar.errors). Everything is asked of the
-command: zar serve, which the package zar-tools contains.
+Results are frozen dataclasses (zar.results), errors are exceptions below ZarError (zar.errors). Everything is asked of
+the command: zar serve, which the package zar-tools contains.
 """
 
 from zar._version import VERSION as __version__

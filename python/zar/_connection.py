@@ -1,8 +1,8 @@
 """A connection to zar serve: requests and answers, one JSON text a line, with time limits and cancellation.
 
-A call holds the connection until its answer has come, so threads may share one. Another thread may cancel the call. A call
-that is given up (its timeout, or an exception such as KeyboardInterrupt) is cancelled at the server; its answer is skipped
-when it comes.
+A call holds the connection until its answer has come, so threads may share one. Another thread may cancel the call. A
+call that is given up (its timeout, or an exception such as KeyboardInterrupt) is cancelled at the server; its answer is
+skipped when it comes.
 """
 
 from __future__ import annotations
@@ -41,8 +41,8 @@ from zar.results import FileErrors
 
 Params = Mapping[str, object]
 
-# The server ends a request within about a second of its cancellation; if it has not answered after this many seconds, it
-# hangs, and the connection is given up.
+# The server ends a request within about a second of its cancellation; if it has not answered after this many seconds,
+# it hangs, and the connection is given up.
 GRACE = 5.0
 
 
@@ -117,7 +117,9 @@ class Connection:
             self.close()
             raise TimedOut(f"{method}: the server hangs; the connection is closed", session_lost=True)
         if error_code(answer) == CANCELLED:
-            raise TimedOut(f"{method}: no answer within {deadline.seconds} seconds", session_lost=is_session_lost(answer))
+            raise TimedOut(
+                f"{method}: no answer within {deadline.seconds} seconds", session_lost=is_session_lost(answer)
+            )
         return answer
 
     def _notify_cancelled(self, number: int) -> None:
@@ -282,9 +284,11 @@ def exception_for(answer: Params, code: int | None, message: str) -> ZarError:
 class Server(Protocol):
     """What is at the other end of a connection."""
 
-    def end(self) -> None: ...
+    def end(self) -> None:
+        ...
 
-    def last_words(self) -> str: ...
+    def last_words(self) -> str:
+        ...
 
 
 class RemoteServer:
@@ -334,7 +338,9 @@ def start_server(command: str | os.PathLike[str] | None, arguments: Sequence[str
         try:
             line = [find_command(command), "serve", *arguments]
             # A group of its own: Ctrl-C at the terminal is for this process, which cancels its call.
-            process = subprocess.Popen(line, stdin=theirs.fileno(), stdout=theirs.fileno(), stderr=messages, process_group=0)
+            process = subprocess.Popen(
+                line, stdin=theirs.fileno(), stdout=theirs.fileno(), stderr=messages, process_group=0
+            )
         except OSError as error:
             messages.close()
             raise CommandNotFound(f"cannot run {error.filename}: {error.strerror}") from error
@@ -373,5 +379,7 @@ def find_command(command: str | os.PathLike[str] | None) -> str:
     found = shutil.which(wanted)
     if found is None:
         origin = "" if command is not None or wanted == "zar" else " (from ZAR_COMMAND)"
-        raise CommandNotFound(f"there is no command {pathlib.PurePath(wanted)}{origin}; install zar-tools, or set ZAR_COMMAND")
+        raise CommandNotFound(
+            f"there is no command {pathlib.PurePath(wanted)}{origin}; install zar-tools, or set ZAR_COMMAND"
+        )
     return found

@@ -30,7 +30,9 @@ def _decode(wanted: Any, value: object, where: str) -> Any:
     if dataclasses.is_dataclass(wanted):
         return _dataclass(wanted, _object(value, where), where)
     if origin is tuple:
-        return tuple(_decode(arguments[0], item, f"{where}[{number}]") for number, item in enumerate(_list(value, where)))
+        return tuple(
+            _decode(arguments[0], item, f"{where}[{number}]") for number, item in enumerate(_list(value, where))
+        )
     if origin in (types.UnionType, Union):
         return _optional(arguments, value, where)
     if origin is not None and _is_subclass(origin, Mapping):
@@ -74,7 +76,7 @@ def _dataclass(wanted: Any, members: Mapping[str, object], where: str) -> Any:
 
 
 def _type_of(wanted: type, part: dataclasses.Field[Any], members: Mapping[str, object]) -> Any:
-    """The type of a field. What is one of several dataclasses is chosen by another member, or by a member of its own."""
+    """The type of a field. Which of several dataclasses it is, another member says, or a member of its own."""
     if "by" in part.metadata:
         return part.metadata["classes"].get(members.get(part.metadata["by"]), object)
     own = members.get(part.name)

@@ -4,7 +4,18 @@ from __future__ import annotations
 
 from collections.abc import Iterable, Iterator
 
-from zar.results import ActionRun, Applied, Change, Explanation, FilterTried, NearestRule, NearestStatement, PolicyTried, RuleTried, Test
+from zar.results import (
+    ActionRun,
+    Applied,
+    Change,
+    Explanation,
+    FilterTried,
+    NearestRule,
+    NearestStatement,
+    PolicyTried,
+    RuleTried,
+    Test,
+)
 
 Lines = Iterator[str]
 

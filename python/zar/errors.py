@@ -30,8 +30,8 @@ class ProtocolError(ZarError):
 class PolicyError(ZarError):
     """A policy file is wrong. The text has a line FILE:LINE:COLUMN: MESSAGE for each error.
 
-    The attributes file, line, column, message, expected and suggestion are those of the first error; line and column are
-    None if it is about the file as a whole.
+    The attributes file, line, column, message, expected and suggestion are those of the first error; line and column
+    are None if it is about the file as a whole.
     """
 
     def __init__(self, files: Sequence[FileErrors]) -> None:

@@ -1,8 +1,8 @@
 """Policy files as tests of pytest: each test of a file is an item, and a failure shows what the event did and why.
 
-A YAML file is collected if it has sections 'policy-maps' and 'tests', or if the command line names it. The option zar_files
-of pytest's configuration replaces the patterns of names that are considered (*.yaml *.yml); --zar-command and the option
-zar_command name the command.
+A YAML file is collected if it has sections 'policy-maps' and 'tests', or if the command line names it. The option
+zar_files of pytest's configuration replaces the patterns of names that are considered (*.yaml *.yml); --zar-command and
+the option zar_command name the command.
 
 The fixture zar_load gives simulators, which are closed at the end of the test:
 
@@ -24,11 +24,15 @@ import pytest
 import zar
 from zar.results import Test
 
-SECTIONS = [re.compile(rb"^['\"]?" + section + rb"['\"]?[ \t]*:", re.MULTILINE) for section in (rb"policy-maps", rb"tests")]
+SECTIONS = [
+    re.compile(rb"^['\"]?" + section + rb"['\"]?[ \t]*:", re.MULTILINE) for section in (rb"policy-maps", rb"tests")
+]
 
 
 def pytest_addoption(parser: pytest.Parser) -> None:
-    parser.addini("zar_files", "names of policy files whose tests are collected", type="args", default=["*.yaml", "*.yml"])
+    parser.addini(
+        "zar_files", "names of policy files whose tests are collected", type="args", default=["*.yaml", "*.yml"]
+    )
     parser.addini("zar_command", "the command zar that plays policy files", default="")
     parser.getgroup("zar").addoption("--zar-command", metavar="PATH", help="the command zar that plays policy files")
 

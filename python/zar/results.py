@@ -391,7 +391,15 @@ class Shown:
     database: str | None
     used_by: tuple[str, ...]
     object: PolicyMap | ClassMap | Target | ParameterMap = field(
-        metadata={"by": "kind", "classes": {"policy-map": PolicyMap, "class-map": ClassMap, "target": Target, "parameter-map": ParameterMap}}
+        metadata={
+            "by": "kind",
+            "classes": {
+                "policy-map": PolicyMap,
+                "class-map": ClassMap,
+                "target": Target,
+                "parameter-map": ParameterMap,
+            },
+        }
     )
 
 
@@ -689,9 +697,7 @@ class Diff:
     changed: int
     renamed: int
     changes: tuple[ObjectChange, ...]
-    replay: Replay | StreamReplay | None = field(
-        metadata={"by_key": {"scenario": Replay, "stream": StreamReplay}}
-    )
+    replay: Replay | StreamReplay | None = field(metadata={"by_key": {"scenario": Replay, "stream": StreamReplay}})
 
 
 # ---- The server ----

@@ -25,8 +25,9 @@ class Simulator:
     load() and start() make a simulator with a server of its own, connect() one on a server that several clients share.
     Simulators are independent of each other. One is closed by close(), or at the end of a 'with'.
 
-    Every call takes a timeout in seconds; None is that of the simulator, which may be None: wait. A call that takes longer
-    raises TimedOut and leaves the session as it was before. Threads may share a simulator: its calls run one at a time.
+    Every call takes a timeout in seconds; None is that of the simulator, which may be None: wait. A call that takes
+    longer raises TimedOut and leaves the session as it was before. Threads may share a simulator: its calls run one at a
+    time.
     """
 
     def __init__(self, connection: _connection.Connection, timeout: float | None = None) -> None:
@@ -37,7 +38,9 @@ class Simulator:
     def __enter__(self) -> Simulator:
         return self
 
-    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
+    def __exit__(
+        self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None
+    ) -> None:
         self.close()
 
     def close(self) -> None:
@@ -65,8 +68,15 @@ class Simulator:
         """Like load(), with the text of a policy file; 'name' is shown in places."""
         return self._ask(results.Loaded, "load", _given(text=text, name=name), timeout)
 
-    def check(self, path: Path | None = None, *, text: str | None = None, name: str | None = None, timeout: float | None = None) -> results.Check:
-        """What is wrong with a policy file, or a text, or the loaded file. Errors in it are a result, not an exception."""
+    def check(
+        self,
+        path: Path | None = None,
+        *,
+        text: str | None = None,
+        name: str | None = None,
+        timeout: float | None = None,
+    ) -> results.Check:
+        """What is wrong with a policy file, a text, or the loaded file. Errors in it are a result, not an exception."""
         return self._ask(results.Check, "check", self._source(path, text, name), timeout)
 
     # ---- Events ----
@@ -107,14 +117,24 @@ class Simulator:
         return self.set_attributes(target, timeout=timeout)
 
     def set_attributes(
-        self, target: str, set: Mapping[str, Value] | None = None, clear: Iterable[str] = (), *, timeout: float | None = None
+        self,
+        target: str,
+        set: Mapping[str, Value] | None = None,
+        clear: Iterable[str] = (),
+        *,
+        timeout: float | None = None,
     ) -> dict[str, str]:
         """Clears and sets attributes of a target, and returns all of them."""
         params = _given(target=target, set=texts(set or {}), clear=_names(clear))
         return dict(self._ask(results.TargetAttributes, "set", params, timeout).attributes)
 
     def add_target(
-        self, target: str, attributes: Mapping[str, Value] | None = None, policies: Iterable[str] = (), *, timeout: float | None = None
+        self,
+        target: str,
+        attributes: Mapping[str, Value] | None = None,
+        policies: Iterable[str] = (),
+        *,
+        timeout: float | None = None,
     ) -> results.AddedTarget:
         """Adds a target, on which these policy-maps are active in this order.
 
@@ -129,7 +149,9 @@ class Simulator:
 
     # ---- What there is, and what is wrong with it ----
 
-    def show(self, kind: str | None = None, name: str | None = None, *, timeout: float | None = None) -> results.Inventory:
+    def show(
+        self, kind: str | None = None, name: str | None = None, *, timeout: float | None = None
+    ) -> results.Inventory:
         """The objects of the repository and what uses them: all, those of a kind, or one; kinds as in zar show."""
         return self._ask(results.Inventory, "show", _given(kind=kind, name=name), timeout)
 
@@ -189,7 +211,9 @@ class Simulator:
         params = _given(event=event, target=target, level=level, set=texts(set or {}), clear=_names(clear))
         return self._ask(results.Explanation, method, params, timeout, member="explanation")
 
-    def _ask(self, wanted: type[Result], method: str, params: Mapping[str, object], timeout: float | None, member: str = "") -> Result:
+    def _ask(
+        self, wanted: type[Result], method: str, params: Mapping[str, object], timeout: float | None, member: str = ""
+    ) -> Result:
         found = self._call(method, params, timeout)
         if member and isinstance(found, dict):
             found = found.get(member)
@@ -262,7 +286,9 @@ def _greeted(simulator: Simulator) -> Simulator:
     try:
         found = simulator.version()
         if found.protocol != PROTOCOL:
-            raise ZarError(f"zar {found.version} has version {found.protocol} of the protocol; this package needs {PROTOCOL}")
+            raise ZarError(
+                f"zar {found.version} has version {found.protocol} of the protocol; this package needs {PROTOCOL}"
+            )
     except BaseException:
         simulator.close()
         raise
@@ -283,7 +309,9 @@ def _text(name: str, value: object) -> str:
     if isinstance(value, int):
         return str(value)
     if not isinstance(value, str):
-        raise TypeError(f"the value of {name} is a {type(value).__name__}; it has to be a text, a whole number or a boolean")
+        raise TypeError(
+            f"the value of {name} is a {type(value).__name__}; it has to be a text, a whole number or a boolean"
+        )
     return value
 
 
