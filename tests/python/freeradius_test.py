@@ -36,7 +36,8 @@ def zar(*arguments):
 
 def explained(packet, **more):
     """The answer that zar explain gives to an Access-Request."""
-    values = {f"request/{name}": value.strip('"') for name, value in packet if name != "User-Password"} | more
+    asked = {"User-Name", "NAS-Port-Id"}
+    values = {f"request/{name}": value.strip('"') for name, value in packet if name in asked} | more
     given = [word for name, value in values.items() for word in ("--set", f"{name}={value}")]
     printed = zar("explain", str(POLICY), "--event", "session-start@sample@home.example.net", *given, "--json").stdout
     explanation = json.loads(printed)["explanation"]
