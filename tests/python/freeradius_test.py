@@ -3,9 +3,11 @@
 With ZAR_WRITE_DAY=yes the recorded day of the example is written anew.
 """
 
+import datetime
 import json
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
@@ -177,7 +179,7 @@ def test_a_day_is_answered_as_its_recording_plays(server, tmp_path):
     status, stream, problems = events_of(server.detail)
     assert (status, problems) == (0, "")
     if os.environ.get("ZAR_WRITE_DAY") == "yes":
-        shutil.copy(server.detail, DAY)
+        DAY.write_text(with_the_times_of_its_packets(server.detail.read_text()))
         EVENTS.write_text(stream)
     assert stream == EVENTS.read_text()
 
@@ -191,6 +193,19 @@ def test_a_day_is_answered_as_its_recording_plays(server, tmp_path):
         if result["event"] == "session-start":
             assert answer == answer_of(result["verdict"], result["changes"])
     assert any(answer.attributes.get("Filter-Id") == "slow" for answer in answers)
+
+
+def with_the_times_of_its_packets(detail):
+    """The recording as it would be if the day had taken a day."""
+    found = [recorded_when_sent(packet) for packet in detail.split("\n\n") if packet]
+    return "\n\n".join(found) + "\n\n"
+
+
+def recorded_when_sent(packet):
+    sent = datetime.datetime.strptime(re.search('Event-Timestamp = "(.*) UTC"', packet)[1], "%b %d %Y %H:%M:%S")
+    seconds = int(sent.replace(tzinfo=datetime.timezone.utc).timestamp())
+    lines = [f"{sent:%a %b} {sent.day:2} {sent:%H:%M:%S %Y}", *packet.splitlines()[1:]]
+    return re.sub("\tTimestamp = .*", f"\tTimestamp = {seconds}", "\n".join(lines))
 
 
 def test_the_recorded_day_becomes_the_stream_of_the_example():

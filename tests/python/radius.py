@@ -35,6 +35,7 @@ class RadiusServer:
         self.ports = free_ports()
         environment = {
             **os.environ,
+            "TZ": "UTC",
             "ZAR_RADIUS_FOLDER": str(folder),
             "ZAR_RADIUS_AUTH_PORT": str(self.ports[0]),
             "ZAR_RADIUS_ACCT_PORT": str(self.ports[1]),
