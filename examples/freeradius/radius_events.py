@@ -15,6 +15,7 @@ packets. Both therefore give the same answers.
 
 from __future__ import annotations
 
+import re
 import urllib.parse
 from collections import OrderedDict
 from collections.abc import Iterator, Mapping, Sequence
@@ -31,6 +32,8 @@ EVENTS = {
     "Stop": "accounting-stop",
 }
 LONGEST_NAME = 63
+# As Python stands for such bytes.
+NOT_UTF_8 = re.compile("[\udc80-\udcff]")
 
 Packet = Sequence[tuple[str, str]]
 Line = Mapping[str, object]
@@ -56,10 +59,13 @@ class Events:
         self._targets: OrderedDict[str, set[str]] = OrderedDict()
 
     def lines_of(self, packet: Packet) -> Iterator[Line]:
-        """The lines for a packet. Unusable: its target cannot be named."""
+        """The lines for a packet. Unusable: its target cannot be named, or it has text that is not UTF-8."""
         event = event_of(packet)
         if event not in self._handled:
             return
+        for name, value in packet:
+            if NOT_UTF_8.search(value):
+                raise Unusable(f"the value of {name} is not UTF-8")
         target = self._name_of(packet)
         yield from self._added(target)
         yield self._raised(event, target, packet)

@@ -126,7 +126,7 @@ class Connection:
         self._send({"jsonrpc": "2.0", "method": "cancel", "params": {"id": number}}, Deadline(GRACE))
 
     def _send(self, message: Params, deadline: Deadline) -> None:
-        line = memoryview(json.dumps(message, ensure_ascii=False).encode("utf-8", "surrogatepass") + b"\n")
+        line = memoryview(json.dumps(message, ensure_ascii=False).encode() + b"\n")
         with self._writing:
             while line:
                 try:

@@ -253,6 +253,12 @@ def test_a_packet_without_a_name_is_reported(tmp_path):
     assert events_of(detail) == (1, "", "the packet at 7: the packet has no User-Name\n")
 
 
+def test_a_text_that_is_not_utf_8_is_rejected_and_reported(server):
+    assert server.send(request("\\377", "olt-1/1/1")).kind == "Access-Reject"
+    status, stream, problems = events_of(server.detail)
+    assert (status, stream) == (1, "") and "the value of User-Name is not UTF-8" in problems
+
+
 def test_the_tests_of_the_policy_hold():
     done = zar("test", str(POLICY))
     assert done.returncode == 0, done.stdout
