@@ -76,14 +76,9 @@ def _dataclass(wanted: Any, members: Mapping[str, object], where: str) -> Any:
 
 
 def _type_of(wanted: type, part: dataclasses.Field[Any], members: Mapping[str, object]) -> Any:
-    """The type of a field. Which of several dataclasses it is, another member says, or a member of its own."""
+    """The type of a field. Which of several dataclasses it is, another member says."""
     if "by" in part.metadata:
         return part.metadata["classes"].get(members.get(part.metadata["by"]), object)
-    own = members.get(part.name)
-    if "by_key" in part.metadata and isinstance(own, dict):
-        return next((found for key, found in part.metadata["by_key"].items() if key in own), object)
-    if "by_key" in part.metadata:
-        return types.NoneType
     return _types_of(wanted)[part.name]
 
 

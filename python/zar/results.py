@@ -651,42 +651,6 @@ class Replay:
 
 
 @dataclass(frozen=True)
-class LineDecision:
-    error: str | None
-    verdict: str
-    decided_by: str
-    changed: str
-    log: str
-    rules: str
-
-
-@dataclass(frozen=True)
-class FirstLine:
-    line: int
-    event: str
-    target: str
-    before: LineDecision
-    after: LineDecision
-
-
-@dataclass(frozen=True)
-class DecisionGroup:
-    lines: int
-    aspects: tuple[str, ...]
-    first: FirstLine
-
-
-@dataclass(frozen=True)
-class StreamReplay:
-    """The lines of a stream that both files decide differently, grouped by both decisions."""
-
-    stream: str
-    lines: int
-    differing: int
-    decisions: tuple[DecisionGroup, ...]
-
-
-@dataclass(frozen=True)
 class Diff:
     """What is different between the loaded file (old) and another (new)."""
 
@@ -697,7 +661,7 @@ class Diff:
     changed: int
     renamed: int
     changes: tuple[ObjectChange, ...]
-    replay: Replay | StreamReplay | None = field(metadata={"by_key": {"scenario": Replay, "stream": StreamReplay}})
+    replay: Replay | None
 
 
 # ---- The server ----

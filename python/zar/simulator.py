@@ -159,7 +159,7 @@ class Simulator:
         """The running configuration, from the repository alone."""
         return self._ask(results.Config, "config", {}, timeout)
 
-    def lint(self, effort: float | None = None, *, timeout: float | None = None) -> results.Lint:
+    def lint(self, effort: int | None = None, *, timeout: float | None = None) -> results.Lint:
         """What is provably wrong with the loaded file; 'effort' limits the computing time in seconds."""
         return self._ask(results.Lint, "lint", _given(effort=effort), timeout)
 
@@ -178,8 +178,7 @@ class Simulator:
     ) -> results.Diff:
         """What is different in another version of the loaded file: a path, or a text.
 
-        With 'replay', the events of that policy file's scenario, of that stream (.jsonl), or of the loaded file's own
-        scenario (True) are raised in both.
+        With 'replay', the events of that policy file's scenario, or of the loaded file's own (True), are raised in both.
         """
         params = self._source(path, text, name)
         if replay is not None:

@@ -66,10 +66,6 @@ CLASSES = [
     (results.ReplayCounts, "diff.json", "replay/properties/counts"),
     (results.ReplayDifference, "diff.json", "replay/properties/differences/items"),
     (results.FirstDifference, "diff.json", "replay/properties/first"),
-    (results.StreamReplay, "diff.json", "stream"),
-    (results.DecisionGroup, "diff.json", "stream/properties/decisions/items"),
-    (results.FirstLine, "diff.json", "stream/properties/decisions/items/properties/first"),
-    (results.LineDecision, "diff.json", "line_decision"),
 ]
 
 # Members that mean nothing here: which command wrote the object, other files of the command line, errors that are

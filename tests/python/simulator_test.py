@@ -60,8 +60,8 @@ def test_attributes_are_cleared_and_set_before_the_event(simulator):
 
 
 def test_numbers_and_booleans_stand_for_their_texts(simulator):
-    attributes = simulator.set_attributes("line-0101", {"number": -7, "flag": True, "text": "no ä"})
-    assert (attributes["number"], attributes["flag"], attributes["text"]) == ("-7", "true", "no ä")
+    attributes = simulator.set_attributes("line-0101", {"unpaid-months": -7, "access": True, "service": "no ä"})
+    assert (attributes["unpaid-months"], attributes["access"], attributes["service"]) == ("-7", "true", "no ä")
 
 
 def test_other_values_are_refused_before_they_are_sent(simulator):
@@ -226,8 +226,6 @@ def test_differences_between_two_versions(simulator):
     found = simulator.diff(POLICIES / "diff-new.yaml", replay=True)
     assert found.added + found.removed + found.changed + found.renamed == len(found.changes) > 0
     assert found.replay.events > 0
-    stream = simulator.diff(POLICIES / "diff-new.yaml", replay=POLICIES / "diff.jsonl").replay
-    assert isinstance(stream, zar.results.StreamReplay) and stream.lines > 0
     same = simulator.diff(text=(POLICIES / "diff-old.yaml").read_text(), name="same.yaml")
     assert same.changes == () and same.replay is None
 
@@ -240,11 +238,11 @@ def test_what_is_in_the_repository(simulator):
 
 
 def test_the_running_configuration_has_what_changed(simulator):
-    simulator.set_attributes("line-0101", {"colour": "blue"})
+    simulator.set_attributes("line-0101", {"queue": "blue"})
     config = simulator.config()
     target = next(target for target in config.targets if target.name == "line-0101")
-    assert target.attributes["colour"] == "blue"
-    assert "unpaid-months" in config.tested_attributes() and "colour" not in config.tested_attributes()
+    assert target.attributes["queue"] == "blue"
+    assert "unpaid-months" in config.tested_attributes() and "queue" not in config.tested_attributes()
 
 
 # ---- Servers ----
