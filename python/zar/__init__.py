@@ -20,10 +20,12 @@ from zar.errors import (
     PolicyError,
     ProtocolError,
     Refused,
+    ServerFailure,
     SessionLost,
     ShuttingDown,
     TimedOut,
     TooLarge,
+    TooManyConnections,
     ZarError,
 )
 from zar.results import Check, Config, Diff, Explanation, Inventory, Lint, Stats, TestRun
@@ -44,6 +46,7 @@ __all__ = [
     "PolicyError",
     "ProtocolError",
     "Refused",
+    "ServerFailure",
     "SessionLost",
     "ShuttingDown",
     "Simulator",
@@ -51,6 +54,7 @@ __all__ = [
     "TestRun",
     "TimedOut",
     "TooLarge",
+    "TooManyConnections",
     "ZarError",
     "__version__",
     "connect",

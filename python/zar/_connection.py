@@ -31,10 +31,12 @@ from zar.errors import (
     PolicyError,
     ProtocolError,
     Refused,
+    ServerFailure,
     SessionLost,
     ShuttingDown,
     TimedOut,
     TooLarge,
+    TooManyConnections,
     ZarError,
 )
 from zar.results import FileErrors
@@ -133,15 +135,9 @@ class Connection:
                     line = line[self._stream.send(line) :]
                 except BlockingIOError:
                     self._wait(select.POLLOUT, deadline, "the server does not read")
-                except OSError as error:
-                    # What the server wrote before it closed says why, so that it is read first.
-                    self._read_what_is_left()
-                    raise self._lost() from error
-
-    def _read_what_is_left(self) -> None:
-        with contextlib.suppress(OSError):
-            while data := self._stream.recv(65536):
-                self._received += data
+                except OSError:
+                    # What the server wrote before it closed the connection says why: the next read finds that.
+                    return
 
     def _wait(self, event: int, deadline: Deadline, late: str) -> None:
         """Half of a line cannot be taken back: whatever ends this wait also ends the connection."""
@@ -264,7 +260,14 @@ def result_of(answer: Params, method: str) -> object:
 
 def exception_for(answer: Params, code: int | None, message: str) -> ZarError:
     """The exception for an error of the protocol."""
-    plain = {3: NotLoaded, 6: TooLarge, 7: SessionLost, 8: ShuttingDown}
+    plain = {
+        3: NotLoaded,
+        6: TooLarge,
+        7: SessionLost,
+        8: ShuttingDown,
+        9: TooManyConnections,
+        -32603: ServerFailure,
+    }
     if code == 1:
         return PolicyError(decode(tuple[FileErrors, ...], data_of(answer).get("file_errors"), "file_errors"))
     if code == 2:

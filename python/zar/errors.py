@@ -87,5 +87,13 @@ class SessionLost(ZarError):
     """The process of the session has ended. Its state is gone: load again."""
 
 
+class ServerFailure(ZarError):
+    """An internal error of the server. The session is as it was before."""
+
+
+class TooManyConnections(ZarError):
+    """The server serves as many clients as it may."""
+
+
 class ShuttingDown(ZarError):
     """The server is ending."""

@@ -134,13 +134,15 @@ class Simulator:
         attributes: Mapping[str, Value] | None = None,
         policies: Iterable[str] = (),
         *,
+        client: str | None = None,
         timeout: float | None = None,
     ) -> results.AddedTarget:
-        """Adds a target, on which these policy-maps are active in this order.
+        """Adds a target, on which these policy-maps are active in this order: at least one.
 
-        Refused: the name is in use, or there is no such policy-map.
+        Without a client, the engine adds it. Refused: the name is in use, or there is no such policy-map.
         """
-        params = {"target": target, "attributes": texts(attributes or {}), "policies": _names(policies)}
+        names = _names(policies)
+        params = _given(target=target, attributes=texts(attributes or {}), policies=names, client=client)
         return self._ask(results.AddedTarget, "targets.add", params, timeout)
 
     def delete_target(self, target: str, *, timeout: float | None = None) -> None:

@@ -65,7 +65,7 @@ def test_an_answer_that_is_none_is_an_error_of_the_protocol(serve, junk):
 
 @pytest.mark.parametrize("code, expected", [
     (3, zar.NotLoaded), (4, zar.Cancelled), (5, zar.TimedOut), (6, zar.TooLarge), (7, zar.SessionLost), (8, zar.ShuttingDown),
-    (-32603, zar.ProtocolError), (99, zar.ProtocolError),
+    (9, zar.TooManyConnections), (-32603, zar.ServerFailure), (-32602, zar.ProtocolError), (99, zar.ProtocolError),
 ])
 def test_each_error_has_its_exception(serve, code, expected):
     simulator, _ = serve(lambda request: [error(request, code, "because")])

@@ -6,7 +6,6 @@ With ZAR_WRITE_DAY=yes the recorded day of the example is written anew.
 import datetime
 import json
 import os
-import pathlib
 import re
 import shutil
 import signal
@@ -16,7 +15,7 @@ import sys
 import jsonschema
 import pytest
 from radius import EXAMPLE, POLICY, Answer, RadiusServer, accounting, request, subscriber, whole_day
-from support import SOURCE
+from support import SOURCE, children_of
 
 from zar import _connection
 
@@ -118,12 +117,6 @@ def test_a_packet_without_a_usable_name_is_rejected_with_a_message(server, packe
 
 
 # ---- Failures ----
-
-
-def children_of(parent):
-    """The processes that a process has started."""
-    states = {int(path.parent.name): path.read_text() for path in pathlib.Path("/proc").glob("[0-9]*/stat")}
-    return [process for process, state in states.items() if int(state.rpartition(")")[2].split()[1]) == parent]
 
 
 def test_a_policy_that_cannot_be_loaded_keeps_the_server_from_starting(tmp_path):

@@ -1,14 +1,16 @@
 """Simulators on the real command: what is loaded, events, targets, and all that the command knows about a file."""
 
+import contextlib
 import json
 import os
 import pathlib
 import signal
 import subprocess
+import threading
 import time
 
 import pytest
-from support import BROADBAND, HUNG, SOURCE
+from support import BROADBAND, HUNG, SOURCE, children_of
 
 import zar
 from zar import _connection
@@ -276,17 +278,22 @@ def test_ctrl_c_at_the_terminal_spares_the_server(simulator):
     assert os.getpgid(process.pid) != os.getpgid(0)
 
 
-@pytest.fixture
-def listening(tmp_path):
-    """The socket of a server that several clients share."""
-    path = tmp_path / "socket"
-    process = subprocess.Popen([_connection.find_command(None), "serve", "--socket", str(path), str(BROADBAND)])
+@contextlib.contextmanager
+def listening_on(path, *options):
+    process = subprocess.Popen([_connection.find_command(None), "serve", "--socket", str(path), *options, str(BROADBAND)])
     deadline = time.monotonic() + HUNG
     while not path.exists() and time.monotonic() < deadline and process.poll() is None:
         time.sleep(0.01)
     yield path
     process.send_signal(signal.SIGTERM)
     assert process.wait(HUNG) == 0
+
+
+@pytest.fixture
+def listening(tmp_path):
+    """The socket of a server that several clients share."""
+    with listening_on(tmp_path / "socket") as path:
+        yield path
 
 
 def test_clients_of_one_server_have_sessions_of_their_own(listening):
@@ -303,38 +310,66 @@ def test_closing_leaves_a_shared_server_alone(listening):
         assert later.explain("session-start", "line-0101").permitted
 
 
-def test_a_slow_call_is_ended_and_the_session_stays_as_it_was(simulator):
+def test_a_server_with_as_many_clients_as_it_may_have_says_so(tmp_path):
+    with listening_on(tmp_path / "socket", "--connections", "1") as path, zar.connect(path):
+        with pytest.raises(zar.TooManyConnections):
+            zar.connect(path)
+
+
+# ---- Limits ----
+
+
+@pytest.fixture
+def endless(tmp_path):
+    """A file that nobody writes: reading it never ends."""
+    path = tmp_path / "fifo"
+    os.mkfifo(path)
+    return path
+
+
+@pytest.mark.parametrize("call", [zar.Simulator.check, zar.Simulator.load, zar.Simulator.diff])
+def test_a_call_that_takes_too_long_is_ended_and_the_session_stays(simulator, endless, call):
     simulator.raise_event("session-start", "line-0101")
-    simulator.load_text(slow_policy(), "slow.yaml")
-    before = simulator.attributes("t")
     with pytest.raises(zar.TimedOut) as caught:
-        simulator.raise_event("go", "t", timeout=0.02)
-    if caught.value.session_lost:
-        with pytest.raises(zar.NotLoaded):
-            simulator.attributes("t")
-    else:
-        assert simulator.attributes("t") == before
+        call(simulator, endless, timeout=0.1)
+    assert not caught.value.session_lost
+    assert simulator.attributes("line-0101")["starts"] == "1"
 
 
-def slow_policy():
-    """An event that leads to as many events as are allowed, each with thousands of actions."""
-    actions = ", ".join(f"{{count: a{number}}}" for number in range(250))
-    return f"""\
-domains: {{s: }}
-class-maps: {{always: {{}}}}
-policy-maps:
-  p:
-    events:
-      go:
-        rules:
-{rules("execute: run-all, actions: [" + ", ".join(["{raise: more}"] * 250) + "]")}
-      more:
-        rules:
-{rules(f"actions: [{actions}]")}
-targets:
-  t: {{policies: [p]}}
-"""
+def test_the_server_has_a_time_limit_too(endless):
+    with zar.load(BROADBAND, arguments=["--time-limit", "1"]) as simulator:
+        with pytest.raises(zar.TimedOut, match="1 seconds"):
+            simulator.check(endless)
+        assert simulator.explain("session-start", "line-0101").permitted
 
 
-def rules(rest):
-    return "\n".join(f"          - {{number: {number}, class: always, {rest}}}" for number in range(1, 60))
+def test_another_thread_cancels_a_real_call(simulator, endless):
+    over = threading.Event()
+    canceller = threading.Thread(target=cancel_until, args=(simulator, over))
+    canceller.start()
+    with pytest.raises(zar.Cancelled):
+        simulator.check(endless, timeout=HUNG)
+    over.set()
+    canceller.join(HUNG)
+    assert simulator.explain("session-start", "line-0101").permitted
+
+
+def cancel_until(simulator, over):
+    while not over.wait(0.05):
+        simulator.cancel()
+
+
+def test_a_request_that_is_too_large_does_no_harm():
+    with zar.load(BROADBAND, arguments=["--size-limit", "1000"]) as simulator:
+        with pytest.raises(zar.TooLarge):
+            simulator.check(text="#" * 5000)
+        assert simulator.explain("session-start", "line-0101").permitted
+
+
+def test_a_session_that_dies_is_reported_and_the_server_goes_on(simulator):
+    (session,) = children_of(simulator._connection.server._process.pid)
+    os.kill(session, signal.SIGKILL)
+    with pytest.raises(zar.SessionLost):
+        simulator.config()
+    simulator.load(BROADBAND)
+    assert simulator.explain("session-start", "line-0101").permitted

@@ -68,3 +68,14 @@ def result(request, value):
 
 def error(request, code, message="no", **data):
     return {"id": request["id"], "error": {"code": code, "message": message, **({"data": data} if data else {})}}
+
+
+def children_of(parent):
+    """The processes that a process has started."""
+    found = []
+    for path in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        # Others come and go.
+        with contextlib.suppress(OSError):
+            if int(path.read_text().rpartition(")")[2].split()[1]) == parent:
+                found.append(int(path.parent.name))
+    return found
