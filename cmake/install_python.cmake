@@ -1,7 +1,6 @@
 # The component python of an installation: the package zar for Python, which asks the command, and the example that uses it.
 set(zar_python_dir lib/python3/dist-packages)
 set(zar_dist_info zar-${PROJECT_VERSION}.dist-info)
-set(zar_radius_dir ${zar_example_dir}/freeradius)
 
 install(DIRECTORY python/zar DESTINATION ${zar_python_dir} COMPONENT python
   FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE PATTERN .mypy_cache EXCLUDE)
@@ -19,4 +18,6 @@ Requires-Python: >=3.11
 install(DIRECTORY ${zar_generated}/${zar_dist_info} DESTINATION ${zar_python_dir} COMPONENT python)
 
 install(DIRECTORY examples/freeradius DESTINATION ${zar_example_dir} COMPONENT python
-  USE_SOURCE_PERMISSIONS PATTERN __pycache__ EXCLUDE)
+  PATTERN __pycache__ EXCLUDE
+  PATTERN detail_to_events PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
