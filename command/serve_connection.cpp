@@ -78,10 +78,11 @@ void ServeConnection::watch(std::vector<pollfd> &watched) const {
   const auto events_of = [](const std::unique_ptr<SessionProcess> &process) {
     return static_cast<short>(POLLIN | (process->has_to_send() ? POLLOUT : 0));
   };
-  // The end of a pipe is no sign that the client has gone, and would be reported again and again.
-  const bool is_pipe = input_ != output_;
-  watched.push_back({is_pipe && !may_read() ? -1 : input_, static_cast<short>(may_read() ? POLLIN : 0), 0});
-  watched.push_back({output_, static_cast<short>(to_write_.empty() ? 0 : POLLOUT), 0});
+  const short reading = may_read() ? POLLIN : 0;
+  const short writing = to_write_.empty() ? 0 : POLLOUT;
+  // The end of an input is no sign that the client has gone, and would be reported again and again.
+  watched.push_back({is_socket() || reading == 0 ? -1 : input_, reading, 0});
+  watched.push_back({output_, static_cast<short>(is_socket() ? reading | writing : writing), 0});
   watched.push_back({session_ ? session_->descriptor() : -1, session_ ? events_of(session_) : short{0}, 0});
   watched.push_back({candidate_ ? candidate_->descriptor() : -1, candidate_ ? events_of(candidate_) : short{0}, 0});
 }
@@ -97,7 +98,7 @@ bool ServeConnection::is_over() const {
 void ServeConnection::go_on(const pollfd *watched) {
   constexpr short kGone = POLLHUP | POLLERR | POLLNVAL;
   if ((watched[1].revents & kGone) != 0) vanish();
-  if (watched[0].revents != 0 && may_read()) read_some();
+  if ((watched[0].revents != 0 || (watched[1].revents & POLLIN) != 0) && may_read()) read_some();
   for (const auto &[process, at] : {std::pair{&session_, 2}, std::pair{&candidate_, 3}}) {
     if (*process && (watched[at].revents & POLLOUT) != 0) (*process)->send_some();
     if (*process && (watched[at].revents & ~POLLOUT) != 0) receive_from(*process);
@@ -330,12 +331,12 @@ void ServeConnection::put_out(const Request &request, std::string_view text) {
 
 // Only sockets are set not to block: other programs may use the same standard output.
 void ServeConnection::write_some() {
-  const bool is_socket = input_ == output_;
   while (written_ < to_write_.size()) {
     pollfd ready = {output_, POLLOUT, 0};
-    if (!is_socket && (poll(&ready, 1, 0) <= 0 || (ready.revents & POLLOUT) == 0)) break;
+    if (!is_socket() && (poll(&ready, 1, 0) <= 0 || (ready.revents & POLLOUT) == 0)) break;
     const size_t rest = to_write_.size() - written_;
-    const ssize_t written = write(output_, to_write_.data() + written_, is_socket ? rest : std::min(rest, kSafeWrite));
+    const ssize_t written =
+        write(output_, to_write_.data() + written_, is_socket() ? rest : std::min(rest, kSafeWrite));
     if (written < 0 && errno != EAGAIN && errno != EINTR) return vanish();
     if (written < 0) break;
     written_ += static_cast<size_t>(written);

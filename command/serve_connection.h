@@ -87,6 +87,7 @@ class ServeConnection {
     bool is_load = false;
   };
 
+  bool is_socket() const { return input_ == output_; }
   bool may_read() const;
   void read_some();
   void take_lines();

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <iterator>
+#include <stdexcept>
 
 #include "command/report.h"
 #include "simulator/text/json_object.h"
@@ -59,8 +61,21 @@ void wait_for(std::vector<pollfd> &watched, Clock::time_point until) {
   sigset_t none;
   sigemptyset(&none);
   if (ppoll(watched.data(), watched.size(), is_limited ? &time : nullptr, &none) >= 0) return;
+  if (errno != EINTR) throw std::runtime_error(concat("waiting failed: ", std::strerror(errno)));
   for (pollfd &each : watched)
     each.revents = 0;
+}
+
+// The same, without the places that hold no descriptor: the system counts them too, and limits their number by that of
+// the descriptors.
+void wait_for_all(std::vector<pollfd> &places, Clock::time_point until) {
+  std::vector<pollfd> watched;
+  std::copy_if(places.begin(), places.end(), std::back_inserter(watched),
+               [](const pollfd &each) { return each.fd >= 0; });
+  wait_for(watched, until);
+  size_t at = 0;
+  for (pollfd &place : places)
+    place.revents = place.fd >= 0 ? watched[at++].revents : short{0};
 }
 
 }  // namespace
@@ -101,7 +116,7 @@ bool ServeFront::wait() {
     until = std::min(until, connection->deadline());
   }
   if (!may_accept_) until = std::min(until, Clock::now() + kPause);
-  wait_for(watched, until);
+  wait_for_all(watched, until);
   if (end_is_asked_for != 0) return false;
   may_accept_ = true;
   for (size_t at = 0; at < connections_.size(); ++at)

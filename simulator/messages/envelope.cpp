@@ -78,12 +78,22 @@ class Reader {
   bool key(std::string &name) {
     const size_t level = depth_ - base_ - 1;
     if (level < 2) keys_[level] = name;
+    if (level == 0) forget(name);
     return true;
   }
   bool has_too_many() const { return has_too_many_; }
   static bool parse_error(size_t, const std::string &, const nlohmann::detail::exception &) { return false; }
 
  private:
+  // Of several members with the same name the last one counts.
+  void forget(const std::string &name) {
+    Envelope &call = found_.calls.back();
+    if (name == "method") call.method.clear();
+    if (name == "id") call.id.reset();
+    if (name == "params") call.param_id.reset();
+    keys_[1].clear();
+  }
+
   size_t position() const { return static_cast<size_t>(*at_ - text_.data()); }
   bool is_member() const { return depth_ == base_ + 1; }
   bool is_wanted() const {

@@ -225,16 +225,21 @@ Json set(Service &service, const Json &params) {
   return result;
 }
 
+// Not the function of this name in the standard library, which a std::string would find.
+std::string in_quotes(std::string_view text) {
+  return simulator::quoted(text);
+}
+
 // What a policy file has behind the name of a target.
 std::string body_of_target(const Json &params) {
   std::string policies;
   for (const std::string &policy : texts_in(params, "policies"))
-    policies += concat(policies.empty() ? "" : ", ", quoted(policy));
+    policies += concat(policies.empty() ? "" : ", ", in_quotes(policy));
   std::string attributes;
   for (const auto &[attribute, value] : attributes_in(params, "attributes"))
-    attributes += concat(attributes.empty() ? "" : ", ", quoted(attribute), ": ", quoted(value));
+    attributes += concat(attributes.empty() ? "" : ", ", in_quotes(attribute), ": ", in_quotes(value));
   const std::optional<std::string> client = text_in(params, "client");
-  return concat("{", client ? concat("client: ", quoted(*client), ", ") : "", "policies: [", policies,
+  return concat("{", client ? concat("client: ", in_quotes(*client), ", ") : "", "policies: [", policies,
                 "], attributes: {", attributes, "}}");
 }
 
