@@ -6,7 +6,7 @@ install(DIRECTORY python/zar DESTINATION ${zar_python_dir} COMPONENT python
   FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE PATTERN .mypy_cache EXCLUDE)
 
 # What pip would write: pytest finds the plugin through it.
-file(STRINGS python/pyproject.toml zar_entry_point REGEX "^zar = ")
+file(STRINGS python/pyproject.toml zar_entry_point REGEX "^zar = \"zar[.]")
 string(REPLACE "\"" "" zar_entry_point "${zar_entry_point}")
 file(CONFIGURE OUTPUT ${zar_generated}/${zar_dist_info}/entry_points.txt @ONLY CONTENT "[pytest11]\n@zar_entry_point@\n")
 file(CONFIGURE OUTPUT ${zar_generated}/${zar_dist_info}/METADATA @ONLY CONTENT "Metadata-Version: 2.1
