@@ -6,11 +6,11 @@ packets. Both therefore give the same answers.
 - The target is named by an attribute of the packet, User-Name by default.
 - An Access-Request raises session-start; accounting raises accounting-start, accounting-update and accounting-stop.
   Events that the policy does not handle are left out.
-- Attributes of the packet become attributes request/NAME of the target, if any filter of the policy tests them. Those
-  of the packet before are cleared first. An attribute that is repeated has its values joined by commas.
+- Attributes of the packet become attributes request/NAME of the target, if any filter of the policy tests them; those
+  that the packet lacks are cleared. An attribute that is repeated has its values joined by commas.
 - What the policy sets as reply/NAME is cleared before each session-start, so the answer has nothing of an earlier one.
-- A target comes with its first packet and goes after accounting-stop. Beyond a number of targets, the one that was
-  silent for longest goes.
+- A target comes with its first packet, unless the policy file has it, and goes after accounting-stop. Beyond a number of
+  targets, the one that was silent for longest goes.
 """
 
 from __future__ import annotations
@@ -44,7 +44,10 @@ class Unusable(Exception):
 
 
 class Events:
-    """Turns packets into lines. It knows which targets there are, so it needs all packets, in their order."""
+    """Turns packets into lines. It knows which targets there are, so it needs all packets, in their order.
+
+    A line is taken for played once the next one is asked for: if it cannot be played, stop there.
+    """
 
     def __init__(
         self, config: zar.Config, policies: Sequence[str], naming: str = "User-Name", limit: int = 10_000
@@ -53,10 +56,10 @@ class Events:
         self.naming = naming
         self.limit = limit
         self._handled = {event.name for policy in config.policy_maps for event in policy.events}
-        self._tested = {name.removeprefix(REQUEST) for name in config.tested_attributes() if name.startswith(REQUEST)}
+        self._tested = {name for name in config.tested_attributes() if name.startswith(REQUEST)}
         self._replies = replies_of(config)
-        # The request/ attributes of each target, the target that was silent for longest first.
-        self._targets: OrderedDict[str, set[str]] = OrderedDict()
+        self._of_the_file = [target.name for target in config.targets]
+        self.forget_all()
 
     def lines_of(self, packet: Packet) -> Iterator[Line]:
         """The lines for a packet. Unusable: its target cannot be named, or it has text that is not UTF-8."""
@@ -70,11 +73,12 @@ class Events:
         yield from self._added(target)
         yield self._raised(event, target, packet)
         if event == "accounting-stop":
-            yield self._deleted(target)
+            yield from self._deleted(target)
 
     def forget_all(self) -> None:
-        """The targets are gone, since the session that held them is."""
-        self._targets.clear()
+        """The session is a new one, in which there are only the targets of the policy file."""
+        # The target that was silent for longest comes first.
+        self._targets = OrderedDict.fromkeys(self._of_the_file)
 
     def _name_of(self, packet: Packet) -> str:
         value = dict(packet).get(self.naming)
@@ -90,26 +94,26 @@ class Events:
             self._targets.move_to_end(target)
             return
         if len(self._targets) >= self.limit:
-            yield self._deleted(next(iter(self._targets)))
-        self._targets[target] = set()
+            yield from self._deleted(next(iter(self._targets)))
         yield {"add-target": target, "policies": self.policies}
+        self._targets[target] = None
 
     def _raised(self, event: str, target: str, packet: Packet) -> Line:
         values = self._attributes_of(packet)
-        gone = self._targets[target] - set(values)
+        # All of them, so that nothing depends on whether an earlier packet was played.
+        gone = self._tested - set(values)
         if event == "session-start":
             gone |= self._replies
-        self._targets[target] = set(values)
         return {"event": event, "target": target, "set": values, "clear": sorted(gone)}
 
-    def _deleted(self, target: str) -> Line:
+    def _deleted(self, target: str) -> Iterator[Line]:
+        yield {"delete-target": target}
         del self._targets[target]
-        return {"delete-target": target}
 
     def _attributes_of(self, packet: Packet) -> dict[str, str]:
         found: dict[str, list[str]] = {}
         for name, value in packet:
-            if name in self._tested:
+            if REQUEST + name in self._tested:
                 found.setdefault(REQUEST + name, []).append(value)
         return {name: ",".join(values) for name, values in found.items()}
 

@@ -17,7 +17,11 @@ import pytest
 from radius import EXAMPLE, POLICY, Answer, RadiusServer, accounting, request, subscriber, whole_day
 from support import SOURCE, children_of
 
+import zar
 from zar import _connection
+
+sys.path.insert(0, str(EXAMPLE))
+from radius_events import Events  # noqa: E402: it is where the example is
 
 HOME = "user-1@home.example.net"
 DAY = EXAMPLE / "day.detail"
@@ -31,7 +35,7 @@ def server(tmp_path):
         yield found
 
 
-def zar(*arguments):
+def command(*arguments):
     return subprocess.run([_connection.find_command(None), *arguments], capture_output=True, text=True)
 
 
@@ -40,7 +44,7 @@ def explained(packet, **more):
     asked = {"User-Name", "NAS-Port-Id"}
     values = {f"request/{name}": value.strip('"') for name, value in packet if name in asked} | more
     given = [word for name, value in values.items() for word in ("--set", f"{name}={value}")]
-    printed = zar("explain", str(POLICY), "--event", "session-start@sample@home.example.net", *given, "--json").stdout
+    printed = command("explain", str(POLICY), "--event", "session-start@sample@home.example.net", *given, "--json").stdout
     explanation = json.loads(printed)["explanation"]
     return answer_of(explanation["verdict"], explanation["changes"])
 
@@ -95,6 +99,25 @@ def test_nothing_of_an_earlier_answer_is_left(server):
 def test_an_attribute_that_a_packet_lacks_is_not_that_of_an_earlier_one(server):
     assert server.send(request(HOME, "olt-1/1/1")).kind == "Access-Accept"
     assert server.send([("User-Name", f'"{HOME}"')]).kind == "Access-Reject"
+
+
+def test_a_target_of_the_policy_file_can_be_asked_about(server):
+    user = "sample@home.example.net"
+    assert server.send(request(user, "olt-1/1/1")).kind == "Access-Accept"
+    assert server.send(accounting("Stop", user, "olt-1/1/1")).kind == "Accounting-Response"
+    assert server.send(request(user, "olt-1/1/1")).kind == "Access-Accept"
+
+
+def test_a_request_that_could_not_be_played_leaves_nothing_behind():
+    with zar.load(POLICY) as simulator:
+        events = Events(simulator.config(), ["access", "volume"])
+    packet = [("User-Name", "u"), ("NAS-Port-Id", "olt-1/1/1")]
+    assert "add-target" in next(events.lines_of(packet))
+    lines = list(events.lines_of(packet))
+    assert ["add-target" in line for line in lines] == [True, False]
+    next(events.lines_of(packet))
+    (last,) = events.lines_of([("User-Name", "u")])
+    assert "request/NAS-Port-Id" in last["clear"]
 
 
 def test_starts_of_access_servers_are_answered_and_change_nothing(server):
@@ -178,7 +201,7 @@ def test_a_day_is_answered_as_its_recording_plays(server, tmp_path):
 
     events = tmp_path / "events.jsonl"
     events.write_text(stream)
-    played = zar("run", str(POLICY), "--events", str(events), "--jsonl")
+    played = command("run", str(POLICY), "--events", str(events), "--jsonl")
     assert played.returncode == 0, played.stderr
     results = [json.loads(line) for line in played.stdout.splitlines()]
     assert len(results) == len(packets)
@@ -222,7 +245,8 @@ def test_recorded_texts_are_read_with_their_escapes(tmp_path):
     assert [json.loads(line) for line in stream.splitlines()] == [
         {"add-target": "a+22b+5Cc+09e+01", "policies": ["access", "volume"]},
         {"event": "session-start", "target": "a+22b+5Cc+09e+01", "set": {"request/User-Name": 'a"b\\c\te\x01'},
-         "clear": ["reply/Filter-Id", "reply/Reply-Message", "reply/Session-Timeout"]},
+         "clear": ["reply/Filter-Id", "reply/Reply-Message", "reply/Session-Timeout", "request/Acct-Output-Gigawords",
+                   "request/NAS-Port-Id"]},
     ]
 
 
@@ -253,7 +277,7 @@ def test_a_text_that_is_not_utf_8_is_rejected_and_reported(server):
 
 
 def test_the_tests_of_the_policy_hold():
-    done = zar("test", str(POLICY))
+    done = command("test", str(POLICY))
     assert done.returncode == 0, done.stdout
-    assert zar("prove", str(POLICY)).returncode == 0
-    assert zar("fmt", "--check", str(POLICY)).returncode == 0
+    assert command("prove", str(POLICY)).returncode == 0
+    assert command("fmt", "--check", str(POLICY)).returncode == 0

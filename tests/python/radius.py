@@ -42,7 +42,7 @@ class RadiusServer:
             "ZAR_RADIUS_PYTHON": f"{EXAMPLE}:{SOURCE / 'python'}",
             "ZAR_RADIUS_POLICY": str(policy),
         }
-        self.process = subprocess.Popen(["freeradius", "-f", "-l", "stdout", "-d", str(raddb)], env=environment, text=True,
+        self.process = subprocess.Popen(["/usr/sbin/freeradius", "-f", "-l", "stdout", "-d", str(raddb)], env=environment, text=True,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.ready = threading.Event()
         self.reader = threading.Thread(target=self.read, daemon=True)
