@@ -6,6 +6,7 @@ With ZAR_WRITE_DAY=yes the recorded day of the example is written anew.
 import datetime
 import json
 import os
+import pathlib
 import re
 import shutil
 import signal
@@ -14,7 +15,7 @@ import sys
 
 import jsonschema
 import pytest
-from radius import EXAMPLE, POLICY, Answer, RadiusServer, accounting, request, subscriber, whole_day
+from radius import EXAMPLE, POLICY, Answer, RadiusServer, accounting, free_ports, request, subscriber, whole_day
 from support import SOURCE, children_of
 
 import zar
@@ -274,6 +275,19 @@ def test_a_text_that_is_not_utf_8_is_rejected_and_reported(server):
     assert server.send(request("\\377", "olt-1/1/1")).kind == "Access-Reject"
     status, stream, problems = events_of(server.detail)
     assert (status, stream) == (1, "") and "the value of User-Name is not UTF-8" in problems
+
+
+def test_the_commands_of_the_readme_work(tmp_path):
+    script = "".join(re.findall(r"^```sh\n(.*?)^```$", (EXAMPLE / "README.md").read_text(), re.DOTALL | re.MULTILINE))
+    for port, free in zip(("18120", "18130"), free_ports(), strict=True):
+        assert port in script
+        script = script.replace(port, str(free))
+    zar_command = pathlib.Path(_connection.find_command(None))
+    environment = {**os.environ, "TMPDIR": str(tmp_path), "PATH": f"{zar_command.parent}:{os.environ['PATH']}"}
+    done = subprocess.run(["sh", "-c", f"{script}\nkill $!; wait"], cwd=EXAMPLE, env=environment, capture_output=True, text=True)
+    assert "Received Access-Accept" in done.stdout and "Received Access-Reject" in done.stdout, done.stdout + done.stderr
+    assert "2 events, 1 target" in done.stderr, done.stderr
+    assert re.search(r"^\d+ of 232 lines differ$", done.stdout, re.MULTILINE), done.stdout
 
 
 def test_the_tests_of_the_policy_hold():
