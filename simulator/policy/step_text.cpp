@@ -56,7 +56,8 @@ bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Comp
 bool add_set(std::string attribute, std::string value, const PolicyFile &file, Step &step, Complaints &complaints) {
   if (!is_attribute(attribute, file, complaints)) return false;
   if (const std::optional<BadValue> bad = check_value(value)) {
-    complaints.push_back(concat("the attribute '", attribute, "' cannot have ", bad->what, ": expected ", bad->expected));
+    complaints.push_back(
+        concat("the attribute '", attribute, "' cannot have ", bad->what, ": expected ", bad->expected));
     return false;
   }
   Assignment &given = step.set.emplace_back();
