@@ -14,7 +14,7 @@ else()
 endif()
 set(CPACK_COMPONENTS_ALL library development)
 if(ZAR_HOST)
-  list(APPEND CPACK_COMPONENTS_ALL tools)
+  list(APPEND CPACK_COMPONENTS_ALL tools python)
 endif()
 if(ZAR_DEBUG_LIBRARY)
   list(APPEND CPACK_COMPONENTS_ALL debug)
@@ -72,5 +72,17 @@ A debug build of the library, for the developers of a daemon: it ends the
 daemon at a broken invariant, at a call before the start, from a second thread,
 and at an exception that leaves a callback. A daemon uses it only if the
 loader's path names its folder.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zar)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), zar-tools (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, freeradius-python3")
+# They compile the modules, and remove what was compiled.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/cmake/python/postinst ${PROJECT_SOURCE_DIR}/cmake/python/prerm)
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "policy rule repository (Python)
+Asks the policy simulator zar from Python: what events do, and why. A plugin
+for pytest runs the tests of policy files; an example asks from FreeRADIUS.")
 
 include(CPack)

@@ -9,7 +9,7 @@
 #include "command/load_file.h"
 #include "command/report.h"
 #include "simulator/findings/of_diagnostics.h"
-#include "simulator/policy/diagnostics_json.h"
+#include "simulator/service/results.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -35,15 +35,6 @@ std::string good_line(const PolicyFile &file) {
                 count_of(file.targets.size(), "target", "targets"), "\n");
 }
 
-Json objects_json(const PolicyFile &file) {
-  Json object;
-  object["policy_maps"] = file.policy_maps.size();
-  object["class_maps"] = file.class_maps.size();
-  object["parameter_maps"] = file.parameter_maps.size();
-  object["targets"] = file.targets.size();
-  return object;
-}
-
 Checked check(const std::string &path) {
   Checked checked = {kBadFile, load_path(path)};
   if (!checked.loaded.file) return checked;
@@ -55,12 +46,8 @@ Checked check(const std::string &path) {
 
 Json json_of(const Checked &checked) {
   const Loaded &loaded = checked.loaded;
-  Json json;
-  json["file"] = loaded.source.name();
-  json["good"] = checked.code == kSuccess;
-  add_errors(json, loaded.diagnostics);
-  json["objects"] = loaded.file ? objects_json(*loaded.file) : Json(nullptr);
-  return json;
+  return service::checked_json(loaded.source.name(), checked.code == kSuccess, loaded.diagnostics,
+                               loaded.file ? &*loaded.file : nullptr);
 }
 
 class CheckCommand final : public Command {
@@ -88,12 +75,8 @@ class CheckCommand final : public Command {
     findings::Report all;
     for (const std::string &path : paths_)
       worst = std::max(worst, work_on_one([&] { return check_one(path, files, all); }));
-    if (format_.format() == Format::json) {
-      Json object = begin_json("check");
-      object["good"] = worst == kSuccess;
-      object["files"] = std::move(files);
-      print_json(std::cout, object);
-    }
+    if (format_.format() == Format::json)
+      print_json(std::cout, service::check_json(worst == kSuccess, std::move(files)));
     print_report(all, format_.format(), worst);
     return worst;
   }

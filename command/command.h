@@ -39,6 +39,8 @@ std::unique_ptr<Command> make_prove_command();
 std::unique_ptr<Command> make_report_command();
 std::unique_ptr<Command> make_run_command();
 std::unique_ptr<Command> make_schema_command();
+// The server, with the version that clients may ask for.
+std::unique_ptr<Command> make_serve_command(const char *version);
 std::unique_ptr<Command> make_shell_command();
 std::unique_ptr<Command> make_show_command();
 std::unique_ptr<Command> make_test_command();

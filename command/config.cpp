@@ -6,9 +6,9 @@
 #include "command/json_output.h"
 #include "command/load_file.h"
 #include "command/report.h"
-#include "simulator/inventory/json.h"
 #include "simulator/inventory/read_back.h"
 #include "simulator/policy/write.h"
+#include "simulator/service/results.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -16,18 +16,6 @@ using namespace simulator;
 namespace command {
 
 namespace {
-
-Json json_of_configuration(const PolicyFile &running, const std::string &path) {
-  Json json = begin_json("config");
-  json["file"] = path;
-  json["clients"] = inventory::json_of(running.clients);
-  json["domains"] = inventory::json_of(running.domains);
-  json["class_maps"] = inventory::json_of(running.class_maps);
-  json["parameter_maps"] = inventory::json_of(running.parameter_maps);
-  json["policy_maps"] = inventory::json_of(running.policy_maps);
-  json["targets"] = inventory::json_of(running.targets);
-  return json;
-}
 
 class ConfigCommand final : public Command {
  public:
@@ -58,7 +46,7 @@ class ConfigCommand final : public Command {
     const std::optional<PolicyFile> running = inventory::read_back(*file, problems);
     if (!running) return report_internal(problems);
     if (json_) {
-      print_json(std::cout, json_of_configuration(*running, file->path));
+      print_json(std::cout, service::config_json(*running, file->path));
     } else {
       std::cout << write_objects(*running);
     }

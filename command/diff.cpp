@@ -10,6 +10,7 @@
 #include "command/stream_diff.h"
 #include "command/terminal.h"
 #include "simulator/diff/render.h"
+#include "simulator/service/results.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -66,11 +67,15 @@ class DiffCommand final : public Command {
       Complaints problems;
       replayed = diff::compare_replays(files, renames, scenario->scenario, problems);
       if (!replayed) return report_internal(problems);
-      if (!fits(*scenario, *replayed, files)) return kUsage;
+      if (const std::string why = service::why_unfit(*scenario, *replayed, files); !why.empty()) {
+        complain(why);
+        return kUsage;
+      }
     }
     if (is_stream(scenario_)) return diff_streams(files, renames, changes);
     if (json_) {
-      print_json(std::cout, json_of(files, changes, replayed ? json_of_replay(*replayed, *scenario, files) : Json()));
+      print_json(std::cout,
+                 service::diff_json(files, changes, replayed ? json_of_replay(*replayed, *scenario, files) : Json()));
     } else {
       write_text(files, changes, scenario, replayed);
     }
@@ -81,28 +86,13 @@ class DiffCommand final : public Command {
   int diff_streams(const Files &files, const diff::Renames &renames, const std::vector<ObjectChange> &changes) const {
     const StreamDiff compared = compare_streams(files, renames, scenario_);
     if (json_) {
-      print_json(std::cout, json_of(files, changes, json_of_stream(compared.changes, scenario_)));
+      print_json(std::cout, service::diff_json(files, changes, json_of_stream(compared.changes, scenario_)));
     } else {
       write_text(files, changes, std::nullopt, std::nullopt);
       std::cout << text_of_stream(compared.changes);
     }
     const bool same = changes.empty() && compared.changes.differing() == 0;
     return std::max(compared.code, same ? int{kSuccess} : int{kNo});
-  }
-
-  // A replay without an event that either file could decide shows nothing.
-  static bool fits(const PolicyFile &scenario, const Replayed &replayed, const Files &files) {
-    const size_t events = scenario.scenario.size();
-    if (replayed.impossible < events) return true;
-    if (events == 0) {
-      complain(concat(scenario.path, ": there is no scenario to replay"));
-    } else {
-      complain(concat(scenario.path, ": the scenario fits neither file: none of its ", events,
-                      " events can be raised; the first, ", scenario.scenario[0].event.value, " at ",
-                      scenario.scenario[0].target.value, ": ", replayed.why_impossible_before, " in ",
-                      files.before->path, ", and ", replayed.why_impossible_after, " in ", files.after->path));
-    }
-    return false;
   }
 
   static void write_text(const Files &files, const std::vector<ObjectChange> &changes,
@@ -112,22 +102,6 @@ class DiffCommand final : public Command {
       std::cout << terminal::fitted(text_of_change(change, files, colours));
     std::cout << terminal::fitted(diff::text_of_counts(count(changes)));
     if (replayed) std::cout << terminal::fitted(text_of_replay(*replayed, *scenario, files, colours));
-  }
-
-  static Json json_of(const Files &files, const std::vector<ObjectChange> &changes, Json replay) {
-    Json json = begin_json("diff");
-    json["old"] = files.before->path;
-    json["new"] = files.after->path;
-    const diff::Counts counts = count(changes);
-    json["added"] = counts.added;
-    json["removed"] = counts.removed;
-    json["changed"] = counts.changed;
-    json["renamed"] = counts.renamed;
-    json["changes"] = Json::array();
-    for (const ObjectChange &change : changes)
-      json["changes"].push_back(json_of_change(change));
-    json["replay"] = std::move(replay);
-    return json;
   }
 
   std::string before_;

@@ -11,9 +11,7 @@ namespace command {
 
 namespace {
 
-constexpr int kSchemaVersion = 1;
 constexpr int kIndent = 2;
-constexpr int kOneLine = -1;
 
 // JSON's escape for a character; one behind the first 65,536 is a pair of them.
 std::string escape_in_json(char32_t character) {
@@ -39,12 +37,8 @@ std::string with_escapes(const std::string &json) {
   return escaped;
 }
 
-std::string text_of(const Json &value, int indent) {
-  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
-
 std::string dumped(const Json &value) {
-  return with_escapes(text_of(value, kIndent));
+  return with_escapes(value.dump(kIndent, ' ', false, Json::error_handler_t::replace));
 }
 
 std::string indent(size_t depth) {
@@ -70,23 +64,6 @@ std::string members_of(const Json &object, size_t depth) {
 }
 
 }  // namespace
-
-Json begin_json(std::string_view command) {
-  Json object;
-  object["schema_version"] = kSchemaVersion;
-  object["command"] = command;
-  return object;
-}
-
-Json file_errors_object(std::string_view command, Json file_errors) {
-  Json object = begin_json(command);
-  object["file_errors"] = std::move(file_errors);
-  return object;
-}
-
-std::string compact_text(const Json &value) {
-  return text_of(value, kOneLine);
-}
 
 void print_json(std::ostream &out, const Json &object) {
   out << dumped(object) << '\n';

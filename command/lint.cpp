@@ -14,6 +14,7 @@
 #include "simulator/lint/ignores.h"
 #include "simulator/lint/render.h"
 #include "simulator/policy/diagnostics_json.h"
+#include "simulator/service/results.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -127,7 +128,7 @@ class LintCommand final : public Command {
           std::cout << lint::text_of_finding(file, loaded.source, finding, colours);
         return;
       case Format::json:
-        output.files.push_back(json_of(file, findings));
+        output.files.push_back(service::linted_json(file, findings));
         return;
       case Format::sarif:
       case Format::github:
@@ -137,19 +138,6 @@ class LintCommand final : public Command {
           output.report.findings.push_back(lint::report_of_ignored(file, ignored));
         return;
     }
-  }
-
-  static Json json_of(const PolicyFile &file, const lint::Findings &findings) {
-    Json object;
-    object["file"] = file.path;
-    object["complete"] = findings.complete;
-    object["findings"] = Json::array();
-    for (const Finding &finding : findings.all)
-      object["findings"].push_back(lint::json_of_finding(finding));
-    object["ignored"] = Json::array();
-    for (const lint::IgnoredFinding &ignored : findings.ignored)
-      object["ignored"].push_back(lint::json_of_ignored(ignored));
-    return object;
   }
 
   // The object of a single file has no list of files.

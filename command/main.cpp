@@ -25,6 +25,7 @@ void add_commands(command::Program &program) {
   program.add(command::make_report_command());
   program.add(command::make_run_command());
   program.add(command::make_schema_command());
+  program.add(command::make_serve_command(ZAR_VERSION));
   program.add(command::make_shell_command());
   program.add(command::make_show_command());
   program.add(command::make_test_command());

@@ -9,9 +9,9 @@
 #include "command/load_file.h"
 #include "command/report.h"
 #include "simulator/inventory/describe.h"
-#include "simulator/inventory/json.h"
 #include "simulator/inventory/read_back.h"
 #include "simulator/repository/listings.h"
+#include "simulator/service/results.h"
 #include "simulator/text/text.h"
 
 using namespace simulator;
@@ -21,10 +21,6 @@ namespace command {
 namespace {
 
 using inventory::Relations;
-
-// In the order in which they are shown.
-constexpr ObjectKind kShown[] = {ObjectKind::policy, ObjectKind::class_map, ObjectKind::target,
-                                 ObjectKind::parameter_map};
 
 class ShowCommand final : public Command {
  public:
@@ -62,12 +58,10 @@ class ShowCommand final : public Command {
  private:
   bool read_kind() {
     if (!kind_) return true;
-    for (const ObjectKind shown : kShown) {
-      if (kind_ == word_of(shown).word) chosen_ = &word_of(shown);
-    }
-    if (!chosen_) {
-      complain(no_such("kind of object", *kind_, {"policy", "class", "target", "parameter-map"}));
-    } else if (listing_ && chosen_->kind != ObjectKind::policy && chosen_->kind != ObjectKind::class_map) {
+    Complaints complaints;
+    chosen_ = service::find_shown(*kind_, complaints);
+    complain(complaints);
+    if (chosen_ && listing_ && chosen_->kind != ObjectKind::policy && chosen_->kind != ObjectKind::class_map) {
       complain(concat("the library has no listing of ", chosen_->title, "s"));
       return false;
     }
@@ -110,23 +104,11 @@ class ShowCommand final : public Command {
     if (!running) return report_internal(problems);
     const Relations relations(*running);
     if (json_) {
-      print_json(std::cout, json_of(relations));
+      print_json(std::cout, service::show_json(relations, chosen_, name_));
     } else {
       std::cout << (chosen_ ? inventory::describe(relations, chosen_->kind, name_) : inventory::overview(relations));
     }
     return kSuccess;
-  }
-
-  Json json_of(const Relations &relations) const {
-    Json json = begin_json("show");
-    json["file"] = relations.file().path;
-    json["clients"] = inventory::json_of(relations.file().clients);
-    json["domains"] = inventory::json_of(relations.file().domains);
-    json["objects"] = Json::array();
-    for (const ObjectKind kind : kShown) {
-      if (!chosen_ || chosen_->kind == kind) inventory::add_objects(json["objects"], relations, kind, name_);
-    }
-    return json;
   }
 
   std::string path_;

@@ -10,6 +10,7 @@
 #include "command/more_tests.h"
 #include "command/report.h"
 #include "command/terminal.h"
+#include "simulator/service/results.h"
 #include "simulator/testing/junit.h"
 #include "simulator/testing/report.h"
 
@@ -150,28 +151,16 @@ class TestCommand final : public Command {
   }
 
   static void write_json(size_t passed, size_t failed, Json bad_files, Json file_errors, Json files) {
-    Json object = begin_json("test");
-    object["passed"] = passed;
-    object["failed"] = failed;
-    object["bad_files"] = std::move(bad_files);
-    object["file_errors"] = std::move(file_errors);
-    object["files"] = std::move(files);
-    print_json(std::cout, object);
+    print_json(std::cout,
+               service::test_json(passed, failed, std::move(bad_files), std::move(file_errors), std::move(files)));
   }
 
   int test(const PolicyFile &file, std::optional<Report> &report) const {
     Complaints problems;
     report = report_on_tests(file, terminal::colours(terminal::Stream::out), problems);
     if (!report) return report_internal(problems);
-    add_claims(file, *report);
+    service::add_claims(file, *report);
     return judge(file, *report);
-  }
-
-  // Proofs may take long, so claims are only pointed out.
-  static void add_claims(const PolicyFile &file, Report &report) {
-    const size_t claims = file.claims.size();
-    report.json["claims"] = claims;
-    if (claims > 0) report.text += concat(claims, claims == 1 ? " claim" : " claims", ", for zar prove to check\n");
   }
 
   int judge(const PolicyFile &file, const Report &report) const {

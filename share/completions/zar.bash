@@ -103,7 +103,7 @@ _zar() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   if ((COMP_CWORD == 1)); then
-    words='check config diff explain fmt graph help lint lsp prove report run schema shell show test --help --version --color -h'
+    words='check config diff explain fmt graph help lint lsp prove report run schema serve shell show test --help --version --color -h'
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     return
   fi
@@ -118,9 +118,9 @@ _zar() {
       [[ $command == lint ]] && COMPREPLY=($(compgen -W "$_zar_findings" -- "$word"))
       return
       ;;
-    --event | --set | --clear | --jobs | --min-coverage | --policy | --reach | --effort | --claim | --when | --timeout) return ;;
+    --event | --set | --clear | --jobs | --min-coverage | --policy | --reach | --effort | --claim | --when | --timeout | --connections | --time-limit | --size-limit) return ;;
     --against) _zar_files "$word"; return ;;
-    --svg | --png | --events | -o | --output) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+    --svg | --png | --events | --socket | --log | -o | --output) compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
   esac
   if [[ $word == -* ]]; then
     case $command in
@@ -137,6 +137,7 @@ _zar() {
       report) words='--against --events -o --output --no-graph --effort --json' ;;
       run) words='--event --events --set --with --summary --no-listings --no-results --trace --json --jsonl --jobs --strict' ;;
       schema) words='--json' ;;
+      serve) words='--socket --connections --time-limit --size-limit --log' ;;
       shell) words='--json' ;;
       show) words='--listing --json' ;;
       test) words='--with --only --junit --min-coverage --json' ;;
@@ -147,7 +148,7 @@ _zar() {
   fi
 
   case $command in
-    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint lsp prove report run schema shell show test' -- "$word")) ;;
+    help) COMPREPLY=($(compgen -W 'check config diff explain fmt graph help lint lsp prove report run schema serve shell show test' -- "$word")) ;;
     schema) ;;
     show)
       case $(_zar_arguments) in

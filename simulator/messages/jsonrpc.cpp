@@ -101,6 +101,7 @@ Json error_response(const Json &id, const Failure &failure) {
   message["jsonrpc"] = kVersion;
   message["id"] = id;
   message["error"] = {{"code", failure.code}, {"message", failure.message}};
+  if (!failure.data.is_null()) message["error"]["data"] = failure.data;
   return message;
 }
 

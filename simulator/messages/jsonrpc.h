@@ -23,8 +23,10 @@ enum class ErrorCode : int {
 struct Failure {
   int code;
   std::string message;
+  Json data{};  // null if there are none
 
-  Failure(int error_code, std::string text) : code(error_code), message(std::move(text)) {}
+  Failure(int error_code, std::string text, Json details = nullptr)
+      : code(error_code), message(std::move(text)), data(std::move(details)) {}
   Failure(ErrorCode error_code, std::string text) : Failure(static_cast<int>(error_code), std::move(text)) {}
 };
 

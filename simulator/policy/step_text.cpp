@@ -14,9 +14,13 @@ std::optional<Step> parse_event(const std::string &text, const PolicyFile &file,
     complaints.push_back(concat("'", text, "' is no event: expected NAME@TARGET"));
     return std::nullopt;
   }
+  return make_step(text.substr(0, at), text.substr(at + 1), file, complaints);
+}
+
+std::optional<Step> make_step(std::string event, std::string target, const PolicyFile &file, Complaints &complaints) {
   Step step;
-  step.event.value = text.substr(0, at);
-  step.target.value = text.substr(at + 1);
+  step.event.value = std::move(event);
+  step.target.value = std::move(target);
 
   if (file.event_id(step.event.value) == 0) {
     complaints.push_back(no_such("event", step.event.value, {file.events.begin(), file.events.end()}));
@@ -46,15 +50,18 @@ bool parse_set(const std::string &text, const PolicyFile &file, Step &step, Comp
     complaints.push_back(concat("'", text, "' sets nothing: expected ATTRIBUTE=VALUE"));
     return false;
   }
-  std::string name = text.substr(0, equals);
-  if (!is_attribute(name, file, complaints)) return false;
-  std::string value = text.substr(equals + 1);
+  return add_set(text.substr(0, equals), text.substr(equals + 1), file, step, complaints);
+}
+
+bool add_set(std::string attribute, std::string value, const PolicyFile &file, Step &step, Complaints &complaints) {
+  if (!is_attribute(attribute, file, complaints)) return false;
   if (const std::optional<BadValue> bad = check_value(value)) {
-    complaints.push_back(concat("the attribute '", name, "' cannot have ", bad->what, ": expected ", bad->expected));
+    complaints.push_back(
+        concat("the attribute '", attribute, "' cannot have ", bad->what, ": expected ", bad->expected));
     return false;
   }
   Assignment &given = step.set.emplace_back();
-  given.attribute.value = std::move(name);
+  given.attribute.value = std::move(attribute);
   given.text = std::move(value);
   return true;
 }

@@ -150,6 +150,16 @@ bool Session::load(const std::string &path, Trouble &trouble) {
   return true;
 }
 
+bool Session::become(Source source, Trouble &trouble) {
+  SourceSteps steps;
+  live_->file.path = source.name();
+  if (!add(source, nullptr, steps, trouble)) return false;
+  live_->loaded.push_back(std::make_shared<const Source>(std::move(source)));
+  live_->steps = std::move(steps);
+  forget_changes();
+  return true;
+}
+
 bool Session::load(const std::shared_ptr<const Source> &source, Trouble &trouble) {
   SourceSteps steps;
   if (!add(*source, nullptr, steps, trouble)) return false;
@@ -316,6 +326,10 @@ void Session::remember(Repeat repeat) {
     changes_.push_back({line_, std::move(repeat)});
     return;
   }
+  forget_changes();
+}
+
+void Session::forget_changes() {
   forgot_changes_ = true;
   changes_.clear();
 }

@@ -51,6 +51,10 @@ class Session {
 
   bool begin(Trouble &trouble) { return built(live_->repository.build(), trouble); }
   bool load(const std::string &path, Trouble &trouble);
+  // Makes the source, which has number 0, the file of a session that has none: results name it as those of other
+  // sub-commands do. From then on nothing can be undone, and changes are not noted: such a session may have any number
+  // of them.
+  bool become(Source source, Trouble &trouble);
   // 'body' is what a policy file has after the name; 'line' is the number of the line of the command.
   bool create(const KindWord &kind, std::string_view name, std::string_view body, size_t line, Trouble &trouble);
   bool remove(const KindWord &kind, std::string_view name, Trouble &trouble);
@@ -110,13 +114,14 @@ class Session {
   bool built(bool good, Trouble &trouble);
   bool take_away(ObjectKind kind, const std::string &name);
   void begin_again();
+  void forget_changes();
   bool repeat_changes(Trouble &trouble);
 
   std::unique_ptr<Live> live_;
   std::string line_;
   std::vector<Change> changes_;
   size_t first_to_undo_ = 0;
-  bool forgot_changes_ = false;  // there were too many
+  bool forgot_changes_ = false;  // there were too many, or nobody wants them
   bool repeating_ = false;
   Complaints problems_;                            // of earlier repositories
   std::unordered_map<std::string, size_t> saved_;  // by canonical path, the hash of the text

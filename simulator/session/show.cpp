@@ -47,8 +47,10 @@ std::vector<const Target *> idle_targets(const Session &session, const PolicyFil
   return idle;
 }
 
-// The repository as it is now. Reading it does not find targets without an active policy-map; those are added.
-std::optional<PolicyFile> read_with_idle_targets(const Session &session, Complaints &complaints) {
+}  // namespace
+
+// Reading the repository does not find targets without an active policy-map; those are added.
+std::optional<PolicyFile> running_file(const Session &session, Complaints &complaints) {
   std::optional<PolicyFile> running = read(session, complaints);
   if (!running) return std::nullopt;
   for (const Target *target : idle_targets(session, *running))
@@ -58,17 +60,15 @@ std::optional<PolicyFile> read_with_idle_targets(const Session &session, Complai
   return running;
 }
 
-}  // namespace
-
 std::optional<std::string> show_objects(const Session &session, ObjectKind kind, const std::optional<std::string> &name,
                                         Complaints &complaints) {
-  const std::optional<PolicyFile> running = read_with_idle_targets(session, complaints);
+  const std::optional<PolicyFile> running = running_file(session, complaints);
   if (!running) return std::nullopt;
   return inventory::describe(inventory::Relations(*running), kind, name);
 }
 
 std::optional<std::string> show_overview(const Session &session, Complaints &complaints) {
-  const std::optional<PolicyFile> running = read_with_idle_targets(session, complaints);
+  const std::optional<PolicyFile> running = running_file(session, complaints);
   if (!running) return std::nullopt;
   return inventory::overview(inventory::Relations(*running));
 }

@@ -14,6 +14,8 @@ std::optional<std::string> show_objects(const Session &session, ObjectKind kind,
                                         Complaints &complaints);
 // All objects as a policy file.
 std::optional<std::string> show_configuration(const Session &session, Complaints &complaints);
+// The same as values: what the repository holds, with the targets that have no active policy-map.
+std::optional<PolicyFile> running_file(const Session &session, Complaints &complaints);
 // The attributes that a target of the file has now, by name.
 std::vector<Assignment> attributes_now(const Session &session, const Target &target);
 // The library's own listings, with counters.

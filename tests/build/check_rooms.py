@@ -12,7 +12,7 @@ import sys
 
 # From the bottom up: a room may include itself and those before it.
 ROOMS = ["text", "messages", "policy", "format", "findings", "repository", "explanation", "stream", "inventory", "reasoning",
-         "lint", "prove", "graph", "diff", "testing", "session", "page", "editing", "language_server"]
+         "lint", "prove", "graph", "diff", "testing", "session", "service", "page", "editing", "language_server"]
 
 # What brings a stream of the process, or the means to end it or look around in it.
 FORBIDDEN_HEADERS = {"iostream", "print", "unistd.h", "sys/wait.h", "csignal", "signal.h"}

@@ -23,9 +23,9 @@ files() {
 
 # Their dependencies, and the tools of their users, are installed first, so that only the packages come and go.
 apt-get update -qq
-install man-db bash-completion zsh pkg-config cmake make g++ gdb
+install man-db bash-completion zsh pkg-config cmake make g++ gdb python3-pytest
 dependencies=$(apt-get install --simulate --no-install-recommends "$packages"/*.deb "$packages"/*.ddeb |
-  awk '/^Inst/ && !/^Inst (libzar|zar-)/ { print $2 }')
+  awk '/^Inst/ && !/^Inst (libzar|zar-|python3-zar)/ { print $2 }')
 # shellcheck disable=SC2086 # the list is words
 install $dependencies
 files >"$scratch/before"
@@ -111,12 +111,22 @@ install "$packages"/*.ddeb
 expect_policies NOTHING=
 expect_policies LD_LIBRARY_PATH="$libraries/zar/debug"
 
+# ---- Python: a policy is asked, and pytest runs the tests of a policy file ----
+
+/usr/bin/python3 - /usr/share/doc/zar/examples/broadband.yaml <<'PYTHON' || fail "the package zar does not work"
+import sys, zar
+with zar.load(sys.argv[1]) as simulator:
+    assert simulator.explain("session-start", "line-0101").permitted
+PYTHON
+/usr/bin/python3 -m pytest -q -p no:cacheprovider /usr/share/doc/zar/examples/broadband.yaml >"$scratch/output" ||
+  { cat "$scratch/output"; fail "pytest does not run the tests of an example"; }
+
 # ---- Nothing stays ----
 
-ours=$(dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-)')
+ours=$(dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-|python3-zar)')
 # shellcheck disable=SC2086 # the list is words
 apt-get purge -y -qq $ours >"$scratch/apt" 2>&1 || { cat "$scratch/apt"; fail "cannot purge the packages"; }
 files >"$scratch/after"
 diff -u "$scratch/before" "$scratch/after" || fail "a purge leaves files, or takes some with it"
-if dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-)'; then fail "packages are left"; fi
+if dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-|python3-zar)'; then fail "packages are left"; fi
 echo "the packages were installed, used and purged"
