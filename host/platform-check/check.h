@@ -63,7 +63,7 @@ void zar_platform_check_take_back(char *text);
  * kPiece bytes. The limit leaves room for sanitizers, which hold back what was returned.
  */
 void zar_platform_check_has_not_grown(void);
-enum { kPiece = 4000, kPieces = 150000 };
+enum { kPiece = 20000, kPieces = 30000 };
 
 /* From now on, what this process prints is discarded: a runtime may print the messages of a check. */
 void zar_platform_check_discard_output(void);
