@@ -86,12 +86,13 @@ holds libzar-dev 'usr/share/gdb/auto-load/.*/libzar\.so\.[0-9.]*-gdb\.py' usr/sh
 dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -t > "$scratch/control"
 if grep -q post "$scratch/control"; then fail "libzar1 has scripts, though its trigger renews the loader's cache"; fi
 
-# gdb loads the commands from where they are packaged.
+# gdb loads the commands from where they are packaged, with either library.
 if command -v gdb > /dev/null; then
   dpkg-deb -x "$(file_of libzar-dev)" "$scratch/unpacked"
-  HOME=/nonexistent gdb -nx -batch -ex "source $(find "$scratch/unpacked" -name 'libzar.so.*-gdb.py')" -ex "help zar" \
-    > "$scratch/help" 2>&1 || true
-  grep -q '^zar policies -- ' "$scratch/help" || { cat "$scratch/help"; fail "gdb does not load the commands"; }
+  for file in $(find "$scratch/unpacked" -name 'libzar.so.*-gdb.py'); do
+    HOME=/nonexistent gdb -nx -batch -ex "source $file" -ex "help zar" > "$scratch/help" 2>&1 || true
+    grep -q '^zar policies -- ' "$scratch/help" || { cat "$scratch/help"; fail "gdb does not load the commands"; }
+  done
 fi
 
 # The build decides whether pkg-config's files are in the folder of the architecture; as packages they are.
