@@ -244,7 +244,7 @@ def targets_come_and_go():
         if number % 2:
             assert made.ask("targets.delete", target=name) == {"target": name}
             assert made.refused("raise", event="session-start", target=name)["code"] == REFUSED
-    shown = [each for each in made.ask("show", kind="target")["objects"] if each["target"].startswith("new:")]
+    shown = [each for each in made.ask("show", kind="target")["objects"] if each["object"]["name"].startswith("new:")]
     assert len(shown) == 10, shown
     assert made.ask("test")["failed"] == 0
     ends_well(made)
