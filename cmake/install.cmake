@@ -1,7 +1,9 @@
-# What `cmake --install` puts where. The three components are also the three Debian packages:
+# What `cmake --install` puts where. The components are also the Debian packages:
 #   library      what a daemon needs at run time
 #   development  what its developers need: headers, pkg-config and CMake files, documentation
 #   tools        the command, what stands in for a daemon, examples
+#   debug        the library with its checks, if ZAR_DEBUG_LIBRARY is set: see debug_library.cmake
+#   python       the package for Python, which asks the command
 include(CMakePackageConfigHelpers)
 
 set(zar_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zar)
@@ -68,6 +70,7 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/html DESTINATION ${CMAKE_INSTAL
 
 if(ZAR_HOST)
   include(cmake/install_tools.cmake)
+  include(cmake/install_python.cmake)
 endif()
 
 # ---- Manual pages: docs/man/NAME.SECTION.scd; section 3 is for developers ----

@@ -56,8 +56,10 @@ holds "$libdir/zar/libzarplatform.so" "$libdir/zar/libzarengine.so" bin/zar bin/
   share/man/man1/zar.1 share/man/man1/zar-platform-check.1 share/man/man3/zar.3 share/man/man5/zar-policy.5 \
   share/zar/schema/policy.json share/zar/schema/inspect.json share/bash-completion/completions/zar share/zsh/vendor-completions/_zar
 
+holds lib/python3/dist-packages/zar/__init__.py "lib/python3/dist-packages/zar-$version.dist-info/entry_points.txt"
+
 # Every example of the sources is there.
-for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c "$root"/examples/fleet/*[a-z]; do
+for file in "$root"/examples/*.yaml "$root"/examples/embed/*.c "$root"/examples/fleet/*[a-z] "$root"/examples/freeradius/*[a-z]; do
   holds "share/doc/zar/examples/${file#"$root/examples/"}"
 done
 for file in "$prefix"/share/doc/zar/examples/*.yaml; do

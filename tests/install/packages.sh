@@ -1,12 +1,15 @@
 #!/bin/sh
 # Checks that the Debian packages contain what they should, depend on what they should, and share no file.
-#   packages.sh CPACK CONFIG VERSION LIBDIR all|library
-# With 'library' there are the two packages of the library and none with the tools.
+#   packages.sh CPACK CONFIG VERSION LIBDIR all|library [debug]
+# With 'library' there are the two packages of the library and none with the tools; with 'debug' there is also that of the
+# library with checks.
 set -eu
 export LC_ALL=C
 cpack=$1 config=$2 version=$3 libdir=$4 built=$5
-packages="libzar1 libzar-dev zar-tools"
+packages="libzar1 libzar-dev zar-tools python3-zar"
 test "$built" = all || packages="libzar1 libzar-dev"
+debug=${6:-}
+test -z "$debug" || packages="$packages libzar1-debug"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 architecture=$(dpkg --print-architecture)
@@ -21,7 +24,7 @@ test "$(find "$scratch" -maxdepth 1 -name '*.deb' | wc -l)" -eq "$(echo "$packag
   fail "not $packages: $(ls "$scratch")"
 
 file_of() {
-  echo "$scratch/$1_${version}_$architecture.deb"
+  case $1 in python3-*) echo "$scratch/$1_${version}_all.deb" ;; *) echo "$scratch/$1_${version}_$architecture.deb" ;; esac
 }
 list() {
   dpkg-deb --fsys-tarfile "$(file_of "$1")" | tar -t | sed 's|^\./||' | grep -v -e '/$' -e '^$' | sort
@@ -59,6 +62,17 @@ dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./triggers | grep -qx 'ac
   fail "libzar1 does not have the loader's cache renewed"
 dpkg-deb --fsys-tarfile "$(file_of libzar1)" | tar -xO "./usr/$libdir/libzar.so.$version" > "$scratch/library"
 if readelf -S "$scratch/library" | grep -q '\.debug_info'; then fail "the packaged library is not stripped"; fi
+
+# The library with checks is found only by those who name its folder: it is nobody's dependency.
+if test -n "$debug"; then
+  test "$(grep -v '^usr/share/doc/libzar1-debug/' "$scratch/libzar1-debug")" = "usr/$libdir/zar/debug/libzar.so.1
+usr/$libdir/zar/debug/libzar.so.$version" ||
+    { cat "$scratch/libzar1-debug"; fail "libzar1-debug holds more or less than the library with checks"; }
+  depends libzar1-debug libc6
+  dpkg-deb --ctrl-tarfile "$(file_of libzar1-debug)" | tar -t > "$scratch/control"
+  if grep -E 'shlibs|triggers|post' "$scratch/control"; then fail "libzar1-debug acts as a library of the system"; fi
+  holds libzar-dev 'usr/share/gdb/auto-load/.*/zar/debug/libzar\.so\.[0-9.]*-gdb\.py'
+fi
 
 holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar/platform/runtime.h \
   usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
@@ -99,5 +113,25 @@ holds zar-tools usr/bin/zar usr/bin/zar-platform-check "usr/$libdir/zar/libzarpl
   usr/share/zar/schema/policy.json usr/share/bash-completion/completions/zar usr/share/zsh/vendor-completions/_zar
 depends zar-tools "libzar1 (= $version)"
 
-twice=$(cat "$scratch/libzar1" "$scratch/libzar-dev" "$scratch/zar-tools" | sort | uniq -d)
+# Debian's Python finds the package and, by its metadata, pytest finds the plugin.
+modules=usr/lib/python3/dist-packages
+holds python3-zar "$modules/zar/__init__.py" "$modules/zar/py.typed" "$modules/zar/pytest_plugin.py" \
+  "$modules/zar-$version.dist-info/METADATA" "$modules/zar-$version.dist-info/entry_points.txt" \
+  usr/share/doc/zar/examples/freeradius/zar_radius.py usr/share/doc/zar/examples/freeradius/raddb/radiusd.conf
+if grep -E '__pycache__|mypy_cache' "$scratch/python3-zar"; then fail "python3-zar holds what Python has left behind"; fi
+depends python3-zar "zar-tools (= $version)"
+depends python3-zar "python3 (>= 3.11)"
+for script in postinst prerm; do
+  dpkg-deb --ctrl-tarfile "$(file_of python3-zar)" | tar -xO "./$script" | grep -q 'py3.* -p python3-zar' ||
+    fail "python3-zar has no $script for compiled modules"
+done
+if /usr/bin/python3 -c 'import pytest' 2> /dev/null; then
+  dpkg-deb -x "$(file_of python3-zar)" "$scratch/python"
+  PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$scratch/python/$modules /usr/bin/python3 -m pytest --help > "$scratch/help"
+  grep -q -e --zar-command "$scratch/help" || fail "pytest does not find the plugin"
+  test "$(PYTHONPATH=$scratch/python/$modules /usr/bin/python3 -B -c 'import zar; print(zar.__version__)')" = "$version" ||
+    fail "the package has another version"
+fi
+
+twice=$(for package in $packages; do cat "$scratch/$package"; done | sort | uniq -d)
 test -z "$twice" || fail "in two packages: $twice"

@@ -43,6 +43,7 @@ readelf -nW "$library" | grep -Eq '^ *zar +0x' || {
 same "the note" "$(readelf -p .note.zar "$library" | sed -n 's/^ *\[ *10\] *//p')"
 soname=$(readelf -dW "$library" | sed -n 's/.*SONAME.*\[libzar\.so\.\(.*\)\]/\1/p')
 same "the soname" "$soname${version#"${version%%.*}"}"
+same "python/zar/_version.py" "$(sed -n 's/^VERSION = "\(.*\)"$/\1/p' "$root/python/zar/_version.py")"
 same "the changelog" "$(sed -n 's/^## \[\([0-9][0-9.]*\)\].*/\1/p' "$root/CHANGELOG.md" | head -n 1)"
 # A host that asks the loaded library, linked with the stand-ins.
 if test "$command" != none; then

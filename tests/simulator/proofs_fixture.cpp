@@ -3,8 +3,8 @@
 #include <map>
 #include <optional>
 
-#include "policy.h"
 #include "simulator/explanation/rehearsal.h"
+#include "simulator/policy/load.h"
 #include "simulator/prove/account.h"
 #include "simulator/prove/claims.h"
 #include "simulator/prove/comparison.h"
@@ -170,7 +170,8 @@ std::string Writer::file() {
   text += concat("parameter-maps: {m: {statements: [", statement(1), ", ", statement(2), "]}}\npolicy-maps:\n");
   text += policy("p", {"e", "f"});
   text += policy("q", {"e", "g"});
-  text += "targets: {t: {policies: [p, q]}}\nclaims:\n";
+  // A claim may only mention an attribute that something has, also where no filter and no action does.
+  text += "targets:\n  t: {policies: [p, q]}\n  u: {policies: [p, q], attributes: {a: '0', b: '0'}}\nclaims:\n";
   for (int number = 0; number < 2; ++number)
     text += claim(number);
   return text;
@@ -285,6 +286,15 @@ simulator::reasoning::MayGoOn patience() {
   return [] { return true; };
 }
 
+// Nothing, and a problem, if the file is not valid: then nothing would be compared.
+std::optional<PolicyFile> load_valid(const std::string &text, std::vector<std::string> &problems) {
+  simulator::Diagnostics diagnostics;
+  const simulator::Source source("random.yaml", text);
+  std::optional<PolicyFile> file = simulator::load(source, diagnostics);
+  if (!file) problems.push_back(simulator::render(diagnostics, source));
+  return file;
+}
+
 }  // namespace
 
 RandomPolicies random_policies(unsigned long seed) {
@@ -295,8 +305,11 @@ RandomPolicies random_policies(unsigned long seed) {
 }
 
 void check_proofs(const RandomPolicies &policies, ProofCounts &counts, std::vector<std::string> &problems) {
-  const PolicyFile file = load_good(policies.text);
-  const PolicyFile other = load_good(policies.changed);
+  const std::optional<PolicyFile> valid = load_valid(policies.text, problems);
+  const std::optional<PolicyFile> valid_other = load_valid(policies.changed, problems);
+  if (!valid || !valid_other) return;
+  const PolicyFile &file = *valid;
+  const PolicyFile &other = *valid_other;
   ++counts.policies;
   const Answers claims = simulator::prove::prove_claims(file, patience);
   const Answers comparison = simulator::prove::compare({.before = &other, .after = &file}, patience);
