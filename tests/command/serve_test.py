@@ -413,7 +413,7 @@ def a_session_that_cannot_be_stopped_is_lost():
         os.kill(process, signal.SIGSTOP)
         error = made.refused("raise", event="session-start", target="line-0101")
         assert error["code"] == TOOK_TOO_LONG and error["data"] == {"session_lost": True}, error
-        assert not is_running(process)
+        wait_until(lambda: not is_running(process), "the process goes on")
         assert made.refused("config")["code"] == NOTHING_LOADED
         made.ask("load", path=BROADBAND)
         made.ask("raise", event="session-start", target="line-0101")
