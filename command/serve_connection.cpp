@@ -223,8 +223,8 @@ void ServeConnection::check_time() {
 
 void ServeConnection::finish_stopped(bool is_lost) {
   const UnderWay done = std::move(*under_way_);
-  std::unique_ptr<SessionProcess> &process = done.is_load ? candidate_ : session_;
   if (is_lost || done.is_load) {
+    std::unique_ptr<SessionProcess> &process = done.is_load ? candidate_ : session_;
     process->kill();
     process.reset();
   }
@@ -249,12 +249,12 @@ void ServeConnection::receive_from(std::unique_ptr<SessionProcess> &process) {
   const bool is_there = process->receive_some();
   const bool is_worker = under_way_ && (&process == &candidate_) == under_way_->is_load;
   if (is_worker) {
-    if (std::optional<SessionProcess::Answer> answer = process->take_answer()) return finish(std::move(*answer));
+    if (const std::optional<SessionProcess::Answer> answer = process->take_answer()) return finish(*answer);
   }
   if (!is_there) lose(process);
 }
 
-void ServeConnection::finish(SessionProcess::Answer answered) {
+void ServeConnection::finish(const SessionProcess::Answer &answered) {
   if (answered.is_interrupted) {
     if (under_way_->stopped == Stopped::no) under_way_->stopped = Stopped::cancelled;
     return finish_stopped(false);
@@ -267,7 +267,7 @@ void ServeConnection::finish(SessionProcess::Answer answered) {
     is_shut_down_ = true;
     session_.reset();
   }
-  answer(done.request, std::move(answered.answered), Clock::now() - done.since);
+  answer(done.request, answered.answered, Clock::now() - done.since);
 }
 
 void ServeConnection::replace_session(bool good) {
@@ -310,7 +310,7 @@ void ServeConnection::answer(const Request &request, const Failure &failure, Clo
          took);
 }
 
-void ServeConnection::answer(const Request &request, Answered answered, Clock::duration took) {
+void ServeConnection::answer(const Request &request, const Answered &answered, Clock::duration took) {
   if (answered.code != 0) ++shared_.errors;
   log_request(request, answered.code, took);
   put_out(request, answered.text);

@@ -103,13 +103,13 @@ class ServeConnection {
   void stop(Stopped why);
   void check_time();
   void receive_from(std::unique_ptr<SessionProcess> &process);
-  void finish(SessionProcess::Answer answer);
+  void finish(const SessionProcess::Answer &answered);
   void finish_stopped(bool is_lost);
   void lose(std::unique_ptr<SessionProcess> &process);
   void replace_session(bool good);
 
   void answer(const Request &request, const simulator::messages::Failure &failure, Clock::duration took = {});
-  void answer(const Request &request, simulator::service::Answered answered, Clock::duration took);
+  void answer(const Request &request, const simulator::service::Answered &answered, Clock::duration took);
   void put_out(const Request &request, std::string_view text);
   void write_some();
   void vanish();

@@ -65,7 +65,7 @@ Answered Service::answer(std::string_view text, const Json &figures) {
 Answered Service::answer(const Call &call) {
   const Json params = call.params.is_null() ? Json::object() : call.params;
   const Method *method = nullptr;
-  const Answered checked = respond(call, [&] {
+  Answered checked = respond(call, [&] {
     method = &known_method(call.method);
     check_parameters(method->parameters, params);
     if (method->needs_policy && !session_) throw failure(Refusal::nothing_loaded, "no policy is loaded");
