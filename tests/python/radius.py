@@ -78,6 +78,8 @@ class RadiusServer:
         _, found, received = done.stdout.partition("Received ")
         assert found or "No reply" in done.stderr + done.stdout, done.stdout + done.stderr
         attributes = dict(re.findall(r'^\t([^ ]+) = "?(.*?)"?$', received, re.MULTILINE))
+        # Newer releases sign their answers.
+        attributes.pop("Message-Authenticator", None)
         return Answer(received.split()[0] if found else "none", attributes)
 
 
