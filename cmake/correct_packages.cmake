@@ -1,5 +1,6 @@
 # Corrects what cpack writes into Debian packages against Debian's rules; cpack runs this on the finished packages.
 # - The library's package renews the loader's cache by a trigger, so the packages with libraries need no scripts for it.
+# - The library with checks is in a folder of its own: no program is linked with it, and the loader's cache lacks it.
 # - A package of debug information shares the documents of its package, and lists its files by their installed paths.
 find_program(dpkg_deb dpkg-deb REQUIRED)
 
@@ -26,6 +27,9 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
   cmake_path(GET package FILENAME name)
   if(NOT name MATCHES "^python3-")
     file(REMOVE ${root}/DEBIAN/postinst ${root}/DEBIAN/postrm)
+  endif()
+  if(name MATCHES "^libzar[0-9]+-debug_")
+    file(REMOVE ${root}/DEBIAN/shlibs ${root}/DEBIAN/triggers)
   endif()
   if(name MATCHES "^(.*)-dbgsym_")
     file(MAKE_DIRECTORY ${root}/usr/share/doc)

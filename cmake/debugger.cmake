@@ -10,6 +10,12 @@ import zar_gdb
 ")
 
 # gdb searches its folder for the path of the library, as it is in the whole file system.
-install(FILES share/gdb/load_zar_gdb.py RENAME ${zar_gdb_name}
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR} COMPONENT development)
+set(zar_gdb_folders ${CMAKE_INSTALL_FULL_LIBDIR})
+if(ZAR_DEBUG_LIBRARY)
+  list(APPEND zar_gdb_folders ${CMAKE_INSTALL_FULL_LIBDIR}/zar/debug)
+endif()
+foreach(folder ${zar_gdb_folders})
+  install(FILES share/gdb/load_zar_gdb.py RENAME ${zar_gdb_name}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${folder} COMPONENT development)
+endforeach()
 install(FILES share/gdb/zar_gdb.py DESTINATION ${CMAKE_INSTALL_DATADIR}/zar/gdb COMPONENT development)

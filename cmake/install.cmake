@@ -2,6 +2,7 @@
 #   library      what a daemon needs at run time
 #   development  what its developers need: headers, pkg-config and CMake files, documentation
 #   tools        the command, what stands in for a daemon, examples
+#   debug        the library with its checks, if ZAR_DEBUG_LIBRARY is set: see debug_library.cmake
 #   python       the package for Python, which asks the command
 include(CMakePackageConfigHelpers)
 

@@ -16,6 +16,9 @@ set(CPACK_COMPONENTS_ALL library development)
 if(ZAR_HOST)
   list(APPEND CPACK_COMPONENTS_ALL tools python)
 endif()
+if(ZAR_DEBUG_LIBRARY)
+  list(APPEND CPACK_COMPONENTS_ALL debug)
+endif()
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -60,6 +63,15 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libzar${PROJECT_VERSION_MAJOR} (= ${PROJ
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "policy rule repository (command)
 The policy simulator zar, the runtime and the engine that stand in for a
 daemon's, and examples.")
+
+set(CPACK_DEBIAN_DEBUG_PACKAGE_NAME libzar${PROJECT_VERSION_MAJOR}-debug)
+set(CPACK_DEBIAN_DEBUG_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_DEBUG_PACKAGE_SHLIBDEPS ON)
+set(CPACK_COMPONENT_DEBUG_DESCRIPTION "policy rule repository (library with checks)
+A debug build of the library, for the developers of a daemon: it ends the
+daemon at a broken invariant, at a call before the start, from a second thread,
+and at an exception that leaves a callback. A daemon uses it only if the
+loader's path names its folder.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zar)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)

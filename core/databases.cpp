@@ -1,5 +1,6 @@
 #include "core/checks.h"
 #include "core/debug/ledger.h"
+#include "core/exported.h"
 #include "core/handles.h"
 #include "core/pool.h"
 #include "core/queue.h"
@@ -27,10 +28,14 @@ bool make_tree(avl_tree *&place, uint32_t tag, avl_compare_fn compare, avl_free_
 }
 
 bool make_trees(zar_db &database) {
-  return make_tree(database.pmap_tree, ZAR_TAG_PMAP_TREE, zar_pmap_compare_string, zar_avl_free_pmap) &&
-         make_tree(database.cmap_tree, ZAR_TAG_CMAP_TREE, zar_cmap_compare_string, zar_avl_free_cmap) &&
-         make_tree(database.target_tree, ZAR_TAG_TARGET_TREE, zar_target_compare_int, zar_avl_free_target) &&
-         make_tree(database.pmtr_map_tree, ZAR_TAG_PMTR_MAP_TREE, zar_pmtr_map_compare_string, zar_avl_free_pmtr_map);
+  return make_tree(database.pmap_tree, ZAR_TAG_PMAP_TREE, ZAR_EXPORTED(zar_pmap_compare_string),
+                   ZAR_EXPORTED(zar_avl_free_pmap)) &&
+         make_tree(database.cmap_tree, ZAR_TAG_CMAP_TREE, ZAR_EXPORTED(zar_cmap_compare_string),
+                   ZAR_EXPORTED(zar_avl_free_cmap)) &&
+         make_tree(database.target_tree, ZAR_TAG_TARGET_TREE, ZAR_EXPORTED(zar_target_compare_int),
+                   ZAR_EXPORTED(zar_avl_free_target)) &&
+         make_tree(database.pmtr_map_tree, ZAR_TAG_PMTR_MAP_TREE, ZAR_EXPORTED(zar_pmtr_map_compare_string),
+                   ZAR_EXPORTED(zar_avl_free_pmtr_map));
 }
 
 constexpr char kDestroy[] = "destroy_database";

@@ -22,6 +22,7 @@ KINDS = {
 
 class Workshop:
     """One copy of the sources, with a build of each requested kind."""
+    target, library_file, options = 'zar', 'libzar.so', ['-DZAR_HOST=OFF']
 
     def __init__(self, programs, root, scratch, number):
         self.programs, self.root = programs, root
@@ -69,13 +70,13 @@ class Workshop:
     def _configure(self, kind):
         kind_of_build, flags = KINDS[kind]
         self._must(self.programs.run(
-            ['cmake', '-G', 'Ninja', '-S', self.sources, '-B', self.place / kind, '-DBUILD_TESTING=OFF', '-DZAR_HOST=OFF',
+            ['cmake', '-G', 'Ninja', '-S', self.sources, '-B', self.place / kind, '-DBUILD_TESTING=OFF', *self.options,
              f'-DCMAKE_BUILD_TYPE={kind_of_build}', '-DCMAKE_CXX_COMPILER=g++', f'-DCMAKE_CXX_FLAGS={flags}',
              '-DCMAKE_CXX_FLAGS_DEBUG=']))
         self._must(self._make(kind))
 
     def _make(self, kind):
-        return self.programs.run(['ninja', '-j1', '-C', self.place / kind, 'zar'])
+        return self.programs.run(['ninja', '-j1', '-C', self.place / kind, self.target])
 
     @staticmethod
     def _must(result):
@@ -83,4 +84,9 @@ class Workshop:
             sys.exit(result.output)
 
     def _digest(self, kind):
-        return hashlib.sha256((self.place / kind / 'lib' / 'libzar.so').read_bytes()).hexdigest()
+        return hashlib.sha256((self.place / kind / 'lib' / self.library_file).read_bytes()).hexdigest()
+
+
+class RuntimeWorkshop(Workshop):
+    """One for mutants of the stand-in runtime."""
+    target, library_file, options = 'zarplatform', 'libzarplatform.so', []

@@ -12,6 +12,6 @@ sources() {
 
 # The library, the hosts, the simulator and the command.
 product_sources() {
-  sources 'core/*.cpp' 'objects/*.cpp' 'compose/*.cpp' 'lifecycle/*.cpp' 'present/*.cpp' 'pmtr/*.cpp' 'host/*.cpp' \
-    'simulator/*.cpp' 'command/*.cpp'
+  sources 'core/*.cpp' 'objects/*.cpp' 'compose/*.cpp' 'lifecycle/*.cpp' 'present/*.cpp' 'pmtr/*.cpp' 'probes/*.cpp' \
+    'host/*.cpp' 'simulator/*.cpp' 'command/*.cpp'
 }

@@ -1,8 +1,10 @@
 """Runs programs so that none outlives a limit, its output is bounded, and all of them can be stopped at once."""
+import fcntl
 import os
 import resource
 import signal
 import subprocess
+import sys
 import tempfile
 import threading
 import time
@@ -21,6 +23,26 @@ class Result:
     @property
     def good(self):
         return self.status == 0
+
+
+def stop_on_signals():
+    """A request to end is what the key for interruption is, so that the run reports what it has."""
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, _interrupt)
+
+
+def _interrupt(number, frame):
+    raise KeyboardInterrupt
+
+
+def only_one(scratch):
+    """Two runs in the same place would break each other's libraries."""
+    lock = (scratch / 'lock').open('w')
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        sys.exit(f'another run is under way in {scratch}')
+    return lock
 
 
 def limit_children():

@@ -89,6 +89,29 @@ static void duplicate_may_be_written_to(void) {
   EXPECT(strcmp(copy, "iron") == 0, "what was written to the copy is not there");
 }
 
+/* Each copy is made in the place of a block between two others. What follows the text in memory must not follow it. */
+static void duplicates_leave_other_blocks_alone(void) {
+  enum { kLengths = 32 };
+  static unsigned char *blocks[kLengths][kBlocks];
+  for (size_t length = 1; length < kLengths; length++) {
+    for (int i = 0; i < kBlocks; i++)
+      memset(blocks[length][i] = new_block(1, length + 1), i % 251, length + 1);
+  }
+  for (size_t length = 1; length < kLengths; length++) {
+    char text[kLengths + 2];
+    memset(text, 0xff, sizeof text);
+    text[length] = '\0';
+    for (int i = 1; i < kBlocks; i += 2)
+      bfree_named(blocks[length][i]);
+    for (int i = 1; i < kBlocks; i += 2)
+      blocks[length][i] = (unsigned char *)duplicate(text);
+    for (int i = 0; i < kBlocks; i += 2)
+      is_filled_with(blocks[length][i], length + 1, i % 251);
+    for (int i = 0; i < kBlocks; i++)
+      bfree_named(blocks[length][i]);
+  }
+}
+
 static void frees_blocks_of_both_services(void) {
   bfree_named(new_block(1, kSize));
   bfree_named(duplicate("gold"));
@@ -109,6 +132,10 @@ static void freeing_does_not_affect_other_blocks(void) {
 static void freed_memory_can_be_used_again(void) {
   for (int i = 0; i < 100000; i++)
     bfree_named(new_block(1, kSize));
+  zar_platform_check_has_not_grown();
+  for (int i = 0; i < kPieces; i++)
+    bfree_named(memset(new_block(1, kPiece), 1, kPiece));
+  zar_platform_check_has_not_grown();
 }
 
 static void null_is_ignored(void) {
@@ -125,6 +152,7 @@ static const Promise promises[] = {
     {5, "bstrdup_named", "copies texts of any length", duplicates_texts_of_any_length},
     {6, "bstrdup_named", "copies the empty text", duplicates_the_empty_text},
     {7, "bstrdup_named", "returns a copy that may be written to", duplicate_may_be_written_to},
+    {12, "bstrdup_named", "does not affect other blocks", duplicates_leave_other_blocks_alone},
     {8, "bfree_named", "frees the blocks of both services", frees_blocks_of_both_services},
     {9, "bfree_named", "does not affect other blocks", freeing_does_not_affect_other_blocks},
     {10, "bfree_named", "lets the memory be used again, any number of times", freed_memory_can_be_used_again},

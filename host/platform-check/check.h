@@ -57,6 +57,14 @@ enum { kTag = 0x3e00099 };
 char *zar_platform_check_lend(const char *text);
 void zar_platform_check_take_back(char *text);
 
+/*
+ * Expects that memory is used again: the process must not have grown by more than a limit since it was called the first
+ * time. A check calls it at the beginning, and again after it has requested, written to, and returned kPieces times
+ * kPiece bytes. The limit leaves room for sanitizers, which hold back what was returned.
+ */
+void zar_platform_check_has_not_grown(void);
+enum { kPiece = 4000, kPieces = 150000 };
+
 /* From now on, what this process prints is discarded: a runtime may print the messages of a check. */
 void zar_platform_check_discard_output(void);
 

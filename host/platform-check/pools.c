@@ -104,6 +104,12 @@ static void freed_records_can_be_taken_again(void) {
   chunk_pool *pool = new_pool(kSize);
   for (int i = 0; i < 100000; i++)
     chunk_free(pool, take(pool));
+
+  chunk_pool *large = new_pool(kPiece);
+  zar_platform_check_has_not_grown();
+  for (int i = 0; i < kPieces; i++)
+    chunk_free(large, memset(take(large), 1, kPiece));
+  zar_platform_check_has_not_grown();
 }
 
 static const Promise promises[] = {

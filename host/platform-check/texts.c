@@ -105,6 +105,18 @@ static void accepts_a_text_again(void) {
   }
 }
 
+static void removed_texts_make_room(void) {
+  static char text[kPiece];
+  zar_platform_check_has_not_grown();
+  for (int i = 0; i < kPieces; i++) {
+    memset(text, 'x', sizeof text - 1);
+    snprintf(text, kRoom, "%08d", i);
+    text[8] = 'x';
+    sdb_remove_block(add(text), kTag);
+  }
+  zar_platform_check_has_not_grown();
+}
+
 static void removal_does_not_affect_other_texts(void) {
   static const char *const texts[] = {"gold", "silver", "bronze", "iron"};
   sdb_ref references[COUNT_OF(texts)];
@@ -143,6 +155,7 @@ static const Promise promises[] = {
     {8, "sdb_remove_block", "returns non-zero for a text that is kept, whatever the tag", removal_accepts_any_tag},
     {9, "sdb_remove_block", "lets the text be added again", accepts_a_text_again},
     {10, "sdb_remove_block", "does not affect other texts", removal_does_not_affect_other_texts},
+    {12, "sdb_remove_block", "lets the memory of a text be used again", removed_texts_make_room},
     {11, "sdb_string_addr_ptr", "returns the same address as long as the text is kept", live_text_does_not_move},
 };
 const Group zar_platform_check_texts = {"texts", "sdb", promises, COUNT_OF(promises), NULL};

@@ -1,12 +1,15 @@
 #!/bin/sh
 # Checks that the Debian packages contain what they should, depend on what they should, and share no file.
-#   packages.sh CPACK CONFIG VERSION LIBDIR all|library
-# With 'library' there are the two packages of the library and none with the tools.
+#   packages.sh CPACK CONFIG VERSION LIBDIR all|library [debug]
+# With 'library' there are the two packages of the library and none with the tools; with 'debug' there is also that of the
+# library with checks.
 set -eu
 export LC_ALL=C
 cpack=$1 config=$2 version=$3 libdir=$4 built=$5
 packages="libzar1 libzar-dev zar-tools python3-zar"
 test "$built" = all || packages="libzar1 libzar-dev"
+debug=${6:-}
+test -z "$debug" || packages="$packages libzar1-debug"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 architecture=$(dpkg --print-architecture)
@@ -59,6 +62,17 @@ dpkg-deb --ctrl-tarfile "$(file_of libzar1)" | tar -xO ./triggers | grep -qx 'ac
   fail "libzar1 does not have the loader's cache renewed"
 dpkg-deb --fsys-tarfile "$(file_of libzar1)" | tar -xO "./usr/$libdir/libzar.so.$version" > "$scratch/library"
 if readelf -S "$scratch/library" | grep -q '\.debug_info'; then fail "the packaged library is not stripped"; fi
+
+# The library with checks is found only by those who name its folder: it is nobody's dependency.
+if test -n "$debug"; then
+  test "$(grep -v '^usr/share/doc/libzar1-debug/' "$scratch/libzar1-debug")" = "usr/$libdir/zar/debug/libzar.so.1
+usr/$libdir/zar/debug/libzar.so.$version" ||
+    { cat "$scratch/libzar1-debug"; fail "libzar1-debug holds more or less than the library with checks"; }
+  depends libzar1-debug libc6
+  dpkg-deb --ctrl-tarfile "$(file_of libzar1-debug)" | tar -t > "$scratch/control"
+  if grep -E 'shlibs|triggers|post' "$scratch/control"; then fail "libzar1-debug acts as a library of the system"; fi
+  holds libzar-dev 'usr/share/gdb/auto-load/.*/zar/debug/libzar\.so\.[0-9.]*-gdb\.py'
+fi
 
 holds libzar-dev usr/include/zar/zar.h usr/include/zar/version.h usr/include/zar/platform/runtime.h \
   usr/include/zar/platform/engine.h "usr/$libdir/libzar.so" "usr/$libdir/libzarplatformcheck.a" \
@@ -119,5 +133,5 @@ if /usr/bin/python3 -c 'import pytest' 2> /dev/null; then
     fail "the package has another version"
 fi
 
-twice=$(cat "$scratch/libzar1" "$scratch/libzar-dev" "$scratch/zar-tools" "$scratch/python3-zar" | sort | uniq -d)
+twice=$(for package in $packages; do cat "$scratch/$package"; done | sort | uniq -d)
 test -z "$twice" || fail "in two packages: $twice"

@@ -1,9 +1,9 @@
 #!/bin/sh
 # Installs the Debian packages on a system without them, uses their contents as users do, and purges them. It installs
 # and removes packages of the system: run it only on a system made for this.
-#   use_packages.sh FOLDER         FOLDER holds the .deb files
+#   use_packages.sh FOLDER         FOLDER holds the .deb files, and the .ddeb files with the debug information
 set -eu
-export LC_ALL=C DEBIAN_FRONTEND=noninteractive
+export LC_ALL=C DEBIAN_FRONTEND=noninteractive PYTHONDONTWRITEBYTECODE=1
 packages=$(cd "$1" && pwd)
 sources=$(cd "$(dirname "$0")/../.." && pwd)
 version=$(head -n 1 "$sources/VERSION")
@@ -23,8 +23,8 @@ files() {
 
 # Their dependencies, and the tools of their users, are installed first, so that only the packages come and go.
 apt-get update -qq
-install man-db bash-completion zsh pkg-config cmake make g++ python3-pytest
-dependencies=$(apt-get install --simulate --no-install-recommends "$packages"/*.deb |
+install man-db bash-completion zsh pkg-config cmake make g++ gdb python3-pytest
+dependencies=$(apt-get install --simulate --no-install-recommends "$packages"/*.deb "$packages"/*.ddeb |
   awk '/^Inst/ && !/^Inst (libzar|zar-|python3-zar)/ { print $2 }')
 # shellcheck disable=SC2086 # the list is words
 install $dependencies
@@ -81,6 +81,36 @@ diff -u "$sources/examples/embed/quick.txt" output
 "$sources/tests/install/consumer_cpp.sh" /usr "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH 2>/dev/null || cc -print-multiarch)" \
   cmake
 
+# ---- The library with checks, and a core file with the debug information of the library ----
+
+libraries=/usr/lib/$(cc -print-multiarch)
+#   host NAME SOURCE
+host() {
+  # shellcheck disable=SC2046
+  cc -std=c11 "$2" $(pkg-config --cflags --libs zar-engine) -o "$1"
+}
+host mistaken "$sources/tests/install/mistaken.c"
+"$sources/tests/install/debug_library.sh" "$libraries/zar/debug" "$scratch/mistaken" || fail "the library with checks does not check"
+
+#   shows_policies [NAME=VALUE]         the commands for gdb show a policy-map in a core file of the host
+shows_policies() {
+  rm -f core
+  env "$@" gdb -nx -batch -ex run -ex "generate-core-file core" ./everything >output 2>&1 || true
+  test -e core || { cat output; fail "there is no core file"; }
+  env "$@" gdb -nx -batch -ex "zar policy guest-access" ./everything core >output 2>&1 || true
+}
+expect_policies() {
+  shows_policies "$@"
+  grep -q '^policy-map guest-access, domain guest control, handle 0x' output ||
+    { cat output; fail "gdb does not show the policy-map in a core file: $*"; }
+}
+host everything "$sources/tests/install/debugged/everything.c"
+shows_policies NOTHING=
+grep -qF 'install libzar1-dbgsym' output || { cat output; fail "gdb does not say what it needs"; }
+install "$packages"/*.ddeb
+expect_policies NOTHING=
+expect_policies LD_LIBRARY_PATH="$libraries/zar/debug"
+
 # ---- Python: a policy is asked, and pytest runs the tests of a policy file ----
 
 /usr/bin/python3 - /usr/share/doc/zar/examples/broadband.yaml <<'PYTHON' || fail "the package zar does not work"
@@ -93,7 +123,9 @@ PYTHON
 
 # ---- Nothing stays ----
 
-apt-get purge -y -qq libzar1 libzar-dev zar-tools python3-zar >"$scratch/apt" 2>&1 || { cat "$scratch/apt"; fail "cannot purge the packages"; }
+ours=$(dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-|python3-zar)')
+# shellcheck disable=SC2086 # the list is words
+apt-get purge -y -qq $ours >"$scratch/apt" 2>&1 || { cat "$scratch/apt"; fail "cannot purge the packages"; }
 files >"$scratch/after"
 diff -u "$scratch/before" "$scratch/after" || fail "a purge leaves files, or takes some with it"
 if dpkg-query -W -f '${Package}\n' | grep -E '^(libzar|zar-|python3-zar)'; then fail "packages are left"; fi
