@@ -223,8 +223,8 @@ void ServeConnection::check_time() {
 
 void ServeConnection::finish_stopped(bool is_lost) {
   const UnderWay done = std::move(*under_way_);
-  std::unique_ptr<SessionProcess> &process = done.is_load ? candidate_ : session_;
   if (is_lost || done.is_load) {
+    std::unique_ptr<SessionProcess> &process = done.is_load ? candidate_ : session_;
     process->kill();
     process.reset();
   }

@@ -75,7 +75,7 @@ class Reader {
     --depth_;
     return true;
   }
-  bool key(std::string &name) {
+  bool key(const std::string &name) {
     const size_t level = depth_ - base_ - 1;
     if (level < 2) keys_[level] = name;
     if (level == 0) forget(name);

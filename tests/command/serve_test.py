@@ -244,7 +244,7 @@ def targets_come_and_go():
         if number % 2:
             assert made.ask("targets.delete", target=name) == {"target": name}
             assert made.refused("raise", event="session-start", target=name)["code"] == REFUSED
-    shown = [each for each in made.ask("show", kind="target")["objects"] if each["target"].startswith("new:")]
+    shown = [each for each in made.ask("show", kind="target")["objects"] if each["object"]["name"].startswith("new:")]
     assert len(shown) == 10, shown
     assert made.ask("test")["failed"] == 0
     ends_well(made)
@@ -413,7 +413,7 @@ def a_session_that_cannot_be_stopped_is_lost():
         os.kill(process, signal.SIGSTOP)
         error = made.refused("raise", event="session-start", target="line-0101")
         assert error["code"] == TOOK_TOO_LONG and error["data"] == {"session_lost": True}, error
-        assert not is_running(process)
+        wait_until(lambda: not is_running(process), "the process goes on")
         assert made.refused("config")["code"] == NOTHING_LOADED
         made.ask("load", path=BROADBAND)
         made.ask("raise", event="session-start", target="line-0101")
