@@ -314,11 +314,11 @@ class OwnServer:
 
     def end(self) -> None:
         """The process ends by itself once its input has; it is stopped if it does not."""
-        for stop in (lambda: None, self._process.terminate, self._process.kill):
-            stop()
-            with contextlib.suppress(subprocess.TimeoutExpired):
-                self._process.wait(GRACE)
-                break
+        if not self._ends_soon():
+            self._process.terminate()
+            if not self._ends_soon():
+                self._process.kill()
+                self._process.wait()
         if not self._messages.closed:
             self._words = self._last_messages()
             self._messages.close()
@@ -326,6 +326,13 @@ class OwnServer:
     def last_words(self) -> str:
         """How the process ended, and the end of what it wrote to standard error."""
         return "; ".join(part for part in (f"exit status {self._process.returncode}", self._words) if part)
+
+    def _ends_soon(self) -> bool:
+        try:
+            self._process.wait(GRACE)
+        except subprocess.TimeoutExpired:
+            return False
+        return True
 
     def _last_messages(self) -> str:
         size = self._messages.seek(0, os.SEEK_END)

@@ -15,7 +15,7 @@ import sys
 
 import jsonschema
 import pytest
-from radius import EXAMPLE, POLICY, Answer, RadiusServer, accounting, free_ports, request, subscriber, whole_day
+from radius import EXAMPLE, POLICY, UNPRINTED, Answer, RadiusServer, accounting, free_ports, request, subscriber, whole_day
 from support import SOURCE, children_of
 
 import zar
@@ -189,8 +189,9 @@ def test_a_limit_on_targets_forgets_the_one_that_was_silent_longest(tmp_path):
 
 def test_a_day_is_answered_as_its_recording_plays(server, tmp_path):
     packets = whole_day()
-    answers = [server.send(packet) for packet in packets]
-    assert {answer.kind for answer in answers} == {"Access-Accept", "Access-Reject", "Accounting-Response"}
+    answers = [server.send_once(packet) for packet in packets]
+    assert {answer.kind for answer in answers} - {"unprinted"} == {"Access-Accept", "Access-Reject", "Accounting-Response"}
+    assert answers.count(UNPRINTED) < len(packets) / 10
     assert "secret" not in server.detail.read_text()
 
     status, stream, problems = events_of(server.detail)
@@ -207,7 +208,7 @@ def test_a_day_is_answered_as_its_recording_plays(server, tmp_path):
     results = [json.loads(line) for line in played.stdout.splitlines()]
     assert len(results) == len(packets)
     for answer, result in zip(answers, results, strict=True):
-        if result["event"] == "session-start":
+        if result["event"] == "session-start" and answer != UNPRINTED:
             assert answer == answer_of(result["verdict"], result["changes"])
     assert any(answer.attributes.get("Filter-Id") == "slow" for answer in answers)
 
@@ -282,6 +283,9 @@ def test_the_commands_of_the_readme_work(tmp_path):
     for port, free in zip(("18120", "18130"), free_ports(), strict=True):
         assert port in script
         script = script.replace(port, str(free))
+    # The package is not installed here, and FreeRADIUS may ignore PYTHONPATH.
+    assert "ZAR_RADIUS_PYTHON=$PWD" in script
+    script = script.replace("ZAR_RADIUS_PYTHON=$PWD", f"ZAR_RADIUS_PYTHON=$PWD:{SOURCE / 'python'}")
     zar_command = pathlib.Path(_connection.find_command(None))
     environment = {**os.environ, "TMPDIR": str(tmp_path), "PATH": f"{zar_command.parent}:{os.environ['PATH']}"}
     done = subprocess.run(["sh", "-c", f"{script}\nkill $!; wait"], cwd=EXAMPLE, env=environment, capture_output=True, text=True)
