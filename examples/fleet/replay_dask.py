@@ -7,6 +7,8 @@ Without --scheduler it starts N workers on this machine. The workers of a cluste
 machines share: the one of RESULTS. The exit code is the worst one of the parts, as zar gives it.
 """
 import argparse
+import contextlib
+import os
 import pathlib
 import subprocess
 import sys
@@ -21,28 +23,34 @@ GOOD, STOPPED, BAD_LINES = 0, 1, 65
 
 
 def play(zar, policy, part):
-    """Runs on a worker. Returns the exit code, the results' path and the summary."""
-    results = f"{part}.results"
-    with open(results, "wb") as out:
+    """Runs on a worker. Returns the exit code, the results' path and the summary.
+
+    Dask repeats a task whose worker it loses, so the results get their name only when they are complete.
+    """
+    with tempfile.NamedTemporaryFile(dir=pathlib.Path(part).parent, delete=False) as out:
         done = subprocess.run([zar, "run", policy, "--events", part, "--jsonl"], stdout=out, stderr=subprocess.PIPE)
+    results = f"{part}.results"
+    os.replace(out.name, results)
     return done.returncode, results, done.stderr.decode()
 
 
-def connect(wanted):
-    if wanted.scheduler:
-        return Client(wanted.scheduler)
-    # One thread each: playing a part takes a whole processor.
-    cluster = LocalCluster(n_workers=wanted.workers, threads_per_worker=1, dashboard_address=None)
-    return Client(cluster)
+@contextlib.contextmanager
+def connected(wanted):
+    with contextlib.ExitStack() as opened:
+        cluster = wanted.scheduler
+        if not cluster:
+            # One thread each: playing a part takes a whole processor.
+            cluster = LocalCluster(n_workers=wanted.workers, threads_per_worker=1, dashboard_address=None)
+            opened.enter_context(cluster)
+        # It goes first. Workers that ended before it would make the others repeat their tasks.
+        yield opened.enter_context(Client(cluster))
 
 
 def replay(wanted, folder):
     parts = partition(wanted.events, wanted.workers, folder)
-    with connect(wanted) as client:
+    with connected(wanted) as client:
         tasks = [client.submit(play, wanted.zar, str(pathlib.Path(wanted.policy).resolve()), str(part), pure=False) for part in parts]
         done = client.gather(tasks)
-        if not wanted.scheduler:
-            client.cluster.close()
     worst = max(code for code, _, _ in done)
     for part, (code, _, summary) in zip(parts, done):
         print(f"{part.name}: exit code {code}\n{summary}", file=sys.stderr)
