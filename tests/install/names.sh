@@ -12,8 +12,10 @@ fail() {
   echo "$*" >&2
   exit 1
 }
+# A probe has the name of its operation.
 names_in() {
-  cat "$@" | grep -oE '\b(zar|kel|id|chunk|i_avl|queue|sdb|bcalloc|bstrdup|bfree|btrace)_[a-z_0-9]*[a-z0-9]\b' | sort -u
+  cat "$@" | grep -oE '\b(zar|kel|id|chunk|i_avl|queue|sdb|bcalloc|bstrdup|bfree|btrace)_[a-z_0-9]*[a-z0-9]\b' |
+    sed -E 's/__(begin|end)$//' | sort -u
 }
 
 names_in include/zar/*.h platform/*.h examples/*/*.[ch] cmake/*.in host/platform-check/main.c > "$scratch/known"
