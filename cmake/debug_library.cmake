@@ -29,3 +29,11 @@ ExternalProject_Add(debug-library
 
 install(FILES ${zar_debug_files} DESTINATION ${zar_host_dir}/debug COMPONENT debug
   PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+
+# What packages without debug information of their own strip: CMake does so only with targets of this build.
+install(CODE "
+  if(CMAKE_INSTALL_DO_STRIP)
+    execute_process(
+      COMMAND ${CMAKE_STRIP} --strip-unneeded \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${zar_host_dir}/debug/libzar.so.${PROJECT_VERSION}\"
+      COMMAND_ERROR_IS_FATAL ANY)
+  endif()" COMPONENT debug)
