@@ -108,8 +108,8 @@ class ServeCommand final : public Command {
       service::describe_methods(),
       "\nExit code 0: the client has ended, or a signal (SIGTERM, SIGINT) ended the server.\n\n"
       "Examples:\n"
-      "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"version\"}' | zar serve\n"
-      "  zar serve policy.yaml --socket /run/user/1000/zar --log requests.jsonl");
+      "  zar serve policy.yaml --socket /run/user/1000/zar --log requests.jsonl\n"
+      "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"version\"}' | zar serve");
 };
 
 }  // namespace
