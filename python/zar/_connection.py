@@ -19,8 +19,8 @@ import subprocess
 import tempfile
 import threading
 import time
-from collections.abc import Iterator, Mapping, Sequence
-from typing import IO, Protocol
+from collections.abc import Callable, Iterator, Mapping, Sequence
+from typing import IO, Protocol, TypeVar
 
 from zar._decode import decode
 from zar.errors import (
@@ -42,6 +42,7 @@ from zar.errors import (
 from zar.results import FileErrors
 
 Params = Mapping[str, object]
+T = TypeVar("T")
 
 # The server ends a request within about a second of its cancellation; if it has not answered after this many seconds,
 # it hangs, and the connection is given up.
@@ -58,19 +59,23 @@ class Connection:
         self._numbers = itertools.count(1)
         self._calling = threading.Lock()
         self._writing = threading.Lock()
-        self._received = bytearray()
+        # What has come and is not read yet; only the last piece may hold the end of a line.
+        self._received: list[bytes] = [b""]
         self._under_way: int | None = None
         self._closed = False
 
     def call(self, method: str, params: Params, timeout: float | None) -> object:
         """The result of a request. Raises what the server answers, or TimedOut."""
         deadline = Deadline(timeout)
-        if not self._calling.acquire(timeout=deadline.for_lock()):
-            raise TimedOut(f"{method}: another call did not end within {timeout} seconds")
+        turns: list[bool] = []
         try:
+            kept(turns, self._calling.acquire, True, deadline.for_lock())
+            if True not in turns:
+                raise TimedOut(f"{method}: another call did not end within {timeout} seconds")
             return self._exchange(method, params, deadline)
         finally:
-            self._calling.release()
+            if True in turns:
+                self._calling.release()
 
     def cancel(self) -> None:
         """Cancels the call that is under way in another thread, if there is one."""
@@ -95,9 +100,9 @@ class Connection:
         if self._closed:
             raise Disconnected("the connection is closed")
         number = next(self._numbers)
-        self._send({"jsonrpc": "2.0", "id": number, "method": method, "params": params}, deadline)
-        self._under_way = number
         try:
+            self._under_way = number
+            self._send({"jsonrpc": "2.0", "id": number, "method": method, "params": params}, deadline)
             answer = self._answer_to(number, deadline)
             if answer is None:
                 answer = self._answer_after_cancelling(number, method, deadline)
@@ -129,24 +134,29 @@ class Connection:
 
     def _send(self, message: Params, deadline: Deadline) -> None:
         line = memoryview(json.dumps(message, ensure_ascii=False).encode() + b"\n")
+        sent: list[int] = []
         with self._writing:
-            while line:
-                try:
-                    line = line[self._stream.send(line) :]
-                except BlockingIOError:
-                    self._wait(select.POLLOUT, deadline, "the server does not read")
-                except OSError:
-                    # What the server wrote before it closed the connection says why: the next read finds that.
-                    return
+            try:
+                while sum(sent) < len(line) and self._send_some(line, sent, deadline):
+                    pass
+            except BaseException:
+                # Half of a line cannot be taken back.
+                if 0 < sum(sent) < len(line):
+                    self.close()
+                raise
 
-    def _wait(self, event: int, deadline: Deadline, late: str) -> None:
-        """Half of a line cannot be taken back: whatever ends this wait also ends the connection."""
+    def _send_some(self, line: memoryview, sent: list[int], deadline: Deadline) -> bool:
+        """Sends what the stream takes of the rest of a line, or waits until it takes more. False: it has ended."""
         try:
-            if not self._is_ready(event, deadline):
-                raise TimedOut(late, session_lost=True)
-        except BaseException:
-            self.close()
-            raise
+            kept(sent, self._stream.send, line[sum(sent) :])
+        except BlockingIOError:
+            if not self._is_ready(select.POLLOUT, deadline):
+                self.close()
+                raise TimedOut("the server does not read", session_lost=True) from None
+        except OSError:
+            # What the server wrote before it closed the connection says why: the next read finds that.
+            return False
+        return True
 
     def _is_ready(self, event: int, deadline: Deadline) -> bool:
         """Whether the stream is ready, or has ended, before the deadline."""
@@ -171,31 +181,37 @@ class Connection:
                 return answer
 
     def _line(self, deadline: Deadline) -> bytes | None:
-        searched = 0
-        while (end := self._received.find(b"\n", searched)) < 0:
-            searched = len(self._received)
+        while b"\n" not in self._received[-1]:
             if not self._is_ready(select.POLLIN, deadline):
                 return None
             self._receive()
-        line = bytes(self._received[:end])
-        del self._received[: end + 1]
+        line, _, rest = b"".join(self._received).partition(b"\n")
+        self._received[:] = [rest]
         return line
 
     def _receive(self) -> None:
         try:
-            data = self._stream.recv(1 << 16)
+            kept(self._received, self._stream.recv, 1 << 16)
         except BlockingIOError:
             return
         except OSError as error:
             raise self._lost() from error
-        if not data:
+        if not self._received[-1]:
             raise self._lost()
-        self._received += data
 
     def _lost(self) -> Disconnected:
         self.close()
         reason = self.server.last_words()
         return Disconnected(f"the server has closed the connection{': ' if reason else ''}{reason}")
+
+
+def kept(results: list[T], function: Callable[..., T], *arguments: object) -> None:
+    """Calls a built-in function and appends its result to the results, so that no result can get lost.
+
+    An exception that a signal handler raises, such as KeyboardInterrupt, may come after any call of Python code, also
+    between a call and the assignment of its result. This list takes the result over before such a handler can run.
+    """
+    results.extend(map(function, *((argument,) for argument in arguments)))
 
 
 class Deadline:

@@ -1,7 +1,9 @@
 """Calls, time limits and cancellation, with a server that does what a test says; and with servers that are not there."""
 
+import contextlib
 import json
 import os
+import random
 import signal
 import threading
 import time
@@ -171,22 +173,47 @@ def test_cancelling_without_a_call_does_nothing(serve):
 
 
 def test_after_an_interrupt_the_next_call_gets_its_own_answer(serve):
-    interrupted = []
+    rounds = 200
+    pauses = random.Random(1)
 
     def answer(request):
         if request["method"] == "cancel":
             return [error({"id": request["params"]["id"]}, 4)]
-        if request["method"] == "lint" and not interrupted:
-            interrupted.append(request)
+        if request["method"] == "lint":
+            time.sleep(pauses.choice([0, 0.00001, 0.0001]))
             os.kill(os.getpid(), signal.SIGINT)
             return []
-        return [result(request, STATS)]
+        return [result(request, {**STATS, "requests": request["id"]})]
 
     simulator, server = serve(answer)
-    with pytest.raises(KeyboardInterrupt):
-        simulator.lint()
-    assert simulator.stats().requests == 1
-    assert [request["method"] for request in server.requests] == ["version", "lint", "cancel", "stats"]
+    for _ in range(rounds):
+        with pytest.raises(KeyboardInterrupt):
+            simulator.lint()
+        assert simulator.stats().requests == server.requests[-1]["id"]
+    assert [request["method"] for request in server.requests] == ["version", *["lint", "cancel", "stats"] * rounds]
+
+
+def test_an_interrupt_at_any_moment_leaves_a_connection_that_works(serve):
+    seen = []
+    moments = random.Random(1)
+
+    def answer(request):
+        return [] if request["method"] == "cancel" else [result(request, {**STATS, "requests": request["id"]})]
+
+    def interrupt(after):
+        time.sleep(after)
+        os.kill(os.getpid(), signal.SIGINT)
+
+    simulator, _ = serve(answer)
+    for _ in range(300):
+        interrupter = threading.Thread(target=interrupt, args=(moments.uniform(0, 0.0005),))
+        with contextlib.suppress(KeyboardInterrupt):
+            interrupter.start()
+            while True:
+                seen.append(simulator.stats().requests)
+        interrupter.join(HUNG)
+        seen.append(simulator.stats().requests)
+    assert seen == sorted(set(seen))
 
 
 def test_threads_take_turns(serve):
