@@ -48,6 +48,10 @@ T = TypeVar("T")
 # it hangs, and the connection is given up.
 GRACE = 5.0
 
+# The system does not end a wait for a signal that came just before the wait, so waits are no longer than these seconds:
+# an interrupt takes effect after them at the latest.
+SLICE = 0.2
+
 
 class Connection:
     """Sends requests over a socket and waits for their answers."""
@@ -164,8 +168,12 @@ class Connection:
             raise Disconnected("the connection is closed")
         poll = select.poll()
         poll.register(self._stream, event)
-        left = deadline.left()
-        return bool(poll.poll(None if left is None else left * 1000))
+        while True:
+            left = deadline.left()
+            if poll.poll((SLICE if left is None else min(left, SLICE)) * 1000):
+                return True
+            if left is not None and left <= SLICE:
+                return False
 
     def _answer_to(self, number: int, deadline: Deadline) -> Params | None:
         """None: it has not come in time. Answers to calls that were given up are skipped."""
