@@ -1,6 +1,6 @@
 # Headers of the standard library and of the test framework, compiled once for the sources of a target. Sources still
-# include what they use: most builds do without precompiled headers, and fail if an include is missing. With g++ they
-# cause warnings about the standard library's own code, so only builds with clang++ use them.
+# include what they use: the other builds do without precompiled headers, and fail if an include is missing. Optimised
+# builds are among those: in them g++ would warn about the standard library's own code.
 option(ZAR_PRECOMPILED_HEADERS "Compile common headers once, which builds faster" OFF)
 
 #   precompile_headers(TARGET [<header>...])
