@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 
 #include <CLI/CLI.hpp>
 
@@ -102,6 +103,10 @@ void Options::exclude(const char *one, const char *other) {
 
 void Options::epilogue(const char *text) {
   command_.footer(text);
+}
+
+void Options::epilogue(std::string (*text)()) {
+  command_.footer(std::function<std::string()>(text));
 }
 
 }  // namespace command

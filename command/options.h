@@ -42,8 +42,9 @@ class Options {
   // At most one of the two may be given.
   void exclude(const char *one, const char *other);
 
-  // The end of the help.
+  // The end of the help. The second form is for a text that is made when the help is shown.
   void epilogue(const char *text);
+  void epilogue(std::string (*text)());
 
  private:
   CLI::App &command_;

@@ -32,6 +32,17 @@ void allow_descriptors(uint32_t connections) {
   setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+std::string describe() {
+  return concat(
+      "Speaks JSON-RPC 2.0, one message in a line. Each connection has a session of its own:\n"
+      "what it loads, and the attributes of its targets. Methods with their parameters:\n\n",
+      service::describe_methods(),
+      "\nExit code 0: the client has ended, or a signal (SIGTERM, SIGINT) ended the server.\n\n"
+      "Examples:\n"
+      "  zar serve policy.yaml --socket /run/user/1000/zar --log requests.jsonl\n"
+      "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"version\"}' | zar serve");
+}
+
 class ServeCommand final : public Command {
  public:
   explicit ServeCommand(const char *version) : version_(version) {}
@@ -47,7 +58,7 @@ class ServeCommand final : public Command {
     options.number("--size-limit", "BYTES", size_limit_, kMostSize, "Size of a request (16777216)");
     options.number("--connections", "N", connections_, kMostConnections, "Connections at a time (64)");
     options.need("--connections", "--socket");
-    options.epilogue(help_.c_str());
+    options.epilogue(describe);
   }
 
   int run() override {
@@ -102,14 +113,6 @@ class ServeCommand final : public Command {
   uint32_t time_limit_ = 60;
   uint32_t size_limit_ = uint32_t{16} << 20U;
   uint32_t connections_ = 64;
-  std::string help_ = concat(
-      "Speaks JSON-RPC 2.0, one message in a line. Each connection has a session of its own:\n"
-      "what it loads, and the attributes of its targets. Methods with their parameters:\n\n",
-      service::describe_methods(),
-      "\nExit code 0: the client has ended, or a signal (SIGTERM, SIGINT) ended the server.\n\n"
-      "Examples:\n"
-      "  zar serve policy.yaml --socket /run/user/1000/zar --log requests.jsonl\n"
-      "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"version\"}' | zar serve");
 };
 
 }  // namespace

@@ -129,7 +129,7 @@ void Entry::release() const {
     free_word(own->element);
   else
     --cells().n_further;
-  cells().store.give(own);
+  cells().store.give_without_search(own);
 }
 
 Cell *new_cell(Service service, void *element, const queue_head *queue) {
@@ -299,8 +299,13 @@ std::vector<void *> elements(const void *queue) {
 }
 
 void abandon(queue_head *queue) {
-  while (queue_dequeue(queue)) {
+  if (!queue) return;
+  for (Entry entry(queue->head); entry;) {
+    const Entry next = entry.next();
+    entry.release();
+    entry = next;
   }
+  queue_init(queue, queue->limit);
 }
 
 }  // namespace runtime

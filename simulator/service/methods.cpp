@@ -347,7 +347,7 @@ std::span<const Method> methods() {
        set},
       {"targets.add",
        "adds a target",
-       {{"target", text, true}, {"attributes", attributes}, {"policies", texts}, {"client", text}},
+       {{"target", text, true}, {"attributes", attributes}, {"policies", texts, true}, {"client", text}},
        Place::here,
        true,
        add_target},

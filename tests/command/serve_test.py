@@ -164,7 +164,8 @@ def a_wrong_request_is_refused_and_the_session_goes_on():
     made = client()
     for method in ("raise", "explain"):
         assert made.refused(method, event="start", target="t")["code"] == NOTHING_LOADED
-    for method, params in [("set", {"target": "t"}), ("targets.add", {"target": "t"}), ("targets.delete", {"target": "t"}),
+    for method, params in [("set", {"target": "t"}), ("targets.add", {"target": "t", "policies": ["p"]}),
+                           ("targets.delete", {"target": "t"}),
                            ("show", {}), ("config", {}), ("lint", {}), ("test", {}), ("diff", {"text": ""}), ("check", {})]:
         error = made.refused(method, **params)
         assert error["code"] == NOTHING_LOADED, (method, error)
@@ -192,7 +193,8 @@ def a_wrong_request_is_refused_and_the_session_goes_on():
         (REFUSED, "no target 'u'", "set", {"target": "u"}),
         (REFUSED, "cannot have", "set", {"target": "t", "set": {"tier": "x" * 5000}}),
         (REFUSED, "t", "targets.add", {"target": "t", "policies": ["p"]}),
-        (REFUSED, "no policy", "targets.add", {"target": "v"}),
+        (INVALID_PARAMS, "'policies' is missing", "targets.add", {"target": "v"}),
+        (REFUSED, "no policy", "targets.add", {"target": "v", "policies": []}),
         (REFUSED, "q", "targets.add", {"target": "v", "policies": ["q"]}),
         (REFUSED, "no target 'u'", "targets.delete", {"target": "u"}),
         (REFUSED, "no kind", "show", {"kind": "client"}),

@@ -78,7 +78,8 @@ TEST_F(AService, KnowsNothingUntilAFileIsLoaded) {
   const Json event = {{"event", "start"}, {"target", "t"}};
   for (const char *method : {"raise", "explain"})
     EXPECT_EQ(code_of(method, event), 3) << method;
-  for (const char *method : {"set", "targets.add", "targets.delete"})
+  EXPECT_EQ(code_of("targets.add", {{"target", "t"}, {"policies", {"p"}}}), 3);
+  for (const char *method : {"set", "targets.delete"})
     EXPECT_EQ(code_of(method, {{"target", "t"}}), 3) << method;
   for (const char *method : {"show", "config", "lint", "test", "diff"})
     EXPECT_EQ(code_of(method), 3) << method;
@@ -106,7 +107,8 @@ TEST_F(AService, AddsAndDeletesTargets) {
       ask("targets.add", {{"target", "u"}, {"policies", {"p"}}, {"attributes", {{"tier", "a \"b\" \n"}}}});
   EXPECT_EQ(added, Json({{"target", "u"}, {"attributes", {{"tier", "a \"b\" \n"}}}, {"policies", {"p"}}}));
   EXPECT_EQ(code_of("targets.add", {{"target", "u"}, {"policies", {"p"}}}), 2);
-  EXPECT_EQ(code_of("targets.add", {{"target", "v"}}), 2);
+  EXPECT_EQ(code_of("targets.add", {{"target", "v"}}), -32602);
+  EXPECT_EQ(code_of("targets.add", {{"target", "v"}, {"policies", Json::array()}}), 2);
   ask("targets.delete", {{"target", "u"}});
   EXPECT_EQ(code_of("targets.delete", {{"target", "u"}}), 2);
 }
