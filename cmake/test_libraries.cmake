@@ -2,7 +2,7 @@
 # without these the tests are skipped, with a message. A test command that skipped them would pass without testing
 # anything, so it requires them.
 option(ZAR_UNIT_TESTS "Test the code too, not only what is built and installed of it" ON)
-option(ZAR_TEST_TOOLS "Test the tools too: broken runtimes, the commands for gdb, scripts/mutate, examples/fleet" ON)
+option(ZAR_TEST_TOOLS "Test with tools too: packages, browsers, editors, gdb, servers, broken runtimes, scripts/mutate" ON)
 option(ZAR_REQUIRE_TESTS "Stop where the tests would be left out for want of a library" OFF)
 option(ZAR_FUZZ "Link the fuzz targets with libFuzzer" OFF)
 
