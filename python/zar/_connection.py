@@ -110,7 +110,8 @@ class Connection:
             answer = self._answer_to(number, deadline)
             if answer is None:
                 answer = self._answer_after_cancelling(number, method, deadline)
-        except Disconnected:
+        except (Disconnected, TimedOut):
+            # The server is gone, or was told.
             raise
         except BaseException:
             with contextlib.suppress(ZarError):

@@ -116,7 +116,10 @@ def test_a_call_that_takes_too_long_is_cancelled_at_the_server(serve):
     with pytest.raises(zar.TimedOut, match="no answer within 0.05 seconds") as caught:
         simulator.stats(timeout=0.05)
     assert isinstance(caught.value, TimeoutError) and not caught.value.session_lost
-    assert server.requests[-1] == {"jsonrpc": "2.0", "method": "cancel", "params": {"id": server.requests[-2]["id"]}}
+    server.answer = lambda request: [result(request, STATS)]
+    assert simulator.stats().requests == 1
+    assert [request["method"] for request in server.requests] == ["version", "stats", "cancel", "stats"]
+    assert server.requests[2] == {"jsonrpc": "2.0", "method": "cancel", "params": {"id": server.requests[1]["id"]}}
 
 
 def test_the_time_limit_of_a_simulator_is_that_of_its_calls(serve):
