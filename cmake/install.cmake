@@ -64,7 +64,7 @@ string(REPLACE "](docs/" "](" zar_readme_text "${zar_readme_text}")
 file(WRITE ${zar_readme} "${zar_readme_text}")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS README.md)
 install(FILES ${zar_readme} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-# Made by docs/api/make, if it was.
+# docs/api/make writes it. An installation without it is complete, too.
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api/html DESTINATION ${CMAKE_INSTALL_DOCDIR}/api
   COMPONENT development OPTIONAL)
 

@@ -111,7 +111,7 @@ class Connection:
             if answer is None:
                 answer = self._answer_after_cancelling(number, method, deadline)
         except (Disconnected, TimedOut):
-            # The server is gone, or was told.
+            # There is no server any more, or it has already been asked to cancel the call.
             raise
         except BaseException:
             with contextlib.suppress(ZarError):
