@@ -133,9 +133,10 @@ struct Outcome {
 // Raises an event on a target.
 Outcome raise_event(uint32_t target, uint32_t event_id);
 
-// Begins to bring what an event on the target reads into the processor's cache. It helps a caller who knows the next
-// events: called for several targets in a row, it makes the processor wait for all of them at once.
-void prefetch(uint32_t target);
+// Begins to bring what events on the targets read into the processor's cache. It helps a caller who knows the next events:
+// the processor then waits for the memory of all the targets at once. At most kMostPrefetched; 0 stands for no target.
+inline constexpr size_t kMostPrefetched = 16;
+void prefetch(std::span<const uint32_t> targets);
 
 // The limits on the nesting of events and of parameter-maps, and on the total number of both that one event of the host
 // may cause, so that every event ends.

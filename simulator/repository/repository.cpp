@@ -58,6 +58,17 @@ uint32_t Repository::target_handle(std::string_view name) const {
   return target ? target->handle : 0;
 }
 
+// In steps: what one reads for a name, the one before has requested for all. The searches do not depend on each other, so the
+// processor waits for the memory of all at once.
+void Repository::find_targets(std::span<const std::string_view> names, std::span<uint32_t> handles) const {
+  for (size_t at = 0; at < names.size(); ++at)
+    handles[at] = static_cast<uint32_t>(targets_.prefetch_bucket(names[at]));
+  for (const uint32_t bucket : handles)
+    targets_.prefetch_object(bucket);
+  for (size_t at = 0; at < names.size(); ++at)
+    handles[at] = target_handle(names[at]);
+}
+
 void Repository::note_failure(uint32_t status, std::string_view operation, std::string_view object) {
   if (status == 0) return;
   problems_.push_back(concat(operation, " of '", object, "' failed with status ", status));

@@ -88,6 +88,8 @@ class Repository {
   std::vector<std::string> targets_of(const PolicyMap &policy) const;
   // 0 when there is no such target.
   uint32_t target_handle(std::string_view name) const;
+  // The same for several names, when hardly one of the targets is in the processor's cache; 0 where there is none.
+  void find_targets(std::span<const std::string_view> names, std::span<uint32_t> handles) const;
   size_t registered_clients() const { return clids_.size(); }
   size_t registered_domains() const { return registered_domains_; }
   // The clids of the file's clients, in the order of the file.

@@ -75,15 +75,17 @@ const Played &Player::play_read(const Line &line, size_t with, const Request *re
   });
 }
 
-// Among thousands of targets, hardly one is in the processor's cache when its event comes. A search for a target does not
-// depend on the one before it, so the processor waits for several of them at once.
+// Among thousands of targets, hardly one is in the processor's cache when its event comes.
 void Player::prefetch(std::span<const Request *const> requests) const {
-  std::array<uint32_t, kMostTogether> targets{};
-  for (size_t at = 0; at < requests.size(); ++at)
-    targets[at] = requests[at] ? repository_->target_handle(requests[at]->target) : 0;
-  for (const uint32_t target : targets) {
-    if (target != 0) engine::prefetch(target);
+  std::array<std::string_view, kMostTogether> names;
+  size_t count = 0;
+  for (const Request *request : requests) {
+    if (request) names[count++] = request->target;
   }
+  std::array<uint32_t, kMostTogether> found;
+  const auto targets = std::span(found).first(count);
+  repository_->find_targets(std::span(names).first(count), targets);
+  engine::prefetch(targets);
 }
 
 const Played &Player::play(size_t line, const Request &request) {

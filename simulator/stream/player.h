@@ -30,7 +30,7 @@ class Player {
   const Played &play(const Line &line);
   // Plays lines until 'each', called with what each of them did, returns false, which is then the result. At most
   // kMostTogether of them. All are read first, so that the memory of their targets is waited for once.
-  static constexpr size_t kMostTogether = 16;
+  static constexpr size_t kMostTogether = engine::kMostPrefetched;
   bool play(std::span<const Line> lines, const std::function<bool(const Played &)> &each);
   // The same for a line that was read already.
   const Played &play(size_t line, const Request &request);

@@ -1,6 +1,8 @@
 // What the engine keeps in addition to the repository, and that it frees it.
 #include "engine_fixture.h"
 
+#include <array>
+
 #include "platform/engine.h"
 #include "runtime/control.h"
 
@@ -46,6 +48,21 @@ TEST_F(State, OfOneTargetIsNotThatOfAnother) {
   const engine::AttributeId user = engine::register_attribute("user");
   engine::attributes_of(one)->set(user, "alice");
   EXPECT_EQ(engine::attributes_of(other)->find(user), nullptr);
+}
+
+TEST_F(State, IsNeitherMadeNorChangedWhenItIsPrefetched) {
+  const uint32_t pmap = policy("gold");
+  const uint32_t without_state = target(pmap);
+  const uint32_t with_state = target(pmap);
+  const engine::AttributeId user = engine::register_attribute("user");
+  engine::attributes_of(with_state)->set(user, "alice");
+  const uint32_t inactive = target(pmap);
+  ASSERT_DONE(zar_deactivate_any_policy_for_target(kel_clid, inactive));
+  engine::prefetch(std::array{without_state, uint32_t{0}, with_state, inactive});
+  engine::prefetch({});
+  EXPECT_EQ(engine::live_target_states(), 1u);
+  EXPECT_EQ(engine::attributes_of(with_state)->find(user)->text, "alice");
+  EXPECT_EQ(engine::raise_event(with_state, 7).status, 0u);
 }
 
 TEST_F(State, InstancesFollowActivations) {
