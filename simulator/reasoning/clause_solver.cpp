@@ -22,6 +22,9 @@ static_assert(kFirstOfOurs > Formulas::kMostNodes);
 class ClauseSolver::Engine {
  public:
   explicit Engine(Effort &effort) : effort_(&effort), solver_(context_, "QF_FD") {
+    // Z3 would compact each model through a hash table that it fills in the order of another, which takes minutes with a
+    // million variables.
+    z3::set_param("model.compact", false);
     // An interruption is the caller's affair.
     solver_.set("ctrl_c", false);
   }
@@ -73,8 +76,10 @@ z3::check_result ClauseSolver::Engine::work(const z3::expr_vector &assumed) {
   constexpr unsigned kLongestSlice = 1'600'000;
   constexpr unsigned kUnitsOfStep = 10;
   constexpr unsigned kStepsOfCheck = 50;
-  if (!effort_->take(kStepsOfCheck)) return z3::unknown;
-  const auto of_variables = kOfVariable * static_cast<unsigned>(variables_.size());
+  constexpr unsigned kVariablesInStep = 20;  // each is read into Z3, and into the model if there is one
+  const auto variables = static_cast<unsigned>(variables_.size());
+  if (!effort_->take(kStepsOfCheck + variables / kVariablesInStep)) return z3::unknown;
+  const unsigned of_variables = kOfVariable * variables;
   for (unsigned slice = kShortestSlice + of_variables;; slice = std::max(slice, std::min(slice * 2, kLongestSlice))) {
     interruption::check();
     solver_.set("rlimit", slice);

@@ -10,7 +10,7 @@ import threading
 import time
 
 import pytest
-from support import BROADBAND, HUNG, SOURCE, children_of
+from support import BROADBAND, HUNG, SOURCE, only_child_of
 
 import zar
 from zar import _connection
@@ -367,8 +367,7 @@ def test_a_request_that_is_too_large_does_no_harm():
 
 
 def test_a_session_that_dies_is_reported_and_the_server_goes_on(simulator):
-    (session,) = children_of(simulator._connection.server._process.pid)
-    os.kill(session, signal.SIGKILL)
+    os.kill(only_child_of(simulator._connection.server._process.pid), signal.SIGKILL)
     with pytest.raises(zar.SessionLost):
         simulator.config()
     simulator.load(BROADBAND)

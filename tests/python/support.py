@@ -5,6 +5,7 @@ import json
 import pathlib
 import socket
 import threading
+import time
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 BROADBAND = SOURCE / "examples" / "broadband.yaml"
@@ -68,6 +69,15 @@ def result(request, value):
 
 def error(request, code, message="no", **data):
     return {"id": request["id"], "error": {"code": code, "message": message, **({"data": data} if data else {})}}
+
+
+def only_child_of(parent):
+    """The process that is left when those before it have ended: a session with a new file gets a new process."""
+    until = time.monotonic() + HUNG
+    while len(children := children_of(parent)) != 1:
+        assert time.monotonic() < until, f"processes: {children}"
+        time.sleep(0.01)
+    return children[0]
 
 
 def children_of(parent):
