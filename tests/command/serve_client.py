@@ -8,7 +8,7 @@ import subprocess
 import time
 
 # A server that does not answer within this time has hung; nothing else depends on it.
-HUNG = 60
+HUNG = 120
 
 
 def wait_until(holds, why):

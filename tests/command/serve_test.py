@@ -772,9 +772,9 @@ GROUPS = {
     "limits": [
         a_request_under_way_is_cancelled, waiting_requests_are_cancelled_in_their_order,
         requests_in_a_batch_are_cancelled_too, a_request_that_takes_too_long_leaves_the_session_as_it_was,
-        a_session_that_cannot_be_stopped_is_lost, a_request_that_is_too_large_is_skipped, a_gigabyte_costs_no_memory,
-        a_large_request_is_answered,
+        a_session_that_cannot_be_stopped_is_lost, a_request_that_is_too_large_is_skipped,
     ],
+    "sizes": [a_gigabyte_costs_no_memory, a_large_request_is_answered],
     "sessions": [
         sessions_know_nothing_of_each_other, the_crash_of_a_session_touches_no_other, work_that_crashes_costs_only_its_request,
         clients_that_die_leave_nothing, a_client_that_stops_writing_gets_its_answers, a_client_that_does_not_read_waits_alone,
