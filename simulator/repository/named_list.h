@@ -46,13 +46,10 @@ class NamedList {
     return found == by_name_.end() ? nullptr : &found->object;
   }
   // The two steps of a search, for a caller who makes several at once: each begins to bring into the processor's cache what
-  // the search reads next. The first returns the bucket of the name.
-  size_t prefetch_bucket(std::string_view name) const {
+  // the search reads next.
+  void prefetch_bucket(std::string_view name) const { __builtin_prefetch(&buckets_[by_name_.bucket(name)]); }
+  void prefetch_object(std::string_view name) const {
     const size_t bucket = by_name_.bucket(name);
-    __builtin_prefetch(&buckets_[bucket]);
-    return bucket;
-  }
-  void prefetch_object(size_t bucket) const {
     const auto first = by_name_.begin(bucket);
     if (first != by_name_.end(bucket)) __builtin_prefetch(&*first);
   }

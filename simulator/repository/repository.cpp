@@ -61,10 +61,10 @@ uint32_t Repository::target_handle(std::string_view name) const {
 // In steps: what one reads for a name, the one before has requested for all. The searches do not depend on each other, so the
 // processor waits for the memory of all at once.
 void Repository::find_targets(std::span<const std::string_view> names, std::span<uint32_t> handles) const {
-  for (size_t at = 0; at < names.size(); ++at)
-    handles[at] = static_cast<uint32_t>(targets_.prefetch_bucket(names[at]));
-  for (const uint32_t bucket : handles)
-    targets_.prefetch_object(bucket);
+  for (const std::string_view name : names)
+    targets_.prefetch_bucket(name);
+  for (const std::string_view name : names)
+    targets_.prefetch_object(name);
   for (size_t at = 0; at < names.size(); ++at)
     handles[at] = target_handle(names[at]);
 }
