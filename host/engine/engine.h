@@ -134,7 +134,8 @@ struct Outcome {
 Outcome raise_event(uint32_t target, uint32_t event_id);
 
 // Begins to bring what events on the targets read into the processor's cache. It helps a caller who knows the next events:
-// the processor then waits for the memory of all the targets at once. At most kMostPrefetched; 0 stands for no target.
+// the processor then waits for the memory of all the targets at once. At most kMostPrefetched handles: each is that of a live
+// target, or 0 for none.
 inline constexpr size_t kMostPrefetched = 16;
 void prefetch(std::span<const uint32_t> targets);
 
