@@ -116,6 +116,12 @@ class SocketServer:
         """The processes of the server's sessions."""
         return children_of(self.process.pid)
 
+    def complaint(self):
+        """The next line of standard error, for which it waits."""
+        ready, _, _ = select.select([self.process.stderr], [], [], HUNG)
+        assert ready, "the server does not complain"
+        return self.process.stderr.readline().decode()
+
     def end(self, with_signal=signal.SIGTERM):
         """Returns the exit code. What the server wrote to standard error is in 'errors'."""
         self.process.send_signal(with_signal)
