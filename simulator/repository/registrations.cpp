@@ -37,6 +37,12 @@ bool suits(const Client &client) {
   return !registered || is_same(*registered, client);
 }
 
+// The library stores each parameter-map with the owner of this domain, whether the file names the domain or not.
+bool suits_parameter_maps(const PolicyFile &file) {
+  const zar_domain_entry *registered = find_domain(kel_parameter_map_subscriber_domain_str);
+  return !registered || file.find_domain(kel_parameter_map_subscriber_domain_str) || is_same(*registered, kel_clid);
+}
+
 bool suits(const Domain &domain) {
   const zar_domain_entry *registered = find_domain(domain.name.value);
   if (!registered) return true;
@@ -50,7 +56,8 @@ bool suits(const Domain &domain) {
 bool suit(const PolicyFile &file) {
   if (!zar_clients_info || zar_current_max_clients == 0) return false;
   return std::all_of(file.clients.begin(), file.clients.end(), [](const Client &client) { return suits(client); }) &&
-         std::all_of(file.domains.begin(), file.domains.end(), [](const Domain &domain) { return suits(domain); });
+         std::all_of(file.domains.begin(), file.domains.end(), [](const Domain &domain) { return suits(domain); }) &&
+         suits_parameter_maps(file);
 }
 
 }  // namespace simulator::registrations

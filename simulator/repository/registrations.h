@@ -17,7 +17,8 @@ const zar_domain_entry *find_domain(std::string_view name);
 bool is_same(const zar_client_data &registered, const Client &client);
 bool is_same(const zar_domain_entry &registered, uint32_t owner);
 
-// Whether a repository of the file can use what is registered: the engine is, and every name means the same.
+// Whether a repository of the file can use what is registered: the engine is, every name means the same, and parameter-maps
+// would be stored in a database that the file knows.
 bool suit(const PolicyFile &file);
 
 }  // namespace simulator::registrations

@@ -49,10 +49,10 @@ targets:
 scenario: [{event: start, target: t}]
 )";
 
-// Shares the client b and the domain guest with the file above, in another order.
+// Shares clients and domains with the file above, in another order.
 constexpr const char *kShop = R"(
-clients: {c: {database: own}, b: {database: default}}
-domains: {goods: {owner: c}, guest: {owner: b}}
+clients: {c: {database: own}, b: {database: default}, a: {database: own}}
+domains: {goods: {owner: c}, guest: {owner: b}, subscriber: {owner: a}}
 class-maps: {cheap: {domain: guest, filters: [{attribute: price, range: {max: 10}}]}}
 policy-maps:
   sale: {domain: guest, events: {buy: {rules: [{number: 1, class: cheap, actions: [permit]}]}}}
@@ -123,7 +123,7 @@ TEST(Repositories, OfFilesThatShareNamesUseWhatIsRegistered) {
   EXPECT_EQ(live(load_good(kAccess)).problems, "");
   const Life shop = live(load_good(kShop));
   EXPECT_EQ(shop.problems, "");
-  EXPECT_EQ(shop.kept, (Kept{.clients = 1, .domains = 1, .databases = 1})) << "b and guest are there";
+  EXPECT_EQ(shop.kept, (Kept{.clients = 1, .domains = 1, .databases = 1})) << "a, b, guest and subscriber are there";
   EXPECT_EQ(shop.output, output_alone(kShop)) << "nothing of the first repository shows";
   EXPECT_EQ(live(load_good(kAccess)).output, output_alone(kAccess));
 }
@@ -144,6 +144,18 @@ TEST(Repositories, BeginAnewWhereADomainHasAnotherOwner) {
   const Life other = live(load_good("clients: {a: }\ndomains: {d: }\n"));
   EXPECT_EQ(other.problems, "");
   EXPECT_EQ(other.kept, (Kept{2, 1, 1, 0, true, false}));
+}
+
+// The library would store the parameter-map with the client a, which the second file does not have.
+TEST(Repositories, BeginAnewWhereParameterMapsWouldGoToAnEarlierClient) {
+  EXPECT_EQ(live(load_good(kAccess)).problems, "");
+  const char *map =
+      "parameter-maps: {m: {statements: [{index: 10, filters: [{attribute: a, present: true}], actions: [permit]}]}}\n";
+  const Life other = live(load_good(map));
+  EXPECT_EQ(other.problems, "");
+  EXPECT_EQ(other.kept, (Kept{1, 0, 1, 1, true, false}));
+  EXPECT_EQ(other.output, output_alone(map));
+  EXPECT_NE(other.output.find("parameter-maps:"), std::string::npos) << other.output;
 }
 
 TEST(Repositories, GrowTheTableOfClientsOnce) {
@@ -305,7 +317,7 @@ TEST(Sessions, AreDrivenWithoutATerminal) {
 
 // A session begins before it knows which clients it will need.
 TEST(Sessions, RefuseAClientThatTheProcessKnowsOtherwise) {
-  EXPECT_EQ(live(load_good(kAccess)).problems, "");
+  EXPECT_EQ(live(load_good("clients: {a: {database: own}}\n")).problems, "");
   simulator::session::Session session;
   simulator::session::Trouble trouble;
   ASSERT_TRUE(session.begin(trouble));
