@@ -1,9 +1,11 @@
 // Operations among many objects, to be counted under callgrind:
 //   bench_costs --list             the groups, with the largest number of objects that makes sense for each
 //   bench_costs GROUP OBJECTS      builds the objects of the group, and makes each operation many times
+//   bench_costs beside OBJECTS     does jobs of the library, and the same with the alternatives of docs/performance.md
 //
 // Only the operations are counted. The counts of each are dumped under "NAME|TIMES". scripts/costs runs this and reads
 // the dumps.
+#include <malloc.h>
 #include <valgrind/callgrind.h>
 
 #include <algorithm>
@@ -14,6 +16,8 @@
 #include <random>
 #include <string>
 
+#include "by_hand/repository.h"
+#include "called/handles.h"
 #include "host/engine/engine.h"
 #include "simulator/session/session.h"
 #include "support/random.h"
@@ -54,7 +58,7 @@ void once(const char *name, uint32_t n_objects, Operation operation) {
 
 // Counts many calls. The first ones, which fill the simulated caches, do not count.
 template <class Operation>
-void repeated(const char *name, Operation operation) {
+void repeated(const std::string &name, Operation operation) {
   CALLGRIND_START_INSTRUMENTATION;
   for (uint32_t number = 0; number < kTimes; ++number) {
     if (number == kTimes / 10) CALLGRIND_ZERO_STATS;
@@ -395,6 +399,114 @@ void session(uint32_t n_objects) {
   repeated("create a class-map in a session", [&] { create("class", more[next++]); });
 }
 
+// ---- Beside the alternatives
+
+template <class Operation, class Alternative>
+void beside(const std::string &name, Operation operation, Alternative alternative) {
+  malloc_trim(0);  // otherwise the heap joins what was freed before during one of the operations
+  repeated(name, operation);
+  repeated("beside " + name, alternative);
+}
+
+// Each part deletes the library's objects, so that there are handles for the next one.
+void maps_beside(uint32_t n_objects) {
+  by_hand::Repository hand;
+  Handles stored;
+  for (const std::string &name : bench::names(n_objects)) {
+    stored.push_back(bench::new_policy(clid(), name.c_str()));
+    must(zar_store_policy(clid(), stored.back()), "zar_store_policy");
+    hand.store_policy(hand.create_policy(bench::info_of(name.c_str())));
+  }
+  const zar_map_info info = bench::info_of("customer-99999");
+  beside(
+      "create and delete a policy-map",
+      [&] { must(zar_delete_policy(bench::new_policy(clid(), info.map_name)), "zar_delete_policy"); },
+      [&] { hand.delete_policy(hand.create_policy(info)); });
+  beside(
+      "create and delete a class-map", [&] { must(zar_delete_class(new_class(info.map_name)), "zar_delete_class"); },
+      [&] { hand.delete_class(hand.create_class(info, 1)); });
+  beside(
+      "create and delete an event", [] { must(zar_delete_event(new_event(1)), "zar_delete_event"); },
+      [&] { hand.delete_event(hand.create_event(1, "session-start")); });
+  const std::vector<std::string> absent = bench::names(n_objects, "x");
+  beside(
+      "create, store and delete a policy-map by name",
+      [&] {
+        const zar_map_info other = bench::info_of(absent[any.below(n_objects)].c_str());
+        must(zar_store_policy(clid(), bench::new_policy(clid(), other.map_name)), "zar_store_policy");
+        must(zar_delete_stored_policy_by_name(clid(), &other), "zar_delete_stored_policy_by_name");
+      },
+      [&] {
+        const zar_map_info other = bench::info_of(absent[any.below(n_objects)].c_str());
+        hand.store_policy(hand.create_policy(other));
+        hand.delete_policy(hand.retrieve_policy(other));
+      });
+  for (const uint32_t pmap : stored)
+    must(zar_delete_policy(pmap), "zar_delete_policy");
+}
+
+void handles_beside(uint32_t n_objects) {
+  by_hand::Repository hand;
+  Handles library, by_hand, stale, stale_slots;
+  const zar_action_context context = bench::action_context("count");
+  const auto delete_action = [](uint32_t action) { must(zar_delete_action(action), "zar_delete_action"); };
+  for (uint32_t at = 0; at < n_objects; ++at) {
+    stale.push_back(new_action());
+    stale_slots.push_back(called_slot_map_add(called_action_new(1)));
+  }
+  std::for_each(stale.begin(), stale.end(), delete_action);
+  std::for_each(stale_slots.begin(), stale_slots.end(), called_slot_map_remove);
+  for (uint32_t at = 0; at < n_objects; ++at) {
+    library.push_back(new_action());
+    by_hand.push_back(hand.create_action(context, 1, 0));
+  }
+  beside(
+      "resolve a handle", [&] { zar_get_action_num(any_of(library)); },
+      [&] { must(hand.get<by_hand::Action>(any_of(by_hand))->number == 1 ? 0 : 1, "an action by hand"); });
+  beside(
+      "refuse a stale handle", [&] { zar_get_action_num(any_of(stale)); },
+      [&] { called_slot_map_action_number(any_of(stale_slots)); });
+  std::for_each(library.begin(), library.end(), delete_action);
+}
+
+void sessions_beside(uint32_t n_objects) {
+  by_hand::Repository hand;
+  const uint32_t first = bench::new_policy(clid(), "first"), second = bench::new_policy(clid(), "second");
+  const uint32_t hand_first = hand.create_policy(bench::info_of("first by hand"));
+  const uint32_t hand_second = hand.create_policy(bench::info_of("second by hand"));
+  std::vector<zar_target_info> infos(n_objects + 1), hand_infos(n_objects + 1);
+  const auto comes = [&](zar_target_info &info) {
+    const uint32_t target = new_target(&info, first);
+    must(zar_activate_policy(clid(), second, target), "zar_activate_policy");
+    return target;
+  };
+  const auto comes_by_hand = [&](zar_target_info &info) {
+    const uint32_t target = hand.add_target(&info, hand_first);
+    hand.activate(hand_second, target);
+    return target;
+  };
+  Handles all, all_by_hand;
+  for (uint32_t at = 0; at < n_objects; ++at) {
+    all.push_back(comes(infos[at]));
+    all_by_hand.push_back(comes_by_hand(hand_infos[at]));
+  }
+  beside(
+      "session comes and goes", [&] { remove_target(comes(infos.back())); },
+      [&] { hand.delete_target(comes_by_hand(hand_infos.back())); });
+  std::shuffle(all.begin(), all.end(), std::mt19937(1));
+  std::shuffle(all_by_hand.begin(), all_by_hand.end(), std::mt19937(1));
+  uint32_t next = 0, next_by_hand = 0;
+  beside(
+      "delete a target, any order", [&] { remove_target(all[next++]); },
+      [&] { hand.delete_target(all_by_hand[next_by_hand++]); });
+}
+
+void beside_alternatives(uint32_t n_objects) {
+  maps_beside(n_objects);
+  handles_beside(n_objects);
+  sessions_beside(n_objects);
+}
+
 struct Group {
   const char *name;
   void (*count)(uint32_t n_objects);
@@ -410,9 +522,18 @@ constexpr Group kGroups[] = {
     {"session", session, 8000},
 };
 
+// Not in the list: what alternatives cost has no budget.
+constexpr Group kBeside = {"beside", beside_alternatives, kMost};
+
 int usage() {
-  std::fprintf(stderr, "usage: bench_costs --list | bench_costs GROUP OBJECTS\n");
+  std::fprintf(stderr, "usage: bench_costs --list | bench_costs GROUP OBJECTS | bench_costs beside OBJECTS\n");
   return 2;
+}
+
+int count_group(const Group &group, uint32_t n_objects) {
+  if (n_objects < 2 || n_objects > group.most) return usage();
+  group.count(n_objects);
+  return 0;
 }
 
 }  // namespace
@@ -425,11 +546,9 @@ int main(int count, char **arguments) {
   }
   if (count != 3) return usage();
   const auto n_objects = static_cast<uint32_t>(std::strtoul(arguments[2], nullptr, 10));
+  if (std::strcmp(kBeside.name, arguments[1]) == 0) return count_group(kBeside, n_objects);
   for (const Group &group : kGroups) {
-    if (std::strcmp(group.name, arguments[1]) != 0) continue;
-    if (n_objects < 2 || n_objects > group.most) return usage();
-    group.count(n_objects);
-    return 0;
+    if (std::strcmp(group.name, arguments[1]) == 0) return count_group(group, n_objects);
   }
   return usage();
 }
