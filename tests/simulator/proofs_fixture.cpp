@@ -282,10 +282,10 @@ void Check::compare(const Answer &answer, bool holds) {
   if (answer.result == Result::proved && !holds) note(concat(answer.name, " is proved but does not hold"));
 }
 
-// A question may go on a thousand times, for a minute or two. They are counted, so that answers do not depend on how busy
-// the machine is: one policy in a million would take an hour.
+// A question may go on 5,000 times, for some minutes at most. They are counted, so that answers do not depend on how busy the
+// machine is: one policy in a million would take an hour.
 simulator::reasoning::MayGoOn patience() {
-  return [left = 1000]() mutable { return left-- > 0; };
+  return [left = 5000]() mutable { return left-- > 0; };
 }
 
 // Nothing, and a problem, if the file is not valid: then nothing would be compared.
