@@ -152,6 +152,19 @@ void names(uint32_t n_objects) {
 
 // ---- Handles and leaves
 
+constexpr char kName[] = "customer-99999";
+
+// Created and deleted at once.
+void make_policy() {
+  must(zar_delete_policy(bench::new_policy(clid(), kName)), "zar_delete_policy");
+}
+void make_class() {
+  must(zar_delete_class(new_class(kName)), "zar_delete_class");
+}
+void make_event() {
+  must(zar_delete_event(new_event(1)), "zar_delete_event");
+}
+
 void handles(uint32_t n_objects) {
   clid();  // starts the library
   Handles live, stale;
@@ -163,13 +176,11 @@ void handles(uint32_t n_objects) {
     must(zar_delete_action(handle), "zar_delete_action");
   repeated("resolve a handle", [&] { zar_get_action_num(any_of(live)); });
   repeated("refuse a stale handle", [&] { zar_get_action_num(any_of(stale)); });
-  repeated("create and delete a policy-map",
-           [] { must(zar_delete_policy(bench::new_policy(clid(), "customer-99999")), "zar_delete_policy"); });
-  repeated("create and delete a class-map",
-           [] { must(zar_delete_class(new_class("customer-99999")), "zar_delete_class"); });
+  repeated("create and delete a policy-map", make_policy);
+  repeated("create and delete a class-map", make_class);
   repeated("create and delete an action", [] { must(zar_delete_action(new_action()), "zar_delete_action"); });
   repeated("create and delete a filter", [] { must(zar_delete_filter(new_filter()), "zar_delete_filter"); });
-  repeated("create and delete an event", [] { must(zar_delete_event(new_event(1)), "zar_delete_event"); });
+  repeated("create and delete an event", make_event);
 }
 
 // ---- Targets
@@ -423,17 +434,10 @@ void maps_beside(uint32_t n_objects) {
     must(zar_store_policy(clid(), stored.back()), "zar_store_policy");
     hand.store_policy(hand.create_policy(bench::info_of(name.c_str())));
   }
-  const zar_map_info info = bench::info_of("customer-99999");
-  beside(
-      "create and delete a policy-map",
-      [&] { must(zar_delete_policy(bench::new_policy(clid(), info.map_name)), "zar_delete_policy"); },
-      [&] { hand.delete_policy(hand.create_policy(info)); });
-  beside(
-      "create and delete a class-map", [&] { must(zar_delete_class(new_class(info.map_name)), "zar_delete_class"); },
-      [&] { hand.delete_class(hand.create_class(info, 1)); });
-  beside(
-      "create and delete an event", [] { must(zar_delete_event(new_event(1)), "zar_delete_event"); },
-      [&] { hand.delete_event(hand.create_event(1, "session-start")); });
+  const zar_map_info info = bench::info_of(kName);
+  beside("create and delete a policy-map", make_policy, [&] { hand.delete_policy(hand.create_policy(info)); });
+  beside("create and delete a class-map", make_class, [&] { hand.delete_class(hand.create_class(info, 1)); });
+  beside("create and delete an event", make_event, [&] { hand.delete_event(hand.create_event(1, "session-start")); });
   const std::vector<std::string> absent = bench::names(n_objects, "x");
   beside(
       "create, store and delete a policy-map by name", [&] { store_and_delete(absent[any.below(n_objects)].c_str()); },
