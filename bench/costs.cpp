@@ -16,10 +16,12 @@
 #include <deque>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "by_hand/repository.h"
 #include "called/handles.h"
 #include "host/engine/engine.h"
+#include "platform/runtime.h"
 #include "simulator/session/session.h"
 #include "support/random.h"
 #include "support/repository.h"
@@ -267,6 +269,27 @@ void active(uint32_t n_objects) {
     uint32_t next = 0;
     must(zar_get_next_active_policy_on_target(target, any_of(policies), nullptr, nullptr, &next), "the next one");
   });
+}
+
+// ---- Texts of the platform
+
+// Names that differ in a few of their few characters, as the names of sessions do, must not get into each other's way.
+void texts(uint32_t n_objects) {
+  const auto added = [](const std::string &text) {
+    sdb_ref reference = nullptr;
+    if (sdb_add_block(text.c_str(), static_cast<uint32_t>(text.size()), &reference, 0) == 0) std::abort();
+    return reference;
+  };
+  for (const char *prefix : {"", "s", "ip"}) {
+    std::vector<std::string> others;
+    for (uint32_t number = 0; number < n_objects + kTimes; ++number)
+      others.push_back(prefix + std::to_string(100000 + number));
+    for (uint32_t number = 0; number < n_objects; ++number)
+      added(others[number]);
+    repeated("intern and remove a text like " + others.front(), [&, at = n_objects]() mutable {
+      if (sdb_remove_block(added(others[at++]), 0) == 0) std::abort();
+    });
+  }
 }
 
 // ---- Lists under a map
@@ -524,7 +547,7 @@ constexpr Group kGroups[] = {
     {"rules", rules, 8000},           {"actions", actions, kMost},
     {"filters", filters, kMost},      {"uses", uses, 8000},
     {"statements", statements, 8000}, {"domains", domains, 8000},
-    {"session", session, 8000},
+    {"session", session, 8000},       {"texts", texts, kMost},
 };
 
 // Not in the list: what alternatives cost has no budget.

@@ -46,7 +46,7 @@ uint64_t short_word(const char *text, size_t length) {
 
 uint32_t hash_of(std::string_view text) {
   constexpr uint64_t kFirst = 0xa0761d6478bd642fu, kSecond = 0xe7037ed1a0b428dbu;
-  uint64_t hash = text.size() ^ kFirst;
+  uint64_t hash = text.size();
   const char *at = text.data();
   if (text.size() >= sizeof(uint64_t)) {
     const char *last = at + text.size() - sizeof(uint64_t);
