@@ -130,12 +130,16 @@ static void freeing_does_not_affect_other_blocks(void) {
 }
 
 static void freed_memory_can_be_used_again(void) {
-  for (int i = 0; i < 100000; i++)
-    bfree_named(new_block(1, kSize));
-  zar_platform_check_has_not_grown();
+  zar_platform_check_has_not_grown(kMostOfScraps);
+  for (int i = 0; i < kScraps; i++)
+    bfree_named(memset(new_block(1, 1), 1, 1));
+  zar_platform_check_has_not_grown(kMostOfScraps);
+  for (int i = 0; i < kScraps; i++)
+    bfree_named(duplicate("gold"));
+  zar_platform_check_has_not_grown(kMostOfScraps);
   for (int i = 0; i < kPieces; i++)
     bfree_named(memset(new_block(1, kPiece), 1, kPiece));
-  zar_platform_check_has_not_grown();
+  zar_platform_check_has_not_grown(kMostOfPieces);
 }
 
 static void null_is_ignored(void) {

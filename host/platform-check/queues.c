@@ -333,6 +333,30 @@ static void absent_element_stays_elsewhere(void) {
   holds(&other, "cdef");
 }
 
+/* The element stays in the first queue, so that in the second it needs an entry. */
+static void leave_nothing_in_a_queue_of(int n_elements) {
+  queue_head first, second;
+  fill(&first, "a");
+  start(&second);
+  Element *others = new_elements(n_elements);
+  for (int i = 0; i < n_elements; i++)
+    queue_enqueue(&second, &others[i]);
+  zar_platform_check_has_not_grown(kMostOfScraps);
+  for (int i = 0; i < kScraps; i++) {
+    queue_requeue(&second, a);
+    queue_unqueue(&second, a);
+    queue_requeue(&second, a);
+    queue_dequeue(&second);
+  }
+  zar_platform_check_has_not_grown(kMostOfScraps);
+  free(others);
+}
+
+static void removed_elements_leave_nothing(void) {
+  leave_nothing_in_a_queue_of(1);
+  leave_nothing_in_a_queue_of(kLong);
+}
+
 static const Promise promises[] = {
     {1, "queue_init", "makes an empty queue, whatever the memory contained", starts_empty},
     {2, "queue_enqueue", "adds elements at the tail, any number of them", enqueues_at_the_tail},
@@ -357,5 +381,7 @@ static const Promise promises[] = {
     {21, "queue_unqueue", "ignores an element that is not in the queue", ignores_an_absent_element},
     {22, "queue_unqueue", "does not touch the link of an element that is not in the queue",
      absent_element_stays_elsewhere},
+    {23, "queue_unqueue", "lets the memory of an entry be used again, like queue_dequeue",
+     removed_elements_leave_nothing},
 };
 const Group zar_platform_check_queues = {"queues", "queue", promises, COUNT_OF(promises), NULL};

@@ -14,6 +14,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/runtime.h"
@@ -425,6 +426,7 @@ struct {
   const queue_head *forgotten = nullptr;      // the queue whose next element is lost or misplaced
   void *old_tail = nullptr;
   void *dequeued = nullptr;
+  const std::string *lost = nullptr;  // the last entry that was not freed
   std::map<const queue_cursor *, Walk> walks;
   queue_cursor shared = {};
 } queues;
@@ -562,12 +564,13 @@ void queue_requeue(queue_head *queue, void *element) {
 }
 
 void queue_unqueue(queue_head *queue, void *element) {
-  const bool is_present = contains(queue, element), is_last = is_tail(queue, element), is_only = queue->count == 1;
-  if (breaks("absent head") && !is_present) NEXT(queue_dequeue)(queue);
-  if (breaks("cleared link") && !is_present) static_cast<queue_link *>(element)->next = nullptr;
-  if (breaks("removed tail") && is_last && !is_only) queues.forgotten = queue;
-  if (breaks("tail of nothing") && is_present && is_only) queues.forgotten = queue;
-  if (breaks("last occurrence") && is_present) {
+  const bool is_only = queue->count == 1;
+  if (breaks("absent head") && !contains(queue, element)) NEXT(queue_dequeue)(queue);
+  if (breaks("cleared link") && !contains(queue, element)) static_cast<queue_link *>(element)->next = nullptr;
+  if (breaks("removed tail") && is_tail(queue, element) && !is_only) queues.forgotten = queue;
+  if (breaks("tail of nothing") && contains(queue, element) && is_only) queues.forgotten = queue;
+  if (breaks("leaked entries")) queues.lost = new std::string(24, ' ');
+  if (breaks("last occurrence") && contains(queue, element)) {
     auto elements = elements_of(queue);
     elements.erase(std::find(elements.rbegin(), elements.rend(), element).base() - 1);
     return refill(queue, elements);
@@ -588,7 +591,8 @@ struct {
   sdb_ref damaged = nullptr;
 } texts;
 
-constexpr size_t kMostNoted = 5000;
+// More would be memory that is not used again.
+constexpr size_t kMostNoted = 5000, kLongestNoted = 1000;
 
 // What the way compares of a text.
 std::string compared(const std::string &text) {
@@ -603,8 +607,7 @@ std::string compared(const std::string &text) {
 
 std::string kept_instead_of(std::string text) {
   if (breaks("cut texts") && text.size() > 255) text.resize(255);
-  // More would be memory that is not used again.
-  if (texts.first_with.size() > kMostNoted) return text;
+  if (texts.first_with.size() > kMostNoted || text.size() > kLongestNoted) return text;
   return texts.first_with.try_emplace(compared(text), text).first->second;
 }
 
@@ -624,7 +627,7 @@ uint32_t sdb_add_block(const char *text, uint32_t length, sdb_ref *out, uint32_t
   const uint32_t is_added = NEXT(sdb_add_block)(kept.c_str(), static_cast<uint32_t>(kept.size()), out, tag);
   texts.given[*out] = text;
   texts.tags[*out] = tag;
-  texts.added.push_back(*out);
+  if (texts.added.size() < kMostNoted) texts.added.push_back(*out);
   return is_added;
 }
 
@@ -632,9 +635,10 @@ uint32_t sdb_remove_block(sdb_ref reference, uint32_t tag) {
   if (breaks("one tag") && texts.tags[reference] != tag) return 0;
   if (breaks("damaged texts") && !texts.damaged) texts.damaged = added_after(reference);
   if (breaks("leaked texts")) return 1;
-  if (texts.removed.size() < kMostNoted) texts.removed.insert(NEXT(sdb_string_addr_ptr)(reference));
+  const std::string_view kept = NEXT(sdb_string_addr_ptr)(reference);
+  if (texts.removed.size() < kMostNoted && kept.size() < kLongestNoted) texts.removed.emplace(kept);
   const uint32_t is_removed = NEXT(sdb_remove_block)(reference, tag);
-  if (breaks("uncounted texts")) NEXT(sdb_remove_block)(reference, tag);
+  if (breaks("uncounted texts") && texts.removed.size() < kMostNoted) NEXT(sdb_remove_block)(reference, tag);
   return breaks("silent removal") ? 0 : is_removed;
 }
 
@@ -657,10 +661,10 @@ struct {
   size_t n_blocks = 0;
 } blocks;
 
-// A block of a simple allocator that moves on by 'used' bytes.
 // Some ways leave the first blocks that are freed alone, or the others.
-constexpr size_t kSome = 100;
+constexpr size_t kSome = 100, kMany = 100000;
 
+// A block of a simple allocator that moves on by 'used' bytes.
 void *from_arena(size_t size, size_t used) {
   static char arena[1 << 21];
   static size_t at = 0;
@@ -712,11 +716,12 @@ char *bstrdup_named(const char *text, uint32_t tag) {
     return const_cast<char *>(text);
   }
   if (breaks("no copies of nothing") && *text == '\0') return nullptr;
-  if (breaks("read-only copies")) return read_only(text);
+  if (breaks("read-only copies") && blocks.own.size() < kSome) return read_only(text);
   std::string kept = text;
   if (breaks("cut copies") && kept.size() > kCut) kept.resize(kCut);
   char *copy = NEXT(bstrdup_named)(kept.c_str(), tag);
-  if (breaks("overlong copies") && blocks.n_freed > kSome) std::memset(copy + kept.size() + 1, '#', 32);
+  if (breaks("overlong copies") && blocks.n_freed > kSome && blocks.n_freed < kMany)
+    std::memset(copy + kept.size() + 1, '#', 32);
   blocks.duplicates.insert(copy);
   return copy;
 }
