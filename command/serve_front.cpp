@@ -25,7 +25,7 @@ volatile std::sig_atomic_t end_is_asked_for = 0;
 using Clock = ServeShared::Clock;
 
 // After a connection could not be accepted for lack of something.
-constexpr std::chrono::seconds kPause{1};
+constexpr std::chrono::seconds kPauseWithoutDescriptors{1};
 
 void ask_for_end(int) {
   end_is_asked_for = 1;
@@ -115,7 +115,7 @@ bool ServeFront::wait() {
     connection->watch(watched);
     until = std::min(until, connection->deadline());
   }
-  if (!may_accept_) until = std::min(until, Clock::now() + kPause);
+  if (!may_accept_) until = std::min(until, Clock::now() + kPauseWithoutDescriptors);
   wait_for_all(watched, until);
   if (end_is_asked_for != 0) return false;
   may_accept_ = true;

@@ -12,7 +12,7 @@ namespace command {
 
 namespace {
 
-constexpr std::chrono::milliseconds kPause{2};
+constexpr std::chrono::milliseconds kPoll{2};
 
 }  // namespace
 
@@ -26,7 +26,7 @@ ServeProcesses::~ServeProcesses() {
   }
   while (!running_.empty()) {
     tidy();
-    std::this_thread::sleep_for(kPause);
+    std::this_thread::sleep_for(kPoll);
   }
   while (waitpid(-1, nullptr, 0) > 0 || errno == EINTR) {
   }

@@ -25,7 +25,6 @@ namespace command {
 
 namespace {
 
-using session::Reply;
 using session::Session;
 using session::ShownEvent;
 using session::Status;
@@ -53,9 +52,9 @@ Json json_of_rejected(const session::Trouble &trouble) {
 
 // What every line does, whether from a person or a program. If it failed for lack of memory, its complaints only follow
 // from that.
-Reply run_line(Session &session, const std::string &line, size_t number) {
+session::Reply run_line(Session &session, const std::string &line, size_t number) {
   const uint64_t before = runtime::requests_out_of_memory();
-  Reply reply = run(session, line, number);
+  session::Reply reply = run(session, line, number);
   if (reply.trace_level) show_trace(*reply.trace_level);
   if (reply.status == Status::failed && runtime::requests_out_of_memory() != before) {
     report_out_of_memory();
@@ -64,13 +63,13 @@ Reply run_line(Session &session, const std::string &line, size_t number) {
   return reply;
 }
 
-Reply run_interruptibly(Session &session, const std::string &line, size_t number) {
+session::Reply run_interruptibly(Session &session, const std::string &line, size_t number) {
   const Interruptible interruptible;
   return run_line(session, line, number);
 }
 
 // Messages of the library go to another stream; the flush makes them appear next to their command.
-Status print(const Session &session, const Reply &reply) {
+Status print(const Session &session, const session::Reply &reply) {
   std::cout << reply.output;
   if (reply.event) std::cout << text_of_event(*reply.event, session.file());
   std::cout.flush();
@@ -89,14 +88,14 @@ void talk(Session &session) {
   size_t number = 0;
   while (const std::optional<std::string> line = editor.read()) {
     saved.add(*line);
-    const Reply reply = run_interruptibly(session, *line, ++number);
+    const session::Reply reply = run_interruptibly(session, *line, ++number);
     if (print(session, reply) == Status::quit) return;
   }
 }
 
 // Writes the output and the explanation of a command as an object.
 Status add_line(Session &session, const std::string &line, size_t number, JsonStream &commands) {
-  const Reply reply = run_line(session, line, number);
+  const session::Reply reply = run_line(session, line, number);
   complain(reply.trouble.complaints);
   Json entry;
   entry["line"] = number;

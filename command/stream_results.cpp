@@ -17,7 +17,7 @@ namespace command {
 namespace {
 
 // A write of this size costs little more than the copy.
-constexpr size_t kMostWaiting = size_t{256} << 10U;
+constexpr size_t kMostBytesWaiting = size_t{256} << 10U;
 // Nobody reads more.
 constexpr size_t kMostReported = Diagnostics::kMostShown;
 
@@ -54,7 +54,7 @@ StreamResults::StreamResults(std::string input, const stream::Rules &rules, bool
 bool StreamResults::add(const Reply &reply) {
   totals_.count(reply.counted);
   waiting_ += reply.output;
-  if (waiting_.size() >= kMostWaiting) flush();
+  if (waiting_.size() >= kMostBytesWaiting) flush();
   if (!reply.error.empty()) bad_.report(reply.line, reply.error);
   progress_.step();
   return std::cout && (reply.error.empty() || !strict_);

@@ -2,15 +2,12 @@
 
 #include <algorithm>
 
+#include "simulator/editing/text.h"
 #include "simulator/text/text.h"
 
 namespace simulator::editing {
 
 namespace {
-
-size_t begin_of_line(std::string_view text, size_t at) {
-  return at == 0 ? 0 : text.rfind('\n', at - 1) + 1;
-}
 
 size_t end_of_line(std::string_view text, size_t at) {
   return std::min(text.find('\n', at), text.size());

@@ -19,10 +19,6 @@ bool is_word_character(char character) {
   return is_letter || is_digit || std::string_view("_-./+:@").find(character) != std::string_view::npos;
 }
 
-size_t begin_of_line(std::string_view text, size_t at) {
-  return at == 0 ? 0 : text.rfind('\n', at - 1) + 1;
-}
-
 std::string_view line_from(std::string_view text, size_t begin) {
   return text.substr(begin, text.find('\n', begin) - begin);
 }
@@ -183,7 +179,7 @@ std::optional<Place> search(const Prefix &prefix) {
 }
 
 // Whether only blanks and the signs of list items stand before the word in its line.
-bool begins_line(std::string_view text, size_t word) {
+bool is_first_in_line(std::string_view text, size_t word) {
   const size_t line = begin_of_line(text, word);
   return text.substr(line, word - line).find_first_not_of(" -") == std::string_view::npos;
 }
@@ -218,7 +214,7 @@ std::optional<Place> place_at(std::string_view text, size_t offset) {
   place->word = word;
   // Where a mapping has to begin, the word is its first key.
   const bool begins_mapping = place->shape->is_mapping() && place->shape->words.empty();
-  if (!place->is_key && begins_mapping && (place->in_brackets || begins_line(text, word.begin))) {
+  if (!place->is_key && begins_mapping && (place->in_brackets || is_first_in_line(text, word.begin))) {
     place->is_key = true;
     place->present.clear();
   }

@@ -81,6 +81,10 @@ void Text::replace(Point from, Point to, std::string_view by) {
   find_lines();
 }
 
+size_t begin_of_line(std::string_view text, size_t offset) {
+  return offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;
+}
+
 std::string edited(std::string_view text, std::vector<Edit> edits) {
   std::sort(edits.begin(), edits.end(), [](const Edit &one, const Edit &other) { return one.span < other.span; });
   std::string result;

@@ -57,6 +57,8 @@ class Text {
   std::vector<size_t> line_starts_;
 };
 
+// Where the line of the offset begins; only LF ends a line.
+size_t begin_of_line(std::string_view text, size_t offset);
 // The text with all edits, which do not overlap.
 std::string edited(std::string_view text, std::vector<Edit> edits);
 // The one edit that makes 'after' of 'before', with as little in it as the lines allow; nothing to do gives an empty one.

@@ -9,9 +9,9 @@ namespace simulator {
 
 namespace {
 
-class Writer {
+class OutlineWriter {
  public:
-  Writer(const PolicyFile &file, Colours colours) : file_(&file), colours_(colours) {}
+  OutlineWriter(const PolicyFile &file, Colours colours) : file_(&file), colours_(colours) {}
 
   std::string run(const EventExplanation &explanation) {
     if (explanation.outcome.status != 0) return {};
@@ -119,7 +119,7 @@ std::string heading(size_t number, const Step &step) {
 }
 
 std::string outline(const EventExplanation &explanation, const PolicyFile &file, Colours colours) {
-  return Writer(file, colours).run(explanation);
+  return OutlineWriter(file, colours).run(explanation);
 }
 
 }  // namespace simulator

@@ -41,7 +41,7 @@ std::string related_text(const Finding &finding) {
   return text;
 }
 
-const char *word_of(Level level) {
+const char *command_of(Level level) {
   switch (level) {
     case Level::error:
       return "error";
@@ -56,7 +56,7 @@ const char *word_of(Level level) {
 std::string annotation(const Finding &finding) {
   const Place &place = finding.place;
   const std::string at = place.line == 0 ? "" : concat(",line=", place.line, ",col=", place.column);
-  return concat("::", word_of(finding.level), " file=", property(place.file), at, ",title=", property(finding.rule),
+  return concat("::", command_of(finding.level), " file=", property(place.file), at, ",title=", property(finding.rule),
                 "::", escaped(full_message(finding) + related_text(finding)), "\n");
 }
 

@@ -72,7 +72,7 @@ std::vector<std::string> rules_of(const Report &report) {
   return rules;
 }
 
-const char *word_of(Level level) {
+const char *level_of(Level level) {
   switch (level) {
     case Level::error:
       return "error";
@@ -99,7 +99,7 @@ Json result_of(const Finding &finding, const std::vector<std::string> &rules) {
   Json result;
   result["ruleId"] = finding.rule;
   result["ruleIndex"] = std::find(rules.begin(), rules.end(), finding.rule) - rules.begin();
-  result["level"] = word_of(finding.level);
+  result["level"] = level_of(finding.level);
   result["message"] = message_of(full_message(finding));
   result["locations"] = Json::array({location_of(finding.place)});
   if (!finding.related.empty()) result["relatedLocations"] = related_locations_of(finding);

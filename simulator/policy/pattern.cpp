@@ -12,7 +12,7 @@ namespace {
 constexpr int64_t kMemory = 1 << 18;
 
 // Describes what is wrong with a pattern. The regex engine's own sentences differ from one release to the next.
-std::string_view describe(RE2::ErrorCode error) {
+std::string_view sentence_of(RE2::ErrorCode error) {
   switch (error) {
     case RE2::ErrorBadEscape:
       return "an unknown escape";
@@ -54,7 +54,7 @@ std::shared_ptr<const RE2> compile_pattern(const std::string &text) {
 }
 
 std::string describe(const RE2 &pattern) {
-  const std::string_view sentence = describe(pattern.error_code());
+  const std::string_view sentence = sentence_of(pattern.error_code());
   if (pattern.error_arg().empty()) return std::string(sentence);
   return concat(sentence, ": ", pattern.error_arg());
 }

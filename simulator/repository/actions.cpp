@@ -9,7 +9,7 @@ namespace simulator::client {
 
 namespace {
 
-size_t live_data = 0;
+size_t n_live_actions = 0;
 size_t freed_in_force = 0;
 
 constexpr uint32_t kDone = 0;
@@ -17,7 +17,7 @@ constexpr uint32_t kFailed = 1;
 
 struct ActionData {
   ActionData(const Action &of, const PolicyFile &file) : action(of), value(of.text) {
-    ++live_data;
+    ++n_live_actions;
     switch (action.kind) {
       case ActionKind::set:
       case ActionKind::clear:
@@ -39,7 +39,7 @@ struct ActionData {
     }
   }
   ~ActionData() {
-    --live_data;
+    --n_live_actions;
     if (in_force != 0) ++freed_in_force;
   }
   ActionData(const ActionData &) = delete;
@@ -130,17 +130,17 @@ uint32_t uses_parameter_map(void *action_data, const void *param_map) {
   return param_map && action.kind == ActionKind::apply && action.subject.value == static_cast<const char *>(param_map);
 }
 
-void free_data(void *action_data, void *context) {
+void free_action_data(void *action_data, void *context) {
   delete static_cast<ActionData *>(action_data);
   if (!context) return;
   delete static_cast<zar_action_context *>(context);
-  --live_data;
+  --n_live_actions;
 }
 
 }  // namespace
 
 zar_action_context make_action_context(const Action &action, const PolicyFile &file) {
-  return {new ActionData(action, file), free_data, enter, describe, compare, notify, uses_parameter_map};
+  return {new ActionData(action, file), free_action_data, enter, describe, compare, notify, uses_parameter_map};
 }
 
 void give_back(const zar_action_context &context) {
@@ -148,7 +148,7 @@ void give_back(const zar_action_context &context) {
 }
 
 zar_action_context *make_block(const zar_action_context &context) {
-  ++live_data;
+  ++n_live_actions;
   return new zar_action_context(context);
 }
 
@@ -165,7 +165,7 @@ const void *parameter_map_question(const std::string &name) {
 }
 
 size_t live_action_data() {
-  return live_data;
+  return n_live_actions;
 }
 
 size_t actions_freed_in_force() {

@@ -28,14 +28,14 @@ bool matches(const Filter &filter, const engine::Attribute *value) {
 
 namespace {
 
-size_t live_data = 0;
+size_t n_live_filters = 0;
 
 struct FilterData : Comparand {
   explicit FilterData(const Filter &of)
       : Comparand{Is::filter}, filter(of), attribute(engine::register_attribute(of.attribute.value)) {
-    ++live_data;
+    ++n_live_filters;
   }
-  ~FilterData() { --live_data; }
+  ~FilterData() { --n_live_filters; }
   FilterData(const FilterData &) = delete;
   FilterData &operator=(const FilterData &) = delete;
 
@@ -43,7 +43,7 @@ struct FilterData : Comparand {
   engine::AttributeId attribute;
 };
 
-FilterData &data_of(void *filter_data) {
+FilterData &filter_data_of(void *filter_data) {
   return *static_cast<FilterData *>(filter_data);
 }
 
@@ -53,38 +53,38 @@ bool same_test(const Filter &a, const Filter &b) {
 }
 
 uint32_t evaluate(void *filter_data, void *run) {
-  const FilterData &data = data_of(filter_data);
+  const FilterData &data = filter_data_of(filter_data);
   return matches(data.filter, engine::Run::from(run).attribute(data.attribute)) ? 1 : 0;
 }
 
-char *describe(void *filter_data) {
-  return bstrdup_named(to_string(data_of(filter_data).filter).c_str(), kFilterTextTag);
+char *describe_filter(void *filter_data) {
+  return bstrdup_named(to_string(filter_data_of(filter_data).filter).c_str(), kFilterTextTag);
 }
 
 // Two filters are compared by their tests; a filter and an offered value by whether the filter holds for the value.
-uint32_t compare(void *stored, void *comparand) {
-  const FilterData &data = data_of(stored);
+uint32_t compare_filters(void *stored, void *comparand) {
+  const FilterData &data = filter_data_of(stored);
   if (static_cast<const Comparand *>(comparand)->is == Comparand::Is::value) {
     const auto &offered = *static_cast<const OfferedData *>(comparand);
     return data.attribute == offered.attribute && matches(data.filter, offered.value) != offered.inverted;
   }
-  const FilterData &other = data_of(comparand);
+  const FilterData &other = filter_data_of(comparand);
   return data.attribute == other.attribute && same_test(data.filter, other.filter);
 }
 
 // The maker of a filter context keeps it on its stack: there is no block to free.
-void free_data(void *filter_data, void *) {
+void free_filter_data(void *filter_data, void *) {
   delete static_cast<FilterData *>(filter_data);
 }
 
 zar_filter_context context_with(void *filter_data) {
-  return {filter_data, free_data, evaluate, describe, compare};
+  return {filter_data, free_filter_data, evaluate, describe_filter, compare_filters};
 }
 
 }  // namespace
 
 const Filter &filter_of(const zar_filter &record) {
-  return data_of(record.filter_data).filter;
+  return filter_data_of(record.filter_data).filter;
 }
 
 bool holds(const Filter &filter, const engine::Attribute *value) {
@@ -110,7 +110,7 @@ Offer::Offer(const engine::Run &run, const std::vector<engine::AttributeId> &att
 }
 
 size_t live_filter_data() {
-  return live_data;
+  return n_live_filters;
 }
 
 }  // namespace simulator::client

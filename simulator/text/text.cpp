@@ -1,9 +1,9 @@
 #include "simulator/text/text.h"
 
 #include <algorithm>
-#include <iterator>
 #include <numeric>
 
+#include "simulator/text/ranges.h"
 #include "simulator/text/utf8.h"
 
 namespace simulator {
@@ -33,16 +33,11 @@ std::string indented(std::string_view text, std::string_view indent) {
 
 namespace {
 
-struct Range {
-  char32_t first;
-  char32_t last;
-};
-
 // The control characters of both sets; soft hyphens and everything else without width that is no part of a word; what
 // turns the direction of the text around it; the ends of lines and paragraphs beyond ASCII; annotations; tags.
-constexpr Range kUnseen[] = {{0, 0x1f},        {0x7f, 0x9f},     {0xad, 0xad},     {0x61c, 0x61c},
-                             {0x180e, 0x180e}, {0x200b, 0x200b}, {0x200e, 0x200f}, {0x2028, 0x202e},
-                             {0x2060, 0x206f}, {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe007f}};
+constexpr CharacterRange kUnseen[] = {{0, 0x1f},        {0x7f, 0x9f},     {0xad, 0xad},     {0x61c, 0x61c},
+                                      {0x180e, 0x180e}, {0x200b, 0x200b}, {0x200e, 0x200f}, {0x2028, 0x202e},
+                                      {0x2060, 0x206f}, {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe007f}};
 
 std::string hexadecimal(char32_t code, size_t digits) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -71,8 +66,7 @@ void move_escaped(std::string_view &text, std::string &out) {
 
 bool is_unseen(char32_t character) {
   if (character >= 0x20 && character < 0x7f) return false;
-  return std::any_of(std::begin(kUnseen), std::end(kUnseen),
-                     [&](const Range &range) { return character >= range.first && character <= range.last; });
+  return is_in(kUnseen, character);
 }
 
 std::string escape_of(char32_t character) {

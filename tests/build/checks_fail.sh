@@ -34,7 +34,7 @@ export GIT_CEILING_DIRECTORIES="${scratch%/*}"
 have_nothing_to_check() {
   ends 1 'there are no sources here to check' scripts/check-format
   ends 1 'there are no sources here to check' scripts/check-cppcheck
-  ends 1 'there are no sources here to check' scripts/check-tidy build
+  ends 1 'there are no sources here to check' scripts/check-tidy
 }
 have_nothing_to_check
 git init --quiet
