@@ -547,7 +547,7 @@ constexpr Group kGroups[] = {
     {"rules", rules, 8000},           {"actions", actions, kMost},
     {"filters", filters, kMost},      {"uses", uses, 8000},
     {"statements", statements, 8000}, {"domains", domains, 8000},
-    {"session", session, 8000},       {"texts", texts, kMost},
+    {"session", session, 8000},       {"texts", texts, 16000},
 };
 
 // Not in the list: what alternatives cost has no budget.

@@ -82,8 +82,15 @@ static void records_are_aligned(void) {
 
 static void freeing_reports_success(void) {
   chunk_pool *pool = new_pool(kSize), *named = new_named_pool();
-  EXPECT(chunk_free(pool, take(pool)) != 0, "it returned 0 for a record of the pool");
-  EXPECT(chunk_free(named, take(named)) != 0, "it returned 0 for a record of a named pool");
+  static unsigned char *records[kRecords], *others[kRecords];
+  for (int i = 0; i < kRecords; i++) {
+    records[i] = take(pool);
+    others[i] = take(named);
+  }
+  for (int i = 0; i < kRecords; i++) {
+    EXPECT(chunk_free(pool, records[i]) != 0, "it returned 0 for record %d of the pool", i);
+    EXPECT(chunk_free(named, others[i]) != 0, "it returned 0 for record %d of a named pool", i);
+  }
 }
 
 /* Frees every second record, so that the remaining ones are between freed ones. */

@@ -417,6 +417,9 @@ void i_avl_get_next(avl_tree *tree, void *current, void **next) {
 
 namespace {
 
+// What looks at each element is slow, and a check of long queues does so many times.
+constexpr uint32_t kShortQueue = 100;
+
 struct Walk {
   void *before_last = nullptr, *last = nullptr, *fetched = nullptr;
 };
@@ -570,7 +573,7 @@ void queue_unqueue(queue_head *queue, void *element) {
   if (breaks("removed tail") && is_tail(queue, element) && !is_only) queues.forgotten = queue;
   if (breaks("tail of nothing") && contains(queue, element) && is_only) queues.forgotten = queue;
   if (breaks("leaked entries")) queues.lost = new std::string(24, ' ');
-  if (breaks("last occurrence") && contains(queue, element)) {
+  if (breaks("last occurrence") && queue->count < kShortQueue && contains(queue, element)) {
     auto elements = elements_of(queue);
     elements.erase(std::find(elements.rbegin(), elements.rend(), element).base() - 1);
     return refill(queue, elements);
