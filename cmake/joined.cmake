@@ -1,6 +1,6 @@
-# The sources of a folder compiled together, so that the headers that they share are read once. Files that are joined may
-# have no name in common that is not in a header, which the compiler says. The debug build compiles each file alone, so that
-# each includes what it uses, and means the same in both ways.
+# The sources of a folder compiled together, so that the headers that they share are read once. Two files of a folder must
+# not define the same name, not even in anonymous namespaces; the compiler reports it if they do. The debug build compiles
+# each file alone, and fails if a file does not include what it uses.
 option(ZAR_JOINED_SOURCES "Compile the sources of a folder together, which builds faster" OFF)
 
 #   join_sources(TARGET)     call it in the folder of the target, after its sources are known

@@ -417,7 +417,7 @@ void i_avl_get_next(avl_tree *tree, void *current, void **next) {
 
 namespace {
 
-// What looks at each element is slow, and a check of long queues does so many times.
+// Only a queue with fewer elements is copied and filled again: with a long one, the check would not end in time.
 constexpr uint32_t kShortQueue = 100;
 
 struct Walk {
