@@ -60,8 +60,8 @@ void zar_platform_check_take_back(char *text);
 /*
  * Expects that memory is used again: the process must not have grown by 'most' megabytes since it was called the first
  * time. A check calls it at the beginning, and again after it has requested, written to, and returned kPieces times
- * kPiece bytes, or kScraps times a few, with a limit that losing these, or 16 bytes each time, exceeds. AddressSanitizer
- * holds back what was returned, and reports itself what was lost: with it, only lost pieces exceed the limit.
+ * kPiece bytes, or kScraps times a few, with a limit that losing these, or 16 bytes each time, exceeds. The bookkeeping
+ * of AddressSanitizer grows, and it reports itself what was lost: with it, only lost pieces exceed the limit.
  */
 void zar_platform_check_has_not_grown(int most);
 enum { kPiece = 20000, kPieces = 30000, kMostOfPieces = 64, kScraps = 400000, kMostOfScraps = 5 };
