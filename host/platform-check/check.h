@@ -64,7 +64,7 @@ void zar_platform_check_take_back(char *text);
  * of AddressSanitizer grows, and it reports itself what was lost: with it, only lost pieces exceed the limit.
  */
 void zar_platform_check_has_not_grown(int most);
-enum { kPiece = 20000, kPieces = 30000, kMostOfPieces = 64, kScraps = 400000, kMostOfScraps = 5 };
+enum { kPiece = 20000, kPieces = 12000, kMostOfPieces = 64, kScraps = 400000, kMostOfScraps = 5 };
 
 /* From now on, what this process prints is discarded: a runtime may print the messages of a check. */
 void zar_platform_check_discard_output(void);
