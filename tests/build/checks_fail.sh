@@ -102,8 +102,8 @@ stub $fuzzer ''
 ends 1 '^== fuzz_calls was not run' scripts/nightly 9 fuzz_calls
 
 # A step that runs another script fails with it.
-for step in costs fresh; do
-  stub scripts/$step 'exit 1'
+for step in costs fresh_12 fresh_13; do
+  stub "scripts/${step%_*}" 'exit 1'
   ends 1 "^== $step has found something" scripts/nightly 9 $step
 done
 stub scripts/mutate 'echo "that is less than 98"; exit 1'
@@ -112,6 +112,23 @@ stub scripts/check-tidy 'exit 1'
 ends 1 '^== tidy has found something' scripts/nightly 9 tidy
 stub scripts/memcheck 'exit 3'
 ends 1 '^== memcheck was not run' scripts/nightly 9 memcheck
+
+# A step that runs to its end is not run again with --resume, if it has passed on the same sources.
+stub scripts/check-tidy 'cat verdict'
+commit() { git add scripts && git -c user.name=tester -c user.email=tester@example.com commit --quiet -m "$1"; }
+ends 2 'commit these first' scripts/nightly --resume 9 tidy
+printf '%s\n' /build /clock /report /stubs /verdict >.git/info/exclude
+commit 'Some sources'
+ends 1 '^== tidy has found something' scripts/nightly --resume 9 tidy
+echo 'no findings in 3 files' >verdict
+ends 0 '^no findings in 3 files' scripts/nightly --resume 9 tidy
+rm verdict
+ends 0 '^no findings in 3 files' scripts/nightly --resume 9 tidy
+ends 1 '^== tidy has found something' scripts/nightly 9 tidy
+echo '# changed' >>scripts/check-tidy
+ends 2 'commit these first' scripts/nightly --resume 9 tidy
+commit 'Other sources'
+ends 1 '^== tidy has found something' scripts/nightly --resume 9 tidy
 
 # If the builds take all the time, nothing is tried.
 ends 1 '^no time is left of 1 minutes' scripts/nightly 1 model
