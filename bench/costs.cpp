@@ -7,13 +7,11 @@
 // Only the operations are counted. The counts of each are dumped under "NAME|TIMES". scripts/costs runs this and reads
 // the dumps.
 #include <malloc.h>
-#include <valgrind/callgrind.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <random>
 #include <string>
 #include <vector>
@@ -23,13 +21,16 @@
 #include "host/engine/engine.h"
 #include "platform/runtime.h"
 #include "simulator/session/session.h"
+#include "support/counting.h"
 #include "support/random.h"
 #include "support/repository.h"
 
 namespace {
 
 using bench::clid;
+using bench::dump;
 using bench::must;
+using bench::once;
 using bench::Random;
 
 using Handles = std::vector<uint32_t>;
@@ -42,23 +43,6 @@ Random any;
 // Inlined whatever else is in this file, since it is counted.
 [[gnu::always_inline]] inline uint32_t any_of(const Handles &handles) {
   return handles[any.below(static_cast<uint32_t>(handles.size()))];
-}
-
-// Dumps what was counted; nothing is counted any more.
-void dump(const std::string &name, uint32_t times) {
-  static std::deque<std::string> titles;  // callgrind keeps only the addresses
-  titles.push_back(name + '|' + std::to_string(times));
-  CALLGRIND_DUMP_STATS_AT(titles.back().c_str());
-}
-
-// Counts one call of an operation that handles 'n_objects' objects.
-template <class Operation>
-void once(const char *name, uint32_t n_objects, Operation operation) {
-  CALLGRIND_START_INSTRUMENTATION;
-  CALLGRIND_ZERO_STATS;
-  operation();
-  CALLGRIND_STOP_INSTRUMENTATION;
-  dump(name, n_objects);
 }
 
 // Counts many calls. The first ones, which fill the simulated caches, do not count.
