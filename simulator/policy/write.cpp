@@ -62,7 +62,7 @@ std::string with_escapes(std::string_view text) {
   return escaped;
 }
 
-class Writer {
+class PolicyWriter {
  public:
   std::string run(const PolicyFile &file);
 
@@ -70,7 +70,7 @@ class Writer {
   // A mapping or a list; it ends with the object.
   class Mapping {
    public:
-    explicit Mapping(Writer &writer) : out_(&writer.out_) { *out_ << YAML::BeginMap; }
+    explicit Mapping(PolicyWriter &writer) : out_(&writer.out_) { *out_ << YAML::BeginMap; }
     ~Mapping() { *out_ << YAML::EndMap; }
     Mapping(const Mapping &) = delete;
     Mapping &operator=(const Mapping &) = delete;
@@ -107,33 +107,33 @@ class Writer {
   YAML::Emitter out_;
 };
 
-void Writer::scalar(std::string_view text) {
+void PolicyWriter::scalar(std::string_view text) {
   if (!is_plain(text)) out_ << YAML::DoubleQuoted;
   out_ << std::string(text);
 }
 
-void Writer::key(std::string_view name) {
+void PolicyWriter::key(std::string_view name) {
   out_ << YAML::Key;
   scalar(name);
   out_ << YAML::Value;
 }
 
-void Writer::entry(std::string_view name, std::string_view value) {
+void PolicyWriter::entry(std::string_view name, std::string_view value) {
   key(name);
   scalar(value);
 }
 
-void Writer::number(std::string_view name, int64_t value) {
+void PolicyWriter::number(std::string_view name, int64_t value) {
   entry(name, std::to_string(value));
 }
 
-void Writer::flag(std::string_view name) {
+void PolicyWriter::flag(std::string_view name) {
   key(name);
   out_ << true;
 }
 
 template <class Element, class Each>
-void Writer::list(std::string_view name, const std::vector<Element> &elements, Each each) {
+void PolicyWriter::list(std::string_view name, const std::vector<Element> &elements, Each each) {
   key(name);
   if (elements.empty()) out_ << YAML::Flow;
   out_ << YAML::BeginSeq;
@@ -144,7 +144,7 @@ void Writer::list(std::string_view name, const std::vector<Element> &elements, E
 
 // Names, and the value of each.
 template <class Element, class Each>
-void Writer::section(std::string_view name, const std::vector<Element> &elements, Each each) {
+void PolicyWriter::section(std::string_view name, const std::vector<Element> &elements, Each each) {
   if (elements.empty()) return;
   key(name);
   const Mapping mapping(*this);
@@ -154,7 +154,7 @@ void Writer::section(std::string_view name, const std::vector<Element> &elements
   }
 }
 
-std::string Writer::run(const PolicyFile &file) {
+std::string PolicyWriter::run(const PolicyFile &file) {
   {
     const Mapping mapping(*this);
     section("clients", file.clients, [&](const Client &each) { client(each); });
@@ -167,13 +167,13 @@ std::string Writer::run(const PolicyFile &file) {
   return with_escapes(std::string_view(out_.c_str(), out_.size())) + "\n";
 }
 
-void Writer::client(const Client &client) {
+void PolicyWriter::client(const Client &client) {
   out_ << YAML::Flow;
   const Mapping mapping(*this);
   entry("database", client.own_database ? "own" : "default");
 }
 
-void Writer::domain(const Domain &domain) {
+void PolicyWriter::domain(const Domain &domain) {
   out_ << YAML::Flow;
   const Mapping mapping(*this);
   if (domain.owner) entry("owner", domain.owner->value);
@@ -191,26 +191,26 @@ const char *word_of(ClassMatch match) {
   return "";
 }
 
-void Writer::class_map(const ClassMap &map) {
+void PolicyWriter::class_map(const ClassMap &map) {
   const Mapping mapping(*this);
   entry("domain", map.domain.value);
   entry("match", word_of(map.match));
   if (!map.filters.empty()) list("filters", map.filters, [&](const Filter &each) { filter(each); });
 }
 
-void Writer::parameter_map(const ParameterMap &map) {
+void PolicyWriter::parameter_map(const ParameterMap &map) {
   const Mapping mapping(*this);
   list("statements", map.statements, [&](const Statement &each) { statement(each); });
 }
 
-void Writer::statement(const Statement &statement) {
+void PolicyWriter::statement(const Statement &statement) {
   const Mapping mapping(*this);
   number("index", statement.index);
   list("filters", statement.filters, [&](const Filter &each) { filter(each); });
   actions(statement.actions);
 }
 
-void Writer::policy_map(const PolicyMap &policy) {
+void PolicyWriter::policy_map(const PolicyMap &policy) {
   const Mapping mapping(*this);
   entry("domain", policy.domain.value);
   key("events");
@@ -222,13 +222,13 @@ void Writer::policy_map(const PolicyMap &policy) {
   }
 }
 
-void Writer::event(const EventRules &event) {
+void PolicyWriter::event(const EventRules &event) {
   const Mapping mapping(*this);
   entry("match", event.match == EventMatch::all ? "all" : "first");
   list("rules", event.rules, [&](const Rule &each) { rule(each); });
 }
 
-void Writer::rule(const Rule &rule) {
+void PolicyWriter::rule(const Rule &rule) {
   const Mapping mapping(*this);
   number("number", rule.number);
   entry("class", rule.class_map.value);
@@ -237,7 +237,7 @@ void Writer::rule(const Rule &rule) {
   actions(rule.actions);
 }
 
-void Writer::target(const Target &target) {
+void PolicyWriter::target(const Target &target) {
   const Mapping mapping(*this);
   if (target.client) entry("client", target.client->value);
   if (!target.attributes.empty()) {
@@ -255,7 +255,7 @@ void Writer::target(const Target &target) {
 
 // ---- Leaves, a line each ------------------------------------------------------------------------------------------------------
 
-void Writer::filter(const Filter &filter) {
+void PolicyWriter::filter(const Filter &filter) {
   out_ << YAML::Flow;
   const Mapping mapping(*this);
   entry("attribute", filter.attribute.value);
@@ -263,7 +263,7 @@ void Writer::filter(const Filter &filter) {
   if (filter.no_match) flag("no-match");
 }
 
-void Writer::test_of(const Filter &filter) {
+void PolicyWriter::test_of(const Filter &filter) {
   switch (filter.kind) {
     case FilterKind::equals:
     case FilterKind::prefix:
@@ -283,7 +283,7 @@ void Writer::test_of(const Filter &filter) {
   }
 }
 
-void Writer::actions(const std::vector<Action> &actions) {
+void PolicyWriter::actions(const std::vector<Action> &actions) {
   uint32_t next_number = 1;
   list("actions", actions, [&](const Action &each) {
     action(each, next_number);
@@ -291,7 +291,7 @@ void Writer::actions(const std::vector<Action> &actions) {
   });
 }
 
-void Writer::action(const Action &action, uint32_t next_number) {
+void PolicyWriter::action(const Action &action, uint32_t next_number) {
   const bool numbered = action.number != next_number;
   const bool verb_only = !numbered && action.precedence == 0;
   const bool is_word = action.kind == ActionKind::permit || action.kind == ActionKind::deny;
@@ -303,7 +303,7 @@ void Writer::action(const Action &action, uint32_t next_number) {
   if (action.precedence != 0) number("precedence", action.precedence);
 }
 
-void Writer::verb_of(const Action &action) {
+void PolicyWriter::verb_of(const Action &action) {
   switch (action.kind) {
     case ActionKind::set: {
       key("set");
@@ -329,7 +329,7 @@ void Writer::verb_of(const Action &action) {
 }  // namespace
 
 std::string write_objects(const PolicyFile &file) {
-  return Writer().run(file);
+  return PolicyWriter().run(file);
 }
 
 }  // namespace simulator

@@ -16,13 +16,13 @@ std::optional<std::string> value_in(const reasoning::Input &input, const std::st
 }
 
 std::string shown(const std::optional<std::string> &value) {
-  return value ? quoted(*value) : "absent";
+  return value ? simulator::quoted(*value) : "absent";
 }
 
 std::string shown_log(const std::vector<std::string> &log) {
   std::vector<std::string> texts;
   for (const std::string &text : log)
-    texts.push_back(quoted(text));
+    texts.push_back(simulator::quoted(text));
   return listed(texts);
 }
 
@@ -31,7 +31,8 @@ std::string first_failure(const EventExplanation &explanation) {
   std::string found;
   for_each_action(explanation, [&](const ActionExplanation &action) {
     if (action.failed && found.empty())
-      found = concat("the action '", to_string(*action.action), "' in line ", action.action->position.line, " fails");
+      found = concat("the action '", simulator::to_string(*action.action), "' in line ", action.action->position.line,
+                     " fails");
   });
   return found;
 }
@@ -77,7 +78,7 @@ std::vector<std::string> contradictions(const Claim &claim, const EventExplanati
                                         const reasoning::Input &before) {
   const Account account = account_of(explanation, before);
   const std::string &subject = claim.subject.value;
-  const std::string verdict = to_string(account.verdict);
+  const std::string verdict = simulator::to_string(account.verdict);
   switch (claim.kind) {
     case ClaimKind::never:
     case ClaimKind::always:
@@ -107,7 +108,8 @@ bool contradicts(const Claim &claim, const EventExplanation &explanation, const 
 std::vector<std::string> differences(const Account &before, const Account &after) {
   std::vector<std::string> found;
   if (before.verdict != after.verdict)
-    found.push_back(concat("the verdict: ", to_string(before.verdict), " -> ", to_string(after.verdict)));
+    found.push_back(
+        concat("the verdict: ", simulator::to_string(before.verdict), " -> ", simulator::to_string(after.verdict)));
   std::set<std::string> attributes;
   for (const reasoning::Input *input : {&before.after, &after.after}) {
     for (const auto &[attribute, value] : *input)

@@ -15,7 +15,7 @@ namespace simulator {
 namespace {
 
 template <class Key>
-using Counts = std::map<Key, size_t>;
+using CountsByKey = std::map<Key, size_t>;
 
 std::string shown(uint32_t tag) {
   std::ostringstream out;
@@ -24,20 +24,20 @@ std::string shown(uint32_t tag) {
 }
 
 std::string shown(const std::string &text) {
-  return quoted(text);
+  return simulator::quoted(text);
 }
 
 template <class Key>
-size_t count_of(const Key &key, const Counts<Key> &counts) {
+size_t count_of(const Key &key, const CountsByKey<Key> &counts) {
   const auto at = counts.find(key);
   return at == counts.end() ? 0 : at->second;
 }
 
 // A line for each key whose count is not the expected one.
 template <class Key>
-void compare(std::string_view what, const Counts<Key> &expected, const Counts<Key> &found,
+void compare(std::string_view what, const CountsByKey<Key> &expected, const CountsByKey<Key> &found,
              std::vector<std::string> &lines) {
-  Counts<Key> all = expected;
+  CountsByKey<Key> all = expected;
   all.insert(found.begin(), found.end());
   for (const auto &[key, any] : all) {
     const size_t left = count_of(key, found);
@@ -47,18 +47,18 @@ void compare(std::string_view what, const Counts<Key> &expected, const Counts<Ke
 }
 
 // In the order of the report.
-constexpr const char *kKinds[] = {"handles",      "queue entries", "policy instances", "target states",
+constexpr const char *kNames[] = {"handles",      "queue entries", "policy instances", "target states",
                                   "target lists", "filter data",   "action data",      "actions freed in force"};
 
-Counts<std::string> count_kinds() {
+CountsByKey<std::string> count_kinds() {
   // Domain entries are only in the domain list, so no entry had to be allocated for them.
   const size_t counts[] = {runtime::live_ids().size(),   runtime::live_queue_entries(),   engine::live_instances(),
                            engine::live_target_states(), engine::kept_target_lists(),     client::live_filter_data(),
                            client::live_action_data(),   client::actions_freed_in_force()};
-  static_assert(std::size(counts) == std::size(kKinds));
-  Counts<std::string> by_kind;
-  for (size_t at = 0; at < std::size(kKinds); ++at)
-    by_kind[kKinds[at]] = counts[at];
+  static_assert(std::size(counts) == std::size(kNames));
+  CountsByKey<std::string> by_kind;
+  for (size_t at = 0; at < std::size(kNames); ++at)
+    by_kind[kNames[at]] = counts[at];
   return by_kind;
 }
 
@@ -111,13 +111,13 @@ std::vector<std::string> find_leftovers(const Holdings &before, const Kept &kept
   const Holdings expected = expected_holdings(before, kept);
   const Holdings found = take_stock();
   std::vector<std::string> lines;
-  compare_kind(kKinds[0], expected, found, lines);
+  compare_kind(kNames[0], expected, found, lines);
   compare("records of pool", expected.records, found.records, lines);
   compare("records of pool", expected.named_records, found.named_records, lines);
   compare("blocks of tag", expected.blocks, found.blocks, lines);
   compare("interned text", expected.texts, found.texts, lines);
-  for (size_t at = 1; at < std::size(kKinds); ++at)
-    compare_kind(kKinds[at], expected, found, lines);
+  for (size_t at = 1; at < std::size(kNames); ++at)
+    compare_kind(kNames[at], expected, found, lines);
   const std::vector<std::string> &complaints = runtime::complaints();
   for (size_t at = before.complaints; at < complaints.size(); ++at)
     lines.push_back(concat("misuse: ", complaints[at]));
