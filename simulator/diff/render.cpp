@@ -103,7 +103,7 @@ std::string value_or_unchanged(const Decided &decided, const std::string &attrib
 std::string texts_of_log(const std::vector<std::string> &log) {
   std::vector<std::string> texts;
   for (const std::string &text : log)
-    texts.push_back(simulator::quoted(text));
+    texts.push_back(in_quotes(text));
   return listed(texts);
 }
 

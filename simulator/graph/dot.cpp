@@ -95,12 +95,12 @@ std::string label_of(const Node &node) {
 }
 
 std::string node_line(const Node &node) {
-  return concat("  ", quoted(node.id), " [", node.never ? kNeverLook : look_of(node.kind), ", label=<", label_of(node),
-                ">];\n");
+  return concat("  ", in_quotes(node.id), " [", node.never ? kNeverLook : look_of(node.kind), ", label=<",
+                label_of(node), ">];\n");
 }
 
 std::string edge_line(const Edge &edge, bool counted) {
-  std::string line = concat("  ", quoted(edge.from), " -> ", quoted(edge.to), " [");
+  std::string line = concat("  ", in_quotes(edge.from), " -> ", in_quotes(edge.to), " [");
   if (edge.kind == EdgeKind::asks) return line + "style=dotted, arrowhead=none, color=\"#7a9a6a\"];\n";
   // A raise leads back to an event, and must not reverse the order of the columns.
   if (edge.kind == EdgeKind::raises) line += "constraint=false, ";
@@ -124,10 +124,10 @@ std::string columns(const Graph &graph, NodeKind kind) {
   for (const Node &node : graph.nodes) {
     if (node.kind != kind) continue;
     std::string &column = ids[node.column];
-    column += concat(column.empty() ? "" : " -> ", quoted(node.id));
+    column += concat(column.empty() ? "" : " -> ", in_quotes(node.id));
     // The rules of a long event go on at the top of the next column.
     if (top && node.column > top->column)
-      order += concat("  ", quoted(top->id), " -> ", quoted(node.id), " [style=invis];\n");
+      order += concat("  ", in_quotes(top->id), " -> ", in_quotes(node.id), " [style=invis];\n");
     if (!top || node.column != top->column) top = &node;
   }
   std::string text;
@@ -144,7 +144,7 @@ std::string last_column(const Graph &graph) {
   std::string ids;
   for (const Node &node : graph.nodes) {
     const bool is_unused_map = node.kind == NodeKind::parameter_map && !used.contains(node.id);
-    if (node.kind == NodeKind::class_map || is_unused_map) ids += concat(" ", quoted(node.id), ";");
+    if (node.kind == NodeKind::class_map || is_unused_map) ids += concat(" ", in_quotes(node.id), ";");
   }
   return ids.empty() ? "" : concat("  { rank=same;", ids, " }\n");
 }

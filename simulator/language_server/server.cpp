@@ -157,7 +157,7 @@ Json Server::result_of(const Call &call) {
   if (method == "workspace/executeCommand") return execute(params);
   if (method == "initialize") return initialize(params);
   if (method == "shutdown") return shut_down();
-  throw Failure(ErrorCode::method_not_found, concat("there is no method ", quoted(method)));
+  throw Failure(ErrorCode::method_not_found, concat("there is no method ", in_quotes(method)));
 }
 
 void Server::handle_notification(const Call &call) {
@@ -249,7 +249,7 @@ Document *Server::find(const std::string &uri) {
 Document &Server::document_of(const Json &params) {
   const std::string uri = uri_of(params);
   const auto found = documents_.find(uri);
-  if (found == documents_.end()) throw Failure(ErrorCode::invalid_params, concat(quoted(uri), " is not open"));
+  if (found == documents_.end()) throw Failure(ErrorCode::invalid_params, concat(in_quotes(uri), " is not open"));
   return found->second;
 }
 
@@ -289,7 +289,7 @@ Json Server::workspace_symbols(const Json &params) {
 
 Json Server::execute(const Json &params) {
   const std::string command = text_of(params, "command");
-  if (command != kRunTest) throw Failure(ErrorCode::invalid_params, concat("there is no command ", quoted(command)));
+  if (command != kRunTest) throw Failure(ErrorCode::invalid_params, concat("there is no command ", in_quotes(command)));
   const Json &arguments = member_of(params, "arguments");
   const bool are_texts =
       arguments.is_array() && arguments.size() == 2 && arguments[0].is_string() && arguments[1].is_string();
@@ -299,12 +299,12 @@ Json Server::execute(const Json &params) {
   if (!document) throw Failure(ErrorCode::invalid_params, "the document is not open");
   const std::optional<editing::TestResult> result =
       editing::run_test(Source(path_of_uri(document->uri()), document->text().bytes()), name);
-  if (!result) throw Failure(kRequestFailed, concat("there is no test ", quoted(name)));
+  if (!result) throw Failure(kRequestFailed, concat("there is no test ", in_quotes(name)));
   constexpr int kError = 1;
   constexpr int kInfo = 3;
   outgoing_.push_back(messages::notification(
       "window/showMessage",
-      {{"type", result->passed ? kInfo : kError}, {"message", concat("test ", quoted(name), ": ", result->text)}}));
+      {{"type", result->passed ? kInfo : kError}, {"message", concat("test ", in_quotes(name), ": ", result->text)}}));
   return {{"passed", result->passed}, {"text", result->text}};
 }
 

@@ -60,7 +60,7 @@ bool Framer::read_head() {
 bool Framer::read_line(std::string_view line) {
   const size_t colon = line.find(':');
   if (colon == std::string_view::npos) {
-    error_ = concat("the head of a message has the line ", quoted(line));
+    error_ = concat("the head of a message has the line ", in_quotes(line));
     return false;
   }
   if (!is_same_name(line.substr(0, colon), "Content-Length")) return true;
@@ -68,7 +68,7 @@ bool Framer::read_line(std::string_view line) {
   size_t size = 0;
   const auto [end, problem] = std::from_chars(value.data(), value.data() + value.size(), size);
   if (problem != std::errc() || end != value.data() + value.size()) {
-    error_ = concat("the Content-Length ", quoted(value), " is no number");
+    error_ = concat("the Content-Length ", in_quotes(value), " is no number");
   } else if (size > kMostBytes) {
     error_ = concat("a message of ", size, " bytes; at most ", kMostBytes, " are accepted");
   } else {

@@ -387,7 +387,7 @@ std::string to_string(const Action &action) {
     case ActionKind::set:
       return concat(verb, " ", action.subject.value, " ", as_word(action.text));
     case ActionKind::log:
-      return concat(verb, " ", quoted(action.text));
+      return concat(verb, " ", in_quotes(action.text));
     case ActionKind::clear:
     case ActionKind::count:
     case ActionKind::raise:

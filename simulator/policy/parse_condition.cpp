@@ -16,7 +16,7 @@ bool compile(Filter &filter, Complaints &complaints) {
   if (filter.kind != FilterKind::regex) return true;
   std::shared_ptr<const RE2> pattern = compile_pattern(filter.text);
   if (!pattern->ok()) {
-    complaints.push_back(concat(quoted(filter.text), " is not a regular expression: ", describe(*pattern)));
+    complaints.push_back(concat(in_quotes(filter.text), " is not a regular expression: ", describe(*pattern)));
     return false;
   }
   filter.pattern = std::move(pattern);

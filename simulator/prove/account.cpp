@@ -16,13 +16,13 @@ std::optional<std::string> value_in(const reasoning::Input &input, const std::st
 }
 
 std::string shown(const std::optional<std::string> &value) {
-  return value ? simulator::quoted(*value) : "absent";
+  return value ? in_quotes(*value) : "absent";
 }
 
 std::string shown_log(const std::vector<std::string> &log) {
   std::vector<std::string> texts;
   for (const std::string &text : log)
-    texts.push_back(simulator::quoted(text));
+    texts.push_back(in_quotes(text));
   return listed(texts);
 }
 

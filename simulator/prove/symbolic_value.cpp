@@ -108,7 +108,7 @@ Formula ValueOf::counted_passes(int64_t counts, const Filter &filter) {
       return counted_has_prefix(counts, filter);
     case FilterKind::regex:
       return tests_->open(concat(*attribute_, " ", counts, " ", filter.text),
-                          concat("the regular expression ", quoted(filter.text), " on attribute ", *attribute_,
+                          concat("the regular expression ", in_quotes(filter.text), " on attribute ", *attribute_,
                                  " after it was counted"));
   }
   return Formula::never();

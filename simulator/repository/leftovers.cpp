@@ -24,7 +24,7 @@ std::string shown(uint32_t tag) {
 }
 
 std::string shown(const std::string &text) {
-  return simulator::quoted(text);
+  return in_quotes(text);
 }
 
 template <class Key>

@@ -225,11 +225,6 @@ Json set(Service &service, const Json &params) {
   return result;
 }
 
-// Not the function of this name in the standard library, which a std::string would find.
-std::string in_quotes(std::string_view text) {
-  return simulator::quoted(text);
-}
-
 // What a policy file has behind the name of a target.
 std::string body_of_target(const Json &params) {
   std::string policies;

@@ -173,7 +173,7 @@ bool Session::load(const std::shared_ptr<const Source> &source, Trouble &trouble
 
 bool Session::create(const KindWord &kind, std::string_view name, std::string_view body, size_t line,
                      Trouble &trouble) {
-  Source source(kTyped, concat("{", kind.section, ": {", quoted(name), ": ", body, "}}"), 0,
+  Source source(kTyped, concat("{", kind.section, ": {", in_quotes(name), ": ", body, "}}"), 0,
                 static_cast<uint32_t>(line));
   Diagnostics diagnostics;
   source.check(diagnostics);

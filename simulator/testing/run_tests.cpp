@@ -51,7 +51,7 @@ std::vector<std::string> texts_of(const std::vector<RuleRun> &runs, const std::v
 std::vector<std::string> quoted_all(const std::vector<std::string> &texts) {
   std::vector<std::string> all;
   for (const std::string &text : texts)
-    all.push_back(simulator::quoted(text));
+    all.push_back(in_quotes(text));
   return all;
 }
 

@@ -81,7 +81,7 @@ std::string escape_control_characters(std::string_view text) {
   return out;
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
   std::string out = "\"";
   while (!text.empty()) {
     const char character = text[0];
@@ -98,7 +98,7 @@ std::string quoted(std::string_view text) {
 
 std::string as_word(std::string_view text) {
   const bool is_plain = !text.empty() && text.find_first_of(" \"\\") == std::string_view::npos;
-  return is_plain && escape_control_characters(text) == text ? std::string(text) : quoted(text);
+  return is_plain && escape_control_characters(text) == text ? std::string(text) : in_quotes(text);
 }
 
 namespace {

@@ -604,7 +604,7 @@ std::string contents_of(const PolicyFile &file) {
   const auto add_step = [&](const simulator::Step &step) {
     text << step.event.value << " at " << step.target.value;
     for (const simulator::Assignment &set : step.set)
-      text << " set " << set.attribute.value << " " << simulator::quoted(set.text);
+      text << " set " << set.attribute.value << " " << simulator::in_quotes(set.text);
     for (const simulator::Name &clear : step.clear)
       text << " clear " << clear.value;
     text << "\n";
@@ -612,13 +612,13 @@ std::string contents_of(const PolicyFile &file) {
   for (const simulator::Step &step : file.scenario)
     add_step(step);
   for (const simulator::Test &test : file.tests) {
-    text << simulator::quoted(test.name.value) << ": ";
+    text << simulator::in_quotes(test.name.value) << ": ";
     for (const simulator::TestStep &step : test.steps) {
       add_step(step.step);
       for (const simulator::Name &rule : step.expect.rules.value_or(std::vector<simulator::Name>()))
         text << " rule " << rule.value;
       for (const simulator::ExpectedValue &value : step.expect.attributes)
-        text << " " << value.attribute.value << " " << (value.text ? simulator::quoted(*value.text) : "absent");
+        text << " " << value.attribute.value << " " << (value.text ? simulator::in_quotes(*value.text) : "absent");
       text << (step.expect.verdict ? step.expect.verdict->value : "any") << "\n";
     }
   }

@@ -14,15 +14,15 @@
 namespace {
 
 using simulator::as_word;
+using simulator::in_quotes;
 using simulator::nearest;
-using simulator::quoted;
 
 TEST(Quoting, EscapesWhatWouldEndTheQuotesOrTheLine) {
-  EXPECT_EQ(quoted("plain"), "\"plain\"");
-  EXPECT_EQ(quoted("say \"hi\" \\ bye"), "\"say \\\"hi\\\" \\\\ bye\"");
-  EXPECT_EQ(quoted("a\nb\tc\x7f"), "\"a\\nb\\x09c\\x7f\"");
-  EXPECT_EQ(quoted("\xc2\x80\xc2\x9b\xc2\xa0"), "\"\\u0080\\u009b\xc2\xa0\"");
-  EXPECT_EQ(quoted("gr\xc3\xbc\xc3\x9f"), "\"gr\xc3\xbc\xc3\x9f\"");
+  EXPECT_EQ(in_quotes("plain"), "\"plain\"");
+  EXPECT_EQ(in_quotes("say \"hi\" \\ bye"), "\"say \\\"hi\\\" \\\\ bye\"");
+  EXPECT_EQ(in_quotes("a\nb\tc\x7f"), "\"a\\nb\\x09c\\x7f\"");
+  EXPECT_EQ(in_quotes("\xc2\x80\xc2\x9b\xc2\xa0"), "\"\\u0080\\u009b\xc2\xa0\"");
+  EXPECT_EQ(in_quotes("gr\xc3\xbc\xc3\x9f"), "\"gr\xc3\xbc\xc3\x9f\"");
 }
 
 TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
@@ -64,7 +64,7 @@ TEST(Quoting, CanBeReadBack) {
   std::string all;
   for (int byte = 0; byte < 256; ++byte)
     all += static_cast<char>(byte);
-  EXPECT_EQ(simulator::parse_word(simulator::quoted(all)), all);
+  EXPECT_EQ(simulator::parse_word(simulator::in_quotes(all)), all);
   for (const char32_t code : {0x7fU, 0x9bU, 0xe4U, 0x202eU, 0x20acU, 0xfeffU, 0x1f600U, 0xe0041U, 0x10ffffU}) {
     const std::string text = "a" + simulator::to_utf8(code) + "b";
     EXPECT_EQ(simulator::front_of(simulator::to_utf8(code)).code, code);
