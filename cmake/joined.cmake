@@ -1,7 +1,8 @@
 # The sources of a target compiled together, some twenty at once, so that the headers that they share are read once. No two
-# files of a target define the same name, not even in anonymous namespaces; the compiler reports it if they do. A debug
-# build that is configured by hand compiles each file alone, as scripts/check-warnings does with every compiler: that
-# fails if a file does not include what it uses.
+# files of a target define the same name, not even in anonymous namespaces; the compiler reports it if they do. It does not
+# report a call that means another function with more headers, so no function is named like one of the standard library
+# that would take the same arguments. A debug build that is configured by hand compiles each file alone, as
+# scripts/check-warnings does with every compiler: that fails if a file does not include what it uses.
 option(ZAR_JOINED_SOURCES "Compile many sources together, which builds faster" OFF)
 
 #   join_sources(TARGET)     call it in the folder of the target, after its sources are known

@@ -10,7 +10,7 @@
 enum { kRoom = 4096 };
 enum { kMostWithSanitizer = 150 }; /* megabytes; the pieces are 240 */
 
-/* There only if AddressSanitizer is: gives back what it holds back of the freed memory, hundreds of megabytes. */
+/* There only with a sanitizer: gives back what it holds back of the freed memory, hundreds of megabytes. */
 void __sanitizer_purge_allocator(void) __attribute__((weak));
 
 char *zar_platform_check_lend(const char *text) {
