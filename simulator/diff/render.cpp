@@ -100,13 +100,6 @@ std::string value_or_unchanged(const Decided &decided, const std::string &attrib
   return found->second ? as_word(*found->second) : "cleared";
 }
 
-std::string texts_of_log(const std::vector<std::string> &log) {
-  std::vector<std::string> texts;
-  for (const std::string &text : log)
-    texts.push_back(in_quotes(text));
-  return listed(texts);
-}
-
 std::string compared(const Decided &before, const Decided &after) {
   std::string text;
   const auto line = [&](const std::string &what, const std::string &was, const std::string &is) {
@@ -120,7 +113,7 @@ std::string compared(const Decided &before, const Decided &after) {
   either.insert(after.changed.begin(), after.changed.end());
   for (const auto &[attribute, any] : either)
     line(concat("attribute ", attribute), value_or_unchanged(before, attribute), value_or_unchanged(after, attribute));
-  line("log", texts_of_log(before.log), texts_of_log(after.log));
+  line("log", listed_in_quotes(before.log), listed_in_quotes(after.log));
   line("rules", listed(before.rules), listed(after.rules));
   return text;
 }

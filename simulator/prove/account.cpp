@@ -19,13 +19,6 @@ std::string shown(const std::optional<std::string> &value) {
   return value ? in_quotes(*value) : "absent";
 }
 
-std::string shown_log(const std::vector<std::string> &log) {
-  std::vector<std::string> texts;
-  for (const std::string &text : log)
-    texts.push_back(in_quotes(text));
-  return listed(texts);
-}
-
 // The first action that failed.
 std::string first_failure(const EventExplanation &explanation) {
   std::string found;
@@ -121,7 +114,7 @@ std::vector<std::string> differences(const Account &before, const Account &after
     if (one != other) found.push_back(concat("attribute ", attribute, ": ", shown(one), " -> ", shown(other)));
   }
   if (before.log != after.log)
-    found.push_back(concat("the log: ", shown_log(before.log), " -> ", shown_log(after.log)));
+    found.push_back(concat("the log: ", listed_in_quotes(before.log), " -> ", listed_in_quotes(after.log)));
   return found;
 }
 

@@ -48,13 +48,6 @@ std::vector<std::string> texts_of(const std::vector<RuleRun> &runs, const std::v
   return texts;
 }
 
-std::vector<std::string> quoted_all(const std::vector<std::string> &texts) {
-  std::vector<std::string> all;
-  for (const std::string &text : texts)
-    all.push_back(in_quotes(text));
-  return all;
-}
-
 std::vector<Failure> failures_of(const Expectation &expect, const EventExplanation &explanation,
                                  const engine::Attributes &attributes) {
   std::vector<Failure> failures;
@@ -77,7 +70,7 @@ std::vector<Failure> failures_of(const Expectation &expect, const EventExplanati
   if (expect.log) {
     const std::vector<std::string> actual = logs(explanation);
     const std::vector<std::string> expected = texts_of(*expect.log);
-    if (actual != expected) failures.push_back({"log", listed(quoted_all(expected)), listed(quoted_all(actual))});
+    if (actual != expected) failures.push_back({"log", listed_in_quotes(expected), listed_in_quotes(actual)});
   }
   // Nothing that an event does before it is stopped can be relied on.
   if (const Refusals refused = refusals(explanation); refused.first)

@@ -96,6 +96,13 @@ std::string in_quotes(std::string_view text) {
   return out + '"';
 }
 
+std::string listed_in_quotes(const std::vector<std::string> &texts) {
+  std::vector<std::string> quoted;
+  for (const std::string &text : texts)
+    quoted.push_back(in_quotes(text));
+  return listed(quoted);
+}
+
 std::string as_word(std::string_view text) {
   const bool is_plain = !text.empty() && text.find_first_of(" \"\\") == std::string_view::npos;
   return is_plain && escape_control_characters(text) == text ? std::string(text) : in_quotes(text);

@@ -25,6 +25,8 @@ std::string listed(const std::vector<std::string> &words);
 // 'text' in double quotes, with quotes, backslashes and everything that nobody could see inside it escaped. Not named like
 // std::quoted, which a call with a std::string would prefer where <filesystem> or <iomanip> is included.
 std::string in_quotes(std::string_view text);
+// The same for each, as in listed().
+std::string listed_in_quotes(const std::vector<std::string> &texts);
 
 // 'text' itself when it is one plain word, else quoted: for texts that blanks separate from their neighbours.
 std::string as_word(std::string_view text);

@@ -25,6 +25,11 @@ TEST(Quoting, EscapesWhatWouldEndTheQuotesOrTheLine) {
   EXPECT_EQ(in_quotes("gr\xc3\xbc\xc3\x9f"), "\"gr\xc3\xbc\xc3\x9f\"");
 }
 
+TEST(Quoting, ListsEachTextInQuotes) {
+  EXPECT_EQ(simulator::listed_in_quotes({}), "nothing");
+  EXPECT_EQ(simulator::listed_in_quotes({"one", "and, \"two\""}), R"("one", "and, \"two\"")");
+}
+
 TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
   EXPECT_EQ(as_word("gold"), "gold");
   EXPECT_EQ(as_word("^a.*$"), "^a.*$");
