@@ -432,6 +432,13 @@ void beside(const std::string &name, Operation operation, Alternative alternativ
   repeated("beside " + name, alternative);
 }
 
+// The same with a part of the operation without which it cannot be: more than the calls of the platform and the engine.
+template <class Operation, class Alternative, class Least>
+void beside(const std::string &name, Operation operation, Alternative alternative, Least least) {
+  beside(name, operation, alternative);
+  repeated("least of " + name, least);
+}
+
 // Each part deletes the library's objects, so that there are handles for the next one.
 void maps_beside(uint32_t n_objects) {
   by_hand::Repository hand;
@@ -459,25 +466,29 @@ void maps_beside(uint32_t n_objects) {
 
 void handles_beside(uint32_t n_objects) {
   by_hand::Repository hand;
-  Handles library, by_hand, stale, stale_slots;
+  Handles library, by_hand, least, stale, stale_slots, stale_ids;
   const zar_action_context context = bench::action_context("count");
   const auto delete_action = [](uint32_t action) { must(zar_delete_action(action), "zar_delete_action"); };
   for (uint32_t at = 0; at < n_objects; ++at) {
     stale.push_back(new_action());
     stale_slots.push_back(called_slot_map_add(called_action_new(1)));
+    stale_ids.push_back(called_id_add(called_action_new(1)));
   }
   std::for_each(stale.begin(), stale.end(), delete_action);
   std::for_each(stale_slots.begin(), stale_slots.end(), called_slot_map_remove);
+  std::for_each(stale_ids.begin(), stale_ids.end(), called_id_remove);
   for (uint32_t at = 0; at < n_objects; ++at) {
     library.push_back(new_action());
     by_hand.push_back(hand.create_action(context, 1, 0));
+    least.push_back(called_id_add(called_action_new(1)));
   }
   beside(
       "resolve a handle", [&] { zar_get_action_num(any_of(library)); },
-      [&] { must(hand.get<by_hand::Action>(any_of(by_hand))->number == 1 ? 0 : 1, "an action by hand"); });
+      [&] { must(hand.get<by_hand::Action>(any_of(by_hand))->number == 1 ? 0 : 1, "an action by hand"); },
+      [&] { must(called_id_action_number(any_of(least)) == 1 ? 0 : 1, "an action of an id"); });
   beside(
       "refuse a stale handle", [&] { zar_get_action_num(any_of(stale)); },
-      [&] { called_slot_map_action_number(any_of(stale_slots)); });
+      [&] { called_slot_map_action_number(any_of(stale_slots)); }, [&] { called_id_action_number(any_of(stale_ids)); });
   std::for_each(library.begin(), library.end(), delete_action);
 }
 

@@ -1,4 +1,4 @@
-/* Two ways to identify records by 32-bit handles, in a shared library of their own. */
+/* Ways to identify records by 32-bit handles, in a shared library of their own. */
 #pragma once
 
 #include <cstdint>
@@ -19,5 +19,12 @@ uint32_t called_slot_map_action_number(uint32_t handle);
 uint32_t called_hash_map_add(CalledAction *action);
 void called_hash_map_remove(uint32_t handle);
 uint32_t called_hash_map_action_number(uint32_t handle);
+
+// The least that an accessor of the library can do: it asks the platform's id table, and for the kind of the handle a table
+// beside it, where handles with the same low 16 bits share a kind; if the handle is dead, it asks whether its two messages
+// are wanted.
+uint32_t called_id_add(CalledAction *action);
+void called_id_remove(uint32_t handle);
+uint32_t called_id_action_number(uint32_t handle);
 }
 #pragma GCC visibility pop
