@@ -30,6 +30,17 @@ TEST(Quoting, ListsEachTextInQuotes) {
   EXPECT_EQ(simulator::listed_in_quotes({"one", "and, \"two\""}), R"("one", "and, \"two\"")");
 }
 
+TEST(Concat, JoinsPartsAsAStreamWritesThem) {
+  const std::string_view view = "view";
+  const std::string text = "text";
+  EXPECT_EQ(simulator::concat(), "");
+  EXPECT_EQ(simulator::concat("array ", view, ' ', text, static_cast<const char *>(" pointer")),
+            "array view text pointer");
+  EXPECT_EQ(simulator::concat(-7, ' ', UINT64_MAX, ' ', INT64_MIN, ' ', uint16_t{9}),
+            "-7 18446744073709551615 -9223372036854775808 9");
+  EXPECT_EQ(simulator::concat(true, ' ', uint8_t{'a'}, ' ', 0.25, ' ', 1234567.5), "1 a 0.25 1.23457e+06");
+}
+
 TEST(Words, AreQuotedOnlyWhenTheyWouldNotStandAsOne) {
   EXPECT_EQ(as_word("gold"), "gold");
   EXPECT_EQ(as_word("^a.*$"), "^a.*$");
