@@ -42,7 +42,7 @@ Formatted format_path(const std::string &path) {
 
 // A pipe can be read, but not replaced.
 bool is_special_file(const std::string &path) {
-  struct stat status {};
+  struct stat status = {};
   return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
 }
 

@@ -20,7 +20,7 @@ void note_interrupt(int) {
 // Without SA_RESTART: reading a file that never comes has to end too.
 Interruptible::Interruptible() {
   simulator::interruption::withdraw();
-  struct sigaction action {};
+  struct sigaction action = {};
   action.sa_handler = note_interrupt;
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);

@@ -38,7 +38,7 @@ void note_end_of_process(int) {}
 void hold_signals() {
   sigset_t held;
   sigemptyset(&held);
-  struct sigaction action {};
+  struct sigaction action = {};
   sigemptyset(&action.sa_mask);
   for (const int signal : {SIGTERM, SIGINT, SIGCHLD}) {
     sigaddset(&held, signal);

@@ -46,7 +46,7 @@ Answered answered_of(std::string_view line) {
 }
 
 void set_signals() {
-  struct sigaction action {};
+  struct sigaction action = {};
   action.sa_handler = [](int) { interruption::request(); };
   sigemptyset(&action.sa_mask);
   // Without SA_RESTART: reading a file that never comes has to end too.

@@ -52,7 +52,7 @@ bool somebody_listens(const std::string &path) {
 
 // Leaves nothing at the path, or throws.
 void make_room(const std::string &path) {
-  struct stat there {};
+  struct stat there = {};
   if (lstat(path.c_str(), &there) != 0) return;
   if (!S_ISSOCK(there.st_mode)) fail(path, "a file is there that is no socket; remove it or give another path");
   if (there.st_uid != geteuid()) fail(path, "the socket there belongs to somebody else");
@@ -102,7 +102,7 @@ void ListeningSocket::listen_at(const std::string &path) {
 
 // Another server that came first keeps the path.
 void ListeningSocket::publish(const std::string &made) {
-  struct stat is {};
+  struct stat is = {};
   const bool good = link(made.c_str(), path_.c_str()) == 0 && lstat(path_.c_str(), &is) == 0;
   const int error = errno;
   unlink(made.c_str());
@@ -118,7 +118,7 @@ void ListeningSocket::publish(const std::string &made) {
 
 ListeningSocket::~ListeningSocket() {
   close(descriptor_);
-  struct stat there {};
+  struct stat there = {};
   if (lstat(path_.c_str(), &there) == 0 && there.st_dev == device_ && there.st_ino == file_) unlink(path_.c_str());
 }
 

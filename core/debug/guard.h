@@ -14,8 +14,8 @@ template <class Call>
 auto guarded(const char *role, const void *function, Call call) {
   using Result = std::invoke_result_t<Call>;
   if constexpr (std::is_void_v<Result>) {
-    guard(
-        role, function, [](void *argument) { (*static_cast<Call *>(argument))(); }, &call);
+    const auto body = [](void *argument) { (*static_cast<Call *>(argument))(); };
+    guard(role, function, body, &call);
   } else {
     Result result{};
     guarded(role, function, [&] { result = call(); });

@@ -162,9 +162,8 @@ bool check_statement(Work &work, const Statement &statement, const std::string &
     return false;
   }
   const Later<Statement> later{statement, example, earlier, statement.position, name};
-  check_later(work, later, kOfStatements, [](const Statement &taker) {
-    return Reason{taker.position, concat("statement ", taker.index)};
-  });
+  const auto reason = [](const Statement &taker) { return Reason{taker.position, concat("statement ", taker.index)}; };
+  check_later(work, later, kOfStatements, reason);
   return true;
 }
 

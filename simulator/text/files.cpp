@@ -121,7 +121,7 @@ int overwrite(const std::string &path, std::string_view text) {
 }
 
 int write_file(const std::string &path, std::string_view text, std::optional<unsigned> mode) {
-  struct stat existing {};
+  struct stat existing = {};
   if (stat(path.c_str(), &existing) != 0) return errno == ENOENT ? replace(path, text, mode, nullptr) : errno;
   // Replacing a file needs permission for its folder only: a file that is protected against writing remains as it is.
   if (access(path.c_str(), W_OK) != 0) return errno;

@@ -162,7 +162,8 @@ bool session_takes(const std::string &command) {
 const WayIn kWaysIn[] = {
     {"File",
      [](const std::string &value) {
-       return took(run_zar({"check", "-"}, file_with("'" + value + "'")));
+       const std::string file = file_with("'" + value + "'");
+       return took(run_zar({"check", "-"}, file));
      }},
     {"Scenario",
      [](const std::string &value) {

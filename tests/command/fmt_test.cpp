@@ -57,7 +57,7 @@ class Folder {
 };
 
 struct stat status_of(const std::string &path) {
-  struct stat status {};
+  struct stat status = {};
   EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
   return status;
 }

@@ -55,9 +55,9 @@ std::string shown(const std::string &text) {
 }
 
 const std::vector<std::string> &letters() {
-  static const std::vector<std::string> kLetters = {"a",  "b",    "c", "A", "B",      "K", "k", "S",
-                                                    "s",  "0",    "7", "_", "-",      ".", " ", "\n",
-                                                    "\t", "\x01", "é", "ſ", "\u212a", "€", "😀", std::string(1, '\0')};
+  static const std::vector<std::string> kLetters = {
+      "a", "b", "c", "A",  "B",  "K",    "k",      "S",      "s",      "0",      "7",          "_",
+      "-", ".", " ", "\n", "\t", "\x01", "\u00e9", "\u017f", "\u212a", "\u20ac", "\U0001f600", std::string(1, '\0')};
   return kLetters;
 }
 
