@@ -48,7 +48,8 @@ char *store(char *to, std::string_view text) {
 template <class Head>
 bool load(std::string_view from, Head &head) {
   if (from.size() < sizeof head) return false;
-  std::memcpy(&head, from.data(), sizeof head);
+  const char *const begin = from.data();
+  std::memcpy(&head, begin, sizeof head);
   return true;
 }
 

@@ -31,20 +31,21 @@ class Scratch {
   bool write(const std::string &text) const {
     const bool done = std::fwrite(text.data(), 1, text.size(), file_.get()) == text.size();
     const bool flushed = std::fflush(file_.get()) == 0;
-    std::rewind(file_.get());
-    return done && flushed;
+    return done && flushed && go_to_begin();
   }
 
   std::string read() const {
     std::string text;
     char buffer[65536];
-    std::rewind(file_.get());
+    if (!go_to_begin()) return text;
     while (const size_t got = std::fread(buffer, 1, sizeof buffer, file_.get()))
       text.append(buffer, got);
     return text;
   }
 
  private:
+  bool go_to_begin() const { return std::fseek(file_.get(), 0, SEEK_SET) == 0; }
+
   struct Close {
     void operator()(std::FILE *file) const { std::fclose(file); }
   };

@@ -40,7 +40,8 @@ std::string line_of(const Answered &answered) {
 Answered answered_of(std::string_view line) {
   Answered answered;
   const size_t blank = std::min(line.find(' '), line.size());
-  std::from_chars(line.data(), line.data() + blank, answered.code);
+  const char *const begin = line.data();
+  std::from_chars(begin, begin + blank, answered.code);
   answered.text = line.substr(std::min(blank + 1, line.size()));
   return answered;
 }

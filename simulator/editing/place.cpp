@@ -81,7 +81,8 @@ std::string lines_that_lead_to(std::string_view text, size_t section, size_t lin
     const bool is_list_item = is_item(content.substr(at));
     // The items of a list may stand right below its key.
     const bool contains = at < indent || (at == indent && item && !is_list_item);
-    if (!contains && !(beside && at == indent && !is_list_item)) continue;
+    const bool stands_beside = beside && at == indent && !is_list_item;
+    if (!contains && !stands_beside) continue;
     // The end of a value in brackets contains nothing.
     std::string kept = without_value(content);
     if (is_blank(kept.substr(0, kept.size() - 1))) continue;

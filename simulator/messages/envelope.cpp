@@ -142,7 +142,7 @@ Envelopes open(std::string_view text) {
   const char *at = text.data();
   Reader reader(text, &at, found);
   const char *const end = text.data() + text.size();
-  const bool good = Json::sax_parse(Place(text.data(), &at), Place(end, nullptr), &reader);
+  const bool good = Json::sax_parse(Place(at, &at), Place(end, nullptr), &reader);
   if (reader.has_too_many())
     return refused(true, concat("a batch of more than ", kMostCalls, " calls"), ErrorCode::invalid_request);
   if (!good) return refused(false, "the message is not JSON in UTF-8", ErrorCode::parse_error);

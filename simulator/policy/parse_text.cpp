@@ -22,8 +22,9 @@ std::string_view take_front(std::string_view &text) {
 std::optional<uint32_t> take_digits(std::string_view &text, size_t count) {
   if (text.size() < count) return std::nullopt;
   uint32_t number = 0;
-  const char *const after = text.data() + count;
-  const auto [end, error] = std::from_chars(text.data(), after, number, 16);
+  const char *const begin = text.data();
+  const char *const after = begin + count;
+  const auto [end, error] = std::from_chars(begin, after, number, 16);
   if (error != std::errc() || end != after) return std::nullopt;
   text.remove_prefix(count);
   return number;

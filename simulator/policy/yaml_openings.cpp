@@ -62,7 +62,8 @@ class Scanner {
       skip_block();
     } else if (character == '&' || character == '*' || character == '!') {
       // The value follows an anchor or a tag.
-      while (!is_space(at_) && !(in_brackets() && (text_[at_] == ',' || is_closing(text_[at_]))))
+      const auto ends_item = [this] { return in_brackets() && (text_[at_] == ',' || is_closing(text_[at_])); };
+      while (!is_space(at_) && !ends_item())
         ++at_;
     } else if ((character == '-' || character == '?') && is_space(at_ + 1)) {
       pass(true);

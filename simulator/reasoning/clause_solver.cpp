@@ -110,8 +110,8 @@ bool ClauseSolver::Engine::is_true(uint32_t node) {
 std::vector<Formula> ClauseSolver::Engine::conflict() {
   std::vector<Formula> conflict;
   const z3::expr_vector core = solver_.unsat_core();
-  for (unsigned at = 0; at < core.size(); ++at)
-    conflict.push_back(assumed_.at(core[static_cast<int>(at)].id()));
+  for (const z3::expr assumption : core)
+    conflict.push_back(assumed_.at(assumption.id()));
   return conflict;
 }
 

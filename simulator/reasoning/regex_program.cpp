@@ -444,8 +444,8 @@ char32_t Parser::escaped_character(char letter) {
       break;
   }
   if (letter >= '0' && letter <= '7') return octal(letter);
-  const bool is_punctuation = letter > ' ' && letter < 0x7f && !perl_class(letter) &&
-                              !(letter >= 'a' && letter <= 'z') && !(letter >= 'A' && letter <= 'Z');
+  const bool is_letter = (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
+  const bool is_punctuation = letter > ' ' && letter < 0x7f && !perl_class(letter) && !is_letter;
   if (!is_punctuation && letter != '_') supported_ = false;
   return static_cast<char32_t>(static_cast<unsigned char>(letter));
 }

@@ -103,7 +103,7 @@ class NamedList {
 template <class Object>
 class NamedList<Object>::Iterator {
  public:
-  explicit Iterator(typename Order::const_iterator at) : at_(at) {}
+  explicit Iterator(const typename Order::const_iterator &at) : at_(at) {}
   const Object &operator*() const { return at_->object; }
   Iterator &operator++() {
     ++at_;
