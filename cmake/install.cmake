@@ -82,6 +82,8 @@ if(NOT ZAR_SCDOC)
   set(zar_page_sources)
 endif()
 set(zar_pages)
+# The first line of a page tells readers of manual pages that it has tables, which scdoc does not.
+set(zar_has_tables "'\\\" t")
 foreach(source ${zar_page_sources})
   cmake_path(GET source STEM LAST_ONLY page)
   string(REGEX MATCH "[0-9]$" section ${page})
@@ -95,7 +97,7 @@ foreach(source ${zar_page_sources})
   set(made ${PROJECT_BINARY_DIR}/man/${page})
   add_custom_command(OUTPUT ${made} DEPENDS ${source} VERBATIM
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
-    COMMAND sh -c "\"$1\" < \"$2\" > \"$3\"" sh ${ZAR_SCDOC} ${source} ${made})
+    COMMAND sh -c "{ printf '%s\\n' \"$4\" && \"$1\" < \"$2\"; } > \"$3\"" sh ${ZAR_SCDOC} ${source} ${made} ${zar_has_tables})
   list(APPEND zar_pages ${made})
   install(FILES ${made} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
 endforeach()

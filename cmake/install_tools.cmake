@@ -11,7 +11,7 @@ install(TARGETS zarplatform zarengine EXPORT zarTargets LIBRARY DESTINATION ${za
 install(DIRECTORY examples/embed examples/api DESTINATION ${zar_example_dir} COMPONENT development
   PATTERN .clang-format EXCLUDE)
 install(DIRECTORY examples/ DESTINATION ${zar_example_dir} COMPONENT tools FILES_MATCHING PATTERN "*.yaml"
-  PATTERN embed EXCLUDE PATTERN api EXCLUDE PATTERN freeradius EXCLUDE)
+  PATTERN embed EXCLUDE PATTERN api EXCLUDE PATTERN freeradius EXCLUDE PATTERN __pycache__ EXCLUDE)
 # The policy files contain the path of their schema for editors, which changes once both are installed.
 file(RELATIVE_PATH zar_schema_from_examples
   ${CMAKE_INSTALL_FULL_DOCDIR}/examples ${CMAKE_INSTALL_FULL_DATADIR}/zar/schema/policy.json)

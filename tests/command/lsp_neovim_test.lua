@@ -100,7 +100,7 @@ local function completion_fills_in()
     position = {line = row - 1, character = column + 1},
   })
   local gold = vim.tbl_filter(function(item) return item.label == "gold" end, answer.items)[1]
-  vim.lsp.util.apply_text_edits({gold.textEdit}, 0, "utf-16")
+  vim.lsp.util.apply_text_edits({gold.textEdit}, vim.api.nvim_get_current_buf(), "utf-16")
   go_to("class: gold,")
 end
 
@@ -151,7 +151,7 @@ end
 local function formatting_lays_out()
   replace("targets:", "targets:    ")
   local edits = request("textDocument/formatting", vim.lsp.util.make_formatting_params())
-  vim.lsp.util.apply_text_edits(edits, 0, "utf-16")
+  vim.lsp.util.apply_text_edits(edits, vim.api.nvim_get_current_buf(), "utf-16")
   assert(table.concat(lines(), "\n"):find("\ntargets:\n", 1, true))
 end
 

@@ -119,7 +119,9 @@ modules=usr/lib/python3/dist-packages
 holds python3-zar "$modules/zar/__init__.py" "$modules/zar/py.typed" "$modules/zar/pytest_plugin.py" \
   "$modules/zar-$version.dist-info/METADATA" "$modules/zar-$version.dist-info/entry_points.txt" \
   usr/share/doc/zar/examples/freeradius/zar_radius.py usr/share/doc/zar/examples/freeradius/raddb/radiusd.conf
-if grep -E '__pycache__|mypy_cache' "$scratch/python3-zar"; then fail "python3-zar holds what Python has left behind"; fi
+for package in libzar-dev zar-tools python3-zar; do
+  if grep -E '__pycache__|mypy_cache' "$scratch/$package"; then fail "$package holds what Python has left behind"; fi
+done
 depends python3-zar "zar-tools (= $version)"
 depends python3-zar "python3 (>= 3.11)"
 for script in postinst prerm; do
