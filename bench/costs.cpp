@@ -522,6 +522,12 @@ void sessions_beside(uint32_t n_objects) {
   beside(
       "delete a target, any order", [&] { remove_target(all[next++]); },
       [&] { hand.delete_target(all_by_hand[next_by_hand++]); });
+  const uint32_t third = bench::new_policy(clid(), "third"),
+                 hand_third = hand.create_policy(bench::info_of("third by hand"));
+  beside(
+      "activate a policy-map on a target",
+      [&] { must(zar_activate_policy(clid(), third, all[next++]), "zar_activate_policy"); },
+      [&] { hand.activate(hand_third, all_by_hand[next_by_hand++]); });
 }
 
 void beside_alternatives(uint32_t n_objects) {
