@@ -730,8 +730,9 @@ void expect_only_the_layout_changes(const std::string &text, const PolicyFile &f
   const Formatted result = format(text);
   ASSERT_EQ(result.defects, Complaints());
   if (!result.text) {
-    ++refused;
-    EXPECT_EQ(result.diagnostics.count(), 1U);
+    ASSERT_EQ(result.diagnostics.count(), 1U);
+    // It depends on the version of yaml-cpp whether many such files can be loaded at all.
+    if (result.diagnostics.sorted()[0].message != "a carriage return in the middle of a line") ++refused;
     return;
   }
   const std::optional<PolicyFile> again = load_text(*result.text);

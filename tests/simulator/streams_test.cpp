@@ -166,9 +166,14 @@ TEST(LineOfAStream, WithTheWrongKeysIsRefused) {
 TEST(LineOfAStream, ThatIsNoJsonIsRefused) {
   EXPECT_EQ(read(R"({"event": "e)"), "the line ends within a text: expected a JSON object in one line");
   EXPECT_EQ(read("{\"event\": \"\xff\"}"), "the line is not UTF-8: expected text in UTF-8");
-  for (const char *text : {"{", "{}{}", "event", R"({"event": "e",})", R"({"event": 'e'})", R"({"event" "e"})"}) {
+  for (const char *text : {"{", "{}{}", "event", R"({"event": "e",})", R"({"event" "e"})"}) {
     EXPECT_EQ(read(text), "the line is no JSON: expected a JSON object in one line") << text;
   }
+  // What is neither a text nor a number is the latter to newer versions of simdjson.
+  const std::string reason = read(R"({"event": 'e'})");
+  EXPECT_TRUE(reason == "the line is no JSON: expected a JSON object in one line" ||
+              reason == "the line has a number that is none, or is beyond 64 bits: expected a text, in quotes")
+      << reason;
   EXPECT_EQ(read(std::string(5000, '[') + std::string(5000, ']')),
             "the line is nested too deeply: expected a JSON object");
 }
