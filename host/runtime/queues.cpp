@@ -140,7 +140,7 @@ Cell *new_cell(Service service, void *element, const queue_head *queue) {
 }
 
 Entry further_entry(void *element) {
-  Cell *cell = new_cell(Service::queue_entry, element, nullptr);
+  const Cell *cell = new_cell(Service::queue_entry, element, nullptr);
   if (!cell) {
     note_out_of_memory();
     btrace_wrapper(0, kErrorLevel, 0, "(ERR): queue: no memory to queue %p once more\n", element);

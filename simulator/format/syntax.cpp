@@ -132,7 +132,8 @@ void SyntaxReader::add_comment(bool blank_before) {
 }
 
 void SyntaxReader::move_comments_to(std::vector<Comment> &comments) {
-  for (Comment &comment : take_gap().comments)
+  Gap gap = take_gap();
+  for (Comment &comment : gap.comments)
     comments.push_back(std::move(comment));
 }
 

@@ -161,7 +161,7 @@ void change_target(const Call &call, Step step) {
 }
 
 void set(const Call &call, Reply &reply) {
-  engine::Attributes *attributes = attributes_of(call, reply);
+  const engine::Attributes *attributes = attributes_of(call, reply);
   Step step;
   for (size_t at = 2; attributes && at < call.line.words.size(); ++at) {
     if (!parse_set(call.line.words[at], call.session.file(), step, reply.trouble.complaints)) attributes = nullptr;
@@ -171,7 +171,7 @@ void set(const Call &call, Reply &reply) {
 }
 
 void unset(const Call &call, Reply &reply) {
-  engine::Attributes *attributes = attributes_of(call, reply);
+  const engine::Attributes *attributes = attributes_of(call, reply);
   Step step;
   for (size_t at = 2; attributes && at < call.line.words.size(); ++at) {
     if (!parse_clear(call.line.words[at], call.session.file(), step, reply.trouble.complaints)) attributes = nullptr;
