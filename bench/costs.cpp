@@ -432,7 +432,7 @@ void beside(const std::string &name, Operation operation, Alternative alternativ
   repeated("beside " + name, alternative);
 }
 
-// The same with a part of the operation without which it cannot be: more than the calls of the platform and the engine.
+// The same, with the least that can do the operation where that is more than its calls of the platform and the engine.
 template <class Operation, class Alternative, class Least>
 void beside(const std::string &name, Operation operation, Alternative alternative, Least least) {
   beside(name, operation, alternative);

@@ -49,9 +49,8 @@ Policies &policies() {
 struct Instance {
   Policy *policy;
   uint32_t target;
-  uint32_t clid;
 
-  bool operator==(const Instance &other) const { return policy == other.policy && target == other.target; }
+  bool operator==(const Instance &) const = default;
 };
 
 // Targets that are made one after the other have adjacent handles, buckets and, as a result, entries.
@@ -95,12 +94,12 @@ void forget_if_unused(const Policy &policy) {
 
 }  // namespace
 
-uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32_t clid, const zar_map_info *key) {
+uint32_t kel_create_policy_instance(void **instance_out, uint32_t target, uint32_t, const zar_map_info *key) {
   if (!instance_out || !usable(key)) return 1;
   // The caller does not handle exceptions.
   try {
     Policy &policy = policy_of(*key);
-    const auto [made, is_new] = instances().insert({&policy, target, clid});
+    const auto [made, is_new] = instances().insert({&policy, target});
     if (!is_new) return 1;
     ++policy.n_instances;
     *instance_out = const_cast<Instance *>(&*made);
@@ -115,7 +114,7 @@ uint32_t kel_find_policy_instance(void **instance_out, uint32_t target, const za
   if (!instance_out || !usable(key)) return 1;
   Policy *policy = find_policy(*key);
   if (!policy) return 1;
-  const auto found = instances().find({policy, target, 0});
+  const auto found = instances().find({policy, target});
   if (found == instances().end()) return 1;
   *instance_out = const_cast<Instance *>(&*found);
   return 0;
