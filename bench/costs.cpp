@@ -6,6 +6,7 @@
 //
 // Only the operations are counted. The counts of each are dumped under "NAME|TIMES". scripts/costs runs this and reads
 // the dumps.
+#include <absl/container/btree_map.h>
 #include <malloc.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "by_hand/key.h"
 #include "by_hand/repository.h"
 #include "called/handles.h"
 #include "host/engine/engine.h"
@@ -45,16 +47,19 @@ Random any;
   return handles[any.below(static_cast<uint32_t>(handles.size()))];
 }
 
+constexpr uint32_t kUncounted = kTimes / 10;
+
 // Counts many calls. The first ones, which fill the simulated caches, do not count.
 template <class Operation>
-void repeated(const std::string &name, Operation operation) {
+void repeated(const std::string &name, Operation operation, uint32_t n_uncounted = kUncounted) {
   CALLGRIND_START_INSTRUMENTATION;
-  for (uint32_t number = 0; number < kTimes; ++number) {
-    if (number == kTimes / 10) CALLGRIND_ZERO_STATS;
+  for (uint32_t number = 0; number < n_uncounted; ++number)
     operation();
-  }
+  CALLGRIND_ZERO_STATS;
+  for (uint32_t number = kUncounted; number < kTimes; ++number)
+    operation();
   CALLGRIND_STOP_INSTRUMENTATION;
-  dump(name, kTimes - kTimes / 10);
+  dump(name, kTimes - kUncounted);
 }
 
 // ---- Objects
@@ -426,17 +431,10 @@ void session(uint32_t n_objects) {
 // ---- Beside the alternatives
 
 template <class Operation, class Alternative>
-void beside(const std::string &name, Operation operation, Alternative alternative) {
+void beside(const std::string &name, Operation operation, Alternative alternative, uint32_t n_uncounted = kUncounted) {
   malloc_trim(0);  // otherwise the heap joins what was freed before during one of the operations
-  repeated(name, operation);
-  repeated("beside " + name, alternative);
-}
-
-// The same, with the least that can do the operation where that is more than its calls of the platform and the engine.
-template <class Operation, class Alternative, class Least>
-void beside(const std::string &name, Operation operation, Alternative alternative, Least least) {
-  beside(name, operation, alternative);
-  repeated("least of " + name, least);
+  repeated(name, operation, n_uncounted);
+  repeated("beside " + name, alternative, n_uncounted);
 }
 
 // Each part deletes the library's objects, so that there are handles for the next one.
@@ -461,7 +459,32 @@ void maps_beside(uint32_t n_objects) {
         hand.delete_policy(hand.retrieve_policy(other));
       });
   for (const uint32_t pmap : stored)
-    must(zar_delete_policy(pmap), "zar_delete_policy");
+    must(zar_delete_stored_policy(clid(), pmap), "zar_delete_stored_policy");
+}
+
+void names_beside(uint32_t n_objects) {
+  const std::vector<std::string> names = bench::names(n_objects);
+  absl::btree_map<std::string, uint32_t> by_name;
+  Handles stored;
+  for (const std::string &name : names) {
+    stored.push_back(bench::new_policy(clid(), name.c_str()));
+    must(zar_store_policy(clid(), stored.back()), "zar_store_policy");
+    by_name.emplace(bench::Key(bench::info_of(name.c_str())).view(), stored.back());
+  }
+  const auto info_of_any = [&] { return bench::info_of(names[any.below(n_objects)].c_str()); };
+  const auto retrieve = [&] {
+    const zar_map_info info = info_of_any();
+    uint32_t pmap = 0;
+    must(zar_retrieve_policy(clid(), &info, &pmap), "zar_retrieve_policy");
+  };
+  const auto find = [&] {
+    bench::Key key(info_of_any());
+    must(by_name.contains(absl::string_view(key.text(), key.view().size())) ? 0 : 1, "a look-up in the B-tree");
+  };
+  // First the upper levels of the trees get into the caches.
+  beside("look up a policy-map by name", retrieve, find, n_objects);
+  for (const uint32_t pmap : stored)
+    must(zar_delete_stored_policy(clid(), pmap), "zar_delete_stored_policy");
 }
 
 void handles_beside(uint32_t n_objects) {
@@ -484,11 +507,14 @@ void handles_beside(uint32_t n_objects) {
   }
   beside(
       "resolve a handle", [&] { zar_get_action_num(any_of(library)); },
-      [&] { must(hand.get<by_hand::Action>(any_of(by_hand))->number == 1 ? 0 : 1, "an action by hand"); },
-      [&] { must(called_id_action_number(any_of(least)) == 1 ? 0 : 1, "an action of an id"); });
+      [&] { must(hand.get<by_hand::Action>(any_of(by_hand))->number == 1 ? 0 : 1, "an action by hand"); }, n_objects);
+  repeated(
+      "least of resolve a handle",
+      [&] { must(called_id_action_number(any_of(least)) == 1 ? 0 : 1, "an action of an id"); }, n_objects);
   beside(
       "refuse a stale handle", [&] { zar_get_action_num(any_of(stale)); },
-      [&] { called_slot_map_action_number(any_of(stale_slots)); }, [&] { called_id_action_number(any_of(stale_ids)); });
+      [&] { called_slot_map_action_number(any_of(stale_slots)); }, n_objects);
+  repeated("least of refuse a stale handle", [&] { called_id_action_number(any_of(stale_ids)); }, n_objects);
   std::for_each(library.begin(), library.end(), delete_action);
 }
 
@@ -518,20 +544,23 @@ void sessions_beside(uint32_t n_objects) {
       [&] { hand.delete_target(comes_by_hand(hand_infos.back())); });
   std::shuffle(all.begin(), all.end(), std::mt19937(1));
   std::shuffle(all_by_hand.begin(), all_by_hand.end(), std::mt19937(1));
+  // Each is used up by one operation.
+  const uint32_t n_some = n_objects / 3;
   uint32_t next = 0, next_by_hand = 0;
   beside(
       "delete a target, any order", [&] { remove_target(all[next++]); },
-      [&] { hand.delete_target(all_by_hand[next_by_hand++]); });
+      [&] { hand.delete_target(all_by_hand[next_by_hand++]); }, n_some);
   const uint32_t third = bench::new_policy(clid(), "third"),
                  hand_third = hand.create_policy(bench::info_of("third by hand"));
   beside(
       "activate a policy-map on a target",
       [&] { must(zar_activate_policy(clid(), third, all[next++]), "zar_activate_policy"); },
-      [&] { hand.activate(hand_third, all_by_hand[next_by_hand++]); });
+      [&] { hand.activate(hand_third, all_by_hand[next_by_hand++]); }, n_some);
 }
 
 void beside_alternatives(uint32_t n_objects) {
   maps_beside(n_objects);
+  names_beside(n_objects);
   handles_beside(n_objects);
   sessions_beside(n_objects);
 }

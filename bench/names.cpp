@@ -3,8 +3,8 @@
 //
 // Each side builds the key "name:domain:type" for every access, in a buffer on the stack and without a formatter, and
 // looks it up without creating a string if the container allows. What is stored and removed is made before, with its
-// key. "std::map, string keys" is the usual way to write this: the key is a std::string. The alternatives are templates or linked directly and may be inlined; the library is
-// called, calls the runtime, and is called back to compare.
+// key. "std::map, string keys" is the usual way to write this: the key is a std::string. The alternatives are templates
+// or linked directly and may be inlined; the library is called, calls the runtime, and is called back to compare.
 #include <absl/container/btree_map.h>
 #include <absl/container/flat_hash_map.h>
 #include <glib.h>

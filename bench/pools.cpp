@@ -8,6 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "called/pool.h"
 #include "platform/runtime.h"
 #include "support/jobs.h"
 #include "support/random.h"
@@ -34,6 +35,17 @@ class Malloc {
  public:
   void *take() const { return std::malloc(kRecord); }
   void give(void *record) const { std::free(record); }
+};
+
+// The least that a pool takes which is called: it checks and counts nothing.
+class FreeList {
+ public:
+  explicit FreeList(uint32_t n_objects) : pool_(called_pool_new(kRecord, n_objects)) {}
+  void *take() const { return called_pool_take(pool_); }
+  void give(void *record) const { called_pool_give(pool_, record); }
+
+ private:
+  CalledPool *pool_;
 };
 
 class BoostPool {
@@ -82,9 +94,9 @@ void replace(benchmark::State &state, Pool &pool, uint32_t n_objects) {
     pool.give(record);
 }
 
-template <class Pool>
-void register_pool(const std::string &who, uint32_t n_objects) {
-  auto pool = std::make_shared<Pool>();
+template <class Pool, class... Arguments>
+void register_pool(const std::string &who, uint32_t n_objects, Arguments... arguments) {
+  auto pool = std::make_shared<Pool>(arguments...);
   bench::job("pool, take and give back", who, [=](benchmark::State &state) { take_and_give(state, *pool); });
   bench::job("pool, replace any", who, [=](benchmark::State &state) { replace(state, *pool, n_objects); });
 }
@@ -134,6 +146,7 @@ void register_table(const std::string &who, const std::shared_ptr<std::vector<st
 void bench::register_jobs(uint32_t n_objects) {
   register_pool<RuntimePool>(kLibrary, n_objects);
   register_pool<Malloc>("malloc", n_objects);
+  register_pool<FreeList>("free list, called", n_objects, n_objects);
   register_pool<BoostPool>("boost::pool", n_objects);
   register_pool<StandardPool>("std::pmr", n_objects);
 
