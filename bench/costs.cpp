@@ -55,7 +55,7 @@ void repeated(const std::string &name, Operation operation, uint32_t n_uncounted
   CALLGRIND_START_INSTRUMENTATION;
   for (uint32_t number = 0; number < n_uncounted; ++number)
     operation();
-  CALLGRIND_ZERO_STATS;
+  bench::forget();
   for (uint32_t number = kUncounted; number < kTimes; ++number)
     operation();
   CALLGRIND_STOP_INSTRUMENTATION;
