@@ -4,6 +4,8 @@ import pathlib
 import select
 import subprocess
 
+from child import HUNG, end_input
+
 ABILITIES = {
     "textDocument": {
         "hover": {"contentFormat": ["markdown", "plaintext"]},
@@ -13,8 +15,6 @@ ABILITIES = {
         "rename": {"prepareSupport": True},
     }
 }
-# A server that does not answer within this time has hung; nothing else depends on it.
-HUNG = 120
 
 
 class Client:
@@ -120,11 +120,7 @@ class Client:
         return self.wait()
 
     def wait(self):
-        self.process.stdin.close()
-        code = self.process.wait(HUNG)
-        self.errors = self.process.stderr.read().decode()
-        self.process.stdout.close()
-        self.process.stderr.close()
+        code, self.errors = end_input(self.process)
         return code
 
 

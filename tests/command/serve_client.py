@@ -7,8 +7,7 @@ import socket
 import subprocess
 import time
 
-# A server that does not answer within this time has hung; nothing else depends on it.
-HUNG = 120
+from child import HUNG, end_input
 
 
 def wait_until(holds, why):
@@ -89,11 +88,7 @@ class StandardStreams(Client):
 
     def wait(self):
         """Ends the input; returns the exit code. What the server wrote to standard error is in 'errors'."""
-        self.process.stdin.close()
-        code = self.process.wait(HUNG)
-        self.errors = self.process.stderr.read().decode()
-        self.process.stdout.close()
-        self.process.stderr.close()
+        code, self.errors = end_input(self.process)
         return code
 
 

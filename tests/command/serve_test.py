@@ -15,7 +15,8 @@ import tempfile
 import time
 
 import jsonschema
-from serve_client import HUNG, SocketServer, StandardStreams, children_of, descendants_of, is_running, wait_until
+from child import HUNG
+from serve_client import SocketServer, StandardStreams, children_of, descendants_of, is_running, wait_until
 
 ZAR, SOURCE, GROUP = sys.argv[1:]
 os.chdir(SOURCE)
